@@ -1,0 +1,18 @@
+# Every target of ours is built alike: warnings are errors, symbols are hidden unless exported, and on x86
+# Windows the stack is realigned on entry, because hosts there keep it aligned to 4 bytes only.
+function(project_target target)
+    target_compile_features(${target} PUBLIC cxx_std_20)
+    target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Werror
+        $<$<COMPILE_LANGUAGE:CXX>:-Woverloaded-virtual>)
+    set_target_properties(${target} PROPERTIES
+        CXX_EXTENSIONS OFF C_STANDARD 11 POSITION_INDEPENDENT_CODE ON
+        C_VISIBILITY_PRESET hidden CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+    if(WIN32)
+        # COM interfaces have no virtual destructor by design; would flag the SDK's own.
+        target_compile_options(${target} PRIVATE -Wno-non-virtual-dtor -Wno-cast-function-type)
+        target_compile_definitions(${target} PRIVATE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0601 WINVER=0x0601)
+        if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+            target_compile_options(${target} PRIVATE -mstackrealign)
+        endif()
+    endif()
+endfunction()

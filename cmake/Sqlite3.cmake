@@ -1,0 +1,17 @@
+# sqlite3: Debian's library on Linux; on Windows the amalgamation that scripts/setup fetched (or one the user
+# names with SQLITE3_AMALGAMATION), compiled here.
+if(WIN32)
+    set(SQLITE3_AMALGAMATION ${CMAKE_SOURCE_DIR}/build/deps/sqlite3 CACHE PATH "Folder of sqlite3.c and sqlite3.h")
+    if(NOT EXISTS ${SQLITE3_AMALGAMATION}/sqlite3.c)
+        message(FATAL_ERROR "${SQLITE3_AMALGAMATION}/sqlite3.c is missing: run scripts/setup, or set SQLITE3_AMALGAMATION")
+    endif()
+    add_library(sqlite3 STATIC ${SQLITE3_AMALGAMATION}/sqlite3.c)
+    target_include_directories(sqlite3 SYSTEM PUBLIC ${SQLITE3_AMALGAMATION})
+    target_compile_definitions(sqlite3 PRIVATE SQLITE_THREADSAFE=1 SQLITE_DQS=0 SQLITE_OMIT_LOAD_EXTENSION)
+    target_compile_options(sqlite3 PRIVATE -w -mstackrealign)
+    set_target_properties(sqlite3 PROPERTIES POSITION_INDEPENDENT_CODE ON)
+else()
+    find_library(SQLITE3_LIBRARY sqlite3 REQUIRED)
+    add_library(sqlite3 INTERFACE)
+    target_link_libraries(sqlite3 INTERFACE ${SQLITE3_LIBRARY})
+endif()

@@ -1,0 +1,368 @@
+/*
+ * OrlMapi32: a voicemail server's access to its users' mailboxes through Extended MAPI.
+ *
+ * Conventions, which every function below follows unless its own comment says otherwise:
+ *
+ *  1. Handles. A connection, table or bookmark handle is 32 bits wide, never 0, and means something only to
+ *     this library. A mailbox handle is pointer-sized and must be handed back unchanged.
+ *  2. Text. An A function takes and gives narrow text in the process's ANSI code page (on Linux the locale's
+ *     encoding, UTF-8 where the locale is C or POSIX). A W function takes and gives UTF-16; its arguments are
+ *     converted to the ANSI code page, its results are read as UTF-8 first and as ANSI text where they are not
+ *     valid UTF-8. The two conversions differ on purpose. All text ends with a zero character.
+ *  3. Memory. A result block is freed whole by one OrlMapiFreeBuffer on the pointer that was given out; the
+ *     texts and arrays inside it must not be freed one by one. Arguments stay the caller's.
+ *  4. Threads. Every function may be called from any thread, also at once on one connection, except that two
+ *     listings must not share a table handle at the same time. Closing a connection while another thread is
+ *     inside a call on it is safe: the session ends with the last call.
+ *  5. Results. An HRESULT: negative is failure. MAPI's own codes come through unchanged. E_INVALIDARG
+ *     (0x80070057) means an unknown connection handle or a null mailbox; E_UNEXPECTED (0x8000FFFF) an exception
+ *     inside the library. No exception leaves it. On failure outputs keep what the caller put there, except for
+ *     counts that are set to 0 first.
+ *  6. Null pointers. A null text is reported in the trace and taken as empty. A null output pointer is the
+ *     caller's error unless its comment allows it.
+ *  7. Flags of 8 bits (BYTE) are true when not 0, unless their comment says otherwise.
+ *
+ * The header is plain C and needs nothing else: on Windows it includes <windows.h>, elsewhere it declares the few
+ * Windows types that it uses, with the same widths.
+ */
+#ifndef ORLMAPI32_H
+#define ORLMAPI32_H
+
+#if defined(_WIN32)
+#include <windows.h>
+#elif !defined(_WINDOWS_)
+#include <stdint.h>
+#ifndef __cplusplus
+#include <uchar.h>
+#endif
+typedef uint8_t BYTE;
+typedef uint16_t WORD;
+typedef int BOOL;
+typedef int32_t LONG;
+typedef uint32_t ULONG;
+typedef uint32_t DWORD;
+typedef int32_t HRESULT;
+typedef uintptr_t ULONG_PTR;
+typedef char16_t WCHAR;
+typedef const char *LPCSTR;
+typedef const WCHAR *LPCWSTR;
+typedef struct _SYSTEMTIME {
+    WORD wYear, wMonth, wDayOfWeek, wDay, wHour, wMinute, wSecond, wMilliseconds;
+} SYSTEMTIME;
+#endif
+
+#if defined(_WIN32)
+#define ORLAPI __stdcall
+#else
+#define ORLAPI
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* An opened mailbox (OrlMapiConnectToMailboxA/W); 0 is none. */
+typedef ULONG_PTR OrlMailbox;
+
+/* Bookmarks of OrlGetEmailHeadersA/W. */
+#define ORL_BOOKMARK_BEGINNING 0u /* the first row */
+#define ORL_BOOKMARK_CURRENT 1u   /* where the table stands, or the bookmark passed in */
+#define ORL_BOOKMARK_END 2u       /* after the last row */
+
+/* At most this many fax servers are looked at; further ones are ignored with a warning in the trace. */
+#define ORL_MAX_FAX_SERVERS 10u
+
+#pragma pack(push, 1)
+
+/* One attachment of a listed message; 16 bytes in a 32-bit build. */
+typedef struct AttachmentInfoA {
+    ULONG ulSize;      /* bytes, as the store counts them (data and properties) */
+    ULONG ulAttachNum; /* the number that OrlDownloadAttachmentA/W takes */
+    char *pszMimeTag;  /* "audio/wav"; empty if there is none */
+    char *pszFilename; /* the short file name; empty if there is none */
+} AttachmentInfoA;
+
+typedef struct AttachmentInfoW {
+    ULONG ulSize;
+    ULONG ulAttachNum;
+    WCHAR *pszMimeTag;
+    WCHAR *pszFilename;
+} AttachmentInfoW;
+
+/* One message; 71 bytes in a 32-bit build, elements of an array follow each other without padding. */
+typedef struct EmailHeaderA {
+    ULONG cbEntryID; /* bytes at pEntryID */
+    BYTE *pEntryID;  /* the message's identifier */
+    char *pszSenderName;
+    char *pszCreatorName; /* of a fax: its sender address where that holds the fax product's domain */
+    char *pszComment;
+    SYSTEMTIME stSubmitTime;       /* UTC; all zero where the message has none */
+    BYTE bRead;                    /* 1 if read */
+    BYTE bPrivate;                 /* 1 if its sensitivity is private */
+    BYTE bHighPriority;            /* 1 if its importance is high */
+    ULONG ulSize;                  /* bytes */
+    ULONG cAttachments;            /* elements at pAttachments */
+    AttachmentInfoA *pAttachments; /* not to be read when cAttachments is 0 */
+    LONG lSecs;                    /* length of a voice message in seconds */
+    char *pszNumber;               /* caller's telephone number */
+    char *pszName;                 /* caller's name */
+    LONG offset;
+    ULONG ulMsgReceived; /* equals offset in a listing where the message has no such property */
+} EmailHeaderA;
+
+typedef struct EmailHeaderW {
+    ULONG cbEntryID;
+    BYTE *pEntryID;
+    WCHAR *pszSenderName;
+    WCHAR *pszCreatorName;
+    WCHAR *pszComment;
+    SYSTEMTIME stSubmitTime;
+    BYTE bRead;
+    BYTE bPrivate;
+    BYTE bHighPriority;
+    ULONG ulSize;
+    ULONG cAttachments;
+    AttachmentInfoW *pAttachments;
+    LONG lSecs;
+    WCHAR *pszNumber;
+    WCHAR *pszName;
+    LONG offset;
+    ULONG ulMsgReceived;
+} EmailHeaderW;
+
+/* A message's text; 8 bytes in a 32-bit build. */
+typedef struct EmailTextA {
+    char *pszBody;
+    char *pszSubject;
+} EmailTextA;
+
+typedef struct EmailTextW {
+    WCHAR *pszBody;
+    WCHAR *pszSubject;
+} EmailTextW;
+
+/* A profile's Exchange server; 9 bytes in a 32-bit build. */
+typedef struct ExchangeServerNameA {
+    BYTE bProfileMatched; /* 1 if the profile's own name equals the one asked for, whatever the case */
+    char *pszHomeServer;
+    char *pszProfileUser; /* the profile's user, or the name that was given when it was configured */
+} ExchangeServerNameA;
+
+typedef struct ExchangeServerNameW {
+    BYTE bProfileMatched;
+    WCHAR *pszHomeServer;
+    WCHAR *pszProfileUser;
+} ExchangeServerNameW;
+
+/* A MAPI profile; 5 bytes in a 32-bit build. */
+typedef struct ExchangeProfileA {
+    BYTE bFlag; /* always 0 */
+    char *pszDisplayName;
+} ExchangeProfileA;
+
+typedef struct ExchangeProfileW {
+    BYTE bFlag;
+    WCHAR *pszDisplayName;
+} ExchangeProfileW;
+
+#pragma pack(pop)
+
+/* ---- Connection and session ---------------------------------------------------------------------------- */
+
+/*
+ * Ordinal 39. Creates a session and gives its handle, or 0. The first one starts the library's MAPI thread and
+ * waits for MAPI up to 5 s; it succeeds without MAPI too (ask OrlIsMAPIAvailable).
+ * bService: the host runs as a Windows service.
+ * S_OK; E_OUTOFMEMORY when there was no room for a session; E_FAIL after an exception.
+ */
+HRESULT ORLAPI OrlCreateConnection(DWORD *phConnection, BYTE bService);
+
+/*
+ * Ordinal 38. Ends the session and sets *phConnection to 0. The last one stops the MAPI thread and waits for it.
+ * Mailboxes must have been closed before. E_FAIL (and *phConnection as it was) for an unknown handle.
+ */
+HRESULT ORLAPI OrlCloseConnection(DWORD *phConnection);
+
+/* Ordinal 37. 1 if MAPI is initialised, else 0; 0 for an unknown handle. */
+BOOL ORLAPI OrlIsMAPIAvailable(DWORD hConnection);
+
+/* Ordinal 40. 1 if the session is logged on and holds its default store, else 0; 0 for an unknown handle. */
+BOOL ORLAPI OrlIsConnected(DWORD hConnection);
+
+/* Ordinal 41. Does nothing, at any time. */
+void ORLAPI OrlCrashRecovery(void);
+
+/*
+ * Ordinals 1 and 16. Logs on to MAPI and opens the default store. A session that was connected is disconnected
+ * first. With a profile name, that profile is used. With an empty one, a temporary profile is made from server
+ * and mailbox, used and deleted again; where that fails, the default profile is used.
+ */
+HRESULT ORLAPI OrlMapiConnectA(DWORD hConnection, LPCSTR szServer, LPCSTR szMailbox, LPCSTR szProfile);
+HRESULT ORLAPI OrlMapiConnectW(DWORD hConnection, LPCWSTR szServer, LPCWSTR szMailbox, LPCWSTR szProfile);
+
+/* Ordinal 2. Closes the default store and logs off. May be called any number of times. */
+HRESULT ORLAPI OrlMapiDisconnect(DWORD hConnection);
+
+/*
+ * Ordinals 3 and 17. Opens a user's mailbox by name. Note the order: the output comes before the name.
+ * 0x8001011F where MAPI is not initialised; the failure of the last OrlMapiConnect where it failed.
+ */
+HRESULT ORLAPI OrlMapiConnectToMailboxA(DWORD hConnection, OrlMailbox *phMailbox, LPCSTR szMailbox);
+HRESULT ORLAPI OrlMapiConnectToMailboxW(DWORD hConnection, OrlMailbox *phMailbox, LPCWSTR szMailbox);
+
+/* Ordinal 4. Closes a mailbox; 0 is allowed and does nothing. S_OK for every known connection. */
+HRESULT ORLAPI OrlMapiDisconnectFromMailbox(DWORD hConnection, OrlMailbox hMailbox);
+
+/*
+ * Ordinal 12. Gives back the table and bookmark that a listing left open. Either pointer may be null and either
+ * handle 0 or unknown; the caller's variables are not cleared.
+ */
+HRESULT ORLAPI OrlMapiReleaseHandle(DWORD hConnection, const DWORD *phContentsTable, const DWORD *phBookmark);
+
+/* Ordinal 6. Frees a result block; null is allowed. Needs no connection. Gives MAPIFreeBuffer's result. */
+HRESULT ORLAPI OrlMapiFreeBuffer(void *pBuffer);
+
+/* ---- Profiles and server name -------------------------------------------------------------------------- */
+
+/*
+ * Ordinals 33 and 34. Home server and user of a profile: of the session's own one when it is logged on (then
+ * szProfile serves only the comparison), else of the profile named. One result block.
+ */
+HRESULT ORLAPI OrlGetExchangeServerNameA(DWORD hConnection, ExchangeServerNameA **ppServerName, LPCSTR szProfile);
+HRESULT ORLAPI OrlGetExchangeServerNameW(DWORD hConnection, ExchangeServerNameW **ppServerName, LPCWSTR szProfile);
+
+/*
+ * Ordinals 35 and 36. All profiles of the account. *pcProfiles is set to 0 first. One result block; none, and
+ * *ppProfiles untouched, where there are no profiles.
+ */
+HRESULT ORLAPI OrlGetExchangeProfilesA(DWORD hConnection, ExchangeProfileA **ppProfiles, ULONG *pcProfiles);
+HRESULT ORLAPI OrlGetExchangeProfilesW(DWORD hConnection, ExchangeProfileW **ppProfiles, ULONG *pcProfiles);
+
+/* ---- Header listing ------------------------------------------------------------------------------------ */
+
+/*
+ * Ordinals 7 and 19. One page of the Inbox, oldest first.
+ *
+ * A listing always shows either read or unread messages (bRead), either high priority or not (bPriority), either
+ * unified-messaging voice mail or none of it (bUM), either faxes or none (bFax); messages of the class
+ * "IPM.Norvik.VoiceMessage" never.
+ *
+ * hMailbox          0 gives E_INVALIDARG.
+ * phContentsTable   in/out, not null. 0 begins a listing; the handle that the last page gave goes on with it, and
+ *                   then the filter flags of this call are ignored. Every call takes the pair of handles back and
+ *                   gives a new one. A page without rows ends the listing: table and bookmark are released, the
+ *                   variables keep their (now unknown) values. End a listing early with OrlMapiReleaseHandle.
+ * phOrigin          in/out, may be null: the bookmark after the last full page; 0 after a page that was not full.
+ * lRowCount         rows wanted; fewer may come.
+ * ppHeaders         one result block of *pcHeaders elements.
+ * pcHeaders         set to 0 before anything else.
+ * pulTotalRows      rows of the whole filtered table.
+ * bForward          exactly 1 reads forwards, any other value backwards (rows still come oldest first).
+ * bkAbsBkmark       ORL_BOOKMARK_BEGINNING and ORL_BOOKMARK_END move there first; any other value starts at the
+ *                   bookmark passed in phOrigin, or where the table stands.
+ * bWithAttachments  fill pAttachments too (one more open message a row); a fax listing always does.
+ * bSummary          learn the fax product's name from what is listed; with bFax, read and unread alike.
+ * apszFaxServers    names of fax servers for bFax with bSummary; null and empty ones are skipped.
+ */
+HRESULT ORLAPI OrlGetEmailHeadersA(DWORD hConnection, OrlMailbox hMailbox, DWORD *phContentsTable, DWORD *phOrigin,
+                                   LONG lRowCount, EmailHeaderA **ppHeaders, ULONG *pcHeaders, ULONG *pulTotalRows,
+                                   BYTE bRead, BYTE bForward, ULONG bkAbsBkmark, BYTE bWithAttachments, BYTE bPriority,
+                                   BYTE bFax, BYTE bSummary, const LPCSTR *apszFaxServers, ULONG cFaxServers, BYTE bUM);
+HRESULT ORLAPI OrlGetEmailHeadersW(DWORD hConnection, OrlMailbox hMailbox, DWORD *phContentsTable, DWORD *phOrigin,
+                                   LONG lRowCount, EmailHeaderW **ppHeaders, ULONG *pcHeaders, ULONG *pulTotalRows,
+                                   BYTE bRead, BYTE bForward, ULONG bkAbsBkmark, BYTE bWithAttachments, BYTE bPriority,
+                                   BYTE bFax, BYTE bSummary, const LPCWSTR *apszFaxServers, ULONG cFaxServers,
+                                   BYTE bUM);
+
+/* ---- One message --------------------------------------------------------------------------------------- */
+
+/*
+ * Ordinals 31 and 32. One message's header, one result block. cAttachments is 0 and pAttachments is left unset.
+ * Here ulMsgReceived does not fall back to offset.
+ */
+HRESULT ORLAPI OrlGetEmailHeaderA(DWORD hConnection, OrlMailbox hMailbox, ULONG cbEntryID, const BYTE *pEntryID,
+                                  EmailHeaderA **ppHeader);
+HRESULT ORLAPI OrlGetEmailHeaderW(DWORD hConnection, OrlMailbox hMailbox, ULONG cbEntryID, const BYTE *pEntryID,
+                                  EmailHeaderW **ppHeader);
+
+/* Ordinal 30. Three flags, each 0 or 1; on failure none is written. */
+HRESULT ORLAPI OrlGetEmailFlags(DWORD hConnection, OrlMailbox hMailbox, ULONG cbEntryID, const BYTE *pEntryID,
+                                BYTE *pbPrivate, BYTE *pbHighPriority, BYTE *pbRead);
+
+/* Ordinal 9. Marks a message read (bRead not 0) or unread. */
+HRESULT ORLAPI OrlSetEmailReadFlag(DWORD hConnection, OrlMailbox hMailbox, ULONG cbEntryID, const BYTE *pEntryID,
+                                   BYTE bRead);
+
+/* Ordinal 10. Moves a message to Deleted Items, where it has a new identifier. Nothing is deleted for good. */
+HRESULT ORLAPI OrlDeleteEmail(DWORD hConnection, OrlMailbox hMailbox, ULONG cbEntryID, const BYTE *pEntryID);
+
+/* ---- Download ------------------------------------------------------------------------------------------ */
+
+/* Ordinals 8 and 20. Body and subject, one result block; what is missing is empty text. At most 64 KiB a text. */
+HRESULT ORLAPI OrlDownloadEmailA(DWORD hConnection, OrlMailbox hMailbox, ULONG cbEntryID, const BYTE *pEntryID,
+                                 EmailTextA **ppText);
+HRESULT ORLAPI OrlDownloadEmailW(DWORD hConnection, OrlMailbox hMailbox, ULONG cbEntryID, const BYTE *pEntryID,
+                                 EmailTextW **ppText);
+
+/*
+ * Ordinals 25 and 26. Saves a recording to szFile, which is overwritten. Only attachments whose MIME tag is
+ * "audio/wav", "audio/x-ms-wma" or empty are saved: PCM WAVE byte for byte, GSM 6.10 and Windows Media through
+ * their codec modules (KRNBRANE.vcl, KRN_WMA.vcl beside the library). E_FAIL, and no file, for anything else.
+ */
+HRESULT ORLAPI OrlDownloadAttachmentA(DWORD hConnection, OrlMailbox hMailbox, ULONG cbEntryID, const BYTE *pEntryID,
+                                      ULONG ulAttachNum, LPCSTR szFile);
+HRESULT ORLAPI OrlDownloadAttachmentW(DWORD hConnection, OrlMailbox hMailbox, ULONG cbEntryID, const BYTE *pEntryID,
+                                      ULONG ulAttachNum, LPCWSTR szFile);
+
+/* ---- Error text ---------------------------------------------------------------------------------------- */
+
+/*
+ * Ordinals 42 and 43. The symbolic name of a result, such as "MAPI_E_NOT_FOUND"; empty text for S_OK and for a
+ * code that has no name. hConnection is ignored. cchBuffer counts characters with the terminator; a buffer too
+ * small is the caller's error: it is left empty (64 characters are always enough).
+ */
+void ORLAPI OrlGetErrorTextA(DWORD hConnection, HRESULT hr, char *pszBuffer, ULONG cchBuffer);
+void ORLAPI OrlGetErrorTextW(DWORD hConnection, HRESULT hr, WCHAR *pszBuffer, ULONG cchBuffer);
+
+/* ---- Function types, for hosts that load the library at run time ----------------------------------------- */
+
+typedef HRESULT(ORLAPI *PFN_OrlCreateConnection)(DWORD *, BYTE);
+typedef HRESULT(ORLAPI *PFN_OrlCloseConnection)(DWORD *);
+typedef BOOL(ORLAPI *PFN_OrlIsMAPIAvailable)(DWORD);
+typedef BOOL(ORLAPI *PFN_OrlIsConnected)(DWORD);
+typedef void(ORLAPI *PFN_OrlCrashRecovery)(void);
+typedef HRESULT(ORLAPI *PFN_OrlMapiConnectA)(DWORD, LPCSTR, LPCSTR, LPCSTR);
+typedef HRESULT(ORLAPI *PFN_OrlMapiConnectW)(DWORD, LPCWSTR, LPCWSTR, LPCWSTR);
+typedef HRESULT(ORLAPI *PFN_OrlMapiDisconnect)(DWORD);
+typedef HRESULT(ORLAPI *PFN_OrlMapiConnectToMailboxA)(DWORD, OrlMailbox *, LPCSTR);
+typedef HRESULT(ORLAPI *PFN_OrlMapiConnectToMailboxW)(DWORD, OrlMailbox *, LPCWSTR);
+typedef HRESULT(ORLAPI *PFN_OrlMapiDisconnectFromMailbox)(DWORD, OrlMailbox);
+typedef HRESULT(ORLAPI *PFN_OrlMapiReleaseHandle)(DWORD, const DWORD *, const DWORD *);
+typedef HRESULT(ORLAPI *PFN_OrlMapiFreeBuffer)(void *);
+typedef HRESULT(ORLAPI *PFN_OrlGetExchangeServerNameA)(DWORD, ExchangeServerNameA **, LPCSTR);
+typedef HRESULT(ORLAPI *PFN_OrlGetExchangeServerNameW)(DWORD, ExchangeServerNameW **, LPCWSTR);
+typedef HRESULT(ORLAPI *PFN_OrlGetExchangeProfilesA)(DWORD, ExchangeProfileA **, ULONG *);
+typedef HRESULT(ORLAPI *PFN_OrlGetExchangeProfilesW)(DWORD, ExchangeProfileW **, ULONG *);
+typedef HRESULT(ORLAPI *PFN_OrlGetEmailHeadersA)(DWORD, OrlMailbox, DWORD *, DWORD *, LONG, EmailHeaderA **, ULONG *,
+                                                 ULONG *, BYTE, BYTE, ULONG, BYTE, BYTE, BYTE, BYTE, const LPCSTR *,
+                                                 ULONG, BYTE);
+typedef HRESULT(ORLAPI *PFN_OrlGetEmailHeadersW)(DWORD, OrlMailbox, DWORD *, DWORD *, LONG, EmailHeaderW **, ULONG *,
+                                                 ULONG *, BYTE, BYTE, ULONG, BYTE, BYTE, BYTE, BYTE, const LPCWSTR *,
+                                                 ULONG, BYTE);
+typedef HRESULT(ORLAPI *PFN_OrlGetEmailHeaderA)(DWORD, OrlMailbox, ULONG, const BYTE *, EmailHeaderA **);
+typedef HRESULT(ORLAPI *PFN_OrlGetEmailHeaderW)(DWORD, OrlMailbox, ULONG, const BYTE *, EmailHeaderW **);
+typedef HRESULT(ORLAPI *PFN_OrlGetEmailFlags)(DWORD, OrlMailbox, ULONG, const BYTE *, BYTE *, BYTE *, BYTE *);
+typedef HRESULT(ORLAPI *PFN_OrlSetEmailReadFlag)(DWORD, OrlMailbox, ULONG, const BYTE *, BYTE);
+typedef HRESULT(ORLAPI *PFN_OrlDeleteEmail)(DWORD, OrlMailbox, ULONG, const BYTE *);
+typedef HRESULT(ORLAPI *PFN_OrlDownloadEmailA)(DWORD, OrlMailbox, ULONG, const BYTE *, EmailTextA **);
+typedef HRESULT(ORLAPI *PFN_OrlDownloadEmailW)(DWORD, OrlMailbox, ULONG, const BYTE *, EmailTextW **);
+typedef HRESULT(ORLAPI *PFN_OrlDownloadAttachmentA)(DWORD, OrlMailbox, ULONG, const BYTE *, ULONG, LPCSTR);
+typedef HRESULT(ORLAPI *PFN_OrlDownloadAttachmentW)(DWORD, OrlMailbox, ULONG, const BYTE *, ULONG, LPCWSTR);
+typedef void(ORLAPI *PFN_OrlGetErrorTextA)(DWORD, HRESULT, char *, ULONG);
+typedef void(ORLAPI *PFN_OrlGetErrorTextW)(DWORD, HRESULT, WCHAR *, ULONG);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,54 @@
+// Status codes, with their published values.
+#pragma once
+
+#define SUCCEEDED(hr) ((HRESULT)(hr) >= 0)
+#define FAILED(hr) ((HRESULT)(hr) < 0)
+#define HRESULT_CODE(hr) ((hr)&0xFFFF)
+#define HRESULT_FACILITY(hr) (((hr) >> 16) & 0x1FFF)
+#define SEVERITY_SUCCESS 0
+#define SEVERITY_ERROR 1
+#define FACILITY_ITF 4
+#define FACILITY_WIN32 7
+#define MAKE_HRESULT(sev, fac, code) ((HRESULT)(((ULONG)(sev) << 31) | ((ULONG)(fac) << 16) | ((ULONG)(code))))
+#define MAKE_SCODE(sev, fac, code) ((SCODE)MAKE_HRESULT(sev, fac, code))
+#define GetScode(hr) ((SCODE)(hr))
+#define ResultFromScode(sc) ((HRESULT)(sc))
+#define HRESULT_FROM_WIN32(code)                                                                                       \
+    ((HRESULT)(code) <= 0 ? (HRESULT)(code) : (HRESULT)(((code)&0x0000FFFF) | (FACILITY_WIN32 << 16) | 0x80000000))
+
+#define S_OK ((HRESULT)0)
+#define S_FALSE ((HRESULT)1)
+#define E_NOTIMPL ((HRESULT)0x80004001)
+#define E_NOINTERFACE ((HRESULT)0x80004002)
+#define E_POINTER ((HRESULT)0x80004003)
+#define E_ABORT ((HRESULT)0x80004004)
+#define E_FAIL ((HRESULT)0x80004005)
+#define E_UNEXPECTED ((HRESULT)0x8000FFFF)
+#define E_ACCESSDENIED ((HRESULT)0x80070005)
+#define E_OUTOFMEMORY ((HRESULT)0x8007000E)
+#define E_INVALIDARG ((HRESULT)0x80070057)
+
+#define STG_E_INVALIDFUNCTION ((HRESULT)0x80030001)
+#define STG_E_FILENOTFOUND ((HRESULT)0x80030002)
+#define STG_E_PATHNOTFOUND ((HRESULT)0x80030003)
+#define STG_E_ACCESSDENIED ((HRESULT)0x80030005)
+#define STG_E_INSUFFICIENTMEMORY ((HRESULT)0x80030008)
+#define STG_E_INVALIDPOINTER ((HRESULT)0x80030009)
+#define STG_E_SEEKERROR ((HRESULT)0x80030019)
+#define STG_E_WRITEFAULT ((HRESULT)0x8003001D)
+#define STG_E_READFAULT ((HRESULT)0x8003001E)
+#define STG_E_INVALIDPARAMETER ((HRESULT)0x80030057)
+#define STG_E_MEDIUMFULL ((HRESULT)0x80030070)
+#define STG_E_REVERTED ((HRESULT)0x80030102)
+
+#define ERROR_SUCCESS 0
+#define ERROR_FILE_NOT_FOUND 2
+#define ERROR_PATH_NOT_FOUND 3
+#define ERROR_ACCESS_DENIED 5
+#define ERROR_INVALID_HANDLE 6
+#define ERROR_INVALID_PARAMETER 87
+#define ERROR_INSUFFICIENT_BUFFER 122
+#define ERROR_MOD_NOT_FOUND 126
+#define ERROR_PROC_NOT_FOUND 127
+#define ERROR_MORE_DATA 234
+#define ERROR_NO_UNICODE_TRANSLATION 1113

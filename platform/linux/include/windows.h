@@ -102,6 +102,8 @@ typedef struct _FILETIME {
     DWORD dwHighDateTime;
 } FILETIME, *LPFILETIME;
 
+// The library's public header, when it came first, has declared it.
+#ifndef ORLMAPI32_H
 typedef struct _SYSTEMTIME {
     WORD wYear;
     WORD wMonth;
@@ -111,7 +113,9 @@ typedef struct _SYSTEMTIME {
     WORD wMinute;
     WORD wSecond;
     WORD wMilliseconds;
-} SYSTEMTIME, *LPSYSTEMTIME;
+} SYSTEMTIME;
+#endif
+using LPSYSTEMTIME = SYSTEMTIME *;
 
 typedef struct _GUID {
     std::uint32_t Data1;

@@ -1,5 +1,6 @@
 // Structured storage and streams, in the slot order of the published interfaces.
 #pragma once
+#include <windows.h>
 
 #define STGM_READ 0x00000000
 #define STGM_WRITE 0x00000001

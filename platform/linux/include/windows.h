@@ -4,6 +4,7 @@
 #pragma once
 #define _WINDOWS_
 
+#include <cstdarg>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -175,5 +176,28 @@ using LPUNKNOWN = IUnknown *;
 struct IMalloc;
 using LPMALLOC = IMalloc *;
 
-#include "objidl.h"
+using DOUBLE = double;
+using FLOAT = float;
+
+// Only ever passed as a null pointer: objects are not inherited by other programs here.
+struct SECURITY_ATTRIBUTES;
+using LPSECURITY_ATTRIBUTES = SECURITY_ATTRIBUTES *;
+
+// clang-format off
 #include "winerror.h"
+#include "objidl.h"
+#include "crt.h"
+#include "errhandlingapi.h"
+#include "handleapi.h"
+#include "synchapi.h"
+#include "processthreadsapi.h"
+#include "debugapi.h"
+#include "libloaderapi.h"
+#include "sysinfoapi.h"
+#include "timezoneapi.h"
+#include "datetimeapi.h"
+#include "winnls.h"
+#include "winbase.h"
+#include "winuser.h"
+#include "winreg.h"
+// clang-format on

@@ -1,0 +1,8 @@
+// For tests only: what the platform layer holds at the moment. Linux only.
+#pragma once
+#include <cstddef>
+
+// Handles of events, mutexes and threads that are open.
+std::size_t PlatformLiveHandles();
+// Threads started by _beginthread and _beginthreadex that have not ended.
+std::size_t PlatformLiveThreads();

@@ -8,8 +8,8 @@ function(project_target target)
         CXX_EXTENSIONS OFF C_STANDARD 11 POSITION_INDEPENDENT_CODE ON
         C_VISIBILITY_PRESET hidden CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
     if(WIN32)
-        # COM interfaces have no virtual destructor by design; would flag the SDK's own.
-        target_compile_options(${target} PRIVATE -Wno-non-virtual-dtor -Wno-cast-function-type)
+        # GetProcAddress gives one function type for all.
+        target_compile_options(${target} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:-Wno-cast-function-type>)
         target_compile_definitions(${target} PRIVATE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0601 WINVER=0x0601)
         if(CMAKE_SIZEOF_VOID_P EQUAL 4)
             target_compile_options(${target} PRIVATE -mstackrealign)

@@ -5,11 +5,16 @@
 #include "common/Owners.h"
 #include "common/tstring.h"
 #include "messages/Header.h"
+#include <atomic>
 #include <map>
+#include <memory>
+#include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 class SessionGuard;
+class SessionReferences;
 
 struct Profile {
     BYTE bFlag = 0;
@@ -31,17 +36,18 @@ struct DownloadedText {
 class CMAPIImpl
 {
   public:
+    // Has one reference, the creator's, and counts as a user of the MAPI thread while it lives.
     explicit CMAPIImpl(bool fService);
     CMAPIImpl(const CMAPIImpl &) = delete;
     CMAPIImpl &operator=(const CMAPIImpl &) = delete;
-    LONG AddRef();
-    LONG Release();
+    void AddRef();
+    // The last one destroys the session.
+    void Release();
 
     // Process-wide start and stop of the MAPI thread; counted.
     static void Initialise(bool fService);
     static void Uninitialise();
     static bool IsMapiInitialised();
-    static bool IsService();
 
     // The registry of connections; every function may be called by any thread.
     static DWORD Allocate(bool fService);
@@ -64,13 +70,14 @@ class CMAPIImpl
     HRESULT GetAvailableProfiles(std::vector<Profile> &profiles);
     HRESULT GetExchangeServerName(tstring &strServer, const tstring &szProfile, tstring &strUser, bool &bMatched);
 
-    // Mailboxes.
+    // Mailboxes. The store given out is the caller's until Logoff.
     HRESULT Logon(const tstring &szMailbox, IMsgStore **ppMailboxMDB);
     HRESULT Logoff(IMsgStore *pMailboxMDB);
 
-    // The address book.
+    // The address book. The list is the caller's whenever one is given, also with a failure.
     HRESULT CreateAddressList(LPADRLIST *ppAddressList, const char *szRecipientList);
     HRESULT ObtainMailboxName(const tstring &szMailbox, MailboxIdentity &identity);
+    // S_FALSE where the walk of the global address list found no Exchange entry.
     HRESULT FindAddressBookEntry(const tstring &szMailbox, MailboxIdentity &identity);
 
     // Listing.
@@ -93,15 +100,68 @@ class CMAPIImpl
     HRESULT HrProcessAttachment(IMessage *pmsg, ULONG ulAttachNum, Attachment &attachment);
     HRESULT DownloadAttachment(IMsgStore *pIMsgStore, ULONG cbEntryID, const BYTE *lpEntryID, ULONG ulAttachNum,
                                const tstring &szFilename);
+    HRESULT HrStreamInAttachment(IMessage *pmsg, ULONG ulAttachNum, const tstring &szFilename);
 
     // The open-object counter, a leak diagnostic.
     std::atomic<LONG> &OpenObjects() { return m_lOpenObjects; }
 
-    // Guards the registries of all sessions.
+    // Guards the registries of all sessions, and start and stop of the MAPI thread.
     static CriticalSection m_CS;
 
   private:
     virtual ~CMAPIImpl();
 
+    static void MAPIMessagePump();
+    HRESULT OpenDefaultStore(IMAPISession *pSession, ComPtr<IMsgStore> &store);
+    HRESULT OpenMailbox(const tstring &szMailbox, const MailboxIdentity &identity, IMsgStore **ppMailboxMDB);
+
+    // What Connect leaves behind, shared by all threads that work on the session. Work starts from references and
+    // copies taken under the lock, so that a Disconnect on another thread ends nothing under its feet.
+    ComPtr<IMAPISession> MapiSession() const;
+    ComPtr<IMsgStore> DefaultStore() const;
+    tstring Text(const tstring &member) const;
+    void SetText(tstring &member, const tstring &text);
+    // The failure of work that needs a MAPI session where there is none: Connect's own, or E_FAIL.
+    HRESULT NotConnected() const;
+    tstring FaxCreatorName() const { return Text(m_strFaxCreatorName); }
+    void SetFaxCreatorName(const tstring &name) { SetText(m_strFaxCreatorName, name); }
+
+    const std::shared_ptr<SessionReferences> m_references;
+    mutable std::mutex m_stateLock;
+    tstring m_strFaxCreatorName; // learned by summary listings; the last writer wins
+    tstring m_strProfile;
+    tstring m_strServer;
+    tstring m_strDefaultMailbox;
+    HRESULT m_hrLast = E_FAIL;
+    ComPtr<IMsgStore> m_lpMDB;
+    ComPtr<IMAPISession> m_lpSession;
     std::atomic<LONG> m_lOpenObjects{0};
+    std::map<DWORD, IMAPITable *> m_contentsTables;
+    std::map<DWORD, BOOKMARK> m_bookmarks;
+};
+
+// Keeps a session alive for a scope, or holds nothing.
+class SessionGuard
+{
+  public:
+    SessionGuard() = default;
+    // Takes over a reference that has been counted.
+    explicit SessionGuard(CMAPIImpl *counted) noexcept : m_pSession(counted) {}
+    SessionGuard(SessionGuard &&other) noexcept : m_pSession(std::exchange(other.m_pSession, nullptr)) {}
+    SessionGuard &operator=(SessionGuard &&other) noexcept
+    {
+        std::swap(m_pSession, other.m_pSession);
+        return *this;
+    }
+    ~SessionGuard()
+    {
+        if (m_pSession)
+            m_pSession->Release();
+    }
+    explicit operator bool() const noexcept { return m_pSession != nullptr; }
+    CMAPIImpl &operator*() const noexcept { return *m_pSession; }
+    CMAPIImpl *operator->() const noexcept { return m_pSession; }
+
+  private:
+    CMAPIImpl *m_pSession = nullptr;
 };

@@ -1,0 +1,45 @@
+// The two flavours of text at the boundary. An A export and its W twin are one template over a flavour: its characters,
+// its records, how an argument comes in and how a result goes out.
+#pragma once
+#include "OrlMapi32.h"
+#include "common/tstring.h"
+#include <algorithm>
+#include <cstring>
+
+struct Narrow {
+    using Char = char;
+    using EmailHeader = EmailHeaderA;
+    using AttachmentInfo = AttachmentInfoA;
+    using EmailText = EmailTextA;
+    using ExchangeServerName = ExchangeServerNameA;
+    using ExchangeProfile = ExchangeProfileA;
+
+    // A null or unreadable argument is reported and empty.
+    static tstring In(const char *text) { return tstring(text); }
+    static ULONG OutBytes(const tstring &text) { return static_cast<ULONG>(text.size() + 1); }
+    // `target` has OutBytes(text) bytes.
+    static void Out(char *target, const tstring &text) { std::memcpy(target, text.c_str(), text.size() + 1); }
+};
+
+// Arguments are converted to the ANSI code page; results are read as UTF-8, and as ANSI text where they are not valid
+// UTF-8. The difference is deliberate.
+struct Wide {
+    using Char = WCHAR;
+    using EmailHeader = EmailHeaderW;
+    using AttachmentInfo = AttachmentInfoW;
+    using EmailText = EmailTextW;
+    using ExchangeServerName = ExchangeServerNameW;
+    using ExchangeProfile = ExchangeProfileW;
+
+    static tstring In(const WCHAR *text) { return tstring(text); }
+    // Enough for any encoding: no narrow byte gives more than one UTF-16 unit.
+    static ULONG OutBytes(const tstring &text) { return static_cast<ULONG>(text.size() * 2 + 2); }
+    static void Out(WCHAR *target, const tstring &text)
+    {
+        wtext wide;
+        text.ToWide(wide, 65001);
+        const std::size_t length = std::min(wide.size(), text.size());
+        std::memcpy(target, wide.data(), length * sizeof(WCHAR));
+        target[length] = 0;
+    }
+};

@@ -1,0 +1,105 @@
+#include "Helpers.h"
+
+#include "ComObject.h"
+#include "ErrorText.h"
+#include "Memory.h"
+
+#include <limits>
+#include <vector>
+
+namespace localmapi
+{
+
+namespace
+{
+
+// How many rows are asked for in one call.
+constexpr LONG kPage = 500;
+
+struct FreeRowsOnExit {
+    SRowSet *rows = nullptr;
+    ~FreeRowsOnExit() { FreeRows(rows); }
+};
+
+// Takes the rows out of a page that a table gave.
+void MoveRows(SRowSet &page, std::vector<Block<SPropValue>> &values, std::vector<ULONG> &counts)
+{
+    for (ULONG i = 0; i < page.cRows; ++i) {
+        counts.reserve(counts.size() + 1);
+        values.emplace_back(page.aRow[i].lpProps);
+        counts.push_back(page.aRow[i].cValues);
+        page.aRow[i].lpProps = nullptr;
+    }
+}
+
+} // namespace
+
+HRESULT QueryAllRows(IMAPITable *table, SPropTagArray *columns, SRestriction *restriction, SSortOrderSet *sort,
+                     LONG maximum, SRowSet **rows) noexcept
+{
+    return Guarded([&]() -> HRESULT {
+        if (rows)
+            *rows = nullptr;
+        Require(table != nullptr && rows != nullptr && maximum >= 0, "HrQueryAllRows");
+        HRESULT hr = S_OK;
+        if (columns && FAILED(hr = table->SetColumns(columns, TBL_BATCH)))
+            return hr;
+        if (restriction && FAILED(hr = table->Restrict(restriction, TBL_BATCH)))
+            return hr;
+        if (sort && FAILED(hr = table->SortTable(sort, TBL_BATCH)))
+            return hr;
+        if (FAILED(hr = table->SeekRow(BOOKMARK_BEGINNING, 0, nullptr)))
+            return hr;
+        std::vector<Block<SPropValue>> values;
+        std::vector<ULONG> counts;
+        for (;;) {
+            FreeRowsOnExit page;
+            if (FAILED(hr = table->QueryRows(kPage, 0, &page.rows)))
+                return hr;
+            if (!page.rows || page.rows->cRows == 0)
+                break;
+            if (maximum != 0 && values.size() + page.rows->cRows > static_cast<std::size_t>(maximum))
+                return MAPI_E_TABLE_TOO_BIG;
+            MoveRows(*page.rows, values, counts);
+        }
+        RowSetBuilder all(values.size());
+        for (std::size_t i = 0; i < values.size(); ++i)
+            all.Add(std::move(values[i]), counts[i]);
+        *rows = all.Release();
+        return S_OK;
+    });
+}
+
+HRESULT GetOneProp(IMAPIProp *object, ULONG tag, SPropValue **value) noexcept
+{
+    return Guarded([&]() -> HRESULT {
+        if (value)
+            *value = nullptr;
+        Require(object != nullptr && value != nullptr, "HrGetOneProp");
+        SPropTagArray tags = {1, {tag}};
+        ULONG count = 0;
+        Block<SPropValue> values;
+        const HRESULT hr = object->GetProps(&tags, 0, &count, values.put());
+        if (FAILED(hr))
+            return hr;
+        if (!values || count != 1)
+            return MAPI_E_NOT_FOUND;
+        if (PROP_TYPE(values->ulPropTag) == PT_ERROR)
+            return values->Value.err;
+        *value = values.release();
+        return S_OK;
+    });
+}
+
+SPropValue *FindProp(SPropValue *values, ULONG count, ULONG tag) noexcept
+{
+    if (!values || PROP_TYPE(tag) == PT_ERROR)
+        return nullptr;
+    const bool anyType = PROP_TYPE(tag) == PT_UNSPECIFIED;
+    for (ULONG i = 0; i < count; ++i)
+        if (values[i].ulPropTag == tag || (anyType && PROP_ID(values[i].ulPropTag) == PROP_ID(tag)))
+            return &values[i];
+    return nullptr;
+}
+
+} // namespace localmapi

@@ -1,0 +1,235 @@
+#include "Compose.h"
+#include "Tags.h"
+#include "localmapi/storage/filter.h"
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <fstream>
+#include <random>
+#include <system_error>
+
+namespace localmapi::delivery
+{
+
+using storage::PropertyBag;
+
+namespace
+{
+
+constexpr std::int32_t kImportanceNormal = 1, kImportanceHigh = 2;
+constexpr std::int32_t kPriorityNormal = 0, kPriorityUrgent = 1;
+constexpr std::int32_t kSensitivityNone = 0, kSensitivityPrivate = 2;
+constexpr std::int32_t kToRecipient = 1;
+constexpr std::int32_t kObjectMailUser = 6;
+
+std::string upper(std::string text)
+{
+    for (char &c : text)
+        if (c >= 'a' && c <= 'z')
+            c = static_cast<char>(c - 'a' + 'A');
+    return text;
+}
+
+// A search key is the address type and the address in capitals, with the terminating zero.
+storage::Bytes searchKey(const std::string &type, const std::string &address)
+{
+    const std::string key = upper(type + ":" + address);
+    storage::Bytes bytes(key.begin(), key.end());
+    bytes.push_back(0);
+    return bytes;
+}
+
+storage::Bytes uniqueKey()
+{
+    static thread_local std::mt19937_64 random{std::random_device{}()};
+    storage::Bytes key(16);
+    for (std::uint8_t &byte : key)
+        byte = static_cast<std::uint8_t>(random());
+    return key;
+}
+
+void setSender(PropertyBag &bag, const Sender &from)
+{
+    bag.set(kSenderName, from.name);
+    bag.set(kRepresentedName, from.name);
+    if (from.addressType.empty())
+        return;
+    for (const auto &[type, address, key] :
+         {std::array{kSenderAddressType, kSenderAddress, kSenderSearchKey},
+          std::array{kRepresentedAddressType, kRepresentedAddress, kRepresentedSearchKey}}) {
+        bag.set(type, from.addressType);
+        bag.set(address, from.address);
+        bag.set(key, searchKey(from.addressType, from.address));
+    }
+}
+
+storage::MessageChanges delivered(const std::string &messageClass, const Sender &from, const std::string &subject,
+                                  const std::string &body, const Traits &traits, const storage::User &to,
+                                  std::int64_t time)
+{
+    storage::MessageChanges message;
+    PropertyBag &bag = message.properties.set;
+    bag.set(storage::kMessageClass, messageClass);
+    bag.set(storage::kImportance, traits.urgent ? kImportanceHigh : kImportanceNormal);
+    bag.set(kPriority, traits.urgent ? kPriorityUrgent : kPriorityNormal);
+    bag.set(kSensitivity, traits.isPrivate ? kSensitivityPrivate : kSensitivityNone);
+    bag.set(storage::kMessageFlags, std::int32_t{0});
+    bag.set(kSubject, subject);
+    bag.set(kNormalizedSubject, subject);
+    bag.set(kConversationTopic, subject);
+    bag.set(kBody, body);
+    bag.set(kSearchKey, uniqueKey());
+    bag.set(kMessageToMe, true);
+    bag.set(storage::kClientSubmitTime, time);
+    bag.set(storage::kMessageDeliveryTime, time);
+    setSender(bag, from);
+    for (const auto &[name, type, address] :
+         {std::array{kReceivedByName, kReceivedByAddressType, kReceivedByAddress},
+          std::array{kReceivedForName, kReceivedForAddressType, kReceivedForAddress}}) {
+        bag.set(name, to.name);
+        bag.set(type, std::string("EX"));
+        bag.set(address, to.dn);
+    }
+
+    PropertyBag recipient;
+    recipient.set(kRecipientType, kToRecipient);
+    recipient.set(kResponsibility, true);
+    recipient.set(storage::makeTag(0x0FFE, storage::Type::Int32), kObjectMailUser);
+    recipient.set(storage::makeTag(0x3900, storage::Type::Int32), std::int32_t{0}); // shown as a mail user
+    recipient.set(storage::kDisplayName, to.name);
+    recipient.set(storage::kAddressType, std::string("EX"));
+    recipient.set(storage::kEmailAddress, to.dn);
+    recipient.set(storage::kSmtpAddress, to.smtp);
+    message.recipients.emplace({std::move(recipient)});
+    return message;
+}
+
+// "message one.wave" becomes "messag~1.wav": at most 8 and 3 characters; multi-byte characters are never cut.
+std::string shortName(const std::string &name)
+{
+    const auto cut = [](const std::string &text, std::size_t bytes) {
+        if (text.size() <= bytes)
+            return text;
+        while (bytes > 0 && (static_cast<unsigned char>(text[bytes]) & 0xC0) == 0x80)
+            --bytes;
+        return text.substr(0, bytes);
+    };
+    const std::size_t dot = name.rfind('.');
+    const bool hasExtension = dot != std::string::npos && dot > 0;
+    std::string base = hasExtension ? name.substr(0, dot) : name;
+    const std::string extension = hasExtension ? name.substr(dot + 1) : std::string();
+    std::erase(base, ' ');
+    if (base.size() > 8)
+        base = cut(base, 6) + "~1";
+    return extension.empty() ? base : base + "." + cut(extension, 3);
+}
+
+std::string utf8Of(const std::filesystem::path &path)
+{
+    const std::u8string text = path.u8string();
+    return {text.begin(), text.end()};
+}
+
+} // namespace
+
+std::int64_t now()
+{
+    // From 1601 to 1970 in 100 ns.
+    constexpr std::int64_t kEpochs = 116444736000000000;
+    using Ticks = std::chrono::duration<std::int64_t, std::ratio<1, 10000000>>;
+    return kEpochs + std::chrono::duration_cast<Ticks>(std::chrono::system_clock::now().time_since_epoch()).count();
+}
+
+std::optional<Sender> senderNamed(const storage::Site &site, const std::string &text)
+{
+    const storage::Directory directory(site);
+    std::optional<storage::User> user = directory.userByAlias(text);
+    if (!user)
+        user = directory.userBySmtp(text);
+    if (!user)
+        user = directory.userByDn(text);
+    if (!user) {
+        for (const storage::User &candidate : directory.users())
+            if (storage::foldText(candidate.name, true, false) == storage::foldText(text, true, false))
+                user = candidate;
+    }
+    if (user)
+        return Sender{user->name, "EX", user->dn};
+    for (const storage::Contact &contact : directory.contacts())
+        if (contact.smtp == text)
+            return Sender{contact.name, "SMTP", contact.smtp};
+    const std::size_t at = text.find('@');
+    if (at != std::string::npos && at > 0 && at + 1 < text.size())
+        return Sender{text, "SMTP", text};
+    return std::nullopt;
+}
+
+storage::MessageChanges compose(const Voicemail &voicemail, const storage::User &to, std::int64_t time)
+{
+    std::string caller = voicemail.name.empty() ? voicemail.number : voicemail.name;
+    if (!voicemail.name.empty() && !voicemail.number.empty())
+        caller += " (" + voicemail.number + ")";
+    const std::string length = std::to_string(voicemail.seconds) + (voicemail.seconds == 1 ? " second" : " seconds");
+    const std::string subject = !voicemail.subject.empty() ? voicemail.subject
+                                : caller.empty()           ? "Voice Mail (" + length + ")"
+                                                           : "Voice Mail from " + caller + " (" + length + ")";
+    const std::string body =
+        "You received a voice mail" + (caller.empty() ? std::string() : " from " + caller) + ".\r\n";
+    storage::MessageChanges message =
+        delivered("IPM.Note.Microsoft.Voicemail.UM", voicemail.from, subject, body, voicemail.traits, to, time);
+    PropertyBag &bag = message.properties.set;
+    bag.set(kVoiceSeconds, voicemail.seconds);
+    bag.set(kVoiceNumber, voicemail.number);
+    bag.set(kVoiceName, voicemail.name);
+    bag.set(kVoiceOffset, std::int32_t{0});
+    // Seconds since 1970, as a voicemail server counts them.
+    bag.set(kVoiceReceived, static_cast<std::int32_t>((time - 116444736000000000) / 10000000));
+    return message;
+}
+
+storage::MessageChanges compose(const Mail &mail, const storage::User &to, std::int64_t time)
+{
+    storage::MessageChanges message = delivered("IPM.Note", mail.from, mail.subject, mail.body, mail.traits, to, time);
+    message.properties.set.set(kCreatorName, mail.creator.empty() ? mail.from.name : mail.creator);
+    return message;
+}
+
+void attach(storage::MessageChanges &message, const std::filesystem::path &path, const std::string &mimeTag)
+{
+    std::ifstream file(path, std::ios::binary);
+    if (!file || std::filesystem::is_directory(path))
+        throw std::system_error(errno ? errno : EIO, std::generic_category(), "opening it");
+    auto data = std::make_shared<storage::Spool>();
+    std::vector<char> piece(64 * 1024);
+    std::uint64_t at = 0;
+    while (file.read(piece.data(), static_cast<std::streamsize>(piece.size())) || file.gcount() > 0) {
+        data->write(at, piece.data(), static_cast<std::size_t>(file.gcount()));
+        at += static_cast<std::uint64_t>(file.gcount());
+    }
+    if (file.bad())
+        throw std::system_error(errno ? errno : EIO, std::generic_category(), "reading it");
+
+    const std::string name = utf8Of(path.filename());
+    storage::AttachmentChanges attachment;
+    attachment.number = static_cast<std::int32_t>(message.attachments.size());
+    PropertyBag &bag = attachment.properties.set;
+    bag.set(kAttachMethod, std::int32_t{1}); // by value
+    bag.set(kAttachFilename, shortName(name));
+    bag.set(kAttachLongFilename, name);
+    bag.set(storage::kDisplayName, name);
+    if (path.has_extension())
+        bag.set(kAttachExtension, utf8Of(path.extension()));
+    if (!mimeTag.empty())
+        bag.set(kAttachMimeTag, mimeTag);
+    bag.set(kRenderingPosition, std::int32_t{-1});
+    bag.set(kAttachData, storage::SpoolPtr(std::move(data)));
+    message.attachments.push_back(std::move(attachment));
+
+    // The order in which recordings are to be played, by name.
+    const std::string *order = message.properties.set.get<std::string>(kVoiceAttachmentOrder);
+    if (message.properties.set.find(kVoiceSeconds))
+        message.properties.set.set(kVoiceAttachmentOrder, order ? *order + ";" + name : name);
+}
+
+} // namespace localmapi::delivery

@@ -61,6 +61,13 @@ inline void FreeAddressList(ADRLIST *list)
 
 template <class T> using ComPtr = Owner<T, ReleaseObject<T>>;
 template <class T> using MapiBuffer = Owner<T, FreeMapiBuffer<T>>;
+// Another reference to an object, or nothing.
+template <class T> ComPtr<T> Share(T *object)
+{
+    if (object)
+        object->AddRef();
+    return ComPtr<T>(object);
+}
 using RowSet = Owner<SRowSet, FreeRowSet>;
 using AddressList = Owner<ADRLIST, FreeAddressList>;
 
@@ -95,6 +102,13 @@ class ScopedCount
     }
     // What is counted outlives this scope.
     void Keep() noexcept { m_counter = nullptr; }
+    // Takes over what an earlier scope counted and kept.
+    static ScopedCount Adopt(std::atomic<LONG> &counter) noexcept
+    {
+        ScopedCount adopted;
+        adopted.m_counter = &counter;
+        return adopted;
+    }
 
   private:
     std::atomic<LONG> *m_counter = nullptr;

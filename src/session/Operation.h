@@ -42,10 +42,14 @@ class Operation
     // "%s[%d]: At entry, counter=[%ld]".
     void ShowCounter(const std::atomic<LONG> &counter, At entry, At exit)
     {
+        ShowCounterAtExit(counter, exit);
+        WriteCounter(entry.nLine, entry.szText);
+    }
+    void ShowCounterAtExit(const std::atomic<LONG> &counter, At exit)
+    {
         m_pCounter = &counter;
         m_szExit = exit.szText;
         m_nExitLine = exit.nLine;
-        WriteCounter(entry.nLine, entry.szText);
     }
 
     // A line "<function>[<line>]: <text>" about what the operation decided, about each thing that it sees, or about

@@ -1,0 +1,48 @@
+#include "support/Props.h"
+#include "support/Memory.h"
+
+namespace mapi_double
+{
+
+HRESULT GiveProps(Call &call, const PropsData &data, const SPropTagArray *tags, ULONG *count, LPSPropValue *values)
+{
+    if (!call.Proceed())
+        return call.Return(E_FAIL);
+    if (call.GivesNull()) {
+        *count = 0;
+        *values = nullptr;
+        return call.Return(S_OK);
+    }
+    const Row given = data.raw ? data.props : Project(data.props, tags);
+    *count = static_cast<ULONG>(given.size());
+    *values = NewProperties("properties of " + data.name, given);
+    return call.Return(HasErrors(given) ? MAPI_W_ERRORS_RETURNED : S_OK);
+}
+
+HRESULT GiveProperty(Call &call, const PropsData &data, ULONG tag, const IID *iid, IUnknown **object)
+{
+    if (!call.Proceed())
+        return call.Return(E_FAIL);
+    *object = nullptr;
+    if (call.GivesNull())
+        return call.Return(S_OK);
+    const std::string name = data.name + "." + Tag(tag);
+    if (iid && *iid == IID_IStorage) {
+        const auto found = data.storages.find(tag);
+        if (found == data.storages.end())
+            return call.Return(MAPI_E_NOT_FOUND);
+        *object = NewStorage(name, found->second);
+        return call.Return(S_OK);
+    }
+    const bool docfile = iid && *iid == IID_IStreamDocfile;
+    if (!docfile && !(iid && *iid == IID_IStream))
+        return call.Return(MAPI_E_INTERFACE_NOT_SUPPORTED);
+    const auto &streams = docfile ? data.docfileStreams : data.streams;
+    const auto found = streams.find(tag);
+    if (found == streams.end())
+        return call.Return(MAPI_E_NOT_FOUND);
+    *object = NewStream(name, found->second);
+    return call.Return(S_OK);
+}
+
+} // namespace mapi_double

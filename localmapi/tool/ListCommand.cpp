@@ -1,0 +1,97 @@
+#include "EntryId.h"
+#include "Tool.h"
+#include "common/Program.h"
+#include "common/Text.h"
+#include "localmapi/delivery/Tags.h"
+#include "localmapi/storage/view.h"
+#include <algorithm>
+#include <cstdio>
+#include <ctime>
+#include <map>
+
+namespace localmapi::tool
+{
+
+namespace
+{
+
+storage::ObjectId folderNamed(const storage::Mailbox &mailbox, const std::string &name)
+{
+    const std::map<std::string, storage::ObjectId> folders = {{"inbox", mailbox.inbox},
+                                                              {"outbox", mailbox.outbox},
+                                                              {"sent", mailbox.sentItems},
+                                                              {"deleted", mailbox.deletedItems},
+                                                              {"calendar", mailbox.calendar}};
+    return folders.at(name);
+}
+
+template <class T> T valueOr(const storage::Value &value, T absent)
+{
+    const T *found = std::get_if<T>(&value);
+    return found ? *found : absent;
+}
+
+// "2026-11-21T08:15:30Z" of 100 ns since 1601; empty for none.
+std::string isoTime(std::int64_t ticks)
+{
+    if (ticks == 0)
+        return {};
+    const std::time_t seconds = static_cast<std::time_t>(ticks / 10000000 - 11644473600);
+    const std::tm *utc = std::gmtime(&seconds);
+    char text[32];
+    return utc && std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", utc) ? text : "";
+}
+
+} // namespace
+
+void listFolder(const Common &common, const std::string &alias, const std::string &folder)
+{
+    const storage::Site site = openSite(common, true);
+    const storage::User user = userNamed(site, alias);
+    const storage::Mailbox mailbox = storage::Directory(site).mailbox(user.mailbox);
+    const storage::View view(site, {storage::Container::Kind::Contents, folderNamed(mailbox, folder)});
+    const std::vector<storage::Tag> columns = {storage::kClientSubmitTime, storage::kMessageFlags, storage::kImportance,
+                                               storage::kMessageSize,      delivery::kSenderName,  delivery::kSubject,
+                                               storage::kMessageClass,     delivery::kSensitivity};
+    constexpr std::size_t kPage = 1000;
+    nlohmann::ordered_json document = nlohmann::ordered_json::array();
+    const std::size_t width = static_cast<std::size_t>(std::max(60, ::tool::TerminalWidth()));
+    storage::Place place = storage::Place::beginning();
+    for (;;) {
+        const std::vector<storage::Row> rows = view.read(place, storage::Direction::Forward, kPage, columns);
+        for (const storage::Row &row : rows) {
+            const std::string submitted = isoTime(valueOr<std::int64_t>(row.values[0], 0));
+            const bool read = (valueOr<std::int32_t>(row.values[1], 0) & storage::kFlagRead) != 0;
+            const bool urgent = valueOr<std::int32_t>(row.values[2], 1) == 2;
+            const bool isPrivate = valueOr<std::int32_t>(row.values[7], 0) == 2;
+            const std::int32_t size = valueOr<std::int32_t>(row.values[3], 0);
+            const std::string sender = valueOr<std::string>(row.values[4], {});
+            const std::string subject = valueOr<std::string>(row.values[5], {});
+            if (common.json) {
+                const Bytes id = MakeEntryId(site.info().uid, EntryKind::Message, row.id);
+                document.push_back({{"entryId", ::tool::ToHex(id.data(), id.size())},
+                                    {"class", valueOr<std::string>(row.values[6], {})},
+                                    {"submitTime", submitted},
+                                    {"read", read},
+                                    {"urgent", urgent},
+                                    {"private", isPrivate},
+                                    {"size", size},
+                                    {"sender", sender},
+                                    {"subject", subject}});
+                continue;
+            }
+            const std::string flags = {read ? 'R' : '-', urgent ? '!' : '-', isPrivate ? 'P' : '-'};
+            std::string line = ::tool::Fit(submitted, 20) + ' ' + flags + ' ' + ::tool::Fit(sender, 18) + ' ';
+            line += ::tool::Fit(subject, width - ::tool::Columns(line) - 1);
+            line.erase(line.find_last_not_of(' ') + 1);
+            printLine(line);
+        }
+        if (rows.size() < kPage)
+            break;
+        place = rows.back().after();
+    }
+    if (common.json)
+        printJson(document);
+}
+
+} // namespace localmapi::tool

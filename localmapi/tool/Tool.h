@@ -1,0 +1,98 @@
+// What the tool's commands share: their options, the site they work on, how they print and fail.
+#pragma once
+#include "localmapi/storage/directory.h"
+#include <cstdint>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace localmapi::tool
+{
+
+// Exit status 1: it could not be done.
+class Failure : public std::runtime_error
+{
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+// Exit status 2: what was asked for makes no sense.
+class Misuse : public std::runtime_error
+{
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+struct Common {
+    std::string file; // --file; empty: as every MAPI client finds it
+    bool json = false;
+};
+
+storage::Site openSite(const Common &common, bool readOnly = false);
+storage::User userNamed(const storage::Site &site, const std::string &alias); // Failure where there is none
+
+std::filesystem::path pathOf(const std::string &utf8);
+// "hello.wav: No such file or directory"
+std::string fileError(const std::string &file, const std::exception &error);
+
+void printLine(const std::string &line);
+void printJson(const nlohmann::ordered_json &document);
+
+// On a terminal, for what takes longer than a second: "12000 of 1000000 messages", written over itself.
+class Progress
+{
+  public:
+    Progress(std::string unit, std::uint64_t total);
+    ~Progress();
+    Progress(const Progress &) = delete;
+    Progress &operator=(const Progress &) = delete;
+    void at(std::uint64_t done);
+
+  private:
+    std::string m_unit;
+    std::uint64_t m_total;
+    std::int64_t m_started;
+    bool m_shown = false;
+};
+
+struct UserOptions {
+    std::string alias, name, smtp;
+    bool service = false;
+};
+
+struct DeliverOptions {
+    std::string to, from, subject, body, bodyFile, wav, number, name, creator;
+    std::vector<std::string> attachments;
+    std::int32_t seconds = -1; // -1: as the recording tells
+    bool urgent = false, isPrivate = false;
+};
+
+struct FillOptions {
+    std::string user;
+    std::uint64_t count = 0;
+    std::vector<std::string> mix;
+};
+
+void initSite(const Common &common, const std::string &server, const std::string &organization);
+void addUser(const Common &common, const UserOptions &options);
+void listUsers(const Common &common);
+void addContact(const Common &common, const std::string &name, const std::string &smtp);
+void checkSite(const Common &common, bool repair);
+
+void addProfile(const Common &common, const std::string &name, const std::string &user, bool makeDefault);
+void listProfiles(const Common &common);
+void removeProfile(const Common &common, const std::string &name);
+
+void deliverVoicemail(const Common &common, const DeliverOptions &options);
+void deliverMail(const Common &common, const DeliverOptions &options);
+void deliverFax(const Common &common, const DeliverOptions &options);
+void fillMailbox(const Common &common, const FillOptions &options);
+void listFolder(const Common &common, const std::string &user, const std::string &folder);
+
+// Windows: the default mail client. Elsewhere there is none, and they say so.
+void registerMailClient();
+void unregisterMailClient();
+
+} // namespace localmapi::tool

@@ -1,0 +1,6 @@
+/* Finds an export in a library that is loaded at run time. */
+typedef void (*Function)(void);
+int load_library(const char *path);
+Function by_name(const char *name);
+/* The same by ordinal, where the platform has ordinals; elsewhere the one by name. */
+Function by_ordinal(unsigned ordinal, const char *name);

@@ -1,0 +1,13 @@
+# The DLL is a 32-bit x86 DLL with relocations and a version resource.
+execute_process(COMMAND ${OBJDUMP} -f -p ${DLL} OUTPUT_VARIABLE dump COMMAND_ERROR_IS_FATAL ANY)
+foreach(wanted "pei-i386" "i386" "Magic[ \t]+010b" "[^a-z]DLL" "Base Relocation Directory" "Resource Directory \\[.rsrc\\]"
+        "ID: 0x000010")
+    if(NOT dump MATCHES "${wanted}")
+        message(FATAL_ERROR "${DLL} lacks ${wanted}")
+    endif()
+endforeach()
+file(READ ${DLL} bytes HEX)
+# "ProductName" in UTF-16 stands in the version resource.
+if(NOT bytes MATCHES "500072006f0064007500630074004e0061006d006500")
+    message(FATAL_ERROR "${DLL} has no version resource with a product name")
+endif()

@@ -60,6 +60,9 @@ typedef struct _SYSTEMTIME {
 #ifdef __cplusplus
 extern "C" {
 #endif
+#if defined(__GNUC__) && !defined(_WIN32)
+#pragma GCC visibility push(default)
+#endif
 
 /* An opened mailbox (OrlMapiConnectToMailboxA/W); 0 is none. */
 typedef ULONG_PTR OrlMailbox;
@@ -361,6 +364,9 @@ typedef HRESULT(ORLAPI *PFN_OrlDownloadAttachmentW)(DWORD, OrlMailbox, ULONG, co
 typedef void(ORLAPI *PFN_OrlGetErrorTextA)(DWORD, HRESULT, char *, ULONG);
 typedef void(ORLAPI *PFN_OrlGetErrorTextW)(DWORD, HRESULT, WCHAR *, ULONG);
 
+#if defined(__GNUC__) && !defined(_WIN32)
+#pragma GCC visibility pop
+#endif
 #ifdef __cplusplus
 }
 #endif

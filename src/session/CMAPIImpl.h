@@ -13,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+class Operation;
 class SessionGuard;
 class SessionReferences;
 
@@ -48,6 +49,7 @@ class CMAPIImpl
     static void Initialise(bool fService);
     static void Uninitialise();
     static bool IsMapiInitialised();
+    static bool IsService();
 
     // The registry of connections; every function may be called by any thread.
     static DWORD Allocate(bool fService);
@@ -111,9 +113,11 @@ class CMAPIImpl
   private:
     virtual ~CMAPIImpl();
 
-    static void MAPIMessagePump();
-    HRESULT OpenDefaultStore(IMAPISession *pSession, ComPtr<IMsgStore> &store);
-    HRESULT OpenMailbox(const tstring &szMailbox, const MailboxIdentity &identity, IMsgStore **ppMailboxMDB);
+    HRESULT LogOn(const Operation &op, const tstring &szProfile);
+    void LogOff();
+    tstring ServerName();
+    HRESULT OpenMailbox(const Operation &op, IMAPISession *pSession, const tstring &strMailboxDN,
+                        IMsgStore **ppMailboxMDB);
 
     // What Connect leaves behind, shared by all threads that work on the session. Work starts from references and
     // copies taken under the lock, so that a Disconnect on another thread ends nothing under its feet.
@@ -161,6 +165,8 @@ class SessionGuard
     explicit operator bool() const noexcept { return m_pSession != nullptr; }
     CMAPIImpl &operator*() const noexcept { return *m_pSession; }
     CMAPIImpl *operator->() const noexcept { return m_pSession; }
+    // The reference is kept: somebody else releases it.
+    CMAPIImpl *Keep() noexcept { return std::exchange(m_pSession, nullptr); }
 
   private:
     CMAPIImpl *m_pSession = nullptr;

@@ -18,6 +18,7 @@ template <class Open> HRESULT OpenBypassingCache(ULONG ulFlags, bool bNoCache, I
         if (IUnknown *object = std::exchange(*ppObject, nullptr))
             object->Release();
     };
+    *ppObject = nullptr;
     HRESULT hr = open(bNoCache ? ulFlags | MAPI_NO_CACHE : ulFlags, ppObject);
     if (bNoCache && hr == MAPI_E_UNKNOWN_FLAGS) {
         drop();

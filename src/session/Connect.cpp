@@ -1,0 +1,150 @@
+// Logon to a profile and opening of its default store.
+#include "ExchangeMapi.h"
+#include "messages/Restriction.h"
+#include "session/CMAPIImpl.h"
+#include "session/MapiArguments.h"
+#include "session/OpenOptions.h"
+#include "session/Operation.h"
+
+namespace
+{
+
+constexpr char kServiceProfile[] = "MAPIImpl";
+
+// The profile that the library makes for itself exists during a Connect without a profile name only, whether or not
+// that came to making it.
+class ServiceProfile
+{
+  public:
+    explicit ServiceProfile(bool bUsed) : m_bUsed(bUsed) {}
+    ~ServiceProfile()
+    {
+        if (m_bUsed)
+            Contained({"CMAPIImpl::Connect", __LINE__}, Delete);
+    }
+    ServiceProfile(const ServiceProfile &) = delete;
+    ServiceProfile &operator=(const ServiceProfile &) = delete;
+
+  private:
+    static void Delete()
+    {
+        ComPtr<IProfAdmin> profAdmin;
+        if (SUCCEEDED(MAPIAdminProfiles(0, profAdmin.put())))
+            profAdmin->DeleteProfile(MapiIn(kServiceProfile), 0);
+    }
+    const bool m_bUsed;
+};
+
+HRESULT LogOnTo(const Operation &op, const char *szProfile, ULONG ulFlags, ComPtr<IMAPISession> &session)
+{
+    const HRESULT hr = MAPILogonEx(0, MapiIn(szProfile), nullptr, ulFlags, session.put());
+    if (FAILED(hr))
+        return op.Failed("MAPILogonEx", nullptr, hr);
+    if (!session)
+        return op.Failed("MAPILogonEx", "Call succeeded but default session is NULL.", E_FAIL);
+    return hr;
+}
+
+HRESULT OpenDefaultStore(const Operation &op, IMAPISession *pSession, ComPtr<IMsgStore> &store)
+{
+    ComPtr<IMAPITable> table;
+    HRESULT hr = pSession->GetMsgStoresTable(0, table.put());
+    if (FAILED(hr))
+        return op.Failed("GetMsgStoresTable", "trying to get the message stores table.", pSession, hr);
+
+    const Restriction isDefault = Is({PR_DEFAULT_STORE, "PR_DEFAULT_STORE"}, true);
+    RowSet rows;
+    hr = HrQueryAllRows(table.get(), PropTags<PR_ENTRYID, PR_DEFAULT_STORE>(), isDefault.Get(), nullptr, 0, rows.put());
+    const SBinary *pEntryID = nullptr;
+    if (SUCCEEDED(hr)) {
+        pEntryID = FirstBinary(rows.get(), 0);
+        hr = pEntryID ? hr : MAPI_E_NOT_FOUND;
+    }
+    if (FAILED(hr))
+        return op.Failed("HrQueryAllRows", "trying to query default store property.", table.get(), hr);
+
+    const auto open = [&](ULONG ulFlags) {
+        return pSession->OpenMsgStore(0, pEntryID->cb, MapiEntryID(pEntryID->lpb), nullptr, ulFlags, store.put());
+    };
+    constexpr ULONG kFlags = MAPI_BEST_ACCESS | MDB_NO_DIALOG;
+    hr = OpenOptions::UseOnlineStore() ? open(kFlags | MDB_ONLINE) : E_FAIL;
+    if (FAILED(hr))
+        hr = open(kFlags);
+    if (FAILED(hr))
+        return op.Failed("OpenMsgStore", "trying to open message store for default session.", pSession, hr);
+    return hr;
+}
+
+} // namespace
+
+HRESULT CMAPIImpl::Connect(const tstring &szServer, const tstring &szDefaultMailbox, const tstring &szProfile)
+{
+    const Operation op("CMAPIImpl::Connect", "Exchange Server: <%s>, Default Mailbox: <%s>, Profile: <%s>",
+                       szServer.c_str(), szDefaultMailbox.c_str(), szProfile.c_str());
+    Disconnect();
+    SetText(m_strServer, szServer);
+    SetText(m_strDefaultMailbox, szDefaultMailbox);
+    SetText(m_strProfile, szProfile);
+
+    const HRESULT hr = LogOn(op, szProfile);
+    const std::lock_guard lock(m_stateLock);
+    m_hrLast = hr;
+    return hr;
+}
+
+// Leaves what the failing step left: a session without a default store is still a session.
+HRESULT CMAPIImpl::LogOn(const Operation &op, const tstring &szProfile)
+{
+    if (!IsMapiInitialised())
+        return op.Failed("MAPIInitialize", "trying to initialize MAPI support", E_FAIL);
+
+    ULONG ulFlags = MAPI_TIMEOUT_SHORT | MAPI_NO_MAIL | MAPI_EXTENDED | MAPI_NEW_SESSION;
+    if (IsService()) {
+        DebugOutputA(kTraceState, "Configuring for service.");
+        ulFlags |= MAPI_NT_SERVICE;
+    }
+
+    const ServiceProfile serviceProfile(szProfile.empty());
+    ComPtr<IMAPISession> session;
+    HRESULT hr;
+    if (!szProfile.empty()) {
+        DebugOutputA(kTraceState, "Attempting to logon to MAPI using profile %s.", szProfile.c_str());
+        hr = LogOnTo(op, szProfile.c_str(), ulFlags | MAPI_EXPLICIT_PROFILE, session);
+    } else if (SUCCEEDED(CreateMailboxProfile(kServiceProfile))) {
+        DebugOutputA(kTraceState, "Attempting to logon to MAPI using profile MAPIImpl.");
+        hr = LogOnTo(op, kServiceProfile, ulFlags | MAPI_EXPLICIT_PROFILE, session);
+    } else {
+        DebugOutputA(kTraceState, "Attempting to logon to MAPI using default profile.");
+        hr = LogOnTo(op, nullptr, ulFlags | MAPI_USE_DEFAULT, session);
+    }
+    if (FAILED(hr))
+        return hr;
+
+    ComPtr<IMsgStore> store;
+    hr = OpenDefaultStore(op, session.get(), store);
+    const std::lock_guard lock(m_stateLock);
+    std::swap(m_lpSession, session);
+    std::swap(m_lpMDB, store);
+    return hr;
+}
+
+HRESULT CMAPIImpl::Disconnect()
+{
+    const Operation op("CMAPIImpl::Disconnect");
+    LogOff();
+    return S_OK;
+}
+
+void CMAPIImpl::LogOff()
+{
+    ComPtr<IMAPISession> session;
+    ComPtr<IMsgStore> store;
+    {
+        const std::lock_guard lock(m_stateLock);
+        std::swap(m_lpSession, session);
+        std::swap(m_lpMDB, store);
+    }
+    store.reset();
+    if (session)
+        session->Logoff(0, 0, 0);
+}

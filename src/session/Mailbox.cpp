@@ -1,0 +1,105 @@
+// Mailboxes: opening a user's store by his name, and closing it.
+#include "ExchangeMapi.h"
+#include "session/CMAPIImpl.h"
+#include "session/MapiArguments.h"
+#include "session/OpenOptions.h"
+#include "session/Operation.h"
+
+namespace
+{
+
+constexpr HRESULT kMapiNotInitialised = static_cast<HRESULT>(0x8001011F);
+
+} // namespace
+
+HRESULT CMAPIImpl::Logon(const tstring &szMailbox, IMsgStore **ppMailboxMDB)
+{
+    const Operation op("CMAPIImpl::Logon", "szMailbox: \"%s\", pMailboxMDB: %p, FolderCounter=[%ld]", szMailbox.c_str(),
+                       ppMailboxMDB, m_lOpenObjects.load());
+    if (!IsMapiInitialised())
+        return kMapiNotInitialised;
+    const ComPtr<IMAPISession> session = MapiSession();
+    if (!session)
+        return NotConnected();
+
+    MailboxIdentity identity;
+    const HRESULT hr = ObtainMailboxName(szMailbox, identity);
+    if (FAILED(hr))
+        return hr;
+    DebugOutputA(kTraceState, "%s - DisplayName=%s, Email=%s, Address Type=%s", szMailbox.c_str(),
+                 identity.strDisplayName.c_str(), identity.strEmailAddress.c_str(), identity.strAddressType.c_str());
+    return OpenMailbox(op, session.get(), identity.strEmailAddress, ppMailboxMDB);
+}
+
+// The text that names the server in its distinguished name; asked for once where the host gave none.
+tstring CMAPIImpl::ServerName()
+{
+    tstring strServer = Text(m_strServer);
+    if (strServer.empty()) {
+        tstring strUser;
+        bool bMatched = false;
+        GetExchangeServerName(strServer, Text(m_strProfile), strUser, bMatched);
+        SetText(m_strServer, strServer);
+    }
+    return strServer;
+}
+
+// The server's distinguished name carries no organisation and no site, whatever the mailbox's one has.
+HRESULT CMAPIImpl::OpenMailbox(const Operation &op, IMAPISession *pSession, const tstring &strMailboxDN,
+                               IMsgStore **ppMailboxMDB)
+{
+    const tstring strServer = ServerName();
+    const ComPtr<IMsgStore> defaultStore = DefaultStore();
+    if (!defaultStore) {
+        op.Error("Error m_lpMDB is NULL.");
+        return E_UNEXPECTED;
+    }
+
+    ComPtr<IExchangeManageStore> manageStore;
+    HRESULT hr = defaultStore->QueryInterface(IID_IExchangeManageStore, reinterpret_cast<void **>(manageStore.put()));
+    if (FAILED(hr))
+        return op.Failed("QueryInterface(IID_IExchangeManageStore)",
+                         "trying to query the interface to managing Exchange message stores", defaultStore.get(), hr);
+    const ScopedCount countedManageStore(m_lOpenObjects);
+
+    const tstring strServerDN = "/cn=Configuration/cn=Servers/cn=" + strServer + "/cn=Microsoft Private MDB";
+    OwnedEntryID entryID;
+    hr = manageStore->CreateStoreEntryID(MapiIn(strServerDN), MapiIn(strMailboxDN), OpenOptions::StoreEntryIDFlags(),
+                                         &entryID.cb, entryID.pEntryID.put());
+    // Counted whatever came of it, and uncounted only with an entry ID to free.
+    ScopedCount countedEntryID(m_lOpenObjects);
+    if (!entryID.pEntryID)
+        countedEntryID.Keep();
+    if (FAILED(hr))
+        return op.Failed("CreateStoreEntryID", "trying to create a store entry ID (Server=%s, Mailbox=%s)",
+                         defaultStore.get(), hr, strServer.c_str(), strMailboxDN.c_str());
+
+    ComPtr<IMsgStore> store;
+    const auto open = [&](ULONG ulFlags) {
+        return pSession->OpenMsgStore(0, entryID.cb, entryID.pEntryID.get(), nullptr, ulFlags, store.put());
+    };
+    constexpr ULONG kFlags = MAPI_BEST_ACCESS | MDB_TEMPORARY | MDB_NO_DIALOG;
+    hr = OpenOptions::UseOnlineStore() ? open(kFlags | MDB_ONLINE) : E_FAIL;
+    if (FAILED(hr))
+        hr = open(kFlags);
+    if (FAILED(hr))
+        return op.Failed("OpenMsgStore", "trying to open the message store (Server=%s, Mailbox=%s).", pSession, hr,
+                         strServer.c_str(), strMailboxDN.c_str());
+    ScopedCount(m_lOpenObjects).Keep();
+    op.State("Successfully opened the message store (ServerDN=%s, MailboxDN=%s). FolderCount[%ld]", strServerDN.c_str(),
+             strMailboxDN.c_str(), m_lOpenObjects.load());
+    *ppMailboxMDB = store.release();
+    return hr;
+}
+
+HRESULT CMAPIImpl::Logoff(IMsgStore *pMailboxMDB)
+{
+    const Operation op("CMAPIImpl::Logoff", "lpMailboxMDB: %p, FolderCount=[%ld]", pMailboxMDB, m_lOpenObjects.load());
+    if (!pMailboxMDB)
+        return S_OK;
+    ComPtr<IMsgStore> store(pMailboxMDB);
+    store->StoreLogoff(nullptr);
+    store.reset();
+    --m_lOpenObjects;
+    return S_OK;
+}

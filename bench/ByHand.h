@@ -1,0 +1,30 @@
+// The references: what a host would write itself.
+#pragma once
+#include "OrlMapi32.h"
+#include <string>
+
+namespace bench
+{
+
+// The MAPI calls of a listing of unread, ordinary mail, written by hand and copied into the same records. Gives the
+// number of headers.
+ULONG ListByHand(OrlMailbox mailbox, LONG rows);
+
+// A page of unread urgent voice mails and their number, in plain SQL on the site's file.
+class PlainSql
+{
+  public:
+    explicit PlainSql(const std::string &site);
+    ~PlainSql();
+    PlainSql(const PlainSql &) = delete;
+    PlainSql &operator=(const PlainSql &) = delete;
+    // The number of rows of the page; every property of them is read.
+    int Page(int rows);
+
+  private:
+    struct sqlite3 *m_database = nullptr;
+    struct sqlite3_stmt *m_inbox = nullptr, *m_page = nullptr, *m_count = nullptr, *m_properties = nullptr;
+    long long m_folder = 0;
+};
+
+} // namespace bench

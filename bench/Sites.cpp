@@ -1,0 +1,87 @@
+#include "Sites.h"
+#include "localmapi/delivery/Compose.h"
+#include "localmapi/delivery/Fill.h"
+#include "localmapi/storage/profiles.h"
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <stdexcept>
+
+namespace bench
+{
+
+namespace
+{
+
+namespace storage = localmapi::storage;
+
+storage::User NewSite(const std::string &path)
+{
+    for (const char *suffix : {"", "-wal", "-shm"})
+        std::filesystem::remove(path + suffix);
+    storage::Site site = storage::Site::create(path, "NORVIK1", "Norvik");
+    storage::Directory directory(site);
+    directory.addUser("vm", "Voicemail Service", "", true);
+    return directory.addUser("alice", "Alice Archer");
+}
+
+void Require(HRESULT hr, const char *what)
+{
+    if (hr < 0) {
+        char text[64] = "";
+        OrlGetErrorTextA(0, hr, text, sizeof text);
+        throw std::runtime_error(std::string(what) + ": " + text);
+    }
+}
+
+} // namespace
+
+const std::string &SiteWith(std::uint64_t messages)
+{
+    static std::map<std::uint64_t, std::string> sites;
+    std::string &path = sites[messages];
+    if (!path.empty())
+        return path;
+    path = "site-" + std::to_string(messages) + ".db";
+    if (std::filesystem::exists(path))
+        return path;
+    std::fprintf(stderr, "making %s\n", path.c_str());
+    const std::string making = path + ".new";
+    {
+        const storage::User alice = NewSite(making);
+        localmapi::delivery::fill(storage::Site::open(making), alice, messages, {}, localmapi::delivery::now());
+    }
+    std::filesystem::rename(making, path);
+    return path;
+}
+
+std::string SiteWithRecording(const std::string &wav)
+{
+    const std::string path = "site-recording.db";
+    const storage::User alice = NewSite(path);
+    storage::Site site = storage::Site::open(path);
+    localmapi::delivery::Voicemail voicemail;
+    voicemail.number = "+15550100";
+    storage::MessageChanges message = compose(voicemail, alice, localmapi::delivery::now());
+    attach(message, wav, "audio/wav");
+    storage::Objects(site).createMessage(storage::Directory(site).mailbox(alice.mailbox).inbox, message);
+    return path;
+}
+
+HostSession::HostSession(const std::string &site)
+{
+    setenv("LOCALMAPI_FILE", std::filesystem::absolute(site).c_str(), 1);
+    Require(OrlCreateConnection(&m_connection, 0), "creating a connection");
+    Require(OrlMapiConnectA(m_connection, "NORVIK1", "vm", ""), "logging on");
+    Require(OrlMapiConnectToMailboxA(m_connection, &m_mailbox, "alice"), "opening the mailbox");
+}
+
+HostSession::~HostSession()
+{
+    OrlMapiDisconnectFromMailbox(m_connection, m_mailbox);
+    OrlMapiDisconnect(m_connection);
+    OrlCloseConnection(&m_connection);
+}
+
+} // namespace bench

@@ -1,0 +1,31 @@
+// Sites to measure on, made once and kept in the working folder, and a host's session on one.
+#pragma once
+#include "OrlMapi32.h"
+#include <cstdint>
+#include <string>
+
+namespace bench
+{
+
+// A site whose user alice has so many messages of every kind in her Inbox. Kept between runs.
+const std::string &SiteWith(std::uint64_t messages);
+
+// A site whose user alice has one voice mail with a recording of this file's bytes.
+std::string SiteWithRecording(const std::string &wav);
+
+class HostSession
+{
+  public:
+    explicit HostSession(const std::string &site); // throws std::runtime_error
+    ~HostSession();
+    HostSession(const HostSession &) = delete;
+    HostSession &operator=(const HostSession &) = delete;
+    DWORD connection() const { return m_connection; }
+    OrlMailbox mailbox() const { return m_mailbox; }
+
+  private:
+    DWORD m_connection = 0;
+    OrlMailbox m_mailbox = 0;
+};
+
+} // namespace bench

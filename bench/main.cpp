@@ -1,0 +1,64 @@
+// Runs the benchmarks and sets each figure beside its reference of the same run.
+#include <benchmark/benchmark.h>
+#include <cstdio>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+// A figure and what it is compared with. Both take the same arguments and threads.
+struct Pair {
+    const char *figure, *reference, *meaning;
+};
+constexpr Pair kPairs[] = {
+    {"PageOf10", "PageOf10InPlainSql", "a page of 10 unread urgent voice mails : the same in plain SQL"},
+    {"PageOf1000", "PageOf1000ByHand", "a page of 1,000 headers : the same MAPI calls by hand"},
+    {"IsConnected", "JustALock", "OrlIsConnected : taking a lock"},
+    {"TraceGuardFilteredOut", "ReadingTheClock", "a trace guard that is filtered out : reading the clock"},
+    {"Save100MB", "Cp100MB", "saving a recording of 100 MB : cp"},
+};
+
+class Collector : public benchmark::ConsoleReporter
+{
+  public:
+    void ReportRuns(const std::vector<Run> &runs) override
+    {
+        ConsoleReporter::ReportRuns(runs);
+        for (const Run &run : runs)
+            if (!run.error_occurred && (run.run_type == Run::RT_Iteration || run.aggregate_name == "median"))
+                m_nanoseconds[run.run_name.function_name + "/" + run.run_name.args + "/" + run.run_name.threads] =
+                    run.real_accumulated_time / static_cast<double>(run.iterations) * 1e9;
+    }
+
+    void PrintRatios() const
+    {
+        for (const Pair &pair : kPairs)
+            for (const auto &[name, time] : m_nanoseconds) {
+                const std::size_t slash = name.find('/');
+                const auto reference = m_nanoseconds.find(pair.reference + name.substr(slash));
+                if (name.substr(0, slash) == pair.figure && reference != m_nanoseconds.end())
+                    std::printf("%-70s %-20s %12.1f us %12.1f us   ratio %.2f\n", pair.meaning,
+                                name.substr(slash + 1).c_str(), time / 1000, reference->second / 1000,
+                                time / reference->second);
+            }
+    }
+
+  private:
+    std::map<std::string, double> m_nanoseconds;
+};
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+        return 2;
+    Collector collector;
+    benchmark::RunSpecifiedBenchmarks(&collector);
+    std::printf("\nfigure : reference\n");
+    collector.PrintRatios();
+    return 0;
+}

@@ -1,6 +1,7 @@
 // The library's one mutual-exclusion primitive: a lock that knows its owner and who took it, and its guard.
 #pragma once
 #include "common/tstring.h"
+#include <atomic>
 
 class CriticalSection
 {
@@ -17,6 +18,25 @@ class CriticalSection
     bool IsLockedByCurrentThread() const;
     // Milliseconds since the lock was taken, modulo 2^32.
     DWORD LockedFor() const;
+
+    // Whether no lock reports that it was held for long. Off at the start.
+    static void SuppressLongHolds(bool bSuppress);
+
+  private:
+    bool LockMutex(const char *szFile, int nLine, bool bReport);
+    void Release(const char *szFile, int nLine, const char *szLockerFile, int nLockerLine, DWORD dwOwner, bool bReport);
+    void ReportLongHold(const char *szFile, int nLine) const;
+
+    // The thread that holds the lock writes who and since when; any other may read it without the lock.
+    const bool m_bMutexMode;
+    const bool m_bReportLongHolds;
+    const tstring m_strName;
+    std::atomic<DWORD> m_dwOwner{0};
+    HANDLE m_hMutex = nullptr;
+    CRITICAL_SECTION m_cs{};
+    std::atomic<DWORD> m_dwLockTick{0};
+    std::atomic<int> m_nLockerLine{0};
+    std::atomic<const char *> m_szLockerFile{nullptr};
 };
 
 // Holds a lock for a scope (bLock true), or releases a held lock for a scope and takes it back in the name of its
@@ -28,5 +48,12 @@ class LockCriticalSection
     virtual ~LockCriticalSection();
     LockCriticalSection(const LockCriticalSection &) = delete;
     LockCriticalSection &operator=(const LockCriticalSection &) = delete;
-    bool IsActive() const;
+    bool IsActive() const { return m_bActive; }
+
+  private:
+    const bool m_bLock;
+    bool m_bActive = false;
+    int m_nLine;
+    const char *m_szFile;
+    CriticalSection *const m_pLock;
 };

@@ -44,6 +44,12 @@ class CDebugTraceFn
     ~CDebugTraceFn();
     CDebugTraceFn(const CDebugTraceFn &) = delete;
     CDebugTraceFn &operator=(const CDebugTraceFn &) = delete;
+
+  private:
+    DWORD m_value;
+    bool m_active;
+    const char *m_szFunction = nullptr;
+    const WCHAR *m_szWideFunction = nullptr;
 };
 
 // Indents the current thread's trace for a scope.

@@ -5,6 +5,8 @@
 #include <string>
 #include <windows.h>
 
+#include <oleauto.h>
+
 // Wide text is UTF-16 on every target: wchar_t on Windows, char16_t on Linux.
 using wtext = std::basic_string<WCHAR>;
 
@@ -41,10 +43,29 @@ class tstring : public std::string
     // The system's own text for hr, trimmed; "[0x…]" where there is none. Never fails.
     tstring &GetErrorText(HRESULT hr);
 
+    // "{01234567-89ab-cdef-0123-456789abcdef}", and back: all zeros, and a report, for other text.
+    explicit tstring(const GUID &guid);
+    explicit operator GUID() const;
+
+    // Date and time as the platform's locale writes them, in its default formats. FILETIME is UTC and shown in local
+    // time; the others are local time already. What can't be shown is reported and gives an empty string.
+    enum class Show { DateAndTime, Date, Time };
+    tstring &FromSystemTime(const SYSTEMTIME *pTime, Show show = Show::DateAndTime);
+    tstring &FromFileTime(const FILETIME *pTime, Show show = Show::DateAndTime);
+    tstring &FromDosDateTime(WORD wDate, WORD wTime, Show show = Show::DateAndTime);
+    tstring &FromVariantTime(DATE date, Show show = Show::DateAndTime);
+    // As automation turns the value into text; an empty string, and a report, where it can't.
+    tstring &FromVariant(const VARIANT *pVariant);
+
+    // Both ends; cuts the text at its first NUL before.
     tstring &Trim();
     tstring &TrimLeft();
     tstring &TrimRight();
+    // npos, and a report, for a bad pointer.
     size_type Find(const char *text, size_type from = 0) const;
+
+    // Whether an attached debugger is stopped where a bad pointer was passed. On at the start.
+    static void SetBreakOnAssertion(bool bBreak);
 };
 
 tstring operator+(const tstring &left, const char *right);

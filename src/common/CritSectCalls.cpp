@@ -1,0 +1,8 @@
+#include "common/CritSectCalls.h"
+
+CritSectCalls &SystemCalls()
+{
+    static CritSectCalls calls = {::CreateMutexA, ::WaitForSingleObject, ::ReleaseMutex,      ::CloseHandle,
+                                  ::GetTickCount, ::GetLocalTime,        ::IsDebuggerPresent, ::DebugBreak};
+    return calls;
+}

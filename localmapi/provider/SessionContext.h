@@ -1,0 +1,25 @@
+// What a session and the objects opened through it share.
+#pragma once
+#include "EntryId.h"
+#include "Profile.h"
+
+#include "localmapi/storage/directory.h"
+
+#include <atomic>
+#include <memory>
+
+namespace localmapi
+{
+
+struct SessionContext {
+    // The site of the mailboxes and of the directory; the profile may lie in another one.
+    std::shared_ptr<storage::Site> site;
+    SiteUid uid{};
+    std::shared_ptr<Profile> profile;
+    storage::User user;
+    std::atomic<bool> loggedOff{false};
+};
+
+using Session = std::shared_ptr<SessionContext>;
+
+} // namespace localmapi

@@ -1,0 +1,49 @@
+# Listing: pages, directions, filters, columns.
+. "$(dirname "$0")/lib.sh" "$@"
+site
+run localmapi fill --user alice --count 400 --mix voicemail >/dev/null
+run localmapi fill --user alice --count 30 --mix mail,fax >/dev/null
+
+expect 0 localmapi --json list --user alice
+want=$(jq '[.[] | select(.class == "IPM.Note.Microsoft.Voicemail.UM" and .urgent and (.read | not))] | length' out.txt)
+jq -c '[.[] | select(.class == "IPM.Note.Microsoft.Voicemail.UM" and .urgent and (.read | not)) | .entryId]' out.txt >wanted.txt
+
+expect 0 orlmapi --profile Voicemail --json list alice --um --priority --all --count 7
+silent
+equal "$(jq -c 'map(.entryId)' out.txt)" "$(cat wanted.txt)"
+expect 0 orlmapi --profile Voicemail --json list alice --um --priority --all --count "$want"
+equal "$(jq length out.txt)" "$want"
+expect 0 orlmapi --profile Voicemail --json list alice --um --priority --reverse --count 5
+equal "$(jq -c 'map(.entryId)' out.txt)" "$(jq -c '.[-5:]' wanted.txt)"
+expect 0 orlmapi --profile Voicemail --json list alice --um --priority --reverse --all --count 6
+equal "$(jq -c 'map(.entryId) | sort' out.txt)" "$(jq -c sort wanted.txt)"
+expect 0 orlmapi --profile Voicemail --json list alice --um --priority --count 3
+equal "$(jq -c 'map(.entryId)' out.txt)" "$(jq -c '.[:3]' wanted.txt)"
+json 'all(.[]; .highPriority and (.read | not))'
+expect 0 orlmapi --profile Voicemail --json list alice --um --read
+json 'length == 25 and all(.[]; .read and (.highPriority | not))'
+expect 0 orlmapi list alice --um --json
+json 'length == 25'
+
+expect 0 orlmapi --profile Voicemail list alice --um --priority --count 4
+out "^4 of $want messages$"
+out '^SUBMITTED \(UTC\) +R!P +SECS +BYTES +ATT +FROM$'
+out '^20[0-9-]{8} [0-9:]{8} -![-P] +[0-9]+ +[0-9]+ '
+equal "$(awk '!/^  / && length($0) > 80' out.txt)" ''
+expect 0 orlmapi --server NORVIK1 --mailbox vm --json list alice --um --count 1
+json 'length == 1'
+expect 0 orlmapi --json profiles
+json 'map(.name) == ["Voicemail"]'
+
+expect 2 orlmapi list
+expect 2 orlmapi list alice --count 0
+expect 2 orlmapi list alice --count many
+expect 2 orlmapi --profile Voicemail --server NORVIK1 --mailbox vm list alice
+expect 2 orlmapi --server NORVIK1 list alice
+expect 1 orlmapi --profile Voicemail list nobody
+err '^orlmapi: opening the mailbox nobody: 0x8004010f MAPI_E_NOT_FOUND$'
+expect 1 orlmapi --profile "No such" list alice
+err '^orlmapi: logging on with the profile No such: 0x80040111 MAPI_E_LOGON_FAILED$'
+expect 0 orlmapi --profile Voicemail --json list bob
+json '. == []'
+finish

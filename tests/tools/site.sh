@@ -1,0 +1,68 @@
+# Making a site: users, contacts, profiles, and what can be wrong about them.
+. "$(dirname "$0")/lib.sh" "$@"
+
+expect 1 localmapi user list
+err '^localmapi: .*site\.db'
+expect 0 localmapi init --server NORVIK1 --organization Norvik
+silent
+out 'NORVIK1'
+expect 1 localmapi init --server NORVIK1 --organization Norvik
+err '^localmapi: .+'
+expect 2 localmapi init --server NORVIK1
+err '^localmapi: .*--organization'
+expect 2 localmapi
+expect 2 localmapi frobnicate
+expect 0 localmapi --help
+out 'deliver'
+
+expect 0 localmapi user add alice --name "Alice Archer"
+expect 0 localmapi --json user add jiri --name "Jiří Čáp" --smtp jiri@norvik.example
+json '.alias == "jiri" and .name == "Jiří Čáp" and .smtp == "jiri@norvik.example" and .service == false'
+json '.dn == "/o=Norvik/ou=First Administrative Group/cn=Recipients/cn=jiri"'
+expect 0 localmapi user add vm --name "Voicemail Service" --service
+expect 1 localmapi user add alice --name "Another Alice"
+err '^localmapi: .+'
+expect 2 localmapi user add
+expect 0 localmapi --json user list
+json 'map(.alias) == ["alice", "jiri", "vm"] and .[2].service and .[0].smtp == "alice@norvik.example"'
+expect 0 localmapi user list
+out '^jiri +Jiří Čáp +jiri@norvik.example$'
+expect 0 localmapi contact add "Dora Doe" --smtp dora@elsewhere.example
+expect 2 localmapi contact add "Dora Doe"
+
+expect 0 localmapi profile add Voicemail --user vm --default
+expect 0 localmapi profile add Other --user alice
+expect 1 localmapi profile add Voicemail --user vm
+err 'Voicemail'
+expect 1 localmapi profile add Third --user nobody
+err 'nobody'
+expect 0 localmapi --json profile list
+json '. == [{"name": "Other", "default": false}, {"name": "Voicemail", "default": true}]'
+expect 0 orlmapi --json profiles
+json 'map(.name) | sort == ["Other", "Voicemail"]'
+expect 0 localmapi profile remove Other
+expect 1 localmapi profile remove Other
+expect 0 localmapi --json profile list
+json 'length == 1'
+
+expect 0 orlmapi --json server-name Voicemail
+json '.matched and (.server | ascii_upcase | contains("NORVIK1")) and (.user | length > 0)'
+expect 0 orlmapi --profile Voicemail server-name
+out '^matched +yes$'
+expect 1 orlmapi server-name "No such profile"
+err '^orlmapi: reading the server of the profile No such profile: 0x8'
+
+expect 0 localmapi check
+out 'nothing is damaged'
+expect 0 localmapi --json check
+json '.ok and .findings == []'
+
+# Another file, by option, beside the one in the environment.
+expect 0 localmapi --file other.db init --server NORVIK2 --organization Other
+expect 0 localmapi --file other.db --json user list
+json '. == []'
+printf 'this is no site' >text.db
+expect 1 localmapi --file text.db user list
+err 'text.db'
+equal "$(cat text.db)" 'this is no site'
+finish

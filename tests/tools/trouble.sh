@@ -1,0 +1,45 @@
+# What a command says when something is wrong around it.
+. "$(dirname "$0")/lib.sh" "$@"
+
+expect 0 orlmapi --help
+out 'Exit status'
+expect 2 orlmapi
+expect 2 orlmapi --frobnicate
+expect 0 orlmapi error 0x8004010f
+out '^0x8004010f MAPI_E_NOT_FOUND$'
+expect 0 orlmapi --json error -2147221233
+json '. == {"code": "0x8004010f", "name": "MAPI_E_NOT_FOUND"}'
+expect 0 orlmapi error 0x80041234
+out '^0x80041234 has no name$'
+expect 2 orlmapi error twelve
+err '"twelve" is not a result code'
+expect 2 orlmapi error 0x1800400005
+
+# No site at all.
+expect 1 orlmapi list alice
+err '^orlmapi: logging on with the default profile: 0x8'
+expect 1 orlmapi profiles
+err '^orlmapi: listing the profiles: 0x8'
+
+site
+wave hello.wav 1
+run localmapi deliver voicemail --to alice --wav hello.wav >/dev/null
+
+# A user without rights to the mailbox.
+run localmapi profile add Alice --user alice >/dev/null
+expect 1 orlmapi --profile Alice list bob
+err '^orlmapi: opening the mailbox bob: 0x80070005 MAPI_E_NO_ACCESS$'
+expect 0 orlmapi --profile Alice --json list alice --um
+json 'length == 1'
+
+# A wrong server or mailbox for the temporary profile falls back to the default profile.
+expect 0 orlmapi --server NOSUCH --mailbox vm --json list alice --um
+json 'length == 1'
+
+# A file that is cut short is refused, and stays as it is.
+head -c 5000 site.db >cut.db
+cp cut.db before.db
+LOCALMAPI_FILE=$work/cut.db expect 1 localmapi user list
+err 'cut.db'
+same cut.db before.db
+finish

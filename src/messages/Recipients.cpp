@@ -186,8 +186,7 @@ HRESULT TryEntry(const Operation &op, IABContainer *pGlobalList, const SRow &row
 {
     const SBinary *pEntryID = row.cValues ? BinaryOf(row.lpProps[0]) : nullptr;
     ComPtr<IMAPIProp> opened;
-    const HRESULT hr =
-        OpenAddressEntry(pGlobalList, pEntryID ? pEntryID->cb : 0, pEntryID ? pEntryID->lpb : nullptr, opened);
+    const HRESULT hr = pEntryID ? OpenAddressEntry(pGlobalList, pEntryID->cb, pEntryID->lpb, opened) : MAPI_E_NOT_FOUND;
     if (FAILED(hr))
         return op.Failed("OpenEntry", "trying to open the mailbox entry for %s.", pGlobalList, hr, szMailbox.c_str());
 

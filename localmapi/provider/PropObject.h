@@ -28,7 +28,7 @@ class Problems
 storage::PropertyBag BagToSet(ULONG count, const SPropValue *values, const std::function<bool(storage::Tag)> &computed,
                               Problems &problems);
 
-template <class Interface> class PropObject : public ComObject<Interface>
+template <class Interface, class... More> class PropObject : public ComObject<Interface, More...>
 {
   public:
     STDMETHODIMP GetLastError(HRESULT code, ULONG flags, LPMAPIERROR *error) override

@@ -1,4 +1,5 @@
 # The Linux library shows just the exports, under its SONAME.
+string(REPLACE "," ";" NAMES "${NAMES}")
 execute_process(COMMAND ${NM} -D --defined-only ${LIBRARY} OUTPUT_VARIABLE dump COMMAND_ERROR_IS_FATAL ANY)
 string(REGEX MATCHALL "[0-9a-f]+ [A-Z] [^\n@]+" rows "${dump}")
 set(got "")

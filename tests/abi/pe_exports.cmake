@@ -1,4 +1,6 @@
 # The DLL's export table is the list of exports: each name at its ordinal, and nothing else.
+string(REPLACE "," ";" NAMES "${NAMES}")
+string(REPLACE "," ";" ORDINALS "${ORDINALS}")
 execute_process(COMMAND ${OBJDUMP} -p ${DLL} OUTPUT_VARIABLE dump COMMAND_ERROR_IS_FATAL ANY)
 string(REGEX MATCH "\\[Ordinal/Name Pointer\\] Table[^\n]*\n(([ \t]+\\[ *[0-9]+\\][^\n]*\n)+)" found "${dump}")
 string(REGEX MATCH "Ordinal Base[ \t]+([0-9]+)" base_line "${dump}")

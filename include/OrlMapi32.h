@@ -17,7 +17,8 @@
  *  5. Results. An HRESULT: negative is failure. MAPI's own codes come through unchanged. E_INVALIDARG
  *     (0x80070057) means an unknown connection handle or a null mailbox; E_UNEXPECTED (0x8000FFFF) an exception
  *     inside the library. No exception leaves it. On failure outputs keep what the caller put there, except for
- *     counts that are set to 0 first.
+ *     counts that are set to 0 first, and where memory runs out half way through a listing of headers or
+ *     profiles: then the elements before are given, counted and to be freed, and a listing's handles too.
  *  6. Null pointers. A null text is reported in the trace and taken as empty. A null output pointer is the
  *     caller's error unless its comment allows it.
  *  7. Flags of 8 bits (BYTE) are true when not 0, unless their comment says otherwise.

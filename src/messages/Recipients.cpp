@@ -107,11 +107,13 @@ std::optional<tstring> ReadText(const Operation &op, IMAPIProp *pEntry, ULONG ul
 {
     MapiBuffer<SPropValue> value;
     hr = HrGetOneProp(pEntry, ulPropTag, value.put());
+    if (SUCCEEDED(hr) && !TextOf(*value.get()))
+        hr = MAPI_E_NOT_FOUND;
     if (FAILED(hr)) {
         op.Failed("HrGetOneProp", sentence, pEntry, hr, szMailbox.c_str());
         return std::nullopt;
     }
-    return tstring(value->Value.lpszA);
+    return tstring(TextOf(*value.get()));
 }
 
 // What the walk reads of an entry. The sentences differ from those of the fallback.

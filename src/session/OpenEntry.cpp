@@ -59,14 +59,19 @@ HRESULT ReadValue(IStream *pStream, LPSPropValue pProp, ULONG cb)
 
 } // namespace
 
+// Called for every entry that is opened, whether or not its line is traced, so digits are written one by one.
 tstring GetEntryIDString(ULONG cbEntryID, const void *lpEntryID)
 {
     tstring text;
     Contained({"GetEntryIDString", __LINE__}, [&] {
+        constexpr char kDigits[] = "0123456789ABCDEF";
         const auto *bytes = static_cast<const BYTE *>(lpEntryID);
+        text.reserve(std::size_t{cbEntryID} * 2);
         for (ULONG i = 0; i < cbEntryID; ++i) {
-            const ULONGLONG position = ULONGLONG{kFlagBytes} + i;
-            text.AppendFormat("%02X", bytes && position < cbEntryID ? bytes[position] : 0);
+            const std::size_t position = std::size_t{kFlagBytes} + i;
+            const BYTE byte = bytes && position < cbEntryID ? bytes[position] : 0;
+            text += kDigits[byte >> 4];
+            text += kDigits[byte & 15];
         }
     });
     return text;

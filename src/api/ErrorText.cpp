@@ -6,7 +6,7 @@
 namespace
 {
 
-constexpr int kFirstLine = 3000;
+constexpr int kFirstLine = 6000;
 
 } // namespace
 

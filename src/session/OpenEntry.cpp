@@ -69,9 +69,9 @@ tstring GetEntryIDString(ULONG cbEntryID, const void *lpEntryID)
         text.reserve(std::size_t{cbEntryID} * 2);
         for (ULONG i = 0; i < cbEntryID; ++i) {
             const std::size_t position = std::size_t{kFlagBytes} + i;
-            const BYTE byte = bytes && position < cbEntryID ? bytes[position] : 0;
-            text += kDigits[byte >> 4];
-            text += kDigits[byte & 15];
+            const BYTE octet = bytes && position < cbEntryID ? bytes[position] : 0;
+            text += kDigits[octet >> 4];
+            text += kDigits[octet & 15];
         }
     });
     return text;

@@ -1,0 +1,66 @@
+#include "ViewTable.h"
+
+#include "ErrorText.h"
+#include "RowSource.h"
+
+namespace localmapi
+{
+
+namespace
+{
+
+class ViewSource final : public RowSource
+{
+  public:
+    ViewSource(const storage::Site &site, storage::Container container, TableSchema schema)
+        : m_site(site), m_objects(site), m_container(container), m_schema(std::move(schema)), m_view(site, container)
+    {
+    }
+
+    const TableSchema &Schema() const override { return m_schema; }
+    ULONG Type() const override { return TBLTYPE_DYNAMIC; }
+    void Arrange(storage::Filter filter, std::vector<storage::SortKey> sort) override
+    {
+        m_view = storage::View(m_site, m_container, std::move(filter), std::move(sort));
+    }
+    std::uint64_t Count() const override { return m_view.count(); }
+    std::uint64_t CountBefore(const storage::Place &place) const override { return m_view.countBefore(place); }
+    storage::Moved Move(const storage::Place &from, std::int64_t rows) const override
+    {
+        return m_view.move(from, rows);
+    }
+    std::vector<storage::Row> Read(const storage::Place &from, storage::Direction direction, std::size_t rows,
+                                   const std::vector<storage::Tag> &columns) const override
+    {
+        return m_view.read(from, direction, rows, columns);
+    }
+    std::optional<storage::Row> Find(const storage::Place &from, storage::Direction direction,
+                                     const storage::Filter &filter) const override
+    {
+        return m_view.find(from, direction, filter);
+    }
+    bool Holds(const storage::Place &place) const override { return m_view.holds(place); }
+    storage::PropertyBag ReadWhole(storage::ObjectId row) const override
+    {
+        // A row may go between the read of its page and this one.
+        return m_objects.find(row) ? m_objects.read(row) : storage::PropertyBag{};
+    }
+
+  private:
+    storage::Site m_site;
+    storage::Objects m_objects;
+    storage::Container m_container;
+    TableSchema m_schema;
+    storage::View m_view;
+};
+
+} // namespace
+
+HRESULT CreateViewTable(const storage::Site &site, storage::Container container, TableSchema schema, IMAPITable **table)
+{
+    return Guarded([&]() -> HRESULT {
+        return CreateTable(std::make_unique<ViewSource>(site, container, std::move(schema)), table);
+    });
+}
+
+} // namespace localmapi

@@ -6,7 +6,7 @@
 #include <stdio.h>
 
 /* Calls a stdcall function with the stack `shift` bytes below a 16-byte boundary before its arguments are pushed. */
-static int call(void *function, unsigned shift, unsigned count, const void *const *arguments)
+static int call(ULONG_PTR function, unsigned shift, unsigned count, const void *const *arguments)
 {
     int result;
     __asm__ volatile("movl %%esp, %%edi\n\t"
@@ -26,7 +26,7 @@ static int call(void *function, unsigned shift, unsigned count, const void *cons
 }
 
 #define CALL(function, shift, ...)                                                                                     \
-    call((void *)(function), shift, sizeof((const void *[]){__VA_ARGS__}) / sizeof(void *),                            \
+    call((ULONG_PTR)(function), shift, sizeof((const void *[]){__VA_ARGS__}) / sizeof(void *),                         \
          (const void *[]){__VA_ARGS__})
 
 int main(void)

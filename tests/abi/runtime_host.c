@@ -34,7 +34,7 @@ static Function find(const char *name)
 static int tried;
 
 #define FIND(name)                                                                                                     \
-    PFN_##name name = (PFN_##name)find(#name);                                                                         \
+    PFN_##name p##name = (PFN_##name)find(#name);                                                                      \
     ++tried
 #define EXPECT(name, call, wanted)                                                                                     \
     do {                                                                                                               \
@@ -64,27 +64,27 @@ static void session(void)
     OrlMailbox mailbox = 77;
     static const WCHAR none[1] = {0};
 
-    OrlCrashRecovery();
-    EXPECT("OrlCloseConnection", OrlCloseConnection(&connection), 0x80004005);
+    pOrlCrashRecovery();
+    EXPECT("OrlCloseConnection", pOrlCloseConnection(&connection), 0x80004005);
     if (connection != 40000)
         fail("OrlCloseConnection", "changed the variable");
-    EXPECT("OrlIsMAPIAvailable", OrlIsMAPIAvailable(0), 0);
-    EXPECT("OrlIsConnected", OrlIsConnected(0), 0);
-    EXPECT("OrlMapiConnectA", OrlMapiConnectA(0, "", "", ""), INVALID);
-    EXPECT("OrlMapiConnectW", OrlMapiConnectW(0, none, none, none), INVALID);
-    EXPECT("OrlMapiDisconnect", OrlMapiDisconnect(0), INVALID);
-    EXPECT("OrlMapiConnectToMailboxA", OrlMapiConnectToMailboxA(0, &mailbox, ""), INVALID);
-    EXPECT("OrlMapiConnectToMailboxW", OrlMapiConnectToMailboxW(0, &mailbox, none), INVALID);
+    EXPECT("OrlIsMAPIAvailable", pOrlIsMAPIAvailable(0), 0);
+    EXPECT("OrlIsConnected", pOrlIsConnected(0), 0);
+    EXPECT("OrlMapiConnectA", pOrlMapiConnectA(0, "", "", ""), INVALID);
+    EXPECT("OrlMapiConnectW", pOrlMapiConnectW(0, none, none, none), INVALID);
+    EXPECT("OrlMapiDisconnect", pOrlMapiDisconnect(0), INVALID);
+    EXPECT("OrlMapiConnectToMailboxA", pOrlMapiConnectToMailboxA(0, &mailbox, ""), INVALID);
+    EXPECT("OrlMapiConnectToMailboxW", pOrlMapiConnectToMailboxW(0, &mailbox, none), INVALID);
     if (mailbox != 77)
         fail("OrlMapiConnectToMailbox", "changed the variable");
-    EXPECT("OrlMapiDisconnectFromMailbox", OrlMapiDisconnectFromMailbox(0, 0), INVALID);
-    EXPECT("OrlMapiReleaseHandle", OrlMapiReleaseHandle(0, 0, 0), INVALID);
-    EXPECT("OrlMapiFreeBuffer", OrlMapiFreeBuffer(0), 0);
-    EXPECT("OrlCreateConnection", OrlCreateConnection(&connection, 0), 0);
+    EXPECT("OrlMapiDisconnectFromMailbox", pOrlMapiDisconnectFromMailbox(0, 0), INVALID);
+    EXPECT("OrlMapiReleaseHandle", pOrlMapiReleaseHandle(0, 0, 0), INVALID);
+    EXPECT("OrlMapiFreeBuffer", pOrlMapiFreeBuffer(0), 0);
+    EXPECT("OrlCreateConnection", pOrlCreateConnection(&connection, 0), 0);
     if (connection == 0 || connection > 32768)
         fail("OrlCreateConnection", "gave a handle out of range");
-    EXPECT("OrlIsConnected", OrlIsConnected(connection), 0);
-    EXPECT("OrlCloseConnection", OrlCloseConnection(&connection), 0);
+    EXPECT("OrlIsConnected", pOrlIsConnected(connection), 0);
+    EXPECT("OrlCloseConnection", pOrlCloseConnection(&connection), 0);
     if (connection != 0)
         fail("OrlCloseConnection", "did not clear the variable");
 }
@@ -102,13 +102,13 @@ static void profiles(void)
     ExchangeProfileW *profilesW = 0;
     ULONG count = 9;
 
-    EXPECT("OrlGetExchangeServerNameA", OrlGetExchangeServerNameA(0, &serverA, ""), INVALID);
-    EXPECT("OrlGetExchangeServerNameW", OrlGetExchangeServerNameW(0, &serverW, none), INVALID);
-    EXPECT("OrlGetExchangeProfilesA", OrlGetExchangeProfilesA(0, &profilesA, &count), INVALID);
+    EXPECT("OrlGetExchangeServerNameA", pOrlGetExchangeServerNameA(0, &serverA, ""), INVALID);
+    EXPECT("OrlGetExchangeServerNameW", pOrlGetExchangeServerNameW(0, &serverW, none), INVALID);
+    EXPECT("OrlGetExchangeProfilesA", pOrlGetExchangeProfilesA(0, &profilesA, &count), INVALID);
     if (count != 0)
         fail("OrlGetExchangeProfilesA", "did not set the count to 0");
     count = 9;
-    EXPECT("OrlGetExchangeProfilesW", OrlGetExchangeProfilesW(0, &profilesW, &count), INVALID);
+    EXPECT("OrlGetExchangeProfilesW", pOrlGetExchangeProfilesW(0, &profilesW, &count), INVALID);
     if (count != 0)
         fail("OrlGetExchangeProfilesW", "did not set the count to 0");
 }
@@ -137,27 +137,27 @@ static void messages(void)
     BYTE flags[3] = {7, 8, 9};
 
     EXPECT("OrlGetEmailHeadersA",
-           OrlGetEmailHeadersA(0, 1, &table, &bookmark, 10, &headersA, &count, &total, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0),
+           pOrlGetEmailHeadersA(0, 1, &table, &bookmark, 10, &headersA, &count, &total, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0),
            INVALID);
     if (count != 0 || table != 5 || bookmark != 6 || headersA)
         fail("OrlGetEmailHeadersA", "touched the outputs");
     count = 9;
     EXPECT("OrlGetEmailHeadersW",
-           OrlGetEmailHeadersW(0, 1, &table, &bookmark, 10, &headersW, &count, &total, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0),
+           pOrlGetEmailHeadersW(0, 1, &table, &bookmark, 10, &headersW, &count, &total, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0),
            INVALID);
     if (count != 0 || table != 5 || bookmark != 6 || headersW)
         fail("OrlGetEmailHeadersW", "touched the outputs");
-    EXPECT("OrlGetEmailHeaderA", OrlGetEmailHeaderA(0, 1, 8, id, &headersA), INVALID);
-    EXPECT("OrlGetEmailHeaderW", OrlGetEmailHeaderW(0, 1, 8, id, &headersW), INVALID);
-    EXPECT("OrlGetEmailFlags", OrlGetEmailFlags(0, 1, 8, id, &flags[0], &flags[1], &flags[2]), INVALID);
+    EXPECT("OrlGetEmailHeaderA", pOrlGetEmailHeaderA(0, 1, 8, id, &headersA), INVALID);
+    EXPECT("OrlGetEmailHeaderW", pOrlGetEmailHeaderW(0, 1, 8, id, &headersW), INVALID);
+    EXPECT("OrlGetEmailFlags", pOrlGetEmailFlags(0, 1, 8, id, &flags[0], &flags[1], &flags[2]), INVALID);
     if (flags[0] != 7 || flags[1] != 8 || flags[2] != 9)
         fail("OrlGetEmailFlags", "touched the outputs");
-    EXPECT("OrlSetEmailReadFlag", OrlSetEmailReadFlag(0, 1, 8, id, 1), INVALID);
-    EXPECT("OrlDeleteEmail", OrlDeleteEmail(0, 1, 8, id), INVALID);
-    EXPECT("OrlDownloadEmailA", OrlDownloadEmailA(0, 1, 8, id, &textA), INVALID);
-    EXPECT("OrlDownloadEmailW", OrlDownloadEmailW(0, 1, 8, id, &textW), INVALID);
-    EXPECT("OrlDownloadAttachmentA", OrlDownloadAttachmentA(0, 1, 8, id, 0, ""), INVALID);
-    EXPECT("OrlDownloadAttachmentW", OrlDownloadAttachmentW(0, 1, 8, id, 0, none), INVALID);
+    EXPECT("OrlSetEmailReadFlag", pOrlSetEmailReadFlag(0, 1, 8, id, 1), INVALID);
+    EXPECT("OrlDeleteEmail", pOrlDeleteEmail(0, 1, 8, id), INVALID);
+    EXPECT("OrlDownloadEmailA", pOrlDownloadEmailA(0, 1, 8, id, &textA), INVALID);
+    EXPECT("OrlDownloadEmailW", pOrlDownloadEmailW(0, 1, 8, id, &textW), INVALID);
+    EXPECT("OrlDownloadAttachmentA", pOrlDownloadAttachmentA(0, 1, 8, id, 0, ""), INVALID);
+    EXPECT("OrlDownloadAttachmentW", pOrlDownloadAttachmentW(0, 1, 8, id, 0, none), INVALID);
 }
 
 static void texts(void)
@@ -167,10 +167,10 @@ static void texts(void)
     char narrow[64] = "x";
     WCHAR wide[64] = {'x'};
 
-    OrlGetErrorTextA(0, (HRESULT)0x8004010F, narrow, sizeof narrow);
+    pOrlGetErrorTextA(0, (HRESULT)0x8004010F, narrow, sizeof narrow);
     if (strcmp(narrow, "MAPI_E_NOT_FOUND") != 0)
         fail("OrlGetErrorTextA", narrow);
-    OrlGetErrorTextW(0, 0, wide, 64);
+    pOrlGetErrorTextW(0, 0, wide, 64);
     if (wide[0] != 0)
         fail("OrlGetErrorTextW", "S_OK has a name");
 }

@@ -6,3 +6,5 @@
 std::size_t PlatformLiveHandles();
 // Threads started by _beginthread and _beginthreadex that have not ended.
 std::size_t PlatformLiveThreads();
+// Makes tests of pointers take the way that they take where process_vm_readv is refused.
+void PlatformProbeByPipe(bool byPipe);

@@ -1,0 +1,61 @@
+// Ticks, the clock, the system's version.
+#include <cstdio>
+#include <sys/utsname.h>
+#include <time.h>
+#include <windows.h>
+
+namespace
+{
+// From 1601 to 1970, in units of 100 ns.
+constexpr ULONGLONG kUnixEpoch = 116444736000000000;
+} // namespace
+
+ULONGLONG GetTickCount64()
+{
+    timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<ULONGLONG>(now.tv_sec) * 1000 + static_cast<ULONGLONG>(now.tv_nsec) / 1000000;
+}
+
+DWORD GetTickCount()
+{
+    return static_cast<DWORD>(GetTickCount64());
+}
+
+void GetSystemTimeAsFileTime(LPFILETIME lpSystemTimeAsFileTime)
+{
+    timespec now;
+    clock_gettime(CLOCK_REALTIME, &now);
+    const ULONGLONG ticks =
+        kUnixEpoch + static_cast<ULONGLONG>(now.tv_sec) * 10000000 + static_cast<ULONGLONG>(now.tv_nsec) / 100;
+    lpSystemTimeAsFileTime->dwLowDateTime = static_cast<DWORD>(ticks);
+    lpSystemTimeAsFileTime->dwHighDateTime = static_cast<DWORD>(ticks >> 32);
+}
+
+void GetSystemTime(LPSYSTEMTIME lpSystemTime)
+{
+    FILETIME now;
+    GetSystemTimeAsFileTime(&now);
+    FileTimeToSystemTime(&now, lpSystemTime);
+}
+
+void GetLocalTime(LPSYSTEMTIME lpSystemTime)
+{
+    SYSTEMTIME now;
+    GetSystemTime(&now);
+    SystemTimeToTzSpecificLocalTime(nullptr, &now, lpSystemTime);
+}
+
+BOOL GetVersionExA(LPOSVERSIONINFOA lpVersionInformation)
+{
+    if (!lpVersionInformation || lpVersionInformation->dwOSVersionInfoSize != sizeof(OSVERSIONINFOA)) {
+        SetLastError(ERROR_INSUFFICIENT_BUFFER);
+        return FALSE;
+    }
+    utsname system;
+    unsigned major = 0, minor = 0, build = 0;
+    if (uname(&system) == 0)
+        std::sscanf(system.release, "%u.%u.%u", &major, &minor, &build);
+    *lpVersionInformation = {sizeof(OSVERSIONINFOA), major, minor, build, VER_PLATFORM_WIN32_NT, {}};
+    return TRUE;
+}

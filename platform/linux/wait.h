@@ -1,0 +1,98 @@
+// Objects that threads wait for, and their handles. One lock of the process guards all of them: none is on a path
+// where that is felt, and a wait for several objects and the message queue at once needs no order of locks.
+#pragma once
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+#include <windows.h>
+
+namespace platform
+{
+class KernelObject;
+class Mutex;
+struct MessageQueue;
+
+// What a thread holds. Ends with the thread, whoever started it: the mutexes that it still owns are abandoned, its
+// message queue is gone.
+struct ThreadRecord {
+    std::vector<std::shared_ptr<Mutex>> owned;
+    std::shared_ptr<MessageQueue> queue;
+    ~ThreadRecord();
+};
+ThreadRecord &CurrentThread();
+
+std::mutex &WaitLock();
+
+// A thread that waits.
+struct Waiter {
+    std::condition_variable wake;
+};
+
+// Something with waiters. All members are used under WaitLock().
+class Waitable
+{
+  public:
+    virtual ~Waitable() = default;
+    void Add(Waiter *waiter) { m_waiters.push_back(waiter); }
+    void Remove(Waiter *waiter);
+    void WakeAll();
+
+  private:
+    std::vector<Waiter *> m_waiters;
+};
+
+class KernelObject : public Waitable
+{
+  public:
+    virtual bool IsSignalled(const ThreadRecord &self) const = 0;
+    // What a successful wait does to the object. True when its owner had ended without releasing it.
+    virtual bool Take(ThreadRecord &self) = 0;
+};
+
+// Handles: multiples of four that are never used twice.
+HANDLE NewHandle(std::shared_ptr<KernelObject> object);
+// Null, and ERROR_INVALID_HANDLE, for what is no open handle.
+std::shared_ptr<KernelObject> FindObject(HANDLE handle);
+template <class Object> std::shared_ptr<Object> FindObjectOf(HANDLE handle)
+{
+    auto object = std::dynamic_pointer_cast<Object>(FindObject(handle));
+    if (!object)
+        SetLastError(ERROR_INVALID_HANDLE);
+    return object;
+}
+// The handle of a new object, or of the one that has the name already (ERROR_ALREADY_EXISTS).
+template <class Object> HANDLE NewNamedHandle(std::shared_ptr<Object> made, const std::string &name);
+std::shared_ptr<KernelObject> FindOrAddName(const std::string &name, const std::shared_ptr<KernelObject> &made);
+
+template <class Object> HANDLE NewNamedHandle(std::shared_ptr<Object> made, const std::string &name)
+{
+    if (name.empty()) {
+        SetLastError(ERROR_SUCCESS);
+        return NewHandle(std::move(made));
+    }
+    const std::shared_ptr<KernelObject> object = FindOrAddName(name, made);
+    if (!std::dynamic_pointer_cast<Object>(object)) {
+        SetLastError(ERROR_INVALID_HANDLE);
+        return nullptr;
+    }
+    SetLastError(object == made ? ERROR_SUCCESS : ERROR_ALREADY_EXISTS);
+    return NewHandle(object);
+}
+
+struct MessageQueue : Waitable {
+    std::vector<MSG> messages;
+    bool quit = false;
+    WPARAM quitCode = 0;
+    bool changed = false; // something came since the queue was last looked at
+
+    bool IsEmpty() const { return messages.empty() && !quit; }
+};
+
+// Takes the queue of a thread out of reach of PostThreadMessageA. Under WaitLock().
+void ForgetQueue(DWORD threadId);
+
+// WAIT_OBJECT_0 + i, with `queue` at the index after the handles; the results of the wait functions.
+DWORD WaitFor(const HANDLE *handles, DWORD count, bool all, MessageQueue *queue, DWORD milliseconds);
+} // namespace platform

@@ -8,10 +8,10 @@
 /* Calls a stdcall function with the stack `shift` bytes below a 16-byte boundary before its arguments are pushed. */
 static int call(ULONG_PTR function, unsigned shift, unsigned count, const void *const *arguments)
 {
-    int result;
+    ULONG_PTR result = function;
     __asm__ volatile("movl %%esp, %%edi\n\t"
                      "andl $-16, %%esp\n\t"
-                     "subl %[shift], %%esp\n\t"
+                     "subl %%edx, %%esp\n\t"
                      "1: testl %%ebx, %%ebx\n\t"
                      "jz 2f\n\t"
                      "decl %%ebx\n\t"
@@ -19,10 +19,10 @@ static int call(ULONG_PTR function, unsigned shift, unsigned count, const void *
                      "jmp 1b\n\t"
                      "2: call *%%eax\n\t"
                      "movl %%edi, %%esp\n\t"
-                     : "=a"(result), "+b"(count)
-                     : "a"(function), [shift] "d"(shift), "S"(arguments)
+                     : "+a"(result), "+b"(count), "+d"(shift)
+                     : "S"(arguments)
                      : "edi", "ecx", "memory", "cc");
-    return result;
+    return (int)result;
 }
 
 #define CALL(function, shift, ...)                                                                                     \

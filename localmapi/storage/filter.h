@@ -64,9 +64,6 @@ int compareValues(const Value &left, const Value &right);
 // Whether a bag satisfies a filter, for rows that are not in a file (AnyRecipient and AnyAttachment are false).
 bool matches(const Filter &filter, const PropertyBag &row);
 
-// Text with case, or accents, or both taken out, as Content compares it.
-std::string foldText(const std::string &text, bool ignoreCase, bool ignoreNonSpace);
-
 struct SortKey {
     Tag tag;
     bool descending = false;

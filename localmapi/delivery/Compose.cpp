@@ -1,6 +1,6 @@
 #include "Compose.h"
 #include "Tags.h"
-#include "localmapi/storage/filter.h"
+#include "localmapi/storage/text.h"
 #include <algorithm>
 #include <array>
 #include <cerrno>

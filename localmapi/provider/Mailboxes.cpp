@@ -2,6 +2,7 @@
 
 #include "ErrorText.h"
 #include "NameMatch.h"
+#include "localmapi/storage/text.h"
 
 namespace localmapi
 {

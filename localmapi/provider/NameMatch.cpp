@@ -1,5 +1,6 @@
 #include "NameMatch.h"
 
+#include "localmapi/storage/text.h"
 #include "localmapi/storage/view.h"
 
 namespace localmapi

@@ -1,0 +1,284 @@
+// The two queries about profiles: which there are, and a profile's home server; with the result blocks of their
+// exports, narrow and wide.
+#include "session/SessionTest.h"
+#include <cstring>
+
+namespace
+{
+
+const std::vector<std::string> kProfileQuery = {"MAPIAdminProfiles(0)", "ProfAdmin.GetProfileTable(0)",
+                                                "HrQueryAllRows(Table(profiles), [PR_DISPLAY_NAME_A], NULL, NULL, 0)"};
+const char *const kSectionQuery =
+    "ProfSect(global).GetProps([PR_PROFILE_HOME_SERVER, PR_PROFILE_NAME_A, PR_PROFILE_UNRESOLVED_NAME], *)";
+
+class ProfilesTest : public SessionTest
+{
+  protected:
+    void SetProfiles(const std::vector<std::string> &names)
+    {
+        mapi.world.profiles->rows.clear();
+        for (const std::string &name : names)
+            mapi.world.profiles->rows.push_back({Text(PR_DISPLAY_NAME_A, name)});
+    }
+    ULONG count = 99;
+    ExchangeProfileA *profilesA = nullptr;
+    ExchangeProfileW *profilesW = nullptr;
+};
+
+TEST_F(ProfilesTest, AreListedInTheOrderOfTheTable)
+{
+    SetProfiles({"Voicemail", "Zeta", "Alpha"});
+    EXPECT_EQ(OrlGetExchangeProfilesA(hConnection, &profilesA, &count), S_OK);
+    ASSERT_EQ(count, 3u);
+    EXPECT_STREQ(profilesA[0].pszDisplayName, "Voicemail");
+    EXPECT_STREQ(profilesA[1].pszDisplayName, "Zeta");
+    EXPECT_STREQ(profilesA[2].pszDisplayName, "Alpha");
+    for (ULONG i = 0; i < count; ++i)
+        EXPECT_EQ(profilesA[i].bFlag, 0);
+    EXPECT_THAT(Calls(), ElementsAreArray(kProfileQuery));
+    EXPECT_THAT(IndentedLines(), ElementsAre("> CMAPIImpl::GetAvailableProfiles()",
+                                             "  CMAPIImpl::GetAvailableProfiles[#]: At entry, counter=[0]",
+                                             "  GetAvailableProfiles - profile is \"Voicemail\"",
+                                             "  GetAvailableProfiles - profile is \"Zeta\"",
+                                             "  GetAvailableProfiles - profile is \"Alpha\"",
+                                             "  CMAPIImpl::GetAvailableProfiles[#]: At exit, counter=[0]",
+                                             "< CMAPIImpl::GetAvailableProfiles()"));
+    EXPECT_THAT(mapi.recorder.Memory(),
+                ElementsAre("FreeProws(rows of profiles)",
+                            "MAPIAllocateBuffer(" + std::to_string(3 * sizeof(ExchangeProfileA)) + ")",
+                            "MAPIAllocateMore(10, block 1)", "MAPIAllocateMore(5, block 1)",
+                            "MAPIAllocateMore(6, block 1)"));
+    EXPECT_THAT(LiveBlocks(), ElementsAre("block 1"));
+    EXPECT_EQ(OrlMapiFreeBuffer(profilesA), S_OK);
+}
+
+TEST_F(ProfilesTest, NoProfilesAreNoErrorAndNoBuffer)
+{
+    SetProfiles({});
+    auto *untouched = reinterpret_cast<ExchangeProfileA *>(0x10);
+    EXPECT_EQ(OrlGetExchangeProfilesA(hConnection, &untouched, &count), S_OK);
+    EXPECT_EQ(count, 0u);
+    EXPECT_EQ(untouched, reinterpret_cast<ExchangeProfileA *>(0x10));
+    EXPECT_THAT(mapi.recorder.Memory(), ElementsAre("FreeProws(rows of profiles)"));
+    count = 99;
+    EXPECT_EQ(OrlGetExchangeProfilesW(hConnection, &profilesW, &count), S_OK);
+    EXPECT_EQ(count, 0u);
+    EXPECT_EQ(profilesW, nullptr);
+}
+
+TEST_F(ProfilesTest, AreWidenedAsUtf8AndAsAnsiTextWhereTheyAreNotUtf8)
+{
+    const std::string valid[] = {"J\xC3\xBCrgen", "\xCE\x93\xCE\xB9\xCF\x8E\xCF\x81\xCE\xB3\xCE\xBF\xCF\x82",
+                                 "\xE5\xB1\xB1\xE7\x94\xB0", "\xF0\x9F\x8E\xA4 mail", ""};
+    const std::string broken[] = {"\xE9t\xE9", "cut \xF0\x9F\x8E", "\xC0\xAF"};
+    std::vector<std::string> names(std::begin(valid), std::end(valid));
+    names.insert(names.end(), std::begin(broken), std::end(broken));
+    SetProfiles(names);
+    EXPECT_EQ(OrlGetExchangeProfilesW(hConnection, &profilesW, &count), S_OK);
+    ASSERT_EQ(count, names.size());
+    const auto memory = mapi.recorder.Memory();
+    ASSERT_EQ(memory.size(), names.size() + 2);
+    for (size_t i = 0; i < names.size(); ++i) {
+        SCOPED_TRACE(i);
+        const WideText expected = i < std::size(valid) ? FromUtf8(names[i]) : FromAnsi(names[i]);
+        EXPECT_EQ(WideText(profilesW[i].pszDisplayName), expected);
+        EXPECT_EQ(memory[i + 2], "MAPIAllocateMore(" + std::to_string(names[i].size() * 2 + 2) + ", block 1)");
+    }
+    EXPECT_EQ(OrlMapiFreeBuffer(profilesW), S_OK);
+    // The narrow export gives every byte as it is.
+    EXPECT_EQ(OrlGetExchangeProfilesA(hConnection, &profilesA, &count), S_OK);
+    for (size_t i = 0; i < names.size(); ++i)
+        EXPECT_EQ(profilesA[i].pszDisplayName, names[i]);
+    EXPECT_EQ(OrlMapiFreeBuffer(profilesA), S_OK);
+}
+
+TEST_F(ProfilesTest, ARowWithoutANameDoesNoHarm)
+{
+    mapi.world.profiles->rows = {{Text(PR_DISPLAY_NAME_A, "first")}, {}, {Null(PR_DISPLAY_NAME_A)}};
+    EXPECT_EQ(OrlGetExchangeProfilesA(hConnection, &profilesA, &count), S_OK);
+    EXPECT_EQ(count, 3u);
+    EXPECT_STREQ(profilesA[0].pszDisplayName, "first");
+    EXPECT_STREQ(profilesA[1].pszDisplayName, "");
+    EXPECT_STREQ(profilesA[2].pszDisplayName, "");
+    EXPECT_EQ(OrlMapiFreeBuffer(profilesA), S_OK);
+}
+
+TEST_F(ProfilesTest, TheCountIsThatOfTheRecordsFilledWhereMemoryEnds)
+{
+    SetProfiles({"one", "two", "three"});
+    mapi.script.Tell("MAPIAllocateMore", Fails(E_OUTOFMEMORY).From(2));
+    EXPECT_EQ(OrlGetExchangeProfilesA(hConnection, &profilesA, &count), E_OUTOFMEMORY);
+    EXPECT_EQ(count, 1u);
+    EXPECT_THAT(Errors(), ElementsAre(ErrorLine("OrlGetExchangeProfilesA", E_OUTOFMEMORY, "MAPIAllocateMore", "")));
+    ASSERT_NE(profilesA, nullptr);
+    EXPECT_STREQ(profilesA[0].pszDisplayName, "one");
+    EXPECT_EQ(OrlMapiFreeBuffer(profilesA), S_OK);
+}
+
+TEST_F(ProfilesTest, EveryFailingCallIsReportedOnceAndLeavesNothing)
+{
+    const struct {
+        const char *call;
+        const char *reported;
+        const char *sentence;
+    } steps[] = {
+        {"MAPIAdminProfiles", "MAPIAdminProfiles", "*"},
+        {"ProfAdmin.GetProfileTable", "GetProfileTable", " trying to obtain access to the profile table."},
+        {"HrQueryAllRows", "HrQueryAllRows", " trying to retrieve all the profiles."},
+        {"MAPIAllocateBuffer", "MAPIAllocateBuffer", "*"},
+        {"MAPIAllocateMore", "MAPIAllocateMore", "*"},
+    };
+    HRESULT hr = S_OK;
+    const int calls = Sweep(
+        [&] {
+            Forget();
+            count = 99;
+            profilesA = nullptr;
+        },
+        [&] { hr = OrlGetExchangeProfilesA(hConnection, &profilesA, &count); },
+        [&](const Round &round) {
+            EXPECT_EQ(hr, round.hr);
+            EXPECT_EQ(count, 0u);
+            ASSERT_EQ(Errors().size(), 1u);
+            for (const auto &step : steps)
+                if (round.call.Is(step.call)) {
+                    const std::string function =
+                        round.call.kind == Kind::Memory ? "OrlGetExchangeProfilesA" : "CMAPIImpl::GetAvailableProfiles";
+                    const std::string start = ErrorLine(function, round.hr, step.reported, "");
+                    EXPECT_THAT(Errors()[0], Like(start.substr(0, start.size() - 1) + step.sentence));
+                }
+            EXPECT_EQ(Counter(), 0);
+            OrlMapiFreeBuffer(profilesA);
+            mapi.ExpectNothingLeft();
+        });
+    EXPECT_EQ(calls, 5);
+    OrlMapiFreeBuffer(profilesA);
+}
+
+class ServerNameTest : public SessionTest
+{
+  protected:
+    ExchangeServerNameA *nameA = nullptr;
+    ExchangeServerNameW *nameW = nullptr;
+};
+
+TEST_F(ServerNameTest, IsTheNamedProfilesWhereTheSessionIsNotLoggedOn)
+{
+    EXPECT_EQ(OrlGetExchangeServerNameA(hConnection, &nameA, "voiceMAIL"), S_OK);
+    ASSERT_NE(nameA, nullptr);
+    EXPECT_EQ(nameA->bProfileMatched, 1) << "the names differ only in case";
+    EXPECT_STREQ(nameA->pszHomeServer, "NORVIK1");
+    EXPECT_STREQ(nameA->pszProfileUser, "vm");
+    EXPECT_THAT(Calls(), ElementsAre("MAPIAdminProfiles(0)", "ProfAdmin.AdminServices(\"voiceMAIL\", \"\", 0, 0)",
+                                     "ServiceAdmin(voiceMAIL).OpenProfileSection(global section, NULL, 0)",
+                                     Like(kSectionQuery)));
+    const auto everything = mapi.recorder.Everything();
+    EXPECT_EQ(everything[2], "ProfAdmin.Release()") << "given back before the section is opened";
+    EXPECT_THAT(mapi.recorder.Memory(),
+                ElementsAre("MAPIFreeBuffer(properties of global)",
+                            "MAPIAllocateBuffer(" + std::to_string(sizeof(ExchangeServerNameA)) + ")",
+                            "MAPIAllocateMore(8, block 1)", "MAPIAllocateMore(3, block 1)"));
+    EXPECT_THAT(IndentedLines(), ElementsAre("> CMAPIImpl::GetExchangeServerName(szProfile: voiceMAIL)",
+                                             "  GetExchangeServerName - profile home server is \"NORVIK1\"",
+                                             "  GetExchangeServerName - profile name is \"Voicemail\"",
+                                             "  GetExchangeServerName - profile user or unresolved name is \"vm\"",
+                                             "< CMAPIImpl::GetExchangeServerName()"));
+    EXPECT_EQ(OrlMapiFreeBuffer(nameA), S_OK);
+}
+
+TEST_F(ServerNameTest, IsTheSessionsOwnWhereItIsLoggedOn)
+{
+    Connect();
+    EXPECT_EQ(OrlGetExchangeServerNameA(hConnection, &nameA, "Another"), S_OK);
+    EXPECT_EQ(nameA->bProfileMatched, 0);
+    EXPECT_STREQ(nameA->pszHomeServer, "NORVIK1");
+    EXPECT_THAT(Calls(),
+                ElementsAre("Session.AdminServices(0)",
+                            "ServiceAdmin(session).OpenProfileSection(global section, NULL, 0)", Like(kSectionQuery)));
+    EXPECT_EQ(OrlMapiFreeBuffer(nameA), S_OK);
+}
+
+TEST_F(ServerNameTest, TakesTheUserFromEitherPropertyAndSkipsErrors)
+{
+    mapi.world.globalSection->raw = true;
+    mapi.world.globalSection->props = {Missing(PR_PROFILE_HOME_SERVER), Text(PR_PROFILE_USER, "configured user")};
+    EXPECT_EQ(OrlGetExchangeServerNameA(hConnection, &nameA, "p"), S_OK);
+    EXPECT_EQ(nameA->bProfileMatched, 0);
+    EXPECT_STREQ(nameA->pszHomeServer, "");
+    EXPECT_STREQ(nameA->pszProfileUser, "configured user");
+    EXPECT_THAT(Lines(), ElementsAre("> CMAPIImpl::GetExchangeServerName(szProfile: p)",
+                                     "GetExchangeServerName - profile user or unresolved name is \"configured user\"",
+                                     "< CMAPIImpl::GetExchangeServerName()"));
+    EXPECT_EQ(OrlMapiFreeBuffer(nameA), S_OK);
+}
+
+TEST_F(ServerNameTest, TheMemberClearsWhatTheCallerHadThere)
+{
+    mapi.world.globalSection->props.clear();
+    tstring server = "old";
+    tstring user = "old";
+    bool matched = true;
+    EXPECT_TRUE(SUCCEEDED(Session()->GetExchangeServerName(server, "p", user, matched)));
+    EXPECT_EQ(server, "");
+    EXPECT_EQ(user, "");
+    EXPECT_FALSE(matched);
+    mapi.script.Tell("MAPIAdminProfiles", Fails(MAPI_E_NETWORK_ERROR));
+    server = user = "old";
+    matched = true;
+    EXPECT_EQ(Session()->GetExchangeServerName(server, "p", user, matched), MAPI_E_NETWORK_ERROR);
+    EXPECT_EQ(server, "");
+    EXPECT_EQ(user, "");
+    EXPECT_FALSE(matched);
+}
+
+TEST_F(ServerNameTest, IsAskedForInAnsiTextAndWidenedAsUtf8)
+{
+    const WideText asked = OLESTR("Jürgen");
+    mapi.world.globalSection->props = {Text(PR_PROFILE_HOME_SERVER, "GR\xC3\x9C\xC3\x9F"
+                                                                    "E-\xF0\x9F\x8E\xA4"),
+                                       Text(PR_PROFILE_NAME_A, InAnsi(asked)),
+                                       Text(PR_PROFILE_UNRESOLVED_NAME, "\xE9t\xE9")};
+    EXPECT_EQ(OrlGetExchangeServerNameW(hConnection, &nameW, asked.c_str()), S_OK);
+    EXPECT_EQ(nameW->bProfileMatched, 1);
+    EXPECT_EQ(WideText(nameW->pszHomeServer), WideText(OLESTR("GRÜßE-🎤")));
+    EXPECT_EQ(WideText(nameW->pszProfileUser), FromAnsi("\xE9t\xE9"));
+    EXPECT_THAT(Calls(), Contains("ProfAdmin.AdminServices(\"" + InAnsi(asked) + "\", \"\", 0, 0)"));
+    EXPECT_THAT(mapi.recorder.Memory(),
+                ElementsAre("MAPIFreeBuffer(properties of global)",
+                            "MAPIAllocateBuffer(" + std::to_string(sizeof(ExchangeServerNameW)) + ")",
+                            "MAPIAllocateMore(26, block 1)", "MAPIAllocateMore(8, block 1)"));
+    EXPECT_EQ(OrlMapiFreeBuffer(nameW), S_OK);
+}
+
+TEST_F(ServerNameTest, EveryFailingCallIsReportedOnceAndLeavesNothing)
+{
+    for (const bool connected : {false, true}) {
+        SCOPED_TRACE(connected ? "logged on" : "not logged on");
+        if (connected)
+            Connect();
+        const size_t objects = LiveObjects().size();
+        HRESULT hr = S_OK;
+        const auto prepare = [&] {
+            OrlMapiFreeBuffer(nameA);
+            nameA = nullptr;
+            Forget();
+        };
+        const int calls = Sweep(
+            prepare, [&] { hr = OrlGetExchangeServerNameA(hConnection, &nameA, "p"); },
+            [&](const Round &round) {
+                EXPECT_EQ(hr, round.hr);
+                EXPECT_EQ(Errors().size(), 1u);
+                EXPECT_EQ(nameA, nullptr);
+                if (round.call.kind == Kind::Memory) {
+                    EXPECT_THAT(Errors(),
+                                ElementsAre(ErrorLine("OrlGetExchangeServerNameA", round.hr, round.call.method, "")));
+                }
+                EXPECT_EQ(LiveObjects().size(), objects);
+                EXPECT_THAT(LiveBlocks(), IsEmpty());
+            });
+        EXPECT_EQ(calls, connected ? 6 : 7);
+        prepare();
+    }
+}
+
+} // namespace

@@ -75,7 +75,8 @@ HRESULT CopyToFile(IStream *pStream, const char *szFilename)
         if (!written)
             break;
     }
-    if (std::fclose(file.release()) != 0)
+    // What is still in the buffer may not fit; not every runtime says so when the file is closed.
+    if (std::fflush(file.get()) != 0 || std::fclose(file.release()) != 0)
         written = false;
     if (!written) {
         TraceHResult("SaveStreamToFile", __LINE__, STG_E_MEDIUMFULL, "fwrite",

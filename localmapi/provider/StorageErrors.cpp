@@ -34,6 +34,8 @@ HRESULT CodeOf(storage::Fault fault)
         return MAPI_E_TOO_BIG;
     case Fault::Invalid:
         return MAPI_E_INVALID_PARAMETER;
+    case Fault::TooComplex:
+        return MAPI_E_TOO_COMPLEX;
     case Fault::Failed:
         return MAPI_E_DISK_ERROR;
     }

@@ -14,7 +14,7 @@ namespace
 {
 
 constexpr ULONG kOpenStoreFlags = MDB_NO_DIALOG | MDB_WRITE | MAPI_DEFERRED_ERRORS | MAPI_BEST_ACCESS | MDB_TEMPORARY |
-                                  MDB_NO_MAIL | 0x100 /* MDB_ONLINE */ | 0x200 /* MAPI_NO_CACHE */;
+                                  MDB_NO_MAIL | MDB_ONLINE | MAPI_NO_CACHE;
 
 constexpr LONG kSupport = STORE_ENTRYID_UNIQUE | STORE_MODIFY_OK | STORE_CREATE_OK | STORE_ATTACH_OK | STORE_OLE_OK |
                           STORE_MV_PROPS_OK | STORE_RESTRICTION_OK | STORE_SORT_OK | kStoreUnicodeOk;

@@ -3,6 +3,7 @@
 #pragma once
 #include "EntryId.h"
 #include "ErrorText.h"
+#include "ExchangeMapi.h"
 #include "Store.h"
 
 #include "localmapi/storage/objects.h"
@@ -43,8 +44,7 @@ struct StoreContext {
 using StorePtr = std::shared_ptr<StoreContext>;
 
 // The flags that OpenEntry takes on stores and folders.
-inline constexpr ULONG kOpenEntryFlags =
-    MAPI_MODIFY | MAPI_BEST_ACCESS | MAPI_DEFERRED_ERRORS | 0x200 /* MAPI_NO_CACHE */;
+inline constexpr ULONG kOpenEntryFlags = MAPI_MODIFY | MAPI_BEST_ACCESS | MAPI_DEFERRED_ERRORS | MAPI_NO_CACHE;
 
 // Whether an object is opened for writing: MAPI_MODIFY demands it, MAPI_BEST_ACCESS takes what there is.
 bool WantsToWrite(const StoreContext &store, ULONG flags);

@@ -1,5 +1,5 @@
 #include "common/CritSect.h"
-#include "common/CritSectCalls.h"
+#include "common/SystemCalls.h"
 #include "common/debug.h"
 #include "common/errors.h"
 
@@ -55,8 +55,10 @@ CriticalSection::~CriticalSection()
         Lock(kThisFile, 59, true);
         if (m_bMutexMode)
             SystemCalls().CloseHandle(m_hMutex);
-        else
+        else {
+            LeaveCriticalSection(&m_cs);
             DeleteCriticalSection(&m_cs);
+        }
     } catch (...) {
         ReportException(kThisFile, "CriticalSection::~CriticalSection", 72);
     }

@@ -1,6 +1,7 @@
 #include "common/DebugTrace.h"
 #include "common/AnyConvention.h"
 #include "common/FaultGuard.h"
+#include "common/SystemCalls.h"
 #include "common/TraceLine.h"
 #include "common/tstring.h"
 #include <algorithm>
@@ -96,7 +97,7 @@ void DebugTrace::Init(HMODULE hModule, const char *szModuleName, const char *szR
         m_settings.Write(identity.szKey, identity.szName);
         Publish(identity);
     } catch (...) {
-        OutputDebugStringA("Exception has occurred in InitDebug");
+        SystemCalls().OutputDebugStringA("Exception has occurred in InitDebug");
     }
 }
 
@@ -169,10 +170,10 @@ void DebugTrace::Send(const char *line, int length)
         hook(line, length);
     } else if (const FARPROC dbgOut = m_pfnDbgOutA) {
         CallEitherConvention(dbgOut, line, length);
-        if (IsDebuggerPresent())
-            OutputDebugStringA(line);
+        if (SystemCalls().IsDebuggerPresent())
+            SystemCalls().OutputDebugStringA(line);
     } else
-        OutputDebugStringA(line);
+        SystemCalls().OutputDebugStringA(line);
 }
 
 // The hook takes narrow text.
@@ -186,10 +187,10 @@ void DebugTrace::Send(const WCHAR *line, int length)
         hook(narrow, narrowLength);
     } else if (const FARPROC dbgOut = m_pfnDbgOutW) {
         CallEitherConvention(dbgOut, line, length);
-        if (IsDebuggerPresent())
-            OutputDebugStringW(line);
+        if (SystemCalls().IsDebuggerPresent())
+            SystemCalls().OutputDebugStringW(line);
     } else
-        OutputDebugStringW(line);
+        SystemCalls().OutputDebugStringW(line);
 }
 
 void PinDebugFilter(DWORD level, const BYTE (&map)[TraceSettings::kMapBytes])

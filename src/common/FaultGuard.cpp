@@ -20,7 +20,12 @@ constinit std::atomic<DWORD> g_slot{TLS_OUT_OF_INDEXES};
 Guard *Current()
 {
     const DWORD slot = g_slot.load(std::memory_order_acquire);
-    return slot == TLS_OUT_OF_INDEXES ? nullptr : static_cast<Guard *>(TlsGetValue(slot));
+    if (slot == TLS_OUT_OF_INDEXES)
+        return nullptr;
+    const DWORD lastError = GetLastError(); // which reading a slot clears
+    auto *guard = static_cast<Guard *>(TlsGetValue(slot));
+    SetLastError(lastError);
+    return guard;
 }
 
 void SetCurrent(Guard *guard)
@@ -71,10 +76,7 @@ LONG CALLBACK OnException(EXCEPTION_POINTERS *info)
     const DWORD code = info->ExceptionRecord->ExceptionCode;
     if (code != EXCEPTION_ACCESS_VIOLATION && code != kInPageError)
         return EXCEPTION_CONTINUE_SEARCH;
-    const DWORD lastError = GetLastError();
-    const Guard *guard = Current();
-    SetLastError(lastError);
-    if (!guard)
+    if (!Current())
         return EXCEPTION_CONTINUE_SEARCH;
     // Without a context the exception was raised by a function on this very stack.
     if (!info->ContextRecord)

@@ -1,6 +1,5 @@
 // A guard against memory faults: a call that reads through a bad pointer ends there, and the host goes on.
 #pragma once
-#include <type_traits>
 
 // Calls call(context). False when it was cut short by an access to memory that is not there; then nothing that the
 // call had on its stack is destroyed, so it must hold nothing that needs it. C++ exceptions pass through. Guards
@@ -9,8 +8,8 @@ bool RunGuarded(void (*call)(void *), void *context);
 
 template <class Call> bool RunGuarded(Call &&call)
 {
-    using Target = std::remove_reference_t<Call>;
-    return RunGuarded([](void *target) { (*static_cast<Target *>(target))(); }, &call);
+    auto *target = &call;
+    return RunGuarded([](void *context) { (**static_cast<decltype(target) *>(context))(); }, &target);
 }
 
 // For a scope no guard of this thread acts: code that meets faults and handles them itself.

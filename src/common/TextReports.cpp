@@ -1,5 +1,6 @@
 #include "common/TextReports.h"
 #include "common/FaultGuard.h"
+#include "common/SystemCalls.h"
 #include "common/debug.h"
 #include <atomic>
 #include <cstring>
@@ -40,8 +41,8 @@ void ReportBadText(const char *szMember, int nLine)
 {
     DebugOutputA(kTraceText, "Assertion failed: Invalid string passed to %s, file %s, line %d", szMember,
                  "..\\LumenCommon\\tstring", nLine);
-    if (g_breakOnBadText && IsDebuggerPresent())
-        DebugBreak();
+    if (g_breakOnBadText && SystemCalls().IsDebuggerPresent())
+        SystemCalls().DebugBreak();
 }
 
 void ReportBadWideText(const char *szMember, const char *szAssigning, const WCHAR *text, int nLine)

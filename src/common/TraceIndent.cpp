@@ -10,7 +10,11 @@ constexpr DWORD kHighest = 0xFFFFFFFF;
 
 DWORD TraceIndent::Get() const
 {
-    return static_cast<DWORD>(reinterpret_cast<std::uintptr_t>(TlsGetValue(m_slot)));
+    // Reading a slot clears the thread's last error, which the code that is traced may still want.
+    const DWORD lastError = GetLastError();
+    const auto count = static_cast<DWORD>(reinterpret_cast<std::uintptr_t>(TlsGetValue(m_slot)));
+    SetLastError(lastError);
+    return count;
 }
 
 void TraceIndent::Set(DWORD count) const
@@ -47,13 +51,7 @@ void TraceIndent::Lower()
 DWORD TraceIndent::Current()
 {
     const std::lock_guard lock(m_lock);
-    if (m_slot == TLS_OUT_OF_INDEXES)
-        return 0;
-    // Reading a slot clears the thread's last error, which the caller of a trace line may still want.
-    const DWORD lastError = GetLastError();
-    const DWORD count = Get();
-    SetLastError(lastError);
-    return count;
+    return m_slot == TLS_OUT_OF_INDEXES ? 0 : Get();
 }
 
 void TraceIndent::FreeSlot()

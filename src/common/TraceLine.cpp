@@ -1,4 +1,5 @@
 #include "common/TraceLine.h"
+#include "common/SystemCalls.h"
 #include <cstdio>
 #include <objbase.h>
 
@@ -54,7 +55,7 @@ template <class Ch> void WritePrefix(Ch *line, DWORD value, const TraceOrigin<Ch
         return;
     }
     SYSTEMTIME now;
-    GetLocalTime(&now);
+    SystemCalls().GetLocalTime(&now);
     Format(line, kTraceLineRoom, PrefixForms<Ch>::kTimed, now.wDay, now.wMonth, now.wHour, now.wMinute, now.wSecond,
            now.wMilliseconds, origin.szModule, id, levelSign, GetCurrentProcessId(), GetCurrentThreadId());
 }

@@ -1,4 +1,5 @@
 #include "common/TraceSettings.h"
+#include "common/SystemCalls.h"
 #include <algorithm>
 #include <cstring>
 
@@ -57,7 +58,7 @@ bool TraceSettings::Passes(DWORD value) const
 
 void TraceSettings::Read(const char *szKey)
 {
-    m_lastRead = GetTickCount();
+    m_lastRead = SystemCalls().GetTickCount();
     if (m_pinned)
         return;
     Key key;
@@ -75,7 +76,7 @@ void TraceSettings::ReadAgainWhenOld(const char *szKey)
 {
     // In this order the tick is never before the time noted, so that their difference is an age.
     DWORD last = m_lastRead.load(std::memory_order_acquire);
-    const DWORD now = GetTickCount();
+    const DWORD now = SystemCalls().GetTickCount();
     if (now - last > kReadEvery && m_lastRead.compare_exchange_strong(last, now))
         Read(szKey);
 }

@@ -1,8 +1,9 @@
-// The system's functions behind the lock; tests put others in their place before they start threads.
+// The system's functions whose answers the lock, the trace and the reports depend on: time, the debugger, its output,
+// mutexes. Tests put others in their place while no other thread is at work.
 #pragma once
 #include <windows.h>
 
-struct CritSectCalls {
+struct SystemCallTable {
     decltype(&::CreateMutexA) CreateMutexA;
     decltype(&::WaitForSingleObject) WaitForSingleObject;
     decltype(&::ReleaseMutex) ReleaseMutex;
@@ -11,6 +12,8 @@ struct CritSectCalls {
     decltype(&::GetLocalTime) GetLocalTime;
     decltype(&::IsDebuggerPresent) IsDebuggerPresent;
     decltype(&::DebugBreak) DebugBreak;
+    decltype(&::OutputDebugStringA) OutputDebugStringA;
+    decltype(&::OutputDebugStringW) OutputDebugStringW;
 };
 
-CritSectCalls &SystemCalls();
+SystemCallTable &SystemCalls();

@@ -113,7 +113,7 @@ TEST_F(OpenEntryTest, TracesItsArguments)
     const std::string digits = "6D6573736167653A6D31"; // "message:m1"
     EXPECT_THAT(trace.Texts(), Contains(Like("*pIMsgStore: *, EntryID: \"" + digits +
                                              "*\", Interface: "
-                                             "\"*00020307-0000-0000-C000-000000000046*\", Flags: 00000010 use "
+                                             "\"*00020307-0000-0000-*000-000000000046*\", Flags: 00000010 use "
                                              "MAPI_NO_CACHE*")));
     object->Release();
     object = nullptr;

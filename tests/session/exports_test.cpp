@@ -119,9 +119,12 @@ TEST_F(ExportsTest, ReleasingNoHandlesPassesTwoZeroHandles)
 
 TEST_F(ExportsTest, ReleasingHandlesReadsThemThroughTheirPointersAndDoesNotClearThem)
 {
-    auto table = std::make_shared<TableData>("kept");
-    const DWORD hTable = Session()->StoreObject(NewTable(table));
-    const DWORD hBookmark = Session()->StoreObject(BOOKMARK{101});
+    IMAPITable *table = NewTable(std::make_shared<TableData>("kept"));
+    BOOKMARK bookmark = 0;
+    ASSERT_EQ(table->CreateBookmark(&bookmark), S_OK);
+    Forget();
+    const DWORD hTable = Session()->StoreObject(table);
+    const DWORD hBookmark = Session()->StoreObject(bookmark);
     Session()->OpenObjects() = 1; // the kept table
     DWORD tableVariable = hTable;
     DWORD bookmarkVariable = hBookmark;

@@ -99,6 +99,12 @@ std::vector<std::string> LiveObjects()
     return result;
 }
 
+void ForgetLiveObjects()
+{
+    std::lock_guard<std::recursive_mutex> lock(Mutex());
+    Objects().clear();
+}
+
 Tracked *ObjectAt(const void *interfacePointer)
 {
     std::lock_guard<std::recursive_mutex> lock(Mutex());

@@ -43,6 +43,7 @@ class Tracked
 };
 
 std::vector<std::string> LiveObjects();
+void ForgetLiveObjects();
 // The name of the object behind an interface pointer: "NULL" for none, "?" for one that is not the double's.
 std::string ObjectName(const void *interfacePointer);
 Tracked *ObjectAt(const void *interfacePointer);

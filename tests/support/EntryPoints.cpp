@@ -67,6 +67,10 @@ HRESULT WINAPI HrQueryAllRows(LPMAPITABLE table, LPSPropTagArray tags, LPSRestri
     *rows = nullptr;
     if (call.GivesNull())
         return call.Return(S_OK);
+    if (!table) {
+        Misuse("HrQueryAllRows of no table");
+        return call.Return(E_INVALIDARG);
+    }
     const Nested nested;
     return call.Return(QueryAll(table, tags, restriction, order, most, rows));
 }
@@ -79,6 +83,10 @@ HRESULT WINAPI HrGetOneProp(LPMAPIPROP object, ULONG tag, LPSPropValue *value)
     *value = nullptr;
     if (call.GivesNull())
         return call.Return(S_OK);
+    if (!object) {
+        Misuse("HrGetOneProp of no object");
+        return call.Return(E_INVALIDARG);
+    }
     const Nested nested;
     SPropTagArray tags = {1, {tag}};
     ULONG count = 0;

@@ -8,6 +8,9 @@ void Double::Reset()
     std::lock_guard<std::recursive_mutex> lock(Mutex());
     script.Clear();
     recorder.Forget();
+    // What an earlier test left is that one's failure.
+    ForgetLiveObjects();
+    ForgetLiveBlocks();
     ForgetBlockNumbers();
     TakeMisuses();
     const bool initialised = world.initialised;

@@ -131,6 +131,12 @@ std::vector<std::string> LiveBlocks()
     return result;
 }
 
+void ForgetLiveBlocks()
+{
+    std::lock_guard<std::recursive_mutex> lock(Mutex());
+    Blocks().clear();
+}
+
 void ForgetBlockNumbers()
 {
     std::lock_guard<std::recursive_mutex> lock(Mutex());

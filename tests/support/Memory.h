@@ -18,6 +18,7 @@ ENTRYID *NewEntryId(const std::string &what, const std::string &bytes);
 // How the conversation names a block: "block 1" for the first that the code under test allocated, or what it is.
 std::string BlockName(const void *block);
 std::vector<std::string> LiveBlocks();
+void ForgetLiveBlocks();
 void ForgetBlockNumbers();
 
 } // namespace mapi_double

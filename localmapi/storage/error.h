@@ -8,18 +8,19 @@ namespace localmapi::storage
 {
 
 enum class Fault {
-    NotFound,  // no such object, user, profile, stream or file
-    Collision, // the name, number or file is there already
-    Changed,   // the object was changed by somebody else since it was read
-    NoAccess,  // the file can't be read or written by this user, or was opened for reading only
-    Busy,      // another process held the file longer than the busy timeout
-    Full,      // the disk is full
-    Corrupt,   // the file is damaged
-    NotASite,  // the file belongs to another application
-    TooNew,    // the file was written by a newer version
-    TooBig,    // more than the file format can hold
-    Invalid,   // an argument makes no sense
-    Failed     // anything else; the text tells
+    NotFound,   // no such object, user, profile, stream or file
+    Collision,  // the name, number or file is there already
+    Changed,    // the object was changed by somebody else since it was read
+    NoAccess,   // the file can't be read or written by this user, or was opened for reading only
+    Busy,       // another process held the file longer than the busy timeout
+    Full,       // the disk is full
+    Corrupt,    // the file is damaged
+    NotASite,   // the file belongs to another application
+    TooNew,     // the file was written by a newer version
+    TooBig,     // more than the file format can hold
+    TooComplex, // a filter is nested too deeply
+    Invalid,    // an argument makes no sense
+    Failed      // anything else; the text tells
 };
 
 const char *faultName(Fault fault);

@@ -68,6 +68,8 @@ const char *faultName(Fault fault)
         return "too new";
     case Fault::TooBig:
         return "too big";
+    case Fault::TooComplex:
+        return "too complex";
     case Fault::Invalid:
         return "invalid";
     case Fault::Failed:

@@ -24,6 +24,19 @@ std::vector<SortKey> defaultSort(Container::Kind kind)
     }
 }
 
+// How deep the expression of a filter is nested: a level for each node, and those that a long list is halved into.
+constexpr int kDeepest = 28;
+void requireShallow(const Filter &filter, int above = 0)
+{
+    int depth = above + 1;
+    for (std::size_t length = filter.children.size(); length > 1; length = (length + 1) / 2)
+        ++depth;
+    if (depth > kDeepest)
+        throw Error(Fault::TooComplex, "A filter is nested too deeply.");
+    for (const Filter &child : filter.children)
+        requireShallow(child, depth);
+}
+
 } // namespace
 
 View::View(Site site, Container container, Filter filter, std::vector<SortKey> sort)
@@ -31,6 +44,7 @@ View::View(Site site, Container container, Filter filter, std::vector<SortKey> s
 {
     if (m_sort.empty())
         m_sort = defaultSort(m_container.kind);
+    requireShallow(m_filter);
     // What can't be put in order is refused now, not when the first row is read.
     for (const SortKey &key : m_sort)
         collationOf(key.tag);

@@ -1,0 +1,86 @@
+#include "Fixture.h"
+#include <random>
+
+namespace localmapi::storage
+{
+
+std::string utf8(const std::filesystem::path &path)
+{
+    std::u8string text = path.u8string();
+    return std::string(text.begin(), text.end());
+}
+
+Folder::Folder()
+{
+    std::random_device random;
+    do
+        m_path = std::filesystem::temp_directory_path() / ("localmapi-" + std::to_string(random()));
+    while (!std::filesystem::create_directory(m_path));
+}
+
+Folder::~Folder()
+{
+    std::error_code ignored;
+    std::filesystem::remove_all(m_path, ignored);
+}
+
+std::string Folder::file(const std::string &name) const
+{
+    return utf8(m_path / name);
+}
+
+SiteTest::SiteTest()
+    : site(Site::create(folder.file("site.db"), "NORVIK1", "Norvik")), objects(site),
+      alice(Directory(site).addUser("alice", "Alice Archer")), box(Directory(site).mailbox(alice.mailbox))
+{
+}
+
+SiteTest::~SiteTest() = default;
+
+MessageChanges SiteTest::message(const std::string &subject, const PropertyBag &more)
+{
+    MessageChanges content;
+    content.properties.set = {{kMessageClass, std::string("IPM.Note")}, {kSubject, subject}};
+    for (const Property &property : more)
+        content.properties.set.set(property.tag, property.value);
+    return content;
+}
+
+ObjectId SiteTest::add(const std::string &subject, const PropertyBag &more)
+{
+    return objects.createMessage(box.inbox, message(subject, more));
+}
+
+std::vector<std::string> SiteTest::subjects(const View &view) const
+{
+    return subjectsOf(view.read(Place::beginning(), Direction::Forward, 1000, {kSubject}));
+}
+
+void SiteTest::expectSound() const
+{
+    for (const Finding &finding : check(site, false))
+        ADD_FAILURE() << finding.text;
+}
+
+std::vector<std::string> subjectsOf(const std::vector<Row> &rows)
+{
+    std::vector<std::string> subjects;
+    for (const Row &row : rows) {
+        auto subject = row.values.empty() ? nullptr : std::get_if<std::string>(&row.values.front());
+        subjects.push_back(subject ? *subject : "(none)");
+    }
+    return subjects;
+}
+
+std::optional<Fault> faultOf(const std::function<void()> &work)
+{
+    try {
+        work();
+    } catch (const Error &error) {
+        EXPECT_STRNE(error.what(), "");
+        return error.fault();
+    }
+    return {};
+}
+
+} // namespace localmapi::storage

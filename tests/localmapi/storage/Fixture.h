@@ -1,0 +1,62 @@
+// A site of its own for every test, in a folder that goes with it, and short ways to fill it.
+#pragma once
+#include "localmapi/storage/check.h"
+#include "localmapi/storage/directory.h"
+#include "localmapi/storage/profiles.h"
+#include "localmapi/storage/view.h"
+#include <filesystem>
+#include <functional>
+#include <gmock/gmock.h>
+
+namespace localmapi::storage
+{
+
+// Tags that the tests use beside those of tags.h.
+constexpr Tag kSubject = 0x0037001F;
+constexpr Tag kBody = 0x1000001F;
+constexpr Tag kSenderName = 0x0C1A001F;
+constexpr Tag kSensitivity = 0x00360003;
+constexpr Tag kAttachData = 0x37010102;
+constexpr Tag kAttachName = 0x3707001F;
+constexpr Tag kKeywords = 0x8001101F; // a list of texts
+
+class Folder
+{
+  public:
+    Folder();
+    ~Folder();
+    std::string file(const std::string &name) const;
+
+  private:
+    std::filesystem::path m_path;
+};
+
+// UTF-8 as the storage layer takes it.
+std::string utf8(const std::filesystem::path &path);
+
+class SiteTest : public testing::Test
+{
+  protected:
+    SiteTest();
+    ~SiteTest() override;
+
+    // A message of these properties, with what a message always has.
+    static MessageChanges message(const std::string &subject, const PropertyBag &more = {});
+    ObjectId add(const std::string &subject, const PropertyBag &more = {});
+    Container inbox() const { return {Container::Kind::Contents, box.inbox}; }
+    std::vector<std::string> subjects(const View &view) const;
+    void expectSound() const; // check() has nothing to say
+
+    Folder folder;
+    Site site;
+    Objects objects;
+    User alice;
+    Mailbox box;
+};
+
+std::vector<std::string> subjectsOf(const std::vector<Row> &rows);
+
+// The fault of what `work` throws; nothing when it doesn't.
+std::optional<Fault> faultOf(const std::function<void()> &work);
+
+} // namespace localmapi::storage

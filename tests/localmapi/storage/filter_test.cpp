@@ -1,0 +1,467 @@
+// Proves what each kind of condition means, rule by rule, and that a filter means the same in the file as in memory,
+// whatever it is made of.
+#include "Fixture.h"
+#include <random>
+#include <sstream>
+
+namespace localmapi::storage
+{
+
+namespace
+{
+
+using M = Filter::Match;
+constexpr Tag kNumber = makeTag(0x6001, Type::Int32), kOther = makeTag(0x6002, Type::Int32);
+constexpr Tag kData = makeTag(0x6003, Type::Binary), kNote = makeTag(0x6004, Type::Text);
+constexpr Tag kReal = makeTag(0x6005, Type::Double), kNumbers = makeTag(0x6006, Type::Int32) | kMultiple;
+constexpr Tag kShort = makeTag(0x6007, Type::Int16), kUid = makeTag(0x6008, Type::Uid);
+constexpr Tag kWhen = makeTag(0x6009, Type::Time), kBlobs = makeTag(0x600A, Type::Binary) | kMultiple;
+constexpr Relation kRelations[] = {Relation::Less,           Relation::LessOrEqual, Relation::Greater,
+                                   Relation::GreaterOrEqual, Relation::Equal,       Relation::NotEqual};
+
+class Filters : public SiteTest
+{
+  protected:
+    // Whether a message of these properties is in a view with this filter; in memory the answer must be the same.
+    bool holds(const Filter &filter, const PropertyBag &row)
+    {
+        ObjectId id = add("row", row);
+        View view(site, inbox(), filter);
+        bool inFile = view.count() == 1;
+        EXPECT_EQ(view.read(Place::beginning(), Direction::Forward, 2, {}).size(), inFile ? 1u : 0u);
+        EXPECT_EQ(matches(filter, objects.read(id, UINT64_MAX)), inFile);
+        objects.removeMessages({id});
+        return inFile;
+    }
+};
+
+TEST_F(Filters, RelationsCompareTheValueWithTheConstant)
+{
+    struct {
+        std::int32_t value;
+        bool holds[6]; // against 5, in the order of kRelations
+    } cases[] = {{4, {true, true, false, false, false, true}},
+                 {5, {false, true, false, true, true, false}},
+                 {6, {false, false, true, true, false, true}},
+                 {-1, {true, true, false, false, false, true}}};
+    for (const auto &one : cases)
+        for (std::size_t i = 0; i < 6; ++i)
+            EXPECT_EQ(holds(Filter::compare(kNumber, kRelations[i], std::int32_t{5}), {{kNumber, one.value}}),
+                      one.holds[i])
+                << one.value << " relation " << i;
+}
+
+TEST_F(Filters, APropertyThatARowLacksIsLessThanEveryValue)
+{
+    bool expected[] = {true, true, false, false, false, true};
+    for (std::size_t i = 0; i < 6; ++i) {
+        EXPECT_EQ(holds(Filter::compare(kNumber, kRelations[i], INT32_MIN), {}), expected[i]) << i;
+        EXPECT_EQ(holds(Filter::compare(kNote, kRelations[i], std::string()), {}), expected[i]) << i;
+        EXPECT_EQ(holds(Filter::compare(kClientSubmitTime, kRelations[i], std::int64_t{0}), {}), expected[i]) << i;
+        EXPECT_EQ(holds(Filter::compare(kImportance, kRelations[i], std::int32_t{0}), {}), expected[i]) << i;
+        EXPECT_EQ(holds(Filter::compare(kNumbers, kRelations[i], std::int32_t{0}), {}), expected[i]) << i;
+        EXPECT_EQ(holds(Filter::byteSize(kNote, kRelations[i], 0), {}), expected[i]) << i;
+    }
+}
+
+TEST_F(Filters, ContentAndBitsOfAPropertyThatARowLacksAreFalseAndNotFollowsFromItsChild)
+{
+    Filter content = Filter::content(kNote, M::Substring, std::string());
+    EXPECT_FALSE(holds(content, {}));
+    EXPECT_TRUE(holds(Filter::negate(content), {}));
+    for (bool zero : {true, false}) {
+        EXPECT_FALSE(holds(Filter::bits(kNumber, 1, zero), {}));
+        EXPECT_FALSE(holds(Filter::bits(kImportance, 1, zero), {}));
+        EXPECT_TRUE(holds(Filter::negate(Filter::bits(kNumber, 1, zero)), {}));
+    }
+    EXPECT_FALSE(holds(Filter::negate(Filter::compare(kNumber, Relation::Less, std::int32_t{0})), {}));
+}
+
+TEST_F(Filters, AndOfNothingIsTrueAndOrOfNothingIsFalse)
+{
+    EXPECT_TRUE(holds(Filter::all({}), {}));
+    EXPECT_FALSE(holds(Filter::any({}), {}));
+    Filter yes = Filter::exists(kNumber), no = Filter::exists(kOther);
+    PropertyBag row{{kNumber, std::int32_t{1}}};
+    EXPECT_TRUE(holds(Filter::all({yes, yes}), row));
+    EXPECT_FALSE(holds(Filter::all({yes, no}), row));
+    EXPECT_TRUE(holds(Filter::any({no, yes}), row));
+    EXPECT_FALSE(holds(Filter::any({no, no}), row));
+    EXPECT_TRUE(holds(Filter::negate(Filter::any({})), row));
+}
+
+TEST_F(Filters, ExistsAsksForTheExactTag)
+{
+    EXPECT_TRUE(holds(Filter::exists(kNumber), {{kNumber, std::int32_t{0}}}));
+    EXPECT_FALSE(holds(Filter::exists(makeTag(0x6001, Type::Text)), {{kNumber, std::int32_t{0}}}));
+    EXPECT_TRUE(holds(Filter::exists(kMessageSize), {}));
+    EXPECT_TRUE(holds(Filter::exists(kMessageFlags), {}));
+    EXPECT_FALSE(holds(Filter::exists(kImportance), {}));
+    EXPECT_TRUE(holds(Filter::exists(kImportance), {{kImportance, std::int32_t{0}}}));
+    EXPECT_FALSE(holds(Filter::exists(kClientSubmitTime), {}));
+    EXPECT_TRUE(holds(Filter::exists(kClientSubmitTime), {{kClientSubmitTime, std::int64_t{0}}}));
+}
+
+TEST_F(Filters, TextRelationsFollowTheOrderOfSorting)
+{
+    auto note = [](const char *text) { return PropertyBag{{kNote, std::string(text)}}; };
+    Filter lessThanM = Filter::compare(kNote, Relation::Less, std::string("m"));
+    EXPECT_TRUE(holds(lessThanM, note("L")));
+    EXPECT_TRUE(holds(lessThanM, note("l")));
+    EXPECT_FALSE(holds(lessThanM, note("N")));
+    EXPECT_TRUE(holds(lessThanM, note("M"))); // equal but for case: by code points
+    Filter isM = Filter::compare(kNote, Relation::Equal, std::string("m"));
+    EXPECT_TRUE(holds(isM, note("m")));
+    EXPECT_FALSE(holds(isM, note("M")));
+}
+
+TEST_F(Filters, ContentMatchesWholeSubstringPrefixAndWords)
+{
+    struct {
+        M match;
+        const char *value, *pattern;
+        bool holds;
+    } cases[] = {{M::Whole, "abc", "abc", true},
+                 {M::Whole, "abc", "ab", false},
+                 {M::Whole, "", "", true},
+                 {M::Substring, "xabcx", "abc", true},
+                 {M::Substring, "xabx", "abc", false},
+                 {M::Substring, "abc", "", true},
+                 {M::Prefix, "abcx", "abc", true},
+                 {M::Prefix, "xabc", "abc", false},
+                 {M::Prefix, "abc", "ABC", false},
+                 {M::WordPrefix, "Alice Archer", "Arch", true},
+                 {M::WordPrefix, "Alice Archer", "lice", false},
+                 {M::WordPrefix, "alice.archer@x", "archer", true},
+                 {M::WordPrefix, "archarch arch", "arch", true},
+                 {M::WordPrefix, "o\xc3\xa9tat", "tat", false}};
+    for (const auto &one : cases)
+        EXPECT_EQ(holds(Filter::content(kNote, one.match, std::string(one.pattern)), {{kNote, std::string(one.value)}}),
+                  one.holds)
+            << one.value << " " << one.pattern;
+}
+
+TEST_F(Filters, ContentIgnoresCaseAndAccentsWhenToldTo)
+{
+    PropertyBag row{{kNote, std::string("R\xc3\xa9sum\xc3\x89")}};
+    auto content = [](const char *pattern, bool noCase, bool noAccents) {
+        return Filter::content(kNote, M::Whole, std::string(pattern), noCase, noAccents);
+    };
+    EXPECT_TRUE(holds(content("r\xc3\x89SUM\xc3\xa9", true, false), row));
+    EXPECT_FALSE(holds(content("resume", true, false), row));
+    EXPECT_TRUE(holds(content("ResumE", false, true), row));
+    EXPECT_FALSE(holds(content("resume", false, true), row));
+    EXPECT_TRUE(holds(content("RESUME", true, true), row));
+}
+
+TEST_F(Filters, BinaryContentIsBytesAndIgnoresNoCase)
+{
+    PropertyBag row{{kData, Bytes{'A', 0, 'B', 0}}};
+    EXPECT_TRUE(holds(Filter::content(kData, M::Substring, Bytes{0, 'B'}), row));
+    EXPECT_TRUE(holds(Filter::content(kData, M::Prefix, Bytes{'A', 0}, true), row));
+    EXPECT_FALSE(holds(Filter::content(kData, M::Prefix, Bytes{'a', 0}, true), row));
+    EXPECT_TRUE(holds(Filter::content(kData, M::Whole, Bytes{'A', 0, 'B', 0}), row));
+}
+
+TEST_F(Filters, BitsAskForAnyOrForNone)
+{
+    EXPECT_TRUE(holds(Filter::bits(kNumber, 6, false), {{kNumber, std::int32_t{4}}}));
+    EXPECT_FALSE(holds(Filter::bits(kNumber, 6, true), {{kNumber, std::int32_t{4}}}));
+    EXPECT_TRUE(holds(Filter::bits(kNumber, 6, true), {{kNumber, std::int32_t{9}}}));
+    EXPECT_TRUE(holds(Filter::bits(kNumber, 0x80000000, false), {{kNumber, std::int32_t{-1}}}));
+    EXPECT_TRUE(holds(Filter::bits(kMessageFlags, 1, true), {}));
+    EXPECT_TRUE(holds(Filter::bits(kMessageFlags, 1, false), {{kMessageFlags, kFlagRead}}));
+}
+
+TEST_F(Filters, SizeCountsBytesWithoutATerminator)
+{
+    PropertyBag row{{kNote, std::string("a\xc3\xa9\xf0\x9f\x93\x9e")},
+                    {kData, Bytes(7)},
+                    {kBody, std::string(20000, 'x')},
+                    {kKeywords, std::vector<std::string>{"ab", "\xc3\xa9"}}};
+    auto size = [](Tag tag, std::uint64_t bytes, bool wide = false) {
+        return Filter::byteSize(tag, Relation::Equal, bytes, wide);
+    };
+    EXPECT_TRUE(holds(size(kNote, 7), row));
+    EXPECT_TRUE(holds(size(kNote, 8, true), row)); // 1 + 1 + 2 units
+    EXPECT_TRUE(holds(size(kData, 7), row));
+    EXPECT_TRUE(holds(size(kData, 7, true), row));
+    EXPECT_TRUE(holds(size(kBody, 20000), row)); // lies in a stream
+    EXPECT_TRUE(holds(size(kBody, 40000, true), row));
+    EXPECT_TRUE(holds(size(kKeywords, 4), row));
+    EXPECT_TRUE(holds(size(kKeywords, 6, true), row));
+    EXPECT_TRUE(holds(size(kMessageFlags, 4), row));
+}
+
+TEST_F(Filters, AListSatisfiesAConditionIfOneOfItsValuesDoes)
+{
+    PropertyBag row{{kNumbers, std::vector<std::int32_t>{1, 5, 9}},
+                    {kKeywords, std::vector<std::string>{"Red", "gr\xc3\xbcn"}},
+                    {kBlobs, std::vector<Bytes>{{1, 2}, {3}}}};
+    EXPECT_TRUE(holds(Filter::compare(kNumbers, Relation::Equal, std::int32_t{5}), row));
+    EXPECT_FALSE(holds(Filter::compare(kNumbers, Relation::Equal, std::int32_t{4}), row));
+    EXPECT_TRUE(holds(Filter::compare(kNumbers, Relation::Greater, std::int32_t{8}), row));
+    EXPECT_TRUE(holds(Filter::compare(kNumbers, Relation::NotEqual, std::int32_t{5}), row));
+    EXPECT_TRUE(holds(Filter::compare(kKeywords, Relation::Equal, std::string("Red")), row));
+    EXPECT_TRUE(holds(Filter::content(kKeywords, M::Prefix, std::string("GR"), true), row));
+    EXPECT_FALSE(holds(Filter::content(kKeywords, M::Whole, std::string("green"), true), row));
+    EXPECT_TRUE(holds(Filter::content(kBlobs, M::Whole, Bytes{3}), row));
+    PropertyBag empty{{kNumbers, std::vector<std::int32_t>{}}};
+    EXPECT_TRUE(holds(Filter::exists(kNumbers), empty));
+    EXPECT_FALSE(holds(Filter::compare(kNumbers, Relation::NotEqual, std::int32_t{5}), empty));
+}
+
+TEST_F(Filters, TwoPropertiesAreComparedWithAbsentOnesLeast)
+{
+    auto both = [](std::optional<std::int32_t> left, std::optional<std::int32_t> right) {
+        PropertyBag bag;
+        if (left)
+            bag.set(kNumber, *left);
+        if (right)
+            bag.set(kOther, *right);
+        return bag;
+    };
+    struct {
+        PropertyBag row;
+        int order;
+    } cases[] = {{both(1, 2), -1},  {both(2, 2), 0},  {both(3, 2), 1},
+                 {both({}, 2), -1}, {both(3, {}), 1}, {both({}, {}), 0}};
+    for (const auto &one : cases)
+        for (std::size_t i = 0; i < 6; ++i) {
+            bool expected[] = {one.order<0, one.order <= 0, one.order> 0, one.order >= 0, one.order == 0,
+                               one.order != 0};
+            EXPECT_EQ(holds(Filter::compareProperties(kNumber, kRelations[i], kOther), one.row), expected[i]) << i;
+        }
+}
+
+TEST_F(Filters, SubobjectsAreMatchedOneByOne)
+{
+    constexpr Tag kAddress = 0x3003001F;
+    MessageChanges content = message("m");
+    content.recipients =
+        std::vector<PropertyBag>{{{kAddress, std::string("a@x.example")}, {kDisplayName, std::string("Ann")}},
+                                 {{kAddress, std::string("b@x.example")}, {kDisplayName, std::string("Bob")}}};
+    content.attachments = {{3, false, {{{kAttachName, std::string("voice.wav")}}, {}}, nullptr}};
+    objects.createMessage(box.inbox, content);
+    add("none");
+    auto counted = [&](Filter filter) { return View(site, inbox(), std::move(filter)).count(); };
+    auto address = [](const char *text) { return Filter::compare(kAddress, Relation::Equal, std::string(text)); };
+    auto name = [](const char *text) { return Filter::compare(kDisplayName, Relation::Equal, std::string(text)); };
+    EXPECT_EQ(counted(Filter::anyRecipient(address("b@x.example"))), 1u);
+    EXPECT_EQ(counted(Filter::anyRecipient(Filter::all({address("b@x.example"), name("Ann")}))), 0u);
+    EXPECT_EQ(counted(Filter::all({Filter::anyRecipient(address("b@x.example")), Filter::anyRecipient(name("Ann"))})),
+              1u);
+    EXPECT_EQ(counted(Filter::negate(Filter::anyRecipient(Filter::all({})))), 1u);
+    EXPECT_EQ(counted(Filter::anyAttachment(Filter::compare(kAttachNumber, Relation::Equal, std::int32_t{3}))), 1u);
+    EXPECT_EQ(counted(Filter::anyAttachment(Filter::content(kAttachName, M::Substring, std::string("WAV"), true))), 1u);
+    EXPECT_EQ(counted(Filter::anyAttachment(Filter::exists(kSubject))), 0u);
+}
+
+TEST_F(Filters, ThatMixTypesAreRefusedWhenTheyAreMade)
+{
+    EXPECT_EQ(faultOf([] { Filter::compare(kNumber, Relation::Equal, std::string("5")); }), Fault::Invalid);
+    EXPECT_EQ(faultOf([] { Filter::compareProperties(kNumber, Relation::Equal, kNote); }), Fault::Invalid);
+    EXPECT_EQ(faultOf([] { Filter::content(kNumber, M::Whole, std::int32_t{5}); }), Fault::Invalid);
+    EXPECT_EQ(faultOf([] { Filter::content(kNote, M::Whole, Bytes{5}); }), Fault::Invalid);
+    EXPECT_EQ(faultOf([] { Filter::bits(kNote, 1, true); }), Fault::Invalid);
+}
+
+TEST_F(Filters, OfThousandsOfConditionsAndOfManyLevelsWork)
+{
+    add("m", {{kNumber, std::int32_t{2999}}});
+    Filter wide = Filter::any({});
+    for (std::int32_t i = 0; i < 3000; ++i)
+        wide.children.push_back(Filter::compare(kNumber, Relation::Equal, i));
+    EXPECT_EQ(View(site, inbox(), wide).count(), 1u);
+    Filter deep = Filter::compare(kNumber, Relation::Equal, std::int32_t{2999});
+    for (int i = 0; i < 8; ++i)
+        deep = i % 2 ? Filter::all({Filter::negate(std::move(deep)), Filter::exists(kNumber)})
+                     : Filter::any({Filter::negate(std::move(deep)), Filter::exists(kOther)});
+    EXPECT_EQ(View(site, inbox(), deep).count(), 1u);
+}
+
+TEST_F(Filters, AreAnsweredToTheDeepestLevelThatIsAccepted)
+{
+    add("m", {{kNumber, std::int32_t{1}}});
+    auto never = [] { return Filter::exists(kOther); };
+    auto negated = [](Filter inner) { return Filter::negate(std::move(inner)); };
+    auto inOr = [&](Filter inner) { return Filter::any({never(), std::move(inner), never()}); };
+    auto inAnd = [](Filter inner) { return Filter::all({std::move(inner), Filter::exists(kNumber)}); };
+    auto compared = [](Filter inner) {
+        return Filter::all({Filter::compareProperties(kNote, Relation::Equal, kBody), std::move(inner)});
+    };
+    for (const std::function<Filter(Filter)> &nest :
+         std::vector<std::function<Filter(Filter)>>{negated, inOr, inAnd, compared}) {
+        Filter filter = Filter::content(kBody, M::Substring, std::string());
+        int levels = 0;
+        while (!faultOf([&] { View(site, inbox(), filter); })) {
+            EXPECT_NO_THROW(View(site, inbox(), filter).count()) << levels;
+            filter = nest(std::move(filter));
+            ++levels;
+        }
+        EXPECT_GE(levels, 9);
+    }
+}
+
+TEST_F(Filters, ThatAreTooDeepAreRefused)
+{
+    Filter deep = Filter::exists(kNumber);
+    for (int i = 0; i < 5000; ++i)
+        deep = Filter::negate(std::move(deep));
+    EXPECT_EQ(faultOf([&] { View(site, inbox(), deep); }), Fault::TooComplex);
+}
+
+std::string written(const Filter &filter)
+{
+    std::ostringstream text;
+    text << "{" << static_cast<int>(filter.node) << std::hex << " tag " << filter.tag << " other " << filter.otherTag
+         << " relation " << static_cast<int>(filter.relation) << " value " << testing::PrintToString(filter.value)
+         << " match " << static_cast<int>(filter.match) << filter.ignoreCase << filter.ignoreNonSpace << " mask "
+         << filter.mask << filter.zero << " size " << filter.size << filter.wide;
+    for (const Filter &child : filter.children)
+        text << " " << written(child);
+    text << "}";
+    return text.str();
+}
+
+// Random rows and filters over all types, in the file and in memory.
+class RandomFilters : public SiteTest
+{
+  protected:
+    std::mt19937 random{20240607};
+    int pick(int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); }
+
+    std::string text()
+    {
+        static const char *const kTexts[] = {"", "a", "A", "ab", "\xc3\xa4", "\xc3\x84", "b a", "FAXmaker"};
+        return kTexts[pick(8)];
+    }
+    Value single(Tag tag)
+    {
+        switch (tagType(tag)) {
+        case Type::Int16:
+            return static_cast<std::int16_t>(pick(4) - 1);
+        case Type::Int32:
+            return static_cast<std::int32_t>(pick(4) - 1);
+        case Type::Double:
+            return pick(4) ? pick(4) / 2.0 : std::numeric_limits<double>::quiet_NaN();
+        case Type::Text:
+            return text();
+        case Type::Binary:
+            return Bytes(static_cast<std::size_t>(pick(3)), static_cast<std::uint8_t>(pick(2)));
+        case Type::Uid:
+            return Guid{static_cast<std::uint8_t>(pick(3))};
+        default:
+            return std::int64_t{pick(3)};
+        }
+    }
+    Value value(Tag tag)
+    {
+        if (!isMultiple(tag))
+            return single(tag);
+        if (tagType(tag) == Type::Int32)
+            return std::vector<std::int32_t>(static_cast<std::size_t>(pick(3)), pick(3));
+        if (tagType(tag) == Type::Binary)
+            return std::vector<Bytes>(static_cast<std::size_t>(pick(3)), Bytes{1});
+        return std::vector<std::string>(static_cast<std::size_t>(pick(3)), text());
+    }
+    static constexpr Tag kTags[] = {kNumber,
+                                    kOther,
+                                    kData,
+                                    kNote,
+                                    kReal,
+                                    kNumbers,
+                                    kShort,
+                                    kUid,
+                                    kWhen,
+                                    kBlobs,
+                                    kKeywords,
+                                    kBody,
+                                    kMessageClass,
+                                    kImportance,
+                                    kMessageFlags,
+                                    kClientSubmitTime,
+                                    kMessageDeliveryTime};
+    Tag anyTag() { return kTags[pick(std::size(kTags))]; }
+
+    PropertyBag row()
+    {
+        PropertyBag bag;
+        for (Tag tag : kTags)
+            if (pick(2))
+                bag.set(tag, tag == kMessageFlags ? Value(std::int32_t{pick(4)}) : value(tag));
+        if (pick(6) == 0)
+            bag.set(kBody, std::string(10000, 'A') + text());
+        return bag;
+    }
+
+    Filter leaf()
+    {
+        Tag tag = anyTag();
+        Relation relation = kRelations[pick(6)];
+        switch (pick(7)) {
+        case 0:
+            return Filter::exists(tag);
+        case 1:
+            return Filter::byteSize(tag, relation, static_cast<std::uint64_t>(pick(6)), pick(2) != 0);
+        case 2:
+            return Filter::bits(pick(2) ? kMessageFlags : kNumber, static_cast<std::uint32_t>(pick(4)), pick(2) != 0);
+        case 3: {
+            constexpr Tag kPairs[][2] = {{kNumber, kOther}, {kNumber, kMessageFlags},   {kImportance, kMessageFlags},
+                                         {kNote, kBody},    {kWhen, kClientSubmitTime}, {kNote, kMessageClass}};
+            auto &pair = kPairs[pick(6)];
+            return Filter::compareProperties(pair[0], relation, pair[1]);
+        }
+        case 4:
+        case 5:
+            if (tagType(tag) == Type::Text || tagType(tag) == Type::Binary)
+                return Filter::content(tag, static_cast<M>(pick(4)), single(tag), pick(2) != 0, pick(2) != 0);
+            [[fallthrough]];
+        default:
+            return Filter::compare(tag, relation, single(tag));
+        }
+    }
+    Filter filter(int depth)
+    {
+        if (depth == 0 || pick(3) == 0)
+            return leaf();
+        if (pick(4) == 0)
+            return Filter::negate(filter(depth - 1));
+        std::vector<Filter> children;
+        for (int i = pick(4); i > 0; --i)
+            children.push_back(filter(depth - 1));
+        return pick(2) ? Filter::all(std::move(children)) : Filter::any(std::move(children));
+    }
+};
+
+TEST_F(RandomFilters, MeanTheSameInTheFileAsInMemory)
+{
+    std::vector<NewMessage> messages;
+    for (int i = 0; i < 150; ++i)
+        messages.push_back({box.inbox, {{row(), {}}, {}, {}}});
+    std::vector<ObjectId> ids = objects.createMessages(messages);
+    std::vector<PropertyBag> rows;
+    for (ObjectId id : ids)
+        rows.push_back(objects.read(id, UINT64_MAX));
+    for (int round = 0; round < 1200; ++round) {
+        Filter one = filter(round < 400 ? 0 : 4);
+        std::vector<ObjectId> expected;
+        for (std::size_t i = 0; i < ids.size(); ++i)
+            if (matches(one, rows[i]))
+                expected.push_back(ids[i]);
+        View indexed(site, inbox(), one), sorted(site, inbox(), one, {{kObjectId}});
+        std::vector<ObjectId> inOrder, byTime;
+        for (const Row &found : sorted.read(Place::beginning(), Direction::Forward, 1000, {}))
+            inOrder.push_back(found.id);
+        for (const Row &found : indexed.read(Place::beginning(), Direction::Forward, 1000, {}))
+            byTime.push_back(found.id);
+        std::sort(byTime.begin(), byTime.end());
+        ASSERT_EQ(inOrder, expected) << "round " << round << ": " << written(one);
+        ASSERT_EQ(byTime, expected) << "round " << round << ": " << written(one);
+        ASSERT_EQ(indexed.count(), expected.size()) << "round " << round << ": " << written(one);
+    }
+}
+
+} // namespace
+
+} // namespace localmapi::storage

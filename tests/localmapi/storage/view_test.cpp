@@ -1,0 +1,420 @@
+// Proves that a view is read in order from every place in both directions, that places survive whatever happens to
+// the rows, and that every container is one.
+#include "Fixture.h"
+#include <random>
+
+namespace localmapi::storage
+{
+
+namespace
+{
+
+using Names = std::vector<std::string>;
+constexpr Tag kNumber = makeTag(0x6001, Type::Int32);
+constexpr auto kForward = Direction::Forward, kBackward = Direction::Backward;
+
+class Views : public SiteTest
+{
+  protected:
+    // Messages "0" to "n-1", submitted in that order, in several facets.
+    std::vector<ObjectId> addNumbered(int n)
+    {
+        std::vector<NewMessage> messages;
+        for (int i = 0; i < n; ++i)
+            messages.push_back({box.inbox, message(std::to_string(i), {{kClientSubmitTime, std::int64_t{1000 + i}},
+                                                                       {kMessageFlags, std::int32_t{i % 2}},
+                                                                       {kImportance, std::int32_t{i % 3}},
+                                                                       {kNumber, std::int32_t{-i}}})});
+        return objects.createMessages(messages);
+    }
+    Names read(const View &view, const Place &from, Direction direction, std::size_t n) const
+    {
+        return subjectsOf(view.read(from, direction, n, {kSubject}));
+    }
+    static Names numbers(int first, int end)
+    {
+        Names names;
+        for (int i = first; i < end; ++i)
+            names.push_back(std::to_string(i));
+        return names;
+    }
+    // The same order found by an index walk and by sorting.
+    std::vector<View> bothWays(const Filter &filter = {}) const
+    {
+        return {View(site, inbox(), filter, {{kClientSubmitTime}}), View(site, inbox(), filter, {{kNumber, true}}),
+                View(site, inbox(), filter, {{kClientSubmitTime}, {kSubject}})};
+    }
+};
+
+TEST_F(Views, OfNoRowsAreEmptyEverywhere)
+{
+    for (const View &view : bothWays()) {
+        EXPECT_EQ(view.count(), 0u);
+        for (const Place &place : {Place::beginning(), Place::end()})
+            for (Direction direction : {kForward, kBackward})
+                EXPECT_TRUE(view.read(place, direction, 10, {}).empty());
+        EXPECT_EQ(view.move(Place::beginning(), 5).rows, 0);
+        EXPECT_EQ(view.move(Place::end(), -5).rows, 0);
+        EXPECT_EQ(view.countBefore(Place::end()), 0u);
+        EXPECT_FALSE(view.find(Place::beginning(), kForward, {}));
+    }
+}
+
+TEST_F(Views, ArePagedForwardsAndBackwardsFromEveryPlace)
+{
+    addNumbered(7);
+    for (const View &view : bothWays()) {
+        EXPECT_EQ(view.count(), 7u);
+        for (std::size_t page : {1u, 2u, 3u, 6u, 7u, 8u}) {
+            Names forward, backward;
+            for (Place at = Place::beginning();;) {
+                std::vector<Row> rows = view.read(at, kForward, page, {kSubject});
+                if (rows.empty())
+                    break;
+                EXPECT_LE(rows.size(), page);
+                Names names = subjectsOf(rows);
+                forward.insert(forward.end(), names.begin(), names.end());
+                at = rows.back().after();
+            }
+            for (Place at = Place::end();;) {
+                std::vector<Row> rows = view.read(at, kBackward, page, {kSubject});
+                if (rows.empty())
+                    break;
+                Names names = subjectsOf(rows);
+                backward.insert(backward.begin(), names.begin(), names.end());
+                at = rows.front().before();
+            }
+            EXPECT_EQ(forward, numbers(0, 7)) << page;
+            EXPECT_EQ(backward, numbers(0, 7)) << page;
+        }
+        EXPECT_TRUE(view.read(Place::beginning(), kBackward, 5, {}).empty());
+        EXPECT_TRUE(view.read(Place::end(), kForward, 5, {}).empty());
+        EXPECT_TRUE(view.read(Place::beginning(), kForward, 0, {}).empty());
+    }
+}
+
+TEST_F(Views, KnowThePlacesBesideEveryRow)
+{
+    addNumbered(5);
+    for (const View &view : bothWays()) {
+        std::vector<Row> rows = view.read(Place::beginning(), kForward, 5, {});
+        for (int i = 0; i < 5; ++i) {
+            const Row &row = rows[static_cast<std::size_t>(i)];
+            EXPECT_EQ(view.countBefore(row.before()), static_cast<std::uint64_t>(i));
+            EXPECT_EQ(view.countBefore(row.after()), static_cast<std::uint64_t>(i + 1));
+            EXPECT_EQ(read(view, row.before(), kForward, 9), numbers(i, 5));
+            EXPECT_EQ(read(view, row.after(), kForward, 9), numbers(i + 1, 5));
+            EXPECT_EQ(read(view, row.before(), kBackward, 9), numbers(0, i));
+            EXPECT_EQ(read(view, row.after(), kBackward, 9), numbers(0, i + 1));
+            EXPECT_TRUE(view.holds(row.before()));
+            EXPECT_TRUE(view.holds(row.after()));
+        }
+    }
+}
+
+TEST_F(Views, MoveByRowsAndSayHowFarTheyGot)
+{
+    addNumbered(5);
+    for (const View &view : bothWays()) {
+        struct {
+            Place from;
+            std::int64_t rows, moved;
+            std::uint64_t lands;
+        } cases[] = {
+            {Place::beginning(), 3, 3, 3},      {Place::beginning(), 5, 5, 5},  {Place::beginning(), 6, 5, 5},
+            {Place::beginning(), 0, 0, 0},      {Place::beginning(), -1, 0, 0}, {Place::end(), -2, -2, 3},
+            {Place::end(), -5, -5, 0},          {Place::end(), -6, -5, 0},      {Place::end(), 1, 0, 5},
+            {view.placeAt(2), 2, 2, 4},         {view.placeAt(2), -1, -1, 1},   {view.placeAt(2), INT64_MAX, 3, 5},
+            {view.placeAt(2), INT64_MIN, -2, 0}};
+        for (const auto &one : cases) {
+            Moved moved = view.move(one.from, one.rows);
+            EXPECT_EQ(moved.rows, one.moved) << one.rows;
+            EXPECT_EQ(view.countBefore(moved.place), one.lands) << one.rows;
+        }
+    }
+}
+
+TEST_F(Views, FindTheNextAndTheLastRowFromAPlace)
+{
+    addNumbered(9);
+    Filter third = Filter::compare(kImportance, Relation::Equal, std::int32_t{0}); // 0, 3, 6
+    for (const View &view : bothWays()) {
+        auto found = [&](const Place &from, Direction direction) {
+            std::optional<Row> row = view.find(from, direction, third, {kSubject});
+            return row ? std::get<std::string>(row->values[0]) : "(none)";
+        };
+        EXPECT_EQ(found(Place::beginning(), kForward), "0");
+        EXPECT_EQ(found(view.placeAt(1), kForward), "3");
+        EXPECT_EQ(found(view.placeAt(3), kForward), "3");
+        EXPECT_EQ(found(view.placeAt(7), kForward), "(none)");
+        EXPECT_EQ(found(Place::end(), kBackward), "6");
+        EXPECT_EQ(found(view.placeAt(6), kBackward), "3"); // starts at the row before the place
+        EXPECT_EQ(found(Place::beginning(), kBackward), "(none)");
+        std::optional<Row> byId = view.find(
+            Place::beginning(), kForward,
+            Filter::compare(kObjectId, Relation::Equal, view.read(view.placeAt(4), kForward, 1, {}).at(0).id));
+        EXPECT_EQ(view.countBefore(byId.value().before()), 4u);
+    }
+}
+
+TEST_F(Views, PlacesStayGoodWhileRowsComeAndGo)
+{
+    std::vector<ObjectId> ids = addNumbered(10);
+    for (const View &view : {View(site, inbox(), {}, {{kClientSubmitTime}}), View(site, inbox(), {}, {{kSubject}})}) {
+        std::vector<Row> page = view.read(Place::beginning(), kForward, 4, {kSubject});
+        Place next = view.read(page.back().after(), kForward, 1, {}).at(0).before(); // before "4"
+        // Rows before and after the place come and go, the row beside it too.
+        ObjectId early = add("35", {{kClientSubmitTime, std::int64_t{1}}});
+        objects.removeMessages({ids[2], ids[7]});
+        EXPECT_TRUE(view.holds(next));
+        EXPECT_EQ(read(view, next, kForward, 2), (Names{"4", "5"}));
+        objects.removeMessages({ids[4]});
+        EXPECT_FALSE(view.holds(next));
+        EXPECT_EQ(read(view, next, kForward, 2), (Names{"5", "6"}));
+        EXPECT_EQ(read(view, next, kBackward, 1).size(), 1u);
+        objects.removeMessages({early});
+        EXPECT_EQ(read(view, next, kBackward, 1), (Names{"3"}));
+        ids[4] = add("4", {{kClientSubmitTime, std::int64_t{1004}}, {kNumber, std::int32_t{-4}}});
+        ids[2] = add("2", {{kClientSubmitTime, std::int64_t{1002}}});
+        ids[7] = add("7", {{kClientSubmitTime, std::int64_t{1007}}});
+    }
+}
+
+TEST_F(Views, RowsThatLeaveTheFilterAreGoneAndThoseThatMoveAreNotHeld)
+{
+    std::vector<ObjectId> ids = addNumbered(4);
+    View unread(site, inbox(), Filter::bits(kMessageFlags, kFlagRead, true));
+    EXPECT_EQ(subjects(unread), (Names{"0", "2"}));
+    Place before2 = unread.read(Place::end(), kBackward, 1, {}).at(0).before();
+    objects.setRead({ids[2]}, true);
+    EXPECT_FALSE(unread.holds(before2));
+    EXPECT_EQ(unread.count(), 1u);
+    objects.setRead({ids[2], ids[1]}, false);
+    EXPECT_TRUE(unread.holds(before2));
+    EXPECT_EQ(subjects(unread), (Names{"0", "1", "2"}));
+    MessageChanges later;
+    later.properties.set.set(kClientSubmitTime, std::int64_t{999});
+    objects.changeMessage(ids[2], later);
+    EXPECT_FALSE(unread.holds(before2));
+    EXPECT_EQ(subjects(unread), (Names{"2", "0", "1"}));
+}
+
+TEST_F(Views, WithoutATimeComeFirstAndEqualTimesKeepTheOrderOfArrival)
+{
+    add("a", {{kClientSubmitTime, std::int64_t{5}}, {kImportance, std::int32_t{2}}});
+    add("b");
+    add("c", {{kClientSubmitTime, std::int64_t{5}}});
+    add("d", {{kClientSubmitTime, std::int64_t{-5}}});
+    add("e", {{kImportance, std::int32_t{1}}});
+    Names up{"b", "e", "d", "a", "c"}, down(up.rbegin(), up.rend());
+    EXPECT_EQ(subjects(View(site, inbox())), up);
+    EXPECT_EQ(subjects(View(site, inbox(), {}, {{kClientSubmitTime, true}})), down);
+    View view(site, inbox());
+    std::vector<Row> rows = view.read(Place::beginning(), kForward, 9, {kSubject, kClientSubmitTime});
+    EXPECT_TRUE(isAbsent(rows[0].values[1]));
+    EXPECT_EQ(read(view, rows[1].after(), kForward, 9), (Names{"d", "a", "c"}));
+    EXPECT_EQ(read(view, rows[1].before(), kBackward, 9), (Names{"b"}));
+}
+
+TEST_F(Views, SortByEveryKeyUpAndDown)
+{
+    constexpr Tag kTexts = kKeywords, kBlob = makeTag(0x6003, Type::Binary);
+    struct {
+        const char *subject;
+        std::int32_t number;
+        Value list;
+        Bytes blob;
+    } rows[] = {{"b", 2, std::vector<std::string>{"x"}, {1}},
+                {"A", 2, std::vector<std::string>{"x", "y"}, {1, 0}},
+                {"a", 1, std::vector<std::string>{}, {}},
+                {"\xc3\xa4", 3, std::vector<std::string>{"W", "z"}, {2}},
+                {"B", 1, Value(), {0xff}}};
+    for (const auto &row : rows) {
+        PropertyBag bag{{kNumber, row.number}, {kBlob, row.blob}};
+        if (!isAbsent(row.list))
+            bag.set(kTexts, row.list);
+        add(row.subject, bag);
+    }
+    auto sorted = [&](std::vector<SortKey> keys) { return subjects(View(site, inbox(), {}, std::move(keys))); };
+    EXPECT_EQ(sorted({{kSubject}}), (Names{"A", "a", "B", "b", "\xc3\xa4"}));
+    EXPECT_EQ(sorted({{kSubject, true}}), (Names{"\xc3\xa4", "b", "B", "a", "A"}));
+    EXPECT_EQ(sorted({{kNumber}, {kSubject, true}}), (Names{"B", "a", "b", "A", "\xc3\xa4"}));
+    EXPECT_EQ(sorted({{kTexts}}), (Names{"B", "a", "\xc3\xa4", "b", "A"})); // shorter before longer
+    EXPECT_EQ(sorted({{kTexts, true}}), (Names{"A", "b", "\xc3\xa4", "a", "B"}));
+    EXPECT_EQ(sorted({{kBlob}}), (Names{"a", "b", "A", "\xc3\xa4", "B"}));
+    EXPECT_EQ(sorted({{kMessageClass}}), (Names{"b", "A", "a", "\xc3\xa4", "B"}));
+    EXPECT_EQ(faultOf([&] { sorted({{makeTag(0x6003, Type::Boolean) | kMultiple}}); }), Fault::Invalid);
+}
+
+// All orders and places at once, against an order found in memory.
+TEST_F(Views, AgreeWithAnOrderFoundInMemoryWhateverTheKeys)
+{
+    std::mt19937 random{7};
+    auto pick = [&](unsigned n) { return static_cast<int>(random() % n); };
+    std::vector<NewMessage> messages;
+    static const char *const kTexts[] = {"a", "A", "b", ""};
+    for (int i = 0; i < 60; ++i) {
+        PropertyBag bag{{kMessageFlags, std::int32_t{pick(4)}}};
+        if (pick(4))
+            bag.set(kClientSubmitTime, std::int64_t{pick(5)});
+        if (pick(4))
+            bag.set(kNumber, std::int32_t{pick(4)});
+        if (pick(4))
+            bag.set(kSubject, std::string(kTexts[pick(4)]));
+        if (pick(4))
+            bag.set(kKeywords, std::vector<std::string>(static_cast<std::size_t>(pick(3)), kTexts[pick(4)]));
+        messages.push_back({box.inbox, {{bag, {}}, {}, {}}});
+    }
+    std::vector<ObjectId> ids = objects.createMessages(messages);
+    constexpr Tag kTags[] = {kClientSubmitTime, kMessageDeliveryTime, kNumber, kSubject, kKeywords, kMessageFlags};
+    for (int round = 0; round < 60; ++round) {
+        std::vector<SortKey> sort;
+        for (int keys = 1 + pick(3); keys > 0; --keys)
+            sort.push_back({kTags[pick(std::size(kTags))], pick(2) != 0});
+        Filter filter = pick(2) ? Filter{} : Filter::bits(kMessageFlags, kFlagRead, pick(2) != 0);
+        std::vector<std::pair<ObjectId, PropertyBag>> expected;
+        for (ObjectId id : ids)
+            if (PropertyBag bag = objects.read(id); matches(filter, bag))
+                expected.emplace_back(id, std::move(bag));
+        std::sort(expected.begin(), expected.end(), [&](const auto &left, const auto &right) {
+            for (const SortKey &key : sort) {
+                const Value *l = left.second.find(key.tag), *r = right.second.find(key.tag);
+                if (int order = compareValues(l ? *l : Value(), r ? *r : Value()))
+                    return key.descending ? order > 0 : order < 0;
+            }
+            return sort.front().descending ? left.first > right.first : left.first < right.first;
+        });
+        View view(site, inbox(), filter, sort);
+        std::vector<Row> rows = view.read(Place::beginning(), kForward, 100, {});
+        ASSERT_EQ(rows.size(), expected.size()) << round;
+        for (std::size_t i = 0; i < rows.size(); ++i)
+            ASSERT_EQ(rows[i].id, expected[i].first) << round << " row " << i;
+        for (std::size_t i = 0; i < rows.size(); i += 7) {
+            ASSERT_EQ(view.countBefore(rows[i].before()), i) << round;
+            ASSERT_EQ(view.countBefore(rows[i].after()), i + 1) << round;
+            std::vector<Row> back = view.read(rows[i].before(), kBackward, 3, {});
+            ASSERT_EQ(back.size(), std::min<std::size_t>(i, 3)) << round;
+            for (std::size_t j = 0; j < back.size(); ++j)
+                ASSERT_EQ(back[back.size() - 1 - j].id, rows[i - 1 - j].id) << round;
+            ASSERT_TRUE(view.holds(rows[i].before())) << round;
+        }
+    }
+}
+
+TEST_F(Views, GiveTheColumnsThatAreAskedForInTheirOrder)
+{
+    ObjectId id = add("s", {{kImportance, std::int32_t{2}}, {kBody, std::string(40000, 'b')}});
+    std::vector<Row> rows = View(site, inbox())
+                                .read(Place::beginning(), kForward, 1,
+                                      {kImportance, kSenderName, kSubject, kObjectId, kSubject, kParentId, kBody,
+                                       kMessageFlags, kSensitivity, kMessageSize, kHasAttachments, kChangeNumber});
+    ASSERT_EQ(rows.size(), 1u);
+    const std::vector<Value> &values = rows[0].values;
+    EXPECT_EQ(values[0], Value(std::int32_t{2}));
+    EXPECT_TRUE(isAbsent(values[1]));
+    EXPECT_EQ(values[2], Value(std::string("s")));
+    EXPECT_EQ(values[3], Value(id));
+    EXPECT_EQ(values[4], Value(std::string("s")));
+    EXPECT_EQ(values[5], Value(box.inbox));
+    EXPECT_EQ(std::get<StoredStream>(values[6]).size, 40000u);
+    EXPECT_EQ(values[7], Value(std::int32_t{0}));
+    EXPECT_TRUE(isAbsent(values[8]));
+    EXPECT_EQ(values[9], Value(std::int32_t{40001}));
+    EXPECT_EQ(values[10], Value(false));
+    EXPECT_EQ(values[11], Value(site.changeNumber()));
+}
+
+TEST_F(Views, OfAssociatedMessagesAndOfOrdinaryOnesAreApart)
+{
+    add("ordinary");
+    add("associated", {{kMessageFlags, kFlagAssociated}});
+    EXPECT_EQ(subjects(View(site, inbox())), (Names{"ordinary"}));
+    EXPECT_EQ(subjects(View(site, {Container::Kind::Associated, box.inbox})), (Names{"associated"}));
+    PropertyBag inboxBag = objects.read(box.inbox);
+    EXPECT_EQ(*inboxBag.get<std::int32_t>(kContentCount), 1);
+    EXPECT_EQ(*inboxBag.get<std::int32_t>(kAssociatedCount), 1);
+}
+
+TEST_F(Views, OfFoldersShowTheirCountsAndTheirDepth)
+{
+    ObjectId sub = objects.createFolder(box.inbox, {{kDisplayName, std::string("Sub")}});
+    objects.createFolder(sub, {{kDisplayName, std::string("Deep")}});
+    add("unread");
+    add("read", {{kMessageFlags, kFlagRead}});
+    View direct(site, {Container::Kind::Folders, box.ipmSubtree});
+    std::vector<Tag> columns{kDisplayName, kFolderDepth, kContentCount, kContentUnread, kSubfolders, kFolderChildCount};
+    std::vector<Row> rows = direct.read(Place::beginning(), kForward, 99, columns);
+    EXPECT_EQ(subjectsOf(rows), (Names{"Calendar", "Deleted Items", "Inbox", "Outbox", "Sent Items"}));
+    EXPECT_EQ(rows[2].values, (std::vector<Value>{std::string("Inbox"), std::int32_t{1}, std::int32_t{2},
+                                                  std::int32_t{1}, true, std::int32_t{1}}));
+    EXPECT_EQ(rows[0].values[4], Value(false));
+    View deep(site, {Container::Kind::FoldersDeep, box.ipmSubtree});
+    EXPECT_EQ(deep.count(), 7u);
+    rows = deep.read(Place::beginning(), kForward, 99, columns);
+    EXPECT_EQ(subjectsOf(rows), (Names{"Calendar", "Deep", "Deleted Items", "Inbox", "Outbox", "Sent Items", "Sub"}));
+    EXPECT_EQ(rows[1].values[1], Value(std::int32_t{3}));
+    EXPECT_EQ(rows[6].values[1], Value(std::int32_t{2}));
+    View unread(site, {Container::Kind::FoldersDeep, box.ipmSubtree},
+                Filter::all({Filter::compare(kContentUnread, Relation::Greater, std::int32_t{0}),
+                             Filter::compare(kFolderDepth, Relation::Equal, std::int32_t{1}),
+                             Filter::compare(kSubfolders, Relation::Equal, true)}));
+    EXPECT_EQ(subjectsOf(unread.read(Place::beginning(), kForward, 9, {kDisplayName})), (Names{"Inbox"}));
+}
+
+TEST_F(Views, OfAttachmentsRecipientsAndPeopleAreViewsToo)
+{
+    MessageChanges content = message("m");
+    content.recipients =
+        std::vector<PropertyBag>{{{kDisplayName, std::string("Zoe")}}, {{kDisplayName, std::string("Al")}}};
+    content.attachments = {{5, false, {{{kAttachName, std::string("b.wav")}}, {}}, nullptr},
+                           {1, false, {{{kAttachName, std::string("c.txt")}, {kAttachData, Bytes(10)}}, {}}, nullptr}};
+    ObjectId id = objects.createMessage(box.inbox, content);
+    View attachments(site, {Container::Kind::Attachments, id});
+    std::vector<Row> rows =
+        attachments.read(Place::beginning(), kForward, 9, {kAttachName, kAttachNumber, kAttachSize});
+    EXPECT_EQ(subjectsOf(rows), (Names{"c.txt", "b.wav"}));
+    EXPECT_EQ(rows[0].values[1], Value(std::int32_t{1}));
+    EXPECT_EQ(rows[0].values[2], Value(std::int32_t{15}));
+    View recipients(site, {Container::Kind::Recipients, id});
+    EXPECT_EQ(subjectsOf(recipients.read(Place::beginning(), kForward, 9, {kDisplayName})), (Names{"Zoe", "Al"}));
+    EXPECT_EQ(recipients.read(Place::end(), kBackward, 1, {kRowId}).at(0).values[0], Value(std::int32_t{1}));
+
+    Directory(site).addContact("Bob Baker", "bob@elsewhere.example");
+    View people(site, {Container::Kind::Directory, 0});
+    EXPECT_EQ(subjectsOf(people.read(Place::beginning(), kForward, 9, {kDisplayName})),
+              (Names{"Alice Archer", "Bob Baker"}));
+    View named(site, {Container::Kind::Directory, 0},
+               Filter::content(kDisplayName, Filter::Match::WordPrefix, std::string("bak"), true));
+    EXPECT_EQ(subjectsOf(named.read(Place::beginning(), kForward, 9, {kEmailAddress})),
+              (Names{"bob@elsewhere.example"}));
+}
+
+TEST_F(Views, OfWhatIsNotThereAreEmpty)
+{
+    for (auto kind : {Container::Kind::Contents, Container::Kind::Associated, Container::Kind::Folders,
+                      Container::Kind::FoldersDeep, Container::Kind::Attachments, Container::Kind::Recipients}) {
+        View view(site, {kind, 999999});
+        EXPECT_EQ(view.count(), 0u);
+        EXPECT_TRUE(view.read(Place::beginning(), kForward, 9, {}).empty());
+    }
+}
+
+TEST_F(Views, OfManyKindsOfMessagesMergeThemAll)
+{
+    std::vector<NewMessage> messages;
+    for (int i = 0; i < 700; ++i)
+        messages.push_back(
+            {box.inbox, message(std::to_string(i), {{kMessageClass, "IPM.Note." + std::to_string(i * 37 % 700)},
+                                                    {kClientSubmitTime, std::int64_t{i}}})});
+    objects.createMessages(messages);
+    View view(site, inbox());
+    EXPECT_EQ(read(view, Place::beginning(), kForward, 1000), numbers(0, 700));
+    EXPECT_EQ(read(view, view.placeAt(350), kBackward, 3), numbers(347, 350));
+    View some(site, inbox(), Filter::content(kMessageClass, Filter::Match::Substring, std::string("NOTE.1"), true));
+    EXPECT_EQ(some.count(), 111u);
+    expectSound();
+}
+
+} // namespace
+
+} // namespace localmapi::storage

@@ -67,6 +67,7 @@ static void work_through(OrlMailbox mailbox, const char *folder)
         if (!ok(hr, "listing the mailbox"))
             break;
         if (count == 0) {
+            OrlMapiFreeBuffer(headers);
             table = bookmark = 0; /* the library has released them */
             break;
         }

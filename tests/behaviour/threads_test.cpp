@@ -1,0 +1,99 @@
+// Many threads at once: on one connection, on connections of their own, and with a connection closed under them.
+#include "behaviour/BehaviourTest.h"
+#include <atomic>
+#include <thread>
+
+using namespace localmapi;
+
+class ThreadsBehaviour : public BehaviourTest
+{
+  protected:
+    void Together(int count, const std::function<void(int)> &work)
+    {
+        std::vector<std::thread> threads;
+        for (int i = 0; i < count; ++i)
+            threads.emplace_back(work, i);
+        for (std::thread &thread : threads)
+            thread.join();
+    }
+};
+
+TEST_F(ThreadsBehaviour, EightThreadsWorkOnOneConnection)
+{
+    for (int i = 0; i < 40; ++i)
+        DeliverVoicemail("alice", std::to_string(i));
+    Connect();
+    const OrlMailbox mailbox = Open("alice");
+    const Page all = ListAll(mailbox, {});
+    ASSERT_EQ(40U, all.count);
+    Together(8, [&](int number) {
+        for (int i = number; i < 40; i += 8) {
+            const Id &id = all.ids[static_cast<std::size_t>(i)];
+            EXPECT_HR(0, OrlSetEmailReadFlag(m_connection, mailbox, static_cast<ULONG>(id.size()), id.data(), 1));
+            BYTE isPrivate = 0, high = 0, read = 0;
+            EXPECT_HR(0, OrlGetEmailFlags(m_connection, mailbox, static_cast<ULONG>(id.size()), id.data(), &isPrivate,
+                                          &high, &read));
+            EXPECT_EQ(1, read);
+            EXPECT_EQ(0, ListAll(mailbox, {}).hr);
+        }
+    });
+    EXPECT_EQ(0U, ListAll(mailbox, {}).count);
+    Filter read;
+    read.read = 1;
+    EXPECT_EQ(40U, ListAll(mailbox, read).count);
+}
+
+TEST_F(ThreadsBehaviour, SixteenThreadsCreateUseAndCloseConnectionsOfTheirOwn)
+{
+    AddProfile("Voicemail");
+    Together(16, [&](int) {
+        for (int round = 0; round < 3; ++round) {
+            DWORD connection = 0;
+            OrlMailbox mailbox = 0;
+            EXPECT_HR(0, OrlCreateConnection(&connection, 0));
+            EXPECT_HR(0, OrlMapiConnectA(connection, "NORVIK1", "vm", "Voicemail"));
+            EXPECT_HR(0, OrlMapiConnectToMailboxA(connection, &mailbox, "alice"));
+            EXPECT_HR(0, OrlMapiDisconnectFromMailbox(connection, mailbox));
+            EXPECT_HR(0, OrlCloseConnection(&connection));
+        }
+    });
+}
+
+TEST_F(ThreadsBehaviour, AConnectionClosedUnderWorkingThreadsEndsWithTheLastOfThem)
+{
+    for (int i = 0; i < 20; ++i)
+        DeliverVoicemail("alice", std::to_string(i));
+    Connect();
+    const OrlMailbox mailbox = Open("alice");
+    std::atomic<int> inside{0};
+    std::atomic<bool> closed{false};
+    DWORD connection = m_connection;
+    Together(5, [&](int number) {
+        if (number == 0) {
+            while (inside < 8)
+                std::this_thread::yield();
+            EXPECT_HR(0, OrlCloseConnection(&m_connection));
+            closed = true;
+            return;
+        }
+        // Listings succeed until the connection is unknown, and then say just that.
+        while (true) {
+            DWORD table = 0, bookmark = 0;
+            EmailHeaderA *headers = nullptr;
+            ULONG count = 0, total = 0;
+            const bool wasClosed = closed;
+            const HRESULT hr = OrlGetEmailHeadersA(connection, mailbox, &table, &bookmark, 5, &headers, &count, &total,
+                                                   0, 1, 0, 0, 0, 0, 0, nullptr, 0, 1);
+            OrlMapiFreeBuffer(headers);
+            if (hr == E_INVALIDARG)
+                break;
+            EXPECT_FALSE(wasClosed) << "an unknown connection worked";
+            if (wasClosed)
+                break;
+            OrlMapiReleaseHandle(connection, &table, &bookmark);
+            ++inside;
+        }
+    });
+    m_mailboxes.clear();
+    EXPECT_EQ(0U, m_connection);
+}

@@ -68,6 +68,13 @@ template <class T> ComPtr<T> Share(T *object)
         object->AddRef();
     return ComPtr<T>(object);
 }
+
+// The result of a call that acquires: one that says it succeeded and gave nothing has failed.
+template <class Held> HRESULT Acquired(HRESULT hr, const Held &held)
+{
+    return SUCCEEDED(hr) && !held ? E_FAIL : hr;
+}
+
 using RowSet = Owner<SRowSet, FreeRowSet>;
 using AddressList = Owner<ADRLIST, FreeAddressList>;
 

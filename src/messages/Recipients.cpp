@@ -18,7 +18,7 @@ using CText = std::unique_ptr<char, decltype(&std::free)>;
 
 HRESULT OpenAddressBook(const Operation &op, IMAPISession *pSession, ComPtr<IAddrBook> &addressBook)
 {
-    const HRESULT hr = pSession->OpenAddressBook(0, nullptr, AB_NO_DIALOG, addressBook.put());
+    const HRESULT hr = Acquired(pSession->OpenAddressBook(0, nullptr, AB_NO_DIALOG, addressBook.put()), addressBook);
     if (FAILED(hr))
         return op.Failed("OpenAddressBook", "trying to open the MAPI integrated address book.", pSession, hr);
     return hr;
@@ -35,7 +35,7 @@ HRESULT OpenAddressEntry(Container *pContainer, ULONG cbEntryID, const void *pEn
             return pContainer->OpenEntry(cbEntryID, MapiEntryID(pEntryID), nullptr, ulFlags, &ulObjType, ppObject);
         });
     entry.reset(static_cast<Interface *>(opened));
-    return hr;
+    return Acquired(hr, entry);
 }
 
 template <class Value> HRESULT AllocateZeroed(const Operation &op, ULONG cb, MapiBuffer<Value> &block)
@@ -106,7 +106,7 @@ std::optional<tstring> ReadText(const Operation &op, IMAPIProp *pEntry, ULONG ul
                                 const tstring &szMailbox, HRESULT &hr)
 {
     MapiBuffer<SPropValue> value;
-    hr = HrGetOneProp(pEntry, ulPropTag, value.put());
+    hr = Acquired(HrGetOneProp(pEntry, ulPropTag, value.put()), value);
     if (SUCCEEDED(hr) && !TextOf(*value.get()))
         hr = MAPI_E_NOT_FOUND;
     if (FAILED(hr)) {
@@ -160,7 +160,7 @@ HRESULT OpenGlobalAddressList(const Operation &op, IAddrBook *pAddressBook, cons
         return op.Failed("OpenEntry", "trying to open the root address book entry for %s.", pAddressBook, hr,
                          szMailbox.c_str());
     ComPtr<IMAPITable> table;
-    hr = root->GetHierarchyTable(0, table.put());
+    hr = Acquired(root->GetHierarchyTable(0, table.put()), table);
     if (FAILED(hr))
         return op.Failed("GetHierarchyTable", "trying to get the hierarchy table for the address book for %s.",
                          root.get(), hr, szMailbox.c_str());
@@ -168,7 +168,7 @@ HRESULT OpenGlobalAddressList(const Operation &op, IAddrBook *pAddressBook, cons
     const Restriction isGlobal =
         Is({PR_DISPLAY_TYPE, "PR_DISPLAY_TYPE"}, Constant{static_cast<LONG>(DT_GLOBAL), "DT_GLOBAL"});
     RowSet rows;
-    hr = HrQueryAllRows(table.get(), PropTags<PR_ENTRYID>(), isGlobal.Get(), nullptr, 0, rows.put());
+    hr = Acquired(HrQueryAllRows(table.get(), PropTags<PR_ENTRYID>(), isGlobal.Get(), nullptr, 0, rows.put()), rows);
     if (FAILED(hr))
         return op.Failed("HrQueryAllRows", "trying to get the row for the global address book.", table.get(), hr);
     const SBinary *pEntryID = FirstBinary(rows.get(), 0);
@@ -284,17 +284,17 @@ HRESULT CMAPIImpl::FindAddressBookEntry(const tstring &szMailbox, MailboxIdentit
     if (FAILED(hr))
         return hr;
     ComPtr<IMAPITable> table;
-    hr = globalList->GetContentsTable(0, table.put());
+    hr = Acquired(globalList->GetContentsTable(0, table.put()), table);
     if (FAILED(hr))
         return op.Failed("GetContentsTable", "trying to get the contents table for the address book for %s.",
                          globalList.get(), hr, szMailbox.c_str());
 
     const Restriction resembles = Is({PR_ANR_A, "PR_ANR"}, szMailbox);
     RowSet rows;
-    hr = HrQueryAllRows(table.get(), PropTags<PR_ENTRYID>(), resembles.Get(), nullptr, 0, rows.put());
+    hr = Acquired(HrQueryAllRows(table.get(), PropTags<PR_ENTRYID>(), resembles.Get(), nullptr, 0, rows.put()), rows);
     if (FAILED(hr))
         return op.Failed("HrQueryAllRows", "trying to get the rows from the global address book.", table.get(), hr);
-    for (ULONG i = 0; rows && i < rows->cRows; ++i) {
+    for (ULONG i = 0; i < rows->cRows; ++i) {
         hr = TryEntry(op, globalList.get(), rows.get()->aRow[i], szMailbox, identity);
         if (hr != S_FALSE)
             return hr;

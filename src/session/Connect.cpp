@@ -29,7 +29,7 @@ class ServiceProfile
     static void Delete()
     {
         ComPtr<IProfAdmin> profAdmin;
-        if (SUCCEEDED(MAPIAdminProfiles(0, profAdmin.put())))
+        if (SUCCEEDED(Acquired(MAPIAdminProfiles(0, profAdmin.put()), profAdmin)))
             profAdmin->DeleteProfile(MapiIn(kServiceProfile), 0);
     }
     const bool m_bUsed;
@@ -48,13 +48,15 @@ HRESULT LogOnTo(const Operation &op, const char *szProfile, ULONG ulFlags, ComPt
 HRESULT OpenDefaultStore(const Operation &op, IMAPISession *pSession, ComPtr<IMsgStore> &store)
 {
     ComPtr<IMAPITable> table;
-    HRESULT hr = pSession->GetMsgStoresTable(0, table.put());
+    HRESULT hr = Acquired(pSession->GetMsgStoresTable(0, table.put()), table);
     if (FAILED(hr))
         return op.Failed("GetMsgStoresTable", "trying to get the message stores table.", pSession, hr);
 
     const Restriction isDefault = Is({PR_DEFAULT_STORE, "PR_DEFAULT_STORE"}, true);
     RowSet rows;
-    hr = HrQueryAllRows(table.get(), PropTags<PR_ENTRYID, PR_DEFAULT_STORE>(), isDefault.Get(), nullptr, 0, rows.put());
+    hr = Acquired(
+        HrQueryAllRows(table.get(), PropTags<PR_ENTRYID, PR_DEFAULT_STORE>(), isDefault.Get(), nullptr, 0, rows.put()),
+        rows);
     const SBinary *pEntryID = nullptr;
     if (SUCCEEDED(hr)) {
         pEntryID = FirstBinary(rows.get(), 0);
@@ -64,7 +66,8 @@ HRESULT OpenDefaultStore(const Operation &op, IMAPISession *pSession, ComPtr<IMs
         return op.Failed("HrQueryAllRows", "trying to query default store property.", table.get(), hr);
 
     const auto open = [&](ULONG ulFlags) {
-        return pSession->OpenMsgStore(0, pEntryID->cb, MapiEntryID(pEntryID->lpb), nullptr, ulFlags, store.put());
+        return Acquired(
+            pSession->OpenMsgStore(0, pEntryID->cb, MapiEntryID(pEntryID->lpb), nullptr, ulFlags, store.put()), store);
     };
     constexpr ULONG kFlags = MAPI_BEST_ACCESS | MDB_NO_DIALOG;
     hr = OpenOptions::UseOnlineStore() ? open(kFlags | MDB_ONLINE) : E_FAIL;

@@ -56,7 +56,9 @@ HRESULT CMAPIImpl::OpenMailbox(const Operation &op, IMAPISession *pSession, cons
     }
 
     ComPtr<IExchangeManageStore> manageStore;
-    HRESULT hr = defaultStore->QueryInterface(IID_IExchangeManageStore, reinterpret_cast<void **>(manageStore.put()));
+    HRESULT hr =
+        Acquired(defaultStore->QueryInterface(IID_IExchangeManageStore, reinterpret_cast<void **>(manageStore.put())),
+                 manageStore);
     if (FAILED(hr))
         return op.Failed("QueryInterface(IID_IExchangeManageStore)",
                          "trying to query the interface to managing Exchange message stores", defaultStore.get(), hr);
@@ -64,8 +66,10 @@ HRESULT CMAPIImpl::OpenMailbox(const Operation &op, IMAPISession *pSession, cons
 
     const tstring strServerDN = "/cn=Configuration/cn=Servers/cn=" + strServer + "/cn=Microsoft Private MDB";
     OwnedEntryID entryID;
-    hr = manageStore->CreateStoreEntryID(MapiIn(strServerDN), MapiIn(strMailboxDN), OpenOptions::StoreEntryIDFlags(),
-                                         &entryID.cb, entryID.pEntryID.put());
+    hr =
+        Acquired(manageStore->CreateStoreEntryID(MapiIn(strServerDN), MapiIn(strMailboxDN),
+                                                 OpenOptions::StoreEntryIDFlags(), &entryID.cb, entryID.pEntryID.put()),
+                 entryID.pEntryID);
     // Counted whatever came of it, and uncounted only with an entry ID to free.
     ScopedCount countedEntryID(m_lOpenObjects);
     if (!entryID.pEntryID)
@@ -76,7 +80,8 @@ HRESULT CMAPIImpl::OpenMailbox(const Operation &op, IMAPISession *pSession, cons
 
     ComPtr<IMsgStore> store;
     const auto open = [&](ULONG ulFlags) {
-        return pSession->OpenMsgStore(0, entryID.cb, entryID.pEntryID.get(), nullptr, ulFlags, store.put());
+        return Acquired(pSession->OpenMsgStore(0, entryID.cb, entryID.pEntryID.get(), nullptr, ulFlags, store.put()),
+                        store);
     };
     constexpr ULONG kFlags = MAPI_BEST_ACCESS | MDB_TEMPORARY | MDB_NO_DIALOG;
     hr = OpenOptions::UseOnlineStore() ? open(kFlags | MDB_ONLINE) : E_FAIL;

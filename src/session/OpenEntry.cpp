@@ -101,7 +101,8 @@ HRESULT HrOpenProperty(IMAPIProp *pMAPIProp, ULONG ulPropTag, LPSPropValue *lppP
         return E_POINTER;
 
     ComPtr<IStream> stream;
-    HRESULT hr = pMAPIProp->OpenProperty(ulPropTag, &IID_IStream, 0, 0, reinterpret_cast<LPUNKNOWN *>(stream.put()));
+    HRESULT hr = Acquired(
+        pMAPIProp->OpenProperty(ulPropTag, &IID_IStream, 0, 0, reinterpret_cast<LPUNKNOWN *>(stream.put())), stream);
     if (FAILED(hr))
         return hr;
     STATSTG stat = {};

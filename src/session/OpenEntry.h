@@ -44,7 +44,7 @@ HRESULT HrOpenEntry(IMsgStore *pIMsgStore, ULONG cbEntryID, const void *lpEntryI
     const HRESULT hr = HrOpenEntry(pIMsgStore, cbEntryID, lpEntryID, lpInterface, ulFlags, &ulObjType, &opened,
                                    OpenOptions::UseNoCache());
     object.reset(static_cast<Interface *>(opened));
-    return hr;
+    return Acquired(hr, object);
 }
 
 // Reads a property through its stream, at most 64 KiB of it. The value is one MAPI block. E_POINTER for a null object

@@ -16,7 +16,7 @@ constexpr char kExchangeService[] = "MSEMS";
 HRESULT FindServiceUid(const Operation &op, IMsgServiceAdmin *pServiceAdmin, MAPIUID &uid)
 {
     ComPtr<IMAPITable> table;
-    HRESULT hr = pServiceAdmin->GetMsgServiceTable(0, table.put());
+    HRESULT hr = Acquired(pServiceAdmin->GetMsgServiceTable(0, table.put()), table);
     if (FAILED(hr))
         return op.Failed("GetMsgServiceTable", "trying to obtain access to the message service table.", pServiceAdmin,
                          hr);
@@ -24,8 +24,9 @@ HRESULT FindServiceUid(const Operation &op, IMsgServiceAdmin *pServiceAdmin, MAP
     const Restriction isExchange =
         Restriction::Content({PR_SERVICE_NAME_A, "PR_SERVICE_NAME"}, FL_FULLSTRING, kExchangeService);
     RowSet rows;
-    hr = HrQueryAllRows(table.get(), PropTags<PR_SERVICE_NAME_A, PR_SERVICE_UID>(), isExchange.Get(), nullptr, 0,
-                        rows.put());
+    hr = Acquired(HrQueryAllRows(table.get(), PropTags<PR_SERVICE_NAME_A, PR_SERVICE_UID>(), isExchange.Get(), nullptr,
+                                 0, rows.put()),
+                  rows);
     if (SUCCEEDED(hr)) {
         const SBinary *pUid = FirstBinary(rows.get(), 1);
         if (pUid && pUid->cb >= sizeof(MAPIUID))
@@ -65,7 +66,7 @@ HRESULT AddExchangeService(const Operation &op, IMsgServiceAdmin *pServiceAdmin,
 
 HRESULT AdminProfiles(const Operation &op, ComPtr<IProfAdmin> &profAdmin)
 {
-    const HRESULT hr = MAPIAdminProfiles(0, profAdmin.put());
+    const HRESULT hr = Acquired(MAPIAdminProfiles(0, profAdmin.put()), profAdmin);
     return FAILED(hr) ? op.Failed("MAPIAdminProfiles", nullptr, hr) : hr;
 }
 
@@ -75,14 +76,14 @@ HRESULT AdminServices(const Operation &op, IMAPISession *pSession, const tstring
 {
     constexpr char kSentence[] = "trying to access the message service administration object.";
     if (pSession) {
-        const HRESULT hr = pSession->AdminServices(0, serviceAdmin.put());
+        const HRESULT hr = Acquired(pSession->AdminServices(0, serviceAdmin.put()), serviceAdmin);
         return FAILED(hr) ? op.Failed("AdminServices", kSentence, pSession, hr) : hr;
     }
     ComPtr<IProfAdmin> profAdmin;
     HRESULT hr = AdminProfiles(op, profAdmin);
     if (FAILED(hr))
         return hr;
-    hr = profAdmin->AdminServices(MapiIn(szProfile), MapiIn(""), 0, 0, serviceAdmin.put());
+    hr = Acquired(profAdmin->AdminServices(MapiIn(szProfile), MapiIn(""), 0, 0, serviceAdmin.put()), serviceAdmin);
     return FAILED(hr) ? op.Failed("AdminServices", kSentence, profAdmin.get(), hr) : hr;
 }
 
@@ -110,7 +111,7 @@ HRESULT CMAPIImpl::CreateMailboxProfile(const tstring &szProfile)
         return op.Failed("CreateProfile", "trying to create a profile.", profAdmin.get(), hr);
 
     ComPtr<IMsgServiceAdmin> serviceAdmin;
-    hr = profAdmin->AdminServices(MapiIn(szProfile), MapiIn(""), 0, 0, serviceAdmin.put());
+    hr = Acquired(profAdmin->AdminServices(MapiIn(szProfile), MapiIn(""), 0, 0, serviceAdmin.put()), serviceAdmin);
     if (FAILED(hr))
         return op.Failed("CreateMsgService",
                          "trying to access the message service administration object for making changes to the message "
@@ -136,18 +137,18 @@ HRESULT CMAPIImpl::GetAvailableProfiles(std::vector<Profile> &profiles)
     const ScopedCount countedAdmin(m_lOpenObjects);
 
     ComPtr<IMAPITable> table;
-    hr = profAdmin->GetProfileTable(0, table.put());
+    hr = Acquired(profAdmin->GetProfileTable(0, table.put()), table);
     if (FAILED(hr))
         return op.Failed("GetProfileTable", "trying to obtain access to the profile table.", profAdmin.get(), hr);
     const ScopedCount countedTable(m_lOpenObjects);
 
     RowSet rows;
-    hr = HrQueryAllRows(table.get(), PropTags<PR_DISPLAY_NAME_A>(), nullptr, nullptr, 0, rows.put());
+    hr = Acquired(HrQueryAllRows(table.get(), PropTags<PR_DISPLAY_NAME_A>(), nullptr, nullptr, 0, rows.put()), rows);
     if (FAILED(hr))
         return op.Failed("HrQueryAllRows", "trying to retrieve all the profiles.", table.get(), hr);
     const ScopedCount countedRows(m_lOpenObjects);
 
-    for (ULONG i = 0; rows && i < rows->cRows; ++i) {
+    for (ULONG i = 0; i < rows->cRows; ++i) {
         const SRow &row = rows.get()->aRow[i];
         const char *szName = row.cValues ? TextOf(row.lpProps[0]) : nullptr;
         Profile &profile = profiles.emplace_back();
@@ -177,7 +178,7 @@ HRESULT CMAPIImpl::GetExchangeServerName(tstring &strServer, const tstring &szPr
     const ScopedCount countedAdmin(m_lOpenObjects);
 
     ComPtr<IProfSect> section;
-    hr = serviceAdmin->OpenProfileSection(MapiIn(&kGlobalProfileSection), nullptr, 0, section.put());
+    hr = Acquired(serviceAdmin->OpenProfileSection(MapiIn(&kGlobalProfileSection), nullptr, 0, section.put()), section);
     if (FAILED(hr))
         return op.Failed("OpenProfileSection", "trying to open the global section of the profile.", serviceAdmin.get(),
                          hr);
@@ -185,13 +186,14 @@ HRESULT CMAPIImpl::GetExchangeServerName(tstring &strServer, const tstring &szPr
 
     ULONG cValues = 0;
     MapiBuffer<SPropValue> values;
-    hr = section->GetProps(PropTags<PR_PROFILE_HOME_SERVER, PR_PROFILE_NAME_A, PR_PROFILE_UNRESOLVED_NAME>(), 0,
-                           &cValues, values.put());
+    hr = Acquired(section->GetProps(PropTags<PR_PROFILE_HOME_SERVER, PR_PROFILE_NAME_A, PR_PROFILE_UNRESOLVED_NAME>(),
+                                    0, &cValues, values.put()),
+                  values);
     if (FAILED(hr))
         return op.Failed("GetProps", "trying to retrieve the properties of the global section of the profile.",
                          section.get(), hr);
 
-    for (ULONG i = 0; values && i < cValues; ++i) {
+    for (ULONG i = 0; i < cValues; ++i) {
         const SPropValue &value = values.get()[i];
         switch (value.ulPropTag) {
         case PR_PROFILE_HOME_SERVER:

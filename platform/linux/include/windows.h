@@ -4,6 +4,9 @@
 #pragma once
 #define _WINDOWS_
 
+// A MAPI header includes this one from inside its extern "C".
+extern "C++" {
+
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
@@ -201,3 +204,5 @@ using LPSECURITY_ATTRIBUTES = SECURITY_ATTRIBUTES *;
 #include "winuser.h"
 #include "winreg.h"
 // clang-format on
+
+} // extern "C++"

@@ -156,6 +156,18 @@ TEST_F(LifecycleTest, AnExceptionFromMapisEndDoesNotKeepTheThreadFromEnding)
     CloseIt(next);
 }
 
+TEST_F(LifecycleTest, AnExceptionFromMapisStartLeavesASessionWithoutMapi)
+{
+    mapi.script.Tell("MAPIInitialize", Does([] { throw std::runtime_error("from below"); }));
+    const DWORD h = Create();
+    EXPECT_EQ(OrlIsMAPIAvailable(h), 0);
+    EXPECT_THAT(trace.Texts(),
+                Contains(StartsWith("Exception has occurred in CMAPIImpl::MAPIMessagePump (OrlMapi32[")));
+    CloseIt(h);
+    EXPECT_TRUE(trace.Has("< CMAPIImpl::MAPIMessagePump()"));
+    EXPECT_EQ(mapi.recorder.Count("MAPIUninitialize"), 0);
+}
+
 // One connection that waited for MAPI in vain, shared: it takes five seconds to make.
 class WithoutMapiTest : public testing::Test
 {

@@ -2,7 +2,10 @@
 // what it makes of each row, and what it writes into the trace.
 #include "messages/FaxSettings.h"
 #include "messages/MessagesTest.h"
+#include <atomic>
 #include <cstring>
+#include <new>
+#include <thread>
 
 using namespace messages_test;
 using testing::Contains;
@@ -544,6 +547,54 @@ TEST_F(ListingTest, AProviderThatGivesNothingWithASuccessEndsTheListing)
     Run(listing);
     EXPECT_EQ(listing.hr, S_OK);
     EXPECT_EQ(listing.count, 0u);
+}
+
+TEST_F(ListingTest, AnExceptionAtAnyStageIsReportedAndNothingIsLeft)
+{
+    MessageData &message = Deliver("m");
+    mapi.world.AddAttachment(message, {Long(PR_ATTACH_SIZE, 1)}, "");
+    for (const char *call : {"Store.GetReceiveFolder", "Table.Restrict", "Table.GetRowCount", "Table.QueryRows",
+                             "Message.OpenAttach", "Table(alice/Inbox).CreateBookmark"}) {
+        SCOPED_TRACE(call);
+        mapi.script.Clear();
+        mapi.script.Tell(call, Does([] { throw std::bad_alloc(); }));
+        Forget();
+        ListingA listing;
+        listing.rows = 1;
+        listing.withAttachments = 1;
+        Run(listing);
+        EXPECT_EQ(listing.hr, E_UNEXPECTED);
+        EXPECT_EQ(listing.headers, nullptr);
+        EXPECT_EQ(listing.hTable, 0u);
+        EXPECT_EQ(OpenObjects(), 0);
+        EXPECT_THAT(Lines(), Contains(StartsWith("Exception has occurred in CMAPIImpl::GetEmailHeaders (OrlMapi32[")));
+    }
+}
+
+TEST_F(ListingTest, SeveralThreadsListAndLearnOnOneSessionAtTheSameTime)
+{
+    for (int i = 0; i < 6; ++i)
+        Deliver(std::to_string(i),
+                {Text(PR_CREATOR_NAME_A, "A creator with a long name, number " + std::to_string(i))});
+    std::vector<std::thread> threads;
+    std::atomic<int> rows{0};
+    for (int i = 0; i < 8; ++i)
+        threads.emplace_back([&] {
+            for (int turn = 0; turn < 5; ++turn) {
+                ListingA listing;
+                listing.rows = 4;
+                listing.summary = 1;
+                Run(listing);
+                rows += static_cast<int>(listing.count);
+                Run(listing);
+                rows += static_cast<int>(listing.count);
+                Release(listing);
+            }
+        });
+    for (std::thread &thread : threads)
+        thread.join();
+    EXPECT_EQ(rows, 8 * 5 * 6);
+    EXPECT_EQ(OpenObjects(), 0);
 }
 
 } // namespace

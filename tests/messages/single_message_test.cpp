@@ -1,7 +1,9 @@
 // Work on one message whose entry ID is known: its header, its flags, its read flag and its deletion.
 #include "messages/FaxSettings.h"
 #include "messages/MessagesTest.h"
+#include <algorithm>
 #include <cstring>
+#include <new>
 
 using namespace messages_test;
 using testing::Contains;
@@ -407,6 +409,24 @@ TEST_F(SingleMessageTest, TheMembersRefuseANullStore)
     EXPECT_EQ(session->DeleteEmail(nullptr, SizeOf(id), AsBytes(id)), E_POINTER);
     for (const char *name : {"GetEmailHeader", "GetEmailFlags", "SetEmailReadFlag", "DeleteEmail"})
         EXPECT_EQ(CountLines("CMAPIImpl::" + std::string(name) + "[n]: Error pIMsgStore is NULL."), 1) << name;
+}
+
+TEST_F(SingleMessageTest, AnExceptionIsReportedAndNothingIsLeft)
+{
+    Deliver("m");
+    const auto thrown = Does([] { throw std::bad_alloc(); });
+    mapi.script.Tell("Message.GetProps", thrown);
+    mapi.script.Tell("Message.SetReadFlag", thrown);
+    mapi.script.Tell("Folder.CopyMessages", thrown);
+    EmailHeaderA *header = nullptr;
+    EXPECT_EQ(Header(header), E_UNEXPECTED);
+    EXPECT_EQ(GetFlags().hr, E_UNEXPECTED);
+    EXPECT_EQ(SetRead(1), E_UNEXPECTED);
+    EXPECT_EQ(Delete(), E_UNEXPECTED);
+    for (const char *name : {"GetEmailHeader", "GetEmailFlags", "SetEmailReadFlag", "DeleteEmail"})
+        EXPECT_THAT(Lines(),
+                    Contains(StartsWith("Exception has occurred in CMAPIImpl::" + std::string(name) + " (OrlMapi32[")));
+    EXPECT_EQ(OpenObjects(), 0);
 }
 
 } // namespace

@@ -32,9 +32,12 @@ err '^orlmapi: opening the mailbox bob: 0x80070005 MAPI_E_NO_ACCESS$'
 expect 0 orlmapi --profile Alice --json list alice --um
 json 'length == 1'
 
-# A wrong server or mailbox for the temporary profile falls back to the default profile.
-expect 0 orlmapi --server NOSUCH --mailbox vm --json list alice --um
+# A mailbox that is not there makes no temporary profile: the default one logs on. A wrong server does not go unnoticed:
+# it is where mailboxes are looked for.
+expect 0 orlmapi --server NORVIK1 --mailbox nobody --json list alice --um
 json 'length == 1'
+expect 1 orlmapi --server NOSUCH --mailbox vm list alice --um
+err '^orlmapi: opening the mailbox alice: 0x80040115 MAPI_E_NETWORK_ERROR$'
 
 # A file that is cut short is refused, and stays as it is.
 head -c 5000 site.db >cut.db

@@ -2,6 +2,7 @@
 #include "text_format.h"
 #include "code_page.h"
 #include "exceptions.h"
+#include "format_reader.h"
 #include "memory_access.h"
 #include <algorithm>
 #include <cerrno>
@@ -12,112 +13,13 @@
 
 namespace
 {
+using platform::Arguments;
 using platform::ArgumentSize;
 using platform::Conversion;
 using platform::FormatSink;
 using platform::NumberText;
 
-// A va_list that can be handed on and read from in turn.
-struct Arguments {
-    va_list list;
-};
-
 enum class Outcome { Going, Invalid };
-
-template <class Char> bool ReadNumber(const Char *&format, int &number)
-{
-    number = 0;
-    for (; *format >= '0' && *format <= '9'; ++format) {
-        if (number > (INT_MAX - 9) / 10)
-            return false;
-        number = number * 10 + (*format - '0');
-    }
-    return true;
-}
-
-template <class Char> void ReadSizes(const Char *&format, Conversion &conversion)
-{
-    for (;; ++format) {
-        switch (*format) {
-        case 'h':
-            conversion.size = ArgumentSize::Short;
-            conversion.narrow = true;
-            break;
-        case 'l':
-            if (format[1] == 'l') {
-                conversion.size = ArgumentSize::Int64;
-                ++format;
-                break;
-            }
-            if (conversion.size == ArgumentSize::Int)
-                conversion.size = ArgumentSize::Long;
-            conversion.wide = true;
-            break;
-        case 'w':
-            conversion.wide = true;
-            break;
-        case 'L':
-        case 'F': // a far pointer, of old
-            break;
-        case 'I':
-            if (format[1] == '6' && format[2] == '4') {
-                conversion.size = ArgumentSize::Int64;
-                format += 2;
-            } else if (format[1] == '3' && format[2] == '2') {
-                conversion.size = ArgumentSize::Long;
-                format += 2;
-            } else {
-                conversion.size = ArgumentSize::Pointer;
-            }
-            break;
-        default:
-            return;
-        }
-    }
-}
-
-// Reads what follows a '%'. False for what is no conversion.
-template <class Char> bool ReadConversion(const Char *&format, Arguments &arguments, Conversion &conversion)
-{
-    for (;; ++format) {
-        if (*format == '-')
-            conversion.leftAlign = true;
-        else if (*format == '0')
-            conversion.zeroPad = true;
-        else if (*format == '#')
-            conversion.alternate = true;
-        else if (*format == '+' || (*format == ' ' && !conversion.sign))
-            conversion.sign = static_cast<char>(*format);
-        else if (*format != ' ')
-            break;
-    }
-    if (*format == '*') {
-        ++format;
-        conversion.width = va_arg(arguments.list, int);
-        if (conversion.width < 0) {
-            conversion.leftAlign = true;
-            conversion.width = conversion.width == INT_MIN ? INT_MAX : -conversion.width;
-        }
-    } else if (!ReadNumber(format, conversion.width)) {
-        return false;
-    }
-    if (*format == '.') {
-        ++format;
-        if (*format == '*') {
-            ++format;
-            conversion.precision = va_arg(arguments.list, int);
-        } else if (!ReadNumber(format, conversion.precision)) {
-            return false;
-        }
-        if (conversion.precision < 0)
-            conversion.precision = -1;
-    }
-    ReadSizes(format, conversion);
-    if (*format == 0 || *format > 127)
-        return false;
-    conversion.type = static_cast<char>(*format++);
-    return true;
-}
 
 template <class Char>
 void PutPadded(FormatSink<Char> &sink, const Conversion &conversion, std::size_t length, char pad, bool after)
@@ -349,7 +251,8 @@ template <class Char> Outcome FormatAll(FormatSink<Char> &sink, const Char *form
         Conversion conversion;
         if (sink.truncated)
             break;
-        if (!ReadConversion(format, arguments, conversion) || FormatOne(sink, conversion, arguments) != Outcome::Going)
+        if (!platform::ReadConversion(format, arguments, conversion) ||
+            FormatOne(sink, conversion, arguments) != Outcome::Going)
             return Outcome::Invalid;
     }
     return Outcome::Going;

@@ -6,7 +6,8 @@
 #define GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT 0x00000002
 #define GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS 0x00000004
 
-using FARPROC = INT_PTR (*)();
+// Without a result, unlike on Windows: the one function type that may be cast to any other without a warning.
+using FARPROC = void (*)();
 
 // A name with a '/' is a path. Any other is looked for, letter by letter as it stands, beside the image that this
 // code is linked into, and then in the loader's ordinary places.

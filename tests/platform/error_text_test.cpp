@@ -1,0 +1,63 @@
+// Proves for which codes the system has a text, in which form it comes, and how it is freed.
+#include "Text.h"
+#include <gtest/gtest.h>
+
+namespace
+{
+constexpr DWORD kFlags = FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_FROM_SYSTEM;
+
+std::string TextOf(DWORD code, DWORD flags = kFlags)
+{
+    char *text = nullptr;
+    const DWORD length = FormatMessageA(flags, nullptr, code, 0x400, reinterpret_cast<LPSTR>(&text), 0, nullptr);
+    if (length == 0)
+        return {};
+    EXPECT_EQ(length, std::strlen(text));
+    std::string result(text);
+    EXPECT_EQ(nullptr, LocalFree(text));
+    return result;
+}
+
+TEST(ErrorText, is_there_for_codes_of_the_system_and_ends_a_line)
+{
+    for (const DWORD code : {0u, 1u, 2u, 3u, 5u, 6u, 8u, 14u, 87u, 122u, 126u, 127u, 183u, 1113u}) {
+        const std::string text = TextOf(code);
+        ASSERT_LT(3u, text.size()) << code;
+        EXPECT_EQ("\r\n", text.substr(text.size() - 2)) << code;
+    }
+}
+
+TEST(ErrorText, of_an_HRESULT_of_the_system_is_its_codes)
+{
+    EXPECT_EQ(TextOf(5), TextOf(0x80070005));
+    EXPECT_EQ(TextOf(87), TextOf(0x80070057));
+    EXPECT_NE(TextOf(5), TextOf(87));
+}
+
+TEST(ErrorText, is_not_there_for_codes_of_MAPI)
+{
+    for (const DWORD code : {0x8004010Fu, 0x80040700u, 0x00040380u}) {
+        SetLastError(0);
+        EXPECT_EQ("", TextOf(code)) << code;
+        EXPECT_NE(0u, GetLastError());
+    }
+}
+
+TEST(ErrorText, is_found_when_the_program_itself_is_looked_through_first)
+{
+    EXPECT_EQ(TextOf(5), TextOf(5, kFlags | FORMAT_MESSAGE_FROM_HMODULE));
+    EXPECT_EQ("", TextOf(5, (kFlags & ~DWORD{FORMAT_MESSAGE_FROM_SYSTEM}) | FORMAT_MESSAGE_FROM_HMODULE));
+}
+
+TEST(ErrorText, goes_into_a_buffer_that_is_large_enough)
+{
+    const std::string whole = TextOf(5);
+    char buffer[512];
+    const DWORD flags = kFlags & ~DWORD{FORMAT_MESSAGE_ALLOCATE_BUFFER};
+    EXPECT_EQ(whole.size(), FormatMessageA(flags, nullptr, 5, 0, buffer, sizeof buffer, nullptr));
+    EXPECT_EQ(whole, buffer);
+    SetLastError(0);
+    EXPECT_EQ(0u, FormatMessageA(flags, nullptr, 5, 0, buffer, 3, nullptr));
+    EXPECT_EQ(DWORD{ERROR_INSUFFICIENT_BUFFER}, GetLastError());
+}
+} // namespace

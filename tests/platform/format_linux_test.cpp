@@ -1,0 +1,147 @@
+// Proves what the formatting functions do on Linux beyond what Wine's runtime shows: conversions that write are
+// refused, an unreadable text is an exception that a handler may leave by longjmp, UTF-8 comes in and goes out.
+#include "Text.h"
+#include <cerrno>
+#include <csetjmp>
+#include <csignal>
+#include <gtest/gtest.h>
+
+namespace
+{
+TEST(FormatOnLinux, refuses_a_conversion_that_writes_and_empties_the_buffer)
+{
+    int target = 77;
+    for (const char *format : {"abc%n", "%hn", "%5n", "%lln"}) {
+        char buffer[16] = "ZZZ";
+        errno = 0;
+        EXPECT_EQ(-1, _snprintf_s(buffer, sizeof buffer, _TRUNCATE, format, &target)) << format;
+        EXPECT_STREQ("", buffer);
+        EXPECT_EQ(EINVAL, errno);
+    }
+    EXPECT_EQ(77, target);
+}
+
+TEST(FormatOnLinux, empties_the_buffer_when_the_format_is_wrong)
+{
+    char buffer[16] = "ZZZ";
+    EXPECT_EQ(-1, _snprintf_s(buffer, sizeof buffer, _TRUNCATE, "abc%y"));
+    EXPECT_STREQ("", buffer);
+}
+
+TEST(FormatOnLinux, says_EINVAL_for_a_buffer_that_is_none)
+{
+    char buffer[4] = "ZZZ";
+    errno = 0;
+    EXPECT_EQ(-1, _snprintf_s(nullptr, 8, _TRUNCATE, "x"));
+    EXPECT_EQ(EINVAL, errno);
+    EXPECT_EQ(-1, _snprintf_s(buffer, 0, _TRUNCATE, "x"));
+    EXPECT_STREQ("ZZZ", buffer);
+    EXPECT_EQ(0, _snprintf_s(nullptr, 0, 0, "x"));
+}
+
+TEST(FormatOnLinux, empties_the_buffer_of_sprintf_s_when_the_text_does_not_fit)
+{
+    char buffer[4] = "ZZZ";
+    EXPECT_EQ(-1, sprintf_s(buffer, sizeof buffer, "%s", "0123"));
+    EXPECT_STREQ("", buffer);
+}
+
+TEST(FormatOnLinux, fills_with_blanks_not_zeros_when_a_precision_says_how_many_digits)
+{
+    EXPECT_EQ("     004", Formats("%08.3d", 4));
+}
+
+TEST(FormatOnLinux, converts_wide_text_to_the_ANSI_code_page)
+{
+    EXPECT_EQ("\xE3\x81\x82x|\xF0\x9F\x98\x80", Formats("%S|%ls", u"\u3042x", u"\U0001F600"));
+    EXPECT_EQ("\xEF\xBF\xBD", Formats("%S", u"\xD800"));
+    EXPECT_EQ(u"\u3042|\uFFFD", FormatsWide(u"%hs|%hs", "\xE3\x81\x82", "\xFF"));
+}
+
+TEST(FormatOnLinux, cuts_wide_text_at_a_whole_character)
+{
+    EXPECT_EQ("a|a\xE3\x81\x82|", Formats("%.3S|%.4S|%.2S", u"a\u3042", u"a\u3042", u"\U0001F600"));
+}
+
+// A guard as a caller writes one: it leaves the formatting function in the middle.
+jmp_buf leave;
+DWORD code;
+ULONG_PTR address;
+LONG Leave(EXCEPTION_POINTERS *exception)
+{
+    code = exception->ExceptionRecord->ExceptionCode;
+    address = exception->ExceptionRecord->ExceptionInformation[1];
+    longjmp(leave, 1);
+}
+
+char *const kUnreadable = reinterpret_cast<char *>(0x10);
+
+TEST(FormatOnLinux, raises_an_access_violation_for_an_unreadable_text)
+{
+    const PVOID handler = AddVectoredExceptionHandler(1, Leave);
+    char buffer[16] = "ZZZ";
+    volatile bool left = false;
+    if (setjmp(leave) == 0)
+        _snprintf_s(buffer, sizeof buffer, _TRUNCATE, "a%s", kUnreadable);
+    else
+        left = true;
+    EXPECT_EQ(1u, RemoveVectoredExceptionHandler(handler));
+    EXPECT_TRUE(left);
+    EXPECT_EQ(EXCEPTION_ACCESS_VIOLATION, code);
+    EXPECT_EQ(reinterpret_cast<ULONG_PTR>(kUnreadable), address);
+    EXPECT_STREQ("a", buffer);
+    EXPECT_EQ("after", Formats("%s", "after"));
+}
+
+TEST(FormatOnLinux, refuses_an_unreadable_text_when_no_handler_takes_it)
+{
+    char buffer[16] = "ZZZ";
+    EXPECT_EQ(-1, _snprintf_s(buffer, sizeof buffer, _TRUNCATE, "a%s", kUnreadable));
+    EXPECT_STREQ("", buffer);
+    WCHAR wide[16] = u"ZZZ";
+    EXPECT_EQ(-1, _snwprintf_s(wide, 16, _TRUNCATE, u"%s%hs", u"a", kUnreadable));
+    EXPECT_EQ(u"", WideText(wide));
+    EXPECT_EQ("<refused>", Formats("%S", kUnreadable));
+}
+
+TEST(FormatOnLinux, does_not_read_a_text_of_which_nothing_is_wanted)
+{
+    EXPECT_EQ("|", Formats("%.0s|", kUnreadable));
+}
+
+int order = 0;
+int firstSeen, secondSeen;
+LONG First(EXCEPTION_POINTERS *)
+{
+    firstSeen = ++order;
+    return EXCEPTION_CONTINUE_SEARCH;
+}
+LONG Second(EXCEPTION_POINTERS *exception)
+{
+    secondSeen = ++order;
+    return exception->ExceptionRecord->ExceptionCode == 0xE0000001 ? EXCEPTION_CONTINUE_EXECUTION
+                                                                   : EXCEPTION_CONTINUE_SEARCH;
+}
+
+TEST(Exceptions, reach_the_handlers_in_order_until_one_takes_them)
+{
+    const PVOID last = AddVectoredExceptionHandler(0, Second);
+    const PVOID first = AddVectoredExceptionHandler(1, First);
+    const ULONG_PTR parameter = 5;
+    RaiseException(0xE0000001, 0, 1, &parameter);
+    EXPECT_EQ(1, firstSeen);
+    EXPECT_EQ(2, secondSeen);
+    EXPECT_EQ(1u, RemoveVectoredExceptionHandler(first));
+    EXPECT_EQ(0u, RemoveVectoredExceptionHandler(first));
+    RaiseException(0xE0000001, 0, 0, nullptr);
+    EXPECT_EQ(1, firstSeen);
+    EXPECT_EQ(3, secondSeen);
+    EXPECT_EQ(1u, RemoveVectoredExceptionHandler(last));
+}
+
+TEST(ExceptionsDeathTest, end_the_process_when_no_handler_takes_them)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_EXIT(RaiseException(0xE0000002, 0, 0, nullptr), testing::KilledBySignal(SIGABRT), "");
+}
+} // namespace

@@ -1,0 +1,405 @@
+// Proves events, mutexes, waits, threads, critical sections, slots and interlocked variables, from several threads at
+// once. Nothing is asserted by timing: waits that must succeed have a generous bound.
+#include "Text.h"
+#include <atomic>
+#include <gtest/gtest.h>
+#include <process.h>
+#include <thread>
+#include <vector>
+
+namespace
+{
+constexpr DWORD kBound = 60000;
+
+class Handle
+{
+  public:
+    explicit Handle(HANDLE handle) : m_handle(handle) {}
+    ~Handle() { EXPECT_TRUE(CloseHandle(m_handle)); }
+    Handle(const Handle &) = delete;
+    Handle &operator=(const Handle &) = delete;
+    operator HANDLE() const { return m_handle; }
+
+  private:
+    HANDLE m_handle;
+};
+
+HANDLE NewEvent(bool manualReset, bool signalled)
+{
+    return CreateEventA(nullptr, manualReset, signalled, nullptr);
+}
+
+TEST(Event, with_automatic_reset_releases_one_wait)
+{
+    const Handle event(NewEvent(false, true));
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(event, 0));
+    EXPECT_EQ(WAIT_TIMEOUT, WaitForSingleObject(event, 0));
+    EXPECT_TRUE(SetEvent(event));
+    EXPECT_TRUE(SetEvent(event));
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(event, kBound));
+    EXPECT_EQ(WAIT_TIMEOUT, WaitForSingleObject(event, 1));
+}
+
+TEST(Event, with_manual_reset_stays_until_it_is_reset)
+{
+    const Handle event(NewEvent(true, false));
+    EXPECT_EQ(WAIT_TIMEOUT, WaitForSingleObject(event, 0));
+    EXPECT_TRUE(SetEvent(event));
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(event, 0));
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(event, INFINITE));
+    EXPECT_TRUE(ResetEvent(event));
+    EXPECT_EQ(WAIT_TIMEOUT, WaitForSingleObject(event, 0));
+}
+
+TEST(Event, wakes_a_waiting_thread)
+{
+    const Handle start(NewEvent(false, false)), done(NewEvent(false, false));
+    std::thread thread([&] {
+        EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(start, INFINITE));
+        EXPECT_TRUE(SetEvent(done));
+    });
+    EXPECT_TRUE(SetEvent(start));
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(done, kBound));
+    thread.join();
+}
+
+TEST(Event, with_automatic_reset_lets_each_signal_through_once)
+{
+    const Handle event(NewEvent(false, false)), taken(NewEvent(false, false));
+    constexpr int kRounds = 2000;
+    std::atomic<int> through{0};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back([&] {
+            while (WaitForSingleObject(event, kBound) == WAIT_OBJECT_0 && through++ < kRounds)
+                SetEvent(taken);
+            SetEvent(event);
+        });
+    for (int round = 0; round < kRounds; ++round) {
+        SetEvent(event);
+        ASSERT_EQ(WAIT_OBJECT_0, WaitForSingleObject(taken, kBound)) << round;
+        EXPECT_EQ(round + 1, through);
+    }
+    SetEvent(event);
+    for (std::thread &thread : threads)
+        thread.join();
+}
+
+TEST(Event, with_a_name_is_the_one_that_has_it)
+{
+    const Handle first(CreateEventA(nullptr, TRUE, FALSE, "platform test event"));
+    EXPECT_EQ(DWORD{ERROR_SUCCESS}, GetLastError());
+    const Handle second(CreateEventW(nullptr, TRUE, FALSE, OLESTR("platform test event")));
+    EXPECT_EQ(DWORD{ERROR_ALREADY_EXISTS}, GetLastError());
+    SetEvent(first);
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(second, 0));
+    EXPECT_EQ(nullptr, CreateMutexA(nullptr, FALSE, "platform test event"));
+    EXPECT_EQ(DWORD{ERROR_INVALID_HANDLE}, GetLastError());
+}
+
+TEST(Handle, that_is_none_is_refused)
+{
+    const auto none = reinterpret_cast<HANDLE>(ULONG_PTR{0x7FFF0});
+    EXPECT_FALSE(CloseHandle(none));
+    EXPECT_EQ(DWORD{ERROR_INVALID_HANDLE}, GetLastError());
+    SetLastError(0);
+    EXPECT_FALSE(SetEvent(none));
+    EXPECT_EQ(DWORD{ERROR_INVALID_HANDLE}, GetLastError());
+    SetLastError(0);
+    EXPECT_EQ(WAIT_FAILED, WaitForSingleObject(none, 0));
+    EXPECT_EQ(DWORD{ERROR_INVALID_HANDLE}, GetLastError());
+    const Handle event(NewEvent(false, false));
+    SetLastError(0);
+    EXPECT_FALSE(ReleaseMutex(event));
+    EXPECT_EQ(DWORD{ERROR_INVALID_HANDLE}, GetLastError());
+}
+
+TEST(Waiting, for_any_gives_the_first_that_is_signalled)
+{
+    const Handle first(NewEvent(false, false)), second(NewEvent(false, true));
+    const HANDLE handles[] = {first, second};
+    EXPECT_EQ(WAIT_OBJECT_0 + 1, WaitForMultipleObjects(2, handles, FALSE, kBound));
+    EXPECT_EQ(WAIT_TIMEOUT, WaitForMultipleObjects(2, handles, FALSE, 1));
+    SetEvent(second);
+    SetEvent(first);
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForMultipleObjects(2, handles, FALSE, kBound));
+    EXPECT_EQ(WAIT_OBJECT_0 + 1, WaitForMultipleObjects(2, handles, FALSE, kBound));
+}
+
+TEST(Waiting, for_all_takes_nothing_until_all_are_signalled)
+{
+    const Handle first(NewEvent(false, true)), second(NewEvent(false, false));
+    const HANDLE handles[] = {first, second};
+    EXPECT_EQ(WAIT_TIMEOUT, WaitForMultipleObjects(2, handles, TRUE, 1));
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(first, 0));
+    std::thread thread([&] {
+        SetEvent(second);
+        SetEvent(first);
+    });
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForMultipleObjects(2, handles, TRUE, kBound));
+    EXPECT_EQ(WAIT_TIMEOUT, WaitForMultipleObjects(2, handles, FALSE, 0));
+    thread.join();
+}
+
+TEST(Waiting, for_nothing_or_too_much_is_refused)
+{
+    const Handle event(NewEvent(true, true));
+    const std::vector<HANDLE> handles(MAXIMUM_WAIT_OBJECTS + 1, event);
+    SetLastError(0);
+    EXPECT_EQ(WAIT_FAILED, WaitForMultipleObjects(0, handles.data(), FALSE, 0));
+    EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, GetLastError());
+    EXPECT_EQ(WAIT_FAILED, WaitForMultipleObjects(MAXIMUM_WAIT_OBJECTS + 1, handles.data(), FALSE, 0));
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForMultipleObjects(MAXIMUM_WAIT_OBJECTS, handles.data(), FALSE, 0));
+}
+
+TEST(Mutex, is_counted_for_its_owner)
+{
+    const Handle mutex(CreateMutexA(nullptr, TRUE, nullptr));
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(mutex, 0));
+    const auto tryFromAnother = [&] {
+        DWORD result = 0;
+        std::thread([&] {
+            result = WaitForSingleObject(mutex, 0);
+            if (result == WAIT_OBJECT_0)
+                ReleaseMutex(mutex);
+        }).join();
+        return result;
+    };
+    EXPECT_EQ(WAIT_TIMEOUT, tryFromAnother());
+    EXPECT_TRUE(ReleaseMutex(mutex));
+    EXPECT_EQ(WAIT_TIMEOUT, tryFromAnother());
+    EXPECT_TRUE(ReleaseMutex(mutex));
+    EXPECT_EQ(WAIT_OBJECT_0, tryFromAnother());
+    SetLastError(0);
+    EXPECT_FALSE(ReleaseMutex(mutex));
+    EXPECT_EQ(DWORD{ERROR_NOT_OWNER}, GetLastError());
+}
+
+TEST(Mutex, is_abandoned_by_a_thread_that_ends_with_it)
+{
+    const Handle mutex(CreateMutexA(nullptr, FALSE, nullptr));
+    std::thread([&] {
+        EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(mutex, 0));
+        EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(mutex, 0));
+    }).join();
+    EXPECT_EQ(WAIT_ABANDONED, WaitForSingleObject(mutex, kBound));
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(mutex, 0));
+    EXPECT_TRUE(ReleaseMutex(mutex));
+    EXPECT_TRUE(ReleaseMutex(mutex));
+    EXPECT_FALSE(ReleaseMutex(mutex));
+}
+
+TEST(Mutex, that_is_abandoned_wakes_who_waits_for_it)
+{
+    const Handle mutex(CreateMutexA(nullptr, FALSE, nullptr)), owned(NewEvent(true, false));
+    std::thread owner([&] {
+        WaitForSingleObject(mutex, 0);
+        SetEvent(owned);
+    });
+    WaitForSingleObject(owned, kBound);
+    const HANDLE handles[] = {mutex};
+    EXPECT_EQ(WAIT_ABANDONED_0, WaitForMultipleObjects(1, handles, FALSE, kBound));
+    owner.join();
+    EXPECT_TRUE(ReleaseMutex(mutex));
+}
+
+TEST(Mutex, with_a_name_is_not_taken_when_it_was_there)
+{
+    const Handle first(CreateMutexA(nullptr, FALSE, "platform test mutex"));
+    const Handle second(CreateMutexA(nullptr, TRUE, "platform test mutex"));
+    EXPECT_EQ(DWORD{ERROR_ALREADY_EXISTS}, GetLastError());
+    EXPECT_FALSE(ReleaseMutex(second));
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(first, 0));
+    EXPECT_TRUE(ReleaseMutex(second));
+}
+
+TEST(Mutex, keeps_threads_apart)
+{
+    const Handle mutex(CreateMutexA(nullptr, FALSE, nullptr));
+    int counter = 0;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back([&] {
+            for (int round = 0; round < 1000; ++round) {
+                WaitForSingleObject(mutex, INFINITE);
+                ++counter;
+                ReleaseMutex(mutex);
+            }
+        });
+    for (std::thread &thread : threads)
+        thread.join();
+    EXPECT_EQ(4000, counter);
+}
+
+TEST(CriticalSectionOfTheSystem, is_recursive_and_keeps_threads_apart)
+{
+    CRITICAL_SECTION section;
+    InitializeCriticalSection(&section);
+    int counter = 0;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back([&] {
+            for (int round = 0; round < 5000; ++round) {
+                EnterCriticalSection(&section);
+                EnterCriticalSection(&section);
+                ++counter;
+                LeaveCriticalSection(&section);
+                LeaveCriticalSection(&section);
+            }
+        });
+    for (std::thread &thread : threads)
+        thread.join();
+    EXPECT_EQ(20000, counter);
+    EXPECT_TRUE(TryEnterCriticalSection(&section));
+    std::thread([&] { EXPECT_FALSE(TryEnterCriticalSection(&section)); }).join();
+    LeaveCriticalSection(&section);
+    DeleteCriticalSection(&section);
+}
+
+struct Work {
+    HANDLE event;
+    std::atomic<DWORD> thread{0};
+};
+
+void PlainBody(void *argument)
+{
+    auto *work = static_cast<Work *>(argument);
+    work->thread = GetCurrentThreadId();
+    SetEvent(work->event);
+}
+
+unsigned __stdcall Body(void *argument)
+{
+    PlainBody(argument);
+    return 7;
+}
+
+TEST(Thread, runs_its_body)
+{
+    const Handle event(NewEvent(false, false));
+    Work work{event};
+    EXPECT_NE(static_cast<uintptr_t>(-1), _beginthread(PlainBody, 0, &work));
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(event, kBound));
+    EXPECT_NE(0u, work.thread);
+    EXPECT_NE(GetCurrentThreadId(), work.thread);
+}
+
+TEST(Thread, signals_its_handle_by_its_end)
+{
+    const Handle event(NewEvent(false, false));
+    Work work{event};
+    unsigned id = 0;
+    const Handle thread(reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, Body, &work, 0, &id)));
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(thread, kBound));
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(thread, 0));
+    EXPECT_EQ(id, work.thread);
+}
+
+TEST(Thread, abandons_its_mutexes_before_its_handle_is_signalled)
+{
+    static HANDLE mutex;
+    const Handle owned(mutex = CreateMutexA(nullptr, FALSE, nullptr));
+    struct Owner {
+        static unsigned __stdcall Run(void *)
+        {
+            WaitForSingleObject(mutex, INFINITE);
+            return 0;
+        }
+    };
+    const Handle thread(reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, Owner::Run, nullptr, 0, nullptr)));
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(thread, kBound));
+    EXPECT_EQ(WAIT_ABANDONED, WaitForSingleObject(mutex, 0));
+    EXPECT_TRUE(ReleaseMutex(mutex));
+}
+
+TEST(Slot, holds_a_value_for_each_thread)
+{
+    const DWORD slot = TlsAlloc();
+    ASSERT_NE(TLS_OUT_OF_INDEXES, slot);
+    int mine, others;
+    EXPECT_EQ(nullptr, TlsGetValue(slot));
+    EXPECT_TRUE(TlsSetValue(slot, &mine));
+    std::thread([&] {
+        EXPECT_EQ(nullptr, TlsGetValue(slot));
+        EXPECT_TRUE(TlsSetValue(slot, &others));
+        EXPECT_EQ(&others, TlsGetValue(slot));
+    }).join();
+    EXPECT_EQ(&mine, TlsGetValue(slot));
+    EXPECT_EQ(DWORD{ERROR_SUCCESS}, GetLastError());
+    EXPECT_TRUE(TlsFree(slot));
+}
+
+TEST(Slot, is_empty_after_it_was_freed_and_allocated_again)
+{
+    const DWORD slot = TlsAlloc();
+    const Handle set(NewEvent(false, false)), again(NewEvent(false, false));
+    int value;
+    std::thread thread([&] {
+        TlsSetValue(slot, &value);
+        SetEvent(set);
+        WaitForSingleObject(again, kBound);
+        EXPECT_EQ(nullptr, TlsGetValue(slot));
+    });
+    WaitForSingleObject(set, kBound);
+    TlsSetValue(slot, &value);
+    EXPECT_TRUE(TlsFree(slot));
+    EXPECT_EQ(slot, TlsAlloc());
+    EXPECT_EQ(nullptr, TlsGetValue(slot));
+    SetEvent(again);
+    thread.join();
+    EXPECT_TRUE(TlsFree(slot));
+    EXPECT_FALSE(TlsFree(slot));
+    EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, GetLastError());
+}
+
+TEST(Slot, of_which_there_are_64_at_least)
+{
+    std::vector<DWORD> slots;
+    for (int i = 0; i < 60; ++i) {
+        slots.push_back(TlsAlloc());
+        ASSERT_NE(TLS_OUT_OF_INDEXES, slots.back());
+    }
+    for (const DWORD slot : slots)
+        EXPECT_TRUE(TlsFree(slot));
+    EXPECT_EQ(nullptr, TlsGetValue(0x10000));
+    EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, GetLastError());
+}
+
+TEST(LastError, is_each_threads_own)
+{
+    const Handle set(NewEvent(false, false)), looked(NewEvent(false, false));
+    std::thread other([&] {
+        SetLastError(6);
+        SetEvent(set);
+        WaitForSingleObject(looked, kBound);
+        EXPECT_EQ(6u, GetLastError());
+    });
+    WaitForSingleObject(set, kBound);
+    SetLastError(5);
+    EXPECT_EQ(5u, GetLastError());
+    SetEvent(looked);
+    other.join();
+}
+
+TEST(Interlocked, gives_the_new_or_the_old_value)
+{
+    LONG volatile value = 5;
+    EXPECT_EQ(6, InterlockedIncrement(&value));
+    EXPECT_EQ(5, InterlockedDecrement(&value));
+    EXPECT_EQ(5, InterlockedExchange(&value, 9));
+    EXPECT_EQ(9, InterlockedExchangeAdd(&value, 2));
+    EXPECT_EQ(11, InterlockedCompareExchange(&value, 1, 5));
+    EXPECT_EQ(11, InterlockedCompareExchange(&value, 1, 11));
+    EXPECT_EQ(1, value);
+    int target;
+    PVOID volatile pointer = nullptr;
+    EXPECT_EQ(nullptr, InterlockedCompareExchangePointer(&pointer, &target, nullptr));
+    EXPECT_EQ(&target, InterlockedExchangePointer(&pointer, nullptr));
+}
+
+TEST(Debugger, is_not_attached_to_this_test)
+{
+    EXPECT_FALSE(IsDebuggerPresent());
+    EXPECT_FALSE(IsDebuggerPresent());
+}
+} // namespace

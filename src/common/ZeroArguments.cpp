@@ -22,7 +22,7 @@ class Scanner
     // False when what stands here, after the percent sign, is no conversion that reads an argument.
     bool Scan(Conversion &conversion)
     {
-        m_text = "%";
+        m_text.assign(1, '%');
         TakeAll("-+ #0");
         TakeNumber();
         if (Take("."))

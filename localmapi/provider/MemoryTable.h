@@ -35,14 +35,14 @@ class MemoryRows
 struct MemoryTableSettings {
     // The column set until SetColumns is called. QueryColumns(TBL_ALL_COLUMNS) answers these, then every other
     // property that some row has.
-    std::vector<ULONG> columns;
+    std::vector<ULONG> columns = {};
     // Text columns of the initial column set are PT_UNICODE (the caller's MAPI_UNICODE), else PT_STRING8.
     bool unicode = false;
     // Attachment tables know no bookmarks of their own.
     bool bookmarks = true;
     // The text properties in which a restriction on PR_ANR looks for the start of a word. Where there are none such a
     // restriction is MAPI_E_TOO_COMPLEX.
-    std::vector<ULONG> anrColumns;
+    std::vector<ULONG> anrColumns = {};
 };
 
 // A new table with one reference, over rows that no longer change.

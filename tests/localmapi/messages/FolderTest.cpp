@@ -1,0 +1,385 @@
+// Proves folders: their properties, their tables, and what they do with messages and folders in them.
+#include "ExchangeMapi.h"
+#include "Helpers.h"
+#include "Mailbox.h"
+
+#include <mapiguid.h>
+
+namespace localmapi::test
+{
+
+namespace
+{
+
+class FolderTest : public testing::Test
+{
+  protected:
+    std::string Subjects(IMAPIFolder *folder, ULONG flags = 0)
+    {
+        Ref<IMAPITable> table;
+        EXPECT_CODE(folder->GetContentsTable(flags, table.put()), S_OK);
+        Rows rows;
+        EXPECT_CODE(QueryAllRows(table.get(), Tags{PR_SUBJECT_A}, nullptr, Sort{{PR_SUBJECT_A, TABLE_SORT_ASCEND}}, 0,
+                                 rows.put()),
+                    S_OK);
+        std::string subjects;
+        for (ULONG row = 0; row < rows.size(); ++row)
+            subjects += (row ? " " : "") + std::string(rows[row].lpProps[0].Value.lpszA);
+        return subjects;
+    }
+    std::string Folders(IMAPIFolder *folder, ULONG flags = 0)
+    {
+        Ref<IMAPITable> table;
+        EXPECT_CODE(folder->GetHierarchyTable(flags, table.put()), S_OK);
+        Rows rows;
+        EXPECT_CODE(QueryAllRows(table.get(), Tags{PR_DISPLAY_NAME_A, PR_DEPTH}, nullptr, nullptr, 0, rows.put()),
+                    S_OK);
+        std::string names;
+        for (ULONG row = 0; row < rows.size(); ++row)
+            names += (row ? " " : "") + std::string(rows[row].lpProps[0].Value.lpszA) + ":" +
+                     std::to_string(rows[row].lpProps[1].Value.l);
+        return names;
+    }
+    Ref<IMAPIFolder> Create(IMAPIFolder *parent, const char *name)
+    {
+        Ref<IMAPIFolder> folder;
+        EXPECT_CODE(parent->CreateFolder(FOLDER_GENERIC, reinterpret_cast<LPTSTR>(const_cast<char *>(name)), nullptr,
+                                         nullptr, 0, folder.put()),
+                    S_OK);
+        return folder;
+    }
+    HRESULT Copy(const std::vector<EntryIdBytes> &ids, IMAPIFolder *to, ULONG flags)
+    {
+        return m_mailbox.inbox()->CopyMessages(EntryList(ids), nullptr, to, 0, nullptr, flags);
+    }
+    HRESULT DeleteFolder(IMAPIFolder *parent, const EntryIdBytes &id, ULONG flags)
+    {
+        return parent->DeleteFolder(static_cast<ULONG>(id.size()),
+                                    reinterpret_cast<LPENTRYID>(const_cast<BYTE *>(id.data())), 0, nullptr, flags);
+    }
+
+    LiveCountsAreZeroAtTheEnd m_counts;
+    Mailbox m_mailbox;
+};
+
+TEST_F(FolderTest, AFolderCountsItsMessagesAndTheUnreadOnes)
+{
+    m_mailbox.Add({Narrow(PR_SUBJECT_A, "read"), Long(PR_MESSAGE_FLAGS, MSGFLAG_READ)});
+    m_mailbox.Add({Narrow(PR_SUBJECT_A, "unread"), Long(PR_MESSAGE_FLAGS, 0)});
+    m_mailbox.Add({Narrow(PR_SUBJECT_A, "another"), Long(PR_MESSAGE_FLAGS, 0)});
+    EXPECT_EQ(LongOf(m_mailbox.inbox(), PR_CONTENT_COUNT), 3);
+    EXPECT_EQ(LongOf(m_mailbox.inbox(), PR_CONTENT_UNREAD), 2);
+    EXPECT_EQ(LongOf(m_mailbox.inbox(), PR_SUBFOLDERS), 0);
+    EXPECT_EQ(LongOf(m_mailbox.Folder(PR_IPM_SUBTREE_ENTRYID).get(), PR_SUBFOLDERS), 1);
+}
+
+TEST_F(FolderTest, AFolderSaysWhatItIs)
+{
+    IMAPIFolder *inbox = m_mailbox.inbox();
+    EXPECT_EQ(LongOf(inbox, PR_OBJECT_TYPE), static_cast<LONG>(MAPI_FOLDER));
+    EXPECT_EQ(LongOf(inbox, PR_FOLDER_TYPE), static_cast<LONG>(FOLDER_GENERIC));
+    EXPECT_EQ(LongOf(inbox, PR_ACCESS_LEVEL), static_cast<LONG>(MAPI_MODIFY));
+    EXPECT_EQ(TextOf(inbox, PR_CONTAINER_CLASS_A), "IPF.Note");
+    EXPECT_EQ(BytesOf(inbox, PR_STORE_ENTRYID), BytesOf(m_mailbox.store(), PR_ENTRYID));
+    EXPECT_CODE(ProblemOf(inbox, Long(PR_CONTENT_COUNT, 5)), MAPI_E_COMPUTED);
+    EXPECT_CODE(ProblemOf(inbox, Long(PR_FOLDER_TYPE, 0)), MAPI_E_COMPUTED);
+}
+
+TEST_F(FolderTest, TheCalendarIsNamedByInboxAndRoot)
+{
+    const EntryIdBytes calendar = BytesOf(m_mailbox.inbox(), PR_IPM_APPOINTMENT_ENTRYID);
+    Ref<IMAPIFolder> folder;
+    ASSERT_CODE(OpenEntry(m_mailbox.store(), calendar, nullptr, 0, reinterpret_cast<IUnknown **>(folder.put())), S_OK);
+    EXPECT_EQ(TextOf(folder.get(), PR_CONTAINER_CLASS_A), "IPF.Appointment");
+    Ref<IMAPIFolder> root;
+    ASSERT_CODE(
+        m_mailbox.store()->OpenEntry(0, nullptr, nullptr, 0, nullptr, reinterpret_cast<IUnknown **>(root.put())), S_OK);
+    EXPECT_EQ(BytesOf(root.get(), PR_IPM_APPOINTMENT_ENTRYID), calendar);
+    EXPECT_TRUE(BytesOf(folder.get(), PR_IPM_APPOINTMENT_ENTRYID).empty());
+}
+
+TEST_F(FolderTest, PropertiesOfAFolderAreChangedAtOnce)
+{
+    ASSERT_CODE(SetProps(m_mailbox.inbox(), {Narrow(PR_COMMENT_A, "all that arrives")}), S_OK);
+    EXPECT_EQ(TextOf(m_mailbox.Folder(0).get(), PR_COMMENT_A), "all that arrives");
+    EXPECT_CODE(m_mailbox.inbox()->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
+    EXPECT_CODE(m_mailbox.inbox()->DeleteProps(Tags{PR_COMMENT_A}, nullptr), S_OK);
+    EXPECT_EQ(TextOf(m_mailbox.Folder(0).get(), PR_COMMENT_A), "(none)");
+}
+
+TEST_F(FolderTest, TheContentsTableHasEntryIdentifiersThatOpen)
+{
+    const EntryIdBytes id = m_mailbox.Add({Narrow(PR_SUBJECT_A, "hello")});
+    auto table = m_mailbox.Contents(MAPI_UNICODE);
+    ASSERT_CODE(
+        table->SetColumns(
+            Tags{PR_ENTRYID, PR_INSTANCE_KEY, PR_PARENT_ENTRYID, PR_STORE_ENTRYID, PR_OBJECT_TYPE, PR_RECORD_KEY}, 0),
+        S_OK);
+    Rows rows;
+    ASSERT_CODE(table->QueryRows(10, 0, rows.put()), S_OK);
+    ASSERT_EQ(rows.size(), 1u);
+    const auto bytes = [&](int column) {
+        const SBinary &binary = rows[0].lpProps[column].Value.bin;
+        return EntryIdBytes(binary.lpb, binary.lpb + binary.cb);
+    };
+    EXPECT_EQ(bytes(0), id);
+    auto message = m_mailbox.Open(id);
+    EXPECT_EQ(bytes(1), BytesOf(message.get(), PR_INSTANCE_KEY));
+    EXPECT_EQ(bytes(2), BytesOf(m_mailbox.inbox(), PR_ENTRYID));
+    EXPECT_EQ(bytes(3), BytesOf(m_mailbox.store(), PR_ENTRYID));
+    EXPECT_EQ(rows[0].lpProps[4].Value.l, static_cast<LONG>(MAPI_MESSAGE));
+    EXPECT_EQ(bytes(5), BytesOf(message.get(), PR_RECORD_KEY));
+}
+
+TEST_F(FolderTest, TheContentsTableBeginsWithTextInTheWidthAskedFor)
+{
+    for (const ULONG flags : {ULONG{0}, MAPI_UNICODE}) {
+        auto table = m_mailbox.Contents(flags);
+        Block<SPropTagArray> columns;
+        ASSERT_CODE(table->QueryColumns(0, columns.put()), S_OK);
+        for (ULONG i = 0; i < columns->cValues; ++i)
+            EXPECT_NE(PROP_TYPE(columns->aulPropTag[i]), flags ? PT_STRING8 : PT_UNICODE);
+    }
+    Ref<IMAPITable> table;
+    EXPECT_CODE(m_mailbox.inbox()->GetContentsTable(0x01000000, table.put()), MAPI_E_UNKNOWN_FLAGS);
+    EXPECT_CODE(m_mailbox.inbox()->GetContentsTable(0, nullptr), MAPI_E_INVALID_PARAMETER);
+}
+
+TEST_F(FolderTest, TablesOpenAsPropertiesToo)
+{
+    m_mailbox.Add({Narrow(PR_SUBJECT_A, "hello")});
+    Ref<IMAPITable> table;
+    ASSERT_CODE(m_mailbox.inbox()->OpenProperty(PR_CONTAINER_CONTENTS, &IID_IMAPITable, 0, 0,
+                                                reinterpret_cast<LPUNKNOWN *>(table.put())),
+                S_OK);
+    ULONG count = 0;
+    EXPECT_CODE(table->GetRowCount(0, &count), S_OK);
+    EXPECT_EQ(count, 1u);
+    Ref<IUnknown> object;
+    EXPECT_CODE(m_mailbox.inbox()->OpenProperty(PR_CONTAINER_CONTENTS, &IID_IStream, 0, 0, object.put()),
+                MAPI_E_INTERFACE_NOT_SUPPORTED);
+}
+
+TEST_F(FolderTest, AssociatedMessagesStandInATableOfTheirOwn)
+{
+    m_mailbox.Add({Narrow(PR_SUBJECT_A, "mail")});
+    Ref<IMessage> message;
+    ASSERT_CODE(m_mailbox.inbox()->CreateMessage(nullptr, MAPI_ASSOCIATED, message.put()), S_OK);
+    ASSERT_CODE(SetProps(message.get(), {Narrow(PR_SUBJECT_A, "hidden"), Long(PR_MESSAGE_FLAGS, 0)}), S_OK);
+    ASSERT_CODE(message->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
+    EXPECT_TRUE(LongOf(message.get(), PR_MESSAGE_FLAGS) & static_cast<LONG>(MSGFLAG_ASSOCIATED));
+    EXPECT_EQ(Subjects(m_mailbox.inbox()), "mail");
+    EXPECT_EQ(Subjects(m_mailbox.inbox(), MAPI_ASSOCIATED), "hidden");
+    EXPECT_EQ(LongOf(m_mailbox.inbox(), PR_CONTENT_COUNT), 1);
+}
+
+TEST_F(FolderTest, TheHierarchyTableShowsOneLevelOrAll)
+{
+    auto one = Create(m_mailbox.inbox(), "One");
+    Create(one.get(), "Deep");
+    Create(m_mailbox.inbox(), "Two");
+    EXPECT_EQ(Folders(m_mailbox.inbox()), "One:1 Two:1");
+    const std::string deep = Folders(m_mailbox.inbox(), CONVENIENT_DEPTH);
+    EXPECT_NE(deep.find("Deep:2"), std::string::npos) << deep;
+    EXPECT_NE(deep.find("Two:1"), std::string::npos) << deep;
+}
+
+TEST_F(FolderTest, CreateFolderMakesOneOrOpensTheOneThatIsThere)
+{
+    auto made = Create(m_mailbox.inbox(), "Projects");
+    EXPECT_EQ(BytesOf(made.get(), PR_PARENT_ENTRYID), BytesOf(m_mailbox.inbox(), PR_ENTRYID));
+    Ref<IMAPIFolder> folder;
+    const auto create = [&](ULONG type, const WCHAR *name, ULONG flags) {
+        return m_mailbox.inbox()->CreateFolder(type, reinterpret_cast<LPTSTR>(const_cast<WCHAR *>(name)), nullptr,
+                                               nullptr, MAPI_UNICODE | flags, folder.put());
+    };
+    EXPECT_CODE(create(FOLDER_GENERIC, OLESTR("projects"), 0), MAPI_E_COLLISION);
+    ASSERT_CODE(create(FOLDER_GENERIC, OLESTR("projects"), OPEN_IF_EXISTS), S_OK);
+    EXPECT_EQ(BytesOf(folder.get(), PR_ENTRYID), BytesOf(made.get(), PR_ENTRYID));
+    EXPECT_CODE(create(FOLDER_SEARCH, OLESTR("s"), 0), MAPI_E_NO_SUPPORT);
+    EXPECT_CODE(create(FOLDER_ROOT, OLESTR("s"), 0), MAPI_E_INVALID_PARAMETER);
+    EXPECT_CODE(create(FOLDER_GENERIC, OLESTR(""), 0), MAPI_E_INVALID_PARAMETER);
+    EXPECT_CODE(create(FOLDER_GENERIC, OLESTR("x"), 0x40), MAPI_E_UNKNOWN_FLAGS);
+}
+
+TEST_F(FolderTest, DeleteFolderNeedsLeaveForWhatIsInIt)
+{
+    auto folder = Create(m_mailbox.inbox(), "Full");
+    const EntryIdBytes id = BytesOf(folder.get(), PR_ENTRYID);
+    Ref<IMessage> message;
+    ASSERT_CODE(folder->CreateMessage(nullptr, 0, message.put()), S_OK);
+    ASSERT_CODE(message->SaveChanges(0), S_OK);
+    EXPECT_CODE(DeleteFolder(m_mailbox.inbox(), id, 0), MAPI_E_HAS_MESSAGES);
+    Create(folder.get(), "Inner");
+    EXPECT_CODE(DeleteFolder(m_mailbox.inbox(), id, DEL_MESSAGES), MAPI_E_HAS_FOLDERS);
+    EXPECT_CODE(DeleteFolder(m_mailbox.Folder(PR_IPM_OUTBOX_ENTRYID).get(), id, DEL_MESSAGES | DEL_FOLDERS),
+                MAPI_E_NOT_FOUND);
+    EXPECT_CODE(DeleteFolder(m_mailbox.inbox(), id, DEL_MESSAGES | DEL_FOLDERS), S_OK);
+    EXPECT_CODE(DeleteFolder(m_mailbox.inbox(), id, 0), MAPI_E_NOT_FOUND);
+    EXPECT_EQ(Folders(m_mailbox.inbox()), "");
+    EXPECT_CODE(DeleteFolder(m_mailbox.Folder(PR_IPM_SUBTREE_ENTRYID).get(), BytesOf(m_mailbox.inbox(), PR_ENTRYID),
+                             DEL_MESSAGES | DEL_FOLDERS),
+                MAPI_E_NO_ACCESS);
+    EXPECT_CODE(GetProps(folder, {PR_DISPLAY_NAME_A}).hr, MAPI_E_OBJECT_DELETED);
+}
+
+TEST_F(FolderTest, EmptyFolderTakesMessagesAndFoldersAndLeavesAssociatedOnes)
+{
+    m_mailbox.Add({Narrow(PR_SUBJECT_A, "mail")});
+    Create(m_mailbox.inbox(), "Inner");
+    Ref<IMessage> hidden;
+    ASSERT_CODE(m_mailbox.inbox()->CreateMessage(nullptr, MAPI_ASSOCIATED, hidden.put()), S_OK);
+    ASSERT_CODE(SetProps(hidden.get(), {Narrow(PR_SUBJECT_A, "hidden")}), S_OK);
+    ASSERT_CODE(hidden->SaveChanges(0), S_OK);
+    EXPECT_CODE(m_mailbox.inbox()->EmptyFolder(0, nullptr, 0), S_OK);
+    EXPECT_EQ(Subjects(m_mailbox.inbox()), "");
+    EXPECT_EQ(Folders(m_mailbox.inbox()), "");
+    EXPECT_EQ(Subjects(m_mailbox.inbox(), MAPI_ASSOCIATED), "hidden");
+    EXPECT_CODE(m_mailbox.inbox()->EmptyFolder(0, nullptr, DEL_ASSOCIATED), S_OK);
+    EXPECT_EQ(Subjects(m_mailbox.inbox(), MAPI_ASSOCIATED), "");
+}
+
+TEST_F(FolderTest, CopyMessagesCopiesWithEverythingInThem)
+{
+    const EntryIdBytes id = m_mailbox.Add({Narrow(PR_SUBJECT_A, "hello"), Narrow(PR_BODY_A, "body")});
+    auto sent = m_mailbox.Folder(PR_IPM_SENTMAIL_ENTRYID);
+    EXPECT_CODE(Copy({id}, sent.get(), 0), S_OK);
+    EXPECT_EQ(Subjects(m_mailbox.inbox()), "hello");
+    EXPECT_EQ(Subjects(sent.get()), "hello");
+}
+
+TEST_F(FolderTest, AMovedMessageHasANewEntryIdentifierAndTheOldOneNamesNothing)
+{
+    const EntryIdBytes id = m_mailbox.Add({Narrow(PR_SUBJECT_A, "gone"), Narrow(PR_BODY_A, "body")});
+    auto deleted = m_mailbox.Folder(PR_IPM_WASTEBASKET_ENTRYID);
+    EXPECT_CODE(Copy({id}, deleted.get(), MESSAGE_MOVE), S_OK);
+    EXPECT_EQ(Subjects(m_mailbox.inbox()), "");
+    EXPECT_EQ(Subjects(deleted.get()), "gone");
+    Ref<IUnknown> object;
+    EXPECT_CODE(OpenEntry(m_mailbox.store(), id, nullptr, 0, object.put()), MAPI_E_NOT_FOUND);
+    Ref<IMAPITable> table;
+    ASSERT_CODE(deleted->GetContentsTable(0, table.put()), S_OK);
+    Rows rows;
+    ASSERT_CODE(QueryAllRows(table.get(), Tags{PR_ENTRYID}, nullptr, nullptr, 0, rows.put()), S_OK);
+    const SBinary &now = rows[0].lpProps[0].Value.bin;
+    const EntryIdBytes moved(now.lpb, now.lpb + now.cb);
+    EXPECT_NE(moved, id);
+    EXPECT_EQ(TextOf(m_mailbox.Open(moved).get(), PR_BODY_A), "body");
+}
+
+TEST_F(FolderTest, MessagesThatAreMissingMakeTheCompletionPartial)
+{
+    const EntryIdBytes here = m_mailbox.Add({Narrow(PR_SUBJECT_A, "here")});
+    const EntryIdBytes gone = m_mailbox.Add({Narrow(PR_SUBJECT_A, "gone")});
+    m_mailbox.Delete(gone);
+    auto deleted = m_mailbox.Folder(PR_IPM_WASTEBASKET_ENTRYID);
+    EXPECT_CODE(Copy({gone, here}, deleted.get(), MESSAGE_MOVE), MAPI_W_PARTIAL_COMPLETION);
+    EXPECT_EQ(Subjects(deleted.get()), "here");
+    EXPECT_CODE(Copy({here}, deleted.get(), MESSAGE_MOVE), MAPI_W_PARTIAL_COMPLETION);
+    EXPECT_CODE(m_mailbox.inbox()->DeleteMessages(EntryList({here}), 0, nullptr, 0), MAPI_W_PARTIAL_COMPLETION);
+}
+
+TEST_F(FolderTest, CopyingAndMovingWithinOneFolderWorks)
+{
+    const EntryIdBytes id = m_mailbox.Add({Narrow(PR_SUBJECT_A, "same")});
+    EXPECT_CODE(Copy({id}, m_mailbox.inbox(), 0), S_OK);
+    EXPECT_EQ(Subjects(m_mailbox.inbox()), "same same");
+    EXPECT_CODE(Copy({id}, m_mailbox.inbox(), MESSAGE_MOVE), S_OK);
+    EXPECT_EQ(Subjects(m_mailbox.inbox()), "same same");
+    Ref<IUnknown> object;
+    EXPECT_CODE(OpenEntry(m_mailbox.store(), id, nullptr, 0, object.put()), MAPI_E_NOT_FOUND);
+}
+
+TEST_F(FolderTest, MessagesGoToAnotherMailboxOnlyWithTheRightToIt)
+{
+    const EntryIdBytes id = m_mailbox.Add({Narrow(PR_SUBJECT_A, "to bob")});
+    auto bobs = m_mailbox.StoreOf(m_mailbox.bob());
+    auto bobsInbox = m_mailbox.Folder(0, bobs.get());
+    EXPECT_CODE(Copy({id}, bobsInbox.get(), 0), MAPI_E_NO_ACCESS);
+    Ref<IMsgStore> asService;
+    ASSERT_CODE(m_mailbox.OpenStore(m_mailbox.alice(), m_mailbox.service(), MAPI_BEST_ACCESS, asService), S_OK);
+    auto inbox = m_mailbox.Folder(0, asService.get());
+    const std::vector<EntryIdBytes> ids{id};
+    EXPECT_CODE(inbox->CopyMessages(EntryList(ids), &IID_IMAPIFolder, bobsInbox.get(), 0, nullptr, 0), S_OK);
+    EXPECT_EQ(Subjects(bobsInbox.get()), "to bob");
+    auto readOnly = m_mailbox.StoreOf(m_mailbox.bob(), 0);
+    auto readOnlyInbox = m_mailbox.Folder(0, readOnly.get());
+    EXPECT_CODE(inbox->CopyMessages(EntryList(ids), nullptr, readOnlyInbox.get(), 0, nullptr, 0), MAPI_E_NO_ACCESS);
+}
+
+TEST_F(FolderTest, BadListsAreRefused)
+{
+    auto sent = m_mailbox.Folder(PR_IPM_SENTMAIL_ENTRYID);
+    IMAPIFolder *inbox = m_mailbox.inbox();
+    EXPECT_CODE(inbox->CopyMessages(nullptr, nullptr, sent.get(), 0, nullptr, 0), MAPI_E_INVALID_PARAMETER);
+    ENTRYLIST bad{};
+    bad.cValues = 1;
+    EXPECT_CODE(inbox->CopyMessages(&bad, nullptr, sent.get(), 0, nullptr, 0), MAPI_E_INVALID_PARAMETER);
+    bad.cValues = 0x7FFFFFFF;
+    SBinary entry{};
+    bad.lpbin = &entry;
+    EXPECT_CODE(inbox->DeleteMessages(&bad, 0, nullptr, 0), MAPI_E_INVALID_PARAMETER);
+    entry.cb = 40;
+    bad.cValues = 1;
+    EXPECT_CODE(inbox->DeleteMessages(&bad, 0, nullptr, 0), MAPI_E_INVALID_PARAMETER);
+    const EntryIdBytes nonsense(48, 7);
+    EXPECT_CODE(Copy({nonsense}, sent.get(), 0), MAPI_E_UNKNOWN_ENTRYID);
+    EXPECT_CODE(Copy({EntryIdBytes(3, 7)}, sent.get(), 0), MAPI_E_INVALID_ENTRYID);
+    const EntryIdBytes id = m_mailbox.Add({Narrow(PR_SUBJECT_A, "x")});
+    EXPECT_CODE(Copy({id}, nullptr, 0), MAPI_E_INVALID_PARAMETER);
+    EXPECT_CODE(Copy({id}, sent.get(), 0x4000), MAPI_E_UNKNOWN_FLAGS);
+    EXPECT_CODE(inbox->CopyMessages(EntryList({id}), &IID_IMessage, sent.get(), 0, nullptr, 0),
+                MAPI_E_INTERFACE_NOT_SUPPORTED);
+    EXPECT_CODE(Copy({}, sent.get(), 0), S_OK);
+}
+
+TEST_F(FolderTest, SetReadFlagsMarksTheListedMessagesOrAll)
+{
+    const EntryIdBytes one = m_mailbox.Add({Narrow(PR_SUBJECT_A, "one"), Long(PR_MESSAGE_FLAGS, 0)});
+    m_mailbox.Add({Narrow(PR_SUBJECT_A, "two"), Long(PR_MESSAGE_FLAGS, 0)});
+    EXPECT_CODE(m_mailbox.inbox()->SetReadFlags(EntryList({one}), 0, nullptr, 0), S_OK);
+    EXPECT_EQ(LongOf(m_mailbox.inbox(), PR_CONTENT_UNREAD), 1);
+    EXPECT_CODE(m_mailbox.inbox()->SetReadFlags(nullptr, 0, nullptr, SUPPRESS_RECEIPT), S_OK);
+    EXPECT_EQ(LongOf(m_mailbox.inbox(), PR_CONTENT_UNREAD), 0);
+    EXPECT_CODE(m_mailbox.inbox()->SetReadFlags(EntryList({one}), 0, nullptr, CLEAR_READ_FLAG), S_OK);
+    EXPECT_EQ(LongOf(m_mailbox.inbox(), PR_CONTENT_UNREAD), 1);
+    EXPECT_CODE(m_mailbox.inbox()->SetReadFlags(nullptr, 0, nullptr, CLEAR_READ_FLAG), S_OK);
+    EXPECT_EQ(LongOf(m_mailbox.inbox(), PR_CONTENT_UNREAD), 2);
+    EXPECT_CODE(m_mailbox.inbox()->SetReadFlags(nullptr, 0, nullptr, CLEAR_READ_FLAG | SUPPRESS_RECEIPT),
+                MAPI_E_INVALID_PARAMETER);
+    EXPECT_CODE(m_mailbox.inbox()->SetReadFlags(nullptr, 0, nullptr, 0x8000), MAPI_E_UNKNOWN_FLAGS);
+}
+
+TEST_F(FolderTest, AMessageHasAStatusThatItsFolderKeeps)
+{
+    EntryIdBytes id = m_mailbox.Add({Narrow(PR_SUBJECT_A, "one")});
+    const auto entry = reinterpret_cast<LPENTRYID>(id.data());
+    const auto size = static_cast<ULONG>(id.size());
+    ULONG status = 99;
+    EXPECT_CODE(m_mailbox.inbox()->GetMessageStatus(size, entry, 0, &status), S_OK);
+    EXPECT_EQ(status, 0u);
+    ULONG old = 99;
+    EXPECT_CODE(
+        m_mailbox.inbox()->SetMessageStatus(size, entry, MSGSTATUS_TAGGED | MSGSTATUS_HIDDEN, MSGSTATUS_TAGGED, &old),
+        S_OK);
+    EXPECT_EQ(old, 0u);
+    EXPECT_CODE(m_mailbox.inbox()->SetMessageStatus(size, entry, MSGSTATUS_HIGHLIGHTED, MSGSTATUS_HIGHLIGHTED, nullptr),
+                S_OK);
+    EXPECT_CODE(m_mailbox.inbox()->GetMessageStatus(size, entry, 0, &status), S_OK);
+    EXPECT_EQ(status, MSGSTATUS_TAGGED | MSGSTATUS_HIGHLIGHTED);
+    EXPECT_CODE(m_mailbox.Folder(PR_IPM_OUTBOX_ENTRYID)->GetMessageStatus(size, entry, 0, &status), MAPI_E_NOT_FOUND);
+    EXPECT_CODE(m_mailbox.inbox()->GetMessageStatus(size, entry, 0, nullptr), MAPI_E_INVALID_PARAMETER);
+}
+
+TEST_F(FolderTest, SearchFoldersAndCopiesOfFoldersSayThatTheyAreNotSupported)
+{
+    IMAPIFolder *inbox = m_mailbox.inbox();
+    EXPECT_CODE(inbox->SetSearchCriteria(nullptr, nullptr, 0), MAPI_E_NO_SUPPORT);
+    EXPECT_CODE(inbox->CopyFolder(0, nullptr, nullptr, nullptr, nullptr, 0, nullptr, 0), MAPI_E_NO_SUPPORT);
+    EXPECT_CODE(inbox->SaveContentsSort(nullptr, 0), MAPI_E_NO_SUPPORT);
+    EXPECT_CODE(inbox->CopyTo(0, nullptr, nullptr, 0, nullptr, nullptr, nullptr, 0, nullptr), MAPI_E_NO_SUPPORT);
+}
+
+} // namespace
+
+} // namespace localmapi::test

@@ -63,7 +63,7 @@ std::string KnownName(const storage::Profiles &profiles, const TCHAR *name, ULON
 std::string NewName(const TCHAR *name, ULONG flags)
 {
     Require(name != nullptr, "the profile's name");
-    const std::string text = Utf8FromClient(name, flags);
+    std::string text = Utf8FromClient(name, flags);
     Require(!Trimmed(text).empty(), "an empty profile name");
     if (WideFromUtf8(text).size() > cchProfileNameMax)
         throw Failure(MAPI_E_STRING_TOO_LONG, "A profile's name has at most 64 characters.");

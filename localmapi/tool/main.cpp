@@ -134,9 +134,7 @@ void addMailboxCommands(CLI::App &app, Arguments &a)
     });
 }
 
-} // namespace
-
-int main(int argc, char **argv)
+int Run(int argc, char **argv)
 {
     std::vector<std::string> words = ::tool::StartProgram(argc, argv);
     CLI::App app{"localmapi: an Extended MAPI subsystem in one file.\n"
@@ -164,13 +162,22 @@ int main(int argc, char **argv)
     } catch (const Misuse &misuse) {
         std::fprintf(stderr, "localmapi: %s\n", misuse.what());
         return 2;
-    } catch (const std::exception &failure) {
-        std::fprintf(stderr, "localmapi: %s\n", failure.what());
-        return 1;
     }
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
         std::fputs("localmapi: standard output could not be written\n", stderr);
         return 1;
     }
     return 0;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    try {
+        return Run(argc, argv);
+    } catch (const std::exception &failure) {
+        std::fprintf(stderr, "localmapi: %s\n", failure.what());
+        return 1;
+    }
 }

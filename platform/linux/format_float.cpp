@@ -94,7 +94,7 @@ void AddExponent(FloatDigits &value, char letter, const char *format, int expone
 {
     value.exponentText[0] = letter;
     const int length = std::snprintf(value.exponentText + 1, sizeof value.exponentText - 1, format, exponent);
-    number.Add(value.exponentText, static_cast<std::size_t>(length + 1));
+    number.Add(value.exponentText, static_cast<std::size_t>(length) + 1);
 }
 
 void AddScientific(FloatDigits &value, long long precision, bool point, char letter, NumberText &number)

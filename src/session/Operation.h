@@ -5,7 +5,6 @@
 #include "common/debug.h"
 #include "session/Contained.h"
 #include <atomic>
-#include <source_location>
 #include <string>
 
 class Operation
@@ -13,10 +12,7 @@ class Operation
   public:
     // A text of a report and the source line on which it stands.
     struct At {
-        At(const char *text, std::source_location here = std::source_location::current())
-            : szText(text), nLine(static_cast<int>(here.line()))
-        {
-        }
+        At(const char *text, int line = __builtin_LINE()) : szText(text), nLine(line) {}
         const char *szText;
         int nLine;
     };
@@ -84,9 +80,9 @@ class Operation
 
     // A part of the operation that must not keep the next one from running: an exception in it is reported, and its
     // result is E_UNEXPECTED.
-    template <class Work> HRESULT Stage(Work &&work, std::source_location here = std::source_location::current()) const
+    template <class Work> HRESULT Stage(Work &&work, int nLine = __builtin_LINE()) const
     {
-        return Contained({m_szFunction, static_cast<int>(here.line())}, HRESULT{E_UNEXPECTED}, work);
+        return Contained({m_szFunction, nLine}, HRESULT{E_UNEXPECTED}, work);
     }
 
   private:

@@ -83,9 +83,7 @@ void AddMessageCommands(CLI::App &app, Common &common, MessageArguments &argumen
     });
 }
 
-} // namespace
-
-int main(int argc, char **argv)
+int Run(int argc, char **argv)
 {
     std::vector<std::string> words = tool::StartProgram(argc, argv);
     CLI::App app{"A command line over OrlMapi32: users' mailboxes through Extended MAPI.\n"
@@ -119,13 +117,22 @@ int main(int argc, char **argv)
     } catch (const Misuse &misuse) {
         std::fprintf(stderr, "orlmapi: %s\n", misuse.what());
         return 2;
-    } catch (const std::exception &failure) {
-        std::fprintf(stderr, "orlmapi: %s\n", failure.what());
-        return 1;
     }
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
         std::fputs("orlmapi: standard output could not be written\n", stderr);
         return 1;
     }
     return 0;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    try {
+        return Run(argc, argv);
+    } catch (const std::exception &failure) {
+        std::fprintf(stderr, "orlmapi: %s\n", failure.what());
+        return 1;
+    }
 }

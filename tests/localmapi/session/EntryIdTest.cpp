@@ -109,10 +109,11 @@ TEST(EntryIds, EveryChangedByteIsSeenOrNamesAnotherObject)
             Bytes changed = whole;
             changed[at] = static_cast<BYTE>(changed[at] ^ 1 << bit);
             const HRESULT code = CodeOf(changed);
-            if (code == S_OK)
+            if (code == S_OK) {
                 EXPECT_FALSE(SameObject(Parse(changed), original)) << "byte " << at << " bit " << bit;
-            else
+            } else {
                 EXPECT_TRUE(code == MAPI_E_INVALID_ENTRYID || code == MAPI_E_UNKNOWN_ENTRYID) << CodeName(code);
+            }
         }
 }
 

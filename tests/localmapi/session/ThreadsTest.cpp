@@ -60,8 +60,9 @@ TEST_F(Threads, OneSessionShared)
             ADRLIST list = {1, {{0, 1, values.release()}}};
             EXPECT_CODE(book->ResolveName(0, 0, nullptr, &list), thread % 2 ? S_OK : MAPI_E_NOT_FOUND);
             MAPIFreeBuffer(list.aEntries[0].rgPropVals);
-            if (thread % 2 == 0)
+            if (thread % 2 == 0) {
                 EXPECT_NE(LastError(book.get(), MAPI_E_NOT_FOUND), "");
+            }
             Ref<IMsgServiceAdmin> services;
             EXPECT_CODE(session->AdminServices(0, services.put()), S_OK);
             Ref<IProfSect> section;

@@ -67,8 +67,7 @@ ULONG ListByHand(OrlMailbox mailbox, LONG rows)
     LPUNKNOWN object = nullptr;
     LPMAPITABLE table = nullptr;
     Require(store->GetReceiveFolder(nullptr, 0, &idSize, &id, nullptr));
-    Require(store->OpenEntry(idSize, id, const_cast<LPIID>(&IID_IMAPIFolder), MAPI_BEST_ACCESS | MAPI_NO_CACHE, &type,
-                             &object));
+    Require(store->OpenEntry(idSize, id, &IID_IMAPIFolder, MAPI_BEST_ACCESS | MAPI_NO_CACHE, &type, &object));
     auto *folder = static_cast<IMAPIFolder *>(static_cast<void *>(object));
     Require(folder->GetContentsTable(0, &table));
     Require(table->SetColumns(reinterpret_cast<LPSPropTagArray>(&kColumns), 0));

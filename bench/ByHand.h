@@ -3,6 +3,9 @@
 #include "OrlMapi32.h"
 #include <string>
 
+struct sqlite3;
+struct sqlite3_stmt;
+
 namespace bench
 {
 
@@ -22,8 +25,8 @@ class PlainSql
     int Page(int rows);
 
   private:
-    struct sqlite3 *m_database = nullptr;
-    struct sqlite3_stmt *m_inbox = nullptr, *m_page = nullptr, *m_count = nullptr, *m_properties = nullptr;
+    sqlite3 *m_database = nullptr;
+    sqlite3_stmt *m_inbox = nullptr, *m_page = nullptr, *m_count = nullptr, *m_properties = nullptr;
     long long m_folder = 0;
 };
 

@@ -64,7 +64,7 @@ std::string SiteWithRecording(const std::string &wav)
     localmapi::delivery::Voicemail voicemail;
     voicemail.number = "+15550100";
     storage::MessageChanges message = compose(voicemail, alice, localmapi::delivery::now());
-    attach(message, wav, "audio/wav");
+    localmapi::delivery::attach(message, wav, "audio/wav");
     storage::Objects(site).createMessage(storage::Directory(site).mailbox(alice.mailbox).inbox, message);
     return path;
 }

@@ -5,6 +5,7 @@
 #include <array>
 #include <cctype>
 #include <iterator>
+#include <string_view>
 
 namespace
 {
@@ -22,16 +23,22 @@ struct HeaderColumn {
     Decoder into; // null where the property is asked for and not kept
 };
 
-bool ContainsWhateverTheCase(std::string text, const char *part)
+bool ContainsWhateverTheCase(std::string_view text, std::string_view part)
 {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return text.find(part) != std::string::npos;
+    const auto same = [](unsigned char c, char wanted) { return std::tolower(c) == wanted; };
+    return std::search(text.begin(), text.end(), part.begin(), part.end(), same) != text.end();
+}
+
+// The text lies in a block of MAPI's own, so only a null pointer is looked for; testing each of a page's thousands of
+// texts for readability took as long as reading the page.
+std::string_view TextOf(const SPropValue &value)
+{
+    return value.Value.lpszA ? value.Value.lpszA : "";
 }
 
 template <tstring Header::*Field> void TextInto(const SPropValue &value, const Reading &, Header &header)
 {
-    header.*Field = value.Value.lpszA;
+    header.*Field = std::string(TextOf(value));
 }
 
 template <auto Field> void NumberInto(const SPropValue &value, const Reading &, Header &header)
@@ -56,7 +63,7 @@ void EntryIdInto(const SPropValue &value, const Reading &, Header &header)
 
 void CreatorNameInto(const SPropValue &value, const Reading &reading, Header &header)
 {
-    header.strCreatorName = value.Value.lpszA;
+    header.strCreatorName = std::string(TextOf(value));
     if (!reading.learned)
         return;
     if (ContainsWhateverTheCase(header.strCreatorName, "faxmaker"))
@@ -67,10 +74,10 @@ void CreatorNameInto(const SPropValue &value, const Reading &reading, Header &he
 // A sender address in the fax product's domain replaces the creator name, which comes earlier in the column set.
 void SenderAddressInto(const SPropValue &value, const Reading &reading, Header &header)
 {
-    const tstring address = value.Value.lpszA;
+    const std::string_view address = TextOf(value);
     if (address.empty() || !ContainsWhateverTheCase(address, FaxDomainSuffix))
         return;
-    header.strCreatorName = address;
+    header.strCreatorName = std::string(address);
     if (!reading.learned)
         return;
     reading.learned->bServerSeen = true;

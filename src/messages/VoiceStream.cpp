@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <vector>
 
 namespace
 {
@@ -14,6 +15,7 @@ constexpr WORD kWaveFormatPcm = 0x0001;
 constexpr WORD kWaveFormatGsm610 = 0x0031;
 constexpr OLECHAR kGsmFormat[] = OLESTR("TXC[RATE=13000]:WAV GSM, 8 kHz, mono");
 constexpr ULONG kCopyBlock = 4096;
+constexpr std::size_t kGatheredBytes = 256 * 1024;
 constexpr ULONG kSkipBlock = 100;
 
 HRESULT Rewind(IStream *pStream)
@@ -59,7 +61,10 @@ HRESULT CopyToFile(IStream *pStream, const char *szFilename)
         TraceHResult("SaveStreamToFile", __LINE__, E_FAIL, "fopen_s", "trying to create the file \"%s\".", szFilename);
         return E_FAIL;
     }
+    // Blocks are gathered, so that a long recording takes few writes to disk.
+    std::vector<char> gathered(kGatheredBytes);
     std::unique_ptr<std::FILE, CloseFile> file(opened);
+    std::setvbuf(file.get(), gathered.data(), _IOFBF, gathered.size());
 
     bool written = true;
     for (;;) {

@@ -90,7 +90,7 @@ HRESULT SeekPage(const Operation &operation, IMAPITable *pTable, BOOKMARK bkAbsB
     return hr;
 }
 
-// The attachments of a listed message. Of those that can be read and are not empty; the result is the last call's.
+// The attachments of a listed message that can be read and are not empty; the result is the last call's.
 HRESULT ReadAttachments(CMAPIImpl &session, const Operation &operation, IMsgStore *pIMsgStore, Header &header)
 {
     Counted<IMessage> message;
@@ -160,6 +160,7 @@ HRESULT CMAPIImpl::GetEmailHeaders(IMsgStore *pIMsgStore, DWORD *phContentsTable
         const HRESULT sought = SeekPage(operation, pTable, bkAbsBkmark, listing.Bookmark(), forward, lRowCount);
         if (FAILED(sought))
             return sought;
+        // A table that can't count its rows can still be read.
         pTable->GetRowCount(0, pulTotalRows);
         const HRESULT queried = pTable->QueryRows(forward ? lRowCount : Negative(lRowCount), 0, rows.put());
         if (FAILED(queried))

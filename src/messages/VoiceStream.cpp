@@ -56,13 +56,13 @@ struct CloseFile {
 // be written fails it.
 HRESULT CopyToFile(IStream *pStream, const char *szFilename)
 {
+    // Blocks are gathered, so that a long recording takes few writes to disk.
+    std::vector<char> gathered(kGatheredBytes);
     std::FILE *opened = nullptr;
     if (fopen_s(&opened, szFilename, "w+b") != 0 || !opened) {
         TraceHResult("SaveStreamToFile", __LINE__, E_FAIL, "fopen_s", "trying to create the file \"%s\".", szFilename);
         return E_FAIL;
     }
-    // Blocks are gathered, so that a long recording takes few writes to disk.
-    std::vector<char> gathered(kGatheredBytes);
     std::unique_ptr<std::FILE, CloseFile> file(opened);
     std::setvbuf(file.get(), gathered.data(), _IOFBF, gathered.size());
 

@@ -14,6 +14,8 @@ die() {
 if command -v ccache >/dev/null 2>&1; then
     export CMAKE_C_COMPILER_LAUNCHER=${CMAKE_C_COMPILER_LAUNCHER:-ccache}
     export CMAKE_CXX_COMPILER_LAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER:-ccache}
+    # What one clone has compiled serves the next one.
+    export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$TOP} CCACHE_NOHASHDIR=${CCACHE_NOHASHDIR:-1}
 fi
 
 # build_preset PRESET [TARGET...]: configures where needed and builds; the log is shown only on failure.

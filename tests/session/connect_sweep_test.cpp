@@ -122,22 +122,33 @@ TEST_F(ConnectSweepTest, ObjectsHandedBackTogetherWithAFailureAreReleased)
     }
 }
 
-TEST_F(ConnectSweepTest, NoRowsAndNoStoreTogetherWithASuccessAreAFailureAndNoCrash)
+TEST_F(ConnectSweepTest, NothingHandedBackTogetherWithASuccessIsAFailure)
 {
-    for (const char *call : {"MAPILogonEx", "HrQueryAllRows", "Session.OpenMsgStore"}) {
+    for (const char *call : {"MAPILogonEx", "Session.GetMsgStoresTable", "HrQueryAllRows", "Session.OpenMsgStore"}) {
         SCOPED_TRACE(call);
         mapi.script.Clear();
         mapi.script.Tell(call, GivesNull());
-        OrlMapiConnectA(hConnection, "NORVIK1", "vm", "Voicemail");
+        Forget();
+        EXPECT_TRUE(FAILED(OrlMapiConnectA(hConnection, "NORVIK1", "vm", "Voicemail")));
+        EXPECT_EQ(Errors().size(), 1u);
         EXPECT_EQ(OrlIsConnected(hConnection), 0);
         EXPECT_EQ(OrlMapiDisconnect(hConnection), S_OK);
         mapi.ExpectNothingLeft();
     }
+    for (const char *call :
+         {"MAPIAdminProfiles", "ProfAdmin.AdminServices", "ServiceAdmin.GetMsgServiceTable", "HrQueryAllRows"}) {
+        SCOPED_TRACE(call);
+        mapi.script.Clear();
+        mapi.script.Tell(call, GivesNull().Once());
+        Forget();
+        EXPECT_EQ(OrlMapiConnectA(hConnection, "NORVIK1", "vm", ""), S_OK);
+        EXPECT_THAT(Calls(), Contains("MAPILogonEx(0, NULL, NULL, 0x108062)")) << "the default profile";
+        EXPECT_EQ(OrlMapiDisconnect(hConnection), S_OK);
+        mapi.ExpectNothingLeft();
+    }
     mapi.script.Clear();
-    mapi.script.Tell("HrQueryAllRows", GivesNull().Once()); // the service table's
-    Forget();
+    mapi.script.Tell("MAPIAdminProfiles", GivesNull()); // for the deletion too
     EXPECT_EQ(OrlMapiConnectA(hConnection, "NORVIK1", "vm", ""), S_OK);
-    EXPECT_THAT(Calls(), Contains("MAPILogonEx(0, NULL, NULL, 0x108062)"));
 }
 
 TEST_F(ConnectSweepTest, WarningsAreSuccess)

@@ -264,6 +264,14 @@ TEST_F(OpenPropertyTest, AFailingReadGivesNothing)
     }
 }
 
+TEST_F(OpenPropertyTest, NoStreamTogetherWithASuccessIsAFailure)
+{
+    Stream(PR_BODY_A, "abc");
+    mapi.script.Tell("Message.OpenProperty", GivesNull());
+    EXPECT_TRUE(FAILED(Read(PR_BODY_A)));
+    EXPECT_EQ(value, nullptr);
+}
+
 TEST_F(OpenPropertyTest, EveryFailingCallComesBackUnchangedAndLeavesNothing)
 {
     for (const ULONG tag : {ULONG{PR_BODY_A}, ULONG{PR_BODY_W}, ULONG{PR_ATTACH_DATA_BIN}}) {

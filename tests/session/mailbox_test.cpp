@@ -262,16 +262,34 @@ TEST_F(MailboxTest, ASweepLeavesNothingAndTheNextOpenWorks)
         });
 }
 
-TEST_F(MailboxTest, NoRowsNoValuesAndNoEntryIdTogetherWithASuccessDoNoHarm)
+TEST_F(MailboxTest, NothingHandedBackTogetherWithASuccessIsAFailureOfThatStep)
 {
-    Connect();
-    for (const char *call : {"ManageStore.CreateStoreEntryID", "Session.OpenMsgStore", "HrQueryAllRows", "HrGetOneProp",
-                             "PpropFindProp"}) {
-        SCOPED_TRACE(call);
+    Connect("", "vm", "Voicemail");
+    const struct {
+        const char *call;
+        bool opens; // because MAPI's own name resolution or an empty server's name takes its place
+    } cases[] = {
+        {"Store(default).QueryInterface", false},
+        {"ManageStore.CreateStoreEntryID", false},
+        {"Session.OpenMsgStore", false},
+        {"Session.OpenAddressBook", false},
+        {"AddrBook.OpenEntry", false},
+        {"Container.GetHierarchyTable", true},
+        {"Container.GetContentsTable", true},
+        {"Container.OpenEntry", true},
+        {"HrQueryAllRows", true},
+        {"HrGetOneProp", false},
+        {"Session.AdminServices", true},
+        {"ServiceAdmin.OpenProfileSection", true},
+        {"ProfSect.GetProps", true},
+    };
+    for (const auto &expected : cases) {
+        SCOPED_TRACE(expected.call);
         mapi.script.Clear();
-        mapi.script.Tell(call, GivesNull());
+        mapi.script.Tell(expected.call, GivesNull());
         const HRESULT hr = Open();
-        EXPECT_TRUE(mailbox == 0 || SUCCEEDED(hr));
+        EXPECT_EQ(SUCCEEDED(hr), expected.opens);
+        EXPECT_EQ(mailbox != 0, expected.opens);
         Leave();
         EXPECT_THAT(LiveObjects(), testing::UnorderedElementsAre("Session", "Store(default)"));
         EXPECT_THAT(LiveBlocks(), IsEmpty());

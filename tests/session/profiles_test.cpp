@@ -156,6 +156,19 @@ TEST_F(ProfilesTest, EveryFailingCallIsReportedOnceAndLeavesNothing)
     EXPECT_EQ(calls, 5);
 }
 
+TEST_F(ProfilesTest, NothingHandedBackTogetherWithASuccessIsAFailure)
+{
+    for (const char *call : {"MAPIAdminProfiles", "ProfAdmin.GetProfileTable", "HrQueryAllRows"}) {
+        SCOPED_TRACE(call);
+        mapi.script.Clear();
+        mapi.script.Tell(call, GivesNull());
+        EXPECT_TRUE(FAILED(OrlGetExchangeProfilesA(hConnection, &profilesA, &count)));
+        EXPECT_EQ(count, 0u);
+        EXPECT_EQ(profilesA, nullptr);
+        mapi.ExpectNothingLeft();
+    }
+}
+
 class ServerNameTest : public SessionTest
 {
   protected:

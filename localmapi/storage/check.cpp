@@ -20,7 +20,7 @@ struct Rule {
 constexpr Rule kRules[] = {
     {"Message % is counted in no facet.",
      "SELECT id FROM object WHERE kind = 3 AND (facet IS NULL OR facet NOT IN (SELECT id FROM facet))",
-     "INSERT INTO facet (container, flags, count) SELECT DISTINCT parent, 0, 0 FROM object WHERE kind = 3 "
+     "INSERT INTO facet (container, flags, count, change) SELECT DISTINCT parent, 0, 0, 0 FROM object WHERE kind = 3 "
      "AND (facet IS NULL OR facet NOT IN (SELECT id FROM facet)) AND NOT EXISTS (SELECT 1 FROM facet f "
      "WHERE f.container = object.parent AND f.flags = 0 AND f.class IS NULL AND f.importance IS NULL);"
      "UPDATE object SET facet = (SELECT id FROM facet f WHERE f.container = object.parent AND f.flags = 0 "
@@ -30,8 +30,8 @@ constexpr Rule kRules[] = {
      "UPDATE object SET facet = NULL WHERE kind <> 3 AND facet IS NOT NULL;"},
     {"Message % is counted in a facet of another folder.",
      "SELECT o.id FROM object o JOIN facet f ON f.id = o.facet WHERE f.container IS NOT o.parent",
-     "INSERT INTO facet (container, flags, class, importance, count) SELECT DISTINCT o.parent, f.flags, f.class, "
-     "f.importance, 0 FROM object o JOIN facet f ON f.id = o.facet WHERE f.container IS NOT o.parent "
+     "INSERT INTO facet (container, flags, class, importance, count, change) SELECT DISTINCT o.parent, f.flags, "
+     "f.class, f.importance, 0, 0 FROM object o JOIN facet f ON f.id = o.facet WHERE f.container IS NOT o.parent "
      "AND NOT EXISTS (SELECT 1 FROM facet g WHERE g.container = o.parent AND g.flags = f.flags "
      "AND g.class IS f.class AND g.importance IS f.importance);"
      "UPDATE object SET facet = (SELECT g.id FROM facet f JOIN facet g ON g.flags = f.flags AND g.class IS f.class "
@@ -154,6 +154,8 @@ std::vector<Finding> check(Site site, bool repair)
         if (repair) {
             Writer writer(site.database());
             checkAll(*writer, findings, true);
+            if (!findings.empty()) // counts that are kept from before are no longer right
+                writer->execute("UPDATE facet SET change = change + 1");
             writer.commit();
         } else {
             Reader reader(site.database());

@@ -10,8 +10,7 @@ struct Finding {
     bool repaired = false;
 };
 
-// Reads everything; writes only when told to repair, in one transaction. No findings: all is well. Progress may be
-// told by a function that is called with a step's name.
+// Reads everything; writes only when told to repair, in one transaction. No findings: all is well.
 std::vector<Finding> check(Site site, bool repair);
 
 } // namespace localmapi::storage

@@ -27,8 +27,9 @@ bool isThere(const std::string &path)
 // Every connection of a site is set up alike.
 void prepareForUse(Connection &connection)
 {
-    connection.execute("PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON; PRAGMA cache_size = -16000;"
-                       "PRAGMA temp_store = MEMORY; PRAGMA wal_autocheckpoint = 4000;");
+    connection.execute(
+        "PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON; PRAGMA cache_size = -16000; PRAGMA cell_size_check = ON;"
+        "PRAGMA temp_store = MEMORY; PRAGMA wal_autocheckpoint = 4000;");
     registerFunctions(connection.handle());
 }
 
@@ -68,15 +69,13 @@ std::shared_ptr<Database> Database::create(const std::string &path, const std::s
     if (isThere(path))
         throw Error(Fault::Collision, "'" + path + "' is there already.");
     std::shared_ptr<Database> database(new Database(path, options));
-    bool ours = false;
     try {
         Connection connection(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, options.busyTimeoutMs);
         connection.execute("PRAGMA page_size = 8192; PRAGMA synchronous = FULL");
         {
             Transaction transaction(connection, Transaction::Kind::Write);
             if (connection.integer("SELECT count(*) FROM sqlite_schema") != 0)
-                throw Error(Fault::Collision, "'" + path + "' is being made by somebody else.");
-            ours = true;
+                throw Error(Fault::Collision, "'" + path + "' was made by somebody else just now.");
             createSchema(connection);
             Statement insert = connection.prepare("INSERT INTO site VALUES (1, ?, ?, ?, 1, 0)");
             Guid uid = newGuid();
@@ -84,8 +83,9 @@ std::shared_ptr<Database> Database::create(const std::string &path, const std::s
             transaction.commit();
         }
         connection.execute("PRAGMA journal_mode = WAL");
-    } catch (...) {
-        if (ours)
+    } catch (const Error &error) {
+        // Somebody else's file, made in the same moment, stays.
+        if (error.fault() != Fault::Collision && error.fault() != Fault::Busy)
             removeUnfinished(path);
         throw;
     }
@@ -199,8 +199,8 @@ Writer::~Writer()
 
 void Writer::commit()
 {
-    m_facets.settle(*m_connection);
-    m_connection->prepare("UPDATE site SET next_id = ?, change = ?").bind(m_nextId, m_change).run();
+    m_facets.settle(*m_connection, m_change);
+    m_connection->prepare("UPDATE site SET next_id = max(next_id, ?), change = ?").bind(m_nextId, m_change).run();
     m_transaction->commit();
 }
 

@@ -1,5 +1,6 @@
 // The open file behind a Site: its connections, and the two ways to work with them.
 #pragma once
+#include "count_cache.h"
 #include "facets.h"
 #include "site.h"
 #include "sqlite.h"
@@ -16,6 +17,7 @@ class Database
     static std::shared_ptr<Database> open(const std::string &path, const OpenOptions &options);
 
     const std::string &path() const { return m_path; }
+    CountCache &counts() { return m_counts; }
 
   private:
     friend class Reader;
@@ -30,6 +32,7 @@ class Database
     OpenOptions m_options;
     std::mutex m_lock; // of m_idle
     std::vector<std::unique_ptr<Connection>> m_idle;
+    CountCache m_counts;
     std::mutex m_writing; // one writer at a time in a process; SQLite sees to the other processes
 };
 

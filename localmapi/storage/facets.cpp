@@ -97,12 +97,12 @@ Residue residueFor(const Filter &filter, const PropertyBag &facet)
 
 std::vector<Facet> facetsOf(Connection &connection, ObjectId container)
 {
-    Statement rows =
-        connection.prepare("SELECT id, count, flags, class, importance FROM facet WHERE container = ? ORDER BY id");
+    Statement rows = connection.prepare(
+        "SELECT id, count, change, flags, class, importance FROM facet WHERE container = ? ORDER BY id");
     rows.bind(container);
     std::vector<Facet> facets;
     while (rows.step())
-        facets.push_back({rows.integer(0), keyFrom(rows, 2), rows.integer(1)});
+        facets.push_back({rows.integer(0), keyFrom(rows, 3), rows.integer(1), rows.integer(2)});
     return facets;
 }
 
@@ -125,8 +125,9 @@ std::int64_t FacetLedger::enter(Connection &connection, ObjectId container, cons
         if (find.step()) {
             known->second = find.integer(0);
         } else {
-            Statement make = connection.prepare("INSERT INTO facet (container, flags, class, importance, count) "
-                                                "VALUES (?, ?, ?, ?, 0) RETURNING id");
+            Statement make =
+                connection.prepare("INSERT INTO facet (container, flags, class, importance, count, change) "
+                                   "VALUES (?, ?, ?, ?, 0, 0) RETURNING id");
             make.bind(container, key.flags, key.messageClass, key.importance);
             make.step();
             known->second = make.integer(0);
@@ -136,13 +137,12 @@ std::int64_t FacetLedger::enter(Connection &connection, ObjectId container, cons
     return known->second;
 }
 
-void FacetLedger::settle(Connection &connection)
+void FacetLedger::settle(Connection &connection, ChangeNumber change)
 {
-    Statement update = connection.prepare("UPDATE facet SET count = count + ?2 WHERE id = ?1");
+    Statement update = connection.prepare("UPDATE facet SET count = count + ?2, change = ?3 WHERE id = ?1");
     Statement remove = connection.prepare("DELETE FROM facet WHERE id = ?1 AND count = 0");
     for (auto [facet, delta] : m_deltas) {
-        if (delta != 0)
-            update.bind(facet, delta).run();
+        update.bind(facet, delta, change).run();
         remove.bind(facet).run();
     }
     m_known.clear();

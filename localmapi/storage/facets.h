@@ -20,6 +20,7 @@ struct Facet {
     std::int64_t id = 0;
     FacetKey key;
     std::int64_t count = 0;
+    ChangeNumber change = 0; // the last one to one of its messages
 };
 
 std::vector<Facet> facetsOf(Connection &connection, ObjectId container);
@@ -43,7 +44,7 @@ class FacetLedger
     // The facet of a message in `container`, made if need be.
     std::int64_t enter(Connection &connection, ObjectId container, const FacetKey &key, std::int64_t messages = 1);
     void leave(std::int64_t facet, std::int64_t messages = 1) { m_deltas[facet] -= messages; }
-    void settle(Connection &connection);
+    void settle(Connection &connection, ChangeNumber change);
 
   private:
     std::map<std::pair<ObjectId, FacetKey>, std::int64_t> m_known;

@@ -39,14 +39,15 @@ CREATE INDEX object_delivered ON object (facet, delivered, id) WHERE facet IS NO
 
 -- The combinations of what listings filter on that occur in a folder (or in an attachment that holds a message), with
 -- the number of messages of each: a filter on these alone is answered from here, and its rows by walking the indexes
--- of the few combinations that satisfy it.
+-- of the few combinations that satisfy it. change is the number of the last change to one of the messages.
 CREATE TABLE facet (
     id INTEGER PRIMARY KEY,
     container INTEGER NOT NULL REFERENCES object (id) ON DELETE CASCADE ON UPDATE CASCADE,
     class TEXT,
     importance INTEGER,
     flags INTEGER NOT NULL,
-    count INTEGER NOT NULL
+    count INTEGER NOT NULL,
+    change INTEGER NOT NULL
 );
 CREATE INDEX facet_of ON facet (container, flags, class, importance);
 

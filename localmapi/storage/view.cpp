@@ -53,13 +53,13 @@ View::View(Site site, Container container, Filter filter, std::vector<SortKey> s
 std::uint64_t View::count() const
 {
     Reader reader(m_site.database());
-    return Walk(*reader, m_container, m_filter, m_sort).count();
+    return Walk(m_site.database(), *reader, m_container, m_filter, m_sort).count();
 }
 
 std::uint64_t View::countBefore(const Place &place) const
 {
     Reader reader(m_site.database());
-    return Walk(*reader, m_container, m_filter, m_sort).countBefore(place);
+    return Walk(m_site.database(), *reader, m_container, m_filter, m_sort).countBefore(place);
 }
 
 std::vector<Row> View::read(const Place &from, Direction direction, std::size_t rows, const std::vector<Tag> &columns,
@@ -67,7 +67,7 @@ std::vector<Row> View::read(const Place &from, Direction direction, std::size_t 
 {
     Reader reader(m_site.database());
     std::vector<Row> read;
-    Walk(*reader, m_container, m_filter, m_sort).walk(from, direction, rows, [&](Row &&row) {
+    Walk(m_site.database(), *reader, m_container, m_filter, m_sort).walk(from, direction, rows, [&](Row &&row) {
         read.push_back(std::move(row));
     });
     if (direction == Direction::Backward)
@@ -92,7 +92,7 @@ Moved View::move(const Place &from, std::int64_t rows) const
     Reader reader(m_site.database());
     std::uint64_t done = 0;
     Row last;
-    Walk(*reader, m_container, m_filter, m_sort)
+    Walk(m_site.database(), *reader, m_container, m_filter, m_sort)
         .walk(from, forward ? Direction::Forward : Direction::Backward, wanted, [&](Row &&row) {
             last = std::move(row);
             ++done;
@@ -116,7 +116,7 @@ bool View::holds(const Place &place) const
     if (place.where == Place::Where::Beginning || place.where == Place::Where::End)
         return true;
     Reader reader(m_site.database());
-    return Walk(*reader, m_container, m_filter, m_sort).holds(place);
+    return Walk(m_site.database(), *reader, m_container, m_filter, m_sort).holds(place);
 }
 
 } // namespace localmapi::storage

@@ -66,8 +66,9 @@ SqlText beyondTime(const std::string &column, const Place &place, Direction dire
 
 } // namespace
 
-Walk::Walk(Connection &connection, const Container &container, const Filter &filter, const std::vector<SortKey> &sort)
-    : m_connection(connection), m_container(container), m_sort(sort)
+Walk::Walk(Database &database, Connection &connection, const Container &container, const Filter &filter,
+           const std::vector<SortKey> &sort)
+    : m_counts(database.counts()), m_connection(connection), m_container(container), m_sort(sort)
 {
     if (isMessages()) {
         m_timeColumn = indexFor(sort);
@@ -90,7 +91,7 @@ void Walk::makeBranches(const Filter &filter)
         Residue residue = residueFor(filter, facet.key.bag());
         if (residue.never)
             continue;
-        m_branches.push_back({facet.id, facet.count, {}});
+        m_branches.push_back({facet.id, facet.count, facet.change, {}});
         if (!residue.always)
             m_branches.back().condition = conditionOf(residue.filter, m_container.kind);
     }
@@ -166,8 +167,21 @@ std::uint64_t Walk::count()
         return countRows(everyRow());
     std::uint64_t sum = 0;
     for (const Branch &branch : m_branches)
-        sum += branch.condition.text.empty() ? static_cast<std::uint64_t>(branch.count) : countRows(rowsOf(branch));
+        sum += countBranch(branch);
     return sum;
+}
+
+std::uint64_t Walk::countBranch(const Branch &branch)
+{
+    if (branch.condition.text.empty())
+        return static_cast<std::uint64_t>(branch.count);
+    SqlText rows = rowsOf(branch);
+    std::string key = keyOf(rows);
+    if (std::optional<std::uint64_t> known = m_counts.find(key, branch.change))
+        return *known;
+    std::uint64_t count = countRows(rows);
+    m_counts.store(key, branch.change, count);
+    return count;
 }
 
 std::uint64_t Walk::countBefore(const Place &place)

@@ -12,7 +12,8 @@ namespace localmapi::storage
 class Walk
 {
   public:
-    Walk(Connection &connection, const Container &container, const Filter &filter, const std::vector<SortKey> &sort);
+    Walk(Database &database, Connection &connection, const Container &container, const Filter &filter,
+         const std::vector<SortKey> &sort);
 
     std::uint64_t count();
     std::uint64_t countBefore(const Place &place);
@@ -26,6 +27,7 @@ class Walk
     struct Branch {
         std::int64_t facet;
         std::int64_t count;
+        ChangeNumber change;
         SqlText condition;
     };
     class FacetCursor;
@@ -37,6 +39,7 @@ class Walk
     SqlText everyRow() const;
     SqlText beyond(const Place &place, Direction direction) const;
     std::uint64_t countRows(const SqlText &from);
+    std::uint64_t countBranch(const Branch &branch);
     void walkMerged(const Place &from, Direction direction, std::uint64_t rows,
                     const std::function<void(Row &&)> &visit);
     void walkSorted(const Place &from, Direction direction, std::uint64_t rows,
@@ -46,6 +49,7 @@ class Walk
         return key.descending != (direction == Direction::Forward);
     }
 
+    CountCache &m_counts;
     Connection &m_connection;
     const Container &m_container;
     const std::vector<SortKey> &m_sort;

@@ -399,6 +399,39 @@ TEST_F(Views, OfWhatIsNotThereAreEmpty)
     }
 }
 
+TEST_F(Views, CountsFollowEveryKindOfChange)
+{
+    std::vector<ObjectId> ids = addNumbered(12);
+    View view(site, inbox(), Filter::content(kSubject, Filter::Match::Prefix, std::string("1")));
+    View other(site, inbox(), Filter::content(kSubject, Filter::Match::Prefix, std::string("2")));
+    auto expectCount = [&](std::uint64_t count, std::uint64_t others) {
+        for (int again = 0; again < 2; ++again) {
+            EXPECT_EQ(view.count(), count);
+            EXPECT_EQ(other.count(), others);
+        }
+    };
+    expectCount(3, 1); // "1", "10", "11"; "2"
+    MessageChanges changes;
+    changes.properties.set.set(kSubject, std::string("1 too"));
+    objects.changeMessage(ids[2], changes);
+    expectCount(4, 0);
+    objects.setRead({ids[1], ids[2]}, true);
+    expectCount(4, 0);
+    objects.removeMessages({ids[10]});
+    expectCount(3, 0);
+    ObjectId moved = objects.moveMessages({ids[11]}, box.outbox).front();
+    expectCount(2, 0);
+    objects.copyMessages({moved}, box.inbox);
+    expectCount(3, 0);
+    objects.setAllRead(box.inbox, true);
+    expectCount(3, 0);
+    Site elsewhere = Site::open(site.path()); // as another process would
+    Objects(elsewhere).createMessage(box.inbox, message("2 too", {{kMessageFlags, kFlagRead}}));
+    expectCount(3, 1);
+    objects.removeAllMessages(box.inbox);
+    expectCount(0, 0);
+}
+
 TEST_F(Views, OfManyKindsOfMessagesMergeThemAll)
 {
     std::vector<NewMessage> messages;

@@ -1,0 +1,61 @@
+#include "Process.h"
+#include <stdexcept>
+#include <windows.h>
+
+namespace localmapi::storage
+{
+
+struct Process::Impl {
+    HANDLE handle = nullptr;
+};
+
+namespace
+{
+
+std::wstring widened(const std::string &text)
+{
+    int length = MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, nullptr, 0);
+    std::wstring wide(static_cast<std::size_t>(length), L'\0');
+    MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, wide.data(), length);
+    wide.pop_back();
+    return wide;
+}
+
+} // namespace
+
+Process::Process(const std::string &program, const std::vector<std::string> &arguments)
+    : m_impl(std::make_unique<Impl>())
+{
+    std::wstring line = L'"' + widened(program) + L'"';
+    for (const std::string &argument : arguments)
+        line += L" \"" + widened(argument) + L'"';
+    STARTUPINFOW start{};
+    start.cb = sizeof start;
+    PROCESS_INFORMATION started{};
+    if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start, &started))
+        throw std::runtime_error("can't start " + program);
+    CloseHandle(started.hThread);
+    m_impl->handle = started.hProcess;
+}
+
+Process::~Process()
+{
+    kill();
+    wait();
+    CloseHandle(m_impl->handle);
+}
+
+int Process::wait()
+{
+    WaitForSingleObject(m_impl->handle, INFINITE);
+    DWORD status = 0;
+    GetExitCodeProcess(m_impl->handle, &status);
+    return static_cast<int>(status);
+}
+
+void Process::kill()
+{
+    TerminateProcess(m_impl->handle, 137);
+}
+
+} // namespace localmapi::storage

@@ -1,0 +1,138 @@
+#include "Scenario.h"
+#include <sstream>
+
+namespace localmapi::storage
+{
+
+namespace
+{
+
+Mailbox boxOf(Site site, const std::string &alias)
+{
+    return Directory(site).mailbox(Directory(site).userByAlias(alias).value().mailbox);
+}
+
+MessageChanges mail(const std::string &subject, std::size_t data = 0)
+{
+    MessageChanges content;
+    content.properties.set = {{kMessageClass, std::string("IPM.Note")},
+                              {kSubject, subject},
+                              {kClientSubmitTime, std::int64_t{1000} + static_cast<std::int64_t>(subject.size())}};
+    content.recipients = std::vector<PropertyBag>{{{kDisplayName, std::string("Alice")}}};
+    if (data)
+        content.attachments = {
+            {0, false, {{{kAttachName, std::string("v.wav")}, {kAttachData, Bytes(data, 'w')}}, {}}, nullptr}};
+    return content;
+}
+
+// The messages of a folder, in their order.
+std::vector<ObjectId> messagesIn(Site site, ObjectId folder)
+{
+    std::vector<ObjectId> ids;
+    View view(site, {Container::Kind::Contents, folder});
+    for (const Row &row : view.read(Place::beginning(), Direction::Forward, 1000, {}))
+        ids.push_back(row.id);
+    return ids;
+}
+
+std::string written(const Value &value)
+{
+    if (auto stream = std::get_if<StoredStream>(&value))
+        return "stream of " + std::to_string(stream->size);
+    if (auto bytes = std::get_if<Bytes>(&value))
+        return std::to_string(bytes->size()) + " bytes";
+    return testing::PrintToString(value);
+}
+
+void write(std::ostream &text, const PropertyBag &bag)
+{
+    for (const Property &property : bag)
+        if (property.tag != kChangeNumber && property.tag != kCreationTime && property.tag != kLastModificationTime)
+            text << " " << std::hex << property.tag << std::dec << "=" << written(property.value);
+    text << "\n";
+}
+
+void writeFolder(std::ostream &text, Site site, ObjectId folder, const std::string &indent)
+{
+    Objects objects(site);
+    text << indent << "folder";
+    write(text, objects.read(folder));
+    for (ObjectId id : messagesIn(site, folder)) {
+        text << indent << " message";
+        write(text, objects.read(id));
+        for (const PropertyBag &recipient : objects.recipients(id))
+            write(text << indent << "  to", recipient);
+        for (const ObjectInfo &attachment : objects.attachments(id))
+            write(text << indent << "  attachment", objects.read(attachment.id));
+    }
+    View folders(site, {Container::Kind::Folders, folder});
+    for (const Row &row : folders.read(Place::beginning(), Direction::Forward, 1000, {}))
+        writeFolder(text, site, row.id, indent + " ");
+}
+
+} // namespace
+
+void makeScenarioSite(const std::string &path)
+{
+    Site site = Site::create(path, "NORVIK1", "Norvik");
+    Directory(site).addUser("alice", "Alice Archer");
+    Mailbox box = boxOf(site, "alice");
+    Objects(site).createMessages(
+        {{box.inbox, mail("one")}, {box.inbox, mail("two!", 300000)}, {box.inbox, mail("three")}});
+}
+
+const std::vector<Step> &scenarioSteps()
+{
+    static const std::vector<Step> kSteps = {
+        [](Site site) { Objects(site).createMessage(boxOf(site, "alice").inbox, mail("new mail", 400000)); },
+        [](Site site) {
+            ObjectId inbox = boxOf(site, "alice").inbox;
+            Objects(site).setRead({messagesIn(site, inbox).at(0), messagesIn(site, inbox).at(1)}, true);
+        },
+        [](Site site) {
+            MessageChanges changes;
+            changes.properties.set = {{kBody, std::string(30000, 'b')}, {kImportance, std::int32_t{2}}};
+            changes.properties.remove = {kSubject};
+            changes.recipients = std::vector<PropertyBag>{};
+            changes.attachments = {{3, false, {{{kAttachData, Bytes(9000)}}, {}}, nullptr}};
+            Objects(site).changeMessage(messagesIn(site, boxOf(site, "alice").inbox).at(2), changes);
+        },
+        [](Site site) {
+            Mailbox box = boxOf(site, "alice");
+            Objects(site).moveMessages(messagesIn(site, box.inbox), box.deletedItems);
+        },
+        [](Site site) { Directory(site).addUser("bob", "Bob Baker"); },
+        [](Site site) {
+            Mailbox box = boxOf(site, "alice");
+            std::vector<ObjectId> ids = messagesIn(site, box.deletedItems);
+            Objects(site).copyMessages(ids, boxOf(site, "bob").inbox);
+        },
+        [](Site site) { Profiles(site).create("Voicemail"); },
+        [](Site site) {
+            Profiles(site).changeSection("Voicemail", Guid{1}, {{kDisplayName, std::string("NORVIK1")}});
+        },
+        [](Site site) { Objects(site).removeAllMessages(boxOf(site, "alice").deletedItems); },
+        [](Site site) {
+            Objects(site).createFolder(boxOf(site, "bob").inbox, {{kDisplayName, std::string("Old")}});
+        },
+        [](Site site) { Objects(site).setAllRead(boxOf(site, "bob").inbox, true); },
+        [](Site site) { Profiles(site).remove("Voicemail"); },
+    };
+    return kSteps;
+}
+
+std::string stateOf(Site site)
+{
+    std::ostringstream text;
+    for (const User &user : Directory(site).users()) {
+        text << "user " << user.alias << "\n";
+        writeFolder(text, site, Directory(site).mailbox(user.mailbox).root, " ");
+    }
+    for (const Profile &profile : Profiles(site).list()) {
+        text << "profile " << profile.name << profile.isDefault;
+        write(text, Profiles(site).section(profile.name, Guid{1}));
+    }
+    return text.str();
+}
+
+} // namespace localmapi::storage

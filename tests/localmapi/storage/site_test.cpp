@@ -1,0 +1,253 @@
+// Proves how a site is made and opened, and that every file that isn't one, or can't be used, is refused with its
+// reason and left as it is.
+#include "Fixture.h"
+#include <fstream>
+#include <sqlite3.h>
+#include <thread>
+
+namespace localmapi::storage
+{
+
+namespace
+{
+
+namespace fs = std::filesystem;
+
+fs::path pathOf(const std::string &utf8Path)
+{
+    return fs::path(std::u8string(utf8Path.begin(), utf8Path.end()));
+}
+
+std::string contentOf(const std::string &path)
+{
+    std::ifstream file(pathOf(path), std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void writeFile(const std::string &path, const std::string &content)
+{
+    std::ofstream(pathOf(path), std::ios::binary) << content;
+}
+
+class Raw // the file as SQLite sees it
+{
+  public:
+    explicit Raw(const std::string &path) { EXPECT_EQ(sqlite3_open(path.c_str(), &m_handle), SQLITE_OK); }
+    ~Raw() { sqlite3_close(m_handle); }
+    void execute(const char *sql)
+    {
+        EXPECT_EQ(sqlite3_exec(m_handle, sql, nullptr, nullptr, nullptr), SQLITE_OK) << sql;
+    }
+
+  private:
+    sqlite3 *m_handle = nullptr;
+};
+
+struct Sites : testing::Test {
+    Folder folder;
+    std::string path = folder.file("site.db");
+    static std::optional<Fault> opening(const std::string &file)
+    {
+        return faultOf([&] { Site::open(file); });
+    }
+};
+
+TEST_F(Sites, AreMadeAndOpenedAgain)
+{
+    SiteInfo made = Site::create(path, "NORVIK1", "Norvik").info();
+    SiteInfo opened = Site::open(path).info();
+    EXPECT_EQ(opened.server, "NORVIK1");
+    EXPECT_EQ(opened.organization, "Norvik");
+    EXPECT_EQ(opened.uid, made.uid);
+    EXPECT_NE(Site::create(folder.file("other.db"), "NORVIK1", "Norvik").info().uid, made.uid);
+    EXPECT_FALSE(fs::exists(pathOf(path + "-wal"))); // closed cleanly: one file
+}
+
+TEST_F(Sites, HaveAnyPath)
+{
+    for (const char *name : {"with blank.db", "caf\xc3\xa9.db", "\xe6\x97\xa5\xe6\x9c\xac.db", "%41.db", "a'b.db"}) {
+        std::string file = folder.file(name);
+        Site::create(file, "S", "O");
+        EXPECT_TRUE(fs::exists(pathOf(file))) << name;
+        EXPECT_EQ(Site::open(file).info().server, "S") << name;
+    }
+}
+
+TEST_F(Sites, AreNotMadeOverAnythingThatIsThere)
+{
+    writeFile(path, "precious");
+    EXPECT_EQ(faultOf([&] { Site::create(path, "S", "O"); }), Fault::Collision);
+    EXPECT_EQ(contentOf(path), "precious");
+    std::string site = folder.file("site2.db");
+    Site::create(site, "S", "O");
+    EXPECT_EQ(faultOf([&] { Site::create(site, "T", "P"); }), Fault::Collision);
+    EXPECT_EQ(Site::open(site).info().server, "S");
+}
+
+TEST_F(Sites, ThatCannotBeMadeAreNotThere)
+{
+    EXPECT_EQ(faultOf([&] { Site::create(path, "", "O"); }), Fault::Invalid);
+    EXPECT_EQ(faultOf([&] { Site::create(path, "S", ""); }), Fault::Invalid);
+    EXPECT_FALSE(fs::exists(pathOf(path)));
+    EXPECT_EQ(faultOf([&] { Site::create(folder.file("no/such/folder.db"), "S", "O"); }), Fault::NoAccess);
+}
+
+TEST_F(Sites, ThatAreNotThereAreNotFoundAndNotMade)
+{
+    EXPECT_EQ(opening(path), Fault::NotFound);
+    EXPECT_FALSE(fs::exists(pathOf(path)));
+}
+
+TEST_F(Sites, OfOthersAreRefusedAndLeftAsTheyAre)
+{
+    std::string database = folder.file("database.db");
+    Raw(database).execute("PRAGMA application_id = 12345; CREATE TABLE site (x); INSERT INTO site VALUES (1)");
+    std::string plain = folder.file("plain.db");
+    Raw(plain).execute("CREATE TABLE t (x)");
+    writeFile(folder.file("empty"), "");
+    writeFile(folder.file("text"), std::string(5000, 't'));
+    writeFile(folder.file("short"), "SQLite format 3");
+    for (const std::string &file : {database, plain, folder.file("empty"), folder.file("text"), folder.file("short")}) {
+        std::string before = contentOf(file);
+        EXPECT_EQ(opening(file), Fault::NotASite) << file;
+        EXPECT_EQ(contentOf(file), before) << file;
+        EXPECT_FALSE(fs::exists(pathOf(file + "-wal"))) << file;
+    }
+}
+
+TEST_F(Sites, OfANewerVersionAreRefusedAndLeftAsTheyAre)
+{
+    Site::create(path, "S", "O");
+    Raw(path).execute("PRAGMA user_version = 2");
+    std::string before = contentOf(path);
+    try {
+        Site::open(path);
+        FAIL();
+    } catch (const Error &error) {
+        EXPECT_EQ(error.fault(), Fault::TooNew);
+        EXPECT_THAT(error.what(), testing::HasSubstr("newer version"));
+    }
+    EXPECT_EQ(contentOf(path), before);
+    Raw(path).execute("PRAGMA user_version = 1");
+    EXPECT_FALSE(opening(path));
+    Raw(path).execute("PRAGMA user_version = 0");
+    EXPECT_EQ(opening(path), Fault::NotASite);
+}
+
+TEST_F(Sites, OpenedForReadingAreReadAndNothingElse)
+{
+    Site writable = Site::create(path, "S", "O");
+    User user = Directory(writable).addUser("alice", "Alice");
+    OpenOptions options;
+    options.readOnly = true;
+    Site site = Site::open(path, options);
+    EXPECT_EQ(Directory(site).users().size(), 1u);
+    EXPECT_EQ(faultOf([&] { Directory(site).addUser("bob", "Bob"); }), Fault::NoAccess);
+    EXPECT_TRUE(check(site, false).empty());
+    EXPECT_EQ(faultOf([&] { check(site, true); }), Fault::NoAccess);
+    Directory(writable).addUser("carol", "Carol"); // is seen at once
+    EXPECT_EQ(Directory(site).users().size(), 2u);
+    EXPECT_TRUE(Directory(site).mayOpen(user.id, user.mailbox));
+}
+
+TEST_F(Sites, HeldByAnotherWriterAreBusyAfterTheTimeout)
+{
+    Site::create(path, "S", "O");
+    OpenOptions options;
+    options.busyTimeoutMs = 50;
+    Site site = Site::open(path, options);
+    Raw other(path);
+    other.execute("BEGIN IMMEDIATE; UPDATE site SET change = change + 1");
+    EXPECT_EQ(faultOf([&] { Profiles(site).create("P"); }), Fault::Busy);
+    EXPECT_TRUE(Profiles(site).list().empty()); // readers do not wait
+    other.execute("ROLLBACK");
+    Profiles(site).create("P");
+    EXPECT_EQ(Profiles(site).list().size(), 1u);
+}
+
+TEST_F(Sites, HeldForAMomentAreWaitedFor)
+{
+    Site site = Site::create(path, "S", "O");
+    Raw other(path);
+    other.execute("BEGIN IMMEDIATE");
+    std::thread writer([&] { Profiles(site).create("P"); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    other.execute("COMMIT");
+    writer.join();
+    EXPECT_EQ(Profiles(site).list().size(), 1u);
+}
+
+TEST_F(Sites, ThatAreDamagedAreSaidToBe)
+{
+    ObjectId inbox = 0;
+    {
+        Site site = Site::create(path, "S", "O");
+        inbox = Directory(site).mailbox(Directory(site).addUser("alice", "Alice").mailbox).inbox;
+        std::vector<NewMessage> messages(300);
+        for (NewMessage &message : messages) {
+            message.folder = inbox;
+            message.content.properties.set.set(kBody, std::string(3000, 'x'));
+        }
+        Objects(site).createMessages(messages);
+    }
+    std::string whole = contentOf(path);
+    // Pages of rubbish here and there; the first page stays, so that it is still a site.
+    int found = 0;
+    for (std::size_t page = 1; page < whole.size() / 8192; page += 5) {
+        std::string damaged = whole;
+        damaged.replace(page * 8192, 8192, std::string(8192, static_cast<char>(page)));
+        writeFile(path, damaged);
+        std::optional<Fault> fault = faultOf([&] {
+            Site site = Site::open(path);
+            found += !check(site, false).empty();
+            View(site, {Container::Kind::Contents, inbox})
+                .read(Place::beginning(), Direction::Forward, 1000, {kBody, kSubject});
+        });
+        EXPECT_TRUE(!fault || *fault == Fault::Corrupt) << faultName(*fault) << " at page " << page;
+    }
+    EXPECT_GT(found, 50);
+    for (std::size_t length : {whole.size() / 2, std::size_t{8192 * 3}, std::size_t{8192 + 100}, std::size_t{100}}) {
+        writeFile(path, whole.substr(0, length));
+        std::optional<Fault> fault = faultOf([&] {
+            Site site = Site::open(path);
+            EXPECT_FALSE(check(site, false).empty());
+            View(site, {Container::Kind::Contents, inbox})
+                .read(Place::beginning(), Direction::Forward, 1000, {kBody, kSubject});
+        });
+        EXPECT_TRUE(fault == Fault::Corrupt || fault == Fault::NotASite) << length;
+    }
+}
+
+TEST_F(Sites, CountTheirChanges)
+{
+    Site site = Site::create(path, "S", "O");
+    ChangeNumber before = site.changeNumber();
+    Profiles(site).create("P");
+    EXPECT_EQ(site.changeNumber(), before + 1);
+    EXPECT_EQ(faultOf([&] { Profiles(site).create("P"); }), Fault::Collision);
+    EXPECT_EQ(site.changeNumber(), before + 1);
+    EXPECT_EQ(Site::open(path).changeNumber(), before + 1);
+}
+
+TEST_F(Sites, NumberNamedPropertiesOnceForAll)
+{
+    Site site = Site::create(path, "S", "O");
+    Names names(site);
+    PropertyName number{Guid{1}, std::int32_t{5}}, same{Guid{2}, std::int32_t{5}}, text{Guid{1}, std::string("Voice")},
+        other{Guid{1}, std::string("voice")};
+    EXPECT_EQ(names.ids({number, text}, false), (std::vector<std::uint16_t>{0, 0}));
+    std::vector<std::uint16_t> ids = names.ids({number, text, number, same, other}, true);
+    EXPECT_EQ(ids, (std::vector<std::uint16_t>{0x8000, 0x8001, 0x8000, 0x8002, 0x8003}));
+    EXPECT_EQ(Names(Site::open(path)).ids({other, number}, false), (std::vector<std::uint16_t>{0x8003, 0x8000}));
+    auto found = names.names({0x8001, 0x7FFF, 0x8004, 0x8002});
+    EXPECT_EQ(found[0], text);
+    EXPECT_FALSE(found[1]);
+    EXPECT_FALSE(found[2]);
+    EXPECT_EQ(found[3], same);
+    EXPECT_EQ(names.all().size(), 4u);
+    EXPECT_EQ(names.all()[3].second, other);
+}
+
+} // namespace
+
+} // namespace localmapi::storage

@@ -1,0 +1,85 @@
+// Proves that any number of threads may work with one site at once, and that each sees whole transactions only.
+#include "Fixture.h"
+#include <atomic>
+#include <thread>
+
+namespace localmapi::storage
+{
+
+namespace
+{
+
+class Threads : public SiteTest
+{
+  protected:
+    static void run(int count, const std::function<void(int)> &work)
+    {
+        std::vector<std::thread> threads;
+        for (int t = 0; t < count; ++t)
+            threads.emplace_back([&, t] {
+                try {
+                    work(t);
+                } catch (const std::exception &error) {
+                    ADD_FAILURE() << error.what();
+                }
+            });
+        for (std::thread &thread : threads)
+            thread.join();
+    }
+};
+
+TEST_F(Threads, SeeWholeTransactionsOnly)
+{
+    std::atomic<int> writers{3};
+    run(6, [&](int t) {
+        if (t < 3) {
+            for (int i = 0; i < 15; ++i) {
+                std::vector<NewMessage> five(5, NewMessage{box.inbox, message("m", {{kImportance, std::int32_t{t}}})});
+                std::vector<ObjectId> ids = objects.createMessages(five);
+                if (i % 3 == 1)
+                    objects.removeMessages(ids);
+                if (i % 3 == 2)
+                    objects.setRead(ids, true);
+            }
+            --writers;
+            return;
+        }
+        View view(site, inbox(), t == 3 ? Filter{} : Filter::bits(kMessageFlags, kFlagRead, t == 4));
+        while (writers) {
+            EXPECT_EQ(view.count() % 5, 0u);
+            EXPECT_EQ(view.read(Place::beginning(), Direction::Forward, 10000, {kSubject}).size() % 5, 0u);
+        }
+    });
+    EXPECT_EQ(View(site, inbox()).count(), 3u * 10 * 5);
+    expectSound();
+}
+
+TEST_F(Threads, ShareEveryObjectOfTheLayer)
+{
+    ObjectId shared = add("shared");
+    Directory directory(site);
+    Profiles profiles(site);
+    localmapi::storage::Names names(site);
+    run(6, [&](int t) {
+        std::string own = "p" + std::to_string(t);
+        for (int i = 0; i < 8; ++i) {
+            profiles.create(own);
+            profiles.changeSection(own, Guid{1}, {{kSubject, own}});
+            EXPECT_EQ(*profiles.section(own, Guid{1}).get<std::string>(kSubject), own);
+            profiles.remove(own);
+            names.ids({{Guid{1}, std::int32_t{i}}}, true);
+            MessageChanges changes;
+            changes.properties.set.set(kSensitivity, std::int32_t{t});
+            objects.changeMessage(shared, changes);
+            EXPECT_TRUE(objects.read(shared).get<std::int32_t>(kSensitivity));
+            EXPECT_TRUE(directory.userByAlias("alice"));
+        }
+    });
+    EXPECT_EQ(names.all().size(), 8u);
+    EXPECT_TRUE(profiles.list().empty());
+    expectSound();
+}
+
+} // namespace
+
+} // namespace localmapi::storage

@@ -21,6 +21,48 @@ std::string NewPath()
     return std::string(path.begin(), path.end());
 }
 
+std::filesystem::path PathOf(const std::string &utf8)
+{
+    return std::filesystem::path(reinterpret_cast<const char8_t *>(utf8.c_str()));
+}
+
+void RemoveSite(const std::string &path)
+{
+    for (const char *suffix : {"", "-wal", "-shm"}) {
+        std::error_code ignored;
+        std::filesystem::remove(PathOf(path + suffix), ignored);
+    }
+}
+
+// A site with its people, made once; every mailbox of a test begins as a copy of its file.
+class Template
+{
+  public:
+    Template() : m_path(NewPath())
+    {
+        storage::Directory directory(storage::Site::create(m_path, "NORVIK1", "Norvik"));
+        directory.addUser("alice", "Alice Archer");
+        directory.addUser("bob", "Bob Baker");
+        directory.addUser("vm", "Voicemail Service", {}, true);
+    }
+    ~Template() { RemoveSite(m_path); }
+    std::string Copy() const
+    {
+        std::string path = NewPath();
+        std::filesystem::copy_file(PathOf(m_path), PathOf(path));
+        return path;
+    }
+
+  private:
+    std::string m_path;
+};
+
+std::string CopyOfTemplate()
+{
+    static const Template site;
+    return site.Copy();
+}
+
 struct NamedCode {
     HRESULT code;
     const char *name;
@@ -207,12 +249,12 @@ HRESULT SeekTo(IStream *stream, LONGLONG distance, DWORD origin, ULONGLONG *posi
     return hr;
 }
 
-Mailbox::Mailbox() : m_path(NewPath()), m_site(storage::Site::create(m_path, "NORVIK1", "Norvik"))
+Mailbox::Mailbox() : m_path(CopyOfTemplate()), m_site(storage::Site::open(m_path))
 {
-    storage::Directory directory(*m_site);
-    m_alice = directory.addUser("alice", "Alice Archer");
-    m_bob = directory.addUser("bob", "Bob Baker");
-    m_service = directory.addUser("vm", "Voicemail Service", {}, true);
+    const storage::Directory directory(*m_site);
+    m_alice = directory.userByAlias("alice").value();
+    m_bob = directory.userByAlias("bob").value();
+    m_service = directory.userByAlias("vm").value();
     m_store = StoreOf(m_alice);
     m_inbox = Folder(0);
 }
@@ -222,11 +264,7 @@ Mailbox::~Mailbox()
     m_inbox.reset();
     m_store.reset();
     m_site.reset();
-    for (const char *suffix : {"", "-wal", "-shm"}) {
-        std::error_code ignored;
-        std::filesystem::remove(std::filesystem::path(reinterpret_cast<const char8_t *>((m_path + suffix).c_str())),
-                                ignored);
-    }
+    RemoveSite(m_path);
 }
 
 HRESULT Mailbox::OpenStore(const storage::User &owner, const storage::User &user, ULONG flags, Ref<IMsgStore> &store,

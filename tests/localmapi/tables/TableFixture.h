@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+
 namespace localmapi::test
 {
 
@@ -87,9 +89,10 @@ class AnyTable : public testing::TestWithParam<Home>
                 EXPECT_EQ(memory.Add(static_cast<ULONG>(row.size()), row.data()), S_OK);
             EXPECT_EQ(CreateMemoryTable(std::move(memory), {.columns = {kLabel, kNumber}}, table.put()), S_OK);
         } else {
+            m_mailbox.emplace();
             for (const Props &row : rows)
-                m_mailbox.Add(row);
-            table = m_mailbox.Contents();
+                m_mailbox->Add(row);
+            table = m_mailbox->Contents();
             EXPECT_EQ(table->SetColumns(Tags{kLabel, kNumber}, 0), S_OK);
         }
         return table;
@@ -112,7 +115,7 @@ class AnyTable : public testing::TestWithParam<Home>
     }
 
     LiveCountsAreZeroAtTheEnd m_counts;
-    Mailbox m_mailbox;
+    std::optional<Mailbox> m_mailbox;
 };
 
 } // namespace localmapi::test

@@ -30,13 +30,28 @@ std::string IsoTime(const SYSTEMTIME &time)
     return std::string(text, length) + "Z";
 }
 
+namespace
+{
+
+// A field of a packed record by value: a reference to it would be misaligned.
+ordered_json Field(LONG value)
+{
+    return value;
+}
+ordered_json Field(ULONG value)
+{
+    return value;
+}
+
+} // namespace
+
 ordered_json HeaderAsJson(const EmailHeaderW &header)
 {
     ordered_json attachments = ordered_json::array();
     for (ULONG i = 0; i < header.cAttachments; ++i) {
         const AttachmentInfoW &attachment = header.pAttachments[i];
-        attachments.push_back({{"number", attachment.ulAttachNum},
-                               {"size", attachment.ulSize},
+        attachments.push_back({{"number", Field(attachment.ulAttachNum)},
+                               {"size", Field(attachment.ulSize)},
                                {"mimeTag", ToUtf8(attachment.pszMimeTag)},
                                {"fileName", ToUtf8(attachment.pszFilename)}});
     }
@@ -49,12 +64,12 @@ ordered_json HeaderAsJson(const EmailHeaderW &header)
             {"read", header.bRead != 0},
             {"private", header.bPrivate != 0},
             {"highPriority", header.bHighPriority != 0},
-            {"size", header.ulSize},
-            {"seconds", header.lSecs},
+            {"size", Field(header.ulSize)},
+            {"seconds", Field(header.lSecs)},
             {"number", ToUtf8(header.pszNumber)},
             {"name", ToUtf8(header.pszName)},
-            {"offset", header.offset},
-            {"messagesReceived", header.ulMsgReceived},
+            {"offset", Field(header.offset)},
+            {"messagesReceived", Field(header.ulMsgReceived)},
             {"attachments", std::move(attachments)}};
 }
 

@@ -37,6 +37,19 @@ void *operator new(std::size_t size)
 {
     return allocate(size);
 }
+// The library's temporary buffers come from this one and go through the same delete.
+void *operator new(std::size_t size, const std::nothrow_t &) noexcept
+{
+    try {
+        return allocate(size);
+    } catch (...) {
+        return nullptr;
+    }
+}
+void operator delete(void *memory, const std::nothrow_t &) noexcept
+{
+    release(memory);
+}
 void operator delete(void *memory) noexcept
 {
     release(memory);

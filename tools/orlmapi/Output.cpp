@@ -18,7 +18,7 @@ void PrintLine(const std::string &line)
     std::fputc('\n', stdout);
 }
 
-std::string IsoTime(const SYSTEMTIME &time)
+std::string IsoTime(SYSTEMTIME time)
 {
     if (time.wYear == 0)
         return {};

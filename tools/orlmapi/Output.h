@@ -8,7 +8,7 @@ void PrintJson(const nlohmann::ordered_json &document);
 void PrintLine(const std::string &line);
 
 // "2026-11-21T08:15:30Z", with milliseconds where there are any; empty where the time is not set.
-std::string IsoTime(const SYSTEMTIME &time);
+std::string IsoTime(SYSTEMTIME time);
 
 nlohmann::ordered_json HeaderAsJson(const EmailHeaderW &header);
 

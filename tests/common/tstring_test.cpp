@@ -19,8 +19,7 @@ using testing::IsEmpty;
 // The assertion line of a member; its number is the member's own.
 auto Assertion(const std::string &member)
 {
-    return LikeLine(std::string("Assertion failed: Invalid string passed to ") + member +
-                    ", file \\.\\.\\\\LumenCommon\\\\tstring, line [0-9]+");
+    return LikeLine("Assertion failed: Invalid string passed to " + member + ", file ..\\LumenCommon\\tstring, line #");
 }
 
 // "0x%p" as the platform writes pointers: capitals, all digits.
@@ -104,8 +103,8 @@ TEST_F(BadPointers, NarrowAppendingReportsAndAppendsNothing)
     text += Unreadable<char>();
     text += static_cast<const char *>(page.End() - 1);
     EXPECT_EQ(text, "kept");
-    EXPECT_THAT(trace.Texts(), ElementsAre(Assertion("tstring::operator\\+="), Assertion("tstring::operator\\+="),
-                                           Assertion("tstring::operator\\+=")));
+    EXPECT_THAT(trace.Texts(), ElementsAre(Assertion("tstring::operator+="), Assertion("tstring::operator+="),
+                                           Assertion("tstring::operator+=")));
 }
 
 TEST_F(BadPointers, NarrowConcatenationReportsAndAddsNothing)
@@ -113,7 +112,7 @@ TEST_F(BadPointers, NarrowConcatenationReportsAndAddsNothing)
     const tstring text("left");
     EXPECT_EQ(text + static_cast<const char *>(nullptr), "left");
     EXPECT_EQ(text + Unreadable<char>(), "left");
-    EXPECT_THAT(trace.Texts(), ElementsAre(Assertion("tstring::operator\\+"), Assertion("tstring::operator\\+")));
+    EXPECT_THAT(trace.Texts(), ElementsAre(Assertion("tstring::operator+"), Assertion("tstring::operator+")));
 }
 
 TEST_F(BadPointers, NullWideTextIsReportedWithItsPointer)
@@ -168,15 +167,15 @@ TEST_F(BadPointers, WideAppendingReportsAndAppendsNothing)
     tstring text("kept");
     text += Unreadable<WCHAR>();
     EXPECT_EQ(text, "kept");
-    EXPECT_THAT(trace.Texts(), ElementsAre(Assertion("tstring::operator\\+="),
+    EXPECT_THAT(trace.Texts(), ElementsAre(Assertion("tstring::operator+="),
                                            WideLine("tstring::operator+=", Unreadable<WCHAR>(), kNoCharacters)));
 }
 
 TEST_F(BadPointers, WideConcatenationReportsAndAddsNothing)
 {
     EXPECT_EQ(tstring("left") + static_cast<const WCHAR *>(nullptr), "left");
-    EXPECT_THAT(trace.Texts(), ElementsAre(Assertion("tstring::operator\\+"),
-                                           WideLine("tstring::operator+=", nullptr, kNoCharacters)));
+    EXPECT_THAT(trace.Texts(),
+                ElementsAre(Assertion("tstring::operator+"), WideLine("tstring::operator+=", nullptr, kNoCharacters)));
 }
 
 TEST_F(BadPointers, FindReportsAndFindsNothing)

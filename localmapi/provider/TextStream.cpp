@@ -14,6 +14,7 @@ namespace
 {
 
 constexpr std::size_t kPiece = 64 * 1024;
+constexpr std::size_t kLongestRun = 4 * 1024 * 1024;
 
 // How much of a piece can be converted without the rest: it ends between two characters.
 std::size_t WholeUtf8(std::string_view text)
@@ -32,13 +33,17 @@ std::size_t WholeUtf8(std::string_view text)
     return text.size();
 }
 
-// In no ANSI code page is a byte below 0x30 the second one of a character.
+// In no ANSI code page is a byte below 0x30 the second one of a character; where the code page is UTF-8, characters can
+// be told apart by themselves. Nothing (yet) for a run of a multi-byte code page that gives no place to cut at.
 std::size_t WholeAnsi(std::string_view text)
 {
+    static const bool isUtf8 = AnsiFromUtf8("\xC3\xBC") == "\xC3\xBC";
+    if (isUtf8)
+        return WholeUtf8(text);
     std::size_t end = text.size();
     while (end > 0 && static_cast<unsigned char>(text[end - 1]) >= 0x30)
         --end;
-    return end > 0 ? end : text.size();
+    return end > 0 || text.size() < kLongestRun ? end : text.size();
 }
 
 // Not between the two halves of a surrogate pair, nor within a unit.

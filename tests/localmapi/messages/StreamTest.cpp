@@ -344,6 +344,21 @@ TEST_F(StreamTest, LongNarrowTextComesBackAsItWasWritten)
     EXPECT_EQ(read.back(), '\0');
 }
 
+TEST_F(StreamTest, LongNarrowTextWithoutAnyPlaceToCutAtIsConvertedWhole)
+{
+    std::string utf8 = "a";
+    for (int i = 0; i < 100000; ++i)
+        utf8 += "\xC3\xBC";
+    const std::string text = AnsiFromUtf8(utf8);
+    auto stream = NewStream(PR_BODY_A);
+    ASSERT_CODE(WriteStream(stream.get(), text), S_OK);
+    stream.reset();
+    const std::string read = ReadProperty(m_message.get(), PR_BODY_A);
+    ASSERT_EQ(read.size(), text.size() + 1);
+    EXPECT_TRUE(read.compare(0, text.size(), text) == 0);
+    EXPECT_EQ(ReadProperty(m_message.get(), PR_BODY_W).size(), (100001 + 1) * sizeof(WCHAR));
+}
+
 TEST_F(StreamTest, ALongRecordingIsWrittenAndReadInPieces)
 {
     constexpr ULONG kPiece = 64 * 1024;

@@ -37,6 +37,10 @@ Fault faultOf(int extended, int systemError)
     case SQLITE_IOERR:
         if (extended == SQLITE_IOERR_CORRUPTFS)
             return Fault::Corrupt;
+        // The system's code may be lost by the time it is asked for. A write that is refused, and not by a failing
+        // device, found no room.
+        if (extended == SQLITE_IOERR_WRITE && systemError != EIO)
+            return Fault::Full;
         return systemError == ENOSPC || systemError == EFBIG ? Fault::Full : Fault::Failed;
     default:
         return Fault::Failed;

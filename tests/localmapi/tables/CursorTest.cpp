@@ -207,7 +207,7 @@ TEST_P(CursorTest, T10_SeekRowOnAnEmptyTableMovesNothing)
 {
     auto table = TableOf({});
     for (BOOKMARK origin : {BOOKMARK_BEGINNING, BOOKMARK_CURRENT, BOOKMARK_END})
-        for (LONG count : {kLongMin, -1, 0, 1, kLongMax}) {
+        for (LONG count : {kLongMin, LONG{-1}, LONG{0}, LONG{1}, kLongMax}) {
             LONG moved = 99;
             EXPECT_EQ(table->SeekRow(origin, count, &moved), S_OK);
             EXPECT_EQ(moved, 0);

@@ -165,7 +165,7 @@ void Database::giveBack(std::unique_ptr<Connection> connection) noexcept
         }
 }
 
-Reader::Reader(Database &database, std::source_location where) : m_database(database), m_connection(database.take())
+Reader::Reader(Database &database, Where where) : m_database(database), m_connection(database.take())
 {
     m_transaction.emplace(*m_connection, Transaction::Kind::Read, where);
 }
@@ -176,7 +176,7 @@ Reader::~Reader()
     m_database.giveBack(std::move(m_connection));
 }
 
-Writer::Writer(Database &database, std::source_location where) : m_database(database), m_writing(database.m_writing)
+Writer::Writer(Database &database, Where where) : m_database(database), m_writing(database.m_writing)
 {
     if (database.m_options.readOnly)
         throw Error(Fault::NoAccess, "'" + database.m_path + "' was opened for reading only.");

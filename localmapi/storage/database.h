@@ -40,7 +40,7 @@ class Database
 class Reader
 {
   public:
-    explicit Reader(Database &database, std::source_location where = std::source_location::current());
+    explicit Reader(Database &database, Where where = Where::here());
     ~Reader();
     Reader(const Reader &) = delete;
     Reader &operator=(const Reader &) = delete;
@@ -57,7 +57,7 @@ class Reader
 class Writer
 {
   public:
-    explicit Writer(Database &database, std::source_location where = std::source_location::current());
+    explicit Writer(Database &database, Where where = Where::here());
     ~Writer();
     Writer(const Writer &) = delete;
     Writer &operator=(const Writer &) = delete;

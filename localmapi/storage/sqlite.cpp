@@ -250,8 +250,7 @@ std::int64_t Connection::integer(std::string_view sql)
     return statement.step() ? statement.integer(0) : 0;
 }
 
-Transaction::Transaction(Connection &connection, Kind kind, std::source_location where)
-    : m_connection(connection), m_where(where)
+Transaction::Transaction(Connection &connection, Kind kind, Where where) : m_connection(connection), m_where(where)
 {
     if (connection.m_begun)
         throw Error(Fault::Failed, std::string("A transaction begun in ") + connection.m_begun->function_name() +

@@ -4,13 +4,29 @@
 #include "error.h"
 #include "value.h"
 #include <optional>
-#include <source_location>
 #include <sqlite3.h>
 #include <string_view>
 #include <unordered_map>
 
 namespace localmapi::storage
 {
+
+// The function and line in which something was begun: a default argument `Where where = Where::here()`.
+class Where
+{
+  public:
+    static constexpr Where here(const char *function = __builtin_FUNCTION(), int line = __builtin_LINE())
+    {
+        return {function, line};
+    }
+    constexpr const char *function_name() const { return m_function; }
+    constexpr int line() const { return m_line; }
+
+  private:
+    constexpr Where(const char *function, int line) : m_function(function), m_line(line) {}
+    const char *m_function;
+    int m_line;
+};
 
 class Connection;
 
@@ -96,7 +112,7 @@ class Connection
     std::string m_path;
     sqlite3 *m_handle = nullptr;
     std::unordered_multimap<std::string_view, sqlite3_stmt *> m_idle; // keyed by the statement's own text
-    const std::source_location *m_begun = nullptr;
+    const Where *m_begun = nullptr;
 };
 
 // A transaction: rolled back when it goes, unless it was committed.
@@ -104,7 +120,7 @@ class Transaction
 {
   public:
     enum class Kind { Read, Write };
-    Transaction(Connection &connection, Kind kind, std::source_location where = std::source_location::current());
+    Transaction(Connection &connection, Kind kind, Where where = Where::here());
     ~Transaction();
     Transaction(const Transaction &) = delete;
     Transaction &operator=(const Transaction &) = delete;
@@ -112,7 +128,7 @@ class Transaction
 
   private:
     Connection &m_connection;
-    std::source_location m_where;
+    Where m_where;
     bool m_open = true;
 };
 

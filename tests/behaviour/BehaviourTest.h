@@ -2,6 +2,8 @@
 #pragma once
 #include <windows.h>
 
+#include <objbase.h>
+
 #include "OrlMapi32.h"
 #include "behaviour/Environment.h"
 #include "localmapi/delivery/Compose.h"

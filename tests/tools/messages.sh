@@ -23,8 +23,8 @@ head -c 100000 /dev/zero >>old.wav
 expect 0 orlmapi --profile Voicemail --json save alice "$id" "$number" old.wav
 json '.file == "old.wav"'
 same hello.wav old.wav
-expect 0 orlmapi --profile Voicemail save alice "$id" "$number" "příliš.wav"
-same hello.wav "příliš.wav"
+expect 0 orlmapi --profile Voicemail save alice "$id" "$number" "prélude.wav"
+same hello.wav "prélude.wav"
 expect 1 orlmapi --profile Voicemail save alice "$id" 99 other.wav
 err '^orlmapi: saving attachment 99 to other.wav: 0x8004010f MAPI_E_NOT_FOUND$'
 [ ! -e other.wav ] && good || bad "other.wav was made"

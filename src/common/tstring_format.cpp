@@ -24,7 +24,8 @@ int FormatInto(std::string &text, const char *format, va_list arguments)
         va_end(attempt);
         if (result != -1)
             return result;
-        if (text[0] == '\0') {
+        // A runtime that refuses a format empties the text, or leaves what it had written until then and says EINVAL.
+        if (text[0] == '\0' || errno == EINVAL) {
             DebugOutputA(kTraceText, "%s: Format error in [%s]\n", kFormatV, format);
             return result;
         }

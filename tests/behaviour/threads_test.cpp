@@ -1,6 +1,7 @@
 // Many threads at once: on one connection, on connections of their own, and with a connection closed under them.
 #include "behaviour/BehaviourTest.h"
 #include <atomic>
+#include <mapix.h>
 #include <thread>
 
 using namespace localmapi;
@@ -65,6 +66,9 @@ TEST_F(ThreadsBehaviour, AConnectionClosedUnderWorkingThreadsEndsWithTheLastOfTh
         DeliverVoicemail("alice", std::to_string(i));
     Connect();
     const OrlMailbox mailbox = Open("alice");
+    const Page all = ListAll(mailbox, {});
+    ASSERT_EQ(20U, all.count);
+    const Id &id = all.ids.front();
     std::atomic<int> inside{0};
     std::atomic<bool> closed{false};
     DWORD connection = m_connection;
@@ -76,24 +80,32 @@ TEST_F(ThreadsBehaviour, AConnectionClosedUnderWorkingThreadsEndsWithTheLastOfTh
             closed = true;
             return;
         }
-        // Listings succeed until the connection is unknown, and then say just that.
+        // Calls succeed until the connection is unknown, and then say just that. The listing finds nothing and so keeps
+        // no table, which nobody could give back once the connection is gone.
         while (true) {
+            const bool wasClosed = closed;
             DWORD table = 0, bookmark = 0;
             EmailHeaderA *headers = nullptr;
             ULONG count = 0, total = 0;
-            const bool wasClosed = closed;
-            const HRESULT hr = OrlGetEmailHeadersA(connection, mailbox, &table, &bookmark, 5, &headers, &count, &total,
-                                                   0, 1, 0, 0, 0, 0, 0, nullptr, 0, 1);
+            const HRESULT listed = OrlGetEmailHeadersA(connection, mailbox, &table, &bookmark, 5, &headers, &count,
+                                                       &total, 0, 1, 0, 0, 0, 1, 0, nullptr, 0, 0);
+            EXPECT_EQ(0U, table);
             OrlMapiFreeBuffer(headers);
+            BYTE isPrivate = 0, high = 0, read = 0;
+            const HRESULT hr = OrlGetEmailFlags(connection, mailbox, static_cast<ULONG>(id.size()), id.data(),
+                                                &isPrivate, &high, &read);
+            EXPECT_TRUE(listed == 0 || listed == E_INVALIDARG) << NameOf(listed);
             if (hr == E_INVALIDARG)
                 break;
+            EXPECT_HR(0, hr);
             EXPECT_FALSE(wasClosed) << "an unknown connection worked";
             if (wasClosed)
                 break;
-            OrlMapiReleaseHandle(connection, &table, &bookmark);
             ++inside;
         }
     });
-    m_mailboxes.clear();
     EXPECT_EQ(0U, m_connection);
+    // A mailbox outlives the connection that opened it: it is the store itself.
+    m_mailboxes.clear();
+    reinterpret_cast<IMsgStore *>(mailbox)->Release();
 }

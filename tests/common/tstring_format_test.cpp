@@ -37,6 +37,7 @@ __attribute__((noinline)) void operator delete(void *memory, std::size_t) noexce
 namespace
 {
 
+using testing::_;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -89,6 +90,17 @@ TEST(Format, ARefusalWithNothingWrittenIsReportedTwiceAndGivesAnEmptyString)
                                      "(errno=#) for [%c%600s]")));
     for (const TraceCapture::Line &line : trace.Lines())
         EXPECT_EQ(line.value, 0x000F0008u);
+}
+
+TEST(Format, ARefusedFormatEndsWhateverTheRuntimeHadWrittenOfIt)
+{
+    for (const char *format : {"abc%", "abc%y", "%d abc%"}) {
+        TraceCapture trace;
+        tstring text("before");
+        text.Format(format, 1);
+        EXPECT_EQ(text, "");
+        EXPECT_THAT(trace.Texts(), ElementsAre(std::string("tstring::FormatV: Format error in [") + format + "]", _));
+    }
 }
 
 TEST(Format, ANulThatFitsIsPartOfTheText)

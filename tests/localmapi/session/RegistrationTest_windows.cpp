@@ -28,9 +28,10 @@ class Registration : public testing::Test
   protected:
     void SetUp() override
     {
-        ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, kStandIn, 0, nullptr, REG_OPTION_VOLATILE, KEY_ALL_ACCESS, nullptr,
-                                  &m_standIn, nullptr),
-                  ERROR_SUCCESS);
+        // Not volatile: a volatile key takes volatile children alone.
+        ASSERT_EQ(
+            RegCreateKeyExW(HKEY_CURRENT_USER, kStandIn, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &m_standIn, nullptr),
+            ERROR_SUCCESS);
         m_dll = LoadLibraryW(BesideThisProgram(L"localmapi.dll").c_str());
         ASSERT_NE(m_dll, nullptr);
         ASSERT_EQ(RegOverridePredefKey(HKEY_LOCAL_MACHINE, m_standIn), ERROR_SUCCESS);

@@ -1,11 +1,11 @@
 #include "Compose.h"
+#include "OpenFile.h"
 #include "Tags.h"
 #include "localmapi/storage/text.h"
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
-#include <fstream>
 #include <random>
 #include <system_error>
 
@@ -157,10 +157,9 @@ std::optional<Sender> senderNamed(const storage::Site &site, const std::string &
     if (user)
         return Sender{user->name, "EX", user->dn};
     for (const storage::Contact &contact : directory.contacts())
-        if (contact.smtp == text)
+        if (storage::foldCase(contact.smtp) == storage::foldCase(text))
             return Sender{contact.name, "SMTP", contact.smtp};
-    const std::size_t at = text.find('@');
-    if (at != std::string::npos && at > 0 && at + 1 < text.size())
+    if (storage::isSmtpAddress(text))
         return Sender{text, "SMTP", text};
     return std::nullopt;
 }
@@ -197,9 +196,7 @@ storage::MessageChanges compose(const Mail &mail, const storage::User &to, std::
 
 void attach(storage::MessageChanges &message, const std::filesystem::path &path, const std::string &mimeTag)
 {
-    std::ifstream file(path, std::ios::binary);
-    if (!file || std::filesystem::is_directory(path))
-        throw std::system_error(errno ? errno : EIO, std::generic_category(), "opening it");
+    std::ifstream file = openFile(path);
     auto data = std::make_shared<storage::Spool>();
     std::vector<char> piece(64 * 1024);
     std::uint64_t at = 0;

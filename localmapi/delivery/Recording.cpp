@@ -1,9 +1,9 @@
 #include "Recording.h"
+#include "OpenFile.h"
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
 #include <system_error>
 
 namespace localmapi::delivery
@@ -54,10 +54,8 @@ constexpr std::array<unsigned char, 16> kAsfHeader = {0x30, 0x26, 0xB2, 0x75, 0x
 
 std::optional<Recording> examineRecording(const std::filesystem::path &path)
 {
+    std::ifstream file = openFile(path);
     const std::uint64_t size = std::filesystem::file_size(path);
-    std::ifstream file(path, std::ios::binary);
-    if (!file)
-        throw std::system_error(errno ? errno : EIO, std::generic_category(), "opening it");
     std::array<unsigned char, 16> head{};
     file.read(reinterpret_cast<char *>(head.data()), head.size());
     const auto got = static_cast<std::size_t>(file.gcount());

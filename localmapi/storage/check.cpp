@@ -77,6 +77,8 @@ constexpr Rule kRules[] = {
      "(SELECT IFNULL(max(id), 0) + 1 FROM stream));"},
 };
 
+static_assert(std::size(kRules) + 3 == kCheckSteps); // and the pages, the sizes, the references
+
 std::string sentence(const Rule &rule, const std::string &about)
 {
     std::string text = rule.says;
@@ -102,7 +104,8 @@ void checkReferences(Connection &connection, std::vector<Finding> &findings)
                             false});
 }
 
-void checkRules(Connection &connection, std::vector<Finding> &findings, bool repair)
+void checkRules(Connection &connection, std::vector<Finding> &findings, bool repair,
+                const std::function<void()> &stepDone)
 {
     for (const Rule &rule : kRules) {
         std::size_t first = findings.size();
@@ -113,6 +116,7 @@ void checkRules(Connection &connection, std::vector<Finding> &findings, bool rep
         }
         if (repair && rule.repairs && findings.size() > first)
             connection.execute(rule.repairs);
+        stepDone();
     }
 }
 
@@ -135,31 +139,41 @@ void checkSizes(Connection &connection, std::vector<Finding> &findings, bool rep
     }
 }
 
-void checkAll(Connection &connection, std::vector<Finding> &findings, bool repair)
+void checkAll(Connection &connection, std::vector<Finding> &findings, bool repair,
+              const std::function<void(std::uint64_t)> &progress)
 {
+    std::uint64_t done = 0;
+    const auto stepDone = [&] {
+        ++done;
+        if (progress)
+            progress(done);
+    };
     checkPages(connection, findings);
     if (!findings.empty())
         return; // what a damaged file says about itself proves nothing
-    checkRules(connection, findings, repair);
+    stepDone();
+    checkRules(connection, findings, repair, stepDone);
     checkSizes(connection, findings, repair);
+    stepDone();
     checkReferences(connection, findings);
+    stepDone();
 }
 
 } // namespace
 
-std::vector<Finding> check(Site site, bool repair)
+std::vector<Finding> check(Site site, bool repair, const std::function<void(std::uint64_t)> &progress)
 {
     std::vector<Finding> findings;
     try {
         if (repair) {
             Writer writer(site.database());
-            checkAll(*writer, findings, true);
+            checkAll(*writer, findings, true, progress);
             if (!findings.empty()) // counts that are kept from before are no longer right
                 writer->execute("UPDATE facet SET change = change + 1");
             writer.commit();
         } else {
             Reader reader(site.database());
-            checkAll(*reader, findings, false);
+            checkAll(*reader, findings, false, progress);
         }
     } catch (const Error &error) {
         if (error.fault() != Fault::Corrupt)

@@ -1,6 +1,7 @@
 // The file's own examination: of its pages, and of what the rows say about each other.
 #pragma once
 #include "site.h"
+#include <functional>
 
 namespace localmapi::storage
 {
@@ -10,7 +11,9 @@ struct Finding {
     bool repaired = false;
 };
 
-// Reads everything; writes only when told to repair, in one transaction. No findings: all is well.
-std::vector<Finding> check(Site site, bool repair);
+// Reads everything; writes only when told to repair, in one transaction. No findings: all is well. `progress` hears how
+// many of the steps are done.
+inline constexpr std::uint64_t kCheckSteps = 15;
+std::vector<Finding> check(Site site, bool repair, const std::function<void(std::uint64_t)> &progress = {});
 
 } // namespace localmapi::storage

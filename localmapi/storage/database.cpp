@@ -66,6 +66,10 @@ std::shared_ptr<Database> Database::create(const std::string &path, const std::s
 {
     if (server.empty() || organization.empty())
         throw Error(Fault::Invalid, "A site needs the names of a server and of an organization.");
+    // Both are parts of distinguished names.
+    for (const std::string &name : {server, organization})
+        if (name.find_first_of("/=") != name.npos)
+            throw Error(Fault::Invalid, "'" + name + "' can't name a server or an organization: it holds '/' or '='.");
     if (isThere(path))
         throw Error(Fault::Collision, "'" + path + "' is there already.");
     std::shared_ptr<Database> database(new Database(path, options));

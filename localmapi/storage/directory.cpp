@@ -33,6 +33,12 @@ void requireFree(Writer &writer, const char *column, const std::string &value)
         throw Error(Fault::Collision, "'" + value + "' is in the directory already.");
 }
 
+void requireAddress(const std::string &smtp)
+{
+    if (!isSmtpAddress(smtp))
+        throw Error(Fault::Invalid, "'" + smtp + "' is no mail address.");
+}
+
 User userFrom(const Statement &row)
 {
     return {row.integer(0), row.text(1), row.text(2), row.text(3), row.text(4), row.integer(5) != 0, row.integer(6)};
@@ -95,12 +101,21 @@ std::string domainOf(const std::string &organization)
 
 } // namespace
 
+bool isSmtpAddress(std::string_view text)
+{
+    const std::size_t at = text.find('@');
+    return at != text.npos && at > 0 && at + 1 < text.size() && text.find('@', at + 1) == text.npos &&
+           text.find_first_of(" \t\r\n") == text.npos;
+}
+
 User Directory::addUser(const std::string &alias, const std::string &name, const std::string &smtp, bool service)
 {
     if (alias.empty() || alias.find_first_of("/=@ \t\r\n") != alias.npos)
         throw Error(Fault::Invalid, "'" + alias +
                                         "' can't be an alias: it must not be empty nor hold blanks, '/', "
                                         "'=' or '@'.");
+    if (!smtp.empty())
+        requireAddress(smtp);
     SiteInfo site = m_site.info();
     User user;
     user.alias = alias;
@@ -129,8 +144,9 @@ User Directory::addUser(const std::string &alias, const std::string &name, const
 
 Contact Directory::addContact(const std::string &name, const std::string &smtp)
 {
-    if (name.empty() || smtp.empty())
-        throw Error(Fault::Invalid, "A contact needs a name and an SMTP address.");
+    if (name.empty())
+        throw Error(Fault::Invalid, "A contact needs a name.");
+    requireAddress(smtp);
     Writer writer(m_site.database());
     requireFree(writer, "smtp_key", smtp);
     PropertyBag bag = personBag(name, "SMTP", smtp, smtp);

@@ -25,12 +25,16 @@ struct Contact {
     std::string name, smtp;
 };
 
+// One '@' with something on either side, and no blanks.
+bool isSmtpAddress(std::string_view text);
+
 class Directory
 {
   public:
     explicit Directory(Site site) : m_site(std::move(site)) {}
 
-    // An empty SMTP address becomes alias@<organization>.example in lower case. Collision on a known alias or address.
+    // An empty SMTP address becomes alias@<organization>.example in lower case. Collision on a known alias or address,
+    // Invalid for what is no alias or no address.
     User addUser(const std::string &alias, const std::string &name, const std::string &smtp = {}, bool service = false);
     Contact addContact(const std::string &name, const std::string &smtp);
 

@@ -1,8 +1,10 @@
 #include "Tool.h"
+#include "common/CommandLine.h"
+#include "common/Text.h"
 #include "localmapi/delivery/Compose.h"
 #include "localmapi/delivery/Fill.h"
+#include "localmapi/delivery/OpenFile.h"
 #include "localmapi/delivery/Recording.h"
-#include <fstream>
 #include <iterator>
 
 namespace localmapi::tool
@@ -33,15 +35,21 @@ Recording recordingIn(const std::string &file)
     throw Failure(file + ": this is neither a WAVE file nor Windows Media audio");
 }
 
+// Bodies are kept as UTF-8: anything else would come out broken much later.
 std::string readText(const std::string &file)
 {
-    std::ifstream stream(pathOf(file), std::ios::binary);
-    if (!stream || std::filesystem::is_directory(pathOf(file)))
-        throw Failure(file + ": it cannot be read");
-    return {std::istreambuf_iterator<char>(stream), {}};
+    std::string text;
+    try {
+        std::ifstream stream = openFile(pathOf(file));
+        text.assign(std::istreambuf_iterator<char>(stream), {});
+    } catch (const std::system_error &error) {
+        throw Failure(fileError(file, error));
+    }
+    if (!::tool::IsUtf8(text))
+        throw Failure(file + ": this is not text in UTF-8");
+    return text;
 }
 
-// Mail systems keep bodies as UTF-8 here: anything else would come out broken much later.
 std::string bodyOf(const DeliverOptions &options)
 {
     return options.bodyFile.empty() ? options.body : readText(options.bodyFile);
@@ -74,7 +82,7 @@ void deliverVoicemail(const Common &common, const DeliverOptions &options)
     const storage::User to = userNamed(site, options.to);
     const Recording recording = recordingIn(options.wav);
     if (options.seconds < 0 && !recording.seconds)
-        throw Misuse(options.wav + " does not tell how long it is: give --seconds");
+        throw ::tool::Misuse(options.wav + " does not tell how long it is: give --seconds");
 
     Voicemail voicemail;
     voicemail.number = options.number;

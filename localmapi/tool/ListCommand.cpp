@@ -57,6 +57,8 @@ void listFolder(const Common &common, const std::string &alias, const std::strin
     nlohmann::ordered_json document = nlohmann::ordered_json::array();
     const std::size_t width = static_cast<std::size_t>(std::max(60, ::tool::TerminalWidth()));
     storage::Place place = storage::Place::beginning();
+    std::uint64_t done = 0;
+    Progress progress("messages", common.json ? view.count() : 0); // lines show progress enough
     for (;;) {
         const std::vector<storage::Row> rows = view.read(place, storage::Direction::Forward, kPage, columns);
         for (const storage::Row &row : rows) {
@@ -86,6 +88,9 @@ void listFolder(const Common &common, const std::string &alias, const std::strin
             line.erase(line.find_last_not_of(' ') + 1);
             printLine(line);
         }
+        done += rows.size();
+        if (common.json)
+            progress.at(done);
         if (rows.size() < kPage)
             break;
         place = rows.back().after();

@@ -73,7 +73,11 @@ void addContact(const Common &common, const std::string &name, const std::string
 
 void checkSite(const Common &common, bool repair)
 {
-    const std::vector<storage::Finding> findings = storage::check(openSite(common, !repair), repair);
+    std::vector<storage::Finding> findings;
+    {
+        Progress progress("checks", storage::kCheckSteps);
+        findings = storage::check(openSite(common, !repair), repair, [&](std::uint64_t done) { progress.at(done); });
+    }
     const auto open = std::count_if(findings.begin(), findings.end(),
                                     [](const storage::Finding &finding) { return !finding.repaired; });
     if (common.json) {

@@ -18,13 +18,6 @@ class Failure : public std::runtime_error
     using std::runtime_error::runtime_error;
 };
 
-// Exit status 2: what was asked for makes no sense.
-class Misuse : public std::runtime_error
-{
-  public:
-    using std::runtime_error::runtime_error;
-};
-
 struct Common {
     std::string file; // --file; empty: as every MAPI client finds it
     bool json = false;

@@ -1,10 +1,7 @@
 // localmapi: makes and fills sites, and registers localmapi as Windows' mail client.
 #include "Tool.h"
-#include "common/Program.h"
+#include "common/CommandLine.h"
 #include "localmapi/storage/error.h"
-#include <CLI/CLI.hpp>
-#include <algorithm>
-#include <cstdio>
 
 namespace
 {
@@ -20,12 +17,26 @@ struct Arguments {
     bool isDefault = false, repair = false;
 };
 
+// What a command does; an argument that the storage refuses was a misuse.
+void onCommand(CLI::App &command, std::function<void()> action)
+{
+    command.callback([action = std::move(action)] {
+        try {
+            action();
+        } catch (const localmapi::storage::Error &error) {
+            if (error.fault() == localmapi::storage::Fault::Invalid)
+                throw ::tool::Misuse(error.what());
+            throw;
+        }
+    });
+}
+
 void addSiteCommands(CLI::App &app, Arguments &a)
 {
     auto *init = app.add_subcommand("init", "Make a site");
     init->add_option("--server", a.server, "The server's name, as clients will ask for it")->required();
     init->add_option("--organization", a.organization, "The organization's name")->required();
-    init->callback([&] { initSite(a.common, a.server, a.organization); });
+    onCommand(*init, [&] { initSite(a.common, a.server, a.organization); });
 
     auto *user = app.add_subcommand("user", "Users, each with a mailbox");
     user->require_subcommand(1);
@@ -34,19 +45,19 @@ void addSiteCommands(CLI::App &app, Arguments &a)
     addition->add_option("--name", a.newUser.name, "Full name, as the address book shows it")->required();
     addition->add_option("--smtp", a.newUser.smtp, "Mail address; ALIAS@ORGANIZATION.example without it");
     addition->add_flag("--service", a.newUser.service, "A service account: may open every mailbox");
-    addition->callback([&] { addUser(a.common, a.newUser); });
-    user->add_subcommand("list", "List the users")->callback([&] { listUsers(a.common); });
+    onCommand(*addition, [&] { addUser(a.common, a.newUser); });
+    onCommand(*user->add_subcommand("list", "List the users"), [&] { listUsers(a.common); });
 
     auto *contact = app.add_subcommand("contact", "People elsewhere");
     contact->require_subcommand(1);
     auto *contactAddition = contact->add_subcommand("add", "Add a contact");
     contactAddition->add_option("NAME", a.name, "Full name")->required();
     contactAddition->add_option("--smtp", a.smtp, "Mail address")->required();
-    contactAddition->callback([&] { addContact(a.common, a.name, a.smtp); });
+    onCommand(*contactAddition, [&] { addContact(a.common, a.name, a.smtp); });
 
     auto *check = app.add_subcommand("check", "Check the integrity of the file and of what is in it");
     check->add_flag("--repair", a.repair, "Mend what can be mended");
-    check->callback([&] { checkSite(a.common, a.repair); });
+    onCommand(*check, [&] { checkSite(a.common, a.repair); });
 }
 
 void addProfileCommands(CLI::App &app, Arguments &a)
@@ -57,11 +68,11 @@ void addProfileCommands(CLI::App &app, Arguments &a)
     addition->add_option("NAME", a.name, "The profile's name")->required();
     addition->add_option("--user", a.user, "Whose profile it is (a user's alias)")->required();
     addition->add_flag("--default", a.isDefault, "Make it the default profile");
-    addition->callback([&] { addProfile(a.common, a.name, a.user, a.isDefault); });
-    profile->add_subcommand("list", "List the profiles")->callback([&] { listProfiles(a.common); });
+    onCommand(*addition, [&] { addProfile(a.common, a.name, a.user, a.isDefault); });
+    onCommand(*profile->add_subcommand("list", "List the profiles"), [&] { listProfiles(a.common); });
     auto *removal = profile->add_subcommand("remove", "Remove a profile");
     removal->add_option("NAME", a.name, "The profile's name")->required();
-    removal->callback([&] { removeProfile(a.common, a.name); });
+    onCommand(*removal, [&] { removeProfile(a.common, a.name); });
 }
 
 void addTraits(CLI::App &command, DeliverOptions &delivery)
@@ -85,7 +96,7 @@ void addDeliverCommands(CLI::App &app, Arguments &a)
         ->check(CLI::Range(0, 0x7FFFFFFF));
     voicemail->add_option("--subject", d.subject, "Subject");
     addTraits(*voicemail, d);
-    voicemail->callback([&] { deliverVoicemail(a.common, a.delivery); });
+    onCommand(*voicemail, [&] { deliverVoicemail(a.common, a.delivery); });
 
     auto *mail = deliver->add_subcommand("mail", "An e-mail");
     mail->add_option("--to", d.to, "A user's alias")->required();
@@ -93,20 +104,18 @@ void addDeliverCommands(CLI::App &app, Arguments &a)
     mail->add_option("--subject", d.subject, "Subject")->required();
     auto *body = mail->add_option("--body", d.body, "Text");
     mail->add_option("--body-file", d.bodyFile, "A file with the text, in UTF-8")->excludes(body);
-    mail->add_option("--attach", d.attachments, "A file; may be given again")->expected(1)->take_all();
+    ::tool::Repeatable(mail->add_option("--attach", d.attachments, "A file; may be given again"));
     addTraits(*mail, d);
-    mail->callback([&] { deliverMail(a.common, a.delivery); });
+    onCommand(*mail, [&] { deliverMail(a.common, a.delivery); });
 
     auto *fax = deliver->add_subcommand("fax", "A fax, as a fax server delivers it");
     fax->add_option("--to", d.to, "A user's alias")->required();
-    fax->add_option("--attach", d.attachments, "A file with the pages; may be given again")
-        ->expected(1)
-        ->take_all()
+    ::tool::Repeatable(fax->add_option("--attach", d.attachments, "A file with the pages; may be given again"))
         ->required();
     d.creator = "Fax Server";
     fax->add_option("--creator", d.creator, "The fax server's name")->capture_default_str();
     fax->add_option("--from", d.from, "The sender's address");
-    fax->callback([&] { deliverFax(a.common, a.delivery); });
+    onCommand(*fax, [&] { deliverFax(a.common, a.delivery); });
 }
 
 void addMailboxCommands(CLI::App &app, Arguments &a)
@@ -116,7 +125,7 @@ void addMailboxCommands(CLI::App &app, Arguments &a)
     list->add_option("--folder", a.folder, "inbox, outbox, sent, deleted or calendar")
         ->check(CLI::IsMember({"inbox", "outbox", "sent", "deleted", "calendar"}))
         ->capture_default_str();
-    list->callback([&] { listFolder(a.common, a.user, a.folder); });
+    onCommand(*list, [&] { listFolder(a.common, a.user, a.folder); });
 
     auto *fill = app.add_subcommand("fill", "Put many messages into an Inbox, for trials and benchmarks");
     fill->add_option("--user", a.fill.user, "A user's alias")->required();
@@ -124,60 +133,31 @@ void addMailboxCommands(CLI::App &app, Arguments &a)
     fill->add_option("--mix", a.fill.mix, "Kinds, in turn: voicemail, mail, fax; all without it")
         ->delimiter(',')
         ->check(CLI::IsMember({"voicemail", "mail", "fax"}));
-    fill->callback([&] { fillMailbox(a.common, a.fill); });
+    onCommand(*fill, [&] { fillMailbox(a.common, a.fill); });
 
-    app.add_subcommand("register", "Windows: make localmapi the default mail client")->callback([] {
-        registerMailClient();
-    });
-    app.add_subcommand("unregister", "Windows: put the former default mail client back")->callback([] {
-        unregisterMailClient();
-    });
+    onCommand(*app.add_subcommand("register", "Windows: make localmapi the default mail client"),
+              [] { registerMailClient(); });
+    onCommand(*app.add_subcommand("unregister", "Windows: put the former default mail client back"),
+              [] { unregisterMailClient(); });
 }
 
-int Run(int argc, char **argv)
+void describe(CLI::App &app, Arguments &arguments)
 {
-    std::vector<std::string> words = ::tool::StartProgram(argc, argv);
-    CLI::App app{"localmapi: an Extended MAPI subsystem in one file.\n"
-                 "Exit status: 0 done, 1 failed, 2 used wrongly.",
-                 "localmapi"};
-    Arguments arguments;
     app.add_option("--file", arguments.common.file,
                    "The site's file; else LOCALMAPI_FILE, the registry's, the default");
     app.add_flag("--json", arguments.common.json, "Print one JSON document");
-    app.require_subcommand(1);
-    app.fallthrough();
     addSiteCommands(app, arguments);
     addProfileCommands(app, arguments);
     addDeliverCommands(app, arguments);
     addMailboxCommands(app, arguments);
-
-    try {
-        std::reverse(words.begin(), words.end()); // CLI11 takes them from the back
-        app.parse(std::move(words));
-    } catch (const CLI::Success &request) {
-        return app.exit(request); // --help
-    } catch (const CLI::ParseError &error) {
-        std::fprintf(stderr, "localmapi: %s\nRun localmapi --help for what can be asked.\n", error.what());
-        return 2;
-    } catch (const Misuse &misuse) {
-        std::fprintf(stderr, "localmapi: %s\n", misuse.what());
-        return 2;
-    }
-    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
-        std::fputs("localmapi: standard output could not be written\n", stderr);
-        return 1;
-    }
-    return 0;
 }
 
 } // namespace
 
 int main(int argc, char **argv)
 {
-    try {
-        return Run(argc, argv);
-    } catch (const std::exception &failure) {
-        std::fprintf(stderr, "localmapi: %s\n", failure.what());
-        return 1;
-    }
+    Arguments arguments;
+    return ::tool::RunCommandLine(
+        "localmapi", "localmapi: an Extended MAPI subsystem in one file.",
+        [&](CLI::App &app) { describe(app, arguments); }, argc, argv);
 }

@@ -32,7 +32,8 @@ expect 1 localmapi deliver voicemail --to alice --wav noise.wav
 err 'noise.wav: this is neither'
 expect 2 localmapi deliver voicemail --to alice
 expect 1 localmapi deliver voicemail --to alice --wav .
-err '^localmapi: .+'
+err '^localmapi: \.: .+'
+expect 2 localmapi deliver voicemail --to alice --wav hello.wav --seconds -1
 
 printf 'Dear Alice,\nsee the file.\n' >body.txt
 printf 'menu' >menu.pdf
@@ -48,6 +49,19 @@ err 'nobody'
 expect 2 localmapi deliver mail --to alice --from bob --subject "Hi" --body x --body-file body.txt
 expect 1 localmapi deliver mail --to alice --from bob --subject "Hi" --attach missing.pdf
 err 'missing.pdf'
+expect 1 localmapi deliver mail --to alice --from bob --subject "Hi" --body-file missing.txt
+err '^localmapi: missing\.txt: .+'
+printf 'caf\351' >latin.txt
+expect 1 localmapi deliver mail --to alice --from bob --subject "Hi" --body-file latin.txt
+err '^localmapi: latin\.txt: this is not text in UTF-8$'
+expect 2 localmapi deliver mail --to alice --from bob --subject "Hi" --attach menu.pdf hello.wav
+err '"hello\.wav" is not known here'
+expect 1 localmapi deliver mail --to alice --from @ --subject "Hi"
+# A folder is said to be one, whatever failed before.
+expect 1 localmapi deliver mail --to alice --from bob --subject "Hi" --attach .
+folder=$(cat err.txt)
+expect 1 localmapi deliver mail --to alice --from bob --subject "Hi" --body-file .
+equal "$(cat err.txt)" "$folder"
 
 expect 0 localmapi deliver fax --to bob --attach menu.pdf --creator "Fax Server" --from line1@fax.norvik.example
 expect 0 orlmapi --profile Voicemail --json list bob --fax --summary

@@ -35,6 +35,10 @@ json 'length == 1'
 expect 0 orlmapi --json profiles
 json 'map(.name) == ["Voicemail"]'
 
+# A fax server's name is one word, wherever the mailbox stands.
+expect 0 orlmapi --profile Voicemail --json list --fax-server One --fax-server Two alice --fax --count 2
+json 'length <= 2'
+
 expect 2 orlmapi list
 expect 2 orlmapi list alice --count 0
 expect 2 orlmapi list alice --count many

@@ -52,6 +52,15 @@ moved=$(run localmapi --json list --user alice --folder deleted | jq -r '.[0].en
 expect 0 orlmapi --profile Voicemail save alice "$moved" 0 moved.wav
 same hello.wav moved.wav
 
+# What a message holds is no command to the terminal.
+printf 'red \033[31m\tend\n' >body.txt
+expect 0 localmapi deliver mail --to bob --from alice --subject "$(printf 'clear\033[2J')" --body-file body.txt
+id=$(run orlmapi --profile Voicemail --json list bob | jq -r '.[0].entryId')
+expect 0 orlmapi --profile Voicemail text bob "$id"
+equal "$(cat out.txt)" "$(printf 'Subject: clear [2J\n\nred  [31m\tend')"
+expect 0 orlmapi --profile Voicemail --json text bob "$id"
+json '.body == "red \u001b[31m\tend\n"'
+
 expect 2 orlmapi --profile Voicemail show alice xyz
 err 'is not an entry ID'
 expect 2 orlmapi --profile Voicemail show alice ABC

@@ -12,6 +12,13 @@ expect 2 localmapi init --server NORVIK1
 err '^localmapi: .*--organization'
 expect 2 localmapi
 expect 2 localmapi frobnicate
+err '^localmapi: "frobnicate" is not known here$'
+expect 2 localmapi user --frobnicate
+err '^localmapi: "--frobnicate" is not known here$'
+expect 2 localmapi --file other.db init --server NORVIK1 --organization "Norvik A/S"
+err "^localmapi: 'Norvik A/S' can't name a server or an organization"
+expect 2 localmapi --file other.db init --server "" --organization Norvik
+[ ! -e other.db ] && good || bad "other.db was made"
 expect 0 localmapi --help
 out 'deliver'
 
@@ -23,12 +30,18 @@ expect 0 localmapi user add vm --name "Voicemail Service" --service
 expect 1 localmapi user add alice --name "Another Alice"
 err '^localmapi: .+'
 expect 2 localmapi user add
+expect 2 localmapi user add "a b" --name "A B"
+err "^localmapi: 'a b' can't be an alias"
+expect 2 localmapi user add carl --name "Carl" --smtp nowhere
+err "^localmapi: 'nowhere' is no mail address"
 expect 0 localmapi --json user list
 json 'map(.alias) == ["alice", "jiri", "vm"] and .[2].service and .[0].smtp == "alice@norvik.example"'
 expect 0 localmapi user list
 out '^jiri +Jiří Čáp +jiri@norvik.example$'
 expect 0 localmapi contact add "Dora Doe" --smtp dora@elsewhere.example
 expect 2 localmapi contact add "Dora Doe"
+expect 2 localmapi contact add "Ed Eel" --smtp "ed eel@elsewhere.example"
+expect 2 localmapi contact add "" --smtp ed@elsewhere.example
 
 expect 0 localmapi profile add Voicemail --user vm --default
 expect 0 localmapi profile add Other --user alice

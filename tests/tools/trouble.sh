@@ -5,6 +5,8 @@ expect 0 orlmapi --help
 out 'Exit status'
 expect 2 orlmapi
 expect 2 orlmapi --frobnicate
+err '^orlmapi: "--frobnicate" is not known here$'
+err '^Run orlmapi --help'
 expect 0 orlmapi error 0x8004010f
 out '^0x8004010f MAPI_E_NOT_FOUND$'
 expect 0 orlmapi --json error -2147221233
@@ -14,6 +16,8 @@ out '^0x80041234 has no name$'
 expect 2 orlmapi error twelve
 err '"twelve" is not a result code'
 expect 2 orlmapi error 0x1800400005
+expect 2 orlmapi error 0x-1
+expect 2 orlmapi error 0x
 
 # No site at all.
 expect 1 orlmapi list alice
@@ -38,6 +42,14 @@ expect 0 orlmapi --server NORVIK1 --mailbox nobody --json list alice --um
 json 'length == 1'
 expect 1 orlmapi --server NOSUCH --mailbox vm list alice --um
 err '^orlmapi: opening the mailbox alice: 0x80040115 MAPI_E_NETWORK_ERROR$'
+
+# Words that are no UTF-8 would name something else; on Windows arguments are UTF-16.
+if [ -z "$suffix" ]; then
+    broken=$(printf 'caf\351')
+    expect 2 localmapi user add carl --name "$broken"
+    err '^localmapi: an argument is not UTF-8: '
+    expect 2 orlmapi list "$broken"
+fi
 
 # A file that is cut short is refused, and stays as it is.
 head -c 5000 site.db >cut.db

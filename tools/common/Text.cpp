@@ -40,6 +40,12 @@ template <class Table> bool In(const Table &table, char32_t code)
     return false;
 }
 
+// What a terminal would take for a command.
+bool IsControl(char32_t code)
+{
+    return code < 0x20 || (code >= 0x7F && code < 0xA0);
+}
+
 std::size_t WidthOf(char32_t code)
 {
     return In(kZeroWidth, code) ? 0 : In(kDoubleWidth, code) ? 2 : 1;
@@ -70,6 +76,12 @@ std::string ToUtf8(std::basic_string_view<WCHAR> wide)
 std::string ToUtf8(const WCHAR *wide)
 {
     return wide ? ToUtf8(std::basic_string_view<WCHAR>(wide)) : std::string();
+}
+
+bool IsUtf8(std::string_view text)
+{
+    return text.empty() || MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text.data(),
+                                               static_cast<int>(text.size()), nullptr, 0) != 0;
 }
 
 std::string ToHex(const std::uint8_t *bytes, std::size_t count)
@@ -126,7 +138,7 @@ std::string Fit(std::string_view utf8, std::size_t columns)
         if (used + width > room)
             break;
         used += width;
-        if (code < 0x20 || code == 0x7F)
+        if (IsControl(code))
             fitted += ' ';
         else
             fitted.append(utf8.substr(from, at - from));
@@ -137,6 +149,25 @@ std::string Fit(std::string_view utf8, std::size_t columns)
     }
     fitted.append(columns - used, ' ');
     return fitted;
+}
+
+std::string Clean(std::string_view utf8)
+{
+    return Fit(utf8, Columns(utf8));
+}
+
+std::string CleanText(std::string_view utf8)
+{
+    std::string clean;
+    for (std::size_t at = 0; at < utf8.size();) {
+        const std::size_t from = at;
+        const char32_t code = Next(utf8, at);
+        if (IsControl(code) && code != '\n' && code != '\r' && code != '\t')
+            clean += ' ';
+        else
+            clean.append(utf8.substr(from, at - from));
+    }
+    return clean;
 }
 
 } // namespace tool

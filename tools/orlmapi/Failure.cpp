@@ -28,3 +28,9 @@ void Check(HRESULT hr, const std::string &tried)
     if (FAILED(hr))
         throw Failure(tried, hr);
 }
+
+void CheckDone(HRESULT hr, const std::string &tried)
+{
+    if (hr != S_OK)
+        throw Failure(tried, hr);
+}

@@ -11,13 +11,6 @@ class Failure : public std::runtime_error
     Failure(const std::string &tried, HRESULT hr);
 };
 
-// What the user gave cannot be: exit status 2.
-class Misuse : public std::runtime_error
-{
-  public:
-    using std::runtime_error::runtime_error;
-};
-
 // "0x8004010f MAPI_E_NOT_FOUND"; the number alone where the code has no name.
 std::string Describe(HRESULT hr);
 // The symbolic name, empty where there is none.
@@ -25,3 +18,5 @@ std::string NameOf(HRESULT hr);
 
 // Throws a Failure unless hr is a success.
 void Check(HRESULT hr, const std::string &tried);
+// The same where a success with a warning means that not all was done.
+void CheckDone(HRESULT hr, const std::string &tried);

@@ -56,9 +56,9 @@ void ShowText(const Common &common, const std::string &mailboxName, const EntryI
         PrintJson({{"subject", subject}, {"body", body}});
         return;
     }
-    PrintLine("Subject: " + subject);
+    PrintLine("Subject: " + tool::Clean(subject));
     PrintLine("");
-    PrintLine(body);
+    PrintLine(tool::CleanText(body));
 }
 
 void SaveAttachment(const Common &common, const std::string &mailboxName, const EntryId &entryId, ULONG number,
@@ -89,8 +89,9 @@ void MarkRead(const Common &common, const std::string &mailboxName, const EntryI
 void DeleteMessage(const Common &common, const std::string &mailboxName, const EntryId &entryId)
 {
     const Mailbox mailbox(common.logon, mailboxName);
-    Check(OrlDeleteEmail(mailbox.connection(), mailbox.handle(), static_cast<ULONG>(entryId.size()), entryId.data()),
-          "deleting the message");
+    CheckDone(
+        OrlDeleteEmail(mailbox.connection(), mailbox.handle(), static_cast<ULONG>(entryId.size()), entryId.data()),
+        "deleting the message");
     if (common.json)
         PrintJson({{"deleted", true}});
     else

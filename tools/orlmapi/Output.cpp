@@ -77,11 +77,11 @@ namespace
 {
 
 // Columns: submitted 19, flags 3, seconds 5, size 9, attachments 3, and who takes what the terminal has left.
-constexpr std::size_t kFixedColumns = 19 + 3 + 5 + 9 + 3 + 5;
+constexpr int kFixedColumns = 19 + 3 + 5 + 9 + 3 + 5;
 
 std::size_t WhoColumns()
 {
-    return std::max<std::size_t>(12, static_cast<std::size_t>(tool::TerminalWidth()) - kFixedColumns - 1);
+    return static_cast<std::size_t>(std::max(12, tool::TerminalWidth() - kFixedColumns - 1));
 }
 
 std::string Row(const std::string &submitted, const std::string &flags, const std::string &seconds,
@@ -123,9 +123,10 @@ void PrintHeader(const EmailHeaderW &header)
     PrintLine("  " + tool::ToHex(header.pEntryID, header.cbEntryID));
     for (ULONG i = 0; i < header.cAttachments; ++i) {
         const AttachmentInfoW &attachment = header.pAttachments[i];
-        PrintLine(
-            "  attachment " + std::to_string(attachment.ulAttachNum) + ": " + ToUtf8(attachment.pszFilename) +
-            (attachment.pszMimeTag && attachment.pszMimeTag[0] ? " (" + ToUtf8(attachment.pszMimeTag) + ")" : "") +
-            ", " + std::to_string(attachment.ulSize) + " bytes");
+        const std::string mimeTag = ToUtf8(attachment.pszMimeTag);
+        PrintLine("  attachment " + std::to_string(attachment.ulAttachNum) + ": " +
+                  tool::Clean(ToUtf8(attachment.pszFilename)) +
+                  (mimeTag.empty() ? "" : " (" + tool::Clean(mimeTag) + ")") + ", " +
+                  std::to_string(attachment.ulSize) + " bytes");
     }
 }

@@ -1,6 +1,7 @@
 #include "Commands.h"
 #include "Failure.h"
 #include "Output.h"
+#include "common/CommandLine.h"
 #include <charconv>
 
 void ListProfiles(const Common &common)
@@ -48,12 +49,15 @@ void ExplainError(const Common &common, const std::string &code)
     const bool hexadecimal = digits.starts_with("0x") || digits.starts_with("0X");
     if (hexadecimal)
         digits.remove_prefix(2);
+    // A sign is for decimal numbers.
+    const bool wrongSign = hexadecimal && digits.starts_with('-');
     long long number = 0;
     const auto [end, error] =
         std::from_chars(digits.data(), digits.data() + digits.size(), number, hexadecimal ? 16 : 10);
-    if (error != std::errc() || end != digits.data() + digits.size() || number < INT32_MIN || number > UINT32_MAX)
-        throw Misuse("\"" + code +
-                     "\" is not a result code: 0x and hexadecimal digits, or a decimal number, of 32 bits");
+    if (wrongSign || error != std::errc() || end != digits.data() + digits.size() || number < INT32_MIN ||
+        number > UINT32_MAX)
+        throw tool::Misuse("\"" + code +
+                           "\" is not a result code: 0x and hexadecimal digits, or a decimal number, of 32 bits");
     const auto hr = static_cast<HRESULT>(static_cast<std::uint32_t>(number));
     const std::string name = NameOf(hr);
     if (common.json)

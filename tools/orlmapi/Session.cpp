@@ -1,11 +1,12 @@
 #include "Session.h"
 #include "Failure.h"
+#include "common/CommandLine.h"
 
 EntryId ParseEntryId(const std::string &hex)
 {
     if (auto bytes = tool::FromHex(hex))
         return *bytes;
-    throw Misuse("\"" + hex + "\" is not an entry ID: an even number of hexadecimal digits is wanted");
+    throw tool::Misuse("\"" + hex + "\" is not an entry ID: an even number of hexadecimal digits is wanted");
 }
 
 Connection::Connection()

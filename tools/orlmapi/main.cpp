@@ -1,9 +1,6 @@
 // orlmapi: a command line over the library's exports, for operators and integrators.
 #include "Commands.h"
-#include "Failure.h"
-#include "common/Program.h"
-#include <CLI/CLI.hpp>
-#include <cstdio>
+#include "common/CommandLine.h"
 
 namespace
 {
@@ -28,9 +25,8 @@ void AddListCommand(CLI::App &app, Common &common, ListOptions &options)
     list->add_flag("--read", options.read, "Read messages (without it: unread ones)");
     list->add_flag("--priority", options.priority, "Messages of high priority (without it: the others)");
     list->add_flag("--summary", options.summary, "Summary mode; with --fax read and unread alike");
-    list->add_option("--fax-server", options.faxServers, "A fax server's name; may be given up to 10 times")
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    tool::Repeatable(
+        list->add_option("--fax-server", options.faxServers, "A fax server's name; may be given up to 10 times"));
     list->add_flag("--attachments", options.attachments, "Show attachments too");
     list->add_option("--count", options.count, "Messages a page")->check(CLI::Range(1, 1000000))->capture_default_str();
     list->add_flag("--reverse", options.reverse, "Begin with the newest page");
@@ -83,56 +79,33 @@ void AddMessageCommands(CLI::App &app, Common &common, MessageArguments &argumen
     });
 }
 
-int Run(int argc, char **argv)
-{
-    std::vector<std::string> words = tool::StartProgram(argc, argv);
-    CLI::App app{"A command line over OrlMapi32: users' mailboxes through Extended MAPI.\n"
-                 "Exit status: 0 done, 1 failed, 2 used wrongly.",
-                 "orlmapi"};
+struct Arguments {
     Common common;
-    auto *profileOption = app.add_option("--profile", common.logon.profile, "Log on with this profile");
-    auto *server = app.add_option("--server", common.logon.server, "Without a profile: the Exchange server's name");
-    auto *mailbox = app.add_option("--mailbox", common.logon.mailbox, "Without a profile: the mailbox to log on as");
-    server->needs(mailbox)->excludes(profileOption);
-    mailbox->needs(server)->excludes(profileOption);
-    app.add_flag("--json", common.json, "Print one JSON document");
-    app.require_subcommand(1);
-    app.fallthrough();
-
     std::string profile, code;
-    ListOptions listOptions;
-    MessageArguments messageArguments;
-    AddProfileCommands(app, common, profile, code);
-    AddListCommand(app, common, listOptions);
-    AddMessageCommands(app, common, messageArguments);
+    ListOptions list;
+    MessageArguments message;
+};
 
-    try {
-        std::reverse(words.begin(), words.end()); // CLI11 takes them from the back
-        app.parse(std::move(words));
-    } catch (const CLI::Success &request) {
-        return app.exit(request); // --help
-    } catch (const CLI::ParseError &error) {
-        std::fprintf(stderr, "orlmapi: %s\nRun orlmapi --help for what can be asked.\n", error.what());
-        return 2;
-    } catch (const Misuse &misuse) {
-        std::fprintf(stderr, "orlmapi: %s\n", misuse.what());
-        return 2;
-    }
-    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
-        std::fputs("orlmapi: standard output could not be written\n", stderr);
-        return 1;
-    }
-    return 0;
+void Describe(CLI::App &app, Arguments &arguments)
+{
+    LogonOptions &logon = arguments.common.logon;
+    auto *profile = app.add_option("--profile", logon.profile, "Log on with this profile");
+    auto *server = app.add_option("--server", logon.server, "Without a profile: the Exchange server's name");
+    auto *mailbox = app.add_option("--mailbox", logon.mailbox, "Without a profile: the mailbox to log on as");
+    server->needs(mailbox)->excludes(profile);
+    mailbox->needs(server)->excludes(profile);
+    app.add_flag("--json", arguments.common.json, "Print one JSON document");
+    AddProfileCommands(app, arguments.common, arguments.profile, arguments.code);
+    AddListCommand(app, arguments.common, arguments.list);
+    AddMessageCommands(app, arguments.common, arguments.message);
 }
 
 } // namespace
 
 int main(int argc, char **argv)
 {
-    try {
-        return Run(argc, argv);
-    } catch (const std::exception &failure) {
-        std::fprintf(stderr, "orlmapi: %s\n", failure.what());
-        return 1;
-    }
+    Arguments arguments;
+    return tool::RunCommandLine(
+        "orlmapi", "A command line over OrlMapi32: users' mailboxes through Extended MAPI.",
+        [&](CLI::App &app) { Describe(app, arguments); }, argc, argv);
 }

@@ -43,6 +43,15 @@ class Checks : public SiteTest
     ObjectId id = 0, other = 0;
 };
 
+TEST_F(Checks, EveryStepIsTold)
+{
+    std::vector<std::uint64_t> told;
+    EXPECT_TRUE(check(site, false, [&](std::uint64_t done) { told.push_back(done); }).empty());
+    ASSERT_EQ(told.size(), kCheckSteps);
+    for (std::uint64_t step = 0; step < kCheckSteps; ++step)
+        EXPECT_EQ(told[step], step + 1);
+}
+
 TEST_F(Checks, OfASoundFileFindNothing)
 {
     EXPECT_EQ(told(false), "");

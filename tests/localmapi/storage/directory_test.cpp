@@ -88,6 +88,11 @@ TEST_F(DirectoryTest, ContactsHaveANameAndAnAddressElsewhere)
     EXPECT_EQ(*objects.read(zed.id).get<std::string>(kAddressType), "SMTP");
     EXPECT_EQ(faultOf([&] { directory.addContact("", "x@else.example"); }), Fault::Invalid);
     EXPECT_EQ(faultOf([&] { directory.addContact("x", ""); }), Fault::Invalid);
+    for (const char *address : {"x", "@", "x@", "@x", "x@y@z", "x y@z", "x@y\n"}) {
+        EXPECT_EQ(faultOf([&] { directory.addContact("x", address); }), Fault::Invalid) << address;
+        EXPECT_EQ(faultOf([&] { directory.addUser("x", "X", address); }), Fault::Invalid) << address;
+    }
+    EXPECT_FALSE(directory.userByAlias("x"));
 }
 
 TEST_F(DirectoryTest, AMailboxIsOpenToItsOwnerAndToServiceAccounts)

@@ -88,6 +88,10 @@ TEST_F(Sites, ThatCannotBeMadeAreNotThere)
 {
     EXPECT_EQ(faultOf([&] { Site::create(path, "", "O"); }), Fault::Invalid);
     EXPECT_EQ(faultOf([&] { Site::create(path, "S", ""); }), Fault::Invalid);
+    for (const char *name : {"S/T", "S=T", "/"}) { // they are parts of distinguished names
+        EXPECT_EQ(faultOf([&] { Site::create(path, name, "O"); }), Fault::Invalid) << name;
+        EXPECT_EQ(faultOf([&] { Site::create(path, "S", name); }), Fault::Invalid) << name;
+    }
     EXPECT_FALSE(fs::exists(pathOf(path)));
     EXPECT_EQ(faultOf([&] { Site::create(folder.file("no/such/folder.db"), "S", "O"); }), Fault::NoAccess);
 }

@@ -1,9 +1,8 @@
-// Proves where the cursor of a table stands and what a read returns: QueryRows, SeekRow, SeekRowApprox,
-// QueryPosition, GetRowCount and bookmarks, over rows in memory and over a folder alike.
+// Proves where the cursor of a table stands and what a read returns: QueryRows, SeekRow, SeekRowApprox, QueryPosition
+// and GetRowCount, over rows in memory and over a folder alike.
 #include "TableFixture.h"
 
 #include <limits>
-#include <set>
 
 namespace localmapi::test
 {
@@ -127,39 +126,6 @@ TEST_P(CursorTest, T05_TheCountIsARequestThatAShortTableAnswersWithLess)
     EXPECT_EQ(Read(table, kLongMax), "a b c");
 }
 
-TEST_P(CursorTest, T06_EveryRowHasTheColumnsInOrderAndAnErrorWhereAPropertyIsAbsent)
-{
-    auto table = TableOf({Row("a", {Long(kNumber, 7)}), Row("b")});
-    ASSERT_EQ(table->SetColumns(Tags{kNumber, kLabel, kAbsentText}, 0), S_OK);
-    Rows rows;
-    ASSERT_EQ(table->QueryRows(2, 0, rows.put()), S_OK);
-    ASSERT_EQ(rows.size(), 2u);
-    for (ULONG row = 0; row < 2; ++row) {
-        ASSERT_EQ(rows[row].cValues, 3u);
-        EXPECT_EQ(rows[row].lpProps[1].ulPropTag, kLabel);
-        EXPECT_EQ(rows[row].lpProps[2].ulPropTag, CHANGE_PROP_TYPE(kAbsentText, PT_ERROR));
-        EXPECT_EQ(rows[row].lpProps[2].Value.err, MAPI_E_NOT_FOUND);
-    }
-    EXPECT_EQ(rows[0].lpProps[0].ulPropTag, kNumber);
-    EXPECT_EQ(rows[0].lpProps[0].Value.l, 7);
-    EXPECT_EQ(rows[1].lpProps[0].ulPropTag, CHANGE_PROP_TYPE(kNumber, PT_ERROR));
-    EXPECT_EQ(rows[1].lpProps[0].Value.err, MAPI_E_NOT_FOUND);
-}
-
-TEST_P(CursorTest, T07_EachRowIsABlockOfItsOwn)
-{
-    auto table = Letters("abc");
-    SRowSet *rows = nullptr;
-    ASSERT_EQ(table->QueryRows(3, 0, &rows), S_OK);
-    std::set<SPropValue *> blocks;
-    for (ULONG row = 0; row < rows->cRows; ++row) {
-        blocks.insert(rows->aRow[row].lpProps);
-        EXPECT_EQ(MAPIFreeBuffer(rows->aRow[row].lpProps), 0u);
-    }
-    EXPECT_EQ(blocks.size(), 3u);
-    EXPECT_EQ(MAPIFreeBuffer(rows), 0u);
-}
-
 struct Seek {
     BOOKMARK origin;
     LONG start;
@@ -212,106 +178,6 @@ TEST_P(CursorTest, T10_SeekRowOnAnEmptyTableMovesNothing)
             EXPECT_EQ(table->SeekRow(origin, count, &moved), S_OK);
             EXPECT_EQ(moved, 0);
         }
-}
-
-TEST_P(CursorTest, T11_AnUnknownBookmarkIsInvalid)
-{
-    auto table = Letters();
-    ASSERT_EQ(table->SeekRow(BOOKMARK_BEGINNING, 2, nullptr), S_OK);
-    LONG moved = 0;
-    EXPECT_EQ(table->SeekRow(3, 1, &moved), MAPI_E_INVALID_BOOKMARK);
-    EXPECT_EQ(table->SeekRow(0xFFFFFFFF, 1, &moved), MAPI_E_INVALID_BOOKMARK);
-    EXPECT_EQ(Position(table), 2u);
-}
-
-TEST_P(CursorTest, T11_AFreedBookmarkIsInvalid)
-{
-    auto table = Letters();
-    BOOKMARK bookmark = 0;
-    ASSERT_EQ(table->CreateBookmark(&bookmark), S_OK);
-    EXPECT_GT(bookmark, BOOKMARK_END);
-    ASSERT_EQ(table->FreeBookmark(bookmark), S_OK);
-    EXPECT_EQ(table->SeekRow(bookmark, 0, nullptr), MAPI_E_INVALID_BOOKMARK);
-    EXPECT_EQ(table->FreeBookmark(bookmark), MAPI_E_INVALID_BOOKMARK);
-}
-
-TEST_P(CursorTest, T11_ABookmarkBringsTheCursorBack)
-{
-    auto table = Letters();
-    ASSERT_EQ(table->SeekRow(BOOKMARK_BEGINNING, 3, nullptr), S_OK);
-    BOOKMARK bookmark = 0;
-    ASSERT_EQ(table->CreateBookmark(&bookmark), S_OK);
-    ASSERT_EQ(table->SeekRow(BOOKMARK_BEGINNING, 0, nullptr), S_OK);
-    LONG moved = 99;
-    EXPECT_EQ(table->SeekRow(bookmark, 0, &moved), S_OK);
-    EXPECT_EQ(moved, 0);
-    EXPECT_EQ(Read(table, 1), "d");
-    EXPECT_EQ(table->SeekRow(bookmark, -2, &moved), S_OK);
-    EXPECT_EQ(moved, -2);
-    EXPECT_EQ(Read(table, 1), "b");
-}
-
-TEST_P(CursorTest, T12_TheThreePredefinedBookmarksAreFirstNextAndAfterLast)
-{
-    auto table = Letters();
-    ASSERT_EQ(table->SeekRow(BOOKMARK_END, 0, nullptr), S_OK);
-    EXPECT_EQ(Position(table), 5u);
-    EXPECT_EQ(Read(table, 1), "");
-    ASSERT_EQ(table->SeekRow(BOOKMARK_BEGINNING, 0, nullptr), S_OK);
-    EXPECT_EQ(Position(table), 0u);
-    EXPECT_EQ(Read(table, 2), "a b");
-    ASSERT_EQ(table->SeekRow(BOOKMARK_CURRENT, 0, nullptr), S_OK);
-    EXPECT_EQ(Read(table, 1), "c");
-}
-
-TEST_P(CursorTest, T12_ABookmarkAtTheEndStaysAfterTheLastRow)
-{
-    auto table = Letters();
-    ASSERT_EQ(table->SeekRow(BOOKMARK_END, 0, nullptr), S_OK);
-    BOOKMARK bookmark = 0;
-    ASSERT_EQ(table->CreateBookmark(&bookmark), S_OK);
-    ASSERT_EQ(table->SeekRow(BOOKMARK_BEGINNING, 0, nullptr), S_OK);
-    EXPECT_EQ(table->SeekRow(bookmark, 0, nullptr), S_OK);
-    EXPECT_EQ(Position(table), 5u);
-}
-
-TEST_P(CursorTest, T13_FreeingAPredefinedBookmarkChangesNothing)
-{
-    auto table = Letters();
-    for (BOOKMARK predefined : {BOOKMARK_BEGINNING, BOOKMARK_CURRENT, BOOKMARK_END}) {
-        EXPECT_EQ(table->FreeBookmark(predefined), S_OK);
-        EXPECT_EQ(table->SeekRow(predefined, 0, nullptr), S_OK);
-    }
-    EXPECT_EQ(table->FreeBookmark(4711), MAPI_E_INVALID_BOOKMARK);
-}
-
-TEST_P(CursorTest, T13_ReleasingTheTableFreesItsBookmarks)
-{
-    auto table = Letters();
-    for (int i = 0; i < 10; ++i) {
-        BOOKMARK bookmark = 0;
-        ASSERT_EQ(table->CreateBookmark(&bookmark), S_OK);
-    }
-    // The fixture counts what is left.
-}
-
-TEST_P(CursorTest, T14_BookmarksRunOutAtALimitAndAreToBeHadAgainAfterOneIsFreed)
-{
-    auto table = Letters();
-    EXPECT_EQ(table->CreateBookmark(nullptr), MAPI_E_INVALID_PARAMETER);
-    std::set<BOOKMARK> bookmarks;
-    BOOKMARK bookmark = 0;
-    HRESULT hr = S_OK;
-    for (int i = 0; i < 100000 && hr == S_OK; ++i) {
-        hr = table->CreateBookmark(&bookmark);
-        if (hr == S_OK) {
-            EXPECT_TRUE(bookmarks.insert(bookmark).second);
-        }
-    }
-    EXPECT_EQ(hr, MAPI_E_UNABLE_TO_COMPLETE);
-    EXPECT_GE(bookmarks.size(), 100u);
-    ASSERT_EQ(table->FreeBookmark(*bookmarks.begin()), S_OK);
-    EXPECT_EQ(table->CreateBookmark(&bookmark), S_OK);
 }
 
 TEST_P(CursorTest, T24_QueryPositionIsTheNextRowToBeRead)
@@ -385,65 +251,6 @@ TEST_P(CursorTest, T26_TheRowCountIsExactAndFollowsTheRestriction)
     EXPECT_EQ(table->GetRowCount(0x10, &count), MAPI_E_UNKNOWN_FLAGS);
 }
 
-// What happens to cursor and bookmarks when the folder changes under the table.
-class ChangingTable : public testing::Test
-{
-  protected:
-    ChangingTable()
-    {
-        for (const char *label : {"a", "b", "c", "d", "e"})
-            m_ids.push_back(m_mailbox.Add(Row(label)));
-        m_table = m_mailbox.Contents();
-        EXPECT_EQ(m_table->SetColumns(Tags{kLabel}, 0), S_OK);
-        EXPECT_EQ(m_table->SortTable(Sort{{kLabel, TABLE_SORT_ASCEND}}, 0), S_OK);
-    }
-    BOOKMARK MarkAt(LONG row)
-    {
-        BOOKMARK bookmark = 0;
-        EXPECT_EQ(m_table->SeekRow(BOOKMARK_BEGINNING, row, nullptr), S_OK);
-        EXPECT_EQ(m_table->CreateBookmark(&bookmark), S_OK);
-        EXPECT_EQ(m_table->SeekRow(BOOKMARK_BEGINNING, 0, nullptr), S_OK);
-        return bookmark;
-    }
-
-    LiveCountsAreZeroAtTheEnd m_counts;
-    Mailbox m_mailbox;
-    std::vector<EntryIdBytes> m_ids;
-    Ref<IMAPITable> m_table;
-};
-
-TEST_F(ChangingTable, T11_ABookmarkWhoseRowIsGoneLeadsToTheNextRowWithAWarning)
-{
-    const BOOKMARK bookmark = MarkAt(2);
-    m_mailbox.Delete(m_ids[2]);
-    LONG moved = 99;
-    EXPECT_EQ(m_table->SeekRow(bookmark, 0, &moved), MAPI_W_POSITION_CHANGED);
-    EXPECT_EQ(moved, 0);
-    EXPECT_EQ(Read(m_table, 1), "d");
-}
-
-TEST_F(ChangingTable, T11_ABookmarkWhoseRowStaysFollowsItThroughOtherChanges)
-{
-    const BOOKMARK bookmark = MarkAt(2);
-    m_mailbox.Delete(m_ids[0]);
-    m_mailbox.Add(Row("aa"));
-    m_mailbox.Add(Row("bb"));
-    EXPECT_EQ(m_table->SeekRow(bookmark, 0, nullptr), S_OK);
-    EXPECT_EQ(Read(m_table, 1), "c");
-    EXPECT_EQ(m_table->SeekRow(bookmark, -1, nullptr), S_OK);
-    EXPECT_EQ(Read(m_table, 1), "bb");
-}
-
-TEST_F(ChangingTable, T11_ABookmarkOnTheLastRowLeadsToTheEndWhenItIsGone)
-{
-    const BOOKMARK bookmark = MarkAt(4);
-    m_mailbox.Delete(m_ids[4]);
-    EXPECT_EQ(m_table->SeekRow(bookmark, 0, nullptr), MAPI_W_POSITION_CHANGED);
-    EXPECT_EQ(Read(m_table, 1), "");
-    EXPECT_EQ(m_table->SeekRow(bookmark, -1, nullptr), MAPI_W_POSITION_CHANGED);
-    EXPECT_EQ(Read(m_table, 1), "d");
-}
-
 TEST_F(ChangingTable, T02_PagesNeitherRepeatNorSkipRowsWhenRowsGoBehindTheCursor)
 {
     EXPECT_EQ(Read(m_table, 2), "a b");
@@ -457,6 +264,19 @@ TEST_F(ChangingTable, T02_TheRowAtTheCursorMayGo)
     EXPECT_EQ(Read(m_table, 2), "a b");
     m_mailbox.Delete(m_ids[2]);
     EXPECT_EQ(Read(m_table, 2), "d e");
+}
+
+TEST_F(ChangingTable, T22_TheCursorIsNeverAnInvalidBookmarkWhateverBecomesOfItsRow)
+{
+    EXPECT_EQ(Read(m_table, 2), "a b");
+    for (const EntryIdBytes &id : m_ids)
+        m_mailbox.Delete(id);
+    Tree tree;
+    EXPECT_EQ(m_table->FindRow(tree.Exist(kLabel), BOOKMARK_CURRENT, 0), MAPI_E_NOT_FOUND);
+    EXPECT_EQ(m_table->FindRow(tree.Exist(kLabel), BOOKMARK_CURRENT, DIR_BACKWARD), MAPI_E_NOT_FOUND);
+    m_mailbox.Add(Row("bb"));
+    EXPECT_EQ(m_table->FindRow(tree.Exist(kLabel), BOOKMARK_CURRENT, 0), S_OK);
+    EXPECT_EQ(Read(m_table, 1), "bb");
 }
 
 TEST_F(ChangingTable, T02_ARowAddedAtTheEndIsReadByAReaderThatWaitsThere)
@@ -473,19 +293,6 @@ TEST_F(ChangingTable, T26_TheRowCountFollowsTheFolder)
     m_mailbox.Delete(m_ids[1]);
     EXPECT_EQ(m_table->GetRowCount(0, &count), S_OK);
     EXPECT_EQ(count, 4u);
-}
-
-// Attachment tables keep no bookmarks.
-TEST(AttachmentTableTest, T14_AttachmentTablesHaveNoBookmarks)
-{
-    LiveCountsAreZeroAtTheEnd counts;
-    Mailbox mailbox;
-    auto message = mailbox.NewMessage();
-    Ref<IMAPITable> table;
-    ASSERT_EQ(message->GetAttachmentTable(0, table.put()), S_OK);
-    BOOKMARK bookmark = 0;
-    EXPECT_EQ(table->CreateBookmark(&bookmark), MAPI_E_NO_SUPPORT);
-    EXPECT_EQ(table->FreeBookmark(BOOKMARK_BEGINNING), MAPI_E_NO_SUPPORT);
 }
 
 } // namespace

@@ -105,6 +105,12 @@ class AnyTable : public testing::TestWithParam<Home>
             rows.push_back(Row(names[*letter - 'a'], {Long(kNumber, *letter - 'a')}));
         return TableOf(rows);
     }
+    // The labels of the rows that satisfy a restriction; a refusal by its name.
+    static std::string Matching(const Ref<IMAPITable> &table, SRestriction *restriction)
+    {
+        const HRESULT hr = table->Restrict(restriction, 0);
+        return hr == S_OK ? Read(table, 1000) : CodeName(hr);
+    }
     static ULONG Position(const Ref<IMAPITable> &table)
     {
         ULONG row = 0;
@@ -116,6 +122,33 @@ class AnyTable : public testing::TestWithParam<Home>
 
     LiveCountsAreZeroAtTheEnd m_counts;
     std::optional<Mailbox> m_mailbox;
+};
+
+// What happens to cursor and bookmarks when the folder changes under the table.
+class ChangingTable : public testing::Test
+{
+  protected:
+    ChangingTable()
+    {
+        for (const char *label : {"a", "b", "c", "d", "e"})
+            m_ids.push_back(m_mailbox.Add(Row(label)));
+        m_table = m_mailbox.Contents();
+        EXPECT_EQ(m_table->SetColumns(Tags{kLabel}, 0), S_OK);
+        EXPECT_EQ(m_table->SortTable(Sort{{kLabel, TABLE_SORT_ASCEND}}, 0), S_OK);
+    }
+    BOOKMARK MarkAt(LONG row)
+    {
+        BOOKMARK bookmark = 0;
+        EXPECT_EQ(m_table->SeekRow(BOOKMARK_BEGINNING, row, nullptr), S_OK);
+        EXPECT_EQ(m_table->CreateBookmark(&bookmark), S_OK);
+        EXPECT_EQ(m_table->SeekRow(BOOKMARK_BEGINNING, 0, nullptr), S_OK);
+        return bookmark;
+    }
+
+    LiveCountsAreZeroAtTheEnd m_counts;
+    Mailbox m_mailbox;
+    std::vector<EntryIdBytes> m_ids;
+    Ref<IMAPITable> m_table;
 };
 
 } // namespace localmapi::test

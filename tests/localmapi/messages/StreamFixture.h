@@ -1,0 +1,34 @@
+// A message whose properties are opened as streams.
+#pragma once
+#include "Mailbox.h"
+
+namespace localmapi::test
+{
+
+inline constexpr ULONG kBytes = PROP_TAG(PT_BINARY, 0x6A22);
+
+class StreamTest : public testing::Test
+{
+  protected:
+    // A stream for writing a new property of a new message.
+    Ref<IStream> NewStream(ULONG tag = kBytes)
+    {
+        Ref<IStream> stream;
+        EXPECT_CODE(OpenStream(m_message.get(), tag, MAPI_CREATE | MAPI_MODIFY, stream), S_OK);
+        return stream;
+    }
+    static std::string Read(IStream *stream, ULONG size)
+    {
+        std::string bytes(size, '\0');
+        ULONG read = 0;
+        EXPECT_CODE(stream->Read(bytes.data(), size, &read), S_OK);
+        bytes.resize(read);
+        return bytes;
+    }
+
+    LiveCountsAreZeroAtTheEnd m_counts;
+    Mailbox m_mailbox;
+    Ref<IMessage> m_message = m_mailbox.NewMessage();
+};
+
+} // namespace localmapi::test

@@ -1,7 +1,6 @@
-# Shared by the scripts of this folder. They all run from the top of the project, wherever they are called from.
+# Shared by the scripts of this folder. They may be called from any folder.
 set -euo pipefail
 TOP=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-CALLER_DIR=$PWD
 ALL_PRESETS=(linux linux-asan linux-tsan windows-x86)
 
 say() { printf '%s\n' "$*" >&2; }

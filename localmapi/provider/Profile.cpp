@@ -189,6 +189,13 @@ void Profile::ChangeSection(const storage::Guid &uid, const storage::PropertyBag
         bag.set(property.tag, property.value);
 }
 
+void RequireProfileName(const std::string &name)
+{
+    Require(!Trimmed(name).empty(), "an empty profile name");
+    if (WideFromUtf8(name).size() > cchProfileNameMax)
+        throw Failure(MAPI_E_STRING_TOO_LONG, "A profile's name has at most 64 characters.");
+}
+
 void MakeProfile(const storage::Site &site, const std::string &name)
 {
     storage::Profiles profiles(site);

@@ -56,6 +56,9 @@ class Profile
     mutable std::optional<Kept> m_kept;
 };
 
+// MAPI_E_INVALID_PARAMETER for a blank name, MAPI_E_STRING_TOO_LONG for one that MAPI has no room for.
+void RequireProfileName(const std::string &name);
+
 // A new profile without services. MAPI_E_NO_ACCESS when there is one of that name.
 void MakeProfile(const storage::Site &site, const std::string &name);
 

@@ -3,7 +3,6 @@
 #include "ComObject.h"
 #include "ErrorText.h"
 #include "MemoryTable.h"
-#include "NameMatch.h"
 #include "Profile.h"
 #include "ProfileTags.h"
 #include "PropertyConvert.h"
@@ -64,9 +63,7 @@ std::string NewName(const TCHAR *name, ULONG flags)
 {
     Require(name != nullptr, "the profile's name");
     std::string text = Utf8FromClient(name, flags);
-    Require(!Trimmed(text).empty(), "an empty profile name");
-    if (WideFromUtf8(text).size() > cchProfileNameMax)
-        throw Failure(MAPI_E_STRING_TOO_LONG, "A profile's name has at most 64 characters.");
+    RequireProfileName(text);
     return text;
 }
 

@@ -1,6 +1,8 @@
+#include "ErrorText.h"
 #include "Profile.h"
 #include "SiteFile.h"
 #include "Tool.h"
+#include "common/CommandLine.h"
 #include "common/Text.h"
 #include <algorithm>
 
@@ -9,6 +11,11 @@ namespace localmapi::tool
 
 void addProfile(const Common &common, const std::string &name, const std::string &user, bool makeDefault)
 {
+    try {
+        RequireProfileName(name);
+    } catch (const localmapi::Failure &failure) {
+        throw ::tool::Misuse(failure.text());
+    }
     const auto site = std::make_shared<storage::Site>(openSite(common));
     if (storage::Profiles(*site).find(name))
         throw Failure("there is a profile " + name + " already");

@@ -47,6 +47,11 @@ expect 0 localmapi profile add Voicemail --user vm --default
 expect 0 localmapi profile add Other --user alice
 expect 1 localmapi profile add Voicemail --user vm
 err 'Voicemail'
+expect 2 localmapi profile add " " --user vm
+expect 2 localmapi profile add "$(printf '%065d' 0)" --user vm
+err 'at most 64 characters'
+expect 0 localmapi profile add "$(printf '%064d' 0)" --user vm
+expect 0 localmapi profile remove "$(printf '%064d' 0)"
 expect 1 localmapi profile add Third --user nobody
 err 'nobody'
 expect 0 localmapi --json profile list

@@ -23,6 +23,19 @@ expect 0 localmapi deliver voicemail --to alice --wav talk.wma --seconds 5 --fro
 expect 0 orlmapi --profile Voicemail --json list alice --um --attachments
 json '.[1].attachments[0].mimeTag == "audio/x-ms-wma" and .[1].name == "Zoë"'
 
+# A second that has begun counts; a recording that was cut off is as long as what is there.
+wave long.wav 9
+for case in 8000:1 8001:2 16000:2; do
+    head -c $((44 + ${case%:*})) long.wav >cut.wav
+    expect 0 localmapi deliver voicemail --to alice --wav cut.wav
+    expect 0 orlmapi --profile Voicemail --json list alice --um
+    json --argjson seconds "${case#*:}" '.[-1].seconds == $seconds'
+done
+printf '\377\377\377\377' | dd of=long.wav bs=1 seek=40 conv=notrunc 2>/dev/null
+expect 0 localmapi deliver voicemail --to alice --wav long.wav
+expect 0 orlmapi --profile Voicemail --json list alice --um
+json '.[-1].seconds == 9'
+
 expect 1 localmapi deliver voicemail --to nobody --wav hello.wav
 err '^localmapi: there is no user nobody$'
 expect 1 localmapi deliver voicemail --to alice --wav missing.wav

@@ -4,6 +4,8 @@ site
 wave hello.wav 2
 run localmapi deliver voicemail --to alice --wav hello.wav --from-number +15550100 --from-name Bob --urgent >/dev/null
 expect 0 orlmapi --profile Voicemail --json list alice --um --priority --attachments
+json '.[0] | keys_unsorted == ["entryId", "senderName", "creatorName", "comment", "submitTime", "read", "private", "highPriority", "size", "seconds", "number", "name", "offset", "messagesReceived", "attachments"]'
+json '.[0].attachments[0] | keys_unsorted == ["number", "size", "mimeTag", "fileName"]'
 id=$(jq -r '.[0].entryId' out.txt)
 number=$(jq -r '.[0].attachments[0].number' out.txt)
 
@@ -13,6 +15,8 @@ expect 0 orlmapi --profile Voicemail show alice "$id"
 out "^  $id$"
 expect 0 orlmapi --profile Voicemail --json flags alice "$id"
 json '. == {"private": false, "highPriority": true, "read": false}'
+expect 0 orlmapi --profile Voicemail --json text alice "$id"
+json 'keys_unsorted == ["subject", "body"] and (.subject | startswith("Voice Mail from Bob")) and (.body | length > 0)'
 expect 0 orlmapi --profile Voicemail text alice "$id"
 out '^Subject: Voice Mail from Bob'
 

@@ -49,6 +49,13 @@ if [ -z "$suffix" ]; then
     expect 2 localmapi user add carl --name "$broken"
     err '^localmapi: an argument is not UTF-8: '
     expect 2 orlmapi list "$broken"
+    # Output that goes nowhere is a failure.
+    for program in localmapi orlmapi; do
+        status=0
+        run $program --help >/dev/full 2>err.txt || status=$?
+        equal "$status" 1
+        err "^$program: standard output could not be written$"
+    done
 fi
 
 # A file that is cut short is refused, and stays as it is.
@@ -57,4 +64,15 @@ cp cut.db before.db
 LOCALMAPI_FILE=$work/cut.db expect 1 localmapi user list
 err 'cut.db'
 same cut.db before.db
+
+# A page of nothing in the middle of the file is found and, being no matter of counts, not repaired.
+run localmapi fill --user alice --count 300 >/dev/null
+cp site.db holed.db
+pages=$(($(wc -c <holed.db) / 4096))
+dd if=/dev/zero of=holed.db bs=4096 seek=$((pages / 2)) count=1 conv=notrunc 2>/dev/null
+expect 1 localmapi --file holed.db check
+out '^damaged: '
+err '^localmapi: [0-9]+ findings'
+expect 1 localmapi --file holed.db --json check --repair
+json '(.ok | not) and (.findings | length > 0) and all(.findings[]; .repaired | not)'
 finish

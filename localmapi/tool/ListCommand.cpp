@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <ctime>
 #include <map>
+#include <optional>
 
 namespace localmapi::tool
 {
@@ -58,7 +59,9 @@ void listFolder(const Common &common, const std::string &alias, const std::strin
     const std::size_t width = static_cast<std::size_t>(std::max(60, ::tool::TerminalWidth()));
     storage::Place place = storage::Place::beginning();
     std::uint64_t done = 0;
-    Progress progress("messages", common.json ? view.count() : 0); // lines show progress enough
+    std::optional<Progress> progress; // lines show progress enough
+    if (common.json)
+        progress.emplace("messages", view.count());
     for (;;) {
         const std::vector<storage::Row> rows = view.read(place, storage::Direction::Forward, kPage, columns);
         for (const storage::Row &row : rows) {
@@ -89,12 +92,13 @@ void listFolder(const Common &common, const std::string &alias, const std::strin
             printLine(line);
         }
         done += rows.size();
-        if (common.json)
-            progress.at(done);
+        if (progress)
+            progress->at(done);
         if (rows.size() < kPage)
             break;
         place = rows.back().after();
     }
+    progress.reset();
     if (common.json)
         printJson(document);
 }

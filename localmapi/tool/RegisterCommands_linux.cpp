@@ -3,14 +3,14 @@
 namespace localmapi::tool
 {
 
-void registerMailClient()
+void registerMailClient(const Common &)
 {
     throw Failure("there is nothing to register here: programs use the libmapi32.so.1 beside them");
 }
 
-void unregisterMailClient()
+void unregisterMailClient(const Common &common)
 {
-    registerMailClient();
+    registerMailClient(common);
 }
 
 } // namespace localmapi::tool

@@ -33,16 +33,22 @@ void call(const char *entryPoint, const char *tried)
 
 } // namespace
 
-void registerMailClient()
+void registerMailClient(const Common &common)
 {
     call("DllRegisterServer", "localmapi could not be made the default mail client");
-    printLine("localmapi is the default mail client");
+    if (common.json)
+        printJson({{"registered", true}});
+    else
+        printLine("localmapi is the default mail client");
 }
 
-void unregisterMailClient()
+void unregisterMailClient(const Common &common)
 {
     call("DllUnregisterServer", "the former default mail client could not be put back");
-    printLine("the former default mail client is put back");
+    if (common.json)
+        printJson({{"registered", false}});
+    else
+        printLine("the former default mail client is put back");
 }
 
 } // namespace localmapi::tool

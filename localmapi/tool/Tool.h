@@ -85,7 +85,7 @@ void fillMailbox(const Common &common, const FillOptions &options);
 void listFolder(const Common &common, const std::string &user, const std::string &folder);
 
 // Windows: the default mail client. Elsewhere there is none, and they say so.
-void registerMailClient();
-void unregisterMailClient();
+void registerMailClient(const Common &common);
+void unregisterMailClient(const Common &common);
 
 } // namespace localmapi::tool

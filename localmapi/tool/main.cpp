@@ -136,9 +136,9 @@ void addMailboxCommands(CLI::App &app, Arguments &a)
     onCommand(*fill, [&] { fillMailbox(a.common, a.fill); });
 
     onCommand(*app.add_subcommand("register", "Windows: make localmapi the default mail client"),
-              [] { registerMailClient(); });
+              [&] { registerMailClient(a.common); });
     onCommand(*app.add_subcommand("unregister", "Windows: put the former default mail client back"),
-              [] { unregisterMailClient(); });
+              [&] { unregisterMailClient(a.common); });
 }
 
 void describe(CLI::App &app, Arguments &arguments)

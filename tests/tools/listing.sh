@@ -39,6 +39,22 @@ json 'map(.name) == ["Voicemail"]'
 expect 0 orlmapi --profile Voicemail --json list --fax-server One --fax-server Two alice --fax --count 2
 json 'length <= 2'
 
+expect 2 orlmapi list alice $(printf -- '--fax-server S%d ' 1 2 3 4 5 6 7 8 9 10 11)
+err '^orlmapi: --fax-server can be given 10 times only$'
+expect 0 orlmapi --json list alice --fax --count 1 $(printf -- '--fax-server S%d ' 1 2 3 4 5 6 7 8 9 10)
+
+# On a terminal the progress of --all is gone before the next line is written.
+if [ -z "$suffix" ] && command -v script >/dev/null; then
+    script -qec "'$bin/orlmapi' --profile Voicemail list alice --um --priority --all --count 3" /dev/null >out.txt </dev/null
+    out "of $want messages"
+    sed 's/\r$//; s/[0-9]* of [0-9]* messages\r\x1b\[K//g; s/^\r//' out.txt >shown.txt
+    equal "$(grep -cE '^20[0-9-]{8} [0-9:]{8} ' shown.txt)" "$want"
+    [ "$(wc -c <shown.txt)" -lt "$(wc -c <out.txt)" ] && good || bad "no progress was shown"
+    script -qec "'$bin/orlmapi' --profile Voicemail --json list alice --um --priority --all --count 3" /dev/null >out.txt </dev/null
+    sed 's/^.*\r\x1b\[K//' out.txt >shown.txt
+    equal "$(jq length shown.txt)" "$want"
+fi
+
 expect 2 orlmapi list
 expect 2 orlmapi list alice --count 0
 expect 2 orlmapi list alice --count many

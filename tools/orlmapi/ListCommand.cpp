@@ -1,11 +1,15 @@
 #include "Commands.h"
 #include "Failure.h"
 #include "Output.h"
+#include "common/CommandLine.h"
 #include "common/Program.h"
 #include <cstdio>
 
 namespace
 {
+
+// The library uses no more names than these.
+constexpr std::size_t kFaxServerLimit = 10;
 
 // One listing of a mailbox, page after page; gives the table and bookmark back at its end.
 class Listing
@@ -53,29 +57,47 @@ class Listing
     bool m_first = true;
 };
 
-void ShowProgress(ULONG done, ULONG total)
+// A line on a terminal that is gone before anything else is written there.
+class Progress
 {
-    if (tool::IsTerminal(2))
+  public:
+    Progress() = default;
+    ~Progress() { Clear(); }
+    Progress(const Progress &) = delete;
+    Progress &operator=(const Progress &) = delete;
+    void Show(ULONG done, ULONG total)
+    {
+        if (!tool::IsTerminal(2))
+            return;
+        std::fflush(stdout);
         std::fprintf(stderr, "\r%u of %u messages", static_cast<unsigned>(done), static_cast<unsigned>(total));
-}
+        m_shown = true;
+    }
+    void Clear()
+    {
+        if (std::exchange(m_shown, false))
+            std::fputs("\r\033[K", stderr);
+    }
 
-void EndProgress()
-{
-    if (tool::IsTerminal(2))
-        std::fputs("\r\033[K", stderr);
-}
+  private:
+    bool m_shown = false;
+};
 
 } // namespace
 
 void ListHeaders(const Common &common, const ListOptions &options)
 {
+    if (options.faxServers.size() > kFaxServerLimit)
+        throw tool::Misuse("--fax-server can be given " + std::to_string(kFaxServerLimit) + " times only");
     const Mailbox mailbox(common.logon, options.mailbox);
     Listing listing(mailbox, options);
     nlohmann::ordered_json document = nlohmann::ordered_json::array();
     ULONG done = 0;
+    Progress progress;
     while (true) {
         Result<EmailHeaderW> page;
         const ULONG count = listing.Next(page);
+        progress.Clear();
         if (done == 0 && count > 0 && !common.json)
             PrintHeaderHeading();
         for (ULONG i = 0; i < count; ++i) {
@@ -87,10 +109,8 @@ void ListHeaders(const Common &common, const ListOptions &options)
         done += count;
         if (!options.all || count < static_cast<ULONG>(options.count))
             break;
-        ShowProgress(done, listing.total());
+        progress.Show(done, listing.total());
     }
-    if (options.all)
-        EndProgress();
     if (common.json)
         PrintJson(document);
     else

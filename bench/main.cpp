@@ -39,13 +39,24 @@ class Collector : public benchmark::ConsoleReporter
                 const std::size_t slash = name.find('/');
                 const auto reference = m_nanoseconds.find(pair.reference + name.substr(slash));
                 if (name.substr(0, slash) == pair.figure && reference != m_nanoseconds.end())
-                    std::printf("%-70s %-20s %12.1f us %12.1f us   ratio %.2f\n", pair.meaning,
-                                name.substr(slash + 1).c_str(), time / 1000, reference->second / 1000,
-                                time / reference->second);
+                    std::printf("%-70s %-12s %10s %10s   ratio %.2f\n", pair.meaning, name.substr(slash + 1).c_str(),
+                                Shown(time).c_str(), Shown(reference->second).c_str(), time / reference->second);
             }
     }
 
   private:
+    static std::string Shown(double nanoseconds)
+    {
+        char text[32];
+        if (nanoseconds < 1000)
+            std::snprintf(text, sizeof text, "%.1f ns", nanoseconds);
+        else if (nanoseconds < 1e7)
+            std::snprintf(text, sizeof text, "%.1f us", nanoseconds / 1e3);
+        else
+            std::snprintf(text, sizeof text, "%.1f ms", nanoseconds / 1e6);
+        return text;
+    }
+
     std::map<std::string, double> m_nanoseconds;
 };
 

@@ -19,7 +19,7 @@ std::uint32_t little(const unsigned char *bytes)
 
 // Seconds of a WAVE file: the data chunk's bytes by the format chunk's bytes a second. A data chunk that claims more
 // than the file holds (a recorder that was cut off leaves 0 or 0xFFFFFFFF) counts what is there.
-std::optional<std::int32_t> waveSeconds(std::ifstream &file, std::uint64_t fileSize)
+std::optional<std::int32_t> waveSeconds(std::istream &file, std::uint64_t fileSize)
 {
     std::uint32_t bytesASecond = 0;
     std::uint64_t at = 12;
@@ -52,10 +52,8 @@ constexpr std::array<unsigned char, 16> kAsfHeader = {0x30, 0x26, 0xB2, 0x75, 0x
 
 } // namespace
 
-std::optional<Recording> examineRecording(const std::filesystem::path &path)
+std::optional<Recording> examineRecording(std::istream &file, std::uint64_t size)
 {
-    std::ifstream file = openFile(path);
-    const std::uint64_t size = std::filesystem::file_size(path);
     std::array<unsigned char, 16> head{};
     file.read(reinterpret_cast<char *>(head.data()), head.size());
     const auto got = static_cast<std::size_t>(file.gcount());
@@ -67,6 +65,12 @@ std::optional<Recording> examineRecording(const std::filesystem::path &path)
     if (got == head.size() && head == kAsfHeader)
         return Recording{"audio/x-ms-wma", std::nullopt};
     return std::nullopt;
+}
+
+std::optional<Recording> examineRecording(const std::filesystem::path &path)
+{
+    std::ifstream file = openFile(path);
+    return examineRecording(file, std::filesystem::file_size(path));
 }
 
 } // namespace localmapi::delivery

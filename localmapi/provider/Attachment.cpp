@@ -163,7 +163,7 @@ void Attachment::OpenEmbedded(ULONG flags, const IID &iid, IUnknown **object)
         draft = *m_draft.embedded;
     if (stored && fresh) {
         // A new message in the place of the old one: what that had goes.
-        for (const storage::Property &property : m_store->objects.read(stored, 0))
+        for (const storage::Property &property : m_store->objects.readUpTo(stored, 0))
             draft.properties.Remove(storage::tagId(property.tag));
         draft.recipients.emplace();
         for (const storage::ObjectInfo &attachment : m_store->objects.attachments(stored))

@@ -101,7 +101,7 @@ ObjectInfo Objects::info(ObjectId id) const
     return getObject(*reader, id).info;
 }
 
-PropertyBag Objects::read(ObjectId id, std::uint64_t longest) const
+PropertyBag Objects::readUpTo(ObjectId id, std::uint64_t longest) const
 {
     Reader reader(m_site.database());
     return readAll(*reader, getObject(*reader, id), longest);

@@ -61,8 +61,10 @@ class Objects
     // Reading. Values longer than `longest` bytes come as StoredStream.
     static constexpr std::uint64_t kLongest = 32 * 1024;
     std::optional<ObjectInfo> find(ObjectId id) const;
-    ObjectInfo info(ObjectId id) const;                                    // NotFound
-    PropertyBag read(ObjectId id, std::uint64_t longest = kLongest) const; // everything
+    ObjectInfo info(ObjectId id) const; // NotFound
+    // Everything, or the properties of these tags that there are.
+    PropertyBag read(ObjectId id) const { return readUpTo(id, kLongest); }
+    PropertyBag readUpTo(ObjectId id, std::uint64_t longest) const;
     PropertyBag read(ObjectId id, const std::vector<Tag> &tags, std::uint64_t longest = kLongest) const;
     std::vector<ObjectInfo> attachments(ObjectId message) const; // by number
     std::vector<PropertyBag> recipients(ObjectId message,

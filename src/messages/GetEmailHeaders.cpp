@@ -174,6 +174,7 @@ HRESULT CMAPIImpl::GetEmailHeaders(IMsgStore *pIMsgStore, DWORD *phContentsTable
     const ULONG cRows = rows ? rows->cRows : 0;
     hr = operation.Stage([&]() -> HRESULT {
         HRESULT running = hr;
+        headers.reserve(cRows);
         for (ULONG i = 0; i < cRows && SUCCEEDED(running); ++i) {
             operation.Detail("Processing message %d of %d", static_cast<int>(i), static_cast<int>(cRows));
             Header header;

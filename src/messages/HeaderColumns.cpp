@@ -3,7 +3,6 @@
 #include <ExchangeMapi.h>
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <iterator>
 #include <string_view>
 
@@ -23,9 +22,10 @@ struct HeaderColumn {
     Decoder into; // null where the property is asked for and not kept
 };
 
+// `part` is ASCII in lower case.
 bool ContainsWhateverTheCase(std::string_view text, std::string_view part)
 {
-    const auto same = [](unsigned char c, char wanted) { return std::tolower(c) == wanted; };
+    const auto same = [](char c, char wanted) { return (c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c) == wanted; };
     return std::search(text.begin(), text.end(), part.begin(), part.end(), same) != text.end();
 }
 
@@ -124,15 +124,24 @@ constexpr HeaderColumn kHeaderColumns[] = {
 };
 constexpr ULONG kHeaderColumnCount = static_cast<ULONG>(std::size(kHeaderColumns));
 
+// The decoder of a property; null for none. A row has its values in the order of the columns, so that the i-th is
+// looked for at the i-th place first.
+Decoder DecoderOf(ULONG ulPropTag, ULONG i)
+{
+    if (i < kHeaderColumnCount && kHeaderColumns[i].ulPropTag == ulPropTag)
+        return kHeaderColumns[i].into;
+    for (const HeaderColumn &column : kHeaderColumns)
+        if (column.ulPropTag == ulPropTag)
+            return column.into;
+    return nullptr;
+}
+
 // A value that came back as an error has another tag than the one asked for, and so fills nothing.
 void Decode(const SPropValue *values, ULONG cValues, const Reading &reading, Header &header)
 {
     for (ULONG i = 0; values && i < cValues; ++i)
-        for (const HeaderColumn &column : kHeaderColumns)
-            if (column.ulPropTag == values[i].ulPropTag && column.into) {
-                column.into(values[i], reading, header);
-                break;
-            }
+        if (const Decoder into = DecoderOf(values[i].ulPropTag, i))
+            into(values[i], reading, header);
 }
 
 } // namespace

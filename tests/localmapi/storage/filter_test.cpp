@@ -26,7 +26,7 @@ class Filters : public SiteTest
         View view(site, inbox(), filter);
         bool inFile = view.count() == 1;
         EXPECT_EQ(view.read(Place::beginning(), Direction::Forward, 2, {}).size(), inFile ? 1u : 0u);
-        EXPECT_EQ(matches(filter, objects.read(id, UINT64_MAX)), inFile);
+        EXPECT_EQ(matches(filter, objects.readUpTo(id, UINT64_MAX)), inFile);
         objects.removeMessages({id});
         return inFile;
     }

@@ -44,7 +44,7 @@ class ObjectsTest : public SiteTest
     }
     void expectRich(ObjectId id) const
     {
-        PropertyBag bag = objects.read(id, 1 << 20);
+        PropertyBag bag = objects.readUpTo(id, 1 << 20);
         EXPECT_EQ(*bag.get<std::string>(kSubject), "rich");
         EXPECT_EQ(*bag.get<std::string>(kMessageClass), "IPM.Note");
         EXPECT_EQ(*bag.get<std::int32_t>(kImportance), 2);
@@ -60,7 +60,7 @@ class ObjectsTest : public SiteTest
         std::vector<ObjectInfo> attachments = objects.attachments(id);
         ASSERT_EQ(attachments.size(), 3u);
         EXPECT_EQ(attachments[1].number, 4);
-        EXPECT_EQ(objects.read(attachments[1].id, 1 << 20).get<Bytes>(kAttachData)->size(), 600000u);
+        EXPECT_EQ(objects.readUpTo(attachments[1].id, 1 << 20).get<Bytes>(kAttachData)->size(), 600000u);
         ObjectId inner = objects.embeddedMessage(attachments[2].id);
         ASSERT_NE(inner, 0);
         EXPECT_EQ(*objects.read(inner).get<std::string>(kSubject), "inner");
@@ -365,7 +365,7 @@ TEST_F(ObjectsTest, ValuesInStreamsAreCopiedFromOneObjectToAnother)
     StoredStream stream = *objects.read(from).get<StoredStream>(kAttachData);
     ObjectId to = add("to", {{kAttachData, stream}});
     objects.removeMessages({from});
-    EXPECT_EQ(objects.read(to, 1 << 20).get<Bytes>(kAttachData)->size(), 100000u);
+    EXPECT_EQ(objects.readUpTo(to, 1 << 20).get<Bytes>(kAttachData)->size(), 100000u);
     EXPECT_EQ(faultOf([&] { add("late", {{kAttachData, stream}}); }), Fault::NotFound);
     // Its own value, as it was read, is no change.
     StoredStream own = *objects.read(to).get<StoredStream>(kAttachData);

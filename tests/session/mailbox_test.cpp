@@ -88,6 +88,17 @@ TEST_F(MailboxTest, ClosingSucceedsWhateverTheStoreSays)
     EXPECT_THAT(LiveObjects(), testing::UnorderedElementsAre("Session", "Store(default)"));
 }
 
+TEST_F(MailboxTest, AnExceptionWhileClosingStillReleasesAndUncountsTheStore)
+{
+    Connect();
+    ASSERT_EQ(Open(), S_OK);
+    mapi.script.Tell("Store.StoreLogoff", Does([] { throw 1; }));
+    EXPECT_EQ(OrlMapiDisconnectFromMailbox(hConnection, mailbox), E_UNEXPECTED);
+    mailbox = 0;
+    EXPECT_EQ(Counter(), 0);
+    EXPECT_THAT(LiveObjects(), testing::UnorderedElementsAre("Session", "Store(default)"));
+}
+
 TEST_F(MailboxTest, ClosingNoMailboxIsTraced)
 {
     EXPECT_EQ(OrlMapiDisconnectFromMailbox(hConnection, 0), S_OK);

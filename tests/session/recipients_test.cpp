@@ -112,6 +112,14 @@ TEST_F(RecipientsTest, NoTextAndNoNamesAreRefused)
     EXPECT_THAT(Calls(), IsEmpty());
 }
 
+TEST_F(RecipientsTest, HavingNoRecipientsIsTracedAsADecisionAndTheEntryAsACall)
+{
+    EXPECT_EQ(Create(";"), E_ABORT);
+    EXPECT_THAT(trace.Texts(0x00660005), ElementsAre(Like("CMAPIImpl::CreateAddressList[*]: No recipients.")));
+    EXPECT_THAT(trace.Texts(0x00660008),
+                Contains(Like("> CMAPIImpl::CreateAddressList(pAddressList: *, szRecpientList: \";\")")));
+}
+
 TEST_F(RecipientsTest, TheOutListIsNullFirst)
 {
     list = reinterpret_cast<LPADRLIST>(0x10);

@@ -197,6 +197,9 @@ TEST_F(SingleMessageTest, FlagsOfANormalUnreadMessageAreAllZero)
     EXPECT_THAT(mapi.recorder.Calls(),
                 ElementsAre("Store(alice).OpenEntry(eid(message:m), IMessage, 0x210)",
                             "Message(m).GetProps([PR_IMPORTANCE, PR_SENSITIVITY, PR_MESSAGE_FLAGS], 0)"));
+    EXPECT_THAT(Lines(),
+                Contains(testing::AllOf(StartsWith("> CMAPIImpl::GetEmailFlags(pIMsgStore: "),
+                                        HasSubstr(", EntryID: \"6D6573736167653A6D"), testing::EndsWith("\", ...)"))));
     EXPECT_EQ(CountLines("CMAPIImpl::GetEmailFlags[n]: At Entry, counter=[0]"), 1);
     EXPECT_EQ(CountLines("CMAPIImpl::GetEmailFlags[n]: At Exit, counter=[0]"), 1);
 }

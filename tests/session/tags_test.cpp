@@ -10,11 +10,7 @@ struct Numbered {
     ULONG tag;
     ULONG number;
 };
-#define NUMBERED(tag, number)                                                                                          \
-    Numbered                                                                                                           \
-    {                                                                                                                  \
-#tag, tag, number                                                                                              \
-    }
+#define NUMBERED(tag, number) Numbered(#tag, tag, number)
 
 TEST(PropertyTags, HaveTheirNumbers)
 {

@@ -338,6 +338,17 @@ TEST_F(SingleMessageTest, AStoreWithoutDeletedItemsKeepsTheMessage)
     EXPECT_EQ(mapi.world.mailboxes.at("alice")->inbox->messages.size(), 1u);
     EXPECT_THAT(ErrorLines(), ElementsAre(StartsWith("CMAPIImpl::DeleteEmail[n]: Error 0x8004010f [MAPI_E_NOT_FOUND] "
                                                      "from GetProps trying to determine")));
+    mapi.world.mailboxes.at("alice")->raw = true;
+    const Row others[] = {{Missing(PR_IPM_WASTEBASKET_ENTRYID, MAPI_E_NO_ACCESS)},
+                          {Text(CHANGE_PROP_TYPE(PR_IPM_WASTEBASKET_ENTRYID, PT_STRING8), "folder")},
+                          {}};
+    for (const Row &other : others) {
+        mapi.world.mailboxes.at("alice")->props = other;
+        Forget();
+        EXPECT_EQ(Delete(), &other == others ? MAPI_E_NO_ACCESS : MAPI_E_NOT_FOUND);
+        EXPECT_EQ(ErrorLines().size(), 1u);
+        EXPECT_EQ(mapi.recorder.Count("Store.OpenEntry"), 2) << "the message and its folder";
+    }
 }
 
 TEST_F(SingleMessageTest, FailuresOfADeletionAreNamed)

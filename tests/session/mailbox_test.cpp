@@ -145,8 +145,10 @@ TEST_F(MailboxTest, AfterAFailedConnectItsFailureIsTheAnswer)
     EXPECT_THAT(Calls(), IsEmpty());
 }
 
-TEST_F(MailboxTest, AfterADisconnectTheSuccessfulConnectIsNoAnswer)
+TEST_F(MailboxTest, AfterADisconnectTheSuccessfulConnectIsNoAnswerAndNoEarlierFailureIsEither)
 {
+    mapi.script.Tell("MAPILogonEx", Fails(MAPI_E_LOGON_FAILED).Once());
+    EXPECT_EQ(OrlMapiConnectA(hConnection, "NORVIK1", "vm", "Voicemail"), MAPI_E_LOGON_FAILED);
     Connect();
     EXPECT_EQ(OrlMapiDisconnect(hConnection), S_OK);
     EXPECT_EQ(Open(), E_FAIL);

@@ -133,6 +133,14 @@ TEST_F(ListingRowsTest, AMessageWithoutEntryIdIsLoggedAndSkipped)
     Release(listing);
 }
 
+TEST_F(ListingRowsTest, AnEntryIdOfOneByteIsAnEntryId)
+{
+    Deliver("m").props = {Binary(PR_ENTRYID, "x")};
+    ListingA listing;
+    const EmailHeaderA &header = Only(listing);
+    EXPECT_EQ(Bytes(header.pEntryID, header.cbEntryID), "x");
+}
+
 TEST_F(ListingRowsTest, MalformedValuesAreTakenAsEmpty)
 {
     MessageData &message = Deliver("a");

@@ -177,6 +177,8 @@ TEST_F(RecipientsTest, AThousandNamesAreAThousandEntries)
     EXPECT_EQ(Create(text.c_str()), S_OK);
     ASSERT_EQ(list->cEntries, 1000u);
     EXPECT_STREQ(list->aEntries[999].rgPropVals[0].Value.lpszA, "name999");
+    for (ULONG i = 0; i < list->cEntries; ++i)
+        EXPECT_EQ(list->aEntries[i].ulReserved1, 0u) << i;
 }
 
 } // namespace

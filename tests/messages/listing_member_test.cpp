@@ -1,8 +1,10 @@
 // A listing below its export: the list and the handles that the member works on, the sentence of each failing step, and
 // exceptions that reach the export itself.
 #include "messages/MessagesTest.h"
+#include <functional>
 #include <new>
 #include <set>
+#include <utility>
 
 using namespace messages_test;
 using testing::Contains;

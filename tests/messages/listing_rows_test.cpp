@@ -245,6 +245,12 @@ TEST_F(FaxLearningTest, ARowWithoutCreatorNameChangesNothingThatWasLearned)
               "PR_CREATOR_NAME_A == \"Acme\"");
 }
 
+TEST_F(FaxLearningTest, AnEmptyCreatorNameIsLearnedToo)
+{
+    EXPECT_EQ(AfterSummaryOf({Text(PR_CREATOR_NAME_A, "Acme")}, {Text(PR_CREATOR_NAME_A, "")}), "nothing")
+        << "there is no name left to compare with";
+}
+
 TEST_F(FaxLearningTest, WhatASessionLearnsIsItsOwnAndThatTheProductWasSeenIsEverybodys)
 {
     AfterSummaryOf({Text(PR_CREATOR_NAME_A, "FaxMaker 7")});

@@ -254,11 +254,12 @@ HRESULT ORLAPI OrlGetExchangeProfilesW(DWORD hConnection, ExchangeProfileW **ppP
  * hMailbox          0 gives E_INVALIDARG.
  * phContentsTable   in/out, not null. 0 begins a listing; the handle that the last page gave goes on with it, and
  *                   then the filter flags of this call are ignored. Every call takes the pair of handles back and
- *                   gives a new one. A page without rows ends the listing: table and bookmark are released, the
- *                   variables keep their (now unknown) values. End a listing early with OrlMapiReleaseHandle.
+ *                   gives a new one. A page without rows ends the listing, and so does a page that fails in MAPI:
+ *                   table and bookmark are released, the variables keep their (now unknown) values. End a listing
+ *                   early with OrlMapiReleaseHandle.
  * phOrigin          in/out, may be null: the bookmark after the last full page; 0 after a page that was not full.
  * lRowCount         rows wanted; fewer may come.
- * ppHeaders         one result block of *pcHeaders elements.
+ * ppHeaders         one result block of *pcHeaders elements, to be freed also where there are none.
  * pcHeaders         set to 0 before anything else.
  * pulTotalRows      rows of the whole filtered table.
  * bForward          exactly 1 reads forwards, any other value backwards (rows still come oldest first).
@@ -311,7 +312,10 @@ HRESULT ORLAPI OrlDownloadEmailW(DWORD hConnection, OrlMailbox hMailbox, ULONG c
 /*
  * Ordinals 25 and 26. Saves a recording to szFile, which is overwritten. Only attachments whose MIME tag is
  * "audio/wav", "audio/x-ms-wma" or empty are saved: PCM WAVE byte for byte, GSM 6.10 and Windows Media through
- * their codec modules (KRNBRANE.vcl, KRN_WMA.vcl beside the library). E_FAIL, and no file, for anything else.
+ * their codec modules (KRNBRANE.vcl, KRN_WMA.vcl beside the library), whose own result is given. E_FAIL, and no
+ * file, for anything else and for a file that can't be created. A PCM recording that the store stops giving half way
+ * is saved up to there with S_OK, and reported in the trace; 0x80030070 (STG_E_MEDIUMFULL) where the file took a part
+ * of it only.
  */
 HRESULT ORLAPI OrlDownloadAttachmentA(DWORD hConnection, OrlMailbox hMailbox, ULONG cbEntryID, const BYTE *pEntryID,
                                       ULONG ulAttachNum, LPCSTR szFile);

@@ -127,12 +127,12 @@ HRESULT CMAPIImpl::HrPopulateAttachList(IMessage *pmsg, std::vector<ULONG> &atta
         return operation.Failed("GetAttachmentTable", "trying to get the attachment table for the message.", pmsg, hr);
 
     RowSet rows;
-    hr = HrQueryAllRows(table.get(), PropTags<PR_ATTACH_NUM>(), nullptr, nullptr, 0, rows.put());
+    hr = Acquired(HrQueryAllRows(table.get(), PropTags<PR_ATTACH_NUM>(), nullptr, nullptr, 0, rows.put()), rows);
     if (FAILED(hr))
         return operation.Failed("HrQueryAllRows", "trying to get the list of attachments for the message.", table.get(),
                                 hr);
     const ScopedCount counted(m_lOpenObjects);
-    for (ULONG i = 0; rows && i < rows->cRows; ++i) {
+    for (ULONG i = 0; i < rows->cRows; ++i) {
         const SRow &row = rows->aRow[i];
         for (ULONG column = 0; row.lpProps && column < row.cValues; ++column) {
             if (row.lpProps[column].ulPropTag != PR_ATTACH_NUM)

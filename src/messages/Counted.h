@@ -25,7 +25,7 @@ template <class Interface> struct Counted {
         return hr;
     }
 
-    // What is held lives on, uncounted by nobody yet: in a registry, until it is taken back with Adopt.
+    // What is held lives on in a registry and stays counted, until it is taken back with Adopt.
     Interface *Keep()
     {
         count.Keep();

@@ -22,27 +22,6 @@ LONG Negative(LONG count)
     return static_cast<LONG>(0u - static_cast<ULONG>(count));
 }
 
-HRESULT OpenInboxTable(const Operation &operation, IMsgStore *pIMsgStore, std::atomic<LONG> &counter,
-                       Counted<IMAPITable> &table)
-{
-    OwnedEntryID inbox;
-    HRESULT hr = pIMsgStore->GetReceiveFolder(nullptr, 0, &inbox.cb, inbox.pEntryID.put(), nullptr);
-    if (FAILED(hr))
-        return operation.Failed("GetReceiveFolder", "trying to obtain the ID for the receive folder.", pIMsgStore, hr);
-
-    Counted<IMAPIFolder> folder;
-    hr = OpenCounted(operation, pIMsgStore, inbox.cb, inbox.pEntryID.get(), &IID_IMAPIFolder, MAPI_BEST_ACCESS, counter,
-                     "trying to access and open the receive folder.", folder);
-    if (FAILED(hr))
-        return hr;
-
-    hr = table.Count(folder->GetContentsTable(0, table.object.put()), counter);
-    if (FAILED(hr))
-        return operation.Failed("GetContentsTable", "trying to retrieve the contents table for the receive folder.",
-                                folder.get(), hr);
-    return hr;
-}
-
 HRESULT ShapeTable(const Operation &operation, IMAPITable *pTable, const Restriction &filter)
 {
     HRESULT hr = pTable->SetColumns(HeaderTags(), 0);
@@ -59,6 +38,29 @@ HRESULT ShapeTable(const Operation &operation, IMAPITable *pTable, const Restric
     if (FAILED(hr))
         return operation.Failed("SortTable", "trying to sort the table in ascending order.", pTable, hr);
     return hr;
+}
+
+// The table of a new listing. The folder is held until its table has columns, filter and order.
+HRESULT OpenInboxTable(const Operation &operation, IMsgStore *pIMsgStore, const Restriction &filter,
+                       std::atomic<LONG> &counter, Counted<IMAPITable> &table)
+{
+    Counted<IMAPIFolder> folder;
+    OwnedEntryID inbox;
+    HRESULT hr =
+        Acquired(pIMsgStore->GetReceiveFolder(nullptr, 0, &inbox.cb, inbox.pEntryID.put(), nullptr), inbox.pEntryID);
+    if (FAILED(hr))
+        return operation.Failed("GetReceiveFolder", "trying to obtain the ID for the receive folder.", pIMsgStore, hr);
+
+    hr = OpenCounted(operation, pIMsgStore, inbox.cb, inbox.pEntryID.get(), &IID_IMAPIFolder, MAPI_BEST_ACCESS, counter,
+                     "trying to access and open the receive folder.", folder);
+    if (FAILED(hr))
+        return hr;
+
+    hr = table.Count(folder->GetContentsTable(0, table.object.put()), counter);
+    if (FAILED(hr))
+        return operation.Failed("GetContentsTable", "trying to retrieve the contents table for the receive folder.",
+                                folder.get(), hr);
+    return ShapeTable(operation, table.get(), filter);
 }
 
 // Moves to where the page begins. A new table stands at its beginning, a kept one where its last page left it.
@@ -142,13 +144,10 @@ HRESULT CMAPIImpl::GetEmailHeaders(IMsgStore *pIMsgStore, DWORD *phContentsTable
         headers.clear();
         if (bSummary && FaxCreatorName().empty())
             SetFaxCreatorName(" ");
-        const HRESULT opened = OpenInboxTable(operation, pIMsgStore, m_lOpenObjects, listing.Table());
-        if (FAILED(opened))
-            return opened;
         const ListingFlags flags = {bRead != 0, bPriority != 0, bFax != 0, bSummary != 0, bUM != 0};
         const std::vector<tstring> servers(faxServers, faxServers + cFaxServers);
-        return ShapeTable(operation, listing.Table().get(),
-                          ListingFilter(flags, servers, {FaxCreatorName(), FaxServerSeen}));
+        const Restriction filter = ListingFilter(flags, servers, {FaxCreatorName(), FaxServerSeen});
+        return OpenInboxTable(operation, pIMsgStore, filter, m_lOpenObjects, listing.Table());
     });
     if (FAILED(hr))
         return hr;

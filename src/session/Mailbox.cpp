@@ -102,9 +102,8 @@ HRESULT CMAPIImpl::Logoff(IMsgStore *pMailboxMDB)
     const Operation op("CMAPIImpl::Logoff", "lpMailboxMDB: %p, FolderCount=[%ld]", pMailboxMDB, m_lOpenObjects.load());
     if (!pMailboxMDB)
         return S_OK;
-    ComPtr<IMsgStore> store(pMailboxMDB);
+    const ScopedCount countedMailbox = ScopedCount::Adopt(m_lOpenObjects);
+    const ComPtr<IMsgStore> store(pMailboxMDB);
     store->StoreLogoff(nullptr);
-    store.reset();
-    --m_lOpenObjects;
     return S_OK;
 }

@@ -100,6 +100,7 @@ HRESULT HrOpenProperty(IMAPIProp *pMAPIProp, ULONG ulPropTag, LPSPropValue *lppP
     if (!pMAPIProp || !lppProp)
         return E_POINTER;
 
+    MapiBuffer<SPropValue> prop;
     ComPtr<IStream> stream;
     HRESULT hr = Acquired(
         pMAPIProp->OpenProperty(ulPropTag, &IID_IStream, 0, 0, reinterpret_cast<LPUNKNOWN *>(stream.put())), stream);
@@ -111,7 +112,6 @@ HRESULT HrOpenProperty(IMAPIProp *pMAPIProp, ULONG ulPropTag, LPSPropValue *lppP
         return hr;
     const auto cb = static_cast<ULONG>(std::min<ULONGLONG>(stat.cbSize.QuadPart, kLargestRead));
 
-    MapiBuffer<SPropValue> prop;
     hr = MAPIAllocateBuffer(sizeof(SPropValue), reinterpret_cast<void **>(prop.put()));
     if (FAILED(hr))
         return hr;

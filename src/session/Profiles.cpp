@@ -195,23 +195,26 @@ HRESULT CMAPIImpl::GetExchangeServerName(tstring &strServer, const tstring &szPr
 
     for (ULONG i = 0; i < cValues; ++i) {
         const SPropValue &value = values.get()[i];
+        const char *szText = TextOf(value);
+        if (!szText) // an error in its place
+            continue;
         switch (value.ulPropTag) {
         case PR_PROFILE_HOME_SERVER:
-            strServer = value.Value.lpszA;
+            strServer = szText;
             DebugOutputA(kTraceCall, "GetExchangeServerName - profile home server is \"%s\"", strServer.c_str());
             break;
         case PR_PROFILE_NAME_A:
-            DebugOutputA(kTraceCall, "GetExchangeServerName - profile name is \"%s\"", value.Value.lpszA);
-            if (EqualIgnoringCase(value.Value.lpszA, szProfile.c_str()))
+            DebugOutputA(kTraceCall, "GetExchangeServerName - profile name is \"%s\"", szText);
+            if (EqualIgnoringCase(szText, szProfile.c_str()))
                 bMatched = true;
             break;
         case PR_PROFILE_UNRESOLVED_NAME:
         case PR_PROFILE_USER:
-            strUser = value.Value.lpszA;
+            strUser = szText;
             DebugOutputA(kTraceCall, "GetExchangeServerName - profile user or unresolved name is \"%s\"",
                          strUser.c_str());
             break;
-        default: // an error in its place
+        default:
             break;
         }
     }

@@ -89,6 +89,34 @@ TEST_F(ListingBehaviour, FaxesAreFoundByCreatorAndByTheirDomainAndLeaveOrdinaryL
     EXPECT_THAT(ListAll(mailbox, mail).names, ElementsAre("Person"));
 }
 
+TEST_F(ListingBehaviour, OfTwelveFaxServersTheFirstTenEntriesCountAndWithoutAnyTheDomainAlone)
+{
+    DeliverMail("by domain", "line1@fax.norvik.example", "", false, false);
+    DeliverMail("by tenth", "x@elsewhere.example", "server10", false, false);
+    DeliverMail("by eleventh", "x@elsewhere.example", "server11", false, false);
+    Connect();
+    const OrlMailbox mailbox = Open("alice");
+    const char *const servers[] = {"s1", "",   nullptr, "s4",       "s5",       "s6",
+                                   "s7", "s8", "s9",    "server10", "server11", "s12"};
+    const auto senders = [&](const char *const *names, ULONG cNames) {
+        std::vector<std::string> found;
+        DWORD table = 0, bookmark = 0;
+        EmailHeaderA *headers = nullptr;
+        ULONG count = 0, total = 0;
+        EXPECT_HR(0, OrlGetEmailHeadersA(m_connection, mailbox, &table, &bookmark, 10, &headers, &count, &total, 0, 1,
+                                         0, 0, 0, 1, 1, names, cNames, 0));
+        for (ULONG i = 0; i < count; ++i)
+            found.emplace_back(headers[i].pszSenderName);
+        OrlMapiFreeBuffer(headers);
+        OrlMapiReleaseHandle(m_connection, &table, &bookmark);
+        return found;
+    };
+    EXPECT_THAT(senders(servers, 12), ElementsAre("by domain", "by tenth"));
+    EXPECT_THAT(senders(servers + 2, 10), ElementsAre("by domain", "by tenth", "by eleventh"));
+    EXPECT_THAT(senders(nullptr, 0), ElementsAre("by domain"));
+    EXPECT_THAT(senders(servers + 1, 2), ElementsAre("by domain"));
+}
+
 TEST_F(ListingBehaviour, PagesGoThroughAllRowsForwardsWhateverTheirSize)
 {
     const std::vector<std::string> all = DeliverNumbered(12);

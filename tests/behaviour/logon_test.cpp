@@ -44,6 +44,20 @@ TEST_F(LogonBehaviour, AWrongServerOrMailboxFallsBackToTheDefaultProfile)
     EXPECT_THAT(Profiles(), testing::IsEmpty());
 }
 
+TEST_F(LogonBehaviour, WithoutServerOrMailboxTheDefaultProfileIsUsedAndNoTemporaryOneIsLeft)
+{
+    AddProfile("Voicemail");
+    ASSERT_HR(0, OrlCreateConnection(&m_connection, 0));
+    const std::pair<const char *, const char *> incomplete[] = {{"", ""}, {"NORVIK1", ""}, {"", "vm"}};
+    for (const auto &[server, mailbox] : incomplete) {
+        ASSERT_HR(0, OrlMapiConnectA(m_connection, server, mailbox, "")) << server << "|" << mailbox;
+        EXPECT_TRUE(OrlIsConnected(m_connection));
+        EXPECT_THAT(Profiles(), testing::ElementsAre("Voicemail"));
+    }
+    // The profile's home server stands in for the one that was not given.
+    EXPECT_NE(0U, Open("alice"));
+}
+
 TEST_F(LogonBehaviour, AnUnknownProfileIsALogonFailureThatMailboxesRepeat)
 {
     ASSERT_HR(0, OrlCreateConnection(&m_connection, 0));

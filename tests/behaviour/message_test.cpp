@@ -57,6 +57,38 @@ TEST_F(MessageBehaviour, FlagsTellPrivateUrgentAndRead)
     EXPECT_EQ(0, read);
 }
 
+TEST_F(MessageBehaviour, AFaxGivesItsSenderAddressAsTheCreatorName)
+{
+    const storage::User to = *storage::Directory(site()).userByAlias("alice");
+    Deliver("alice", compose(delivery::Mail{{"Fax", "SMTP", "4711@FAX.norvik.example"}, "Somebody", "Fax", "", {}}, to,
+                             delivery::now()));
+    Filter mail;
+    mail.um = 0;
+    const Id id = Only(mail);
+    EmailHeaderA *header = nullptr;
+    ASSERT_HR(0, OrlGetEmailHeaderA(m_connection, m_mailbox, Size(id), id.data(), &header));
+    EXPECT_STREQ("4711@FAX.norvik.example", header->pszCreatorName);
+    EXPECT_EQ(0U, header->cAttachments);
+    OrlMapiFreeBuffer(header);
+}
+
+TEST_F(MessageBehaviour, ARecordingThatNeedsAMissingCodecOrHidesItsFormatIsNotSaved)
+{
+    std::string gsm = Bytes(Wave("gsm.wav", 100));
+    gsm[20] = 0x31;
+    std::string padded = Bytes(Wave("padded.wav", 100));
+    padded.insert(12, std::string("LIST\x03\0\0\0odd\0", 12));
+    for (const std::string &recording : {gsm, padded}) {
+        std::ofstream(File("sent.wav"), std::ios::binary) << recording;
+        DeliverVoicemail("alice", "Caller", false, File("sent.wav").string());
+        const Id id = Only();
+        const std::string saved = File("saved.wav").string();
+        EXPECT_HR(E_FAIL, OrlDownloadAttachmentA(m_connection, m_mailbox, Size(id), id.data(), 0, saved.c_str()));
+        EXPECT_FALSE(std::filesystem::exists(saved));
+        EXPECT_HR(0, OrlDeleteEmail(m_connection, m_mailbox, Size(id), id.data()));
+    }
+}
+
 TEST_F(MessageBehaviour, ADeletedMessageIsInDeletedItemsUnderANewIdentifierAndMayBeDeletedAgain)
 {
     DeliverVoicemail("alice", "Caller", false, Wave("hello.wav", 100));

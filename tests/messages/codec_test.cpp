@@ -15,8 +15,10 @@ class CodecTest : public VoiceStreamTest
 
 TEST_F(CodecTest, WindowsMediaGoesToItsModuleFromTheStartWithoutFormat)
 {
-    EXPECT_EQ(Save("any bytes", 1), HRESULT(0x00040001));
-    EXPECT_EQ(FileContent(file), "KRN_WMA\nNULL\nany bytes");
+    for (const BYTE flagged : {BYTE{1}, BYTE{0x80}}) {
+        EXPECT_EQ(Save("any bytes", flagged), HRESULT(0x00040001));
+        EXPECT_EQ(FileContent(file), "KRN_WMA\nNULL\nany bytes");
+    }
 }
 
 TEST_F(CodecTest, AWaveStreamThatIsFlaggedAsWindowsMediaIsNotLookedInto)

@@ -116,6 +116,51 @@ TEST_F(ListingAttachmentsTest, TheLastAttachmentsFailureEndsTheListing)
     EXPECT_EQ(OpenObjects(), 0) << "the table is out of the caller's reach";
 }
 
+TEST_F(ListingAttachmentsTest, ATableOfAttachmentsThatCannotBeReadEndsTheListing)
+{
+    mapi.world.AddAttachment(Deliver("m"), {Long(PR_ATTACH_SIZE, 1)}, "");
+    const struct {
+        const char *call;
+        Answer answer;
+        const char *report;
+    } cases[] = {
+        {"Message.GetAttachmentTable", Fails(MAPI_E_NETWORK_ERROR),
+         "0x80040115 [MAPI_E_NETWORK_ERROR] from GetAttachmentTable trying to get the attachment table for the "
+         "message."},
+        {"HrQueryAllRows", Fails(MAPI_E_NETWORK_ERROR),
+         "0x80040115 [MAPI_E_NETWORK_ERROR] from HrQueryAllRows trying to get the list of attachments for the "
+         "message."},
+        {"Message.GetAttachmentTable", GivesNull(),
+         "0x80004005 [MAPI_E_CALL_FAILED] from GetAttachmentTable trying to get the attachment table for the message."},
+        {"HrQueryAllRows", GivesNull(),
+         "0x80004005 [MAPI_E_CALL_FAILED] from HrQueryAllRows trying to get the list of attachments for the message."},
+    };
+    for (const auto &failing : cases) {
+        SCOPED_TRACE(failing.report);
+        mapi.script.Clear();
+        mapi.script.Tell(failing.call, failing.answer);
+        Forget();
+        ListingA listing;
+        listing.withAttachments = 1;
+        Run(listing);
+        EXPECT_EQ(listing.hr, failing.answer.hr.value_or(E_FAIL));
+        EXPECT_THAT(ErrorLines(),
+                    ElementsAre("CMAPIImpl::HrPopulateAttachList[n]: Error " + std::string(failing.report)));
+        EXPECT_EQ(OpenObjects(), 0);
+    }
+}
+
+TEST_F(ListingAttachmentsTest, EachAttachmentIsTracedWithItsMessageAndNumber)
+{
+    mapi.world.AddAttachment(Deliver("m"), {Long(PR_ATTACH_SIZE, 1)}, "");
+    ListingA listing;
+    listing.withAttachments = 1;
+    EXPECT_EQ(Only(listing).cAttachments, 1u);
+    EXPECT_THAT(Lines(), Contains(StartsWith("> CMAPIImpl::HrPopulateAttachList(pmsg: ")));
+    EXPECT_THAT(Lines(), Contains(testing::AllOf(StartsWith("> CMAPIImpl::HrProcessAttachment(pmsg: "),
+                                                 testing::EndsWith(", ulAttachNum: 0)"))));
+}
+
 TEST_F(ListingAttachmentsTest, AMessageThatCannotBeOpenedEndsTheListing)
 {
     Deliver("m");

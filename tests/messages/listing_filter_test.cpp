@@ -268,7 +268,7 @@ TEST_F(ListingFilterTest, WideFaxServersAreConvertedToNarrowText)
     EXPECT_EQ(OrlMapiReleaseHandle(connection, &listing.hTable, &listing.hOrigin), S_OK);
 }
 
-TEST_F(ListingFilterTest, TheFirstSummaryListingCompareswithABlankCreatorName)
+TEST_F(ListingFilterTest, TheFirstSummaryListingComparesWithABlankCreatorName)
 {
     Case of;
     of.listing.summary = 1;

@@ -133,6 +133,14 @@ TEST_F(ListingRowsTest, AMessageWithoutEntryIdIsLoggedAndSkipped)
     Release(listing);
 }
 
+TEST_F(ListingRowsTest, AnEntryIdOfOneByteIsAnEntryId)
+{
+    Deliver("m").props = {Binary(PR_ENTRYID, "x")};
+    ListingA listing;
+    const EmailHeaderA &header = Only(listing);
+    EXPECT_EQ(Bytes(header.pEntryID, header.cbEntryID), "x");
+}
+
 TEST_F(ListingRowsTest, MalformedValuesAreTakenAsEmpty)
 {
     MessageData &message = Deliver("a");
@@ -235,6 +243,12 @@ TEST_F(FaxLearningTest, ARowWithoutCreatorNameChangesNothingThatWasLearned)
 {
     EXPECT_EQ(AfterSummaryOf({Text(PR_CREATOR_NAME_A, "Acme")}, {Text(PR_COMMENT_A, "none")}),
               "PR_CREATOR_NAME_A == \"Acme\"");
+}
+
+TEST_F(FaxLearningTest, AnEmptyCreatorNameIsLearnedToo)
+{
+    EXPECT_EQ(AfterSummaryOf({Text(PR_CREATOR_NAME_A, "Acme")}, {Text(PR_CREATOR_NAME_A, "")}), "nothing")
+        << "there is no name left to compare with";
 }
 
 TEST_F(FaxLearningTest, WhatASessionLearnsIsItsOwnAndThatTheProductWasSeenIsEverybodys)

@@ -1,6 +1,7 @@
 // A header listing, as a conversation: what it asks of the store and the table, in which order and with which flags,
 // what it makes of each row, and what it writes into the trace.
 #include "messages/MessagesTest.h"
+#include <algorithm>
 #include <atomic>
 #include <new>
 #include <thread>
@@ -42,7 +43,17 @@ TEST_F(ListingTest, ANewListingOpensTheInboxAndShapesItsTable)
                             "PROPERTY(PR_IMPORTANCE != 2)), 0)",
                             "Table(alice/Inbox).SortTable(SORT(PR_CLIENT_SUBMIT_TIME ASC), 0)",
                             "Table(alice/Inbox).GetRowCount(0)", "Table(alice/Inbox).QueryRows(3, 0)"));
-    EXPECT_THAT(mapi.recorder.Everything(), Contains("Folder(alice/Inbox).Release()"));
+    // The folder is given back after its identifier, once the table is shaped; the rows when all is done with them.
+    const std::vector<std::string> all = mapi.recorder.Everything();
+    const auto at = [&](const std::string &call) {
+        return std::find_if(all.begin(), all.end(), [&](const auto &made) { return made.find(call) == 0; }) -
+               all.begin();
+    };
+    EXPECT_LT(at("Table(alice/Inbox).SortTable("), at("MAPIFreeBuffer(receive folder ID)"));
+    EXPECT_LT(at("MAPIFreeBuffer(receive folder ID)"), at("Folder(alice/Inbox).Release()"));
+    EXPECT_LT(at("Folder(alice/Inbox).Release()"), at("Table(alice/Inbox).GetRowCount("));
+    EXPECT_LT(at("Table(alice/Inbox).QueryRows("), at("FreeProws("));
+    EXPECT_LT(at("FreeProws("), at("MAPIAllocateBuffer("));
     EXPECT_EQ(OpenObjects(), 1);
     Release(listing);
 }
@@ -191,14 +202,17 @@ TEST_F(ListingTest, WarningsAreSuccess)
 
 TEST_F(ListingTest, AProviderThatGivesNothingWithASuccessEndsTheListing)
 {
-    for (const char *call : {"Store.OpenEntry", "Folder.GetContentsTable"}) {
+    for (const char *call : {"Store.GetReceiveFolder", "Store.OpenEntry", "Folder.GetContentsTable"}) {
         SCOPED_TRACE(call);
         Deliver("m");
         mapi.script.Clear();
         mapi.script.Tell(call, GivesNull());
         ListingA listing;
+        Forget();
         Run(listing);
         EXPECT_EQ(listing.hr, E_FAIL);
+        EXPECT_EQ(ErrorLines().size(), 1u);
+        EXPECT_EQ(mapi.recorder.Count("Store.OpenEntry"), call == std::string("Store.GetReceiveFolder") ? 0 : 1);
     }
     mapi.script.Clear();
     mapi.script.Tell("Table.QueryRows", GivesNull());

@@ -89,6 +89,22 @@ TEST_F(ReleaseHandlesTest, ReleasingNothingIsSuccess)
     EXPECT_THAT(mapi.recorder.Everything(), IsEmpty());
 }
 
+TEST_F(ReleaseHandlesTest, AnExceptionWhileFreeingTheBookmarkIsReportedAndTheTableStillReleased)
+{
+    DeliverMany(2);
+    ListingA listing;
+    listing.rows = 1;
+    Run(listing);
+    mapi.script.Tell("Table.FreeBookmark", Does([] { throw 1; }));
+    Forget();
+    EXPECT_EQ(OrlMapiReleaseHandle(connection, &listing.hTable, &listing.hOrigin), S_OK);
+    EXPECT_EQ(OpenObjects(), 0);
+    EXPECT_EQ(mapi.recorder.Count("Table.FreeBookmark"), 1);
+    EXPECT_THAT(Lines(),
+                Contains(testing::StartsWith("Exception has occurred in CMAPIImpl::ReleaseHandles (OrlMapi32[")));
+    EXPECT_THAT(Lines(), Contains("CMAPIImpl::ReleaseHandles[n]: At Exit, counter=[0]"));
+}
+
 TEST_F(ReleaseHandlesTest, AReleaseWhoseBookmarkFailsStillReleasesTheTable)
 {
     DeliverMany(2);

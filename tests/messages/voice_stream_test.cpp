@@ -295,9 +295,13 @@ TEST_F(VoiceStreamTest, TheCodecsLieBesideTheLibrarysOwnFile)
     const auto folder = std::filesystem::path(own).parent_path();
     EXPECT_EQ(std::filesystem::path(CodecPath(Codec::Gsm)), folder / "KRNBRANE.vcl");
     EXPECT_EQ(std::filesystem::path(CodecPath(Codec::WindowsMedia)), folder / "KRN_WMA.vcl");
-    const std::string built = CodecPath(Codec::Gsm);
-    BuildCodecPaths(nullptr);
-    EXPECT_EQ(CodecPath(Codec::Gsm), built) << "built once";
+    // Built once: another module, in another folder, changes nothing.
+    const auto elsewhere = folder.parent_path() / "codec_test.d" / "KRN_WMA.vcl";
+    const HMODULE other = LoadLibraryA(elsewhere.string().c_str());
+    ASSERT_NE(other, nullptr) << elsewhere;
+    BuildCodecPaths(other);
+    EXPECT_EQ(std::filesystem::path(CodecPath(Codec::Gsm)), folder / "KRNBRANE.vcl");
+    EXPECT_EQ(std::filesystem::path(CodecPath(Codec::WindowsMedia)), folder / "KRN_WMA.vcl");
 }
 
 } // namespace

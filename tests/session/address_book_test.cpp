@@ -75,7 +75,9 @@ TEST_F(AddressBookTest, AnEntryOfAnotherAddressTypeIsIgnoredAndTheNextOneTaken)
     EXPECT_EQ(Find("ann"), S_OK);
     EXPECT_EQ(identity.strDisplayName, "Ann Two");
     EXPECT_EQ(identity.strAddressType, "ex") << "the type is compared without case and copied as it is";
-    EXPECT_THAT(Lines(), Contains(Like("*FindAddressBookEntry[#]: Ignoring address entry type SMTP for ann.")));
+    EXPECT_THAT(trace.Texts(0x00660005),
+                ElementsAre(Like("FindAddressBookEntry[*]: Ignoring address entry type SMTP for ann.")));
+    EXPECT_THAT(trace.Texts(0x00660008), Contains(StartsWith("Processing [ann] - Address Type=SMTP, ")));
     EXPECT_THAT(Errors(), IsEmpty());
 }
 
@@ -159,6 +161,34 @@ TEST_F(AddressBookTest, TheListForTheNameResolutionIsBuiltOfTwoRootsAndOneChild)
                                          "MAPIAllocateBuffer(" + std::to_string(sizeof(SPropValue)) + ")",
                                          "MAPIAllocateMore(6, block 2)"));
     EXPECT_THAT(mapi.recorder.Memory(), Contains("FreePadrlist(block 1)"));
+}
+
+TEST_F(AddressBookTest, AListThatCannotBeAllocatedIsReportedAndNothingIsResolved)
+{
+    mapi.world.globalAddressList->contents->rows.clear();
+    const std::pair<const char *, int> allocations[] = {
+        {"MAPIAllocateBuffer", 1}, {"MAPIAllocateBuffer", 2}, {"MAPIAllocateMore", 1}};
+    for (const auto &[call, nth] : allocations) {
+        SCOPED_TRACE(call + std::to_string(nth));
+        mapi.script.Clear();
+        mapi.script.Tell(call, Fails(E_OUTOFMEMORY).Nth(nth));
+        Forget();
+        EXPECT_EQ(Obtain(), E_OUTOFMEMORY);
+        EXPECT_THAT(Errors(), ElementsAre(ErrorLine("CMAPIImpl::UpdateAddressList", E_OUTOFMEMORY, call, "")));
+        EXPECT_EQ(mapi.recorder.Count("AddrBook.ResolveName"), 0);
+        ExpectClean();
+    }
+}
+
+TEST_F(AddressBookTest, WhatWasReadBeforeAFailureStaysWithTheCaller)
+{
+    mapi.world.globalAddressList->contents->rows.clear();
+    mapi.script.Tell("HrGetOneProp(User(alice), PR_DISPLAY_NAME_A)", Fails(MAPI_E_NETWORK_ERROR));
+    identity.strDisplayName = "kept";
+    EXPECT_EQ(Obtain(), MAPI_E_NETWORK_ERROR);
+    EXPECT_EQ(identity.strAddressType, "EX");
+    EXPECT_EQ(identity.strEmailAddress, kAliceDN);
+    EXPECT_EQ(identity.strDisplayName, "kept");
 }
 
 TEST_F(AddressBookTest, AnyFailureOfTheWalkFallsBackToTheNameResolution)

@@ -249,7 +249,7 @@ TEST_F(ConnectTest, CreateMailboxProfileNeedsServerAndMailboxOfAConnect)
     EXPECT_THAT(Calls(), Contains("ProfAdmin.CreateProfile(\"Mine\", \"\", 0, 0)"));
 }
 
-TEST_F(ConnectTest, TheFourTextsKeepTheirOrderOfArguments)
+TEST_F(ConnectTest, TheTextsKeepTheirOrderOfArguments)
 {
     EXPECT_EQ(Session()->Connect("server", "mailbox", ""), S_OK);
     EXPECT_THAT(Calls(), Contains(Like("*[PR_PROFILE_UNRESOLVED_NAME=\"mailbox\", "

@@ -88,6 +88,17 @@ TEST_F(MailboxTest, ClosingSucceedsWhateverTheStoreSays)
     EXPECT_THAT(LiveObjects(), testing::UnorderedElementsAre("Session", "Store(default)"));
 }
 
+TEST_F(MailboxTest, AnExceptionWhileClosingStillReleasesAndUncountsTheStore)
+{
+    Connect();
+    ASSERT_EQ(Open(), S_OK);
+    mapi.script.Tell("Store.StoreLogoff", Does([] { throw 1; }));
+    EXPECT_EQ(OrlMapiDisconnectFromMailbox(hConnection, mailbox), E_UNEXPECTED);
+    mailbox = 0;
+    EXPECT_EQ(Counter(), 0);
+    EXPECT_THAT(LiveObjects(), testing::UnorderedElementsAre("Session", "Store(default)"));
+}
+
 TEST_F(MailboxTest, ClosingNoMailboxIsTraced)
 {
     EXPECT_EQ(OrlMapiDisconnectFromMailbox(hConnection, 0), S_OK);
@@ -134,8 +145,10 @@ TEST_F(MailboxTest, AfterAFailedConnectItsFailureIsTheAnswer)
     EXPECT_THAT(Calls(), IsEmpty());
 }
 
-TEST_F(MailboxTest, AfterADisconnectTheSuccessfulConnectIsNoAnswer)
+TEST_F(MailboxTest, AfterADisconnectTheSuccessfulConnectIsNoAnswerAndNoEarlierFailureIsEither)
 {
+    mapi.script.Tell("MAPILogonEx", Fails(MAPI_E_LOGON_FAILED).Once());
+    EXPECT_EQ(OrlMapiConnectA(hConnection, "NORVIK1", "vm", "Voicemail"), MAPI_E_LOGON_FAILED);
     Connect();
     EXPECT_EQ(OrlMapiDisconnect(hConnection), S_OK);
     EXPECT_EQ(Open(), E_FAIL);

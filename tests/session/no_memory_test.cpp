@@ -1,7 +1,9 @@
-// Creating a connection where there is no room for a session. The program's own operator new fails on demand.
+// No room for a session, and none for the text of an entry ID. The program's own operator new fails on demand.
 #include "OrlMapi32.h"
 #include "session/CMAPIImpl.h"
+#include "session/OpenEntry.h"
 #include "support/MapiDouble.h"
+#include "support/TraceCapture.h"
 #include <cstdlib>
 #include <new>
 
@@ -70,6 +72,18 @@ TEST_F(NoMemoryTest, CreationWritesZeroAndSaysSo)
     ASSERT_EQ(OrlCreateConnection(&h, 0), S_OK);
     EXPECT_EQ(OrlIsMAPIAvailable(h), 1);
     EXPECT_EQ(OrlCloseConnection(&h), S_OK);
+}
+
+TEST_F(NoMemoryTest, TheTextOfAnEntryIdIsThenWhatWasBuiltSoFar)
+{
+    const TraceCapture trace;
+    const BYTE id[1000] = {};
+    failingSize = 2 * sizeof id + 1;
+    EXPECT_EQ(GetEntryIDString(sizeof id, id), "");
+    EXPECT_EQ(failingSize, 0u) << "nothing of that size was asked for";
+    failingSize = 0;
+    EXPECT_THAT(trace.Texts(),
+                testing::ElementsAre(testing::StartsWith("Exception has occurred in GetEntryIDString (OrlMapi32[")));
 }
 
 } // namespace

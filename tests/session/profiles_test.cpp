@@ -52,6 +52,19 @@ TEST_F(ProfilesTest, AreListedInTheOrderOfTheTable)
     EXPECT_EQ(OrlMapiFreeBuffer(profilesA), S_OK);
 }
 
+TEST_F(ProfilesTest, WhatIsHeldCountsAsOpen)
+{
+    LONG atTable = -1;
+    LONG atQuery = -1;
+    mapi.script.Tell("ProfAdmin.GetProfileTable", Does([&] { atTable = Counter(); }));
+    mapi.script.Tell("HrQueryAllRows", Does([&] { atQuery = Counter(); }));
+    EXPECT_EQ(OrlGetExchangeProfilesA(hConnection, &profilesA, &count), S_OK);
+    EXPECT_EQ(atTable, 1) << "the administration";
+    EXPECT_EQ(atQuery, 2) << "and the table";
+    EXPECT_EQ(Counter(), 0);
+    EXPECT_EQ(OrlMapiFreeBuffer(profilesA), S_OK);
+}
+
 TEST_F(ProfilesTest, NoProfilesAreNoErrorAndNoBuffer)
 {
     SetProfiles({});
@@ -222,6 +235,20 @@ TEST_F(ServerNameTest, TakesTheUserFromEitherPropertyAndSkipsErrors)
     EXPECT_STREQ(nameA->pszProfileUser, "configured user");
     EXPECT_THAT(Lines(), ElementsAre("> CMAPIImpl::GetExchangeServerName(szProfile: p)",
                                      "GetExchangeServerName - profile user or unresolved name is \"configured user\"",
+                                     "< CMAPIImpl::GetExchangeServerName()"));
+    EXPECT_EQ(OrlMapiFreeBuffer(nameA), S_OK);
+}
+
+TEST_F(ServerNameTest, ValuesWithNullPointersAreSkipped)
+{
+    mapi.world.globalSection->raw = true;
+    mapi.world.globalSection->props = {Null(PR_PROFILE_HOME_SERVER), Null(PR_PROFILE_NAME_A),
+                                       Null(PR_PROFILE_UNRESOLVED_NAME)};
+    EXPECT_EQ(OrlGetExchangeServerNameA(hConnection, &nameA, "p"), S_OK);
+    EXPECT_EQ(nameA->bProfileMatched, 0);
+    EXPECT_STREQ(nameA->pszHomeServer, "");
+    EXPECT_STREQ(nameA->pszProfileUser, "");
+    EXPECT_THAT(Lines(), ElementsAre("> CMAPIImpl::GetExchangeServerName(szProfile: p)",
                                      "< CMAPIImpl::GetExchangeServerName()"));
     EXPECT_EQ(OrlMapiFreeBuffer(nameA), S_OK);
 }

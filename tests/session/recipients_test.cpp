@@ -112,6 +112,14 @@ TEST_F(RecipientsTest, NoTextAndNoNamesAreRefused)
     EXPECT_THAT(Calls(), IsEmpty());
 }
 
+TEST_F(RecipientsTest, HavingNoRecipientsIsTracedAsADecisionAndTheEntryAsACall)
+{
+    EXPECT_EQ(Create(";"), E_ABORT);
+    EXPECT_THAT(trace.Texts(0x00660005), ElementsAre(Like("CMAPIImpl::CreateAddressList[*]: No recipients.")));
+    EXPECT_THAT(trace.Texts(0x00660008),
+                Contains(Like("> CMAPIImpl::CreateAddressList(pAddressList: *, szRecpientList: \";\")")));
+}
+
 TEST_F(RecipientsTest, TheOutListIsNullFirst)
 {
     list = reinterpret_cast<LPADRLIST>(0x10);
@@ -169,6 +177,8 @@ TEST_F(RecipientsTest, AThousandNamesAreAThousandEntries)
     EXPECT_EQ(Create(text.c_str()), S_OK);
     ASSERT_EQ(list->cEntries, 1000u);
     EXPECT_STREQ(list->aEntries[999].rgPropVals[0].Value.lpszA, "name999");
+    for (ULONG i = 0; i < list->cEntries; ++i)
+        EXPECT_EQ(list->aEntries[i].ulReserved1, 0u) << i;
 }
 
 } // namespace

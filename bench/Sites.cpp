@@ -50,7 +50,7 @@ const std::string &SiteWith(std::uint64_t messages)
     const std::string making = path + ".new";
     {
         const storage::User alice = NewSite(making);
-        localmapi::delivery::fill(storage::Site::open(making), alice, messages, {}, localmapi::delivery::now());
+        localmapi::delivery::fill(storage::Site::open(making), alice, messages, {}, localmapi::storage::currentTime());
     }
     std::filesystem::rename(making, path);
     return path;
@@ -63,7 +63,7 @@ std::string SiteWithRecording(const std::string &wav)
     storage::Site site = storage::Site::open(path);
     localmapi::delivery::Voicemail voicemail;
     voicemail.number = "+15550100";
-    storage::MessageChanges message = compose(voicemail, alice, localmapi::delivery::now());
+    storage::MessageChanges message = compose(voicemail, alice, localmapi::storage::currentTime());
     localmapi::delivery::attach(message, wav, "audio/wav");
     storage::Objects(site).createMessage(storage::Directory(site).mailbox(alice.mailbox).inbox, message);
     return path;

@@ -4,10 +4,12 @@
  *
  *     voicemail_host PROFILE MAILBOX FOLDER
  *
- * Plain C over the public header alone. Recordings land in FOLDER as 1.wav, 2.wav, ... in the order of the listing.
+ * Plain C over the public header alone. Recordings land in FOLDER as 1.wav, 2.wav (or .wma), ... in the order of the
+ * listing.
  */
 #include "OrlMapi32.h"
 #include <stdio.h>
+#include <string.h>
 
 enum { kPageSize = 10 };
 
@@ -34,7 +36,8 @@ static void handle_message(OrlMailbox mailbox, const EmailHeaderA *header, const
     printf("  from %s %s, %ld s\n", header->pszName, header->pszNumber, (long)header->lSecs);
     for (i = 0; i < header->cAttachments; ++i) {
         const AttachmentInfoA *attachment = &header->pAttachments[i];
-        const int length = snprintf(file, sizeof file, "%s/%d.wav", folder, *saved + 1);
+        const char *extension = strcmp(attachment->pszMimeTag, "audio/x-ms-wma") == 0 ? "wma" : "wav";
+        const int length = snprintf(file, sizeof file, "%s/%d.%s", folder, *saved + 1, extension);
         if (length < 0 || (size_t)length >= sizeof file) {
             fprintf(stderr, "voicemail_host: the folder's name is too long\n");
             ++failures;

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <chrono>
 #include <random>
 #include <system_error>
 
@@ -132,14 +131,6 @@ std::string utf8Of(const std::filesystem::path &path)
 }
 
 } // namespace
-
-std::int64_t now()
-{
-    // From 1601 to 1970 in 100 ns.
-    constexpr std::int64_t kEpochs = 116444736000000000;
-    using Ticks = std::chrono::duration<std::int64_t, std::ratio<1, 10000000>>;
-    return kEpochs + std::chrono::duration_cast<Ticks>(std::chrono::system_clock::now().time_since_epoch()).count();
-}
 
 std::optional<Sender> senderNamed(const storage::Site &site, const std::string &text)
 {

@@ -41,9 +41,6 @@ struct Mail {
 // A user by alias, display name, address or distinguished name; any other text with an @ is an address elsewhere.
 std::optional<Sender> senderNamed(const storage::Site &site, const std::string &text);
 
-// Now, in 100 ns since 1601 UTC.
-std::int64_t now();
-
 storage::MessageChanges compose(const Voicemail &voicemail, const storage::User &to, std::int64_t time);
 storage::MessageChanges compose(const Mail &mail, const storage::User &to, std::int64_t time);
 

@@ -2,7 +2,6 @@
 
 #include "ErrorText.h"
 #include "MemorySource.h"
-#include "NameMatch.h"
 #include "PropertyConvert.h"
 
 #include <algorithm>
@@ -39,23 +38,6 @@ std::unique_ptr<MemoryRowStore> MemoryRows::Take()
 namespace
 {
 
-// Every word of the query must begin a word of one of the columns.
-storage::Filter AnrOver(const std::vector<storage::Tag> &columns, const std::string &query)
-{
-    std::vector<storage::Filter> words;
-    std::string_view rest = Trimmed(query);
-    while (!rest.empty()) {
-        const std::size_t end = std::min(rest.find(' '), rest.size());
-        std::vector<storage::Filter> anywhere;
-        for (const storage::Tag column : columns)
-            anywhere.push_back(storage::Filter::content(column, storage::Filter::Match::WordPrefix,
-                                                        std::string(rest.substr(0, end)), true, true));
-        words.push_back(storage::Filter::any(std::move(anywhere)));
-        rest = Trimmed(rest.substr(end));
-    }
-    return words.empty() ? storage::Filter::any({}) : storage::Filter::all(std::move(words));
-}
-
 // Properties of the rows that no column of the set names.
 std::vector<storage::Tag> FurtherColumns(const std::vector<storage::PropertyBag> &rows)
 {
@@ -91,12 +73,6 @@ HRESULT CreateMemoryTable(MemoryRows rows, MemoryTableSettings settings, IMAPITa
             schema.columns.push_back(StorageTag(column));
         schema.unicode = settings.unicode;
         schema.bookmarks = settings.bookmarks;
-        if (!settings.anrColumns.empty()) {
-            std::vector<storage::Tag> columns;
-            for (const ULONG column : settings.anrColumns)
-                columns.push_back(StorageTag(column));
-            schema.anr = [columns](const std::string &query) { return AnrOver(columns, query); };
-        }
         return CreateMemoryTable(std::move(rows.Take()->rows), std::move(schema), table);
     });
 }

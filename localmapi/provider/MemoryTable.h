@@ -40,9 +40,6 @@ struct MemoryTableSettings {
     bool unicode = false;
     // Attachment tables know no bookmarks of their own.
     bool bookmarks = true;
-    // The text properties in which a restriction on PR_ANR looks for the start of a word. Where there are none such a
-    // restriction is MAPI_E_TOO_COMPLEX.
-    std::vector<ULONG> anrColumns = {};
 };
 
 // A new table with one reference, over rows that no longer change.

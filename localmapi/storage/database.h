@@ -81,8 +81,6 @@ class Writer
     FacetLedger m_facets;
 };
 
-// Now, in units of 100 ns since 1601 UTC.
-std::int64_t currentTime();
 Guid newGuid();
 
 } // namespace localmapi::storage

@@ -95,7 +95,7 @@ void deliverVoicemail(const Common &common, const DeliverOptions &options)
     const auto known = options.name.empty() ? std::nullopt : senderNamed(site, options.name);
     voicemail.from = known ? *known : Sender{caller, "", ""};
 
-    storage::MessageChanges message = compose(voicemail, to, now());
+    storage::MessageChanges message = compose(voicemail, to, storage::currentTime());
     attachFile(message, options.wav, recording.mimeTag);
     put(common, site, to, message);
 }
@@ -109,7 +109,7 @@ void deliverMail(const Common &common, const DeliverOptions &options)
                                                    options.subject,
                                                    bodyOf(options),
                                                    {options.urgent, options.isPrivate}},
-                                              to, now());
+                                              to, storage::currentTime());
     for (const std::string &file : options.attachments)
         attachFile(message, file, "");
     put(common, site, to, message);
@@ -120,7 +120,8 @@ void deliverFax(const Common &common, const DeliverOptions &options)
     const storage::Site site = openSite(common);
     const storage::User to = userNamed(site, options.to);
     const Sender from = options.from.empty() ? Sender{options.creator, "", ""} : senderOrFailure(site, options.from);
-    storage::MessageChanges message = compose(Mail{from, options.creator, "Fax from " + from.name, "", {}}, to, now());
+    storage::MessageChanges message =
+        compose(Mail{from, options.creator, "Fax from " + from.name, "", {}}, to, storage::currentTime());
     for (const std::string &file : options.attachments)
         attachFile(message, file, "");
     put(common, site, to, message);
@@ -138,7 +139,7 @@ void fillMailbox(const Common &common, const FillOptions &options)
     }
     {
         Progress progress("messages", options.count);
-        fill(site, user, options.count, mix, now(), [&](std::uint64_t done) { progress.at(done); });
+        fill(site, user, options.count, mix, storage::currentTime(), [&](std::uint64_t done) { progress.at(done); });
     }
     if (common.json)
         printJson({{"user", user.alias}, {"count", options.count}});

@@ -37,6 +37,17 @@ bool IsReadableText(const WCHAR *text)
     return !IsBadStringPtrW(text, static_cast<UINT_PTR>(-1) / sizeof(WCHAR));
 }
 
+bool IsReadable(const void *value, std::size_t size, const char *szMember)
+{
+    {
+        const SuspendFaultGuard suspended;
+        if (value && !IsBadReadPtr(value, size))
+            return true;
+    }
+    DebugOutputA(kTraceText, "%s: Invalid pointer %p\n", szMember, value);
+    return false;
+}
+
 void ReportBadText(const char *szMember, int nLine)
 {
     DebugOutputA(kTraceText, "Assertion failed: Invalid string passed to %s, file %s, line %d", szMember,

@@ -72,13 +72,17 @@ void TraceSettings::Read(const char *szKey)
         SetMap(map);
 }
 
-void TraceSettings::ReadAgainWhenOld(const char *szKey)
+void TraceSettings::ReadAgainWhenOld(const char *szKey) noexcept
 {
     // In this order the tick is never before the time noted, so that their difference is an age.
     DWORD last = m_lastRead.load(std::memory_order_acquire);
     const DWORD now = SystemCalls().GetTickCount();
-    if (now - last > kReadEvery && m_lastRead.compare_exchange_strong(last, now))
+    if (now - last <= kReadEvery || !m_lastRead.compare_exchange_strong(last, now))
+        return;
+    try {
         Read(szKey);
+    } catch (...) { // No line of the trace is worth the host: what holds is kept, and read in 3 s again.
+    }
 }
 
 void TraceSettings::Write(const char *szKey, const char *szModuleName) const

@@ -17,8 +17,9 @@ class TraceSettings
 
     // A value that is missing keeps what holds. Notes the time.
     void Read(const char *szKey);
-    // The same when the last reading is more than 3 s ago; one thread of several does it.
-    void ReadAgainWhenOld(const char *szKey);
+    // The same when the last reading is more than 3 s ago; one thread of several does it. Where there is no memory for
+    // it, what holds is kept.
+    void ReadAgainWhenOld(const char *szKey) noexcept;
     // Makes key and values visible to the administrator.
     void Write(const char *szKey, const char *szModuleName) const;
 

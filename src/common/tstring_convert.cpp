@@ -1,3 +1,4 @@
+#include "common/TextReports.h"
 #include "common/debug.h"
 #include "common/tstring.h"
 #include <cstring>
@@ -115,11 +116,8 @@ tstring::operator GUID() const
 tstring &tstring::FromVariant(const VARIANT *pVariant)
 {
     clear();
-    if (!pVariant) {
-        DebugOutputA(kTraceText, "%s: Invalid pointer %p\n", "tstring::FromVariant",
-                     static_cast<const void *>(pVariant));
+    if (!IsReadable(pVariant, "tstring::FromVariant"))
         return *this;
-    }
     struct Converted {
         VARIANT value;
         Converted() { VariantInit(&value); }

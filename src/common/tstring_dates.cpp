@@ -1,3 +1,4 @@
+#include "common/TextReports.h"
 #include "common/debug.h"
 #include "common/tstring.h"
 
@@ -73,19 +74,12 @@ std::string DateText(const FILETIME &localTime, tstring::Show show, const char *
     return DateText(time, show, szMember);
 }
 
-bool IsPointer(const void *pointer, const char *szMember)
-{
-    if (!pointer)
-        DebugOutputA(kTraceText, "%s: Invalid pointer %p\n", szMember, pointer);
-    return pointer != nullptr;
-}
-
 } // namespace
 
 tstring &tstring::FromSystemTime(const SYSTEMTIME *pTime, Show show)
 {
     constexpr const char *szMember = "tstring::FromSystemTime";
-    assign(IsPointer(pTime, szMember) ? DateText(*pTime, show, szMember) : std::string());
+    assign(IsReadable(pTime, szMember) ? DateText(*pTime, show, szMember) : std::string());
     return *this;
 }
 
@@ -93,7 +87,7 @@ tstring &tstring::FromFileTime(const FILETIME *pTime, Show show)
 {
     constexpr const char *szMember = "tstring::FromFileTime";
     clear();
-    if (!IsPointer(pTime, szMember))
+    if (!IsReadable(pTime, szMember))
         return *this;
     FILETIME localTime;
     if (FileTimeToLocalFileTime(pTime, &localTime))

@@ -12,8 +12,9 @@ constexpr const char *kFormatV = "tstring::FormatV";
 constexpr std::size_t kFirstSize = 512;
 constexpr std::size_t kGrowth = 256;
 
-// Formats into text, enlarging it until the result fits. The runtime's result, -1 for a format that it refuses.
-int FormatInto(std::string &text, const char *format, va_list arguments)
+// Formats into text, enlarging it until the result fits. The runtime's result, -1 for a format that it refuses, with
+// its errno.
+int FormatInto(std::string &text, const char *format, va_list arguments, int &error)
 {
     for (std::size_t size = kFirstSize;; size += kGrowth) {
         text.resize(size);
@@ -21,11 +22,12 @@ int FormatInto(std::string &text, const char *format, va_list arguments)
         va_copy(attempt, arguments);
         errno = 0;
         const int result = _vsnprintf_s(text.data(), size, _TRUNCATE, format, attempt);
+        error = errno;
         va_end(attempt);
         if (result != -1)
             return result;
         // A runtime that refuses a format empties the text, or leaves what it had written until then and says EINVAL.
-        if (text[0] == '\0' || errno == EINVAL) {
+        if (text[0] == '\0' || error == EINVAL) {
             DebugOutputA(kTraceText, "%s: Format error in [%s]\n", kFormatV, format);
             return result;
         }
@@ -44,12 +46,13 @@ void tstring::FormatV(const char *format, va_list arguments)
     }
     try {
         std::string text; // the arguments may point into this string
-        const int result = FormatInto(text, format, arguments);
+        int error = 0;
+        const int result = FormatInto(text, format, arguments, error);
         if (result >= 0 && static_cast<size_type>(result) < text.size()) {
             text.resize(static_cast<size_type>(result));
         } else {
             DebugOutputA(kTraceText, "%s: The following error %d was returned from _vsntprintf (errno=%d) for [%s]\n",
-                         kFormatV, result, errno, format);
+                         kFormatV, result, error, format);
             text.clear();
         }
         swap(text);

@@ -16,12 +16,39 @@ static void same(const char *what, size_t got, size_t wanted)
     }
 }
 
-/* A pointer type per function: an assignment that does not compile where they differ. */
-PFN_OrlCreateConnection create = 0;
-PFN_OrlGetEmailHeadersA listA = 0;
-PFN_OrlGetEmailHeadersW listW = 0;
-PFN_OrlDownloadAttachmentW save = 0;
-PFN_OrlGetErrorTextW text = 0;
+/* Does not compile where a function and its pointer type differ. */
+#define SAME_TYPE(name) _Static_assert(_Generic(&name, PFN_##name : 1, default : 0), #name " is not what its type says")
+
+SAME_TYPE(OrlCreateConnection);
+SAME_TYPE(OrlCloseConnection);
+SAME_TYPE(OrlIsMAPIAvailable);
+SAME_TYPE(OrlIsConnected);
+SAME_TYPE(OrlCrashRecovery);
+SAME_TYPE(OrlMapiConnectA);
+SAME_TYPE(OrlMapiConnectW);
+SAME_TYPE(OrlMapiDisconnect);
+SAME_TYPE(OrlMapiConnectToMailboxA);
+SAME_TYPE(OrlMapiConnectToMailboxW);
+SAME_TYPE(OrlMapiDisconnectFromMailbox);
+SAME_TYPE(OrlMapiReleaseHandle);
+SAME_TYPE(OrlMapiFreeBuffer);
+SAME_TYPE(OrlGetExchangeServerNameA);
+SAME_TYPE(OrlGetExchangeServerNameW);
+SAME_TYPE(OrlGetExchangeProfilesA);
+SAME_TYPE(OrlGetExchangeProfilesW);
+SAME_TYPE(OrlGetEmailHeadersA);
+SAME_TYPE(OrlGetEmailHeadersW);
+SAME_TYPE(OrlGetEmailHeaderA);
+SAME_TYPE(OrlGetEmailHeaderW);
+SAME_TYPE(OrlGetEmailFlags);
+SAME_TYPE(OrlSetEmailReadFlag);
+SAME_TYPE(OrlDeleteEmail);
+SAME_TYPE(OrlDownloadEmailA);
+SAME_TYPE(OrlDownloadEmailW);
+SAME_TYPE(OrlDownloadAttachmentA);
+SAME_TYPE(OrlDownloadAttachmentW);
+SAME_TYPE(OrlGetErrorTextA);
+SAME_TYPE(OrlGetErrorTextW);
 
 int main(void)
 {

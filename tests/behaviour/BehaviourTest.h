@@ -67,5 +67,5 @@ class BehaviourTest : public testing::Test
   private:
     std::filesystem::path m_folder;
     std::optional<localmapi::storage::Site> m_site;
-    std::int64_t m_time = localmapi::delivery::now();
+    std::int64_t m_time = localmapi::storage::currentTime();
 };

@@ -17,7 +17,7 @@ class ListingBehaviour : public BehaviourTest
         const storage::User to = *storage::Directory(site()).userByAlias("alice");
         storage::MessageChanges message =
             compose(delivery::Mail{{sender, "SMTP", address}, creator, "Subject", "Body", {urgent, false}}, to,
-                    delivery::now());
+                    storage::currentTime());
         message.properties.set.set(storage::kMessageClass, messageClass);
         message.properties.set.set(storage::kMessageFlags, std::int32_t{read ? 1 : 0});
         Deliver("alice", message);
@@ -223,7 +223,7 @@ TEST_F(ListingBehaviour, OffsetStandsForAMissingReceivedTime)
 {
     const storage::User to = *storage::Directory(site()).userByAlias("alice");
     storage::MessageChanges message =
-        compose(delivery::Voicemail{{"x", "", ""}, "", "x", 3, "", {}}, to, delivery::now());
+        compose(delivery::Voicemail{{"x", "", ""}, "", "x", 3, "", {}}, to, storage::currentTime());
     message.properties.set.set(delivery::kVoiceOffset, std::int32_t{41});
     message.properties.set.erase(delivery::kVoiceReceived);
     Deliver("alice", message);

@@ -24,8 +24,9 @@ class MessageBehaviour : public BehaviourTest
     Id DeliverMail(const std::string &subject, const std::string &body)
     {
         const storage::User to = *storage::Directory(site()).userByAlias("alice");
-        storage::MessageChanges message = compose(
-            delivery::Mail{{"Bob", "SMTP", "bob@elsewhere.example"}, "", subject, body, {}}, to, delivery::now());
+        storage::MessageChanges message =
+            compose(delivery::Mail{{"Bob", "SMTP", "bob@elsewhere.example"}, "", subject, body, {}}, to,
+                    storage::currentTime());
         if (subject.empty())
             for (const storage::Tag tag :
                  {delivery::kSubject, delivery::kNormalizedSubject, delivery::kConversationTopic})
@@ -61,7 +62,7 @@ TEST_F(MessageBehaviour, AFaxGivesItsSenderAddressAsTheCreatorName)
 {
     const storage::User to = *storage::Directory(site()).userByAlias("alice");
     Deliver("alice", compose(delivery::Mail{{"Fax", "SMTP", "4711@FAX.norvik.example"}, "Somebody", "Fax", "", {}}, to,
-                             delivery::now()));
+                             storage::currentTime()));
     Filter mail;
     mail.um = 0;
     const Id id = Only(mail);

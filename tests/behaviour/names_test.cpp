@@ -104,7 +104,7 @@ TEST_F(NamesBehaviour, HostileTextInEveryFieldIsListedReadAndSavedAsItIs)
     const std::string hostile = "%s%s%s%s%n%1000000d";
     const storage::User to = *storage::Directory(site()).userByAlias("alice");
     Deliver("alice", compose(delivery::Mail{{hostile, "SMTP", hostile + "@x"}, hostile, hostile, hostile, {}}, to,
-                             delivery::now()));
+                             storage::currentTime()));
     Connect();
     const OrlMailbox mailbox = Open("alice");
     Filter mail;

@@ -1,7 +1,9 @@
 // Text between code pages, and text of GUIDs, dates and variants.
+#include "BadMemory.h"
 #include "LikeLine.h"
 #include "common/tstring.h"
 #include "support/TraceCapture.h"
+#include <cstring>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <objbase.h>
@@ -13,6 +15,7 @@ namespace
 using testing::AnyOf;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::StartsWith;
 
 wtext Wide(const tstring &text, UINT codePage)
 {
@@ -213,6 +216,31 @@ TEST(DateText, NullPointersAreReported)
     EXPECT_THAT(trace.Texts(), ElementsAre("tstring::FromSystemTime: Invalid pointer " + null,
                                            "tstring::FromFileTime: Invalid pointer " + null,
                                            "tstring::FromVariant: Invalid pointer " + null));
+}
+
+TEST(DateText, UnreadablePointersAreReported)
+{
+    TraceCapture trace;
+    const std::string address = sizeof(void *) == 4 ? "00000010" : "0000000000000010";
+    tstring text("before");
+    EXPECT_EQ(text.FromSystemTime(Unreadable<SYSTEMTIME>()), "");
+    text = "before";
+    EXPECT_EQ(text.FromFileTime(Unreadable<FILETIME>()), "");
+    text = "before";
+    EXPECT_EQ(text.FromVariant(Unreadable<VARIANT>()), "");
+    EXPECT_THAT(trace.Texts(), ElementsAre("tstring::FromSystemTime: Invalid pointer " + address,
+                                           "tstring::FromFileTime: Invalid pointer " + address,
+                                           "tstring::FromVariant: Invalid pointer " + address));
+}
+
+TEST(DateText, AValueThatRunsIntoUnreadableMemoryIsReported)
+{
+    TraceCapture trace;
+    const PageBeforeGap page;
+    std::memset(page.End() - sizeof(SYSTEMTIME), 0, sizeof(SYSTEMTIME));
+    tstring text("before");
+    EXPECT_EQ(text.FromSystemTime(reinterpret_cast<const SYSTEMTIME *>(page.End() - sizeof(SYSTEMTIME) / 2)), "");
+    EXPECT_THAT(trace.Texts(), ElementsAre(StartsWith("tstring::FromSystemTime: Invalid pointer ")));
 }
 
 TEST(DateText, AFileTimeIsShownInLocalTime)

@@ -3,11 +3,13 @@
 #include "LikeLine.h"
 #include "common/tstring.h"
 #include "support/TraceCapture.h"
+#include <cerrno>
 #include <cstdlib>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <new>
 #include <objbase.h>
+#include <vector>
 
 namespace
 {
@@ -101,6 +103,25 @@ TEST(Format, ARefusedFormatEndsWhateverTheRuntimeHadWrittenOfIt)
         EXPECT_EQ(text, "");
         EXPECT_THAT(trace.Texts(), ElementsAre(std::string("tstring::FormatV: Format error in [") + format + "]", _));
     }
+}
+
+std::vector<std::string> g_lines;
+void SpoilErrno(const char *szText, int)
+{
+    g_lines.emplace_back(szText);
+    errno = 4711;
+}
+
+TEST(Format, TheErrorReportedIsTheRuntimesOwnWhateverTheTraceDoesMeanwhile)
+{
+    TraceCapture trace;
+    SetOutputHooks(SpoilErrno, nullptr);
+    g_lines.clear();
+    tstring text("before");
+    text.Format("abc%y");
+    ASSERT_EQ(g_lines.size(), 2u);
+    EXPECT_NE(g_lines[1].find("(errno="), std::string::npos) << g_lines[1];
+    EXPECT_EQ(g_lines[1].find("4711"), std::string::npos) << g_lines[1];
 }
 
 TEST(Format, ANulThatFitsIsPartOfTheText)

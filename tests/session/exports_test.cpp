@@ -246,10 +246,37 @@ TEST_F(ExportsTest, AnExceptionIsReportedUnderTheExportsNameWithALineOfItsOwn)
            [&] { return OrlGetExchangeProfilesA(hConnection, &profilesA, &count); });
     expect("OrlGetExchangeProfilesW", "MAPIAdminProfiles",
            [&] { return OrlGetExchangeProfilesW(hConnection, &profilesW, &count); });
+    mapi.script.Clear();
+    ASSERT_EQ(OrlMapiConnectToMailboxA(hConnection, &mailbox, "alice"), S_OK);
+    expect("OrlMapiDisconnectFromMailbox", "Store(alice).StoreLogoff",
+           [&] { return OrlMapiDisconnectFromMailbox(hConnection, mailbox); });
     expect("OrlMapiDisconnect", "Session.Logoff", [&] { return OrlMapiDisconnect(hConnection); });
     expect("OrlMapiFreeBuffer", "MAPIFreeBuffer", [&] { return OrlMapiFreeBuffer(nullptr); });
-    EXPECT_EQ(lines.size(), 10u);
+    EXPECT_EQ(lines.size(), 11u);
     mapi.script.Clear();
+}
+
+std::string g_exceptionIn;
+void KeepException(const char *, const char *szFunction, int)
+{
+    g_exceptionIn = szFunction;
+}
+void ThrowOnce(const char *, int)
+{
+    SetOutputHooks(nullptr, nullptr);
+    throw std::runtime_error("from the trace");
+}
+
+TEST_F(ExportsTest, AnExceptionWhileCreatingIsAPlainFailure)
+{
+    SetExceptionHooks(KeepException, nullptr);
+    SetOutputHooks(ThrowOnce, nullptr);
+    DWORD h = 77;
+    EXPECT_EQ(OrlCreateConnection(&h, 0), E_FAIL);
+    SetExceptionHooks(nullptr, nullptr);
+    SetOutputHooks(nullptr, nullptr);
+    EXPECT_EQ(g_exceptionIn, "OrlCreateConnection");
+    EXPECT_EQ(h, 77u);
 }
 
 TEST_F(ExportsTest, TheErrorNameExportsIgnoreTheConnection)
@@ -292,6 +319,19 @@ TEST_F(ExportsTest, TheNameOfAResultNeedsRoomForItsTerminator)
     OrlGetErrorTextW(0, 1, wide, 7);
     EXPECT_STREQ(narrow, "");
     EXPECT_EQ(wide[0], 0);
+}
+
+TEST_F(ExportsTest, TheNameOfAResultGoesNowhereWithoutABufferAndWithoutRoom)
+{
+    char narrow[4] = "abc";
+    WCHAR wide[4] = {'a', 'b', 'c', 0};
+    OrlGetErrorTextA(0, 1, narrow, 0);
+    OrlGetErrorTextW(0, 1, wide, 0);
+    EXPECT_STREQ(narrow, "abc");
+    EXPECT_EQ(WideText(wide), WideText(OLESTR("abc")));
+    OrlGetErrorTextA(0, 1, nullptr, 64);
+    OrlGetErrorTextW(0, 1, nullptr, 64);
+    EXPECT_THAT(Lines(), IsEmpty());
 }
 
 } // namespace

@@ -1,5 +1,8 @@
-// No room for a session, and none for the text of an entry ID. The program's own operator new fails on demand.
+// Where there is no room: for a session, for its entry in the registry of connections, for a handle in its own
+// registries, for the text of an entry ID. The program's own operator new fails on demand.
 #include "OrlMapi32.h"
+#include "common/DebugTrace.h"
+#include "common/debug.h"
 #include "session/CMAPIImpl.h"
 #include "session/OpenEntry.h"
 #include "support/MapiDouble.h"
@@ -12,9 +15,11 @@ namespace
 
 // While set, the next allocation of just this size on this thread fails.
 thread_local std::size_t failingSize = 0;
+thread_local std::size_t lastSize = 0; // that was asked for
 
 [[gnu::noinline]] void *Allocate(std::size_t size) noexcept
 {
+    lastSize = size;
     if (failingSize != 0 && size == failingSize) {
         failingSize = 0;
         return nullptr;
@@ -84,6 +89,80 @@ TEST_F(NoMemoryTest, TheTextOfAnEntryIdIsThenWhatWasBuiltSoFar)
     failingSize = 0;
     EXPECT_THAT(trace.Texts(),
                 testing::ElementsAre(testing::StartsWith("Exception has occurred in GetEntryIDString (OrlMapi32[")));
+}
+
+// What the library reports instead of throwing.
+char reported[64];
+int reports = 0;
+void Keep(const char *szSourceFile, const char *szFunction, int)
+{
+    EXPECT_STREQ(szSourceFile, "OrlMapi32");
+    strcpy_s(reported, sizeof(reported), szFunction);
+    ++reports;
+}
+
+// The trace is silent meanwhile and reads no settings, so that the library's own allocations are the only ones.
+class NoRoomTest : public NoMemoryTest
+{
+  protected:
+    NoRoomTest()
+    {
+        PinDebugFilter(0, {});
+        SetExceptionHooks(Keep, nullptr);
+        reported[0] = 0;
+        reports = 0;
+        EXPECT_EQ(OrlCreateConnection(&h, 0), S_OK);
+    }
+    ~NoRoomTest() override
+    {
+        EXPECT_EQ(OrlCloseConnection(&h), S_OK);
+        EXPECT_EQ(mapi.recorder.Count("MAPIInitialize"), mapi.recorder.Count("MAPIUninitialize"));
+        SetExceptionHooks(nullptr, nullptr);
+        ReleaseDebugFilter();
+    }
+    // Whether what is done next ran into the failure of an allocation of this size.
+    template <class Work> static bool Failing(std::size_t size, Work &&work)
+    {
+        failingSize = size;
+        work();
+        const bool failed = failingSize == 0;
+        failingSize = 0;
+        return failed;
+    }
+    DWORD h = 0;
+};
+
+TEST_F(NoRoomTest, AConnectionThatCannotBeEnteredKeepsItsHandleAndNoSession)
+{
+    DWORD second = 0;
+    EXPECT_EQ(OrlCreateConnection(&second, 0), S_OK);
+    const std::size_t entry = lastSize; // the last thing that creation asks for
+    EXPECT_EQ(OrlCloseConnection(&second), S_OK);
+    DWORD third = 0;
+    EXPECT_TRUE(Failing(entry, [&] { third = CMAPIImpl::Allocate(false); }));
+    EXPECT_NE(third, 0u);
+    EXPECT_FALSE(CMAPIImpl::Locate(third));
+    EXPECT_EQ(OrlCloseConnection(&third), E_FAIL);
+    EXPECT_STREQ(reported, "CMAPIImpl::Allocate");
+    EXPECT_EQ(reports, 1);
+}
+
+TEST_F(NoRoomTest, ATableOrBookmarkThatCannotBeStoredIsReportedAndNotFound)
+{
+    const SessionGuard session = CMAPIImpl::Locate(h);
+    auto *const table = reinterpret_cast<IMAPITable *>(0x10); // recorded, never called
+    EXPECT_TRUE(session->FreeContentsTableObject(session->StoreObject(table)));
+    const std::size_t tableEntry = lastSize;
+    DWORD handle = 0;
+    EXPECT_TRUE(Failing(tableEntry, [&] { handle = session->StoreObject(table); }));
+    EXPECT_EQ(session->LocateContentsTable(handle), nullptr);
+    EXPECT_STREQ(reported, "CMAPIImpl::StoreObject");
+
+    EXPECT_TRUE(session->FreeBookmarkObject(session->StoreObject(BOOKMARK{7})));
+    const std::size_t bookmarkEntry = lastSize;
+    EXPECT_TRUE(Failing(bookmarkEntry, [&] { handle = session->StoreObject(BOOKMARK{7}); }));
+    EXPECT_EQ(session->LocateBookmark(handle), 0u);
+    EXPECT_EQ(reports, 2);
 }
 
 } // namespace

@@ -308,6 +308,19 @@ TEST_F(Filters, ThatAreTooDeepAreRefused)
     EXPECT_EQ(faultOf([&] { View(site, inbox(), deep); }), Fault::TooComplex);
 }
 
+TEST_F(Filters, MayBe28LevelsDeepAndNo29)
+{
+    const auto nested = [](int levels) {
+        Filter filter = Filter::exists(kNumber);
+        for (int i = 1; i < levels; ++i)
+            filter = Filter::negate(std::move(filter));
+        return filter;
+    };
+    for (const int levels : {27, 28})
+        EXPECT_NO_THROW(View(site, inbox(), nested(levels)).count()) << levels;
+    EXPECT_EQ(faultOf([&] { View(site, inbox(), nested(29)); }), Fault::TooComplex);
+}
+
 } // namespace
 
 } // namespace localmapi::storage

@@ -1,5 +1,7 @@
 // Proves restrictions on what only some rows know: messages with their parts, and names that are looked up.
-#include "MemoryTable.h"
+#include "MemorySource.h"
+#include "NameMatch.h"
+#include "PropertyConvert.h"
 #include "TableFixture.h"
 
 namespace localmapi::test
@@ -95,16 +97,18 @@ TEST_F(FolderRestriction, R16_TheReadFlagAndTheClassOfMessagesSelectThem)
 TEST(AmbiguousNames, R23_PrAnrFindsRowsByTheStartOfAnyWordWithoutExistBesideIt)
 {
     LiveCountsAreZeroAtTheEnd counts;
-    MemoryRows rows;
+    std::vector<storage::PropertyBag> rows;
     for (const char *name : {"Alice Archer", "Bob Baker", "Robert Alison"}) {
         const Props row = {Narrow(PR_DISPLAY_NAME_A, name), Narrow(kLabel, name)};
-        ASSERT_EQ(rows.Add(static_cast<ULONG>(row.size()), row.data()), S_OK);
+        rows.push_back(BagFromProps(static_cast<ULONG>(row.size()), row.data()));
     }
     const Props nameless = {Narrow(kLabel, "nameless")};
-    ASSERT_EQ(rows.Add(1, nameless.data()), S_OK);
+    rows.push_back(BagFromProps(1, nameless.data()));
+    TableSchema schema;
+    schema.columns = {StorageTag(kLabel)};
+    schema.anr = [](const std::string &query) { return AnrFilter(query); };
     Ref<IMAPITable> table;
-    ASSERT_EQ(CreateMemoryTable(std::move(rows), {.columns = {kLabel}, .anrColumns = {PR_DISPLAY_NAME_A}}, table.put()),
-              S_OK);
+    ASSERT_EQ(CreateMemoryTable(std::move(rows), std::move(schema), table.put()), S_OK);
     Tree tree;
     const auto matching = [&](SRestriction *restriction) {
         const HRESULT hr = table->Restrict(restriction, 0);
@@ -114,6 +118,8 @@ TEST(AmbiguousNames, R23_PrAnrFindsRowsByTheStartOfAnyWordWithoutExistBesideIt)
     EXPECT_EQ(matching(tree.Property(RELOP_EQ, Wide(PR_ANR_W, OLESTR("BAK")))), "Bob Baker");
     EXPECT_EQ(matching(tree.Property(RELOP_EQ, Narrow(PR_ANR_A, "ali rob"))), "Robert Alison");
     EXPECT_EQ(matching(tree.Property(RELOP_EQ, Narrow(PR_ANR_A, "lice"))), "");
+    EXPECT_EQ(matching(tree.Property(RELOP_EQ, Narrow(PR_ANR_A, "=bob baker"))), "Bob Baker");
+    EXPECT_EQ(matching(tree.Property(RELOP_EQ, Narrow(PR_ANR_A, "=bob"))), "");
     EXPECT_EQ(matching(tree.And({tree.Property(RELOP_EQ, Narrow(PR_ANR_A, "bob")), tree.Exist(PR_DISPLAY_NAME_A)})),
               "Bob Baker");
     EXPECT_EQ(matching(tree.Property(RELOP_NE, Narrow(PR_ANR_A, "bob"))), "MAPI_E_TOO_COMPLEX");

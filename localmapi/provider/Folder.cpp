@@ -85,31 +85,18 @@ bool Folder::IsComputed(storage::Tag tag)
     switch (PROP_ID(tag)) {
     case PROP_ID(PR_ENTRYID):
     case PROP_ID(PR_PARENT_ENTRYID):
-    case PROP_ID(PR_RECORD_KEY):
-    case PROP_ID(PR_INSTANCE_KEY):
-    case PROP_ID(PR_STORE_ENTRYID):
-    case PROP_ID(PR_STORE_RECORD_KEY):
-    case PROP_ID(PR_STORE_SUPPORT_MASK):
-    case PROP_ID(PR_MAPPING_SIGNATURE):
-    case PROP_ID(PR_OBJECT_TYPE):
-    case PROP_ID(PR_ACCESS):
-    case PROP_ID(PR_ACCESS_LEVEL):
     case PROP_ID(PR_FOLDER_TYPE):
     case PROP_ID(PR_CONTENT_COUNT):
     case PROP_ID(PR_CONTENT_UNREAD):
     case PROP_ID(kPrAssociatedCount):
     case PROP_ID(PR_SUBFOLDERS):
     case PROP_ID(PR_CREATION_TIME):
-    case PROP_ID(PR_LAST_MODIFICATION_TIME):
-    case storage::tagId(storage::kObjectId):
-    case storage::tagId(storage::kParentId):
-    case storage::tagId(storage::kChangeNumber):
     case storage::tagId(storage::kFolderChildCount):
         return true;
     case PROP_ID(kPrAppointmentEntryId):
         return m_id == m_store->mailbox.root || m_id == m_store->mailbox.inbox;
     default:
-        return false;
+        return IsComputedEverywhere(tag);
     }
 }
 

@@ -154,15 +154,6 @@ bool Message::IsComputed(storage::Tag tag)
     switch (PROP_ID(tag)) {
     case PROP_ID(PR_ENTRYID):
     case PROP_ID(PR_PARENT_ENTRYID):
-    case PROP_ID(PR_RECORD_KEY):
-    case PROP_ID(PR_INSTANCE_KEY):
-    case PROP_ID(PR_STORE_ENTRYID):
-    case PROP_ID(PR_STORE_RECORD_KEY):
-    case PROP_ID(PR_STORE_SUPPORT_MASK):
-    case PROP_ID(PR_MAPPING_SIGNATURE):
-    case PROP_ID(PR_OBJECT_TYPE):
-    case PROP_ID(PR_ACCESS):
-    case PROP_ID(PR_ACCESS_LEVEL):
     case PROP_ID(PR_MESSAGE_SIZE):
     case PROP_ID(PR_HASATTACH):
     case PROP_ID(PR_NORMALIZED_SUBJECT):
@@ -170,16 +161,12 @@ bool Message::IsComputed(storage::Tag tag)
     case PROP_ID(PR_DISPLAY_CC):
     case PROP_ID(PR_DISPLAY_BCC):
     case PROP_ID(PR_CREATION_TIME):
-    case PROP_ID(PR_LAST_MODIFICATION_TIME):
-    case storage::tagId(storage::kObjectId):
-    case storage::tagId(storage::kParentId):
-    case storage::tagId(storage::kChangeNumber):
         return true;
     case PROP_ID(PR_MESSAGE_FLAGS):
         // A client says what a new message is; from its first save on the flags have methods of their own.
         return m_id != 0;
     default:
-        return false;
+        return IsComputedEverywhere(tag);
     }
 }
 

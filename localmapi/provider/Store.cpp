@@ -91,11 +91,7 @@ bool Store::IsComputed(storage::Tag tag)
     PropertyBag computed;
     AddComputed(computed);
     return computed.findId(storage::tagId(tag)) || storage::tagId(tag) == PROP_ID(kReceiveFolders) ||
-           storage::tagId(tag) == PROP_ID(PR_LAST_MODIFICATION_TIME) ||
-           storage::tagId(tag) == PROP_ID(PR_CREATION_TIME) ||
-           storage::tagId(tag) == storage::tagId(storage::kObjectId) ||
-           storage::tagId(tag) == storage::tagId(storage::kParentId) ||
-           storage::tagId(tag) == storage::tagId(storage::kChangeNumber);
+           storage::tagId(tag) == PROP_ID(PR_CREATION_TIME) || IsComputedEverywhere(tag);
 }
 
 void Store::Change(const PropertyBag &set, const std::vector<storage::Tag> &remove)

@@ -28,6 +28,28 @@ const storage::Value *ValueFor(const storage::PropertyBag &bag, ULONG tag)
 
 } // namespace
 
+bool IsComputedEverywhere(storage::Tag tag)
+{
+    switch (PROP_ID(tag)) {
+    case PROP_ID(PR_RECORD_KEY):
+    case PROP_ID(PR_INSTANCE_KEY):
+    case PROP_ID(PR_STORE_ENTRYID):
+    case PROP_ID(PR_STORE_RECORD_KEY):
+    case PROP_ID(PR_STORE_SUPPORT_MASK):
+    case PROP_ID(PR_MAPPING_SIGNATURE):
+    case PROP_ID(PR_OBJECT_TYPE):
+    case PROP_ID(PR_ACCESS):
+    case PROP_ID(PR_ACCESS_LEVEL):
+    case PROP_ID(PR_LAST_MODIFICATION_TIME):
+    case storage::tagId(storage::kObjectId):
+    case storage::tagId(storage::kParentId):
+    case storage::tagId(storage::kChangeNumber):
+        return true;
+    default:
+        return false;
+    }
+}
+
 std::optional<std::vector<storage::Tag>> ReadableTags(const SPropTagArray *tags)
 {
     std::vector<storage::Tag> readable;

@@ -14,6 +14,8 @@ HRESULT GivePackedProps(const storage::PropertyBag &bag, const SPropTagArray *ta
                         SPropValue **values);
 // The storage's tags behind the client's; nothing when one of them leaves its type open, so that all must be read.
 std::optional<std::vector<storage::Tag>> ReadableTags(const SPropTagArray *tags);
+// Properties that no client sets on any object of a store: those that follow from what it is, and storage's own.
+bool IsComputedEverywhere(storage::Tag tag);
 
 // How a stream on a property is asked for.
 struct StreamRequest {

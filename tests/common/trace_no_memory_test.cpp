@@ -3,35 +3,9 @@
 #include "RegistryKey.h"
 #include "ReplacedCalls.h"
 #include "common/DebugTrace.h"
-#include <cstdlib>
+#include "support/ControlledNew.h"
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <new>
-
-namespace
-{
-// While set, the next allocation of this thread fails.
-thread_local bool t_failNext = false;
-} // namespace
-
-__attribute__((noinline)) void *operator new(std::size_t size)
-{
-    if (t_failNext) {
-        t_failNext = false;
-        throw std::bad_alloc();
-    }
-    if (void *memory = std::malloc(size ? size : 1))
-        return memory;
-    throw std::bad_alloc();
-}
-__attribute__((noinline)) void operator delete(void *memory) noexcept
-{
-    std::free(memory);
-}
-__attribute__((noinline)) void operator delete(void *memory, std::size_t) noexcept
-{
-    std::free(memory);
-}
 
 namespace
 {
@@ -48,10 +22,11 @@ TEST(TraceWithoutMemory, AnInitialisationThatFailsIsReportedAndTriedAgain)
     ReplacedCalls calls;
     const RegistryKey key(kName);
     DebugTrace trace;
-    t_failNext = true;
-    trace.Init(nullptr, "host", kName);
-    EXPECT_FALSE(t_failNext) << "nothing was allocated";
-    t_failNext = false;
+    {
+        const controlled_new::FailingAllocation failing(0);
+        trace.Init(nullptr, "host", kName);
+        EXPECT_TRUE(failing.HasFailed()) << "nothing was allocated";
+    }
     EXPECT_THAT(calls.DebugOutput(), ElementsAre("Exception has occurred in InitDebug"));
     EXPECT_STREQ(trace.KeyPath(), "");
     trace.Init(nullptr, "host", kName);
@@ -68,9 +43,10 @@ TEST(TraceWithoutMemory, SettingsThatCannotBeReadAgainStayAsTheyAre)
     DebugTrace trace;
     trace.Init(nullptr, "host", kName);
     calls.Advance(3001);
-    t_failNext = true;
-    EXPECT_NO_THROW(EXPECT_TRUE(trace.IsEnabled(kFifth)));
-    t_failNext = false;
+    {
+        const controlled_new::FailingAllocation failing(0);
+        EXPECT_NO_THROW(EXPECT_TRUE(trace.IsEnabled(kFifth)));
+    }
     EXPECT_FALSE(trace.IsEnabled(kSixth));
     EXPECT_THAT(calls.DebugOutput(), IsEmpty());
     key.SetLevel(6);

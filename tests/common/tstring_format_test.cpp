@@ -2,39 +2,14 @@
 #include "BadMemory.h"
 #include "LikeLine.h"
 #include "common/tstring.h"
+#include "support/ControlledNew.h"
 #include "support/TraceCapture.h"
 #include <cerrno>
-#include <cstdlib>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <new>
 #include <objbase.h>
 #include <vector>
-
-namespace
-{
-// While set, the next allocation of this size or more fails.
-thread_local std::size_t t_failFrom = 0;
-} // namespace
-
-__attribute__((noinline)) void *operator new(std::size_t size)
-{
-    if (t_failFrom && size >= t_failFrom) {
-        t_failFrom = 0;
-        throw std::bad_alloc();
-    }
-    if (void *memory = std::malloc(size ? size : 1))
-        return memory;
-    throw std::bad_alloc();
-}
-__attribute__((noinline)) void operator delete(void *memory) noexcept
-{
-    std::free(memory);
-}
-__attribute__((noinline)) void operator delete(void *memory, std::size_t) noexcept
-{
-    std::free(memory);
-}
 
 namespace
 {
@@ -133,9 +108,10 @@ TEST(Format, AnExceptionOfTheStandardLibraryIsReported)
 {
     TraceCapture trace;
     tstring text("kept");
-    t_failFrom = 512;
-    text.Format("%s", "value");
-    t_failFrom = 0;
+    {
+        const controlled_new::FailingAllocation failing(512);
+        text.Format("%s", "value");
+    }
     EXPECT_EQ(text, "kept");
     EXPECT_THAT(trace.Texts(), ElementsAre(std::string("tstring::FormatV: STL Exception ") + std::bad_alloc().what() +
                                            " processing [%s]"));

@@ -108,6 +108,16 @@ void MessagesTest::Run(ListingW &listing)
     RunWith(&OrlGetEmailHeadersW, connection, mailbox, listing);
 }
 
+const EmailHeaderA &MessagesTest::Only(ListingA &listing)
+{
+    Run(listing);
+    EXPECT_EQ(listing.hr, S_OK);
+    EXPECT_EQ(listing.count, 1u);
+    Release(listing);
+    static const EmailHeaderA none = {};
+    return listing.count ? listing.headers[0] : none;
+}
+
 void MessagesTest::Release(ListingA &listing)
 {
     EXPECT_EQ(OrlMapiReleaseHandle(connection, &listing.hTable, &listing.hOrigin), S_OK);

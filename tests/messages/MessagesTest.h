@@ -56,6 +56,8 @@ class MessagesTest : public MapiDoubleTest
     void Run(ListingW &listing);
     // Gives the handles of a listing back.
     void Release(ListingA &listing);
+    // Runs a listing and gives its one header.
+    const EmailHeaderA &Only(ListingA &listing);
 
     // A message of Alice's Inbox that every filter leaves, unless it is changed.
     MessageData &Deliver(const std::string &name, Row more = {});

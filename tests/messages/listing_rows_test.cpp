@@ -10,19 +10,8 @@ using testing::ElementsAre;
 namespace
 {
 
-// The one header of a listing of one message.
 class ListingRowsTest : public MessagesTest
 {
-  protected:
-    const EmailHeaderA &Only(ListingA &listing)
-    {
-        Run(listing);
-        EXPECT_EQ(listing.hr, S_OK);
-        EXPECT_EQ(listing.count, 1u);
-        Release(listing);
-        static const EmailHeaderA none = {};
-        return listing.count ? listing.headers[0] : none;
-    }
 };
 
 TEST_F(ListingRowsTest, EveryFieldOfAHeaderComesFromItsProperty)

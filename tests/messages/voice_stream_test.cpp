@@ -1,7 +1,7 @@
 // Saving a voice stream by what it holds: how a stream is recognised, with the reader's quirks, and how an
 // uncompressed one is copied. No codec module that works lies beside this program.
-#include "messages/CountedNew.h"
 #include "messages/VoiceStreams.h"
+#include "support/ControlledNew.h"
 
 using namespace messages_test;
 using testing::Contains;
@@ -272,9 +272,9 @@ class LongRecording : public IStream
 TEST_F(VoiceStreamTest, AHundredMegabytesAreCopiedWithoutGrowthOfMemory)
 {
     LongRecording recording;
-    const size_t before = AllocatedByNew();
+    const size_t before = controlled_new::Total();
     EXPECT_EQ(SaveStreamToFile(&recording, 0, file.c_str()), S_OK);
-    EXPECT_LT(AllocatedByNew() - before, 512u * 1024);
+    EXPECT_LT(controlled_new::Total() - before, 512u * 1024);
     EXPECT_EQ(recording.most, 4096u);
     EXPECT_EQ(std::filesystem::file_size(file), LongRecording::kLength);
     std::ifstream saved(file, std::ios::binary);

@@ -5,74 +5,30 @@
 #include "common/debug.h"
 #include "session/CMAPIImpl.h"
 #include "session/OpenEntry.h"
+#include "support/ControlledNew.h"
 #include "support/MapiDouble.h"
 #include "support/TraceCapture.h"
-#include <cstdlib>
-#include <new>
-
-namespace
-{
-
-// While set, the next allocation of just this size on this thread fails.
-thread_local std::size_t failingSize = 0;
-thread_local std::size_t lastSize = 0; // that was asked for
-
-[[gnu::noinline]] void *Allocate(std::size_t size) noexcept
-{
-    lastSize = size;
-    if (failingSize != 0 && size == failingSize) {
-        failingSize = 0;
-        return nullptr;
-    }
-    return std::malloc(size ? size : 1);
-}
-
-// Not inlined: the compiler would take new and free for a mismatched pair.
-[[gnu::noinline]] void Return(void *block) noexcept
-{
-    std::free(block);
-}
-
-} // namespace
-
-void *operator new(std::size_t size)
-{
-    if (void *block = Allocate(size))
-        return block;
-    throw std::bad_alloc();
-}
-void *operator new(std::size_t size, const std::nothrow_t &) noexcept
-{
-    return Allocate(size);
-}
-void operator delete(void *block) noexcept
-{
-    Return(block);
-}
-void operator delete(void *block, std::size_t) noexcept
-{
-    Return(block);
-}
-void operator delete(void *block, const std::nothrow_t &) noexcept
-{
-    Return(block);
-}
 
 namespace
 {
 
 class NoMemoryTest : public mapi_double::MapiDoubleTest
 {
+  protected:
+    // Whether what is done next ran into the failure of an allocation of just this size.
+    template <class Work> static bool Failing(std::size_t size, Work &&work)
+    {
+        const controlled_new::FailingAllocation failing(size, size);
+        work();
+        return failing.HasFailed();
+    }
 };
 
 TEST_F(NoMemoryTest, CreationWritesZeroAndSaysSo)
 {
     DWORD h = 77;
-    failingSize = sizeof(CMAPIImpl);
-    EXPECT_EQ(OrlCreateConnection(&h, 0), E_OUTOFMEMORY);
-    EXPECT_EQ(failingSize, 0u) << "nothing of that size was asked for";
+    EXPECT_TRUE(Failing(sizeof(CMAPIImpl), [&] { EXPECT_EQ(OrlCreateConnection(&h, 0), E_OUTOFMEMORY); }));
     EXPECT_EQ(h, 0u);
-    failingSize = 0;
     EXPECT_EQ(mapi.recorder.Count("MAPIInitialize"), mapi.recorder.Count("MAPIUninitialize"));
     ASSERT_EQ(OrlCreateConnection(&h, 0), S_OK);
     EXPECT_EQ(OrlIsMAPIAvailable(h), 1);
@@ -83,10 +39,7 @@ TEST_F(NoMemoryTest, TheTextOfAnEntryIdIsThenWhatWasBuiltSoFar)
 {
     const TraceCapture trace;
     const BYTE id[1000] = {};
-    failingSize = 2 * sizeof id + 1;
-    EXPECT_EQ(GetEntryIDString(sizeof id, id), "");
-    EXPECT_EQ(failingSize, 0u) << "nothing of that size was asked for";
-    failingSize = 0;
+    EXPECT_TRUE(Failing(2 * sizeof id + 1, [&] { EXPECT_EQ(GetEntryIDString(sizeof id, id), ""); }));
     EXPECT_THAT(trace.Texts(),
                 testing::ElementsAre(testing::StartsWith("Exception has occurred in GetEntryIDString (OrlMapi32[")));
 }
@@ -120,15 +73,6 @@ class NoRoomTest : public NoMemoryTest
         SetExceptionHooks(nullptr, nullptr);
         ReleaseDebugFilter();
     }
-    // Whether what is done next ran into the failure of an allocation of this size.
-    template <class Work> static bool Failing(std::size_t size, Work &&work)
-    {
-        failingSize = size;
-        work();
-        const bool failed = failingSize == 0;
-        failingSize = 0;
-        return failed;
-    }
     DWORD h = 0;
 };
 
@@ -136,7 +80,7 @@ TEST_F(NoRoomTest, AConnectionThatCannotBeEnteredKeepsItsHandleAndNoSession)
 {
     DWORD second = 0;
     EXPECT_EQ(OrlCreateConnection(&second, 0), S_OK);
-    const std::size_t entry = lastSize; // the last thing that creation asks for
+    const std::size_t entry = controlled_new::LastSize(); // the last thing that creation asks for
     EXPECT_EQ(OrlCloseConnection(&second), S_OK);
     DWORD third = 0;
     EXPECT_TRUE(Failing(entry, [&] { third = CMAPIImpl::Allocate(false); }));
@@ -152,14 +96,14 @@ TEST_F(NoRoomTest, ATableOrBookmarkThatCannotBeStoredIsReportedAndNotFound)
     const SessionGuard session = CMAPIImpl::Locate(h);
     auto *const table = reinterpret_cast<IMAPITable *>(0x10); // recorded, never called
     EXPECT_TRUE(session->FreeContentsTableObject(session->StoreObject(table)));
-    const std::size_t tableEntry = lastSize;
+    const std::size_t tableEntry = controlled_new::LastSize();
     DWORD handle = 0;
     EXPECT_TRUE(Failing(tableEntry, [&] { handle = session->StoreObject(table); }));
     EXPECT_EQ(session->LocateContentsTable(handle), nullptr);
     EXPECT_STREQ(reported, "CMAPIImpl::StoreObject");
 
     EXPECT_TRUE(session->FreeBookmarkObject(session->StoreObject(BOOKMARK{7})));
-    const std::size_t bookmarkEntry = lastSize;
+    const std::size_t bookmarkEntry = controlled_new::LastSize();
     EXPECT_TRUE(Failing(bookmarkEntry, [&] { handle = session->StoreObject(BOOKMARK{7}); }));
     EXPECT_EQ(session->LocateBookmark(handle), 0u);
     EXPECT_EQ(reports, 2);

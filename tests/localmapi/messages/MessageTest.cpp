@@ -1,6 +1,6 @@
 // Proves messages: any property in either width, what is computed, and what can be neither set nor asked for.
 #include "ExchangeMapi.h"
-#include "Mailbox.h"
+#include "MessageFixture.h"
 
 #include <mapiguid.h>
 
@@ -12,16 +12,8 @@ namespace localmapi::test
 namespace
 {
 
-constexpr ULONG kNarrow = PROP_TAG(PT_STRING8, 0x6A20);
-constexpr ULONG kWide = PROP_TAG(PT_UNICODE, 0x6A20);
-constexpr ULONG kNumber = PROP_TAG(PT_LONG, 0x6A21);
-constexpr ULONG kBytes = PROP_TAG(PT_BINARY, 0x6A22);
-
-class MessageTest : public testing::Test
+class MessageTest : public InAMailbox
 {
-  protected:
-    LiveCountsAreZeroAtTheEnd m_counts;
-    Mailbox m_mailbox;
 };
 
 TEST_F(MessageTest, EveryTypeOfPropertyIsKept)

@@ -1,6 +1,6 @@
 // Proves what SaveChanges makes visible and when, conflicts between two who change one message, and the read flag.
 #include "ExchangeMapi.h"
-#include "Mailbox.h"
+#include "MessageFixture.h"
 
 #include <mapiguid.h>
 
@@ -10,16 +10,8 @@ namespace localmapi::test
 namespace
 {
 
-constexpr ULONG kNarrow = PROP_TAG(PT_STRING8, 0x6A20);
-constexpr ULONG kWide = PROP_TAG(PT_UNICODE, 0x6A20);
-constexpr ULONG kNumber = PROP_TAG(PT_LONG, 0x6A21);
-constexpr ULONG kBytes = PROP_TAG(PT_BINARY, 0x6A22);
-
-class SavedMessageTest : public testing::Test
+class SavedMessageTest : public InAMailbox
 {
-  protected:
-    LiveCountsAreZeroAtTheEnd m_counts;
-    Mailbox m_mailbox;
 };
 
 TEST_F(SavedMessageTest, NothingIsVisibleToOthersBeforeSaveChanges)

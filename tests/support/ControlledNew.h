@@ -1,0 +1,28 @@
+// The program's own operator new, which ControlledNew.cpp replaces: it counts, and fails on demand. For the programs
+// that have that file among their sources.
+#pragma once
+#include <cstddef>
+#include <cstdint>
+
+namespace controlled_new
+{
+
+// While it lives, the next allocation of this thread that has at least `least` and at most `most` bytes fails, once.
+class FailingAllocation
+{
+  public:
+    explicit FailingAllocation(std::size_t least, std::size_t most = SIZE_MAX);
+    ~FailingAllocation();
+    FailingAllocation(const FailingAllocation &) = delete;
+    FailingAllocation &operator=(const FailingAllocation &) = delete;
+
+    // Whether there was such an allocation.
+    bool HasFailed() const;
+};
+
+// Bytes that this thread asked for last.
+std::size_t LastSize();
+// Bytes that all threads have asked for since the program's start; what is freed again is not taken off.
+std::size_t Total();
+
+} // namespace controlled_new

@@ -1,21 +1,16 @@
 // A read-only stream over bytes in memory, as a store would hand one out.
 #pragma once
+#include "support/BareStream.h"
 #include <algorithm>
 #include <cstring>
-#include <objidl.h>
 #include <span>
 
-class MemoryStream final : public IStream
+class MemoryStream final : public BareStream
 {
   public:
     explicit MemoryStream(std::span<const BYTE> bytes) : m_bytes(bytes) {}
 
     std::size_t position() const { return m_at; }
-
-    // It lives on the stack.
-    STDMETHODIMP_(ULONG) AddRef() override { return 2; }
-    STDMETHODIMP_(ULONG) Release() override { return 1; }
-    STDMETHODIMP QueryInterface(REFIID, void **) override { return E_NOINTERFACE; }
 
     STDMETHODIMP Read(void *pv, ULONG cb, ULONG *pcbRead) override
     {
@@ -40,16 +35,6 @@ class MemoryStream final : public IStream
             position->QuadPart = m_at;
         return S_OK;
     }
-
-    STDMETHODIMP Write(const void *, ULONG, ULONG *) override { return STG_E_ACCESSDENIED; }
-    STDMETHODIMP SetSize(ULARGE_INTEGER) override { return STG_E_ACCESSDENIED; }
-    STDMETHODIMP CopyTo(IStream *, ULARGE_INTEGER, ULARGE_INTEGER *, ULARGE_INTEGER *) override { return E_NOTIMPL; }
-    STDMETHODIMP Commit(DWORD) override { return S_OK; }
-    STDMETHODIMP Revert() override { return S_OK; }
-    STDMETHODIMP LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override { return STG_E_INVALIDFUNCTION; }
-    STDMETHODIMP UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override { return STG_E_INVALIDFUNCTION; }
-    STDMETHODIMP Stat(STATSTG *, DWORD) override { return E_NOTIMPL; }
-    STDMETHODIMP Clone(IStream **) override { return E_NOTIMPL; }
 
   private:
     std::span<const BYTE> m_bytes;

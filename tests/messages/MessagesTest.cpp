@@ -131,6 +131,17 @@ MessageData &MessagesTest::Deliver(const std::string &name, Row more)
     return message;
 }
 
+void MessagesTest::DeliverMany(int count)
+{
+    for (int i = 1; i <= count; ++i)
+        Deliver(std::to_string(i));
+}
+
+bool MessagesTest::Asked(const std::string &call) const
+{
+    return mapi.recorder.Count("Table(alice/Inbox)." + call) > 0;
+}
+
 DWORD MessagesTest::AnotherConnection()
 {
     DWORD another = 0;

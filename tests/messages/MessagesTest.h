@@ -61,6 +61,10 @@ class MessagesTest : public MapiDoubleTest
 
     // A message of Alice's Inbox that every filter leaves, unless it is changed.
     MessageData &Deliver(const std::string &name, Row more = {});
+    // Messages "1", "2" and so on.
+    void DeliverMany(int count);
+    // Whether Alice's Inbox's table was called so.
+    bool Asked(const std::string &call) const;
     static std::string IdOf(const std::string &message) { return EntryIdOf("message:" + message); }
     static const BYTE *AsBytes(const std::string &id) { return reinterpret_cast<const BYTE *>(id.data()); }
     static ULONG SizeOf(const std::string &id) { return static_cast<ULONG>(id.size()); }

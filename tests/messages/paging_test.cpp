@@ -1,7 +1,6 @@
 // Paging through a listing: where each page begins, which handles go in and out, and what becomes of the table and
 // the bookmark that stay open between the calls.
 #include "messages/MessagesTest.h"
-#include <limits>
 
 using namespace messages_test;
 using testing::Contains;
@@ -15,13 +14,6 @@ namespace
 
 class PagingTest : public MessagesTest
 {
-  protected:
-    void DeliverMany(int count)
-    {
-        for (int i = 1; i <= count; ++i)
-            Deliver(std::to_string(i));
-    }
-    bool Asked(const std::string &call) const { return mapi.recorder.Count("Table(alice/Inbox)." + call) > 0; }
 };
 
 TEST_F(PagingTest, APageOfExactlyTheRowsWantedReturnsABookmark)
@@ -360,75 +352,6 @@ TEST_F(PagingTest, ABookmarkOfAnotherTableFailsTheListingAndReleasesItsTable)
         Contains("CMAPIImpl::GetEmailHeaders[n]: Error 0x80040405 [MAPI_E_INVALID_BOOKMARK] from SeekRow trying "
                  "to move the cursor to a specific position in the table."));
     Release(two);
-}
-
-TEST_F(PagingTest, ZeroRowsGoThroughToTheTable)
-{
-    DeliverMany(1);
-    ListingA listing;
-    listing.rows = 0;
-    Run(listing);
-    EXPECT_TRUE(Asked("QueryRows(0, 0)"));
-    EXPECT_EQ(listing.hr, E_INVALIDARG);
-    EXPECT_THAT(ErrorLines(),
-                ElementsAre(HasSubstr("from QueryRows trying to query one or more rows from the table.")));
-}
-
-TEST_F(PagingTest, ZeroRowsOfATableThatAllowsThemEndTheListing)
-{
-    DeliverMany(1);
-    mapi.script.Tell("Table.QueryRows", GivesNull());
-    ListingA listing;
-    listing.rows = 0;
-    Run(listing);
-    EXPECT_EQ(listing.hr, S_OK);
-    EXPECT_EQ(listing.hTable, 0u);
-    // No rows are all the rows that were wanted: the bookmark is made, and freed again.
-    EXPECT_TRUE(Asked("CreateBookmark"));
-    EXPECT_TRUE(Asked("FreeBookmark(bookmark 101)"));
-}
-
-TEST_F(PagingTest, TheMostNegativeRowCountIsItsOwnNegative)
-{
-    DeliverMany(2);
-    ListingA listing;
-    listing.rows = std::numeric_limits<LONG>::min();
-    listing.forward = 0;
-    listing.bookmark = ORL_BOOKMARK_END;
-    Run(listing);
-    EXPECT_TRUE(Asked("QueryRows(-2147483648, 0)"));
-    EXPECT_EQ(listing.count, 2u);
-    Release(listing);
-}
-
-TEST_F(PagingTest, ANegativeRowCountReadsTheOtherWay)
-{
-    DeliverMany(3);
-    ListingA listing;
-    listing.rows = -2;
-    listing.bookmark = ORL_BOOKMARK_END;
-    Run(listing);
-    EXPECT_TRUE(Asked("QueryRows(-2, 0)"));
-    EXPECT_THAT(NamesOf(listing), ElementsAre("2", "3"));
-    EXPECT_EQ(listing.hOrigin, 0u) << "two rows are not the minus two that were wanted";
-    Release(listing);
-}
-
-TEST_F(PagingTest, ATableThatGivesFewerRowsThanWantedMakesAShortPage)
-{
-    auto table = std::make_shared<TableData>("alice/Inbox");
-    for (const char *name : {"1", "2", "3"})
-        table->rows.push_back({Binary(PR_ENTRYID, IdOf(name))});
-    table->mostPerQuery = 2;
-    mapi.world.mailboxes.at("alice")->inbox->contents = table;
-    ListingA listing;
-    listing.rows = 3;
-    Run(listing);
-    EXPECT_THAT(NamesOf(listing), ElementsAre("1", "2"));
-    EXPECT_EQ(listing.hOrigin, 0u);
-    Run(listing);
-    EXPECT_THAT(NamesOf(listing), ElementsAre("3"));
-    Release(listing);
 }
 
 } // namespace

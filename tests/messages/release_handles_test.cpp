@@ -13,12 +13,6 @@ namespace
 
 class ReleaseHandlesTest : public MessagesTest
 {
-  protected:
-    void DeliverMany(int count)
-    {
-        for (int i = 1; i <= count; ++i)
-            Deliver(std::to_string(i));
-    }
 };
 
 TEST_F(ReleaseHandlesTest, ABookmarkThatCannotBeFreedIsReportedAndThePageIsGood)

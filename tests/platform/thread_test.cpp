@@ -1,5 +1,6 @@
-// Proves events, mutexes, waits, threads, critical sections, slots and interlocked variables, from several threads at
-// once. Nothing is asserted by timing: waits that must succeed have a generous bound.
+// Proves events, mutexes, waits, threads and critical sections, from several threads at once. Nothing is asserted by
+// timing: waits that must succeed have a generous bound.
+#include "NewEvent.h"
 #include "Text.h"
 #include <atomic>
 #include <gtest/gtest.h>
@@ -9,26 +10,6 @@
 
 namespace
 {
-constexpr DWORD kBound = 60000;
-
-class Handle
-{
-  public:
-    explicit Handle(HANDLE handle) : m_handle(handle) {}
-    ~Handle() { EXPECT_TRUE(CloseHandle(m_handle)); }
-    Handle(const Handle &) = delete;
-    Handle &operator=(const Handle &) = delete;
-    operator HANDLE() const { return m_handle; }
-
-  private:
-    HANDLE m_handle;
-};
-
-HANDLE NewEvent(bool manualReset, bool signalled)
-{
-    return CreateEventA(nullptr, manualReset, signalled, nullptr);
-}
-
 TEST(Event, with_automatic_reset_releases_one_wait)
 {
     const Handle event(NewEvent(false, true));
@@ -312,94 +293,4 @@ TEST(Thread, abandons_its_mutexes_before_its_handle_is_signalled)
     EXPECT_TRUE(ReleaseMutex(mutex));
 }
 
-TEST(Slot, holds_a_value_for_each_thread)
-{
-    const DWORD slot = TlsAlloc();
-    ASSERT_NE(TLS_OUT_OF_INDEXES, slot);
-    int mine, others;
-    EXPECT_EQ(nullptr, TlsGetValue(slot));
-    EXPECT_TRUE(TlsSetValue(slot, &mine));
-    std::thread([&] {
-        EXPECT_EQ(nullptr, TlsGetValue(slot));
-        EXPECT_TRUE(TlsSetValue(slot, &others));
-        EXPECT_EQ(&others, TlsGetValue(slot));
-    }).join();
-    EXPECT_EQ(&mine, TlsGetValue(slot));
-    EXPECT_EQ(DWORD{ERROR_SUCCESS}, GetLastError());
-    EXPECT_TRUE(TlsFree(slot));
-}
-
-TEST(Slot, is_empty_after_it_was_freed_and_allocated_again)
-{
-    const DWORD slot = TlsAlloc();
-    const Handle set(NewEvent(false, false)), again(NewEvent(false, false));
-    int value;
-    std::thread thread([&] {
-        TlsSetValue(slot, &value);
-        SetEvent(set);
-        WaitForSingleObject(again, kBound);
-        EXPECT_EQ(nullptr, TlsGetValue(slot));
-    });
-    WaitForSingleObject(set, kBound);
-    TlsSetValue(slot, &value);
-    EXPECT_TRUE(TlsFree(slot));
-    EXPECT_EQ(slot, TlsAlloc());
-    EXPECT_EQ(nullptr, TlsGetValue(slot));
-    SetEvent(again);
-    thread.join();
-    EXPECT_TRUE(TlsFree(slot));
-    EXPECT_FALSE(TlsFree(slot));
-    EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, GetLastError());
-}
-
-TEST(Slot, of_which_there_are_64_at_least)
-{
-    std::vector<DWORD> slots;
-    for (int i = 0; i < 60; ++i) {
-        slots.push_back(TlsAlloc());
-        ASSERT_NE(TLS_OUT_OF_INDEXES, slots.back());
-    }
-    for (const DWORD slot : slots)
-        EXPECT_TRUE(TlsFree(slot));
-    EXPECT_EQ(nullptr, TlsGetValue(0x10000));
-    EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, GetLastError());
-}
-
-TEST(LastError, is_each_threads_own)
-{
-    const Handle set(NewEvent(false, false)), looked(NewEvent(false, false));
-    std::thread other([&] {
-        SetLastError(6);
-        SetEvent(set);
-        WaitForSingleObject(looked, kBound);
-        EXPECT_EQ(6u, GetLastError());
-    });
-    WaitForSingleObject(set, kBound);
-    SetLastError(5);
-    EXPECT_EQ(5u, GetLastError());
-    SetEvent(looked);
-    other.join();
-}
-
-TEST(Interlocked, gives_the_new_or_the_old_value)
-{
-    LONG volatile value = 5;
-    EXPECT_EQ(6, InterlockedIncrement(&value));
-    EXPECT_EQ(5, InterlockedDecrement(&value));
-    EXPECT_EQ(5, InterlockedExchange(&value, 9));
-    EXPECT_EQ(9, InterlockedExchangeAdd(&value, 2));
-    EXPECT_EQ(11, InterlockedCompareExchange(&value, 1, 5));
-    EXPECT_EQ(11, InterlockedCompareExchange(&value, 1, 11));
-    EXPECT_EQ(1, value);
-    int target;
-    PVOID volatile pointer = nullptr;
-    EXPECT_EQ(nullptr, InterlockedCompareExchangePointer(&pointer, &target, nullptr));
-    EXPECT_EQ(&target, InterlockedExchangePointer(&pointer, nullptr));
-}
-
-TEST(Debugger, is_not_attached_to_this_test)
-{
-    EXPECT_FALSE(IsDebuggerPresent());
-    EXPECT_FALSE(IsDebuggerPresent());
-}
 } // namespace

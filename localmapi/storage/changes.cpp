@@ -61,6 +61,12 @@ bool News::concerns(const Container &container) const
     }
 }
 
+ChangeLog::ChangeLog(Site site) : m_site(std::move(site))
+{
+    Reader reader(m_site.database());
+    m_position = lastEntry(*reader);
+}
+
 News ChangeLog::next()
 {
     Reader reader(m_site.database());

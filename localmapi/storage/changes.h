@@ -23,14 +23,12 @@ struct News {
 class ChangeLog
 {
   public:
-    // `from`: News::upTo of an earlier look, or Watch::position().
-    ChangeLog(Site site, std::int64_t from) : m_site(std::move(site)), m_position(from) {}
+    explicit ChangeLog(Site site); // from now on
     News next();
-    std::int64_t position() const { return m_position; }
 
   private:
     Site m_site;
-    std::int64_t m_position;
+    std::int64_t m_position = 0;
 };
 
 // One thing that happened to a view.

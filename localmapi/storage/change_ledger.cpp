@@ -11,9 +11,11 @@ using Event = ChangeEntry::Event;
 
 // More changes than this to the messages of one container in one transaction are told together.
 constexpr std::size_t kMostEntries = 100;
-// How many entries the log keeps, and after how many new ones older ones are looked for.
+// How many entries the log keeps, and after how many transactions older ones are looked for.
 constexpr std::int64_t kKept = 10000;
-constexpr std::int64_t kPruneEvery = 1000;
+constexpr ChangeNumber kPruneEvery = 256;
+// The most entries of one transaction.
+constexpr std::int64_t kPerChange = 1 << 20;
 
 // Whether the counts in a folder's row are others when a message changes so.
 bool isCountedOtherwise(const FacetKey &before, const FacetKey &after)
@@ -21,22 +23,44 @@ bool isCountedOtherwise(const FacetKey &before, const FacetKey &after)
     return ((before.flags ^ after.flags) & (kFlagRead | kFlagAssociated)) != 0;
 }
 
-void write(Connection &connection, const ChangeEntry &entry)
+// Writes the entries of one transaction.
+class LogWriter
 {
-    Statement insert = connection.prepare("INSERT INTO change_entry (kind, event, container, object, flags, class, "
-                                          "importance) VALUES (?, ?, ?, ?, ?, ?, ?)");
-    insert.bind(static_cast<std::int64_t>(entry.kind), static_cast<std::int64_t>(entry.event), entry.container,
-                entry.object, entry.before ? std::optional(entry.before->flags) : std::nullopt,
-                entry.before ? entry.before->messageClass : std::nullopt,
-                entry.before ? entry.before->importance : std::nullopt);
-    insert.run();
-}
+  public:
+    LogWriter(Connection &connection, ChangeNumber change)
+        : m_change(change), m_first(change * kPerChange), m_next(m_first), m_connection(connection),
+          m_insert(connection.prepare("INSERT INTO change_entry (number, kind, event, container, object, flags, class, "
+                                      "importance) VALUES (?, ?, ?, ?, ?, ?, ?, ?)"))
+    {
+    }
 
-void prune(Connection &connection, std::int64_t before, std::int64_t last)
-{
-    if (before / kPruneEvery != last / kPruneEvery)
-        connection.prepare("DELETE FROM change_entry WHERE number <= ?").bind(last - kKept).run();
-}
+    void write(const ChangeEntry &entry)
+    {
+        if (m_next - m_first == kPerChange)
+            throw Error(Fault::TooBig, "A single change touches more objects than the log of changes can tell.");
+        m_insert.bind(m_next++, static_cast<std::int64_t>(entry.kind), static_cast<std::int64_t>(entry.event),
+                      entry.container, entry.object, entry.before ? std::optional(entry.before->flags) : std::nullopt,
+                      entry.before ? entry.before->messageClass : std::nullopt,
+                      entry.before ? entry.before->importance : std::nullopt);
+        m_insert.run();
+    }
+
+    void prune()
+    {
+        if (m_change % kPruneEvery == 0 || m_next - m_first > kPruneEvery)
+            m_connection
+                .prepare("DELETE FROM change_entry WHERE number <= "
+                         "(SELECT number FROM change_entry ORDER BY number DESC LIMIT 1 OFFSET ?)")
+                .bind(kKept)
+                .run();
+    }
+
+  private:
+    ChangeNumber m_change;
+    std::int64_t m_first, m_next;
+    Connection &m_connection;
+    Statement m_insert;
+};
 
 } // namespace
 
@@ -142,26 +166,22 @@ void ChangeLedger::addRowsOf(Connection &connection, const std::set<ObjectId> &t
     }
 }
 
-bool ChangeLedger::settle(Connection &connection, const std::set<ObjectId> &touched)
+bool ChangeLedger::settle(Connection &connection, ChangeNumber change, const std::set<ObjectId> &touched)
 {
     addRowsOf(connection, touched);
-    if (m_everything) {
-        // A gap, which no reader takes for the next entry.
-        std::int64_t last = lastEntry(connection);
-        connection.execute("DELETE FROM change_entry");
-        connection.prepare("INSERT INTO change_entry (number, kind, event, container, object) VALUES (?, 3, 4, 0, 0)")
-            .bind(last + 2)
-            .run();
-    } else if (m_contents.empty() && m_objects.empty()) {
+    if (!m_everything && m_contents.empty() && m_objects.empty())
         return false;
+    LogWriter log(connection, change);
+    if (m_everything) {
+        connection.execute("DELETE FROM change_entry");
+        log.write({});
     } else {
-        std::int64_t before = lastEntry(connection);
         for (auto &[container, contents] : m_contents)
             for (const ChangeEntry &entry : entriesOf(container, std::move(contents)))
-                write(connection, entry);
+                log.write(entry);
         for (const ChangeEntry &entry : m_objects)
-            write(connection, entry);
-        prune(connection, before, lastEntry(connection));
+            log.write(entry);
+        log.prune();
     }
     *this = {};
     return true;
@@ -174,8 +194,8 @@ std::int64_t lastEntry(Connection &connection)
 
 bool holdsEntriesAfter(Connection &connection, std::int64_t number)
 {
-    std::int64_t first = connection.integer("SELECT min(number) FROM change_entry");
-    return number <= lastEntry(connection) && first <= number + 1;
+    Statement find = connection.prepare("SELECT 1 FROM change_entry WHERE number = ?");
+    return find.bind(number).step();
 }
 
 std::vector<ChangeEntry> entriesAfter(Connection &connection, std::int64_t number, std::size_t most)

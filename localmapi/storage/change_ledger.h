@@ -13,7 +13,7 @@ namespace localmapi::storage
 // message that is new, and for several that may be of any kind.
 struct ChangeEntry {
     enum class Event { Added = 1, Modified = 2, Removed = 3, Several = 4 };
-    std::int64_t number = 0; // in the log; without gaps
+    std::int64_t number = 0; // in the log; grows, and is never used twice
     ObjectKind kind = ObjectKind::Message;
     Event event = Event::Several;
     ObjectId container = 0;
@@ -40,7 +40,7 @@ class ChangeLedger
     // Writes the entries, with those that follow from them: a folder's own row tells how many messages and folders it
     // holds. `touched` are the containers of facets that were written: one of which nothing was told before is one in
     // which something happened all the same. Whether there was anything to write.
-    bool settle(Connection &connection, const std::set<ObjectId> &touched);
+    bool settle(Connection &connection, ChangeNumber change, const std::set<ObjectId> &touched);
 
   private:
     struct Contents {
@@ -60,9 +60,10 @@ class ChangeLedger
     bool m_everything = false;
 };
 
-// The newest entry's number; 0 when there was none yet.
+// The newest entry's number. There is one in every log.
 std::int64_t lastEntry(Connection &connection);
-// Whether the entries after `number` are all there.
+// Whether the entries after `number`, which was the newest one's once, are all there. As long as it is there itself
+// they are: the oldest go first.
 bool holdsEntriesAfter(Connection &connection, std::int64_t number);
 // Up to `most` entries after `number`.
 std::vector<ChangeEntry> entriesAfter(Connection &connection, std::int64_t number, std::size_t most);

@@ -204,7 +204,7 @@ Writer::~Writer()
 
 void Writer::commit()
 {
-    bool announce = m_changes.settle(*m_connection, m_facets.settle(*m_connection, m_change));
+    bool announce = m_changes.settle(*m_connection, m_change, m_facets.settle(*m_connection, m_change));
     m_connection->prepare("UPDATE site SET next_id = max(next_id, ?), change = ?").bind(m_nextId, m_change).run();
     m_transaction->commit();
     if (announce)

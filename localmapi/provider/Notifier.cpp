@@ -15,9 +15,8 @@ namespace localmapi
 namespace
 {
 
-// How often the thread looks where the system tells it of changes, and where it can't.
+// How often the thread looks without having been told to.
 constexpr std::chrono::milliseconds kLookAnyway{500};
-constexpr std::chrono::milliseconds kLookOften{10};
 
 thread_local bool t_isNotifier = false;
 
@@ -90,7 +89,7 @@ class Notifier
     void SetDue(Feed &feed)
     {
         std::lock_guard hold(m_lock);
-        feed.m_due = true;
+        feed.m_due = m_anyDue = true;
     }
     void Stop() noexcept;
 
@@ -100,7 +99,9 @@ class Notifier
     struct SiteState {
         storage::Site site;
         std::optional<storage::ChangeLog> log;
+        std::int64_t upTo = -1; // the last news
         std::vector<FeedPtr> feeds;
+        std::vector<std::pair<Feed *, std::int64_t>> due; // of the last look
     };
     using Sites = std::map<storage::Database *, SiteState>;
 
@@ -110,7 +111,7 @@ class Notifier
     void StopIfNobodyListens() noexcept;
     void Run(const std::shared_ptr<storage::ChangeSignal> &signal) noexcept;
     void Arrange(Sites &sites, const std::vector<FeedPtr> &feeds);
-    void Look(SiteState &site);
+    void Look(SiteState &site, bool anyDue);
     void Deliver(Feed &feed, std::vector<Notice> notices) noexcept;
     void Call(const ConnectionPtr &connection, std::vector<Notice> &notices) noexcept;
 
@@ -122,6 +123,7 @@ class Notifier
     std::condition_variable m_returned;
     std::vector<FeedPtr> m_feeds; // those with connections
     std::uint64_t m_generation = 0;
+    bool m_anyDue = false;                       // some feed is
     const Feed::Connection *m_running = nullptr; // its sink is being called or released
     std::shared_ptr<storage::ChangeSignal> m_signal;
     bool m_alive = false;
@@ -142,7 +144,7 @@ ULONG Notifier::Advise(const FeedPtr &feed, IMAPIAdviseSink *sink, std::int64_t 
         feed->m_quietUpTo = 0;
     }
     feed->m_connections.push_back(connection);
-    feed->m_due = true;
+    feed->m_due = m_anyDue = true;
     ++m_generation;
     m_next = m_next == std::numeric_limits<ULONG>::max() ? 1 : m_next + 1;
     if (!t_isNotifier && !m_alive) {
@@ -279,7 +281,7 @@ void Notifier::Run(const std::shared_ptr<storage::ChangeSignal> &signal) noexcep
     t_isNotifier = true;
     Sites sites;
     std::uint64_t arranged = 0;
-    bool told = false;
+    bool anyDue = true;
     for (;;) {
         try {
             std::vector<FeedPtr> feeds;
@@ -291,6 +293,7 @@ void Notifier::Run(const std::shared_ptr<storage::ChangeSignal> &signal) noexcep
                     return;
                 }
                 generation = m_generation;
+                anyDue = std::exchange(m_anyDue, false) || anyDue;
                 if (generation != arranged)
                     feeds = m_feeds;
             }
@@ -299,16 +302,16 @@ void Notifier::Run(const std::shared_ptr<storage::ChangeSignal> &signal) noexcep
                 std::set<std::string> paths;
                 for (const auto &[database, site] : sites)
                     paths.insert(site.site.path());
-                told = signal->listen(paths);
+                signal->listen(paths);
                 arranged = generation;
             }
             for (auto &[database, site] : sites)
-                Look(site);
+                Look(site, anyDue);
+            anyDue = false;
         } catch (...) {
-            // Out of memory: everything is still due.
-            told = false;
+            // Out of memory: what is due stays so.
         }
-        signal->wait(told ? kLookAnyway : kLookOften);
+        signal->wait(kLookAnyway);
     }
 }
 
@@ -317,15 +320,15 @@ void Notifier::Arrange(Sites &sites, const std::vector<FeedPtr> &feeds)
     for (auto &[database, site] : sites)
         site.feeds.clear();
     for (const FeedPtr &feed : feeds)
-        sites.try_emplace(&feed->m_site.database(), SiteState{feed->m_site, {}, {}})
+        sites.try_emplace(&feed->m_site.database(), SiteState{feed->m_site, {}, -1, {}, {}})
             .first->second.feeds.push_back(feed);
     std::erase_if(sites, [](const auto &site) { return site.second.feeds.empty(); });
 }
 
-void Notifier::Look(SiteState &site)
+void Notifier::Look(SiteState &site, bool anyDue)
 {
-    std::vector<std::pair<Feed *, std::int64_t>> due;
-    due.reserve(site.feeds.size());
+    site.due.clear();
+    site.due.reserve(site.feeds.size());
     std::optional<storage::News> news;
     try {
         if (site.log)
@@ -335,18 +338,21 @@ void Notifier::Look(SiteState &site)
     } catch (const storage::Error &) {
         // Everybody is asked, and each table says what it fails at.
     }
+    if (news && !anyDue && news->upTo == site.upTo)
+        return;
+    site.upTo = news ? news->upTo : -1;
     {
         std::lock_guard hold(m_lock);
         for (const FeedPtr &feed : site.feeds) {
             if (!news || feed->m_due || news->concerns(feed->m_container)) {
                 feed->m_due = false;
-                due.emplace_back(feed.get(), feed->m_quietUpTo);
+                site.due.emplace_back(feed.get(), feed->m_quietUpTo);
             } else {
                 feed->m_quietUpTo = news->upTo;
             }
         }
     }
-    for (const auto &[feed, quietUpTo] : due)
+    for (const auto &[feed, quietUpTo] : site.due)
         Deliver(*feed, feed->Collect(quietUpTo));
 }
 
@@ -413,8 +419,8 @@ void Notifier::Call(const ConnectionPtr &connection, std::vector<Notice> &notice
 
 // --- feeds ---
 
-Feed::Feed(NoticeSource &source, storage::Site site, storage::Container container)
-    : m_source(&source), m_site(std::move(site)), m_container(container)
+Feed::Feed(Source source, storage::Site site, storage::Container container)
+    : m_source(std::move(source)), m_site(std::move(site)), m_container(container)
 {
 }
 
@@ -453,7 +459,7 @@ std::vector<Notice> Feed::Collect(std::int64_t quietUpTo) noexcept
     try {
         std::lock_guard hold(m_collecting);
         if (m_source)
-            notices = m_source->CollectNotices(quietUpTo);
+            notices = m_source(quietUpTo);
         m_failed = false;
     } catch (...) {
         // Told once; then tried again until it works.

@@ -8,6 +8,7 @@
 
 #include "localmapi/storage/changes.h"
 
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -27,21 +28,16 @@ struct Notice {
     ULONG columns = 0;
 };
 
-// What a table gives. Called on the notifier's thread; may throw Failure or what the storage throws.
-class NoticeSource
-{
-  public:
-    virtual ~NoticeSource() = default;
-    // What has happened since the last time. When it throws it is called again later, and tells then what it missed.
-    // `quietUpTo`: entries of the log up to there are known to concern other tables.
-    virtual std::vector<Notice> CollectNotices(std::int64_t quietUpTo) = 0;
-};
-
 // The advises of one table. For any thread.
 class Feed : public std::enable_shared_from_this<Feed>
 {
   public:
-    Feed(NoticeSource &source, storage::Site site, storage::Container container);
+    // What has happened to the table since the last time. Called on the notifier's thread; may throw Failure or what
+    // the storage throws, is then called again later, and tells what it missed. `quietUpTo`: entries of the log up to
+    // there are known to concern other tables.
+    using Source = std::function<std::vector<Notice>(std::int64_t quietUpTo)>;
+
+    Feed(Source source, storage::Site site, storage::Container container);
     ~Feed();
 
     bool Any() const;
@@ -52,7 +48,7 @@ class Feed : public std::enable_shared_from_this<Feed>
     bool Unadvise(ULONG number);
     // Ends every connection so.
     void End() noexcept;
-    // The same, and the source is never asked again.
+    // The same, and the source is never asked again, nor is it still being asked.
     void Close() noexcept;
 
   private:
@@ -62,8 +58,8 @@ class Feed : public std::enable_shared_from_this<Feed>
     std::vector<Notice> Collect(std::int64_t quietUpTo) noexcept;
 
     std::mutex m_collecting;
-    NoticeSource *m_source; // guarded by m_collecting
-    bool m_failed = false;  // on the notifier's thread only
+    Source m_source;       // guarded by m_collecting; empty when closed
+    bool m_failed = false; // on the notifier's thread only
     const storage::Site m_site;
     const storage::Container m_container;
     // Guarded by the notifier's lock.

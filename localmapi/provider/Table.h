@@ -21,7 +21,7 @@ inline constexpr std::size_t kBookmarkLimit = 1000;
 // More columns than this are taken for a bad argument.
 inline constexpr ULONG kColumnLimit = 0x10000;
 
-class Table final : public ComObject<IMAPITable>, private NoticeSource
+class Table final : public ComObject<IMAPITable>
 {
   public:
     // Advises end with the scope, if there is one.
@@ -89,7 +89,7 @@ class Table final : public ComObject<IMAPITable>, private NoticeSource
     void Rearrange(storage::Filter filter, std::vector<storage::SortKey> keys);
     SRowSet *ReadRows(std::int64_t count, storage::Place &first, storage::Place &last);
     Block<SPropValue> PackRow(const storage::Row &row);
-    std::vector<Notice> CollectNotices(std::int64_t quietUpTo) override;
+    std::vector<Notice> CollectNotices(std::int64_t quietUpTo);
     Notice NoticeOf(storage::RowChange &change);
     std::optional<storage::Bytes> InstanceKeyOfRow(storage::ObjectId row) const;
 

@@ -32,7 +32,8 @@ STDMETHODIMP Table::Advise(ULONG ulEventMask, LPMAPIADVISESINK lpAdviseSink, ULO
                     NoSupport("notifications of a table whose rows never change");
                 if (!m_feed) {
                     m_feed =
-                        std::make_shared<Feed>(static_cast<NoticeSource &>(*this), watch->site(), watch->container());
+                        std::make_shared<Feed>([this](std::int64_t quietUpTo) { return CollectNotices(quietUpTo); },
+                                               watch->site(), watch->container());
                     if (m_scope)
                         m_scope->Add(m_feed);
                 }

@@ -1,6 +1,6 @@
 // A commit sets the times of the site's file to now, and whoever watches the file is told by inotify: after the commit
 // can be seen, without a file of its own, across processes and users, and gone with the watcher however it ends.
-#include "changes.h"
+#include "change_signal.h"
 #include "error.h"
 #include <cerrno>
 #include <fcntl.h>
@@ -14,13 +14,13 @@
 namespace localmapi::storage
 {
 
-struct ChangeSignal::Impl {
+struct SystemSignal::Impl {
     int woken = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
     int notices = inotify_init1(IN_NONBLOCK | IN_CLOEXEC); // -1 when the user has as many as he may have
     std::map<std::string, int> watches;
 };
 
-ChangeSignal::ChangeSignal() : m_impl(std::make_unique<Impl>())
+SystemSignal::SystemSignal() : m_impl(std::make_unique<Impl>())
 {
     if (m_impl->woken < 0) {
         if (m_impl->notices >= 0)
@@ -29,55 +29,55 @@ ChangeSignal::ChangeSignal() : m_impl(std::make_unique<Impl>())
     }
 }
 
-ChangeSignal::~ChangeSignal()
+SystemSignal::~SystemSignal()
 {
     close(m_impl->woken);
     if (m_impl->notices >= 0)
         close(m_impl->notices);
 }
 
-bool ChangeSignal::listen(const std::set<std::string> &paths)
+std::set<std::string> SystemSignal::listen(const std::set<std::string> &paths)
 {
     if (m_impl->notices < 0)
-        return paths.empty();
+        return paths;
     std::erase_if(m_impl->watches, [&](const auto &watch) {
         if (paths.count(watch.first))
             return false;
         inotify_rm_watch(m_impl->notices, watch.second);
         return true;
     });
-    bool all = true;
+    std::set<std::string> deaf;
     for (const std::string &path : paths) {
-        // Asked for again and again: another file may have taken the name.
         int watch = inotify_add_watch(m_impl->notices, path.c_str(), IN_ATTRIB | IN_MODIFY);
         if (watch >= 0)
             m_impl->watches[path] = watch;
         else
-            all = false;
+            deaf.insert(path);
     }
-    return all;
+    return deaf;
 }
 
-void ChangeSignal::wait(std::chrono::milliseconds longest)
+bool SystemSignal::wait(std::chrono::milliseconds longest)
 {
     pollfd sources[] = {{m_impl->woken, POLLIN, 0}, {m_impl->notices, POLLIN, 0}};
     if (poll(sources, m_impl->notices < 0 ? 1 : 2, static_cast<int>(longest.count())) <= 0)
-        return;
+        return false;
     // What the notices say does not matter.
     char buffer[4096];
     for (const pollfd &source : sources)
         while (source.revents && read(source.fd, buffer, sizeof buffer) > 0) {
         }
+    return true;
 }
 
-void ChangeSignal::wake() noexcept
+void SystemSignal::wake() noexcept
 {
     const std::uint64_t one = 1;
     while (write(m_impl->woken, &one, sizeof one) < 0 && errno == EINTR) {
     }
 }
 
-void ChangeSignal::announce(const std::string &path) noexcept
+void touch(const std::string &path) noexcept
 {
     // By name: a descriptor of the file that is closed would take SQLite's locks on it along. Where it is refused, the
     // others find the change when they look of their own accord.

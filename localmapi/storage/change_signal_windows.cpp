@@ -1,9 +1,10 @@
 // A commit sets the site's file's time of last write to now, and whoever watches its folder is told by the system:
 // after the commit can be seen, across sessions (in which a service and a user's program don't see each other's named
 // objects), and gone with the watcher however it ends.
-#include "changes.h"
+#include "change_signal.h"
 #include "error.h"
 #include <map>
+#include <vector>
 #include <windows.h>
 
 namespace localmapi::storage
@@ -29,25 +30,25 @@ std::wstring folderOf(const std::string &path)
 
 } // namespace
 
-struct ChangeSignal::Impl {
+struct SystemSignal::Impl {
     HANDLE woken = CreateEventW(nullptr, FALSE, FALSE, nullptr);
     std::map<std::wstring, HANDLE> folders;
 };
 
-ChangeSignal::ChangeSignal() : m_impl(std::make_unique<Impl>())
+SystemSignal::SystemSignal() : m_impl(std::make_unique<Impl>())
 {
     if (!m_impl->woken)
         throw Error(Fault::Failed, "The system has no more events.");
 }
 
-ChangeSignal::~ChangeSignal()
+SystemSignal::~SystemSignal()
 {
     for (const auto &[folder, handle] : m_impl->folders)
         FindCloseChangeNotification(handle);
     CloseHandle(m_impl->woken);
 }
 
-bool ChangeSignal::listen(const std::set<std::string> &paths)
+std::set<std::string> SystemSignal::listen(const std::set<std::string> &paths)
 {
     std::set<std::wstring> wanted;
     for (const std::string &path : paths)
@@ -58,8 +59,9 @@ bool ChangeSignal::listen(const std::set<std::string> &paths)
         FindCloseChangeNotification(folder.second);
         return true;
     });
-    bool all = true;
-    for (const std::wstring &folder : wanted) {
+    std::set<std::string> deaf;
+    for (const std::string &path : paths) {
+        const std::wstring folder = folderOf(path);
         if (m_impl->folders.count(folder))
             continue;
         HANDLE handle = m_impl->folders.size() + 1 < MAXIMUM_WAIT_OBJECTS
@@ -69,12 +71,12 @@ bool ChangeSignal::listen(const std::set<std::string> &paths)
         if (handle != INVALID_HANDLE_VALUE)
             m_impl->folders[folder] = handle;
         else
-            all = false;
+            deaf.insert(path);
     }
-    return all;
+    return deaf;
 }
 
-void ChangeSignal::wait(std::chrono::milliseconds longest)
+bool SystemSignal::wait(std::chrono::milliseconds longest)
 {
     std::vector<HANDLE> handles{m_impl->woken};
     for (const auto &[folder, handle] : m_impl->folders)
@@ -84,14 +86,15 @@ void ChangeSignal::wait(std::chrono::milliseconds longest)
     // Armed again before the caller looks, so that nothing falls between.
     if (result > WAIT_OBJECT_0 && result < WAIT_OBJECT_0 + handles.size())
         FindNextChangeNotification(handles[result - WAIT_OBJECT_0]);
+    return result != WAIT_TIMEOUT;
 }
 
-void ChangeSignal::wake() noexcept
+void SystemSignal::wake() noexcept
 {
     SetEvent(m_impl->woken);
 }
 
-void ChangeSignal::announce(const std::string &path) noexcept
+void touch(const std::string &path) noexcept
 {
     try {
         HANDLE file =

@@ -87,14 +87,15 @@ class ChangeSignal
     ChangeSignal(const ChangeSignal &) = delete;
     ChangeSignal &operator=(const ChangeSignal &) = delete;
 
-    // Listens for changes of exactly these files from now on. False where the system can't tell of every one of them:
-    // then the caller has to look from time to time.
+    // Listens for changes of exactly these files from now on. False where the system does not tell of every one of
+    // them: then it looks at their times every few milliseconds.
     bool listen(const std::set<std::string> &paths);
     // Returns when a site may have changed, when somebody called wake(), or after that time.
     void wait(std::chrono::milliseconds longest);
     void wake() noexcept;
 
-    // Tells everybody who listens, in every process, that a site has changed.
+    // Tells everybody who listens, in every process, that a site has changed. Who was not reached finds the change when
+    // looking for it.
     static void announce(const std::string &path) noexcept;
 
   private:

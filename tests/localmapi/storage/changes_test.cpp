@@ -3,6 +3,7 @@
 #include "Fixture.h"
 #include "localmapi/storage/changes.h"
 #include "localmapi/storage/database.h"
+#include <fstream>
 #include <sqlite3.h>
 #include <thread>
 
@@ -341,12 +342,22 @@ TEST_F(Changed, AWaitEndsWithACommitOfWhoeverAndWithAWakeUp)
     signal.wait(std::chrono::milliseconds(1));
 }
 
-TEST_F(Changed, AFileThatCanNotBeListenedToIsSaidSo)
+TEST_F(Changed, AFileOfWhichTheSystemTellsNothingIsLookedAt)
 {
     ChangeSignal signal;
     EXPECT_FALSE(signal.listen({folder.file("nowhere/site.db")}));
-    EXPECT_TRUE(signal.listen({site.path()}));
     ChangeSignal::announce(folder.file("nowhere/site.db"));
+    constexpr std::chrono::seconds kBound{60};
+    auto begun = std::chrono::steady_clock::now();
+    std::thread maker([&] {
+        std::filesystem::path later(folder.file("nowhere"));
+        std::filesystem::create_directory(later);
+        std::ofstream(later / "site.db") << "here";
+    });
+    signal.wait(kBound);
+    maker.join();
+    EXPECT_LT(std::chrono::steady_clock::now() - begun, kBound);
+    EXPECT_TRUE(signal.listen({site.path()}));
 }
 
 } // namespace

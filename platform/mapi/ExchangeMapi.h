@@ -18,6 +18,7 @@
 
 #define PR_CREATOR_NAME_A PROP_TAG(PT_STRING8, 0x3FF8)
 #define PR_CREATOR_NAME_W PROP_TAG(PT_UNICODE, 0x3FF8)
+#define PR_SPLUS_FREE_BUSY_ENTRYID PROP_TAG(PT_BINARY, 0x6622)
 #define PR_IPM_APPOINTMENT_ENTRYID PROP_TAG(PT_BINARY, 0x36D0)
 
 // Voice properties of unified messaging, as this library writes and reads them.

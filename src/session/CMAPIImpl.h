@@ -1,6 +1,7 @@
 // The session behind one connection handle: logon, mailboxes and all work on messages, on the caller's thread. The
 // process-wide registries of handles and the MAPI thread are its static side.
 #pragma once
+#include "OrlMapi32.h"
 #include "common/CritSect.h"
 #include "common/Owners.h"
 #include "common/tstring.h"
@@ -13,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+class CAdviseSink;
 class Operation;
 class SessionGuard;
 class SessionReferences;
@@ -104,6 +106,13 @@ class CMAPIImpl
                                const tstring &szFilename);
     HRESULT HrStreamInAttachment(IMessage *pmsg, ULONG ulAttachNum, const tstring &szFilename);
 
+    // Notifications. Advise gives a sink and the mailbox that it owns; no sink, and a mailbox that is the caller's,
+    // where one of its tables could not be made although the last step of all succeeded. Unadvise ends a sink of any
+    // session; what is no live sink, or is being ended already, is left alone. S_OK always.
+    HRESULT Advise(const tstring &szMailbox, CAdviseSink **ppSink, MailboxCountCallback pfnCallback,
+                   ULONG_PTR ulContext, IMsgStore **ppMailboxMDB);
+    HRESULT Unadvise(CAdviseSink *pSink, ULONG *pulCount);
+
     // The open-object counter, a leak diagnostic.
     std::atomic<LONG> &OpenObjects() { return m_lOpenObjects; }
 
@@ -115,6 +124,7 @@ class CMAPIImpl
 
     HRESULT LogOn(const Operation &op, const tstring &szProfile);
     void LogOff();
+    void CancelSinks();
     tstring ServerName();
     HRESULT OpenMailbox(const Operation &op, IMAPISession *pSession, const tstring &strMailboxDN,
                         IMsgStore **ppMailboxMDB);

@@ -160,6 +160,34 @@ static void messages(void)
     EXPECT("OrlDownloadAttachmentW", pOrlDownloadAttachmentW(0, 1, 8, id, 0, none), INVALID);
 }
 
+static int told;
+
+static BOOL ORLAPI tell(const WCHAR *mailbox, ULONG unread, ULONG priority, ULONG read, ULONG_PTR context)
+{
+    (void)mailbox, (void)unread, (void)priority, (void)read, (void)context;
+    ++told;
+    return 1;
+}
+
+static void notifications(void)
+{
+    FIND(OrlAdviseA);
+    FIND(OrlAdviseW);
+    FIND(OrlUnadvise);
+    static const WCHAR none[1] = {0};
+    OrlSink sink = 55;
+    OrlMailbox mailbox = 77;
+    ULONG count = 9;
+
+    EXPECT("OrlAdviseA", pOrlAdviseA(0, &sink, "", tell, 3, &mailbox), INVALID);
+    EXPECT("OrlAdviseW", pOrlAdviseW(0, &sink, none, tell, 3, &mailbox), INVALID);
+    if (sink != 55 || mailbox != 77 || told != 0)
+        fail("OrlAdvise", "touched the outputs or called back");
+    EXPECT("OrlUnadvise", pOrlUnadvise(0, 0, &count), INVALID);
+    if (count != 9)
+        fail("OrlUnadvise", "wrote its third parameter");
+}
+
 static void texts(void)
 {
     FIND(OrlGetErrorTextA);
@@ -184,6 +212,7 @@ int main(int argc, char **argv)
     session();
     profiles();
     messages();
+    notifications();
     texts();
     if ((size_t)tried != sizeof kExports / sizeof kExports[0])
         fail("the list of exports", "has functions that were not tried");

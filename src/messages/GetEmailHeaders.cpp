@@ -37,11 +37,11 @@ HRESULT ShapeTable(const Operation &operation, IMAPITable *pTable, const Restric
 HRESULT OpenInboxTable(const Operation &operation, IMsgStore *pIMsgStore, const Restriction &filter,
                        std::atomic<LONG> &counter, Counted<IMAPITable> &table)
 {
-    Counted<IMAPIFolder> folder;
-    HRESULT hr = OpenReceiveFolder(operation, pIMsgStore, counter, folder);
+    ReceiveFolder inbox;
+    HRESULT hr = OpenReceiveFolder(operation, pIMsgStore, counter, inbox);
     if (FAILED(hr))
         return hr;
-    hr = table.Count(GetFolderTable(operation, folder.get(), table.object), counter);
+    hr = table.Count(GetFolderTable(operation, inbox.get(), table.object), counter);
     return FAILED(hr) ? hr : ShapeTable(operation, table.get(), filter);
 }
 

@@ -1,15 +1,15 @@
 #include "messages/ReceiveFolder.h"
 
 HRESULT OpenReceiveFolder(const Operation &operation, IMsgStore *pIMsgStore, std::atomic<LONG> &counter,
-                          Counted<IMAPIFolder> &folder)
+                          ReceiveFolder &inbox)
 {
-    OwnedEntryID inbox;
-    const HRESULT hr =
-        Acquired(pIMsgStore->GetReceiveFolder(nullptr, 0, &inbox.cb, inbox.pEntryID.put(), nullptr), inbox.pEntryID);
+    OwnedEntryID &entryID = inbox.entryID;
+    const HRESULT hr = Acquired(pIMsgStore->GetReceiveFolder(nullptr, 0, &entryID.cb, entryID.pEntryID.put(), nullptr),
+                                entryID.pEntryID);
     if (FAILED(hr))
         return operation.Failed("GetReceiveFolder", "trying to obtain the ID for the receive folder.", pIMsgStore, hr);
-    return OpenCounted(operation, pIMsgStore, inbox.cb, inbox.pEntryID.get(), &IID_IMAPIFolder, MAPI_BEST_ACCESS,
-                       counter, "trying to access and open the receive folder.", folder);
+    return OpenCounted(operation, pIMsgStore, entryID.cb, entryID.pEntryID.get(), &IID_IMAPIFolder, MAPI_BEST_ACCESS,
+                       counter, "trying to access and open the receive folder.", inbox.folder);
 }
 
 HRESULT GetFolderTable(const Operation &operation, IMAPIFolder *pFolder, ComPtr<IMAPITable> &table)

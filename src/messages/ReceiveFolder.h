@@ -4,9 +4,15 @@
 #include "messages/Counted.h"
 #include "messages/Restriction.h"
 
-// Counted in the session's open-object counter while it is held.
+// Counted in the session's open-object counter while it is held, and held together with its entry ID.
+struct ReceiveFolder {
+    Counted<IMAPIFolder> folder;
+    OwnedEntryID entryID;
+
+    IMAPIFolder *get() const { return folder.get(); }
+};
 HRESULT OpenReceiveFolder(const Operation &operation, IMsgStore *pIMsgStore, std::atomic<LONG> &counter,
-                          Counted<IMAPIFolder> &folder);
+                          ReceiveFolder &inbox);
 
 HRESULT GetFolderTable(const Operation &operation, IMAPIFolder *pFolder, ComPtr<IMAPITable> &table);
 HRESULT SetTableColumns(const Operation &operation, IMAPITable *pTable, LPSPropTagArray pTags);

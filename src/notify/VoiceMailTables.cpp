@@ -31,14 +31,14 @@ HRESULT OpenTable(const Operation &operation, IMAPIFolder *pFolder, const Restri
 HRESULT OpenVoiceMailTables(const Operation &operation, IMsgStore *pIMsgStore, std::atomic<LONG> &counter,
                             VoiceMailTables &tables)
 {
-    Counted<IMAPIFolder> folder;
-    const HRESULT hr = OpenReceiveFolder(operation, pIMsgStore, counter, folder);
+    ReceiveFolder inbox;
+    const HRESULT hr = OpenReceiveFolder(operation, pIMsgStore, counter, inbox);
     if (FAILED(hr))
         return hr;
     const Restriction voiceMail = Is(kMessageClass, kUnifiedMessagingClass);
     const Restriction unread = BitsClear(kMessageFlags, kReadFlag);
-    OpenTable(operation, folder.get(), All({voiceMail, BitsSet(kMessageFlags, kReadFlag)}), tables.read);
-    OpenTable(operation, folder.get(), All({voiceMail, unread}), tables.unread);
-    return OpenTable(operation, folder.get(), All({voiceMail, unread, Is(kImportance, kHighImportance)}),
+    OpenTable(operation, inbox.get(), All({voiceMail, BitsSet(kMessageFlags, kReadFlag)}), tables.read);
+    OpenTable(operation, inbox.get(), All({voiceMail, unread}), tables.unread);
+    return OpenTable(operation, inbox.get(), All({voiceMail, unread, Is(kImportance, kHighImportance)}),
                      tables.unreadPriority);
 }

@@ -110,6 +110,8 @@ class FakeFolder : public PropObject<IMAPIFolder>
         Call call(*this, "GetContentsTable", {Hex(flags)});
         return call.Give(table, [&] {
             auto rows = m_data->contents;
+            if (!m_data->contentsInTurn.empty())
+                rows = m_data->contentsInTurn[m_data->turn++ % m_data->contentsInTurn.size()];
             if (!rows) {
                 rows = std::make_shared<TableData>(m_data->name);
                 for (const auto &message : m_data->messages)

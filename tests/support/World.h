@@ -28,6 +28,9 @@ struct FolderData : PropsData {
     ULONG ObjectType() const override { return MAPI_FOLDER; }
     std::vector<std::shared_ptr<MessageData>> messages;
     std::shared_ptr<TableData> contents; // in place of the one made from `messages`
+    // In place of both: GetContentsTable gives one after the other, and begins anew after the last.
+    std::vector<std::shared_ptr<TableData>> contentsInTurn;
+    size_t turn = 0;
 };
 
 struct StoreData : PropsData {

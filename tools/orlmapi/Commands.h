@@ -17,6 +17,12 @@ struct ListOptions {
     std::vector<std::string> faxServers;
 };
 
+struct WatchOptions {
+    std::vector<std::string> mailboxes;
+    unsigned long count = 0;        // lines; 0 without limit
+    unsigned long long seconds = 0; // 0 without limit
+};
+
 void ListProfiles(const Common &common);
 void ShowServerName(const Common &common, const std::string &profile);
 void ListHeaders(const Common &common, const ListOptions &options);
@@ -27,4 +33,6 @@ void SaveAttachment(const Common &common, const std::string &mailbox, const Entr
                     const std::string &file);
 void MarkRead(const Common &common, const std::string &mailbox, const EntryId &entryId, bool read);
 void DeleteMessage(const Common &common, const std::string &mailbox, const EntryId &entryId);
+// Until interrupted, or what the options say.
+void WatchMailboxes(const Common &common, const WatchOptions &options);
 void ExplainError(const Common &common, const std::string &code);

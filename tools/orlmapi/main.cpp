@@ -34,6 +34,16 @@ void AddListCommand(CLI::App &app, Common &common, ListOptions &options)
     list->callback([&] { ListHeaders(common, options); });
 }
 
+void AddWatchCommand(CLI::App &app, Common &common, WatchOptions &options)
+{
+    auto *watch =
+        app.add_subcommand("watch", "Print a line whenever a mailbox's voice mail counts change; Ctrl-C ends");
+    watch->add_option("MAILBOX", options.mailboxes, "Users' names")->required();
+    watch->add_option("--count", options.count, "End after this many lines")->check(CLI::Range(1ul, 4000000000ul));
+    watch->add_option("--for", options.seconds, "End after this many seconds")->check(CLI::Range(1ul, 4000000000ul));
+    watch->callback([&] { WatchMailboxes(common, options); });
+}
+
 struct MessageArguments {
     std::string mailbox, entryId, file;
     ULONG number = 0;
@@ -83,6 +93,7 @@ struct Arguments {
     Common common;
     std::string profile, code;
     ListOptions list;
+    WatchOptions watch;
     MessageArguments message;
 };
 
@@ -98,6 +109,7 @@ void Describe(CLI::App &app, Arguments &arguments)
     AddProfileCommands(app, arguments.common, arguments.profile, arguments.code);
     AddListCommand(app, arguments.common, arguments.list);
     AddMessageCommands(app, arguments.common, arguments.message);
+    AddWatchCommand(app, arguments.common, arguments.watch);
 }
 
 } // namespace

@@ -211,8 +211,8 @@ typedef struct ExchangeProfileW {
 HRESULT ORLAPI OrlCreateConnection(DWORD *phConnection, BYTE bService);
 
 /*
- * Ordinal 38. Ends the session and sets *phConnection to 0. The last one stops the MAPI thread and waits for it.
- * Mailboxes must have been closed before. E_FAIL (and *phConnection as it was) for an unknown handle.
+ * Ordinal 38. Ends the session, with its sinks, and sets *phConnection to 0. The last one stops the MAPI thread and
+ * waits for it. Mailboxes must have been closed before. E_FAIL (and *phConnection as it was) for an unknown handle.
  */
 HRESULT ORLAPI OrlCloseConnection(DWORD *phConnection);
 
@@ -233,7 +233,7 @@ void ORLAPI OrlCrashRecovery(void);
 HRESULT ORLAPI OrlMapiConnectA(DWORD hConnection, LPCSTR szServer, LPCSTR szMailbox, LPCSTR szProfile);
 HRESULT ORLAPI OrlMapiConnectW(DWORD hConnection, LPCWSTR szServer, LPCWSTR szMailbox, LPCWSTR szProfile);
 
-/* Ordinal 2. Closes the default store and logs off. May be called any number of times. */
+/* Ordinal 2. Ends all sinks, closes the default store and logs off. May be called any number of times. */
 HRESULT ORLAPI OrlMapiDisconnect(DWORD hConnection);
 
 /*

@@ -139,6 +139,18 @@ TEST_F(SinkTest, UnadviseEndsJustWhatWasRegistered)
     EXPECT_THAT(Calls(), ElementsAre("Table(read).Unadvise()", "Store(alice).StoreLogoff(NULL)"));
 }
 
+TEST_F(SinkTest, LivesUntilTheNotificationIsOverInWhichItsCallbackEndsIt)
+{
+    CAdviseSink *const made = New("rup");
+    Answer([&](const Told &) -> BOOL {
+        EXPECT_EQ(made->Unadvise(), 1u) << "the notification's own";
+        return 1;
+    });
+    EXPECT_EQ(static_cast<HRESULT>(NotifyDirectly(made)), S_OK);
+    EXPECT_THAT(LiveObjects(), testing::Not(Contains("Store(alice)")));
+    EXPECT_EQ(Lines().back(), "< CAdviseSink::OnNotify()") << "after all that it gave back";
+}
+
 TEST_F(SinkTest, ATableThatWillNotLetGoKeepsNothingElse)
 {
     CAdviseSink *const made = New("rup");

@@ -14,10 +14,10 @@
  *  4. Threads. Every function may be called from any thread, also at once on one connection, except that two
  *     listings must not share a table handle at the same time. Closing a connection while another thread is
  *     inside a call on it is safe: the session ends with the last call.
- *  5. Results. An HRESULT: negative is failure. MAPI's own codes come through unchanged. E_INVALIDARG
- *     (0x80070057) means an unknown connection handle or a null mailbox; E_UNEXPECTED (0x8000FFFF) an exception
- *     inside the library. No exception leaves it. On failure outputs keep what the caller put there, except for
- *     counts that are set to 0 first, and where memory runs out half way through a listing of headers or
+ *  5. Results. An HRESULT: negative is failure (forwarding and responding alone never tell of one). MAPI's own codes
+ * come through unchanged. E_INVALIDARG (0x80070057) means an unknown connection handle or a null mailbox; E_UNEXPECTED
+ * (0x8000FFFF) an exception inside the library. No exception leaves it. On failure outputs keep what the caller put
+ * there, except for counts that are set to 0 first, and where memory runs out half way through a listing of headers or
  *     profiles: then the elements before are given, counted and to be freed, and a listing's handles too.
  *  6. Null pointers. A null text is reported in the trace and taken as empty. A null output pointer is the
  *     caller's error unless its comment allows it.
@@ -322,6 +322,68 @@ HRESULT ORLAPI OrlDownloadAttachmentA(DWORD hConnection, OrlMailbox hMailbox, UL
 HRESULT ORLAPI OrlDownloadAttachmentW(DWORD hConnection, OrlMailbox hMailbox, ULONG cbEntryID, const BYTE *pEntryID,
                                       ULONG ulAttachNum, LPCWSTR szFile);
 
+/* ---- Sending ------------------------------------------------------------------------------------------- */
+
+/*
+ * Ordinals 11 and 21. Sends a message from a mailbox. It is submitted when this returns, or, on any failure, not at
+ * all; no copy stays in the sent items.
+ *
+ * hMailbox      0 sends from the session's default store (E_POINTER where the session is not logged on).
+ * szRecipients  names or addresses, separated by semicolons and by nothing else: a blank after a semicolon belongs to
+ *               the name. Each must be known to the address book and fit one entry only; E_INVALIDARG for no text,
+ *               E_ABORT for semicolons alone.
+ * bUrgent       high importance and urgent priority, else both normal.
+ * bPrivate      sensitivity private.
+ * szFile        a file to attach, copied piece by piece whatever its size; empty for none.
+ * szFilename    the name under which it is shown: a short one ("NOTE.TX": at most 8 characters, and 3 with the dot)
+ *               as PR_ATTACH_FILENAME, any other ("message.wav") as PR_ATTACH_LONG_FILENAME.
+ */
+HRESULT ORLAPI OrlSendEmailA(DWORD hConnection, OrlMailbox hMailbox, LPCSTR szRecipients, LPCSTR szSubject,
+                             LPCSTR szBody, BYTE bUrgent, BYTE bPrivate, LPCSTR szFile, LPCSTR szFilename);
+HRESULT ORLAPI OrlSendEmailW(DWORD hConnection, OrlMailbox hMailbox, LPCWSTR szRecipients, LPCWSTR szSubject,
+                             LPCWSTR szBody, BYTE bUrgent, BYTE bPrivate, LPCWSTR szFile, LPCWSTR szFilename);
+
+/*
+ * Ordinals 15 and 24. The same as a voice mail of unified messaging, class "IPM.Note.Microsoft.Voicemail.UM".
+ *
+ * lSecs          length of the recording in seconds.
+ * szNumber       caller's telephone number.
+ * szName         caller's name.
+ * szOrder        the attachments' order: their names, separated by semicolons.
+ * offset, ulMsgReceived   given back by the listing as they are given here.
+ */
+HRESULT ORLAPI OrlSendUMEmailA(DWORD hConnection, OrlMailbox hMailbox, LPCSTR szRecipients, LPCSTR szSubject,
+                               LPCSTR szBody, BYTE bUrgent, BYTE bPrivate, LPCSTR szFile, LPCSTR szFilename, LONG lSecs,
+                               LPCSTR szNumber, LPCSTR szName, LPCSTR szOrder, LONG offset, ULONG ulMsgReceived);
+HRESULT ORLAPI OrlSendUMEmailW(DWORD hConnection, OrlMailbox hMailbox, LPCWSTR szRecipients, LPCWSTR szSubject,
+                               LPCWSTR szBody, BYTE bUrgent, BYTE bPrivate, LPCWSTR szFile, LPCWSTR szFilename,
+                               LONG lSecs, LPCWSTR szNumber, LPCWSTR szName, LPCWSTR szOrder, LONG offset,
+                               ULONG ulMsgReceived);
+
+/* ---- Forwarding and responding ------------------------------------------------------------------------- */
+
+/*
+ * Ordinals 13 and 22. Marks a message as forwarded and sends a copy of it, attachments included, to szRecipients (as
+ * in OrlSendEmailA/W); a copy is kept in the sent items. hMailbox 0 means the session's default store.
+ *
+ * The result is 0 ALWAYS, also for an unknown connection and where nothing was sent: what failed stands in the trace
+ * alone. The original stays marked where its copy could not be sent.
+ */
+HRESULT ORLAPI OrlForwardEmailA(DWORD hConnection, OrlMailbox hMailbox, ULONG cbEntryID, const BYTE *pEntryID,
+                                LPCSTR szRecipients);
+HRESULT ORLAPI OrlForwardEmailW(DWORD hConnection, OrlMailbox hMailbox, ULONG cbEntryID, const BYTE *pEntryID,
+                                LPCWSTR szRecipients);
+
+/*
+ * Ordinals 14 and 23. Marks a message as replied to and sends a copy of it to its sender, with a file attached:
+ * szFile and szFilename as in OrlSendEmailA/W, empty for none. Nothing is sent where the sender has no e-mail address.
+ * With hMailbox 0 nothing is done at all. ulUnused is ignored. The result is 0 ALWAYS, as for a forward.
+ */
+HRESULT ORLAPI OrlRespondEmailA(DWORD hConnection, OrlMailbox hMailbox, ULONG cbEntryID, const BYTE *pEntryID,
+                                LPCSTR szFile, LPCSTR szFilename, ULONG ulUnused);
+HRESULT ORLAPI OrlRespondEmailW(DWORD hConnection, OrlMailbox hMailbox, ULONG cbEntryID, const BYTE *pEntryID,
+                                LPCWSTR szFile, LPCWSTR szFilename, ULONG ulUnused);
+
 /* ---- Error text ---------------------------------------------------------------------------------------- */
 
 /*
@@ -366,6 +428,16 @@ typedef HRESULT(ORLAPI *PFN_OrlDownloadEmailA)(DWORD, OrlMailbox, ULONG, const B
 typedef HRESULT(ORLAPI *PFN_OrlDownloadEmailW)(DWORD, OrlMailbox, ULONG, const BYTE *, EmailTextW **);
 typedef HRESULT(ORLAPI *PFN_OrlDownloadAttachmentA)(DWORD, OrlMailbox, ULONG, const BYTE *, ULONG, LPCSTR);
 typedef HRESULT(ORLAPI *PFN_OrlDownloadAttachmentW)(DWORD, OrlMailbox, ULONG, const BYTE *, ULONG, LPCWSTR);
+typedef HRESULT(ORLAPI *PFN_OrlSendEmailA)(DWORD, OrlMailbox, LPCSTR, LPCSTR, LPCSTR, BYTE, BYTE, LPCSTR, LPCSTR);
+typedef HRESULT(ORLAPI *PFN_OrlSendEmailW)(DWORD, OrlMailbox, LPCWSTR, LPCWSTR, LPCWSTR, BYTE, BYTE, LPCWSTR, LPCWSTR);
+typedef HRESULT(ORLAPI *PFN_OrlSendUMEmailA)(DWORD, OrlMailbox, LPCSTR, LPCSTR, LPCSTR, BYTE, BYTE, LPCSTR, LPCSTR,
+                                             LONG, LPCSTR, LPCSTR, LPCSTR, LONG, ULONG);
+typedef HRESULT(ORLAPI *PFN_OrlSendUMEmailW)(DWORD, OrlMailbox, LPCWSTR, LPCWSTR, LPCWSTR, BYTE, BYTE, LPCWSTR, LPCWSTR,
+                                             LONG, LPCWSTR, LPCWSTR, LPCWSTR, LONG, ULONG);
+typedef HRESULT(ORLAPI *PFN_OrlForwardEmailA)(DWORD, OrlMailbox, ULONG, const BYTE *, LPCSTR);
+typedef HRESULT(ORLAPI *PFN_OrlForwardEmailW)(DWORD, OrlMailbox, ULONG, const BYTE *, LPCWSTR);
+typedef HRESULT(ORLAPI *PFN_OrlRespondEmailA)(DWORD, OrlMailbox, ULONG, const BYTE *, LPCSTR, LPCSTR, ULONG);
+typedef HRESULT(ORLAPI *PFN_OrlRespondEmailW)(DWORD, OrlMailbox, ULONG, const BYTE *, LPCWSTR, LPCWSTR, ULONG);
 typedef void(ORLAPI *PFN_OrlGetErrorTextA)(DWORD, HRESULT, char *, ULONG);
 typedef void(ORLAPI *PFN_OrlGetErrorTextW)(DWORD, HRESULT, WCHAR *, ULONG);
 

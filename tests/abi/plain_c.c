@@ -47,6 +47,14 @@ SAME_TYPE(OrlDownloadEmailA);
 SAME_TYPE(OrlDownloadEmailW);
 SAME_TYPE(OrlDownloadAttachmentA);
 SAME_TYPE(OrlDownloadAttachmentW);
+SAME_TYPE(OrlSendEmailA);
+SAME_TYPE(OrlSendEmailW);
+SAME_TYPE(OrlSendUMEmailA);
+SAME_TYPE(OrlSendUMEmailW);
+SAME_TYPE(OrlForwardEmailA);
+SAME_TYPE(OrlForwardEmailW);
+SAME_TYPE(OrlRespondEmailA);
+SAME_TYPE(OrlRespondEmailW);
 SAME_TYPE(OrlGetErrorTextA);
 SAME_TYPE(OrlGetErrorTextW);
 

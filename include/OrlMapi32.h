@@ -14,11 +14,12 @@
  *  4. Threads. Every function may be called from any thread, also at once on one connection, except that two
  *     listings must not share a table handle at the same time. Closing a connection while another thread is
  *     inside a call on it is safe: the session ends with the last call.
- *  5. Results. An HRESULT: negative is failure (forwarding and responding alone never tell of one). MAPI's own codes
- * come through unchanged. E_INVALIDARG (0x80070057) means an unknown connection handle or a null mailbox; E_UNEXPECTED
- * (0x8000FFFF) an exception inside the library. No exception leaves it. On failure outputs keep what the caller put
- * there, except for counts that are set to 0 first, and where memory runs out half way through a listing of headers or
+ *  5. Results. An HRESULT: negative is failure. MAPI's own codes come through unchanged. E_INVALIDARG
+ *     (0x80070057) means an unknown connection handle or a null mailbox; E_UNEXPECTED (0x8000FFFF) an exception
+ *     inside the library. No exception leaves it. On failure outputs keep what the caller put there, except for
+ *     counts that are set to 0 first, and where memory runs out half way through a listing of headers or
  *     profiles: then the elements before are given, counted and to be freed, and a listing's handles too.
+ *     Forwarding and responding never tell of a failure.
  *  6. Null pointers. A null text is reported in the trace and taken as empty. A null output pointer is the
  *     caller's error unless its comment allows it.
  *  7. Flags of 8 bits (BYTE) are true when not 0, unless their comment says otherwise.

@@ -368,7 +368,8 @@ HRESULT ORLAPI OrlSendUMEmailW(DWORD hConnection, OrlMailbox hMailbox, LPCWSTR s
  * in OrlSendEmailA/W); a copy is kept in the sent items. hMailbox 0 means the session's default store.
  *
  * The result is 0 ALWAYS, also for an unknown connection and where nothing was sent: what failed stands in the trace
- * alone. The original stays marked where its copy could not be sent.
+ * alone. The original stays marked where its copy could not be sent. Recipients that can't be resolved leave the copy
+ * with those of the original, to whom it then goes: resolve names before you forward to them.
  */
 HRESULT ORLAPI OrlForwardEmailA(DWORD hConnection, OrlMailbox hMailbox, ULONG cbEntryID, const BYTE *pEntryID,
                                 LPCSTR szRecipients);

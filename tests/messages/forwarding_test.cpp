@@ -161,6 +161,16 @@ TEST_F(ForwardTest, ToNobodyTheCopyIsSavedAndItsSubmissionIsTried)
     ExpectNothingOpen();
 }
 
+TEST_F(ForwardTest, WhereTheRecipientsAreUnknownThoseOfTheOriginalStay)
+{
+    EXPECT_EQ(Operate("nobody"), MAPI_E_NOT_FOUND);
+    EXPECT_EQ(NamesOfRecipients(), "Alice Archer");
+    EXPECT_TRUE(Created().submitted);
+    EXPECT_THAT(ErrorLines(), ElementsAre("CMAPIImpl::CreateAddressList[n]: Error 0x8004010f [MAPI_E_NOT_FOUND] from "
+                                          "ResolveName trying to resolve the recipients nobody."));
+    ExpectNothingOpen();
+}
+
 TEST_F(ForwardTest, BeforeThereIsACopyAFailureEndsTheOperation)
 {
     const struct {

@@ -66,6 +66,8 @@ expect 0 orlmapi --profile Voicemail delete bob "$copy"
 expect 0 orlmapi --profile Voicemail --json forward alice "$voice" nobody
 json '. == {"asked": true}'
 equal "$(only bob --um)" "not one"
+# Where the recipient is unknown the copy goes to those of the original.
+equal "$(run orlmapi --profile Voicemail --json list alice --um | jq length)" 2
 
 # Answering: a copy of the message and the recording go to its sender.
 expect 0 orlmapi --profile Voicemail --json respond alice "$voice" --attach answer.wav
@@ -77,7 +79,7 @@ number=$(jq -r '.[0].attachments | map(.number) | max' out.txt)
 expect 0 orlmapi --profile Voicemail save bob "$answer" "$number" saved.wav
 same answer.wav saved.wav
 expect 0 localmapi --json list --user alice --folder sent
-json 'length == 2'
+json 'length == 3'
 
 # What goes wrong.
 expect 1 orlmapi --profile Voicemail send nobody --subject S

@@ -97,7 +97,7 @@ TEST_F(SendingBehaviour, AVoiceMailArrivesAsItWasSent)
     EXPECT_EQ(0, header->bHighPriority);
     EXPECT_NE(0, WORD{header->stSubmitTime.wYear});
     OrlMapiFreeBuffer(header);
-    EXPECT_EQ(Bytes(wave), Saved(m_alice, page.ids[0], 0));
+    EXPECT_TRUE(Bytes(wave) == Saved(m_alice, page.ids[0], 0));
     EmailTextA *text = nullptr;
     ASSERT_HR(0, OrlDownloadEmailA(m_connection, m_alice, Size(page.ids[0]), page.ids[0].data(), &text));
     EXPECT_STREQ("Voice", text->pszSubject);
@@ -195,7 +195,7 @@ TEST_F(SendingBehaviour, AForwardIsACopyFromTheMailboxThatForwards)
     EXPECT_HR(0, OrlForwardEmailA(m_connection, m_alice, Size(original), original.data(), "carol"));
     const Id copy = Only(carol, {});
     EXPECT_EQ("Alice Archer", SenderOf(carol, copy));
-    EXPECT_EQ(Bytes(wave), Saved(carol, copy, 0));
+    EXPECT_TRUE(Bytes(wave) == Saved(carol, copy, 0));
     EXPECT_THAT(Inbox("carol"), ElementsAre("Voice"));
     EXPECT_THAT(Inbox("bob"), IsEmpty()) << "the original's recipients get nothing again";
     EXPECT_THAT(Sent("alice"), ElementsAre("Voice"));
@@ -218,8 +218,8 @@ TEST_F(SendingBehaviour, AnAnswerGoesToTheSenderWithTheRecording)
     ASSERT_EQ(1U, page.count);
     EXPECT_EQ("Alice Archer", SenderOf(m_bob, page.ids[0]));
     ASSERT_EQ(2U, page.attachments[0].size());
-    EXPECT_EQ(Bytes(wave), Saved(m_bob, page.ids[0], page.attachments[0][0]));
-    EXPECT_EQ(Bytes(answer), Saved(m_bob, page.ids[0], page.attachments[0][1]));
+    EXPECT_TRUE(Bytes(wave) == Saved(m_bob, page.ids[0], page.attachments[0][0]));
+    EXPECT_TRUE(Bytes(answer) == Saved(m_bob, page.ids[0], page.attachments[0][1]));
     EXPECT_THAT(Sent("alice"), ElementsAre("Voice"));
     EXPECT_THAT(Outbox("alice"), IsEmpty());
 

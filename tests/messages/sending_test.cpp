@@ -299,7 +299,7 @@ TEST_F(SendTest, NullTextsAreEmpty)
 TEST_F(SendTest, TheEntryLineShowsTheArguments)
 {
     Email email;
-    email.file = MissingFile();
+    email.file = "no/such/file";
     email.filename = "shown";
     Send(email);
     const std::string texts = ", m_TargetAlias: \"bob\", szSubject: \"The subject\", szBody: \"The body\"";

@@ -20,6 +20,7 @@
  *     inside the library. No exception leaves it. On failure outputs keep what the caller put there, except for
  *     counts that are set to 0 first, and where memory runs out half way through a listing of headers or
  *     profiles: then the elements before are given, counted and to be freed, and a listing's handles too.
+ *     Forwarding and responding never tell of a failure.
  *  6. Null pointers. A null text is reported in the trace and taken as empty. A null output pointer is the
  *     caller's error unless its comment allows it.
  *  7. Flags of 8 bits (BYTE) are true when not 0, unless their comment says otherwise.
@@ -351,6 +352,69 @@ HRESULT ORLAPI OrlDownloadAttachmentA(DWORD hConnection, OrlMailbox hMailbox, UL
 HRESULT ORLAPI OrlDownloadAttachmentW(DWORD hConnection, OrlMailbox hMailbox, ULONG cbEntryID, const BYTE *pEntryID,
                                       ULONG ulAttachNum, LPCWSTR szFile);
 
+/* ---- Sending ------------------------------------------------------------------------------------------- */
+
+/*
+ * Ordinals 11 and 21. Sends a message from a mailbox. It is submitted when this returns, or, on any failure, not at
+ * all; no copy stays in the sent items.
+ *
+ * hMailbox      0 sends from the session's default store (E_POINTER where the session is not logged on).
+ * szRecipients  names or addresses, separated by semicolons and by nothing else: a blank after a semicolon belongs to
+ *               the name. Each must be known to the address book and fit one entry only; E_INVALIDARG for no text,
+ *               E_ABORT for semicolons alone.
+ * bUrgent       high importance and urgent priority, else both normal.
+ * bPrivate      sensitivity private.
+ * szFile        a file to attach, copied piece by piece whatever its size; empty for none.
+ * szFilename    the name under which it is shown: a short one ("NOTE.TX": at most 8 characters, and 3 with the dot)
+ *               as PR_ATTACH_FILENAME, any other ("message.wav") as PR_ATTACH_LONG_FILENAME.
+ */
+HRESULT ORLAPI OrlSendEmailA(DWORD hConnection, OrlMailbox hMailbox, LPCSTR szRecipients, LPCSTR szSubject,
+                             LPCSTR szBody, BYTE bUrgent, BYTE bPrivate, LPCSTR szFile, LPCSTR szFilename);
+HRESULT ORLAPI OrlSendEmailW(DWORD hConnection, OrlMailbox hMailbox, LPCWSTR szRecipients, LPCWSTR szSubject,
+                             LPCWSTR szBody, BYTE bUrgent, BYTE bPrivate, LPCWSTR szFile, LPCWSTR szFilename);
+
+/*
+ * Ordinals 15 and 24. The same as a voice mail of unified messaging, class "IPM.Note.Microsoft.Voicemail.UM".
+ *
+ * lSecs          length of the recording in seconds.
+ * szNumber       caller's telephone number.
+ * szName         caller's name.
+ * szOrder        the attachments' order: their names, separated by semicolons.
+ * offset, ulMsgReceived   given back by the listing as they are given here.
+ */
+HRESULT ORLAPI OrlSendUMEmailA(DWORD hConnection, OrlMailbox hMailbox, LPCSTR szRecipients, LPCSTR szSubject,
+                               LPCSTR szBody, BYTE bUrgent, BYTE bPrivate, LPCSTR szFile, LPCSTR szFilename, LONG lSecs,
+                               LPCSTR szNumber, LPCSTR szName, LPCSTR szOrder, LONG offset, ULONG ulMsgReceived);
+HRESULT ORLAPI OrlSendUMEmailW(DWORD hConnection, OrlMailbox hMailbox, LPCWSTR szRecipients, LPCWSTR szSubject,
+                               LPCWSTR szBody, BYTE bUrgent, BYTE bPrivate, LPCWSTR szFile, LPCWSTR szFilename,
+                               LONG lSecs, LPCWSTR szNumber, LPCWSTR szName, LPCWSTR szOrder, LONG offset,
+                               ULONG ulMsgReceived);
+
+/* ---- Forwarding and responding ------------------------------------------------------------------------- */
+
+/*
+ * Ordinals 13 and 22. Marks a message as forwarded and sends a copy of it, attachments included, to szRecipients (as
+ * in OrlSendEmailA/W); a copy is kept in the sent items. hMailbox 0 means the session's default store.
+ *
+ * The result is 0 ALWAYS, also for an unknown connection and where nothing was sent: what failed stands in the trace
+ * alone. The original stays marked where its copy could not be sent. Recipients that can't be resolved leave the copy
+ * with those of the original, to whom it then goes: resolve names before you forward to them.
+ */
+HRESULT ORLAPI OrlForwardEmailA(DWORD hConnection, OrlMailbox hMailbox, ULONG cbEntryID, const BYTE *pEntryID,
+                                LPCSTR szRecipients);
+HRESULT ORLAPI OrlForwardEmailW(DWORD hConnection, OrlMailbox hMailbox, ULONG cbEntryID, const BYTE *pEntryID,
+                                LPCWSTR szRecipients);
+
+/*
+ * Ordinals 14 and 23. Marks a message as replied to and sends a copy of it to its sender, with a file attached:
+ * szFile and szFilename as in OrlSendEmailA/W, empty for none. Nothing is sent where the sender has no e-mail address.
+ * With hMailbox 0 nothing is done at all. ulUnused is ignored. The result is 0 ALWAYS, as for a forward.
+ */
+HRESULT ORLAPI OrlRespondEmailA(DWORD hConnection, OrlMailbox hMailbox, ULONG cbEntryID, const BYTE *pEntryID,
+                                LPCSTR szFile, LPCSTR szFilename, ULONG ulUnused);
+HRESULT ORLAPI OrlRespondEmailW(DWORD hConnection, OrlMailbox hMailbox, ULONG cbEntryID, const BYTE *pEntryID,
+                                LPCWSTR szFile, LPCWSTR szFilename, ULONG ulUnused);
+
 /* ---- Notifications ------------------------------------------------------------------------------------- */
 
 /*
@@ -427,6 +491,16 @@ typedef HRESULT(ORLAPI *PFN_OrlDownloadEmailA)(DWORD, OrlMailbox, ULONG, const B
 typedef HRESULT(ORLAPI *PFN_OrlDownloadEmailW)(DWORD, OrlMailbox, ULONG, const BYTE *, EmailTextW **);
 typedef HRESULT(ORLAPI *PFN_OrlDownloadAttachmentA)(DWORD, OrlMailbox, ULONG, const BYTE *, ULONG, LPCSTR);
 typedef HRESULT(ORLAPI *PFN_OrlDownloadAttachmentW)(DWORD, OrlMailbox, ULONG, const BYTE *, ULONG, LPCWSTR);
+typedef HRESULT(ORLAPI *PFN_OrlSendEmailA)(DWORD, OrlMailbox, LPCSTR, LPCSTR, LPCSTR, BYTE, BYTE, LPCSTR, LPCSTR);
+typedef HRESULT(ORLAPI *PFN_OrlSendEmailW)(DWORD, OrlMailbox, LPCWSTR, LPCWSTR, LPCWSTR, BYTE, BYTE, LPCWSTR, LPCWSTR);
+typedef HRESULT(ORLAPI *PFN_OrlSendUMEmailA)(DWORD, OrlMailbox, LPCSTR, LPCSTR, LPCSTR, BYTE, BYTE, LPCSTR, LPCSTR,
+                                             LONG, LPCSTR, LPCSTR, LPCSTR, LONG, ULONG);
+typedef HRESULT(ORLAPI *PFN_OrlSendUMEmailW)(DWORD, OrlMailbox, LPCWSTR, LPCWSTR, LPCWSTR, BYTE, BYTE, LPCWSTR, LPCWSTR,
+                                             LONG, LPCWSTR, LPCWSTR, LPCWSTR, LONG, ULONG);
+typedef HRESULT(ORLAPI *PFN_OrlForwardEmailA)(DWORD, OrlMailbox, ULONG, const BYTE *, LPCSTR);
+typedef HRESULT(ORLAPI *PFN_OrlForwardEmailW)(DWORD, OrlMailbox, ULONG, const BYTE *, LPCWSTR);
+typedef HRESULT(ORLAPI *PFN_OrlRespondEmailA)(DWORD, OrlMailbox, ULONG, const BYTE *, LPCSTR, LPCSTR, ULONG);
+typedef HRESULT(ORLAPI *PFN_OrlRespondEmailW)(DWORD, OrlMailbox, ULONG, const BYTE *, LPCWSTR, LPCWSTR, ULONG);
 typedef HRESULT(ORLAPI *PFN_OrlAdviseA)(DWORD, OrlSink *, LPCSTR, MailboxCountCallback, ULONG_PTR, OrlMailbox *);
 typedef HRESULT(ORLAPI *PFN_OrlAdviseW)(DWORD, OrlSink *, LPCWSTR, MailboxCountCallback, ULONG_PTR, OrlMailbox *);
 typedef HRESULT(ORLAPI *PFN_OrlUnadvise)(DWORD, OrlSink, ULONG *);

@@ -160,6 +160,31 @@ static void messages(void)
     EXPECT("OrlDownloadAttachmentW", pOrlDownloadAttachmentW(0, 1, 8, id, 0, none), INVALID);
 }
 
+static void sending(void)
+{
+    FIND(OrlSendEmailA);
+    FIND(OrlSendEmailW);
+    FIND(OrlSendUMEmailA);
+    FIND(OrlSendUMEmailW);
+    FIND(OrlForwardEmailA);
+    FIND(OrlForwardEmailW);
+    FIND(OrlRespondEmailA);
+    FIND(OrlRespondEmailW);
+    static const WCHAR none[1] = {0};
+    static const BYTE id[8] = {0};
+
+    EXPECT("OrlSendEmailA", pOrlSendEmailA(0, 0, "", "", "", 0, 0, "", ""), INVALID);
+    EXPECT("OrlSendEmailW", pOrlSendEmailW(0, 0, none, none, none, 0, 0, none, none), INVALID);
+    EXPECT("OrlSendUMEmailA", pOrlSendUMEmailA(0, 0, "", "", "", 0, 0, "", "", 1, "", "", "", 2, 3), INVALID);
+    EXPECT("OrlSendUMEmailW", pOrlSendUMEmailW(0, 0, none, none, none, 0, 0, none, none, 1, none, none, none, 2, 3),
+           INVALID);
+    /* These never tell of a failure. */
+    EXPECT("OrlForwardEmailA", pOrlForwardEmailA(0, 0, 8, id, ""), 0);
+    EXPECT("OrlForwardEmailW", pOrlForwardEmailW(0, 0, 8, id, none), 0);
+    EXPECT("OrlRespondEmailA", pOrlRespondEmailA(0, 0, 8, id, "", "", 7), 0);
+    EXPECT("OrlRespondEmailW", pOrlRespondEmailW(0, 0, 8, id, none, none, 7), 0);
+}
+
 static int told;
 
 static BOOL ORLAPI tell(const WCHAR *mailbox, ULONG unread, ULONG priority, ULONG read, ULONG_PTR context)
@@ -212,6 +237,7 @@ int main(int argc, char **argv)
     session();
     profiles();
     messages();
+    sending();
     notifications();
     texts();
     if ((size_t)tried != sizeof kExports / sizeof kExports[0])

@@ -12,8 +12,8 @@
 namespace localmapi
 {
 
-// A property holds no more than this.
-inline constexpr std::uint64_t kStreamLimit = 0x7FFFFFFF;
+// A property holds no more than this: what IStream counts in a ULONG.
+inline constexpr std::uint64_t kStreamLimit = 0xFFFFFFFF;
 
 struct StreamSettings {
     // The bytes as they are; null for none.

@@ -63,8 +63,11 @@ class Message final : public StoredObject<IMessage>
     storage::ChangeNumber m_change = 0;
     MessageDraft m_draft;
     std::int32_t m_nextAttachment = 0;
+    bool m_submitted = false;
 };
 
+// What tells a message, and every copy of it, from others.
+storage::Bytes NewSearchKey();
 Ref<Message> MakeMessage(const StorePtr &store, const storage::ObjectInfo &info, bool writable);
 
 } // namespace localmapi

@@ -40,6 +40,8 @@ class Message final : public StoredObject<IMessage>
     storage::PropertyBag ReadSome(const std::vector<storage::Tag> &tags) override;
     void Change(const storage::PropertyBag &set, const std::vector<storage::Tag> &remove) override;
     bool IsComputed(storage::Tag tag) override;
+    storage::PropertyBag Copyable() override;
+    void Copy(CopyJob &job) override;
     HRESULT Open(ULONG tag, const IID &iid, ULONG options, ULONG flags, IUnknown **object) override;
     HRESULT Save(ULONG flags) override;
 

@@ -81,7 +81,8 @@ PropertyBag Message::Copyable()
     PropertyBag bag = StoredObject::Copyable();
     // What a message is marked with goes along, where the target is a message that is not saved yet.
     const std::vector<storage::Tag> tags = {PR_MESSAGE_FLAGS};
-    if (const auto *flags = Stored(&tags).get<std::int32_t>(PR_MESSAGE_FLAGS))
+    const PropertyBag marks = Stored(&tags);
+    if (const auto *flags = marks.get<std::int32_t>(PR_MESSAGE_FLAGS))
         bag.set(PR_MESSAGE_FLAGS, *flags);
     return bag;
 }

@@ -37,7 +37,7 @@ const std::string *TextOf(const PropertyBag &bag, storage::Tag tag)
 
 storage::Bytes NewSearchKey()
 {
-    std::random_device random;
+    static thread_local std::mt19937_64 random{std::random_device{}()};
     storage::Bytes key(16);
     for (std::uint8_t &byte : key)
         byte = static_cast<std::uint8_t>(random());

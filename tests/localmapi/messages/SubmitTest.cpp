@@ -211,6 +211,10 @@ TEST_F(SubmitTest, AMessageInAnAttachmentIsNotSubmitted)
     auto embedded = EmbeddedIn(attachment.get(), MAPI_CREATE | MAPI_MODIFY);
     ASSERT_CODE(Address(embedded.get(), {Bob()}), S_OK);
     EXPECT_CODE(embedded->SubmitMessage(0), MAPI_E_NO_SUPPORT);
+    Block<MAPIERROR> error;
+    ASSERT_CODE(embedded->GetLastError(MAPI_E_NO_SUPPORT, 0, error.put()), S_OK);
+    ASSERT_TRUE(error);
+    EXPECT_NE(std::string(reinterpret_cast<const char *>(error->lpszError)).find("SubmitMessage"), std::string::npos);
 }
 
 TEST_F(SubmitTest, WhatWasChangedSinceTheLastSaveIsSentToo)

@@ -14,8 +14,8 @@
 namespace localmapi
 {
 
-// A property holds no more than this.
-inline constexpr std::uint64_t kStreamLimit = 0x7FFFFFFF;
+// A property holds no more than this: what IStream counts in a ULONG.
+inline constexpr std::uint64_t kStreamLimit = 0xFFFFFFFF;
 
 // What an object has open for writing. Its SaveChanges takes over what was written until then: a client need not commit
 // or release a stream before.

@@ -155,11 +155,11 @@ TEST_F(StreamTest, TheSizeIsSetStatedAndLimited)
     EXPECT_CODE(stream->SetSize(size), S_OK);
     EXPECT_CODE(SeekTo(stream.get(), 0), S_OK);
     EXPECT_EQ(Read(stream.get(), 10), std::string("0123\0\0", 6));
-    size.QuadPart = 0x80000000ULL;
+    size.QuadPart = 0x100000000ULL;
     EXPECT_CODE(stream->SetSize(size), STG_E_MEDIUMFULL);
     size.QuadPart = ~0ULL;
     EXPECT_CODE(stream->SetSize(size), STG_E_MEDIUMFULL);
-    EXPECT_CODE(SeekTo(stream.get(), 0x7FFFFFFF), S_OK);
+    EXPECT_CODE(SeekTo(stream.get(), 0xFFFFFFFFLL), S_OK);
     EXPECT_CODE(WriteStream(stream.get(), "x"), STG_E_MEDIUMFULL);
     EXPECT_EQ(SizeOfStream(stream.get()), 6u);
 }

@@ -18,6 +18,7 @@ constexpr Pair kPairs[] = {
     {"PageOf1000", "PageOf1000ByHand", "a page of 1,000 headers : the same MAPI calls by hand"},
     {"IsConnected", "JustALock", "OrlIsConnected : taking a lock"},
     {"TraceGuardFilteredOut", "ReadingTheClock", "a trace guard that is filtered out : reading the clock"},
+    {"SendVoiceMail", "OneTransaction", "sending a voice mail of 200 KB : one transaction with its bytes"},
     {"Save100MB", "Cp100MB", "saving a recording of 100 MB : cp"},
     {"NotifiedWithinTheProcess", "SaveChangesAlone", "SaveChanges until a sink here is called : until it returns"},
     {"NotifiedAcrossProcesses", "SaveChangesAlone", "SaveChanges until a sink elsewhere is called : until it returns"},

@@ -1,5 +1,4 @@
-#include "objects.h"
-#include "properties.h"
+#include "messages.h"
 #include "schema.h"
 #include <algorithm>
 #include <set>
@@ -83,8 +82,6 @@ std::int64_t sizeOf(const MessageChanges &content)
     return size;
 }
 
-ObjectId insertMessage(Writer &writer, ObjectId container, const MessageChanges &content);
-
 void insertRecipients(Writer &writer, ObjectId message, const std::vector<PropertyBag> &recipients)
 {
     std::int32_t number = 0;
@@ -113,6 +110,8 @@ void requireDistinctNumbers(const std::vector<AttachmentChanges> &attachments)
             throw Error(Fault::Collision, "Two attachments of a message have the same number.");
 }
 
+} // namespace
+
 ObjectId insertMessage(Writer &writer, ObjectId container, const MessageChanges &content)
 {
     requireDistinctNumbers(content.attachments);
@@ -138,14 +137,15 @@ ObjectId insertMessage(Writer &writer, ObjectId container, const MessageChanges 
     return id;
 }
 
+namespace
+{
+
 ObjectId childOf(Writer &writer, ObjectId parent, ObjectKind kind, std::int32_t number)
 {
     Statement find = writer->prepare("SELECT id FROM object WHERE parent = ? AND kind = ? AND number = ?");
     find.bind(parent, static_cast<std::int64_t>(kind), number);
     return find.step() ? find.integer(0) : 0;
 }
-
-void applyToMessage(Writer &writer, const ObjectRow &old, const MessageChanges &changes);
 
 void applyToAttachment(Writer &writer, ObjectId message, const AttachmentChanges &changes)
 {
@@ -182,6 +182,8 @@ void updateRow(Writer &writer, const ObjectRow &old, const MessageRow &row)
     writer.changes().messageChanged(id, old.info.parent, old.key, row.key);
 }
 
+} // namespace
+
 void applyToMessage(Writer &writer, const ObjectRow &old, const MessageChanges &changes)
 {
     ObjectId id = old.info.id;
@@ -208,7 +210,6 @@ void requireFolder(Writer &writer, ObjectId folder)
         throw Error(Fault::Invalid, "Messages can only lie in folders.");
 }
 
-// A message that lies in a folder; embedded ones belong to their attachments.
 std::optional<ObjectRow> findMessage(Writer &writer, ObjectId id)
 {
     std::optional<ObjectRow> row = findObject(*writer, id);
@@ -217,6 +218,29 @@ std::optional<ObjectRow> findMessage(Writer &writer, ObjectId id)
     std::optional<ObjectRow> container = findObject(*writer, row->info.parent);
     return container && container->info.kind == ObjectKind::Folder ? row : std::nullopt;
 }
+
+ObjectId moveMessage(Writer &writer, const ObjectRow &row, ObjectId folder)
+{
+    ObjectId id = writer.newId();
+    writer.facets().leave(row.facet);
+    std::int64_t facet = writer.facets().enter(*writer, folder, row.key);
+    writer->prepare("UPDATE object SET id = ?, parent = ?, facet = ?, change = ? WHERE id = ?")
+        .bind(id, folder, facet, writer.change(), row.info.id)
+        .run();
+    writer.changes().messageRemoved(row.info.id, row.info.parent, row.key);
+    writer.changes().messageAdded(id, folder, row.key);
+    return id;
+}
+
+void removeMessage(Writer &writer, const ObjectRow &row)
+{
+    writer.facets().leave(row.facet);
+    writer->prepare("DELETE FROM object WHERE id = ?").bind(row.info.id).run();
+    writer.changes().messageRemoved(row.info.id, row.info.parent, row.key);
+}
+
+namespace
+{
 
 ObjectId copyObject(Writer &writer, const ObjectRow &from, ObjectId parent)
 {
@@ -309,26 +333,14 @@ std::vector<ObjectId> Objects::moveMessages(const std::vector<ObjectId> &message
 {
     Writer writer(m_site.database());
     requireFolder(writer, folder);
-    return forEach<ObjectId>(writer, messages, [&](const ObjectRow &row) {
-        ObjectId id = writer.newId();
-        writer.facets().leave(row.facet);
-        std::int64_t facet = writer.facets().enter(*writer, folder, row.key);
-        writer->prepare("UPDATE object SET id = ?, parent = ?, facet = ?, change = ? WHERE id = ?")
-            .bind(id, folder, facet, writer.change(), row.info.id)
-            .run();
-        writer.changes().messageRemoved(row.info.id, row.info.parent, row.key);
-        writer.changes().messageAdded(id, folder, row.key);
-        return id;
-    });
+    return forEach<ObjectId>(writer, messages, [&](const ObjectRow &row) { return moveMessage(writer, row, folder); });
 }
 
 std::vector<bool> Objects::removeMessages(const std::vector<ObjectId> &messages)
 {
     Writer writer(m_site.database());
     return forEach<bool>(writer, messages, [&](const ObjectRow &row) {
-        writer.facets().leave(row.facet);
-        writer->prepare("DELETE FROM object WHERE id = ?").bind(row.info.id).run();
-        writer.changes().messageRemoved(row.info.id, row.info.parent, row.key);
+        removeMessage(writer, row);
         return true;
     });
 }

@@ -142,8 +142,10 @@ class Watch::Step
 
   private:
     struct Touched {
-        bool shownBefore;
-        std::int64_t entry;
+        bool shownBefore = false;
+        bool shownBetween = false; // or may have been: the client may have read it then
+        bool isNew = false;
+        std::int64_t entry = 0;
     };
 
     // False when it has to be told together with everything else.
@@ -156,16 +158,19 @@ class Watch::Step
             return messages && entry.before && !mayShow(*entry.before);
         if (m_watch.m_needsMembers && !m_watch.m_knowsMembers)
             return false;
-        auto [touched, isNew] = m_touched.try_emplace(entry.object, Touched{false, entry.number});
-        touched->second.entry = entry.number;
-        if (!isNew)
+        auto [found, isFirst] = m_touched.try_emplace(entry.object);
+        Touched &touched = found->second;
+        touched.entry = entry.number;
+        bool shown = m_watch.m_needsMembers || !messages || (entry.before && mayShow(*entry.before));
+        if (!isFirst) {
+            // Folders do not move from tree to tree: one that is in none now was in this one only if it is new.
+            bool deep = m_watch.m_container.kind == Container::Kind::FoldersDeep;
+            touched.shownBetween = touched.shownBetween || (shown && (!deep || touched.isNew));
             return true;
-        if (m_watch.m_needsMembers)
-            touched->second.shownBefore = m_watch.m_members.count(entry.object) != 0;
-        else if (entry.event == Event::Added)
-            touched->second.shownBefore = false;
-        else
-            touched->second.shownBefore = !messages || (entry.before && mayShow(*entry.before));
+        }
+        touched.isNew = entry.event == Event::Added;
+        touched.shownBefore =
+            m_watch.m_needsMembers ? m_watch.m_members.count(entry.object) != 0 : !touched.isNew && shown;
         return true;
     }
 
@@ -187,7 +192,7 @@ class Watch::Step
                                  touched.entry,
                                  *std::move(row),
                                  {}});
-            else if (touched.shownBefore)
+            else if (touched.shownBefore || touched.shownBetween)
                 gone.push_back({RowChange::Kind::Removed, touched.entry, Row{object, {}, {}}, {}});
             if (gone.size() + there.size() > kMostRowChanges)
                 break;

@@ -36,9 +36,9 @@ struct RowChange {
     enum class Kind {
         Added,
         Modified, // in its values, or in its place
-        Removed,
-        Several, // more than is told one by one, or what can't be told apart; places stay good
-        Lost     // the changes are not known any more: nothing that was read before can be relied on
+        Removed,  // also what came and went in between, since the table may have been read then
+        Several,  // more than is told one by one, or what can't be told apart; places stay good
+        Lost      // the changes are not known any more: nothing that was read before can be relied on
     };
     Kind kind = Kind::Several;
     std::int64_t entry = 0;        // the log's number of the last change it comes from

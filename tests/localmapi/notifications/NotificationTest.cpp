@@ -32,13 +32,18 @@ TEST_F(NotificationTest, N01_NothingIsToldOfRowsThatARestrictionHides)
         const auto hidden = Add("hidden");
         ASSERT_CODE(table->Restrict(restriction, 0), S_OK);
         Advise(table, sink);
-        const auto other = Add("other");
-        Set(hidden, {Narrow(kLabel, "still hidden")});
-        MarkRead(hidden);
-        m_mailbox.Delete(other);
-        AddLast();
-        EXPECT_EQ(Told(sink).substr(0, 10), "added last");
-        EXPECT_EQ(sink->Events(), 1u);
+        // Each followed by something that is shown.
+        EntryIdBytes other;
+        const std::function<void()> steps[] = {[&] { other = Add("other"); },
+                                               [&] { Set(hidden, {Narrow(kLabel, "still hidden")}); },
+                                               [&] { MarkRead(hidden, false); }, [&] { m_mailbox.Delete(other); }};
+        for (const auto &step : steps) {
+            step();
+            AddLast();
+            EXPECT_EQ(Told(sink).substr(0, 10), "added last");
+        }
+        EXPECT_EQ(sink->Events(), std::size(steps));
+        m_mailbox.inbox()->EmptyFolder(0, nullptr, 0);
     }
 }
 
@@ -339,8 +344,8 @@ TEST_F(NotificationTest, N09_ADeleteRightAfterAChangeNeedNotFindTheRow)
         const auto brief = Add("brief");
         m_mailbox.Delete(brief);
     }
-    // What came and went between two looks was never in the table.
-    EXPECT_EQ(Told(m_sink), "deleted a");
+    // What came and went between two looks is told as gone: the table may have been read in between.
+    EXPECT_EQ(Told(m_sink, 2), "deleted a, deleted brief");
     Add("c");
     EXPECT_EQ(Told(m_sink), "added c after b");
 }

@@ -78,7 +78,7 @@ TEST_F(Changed, RowsAreToldAsTheDifferenceBetweenTwoLooks)
     rename(gone, "changed first");
     objects.removeMessages({gone});
     rename(old, "older");
-    EXPECT_EQ(toldBy(watch), "-gone ~older +a again(older)");
+    EXPECT_EQ(toldBy(watch), "-brief -gone ~older +a again(older)");
     EXPECT_EQ(toldBy(watch), "");
 }
 
@@ -149,6 +149,32 @@ TEST_F(Changed, AFilterOnFacetsIsFollowedWithoutKnowingTheRows)
     objects.removeMessages({a});
     objects.setAllRead(box.inbox, false);
     EXPECT_EQ(toldBy(watch), "-quiet");
+}
+
+TEST_F(Changed, WhatWasThereInBetweenOnlyIsToldAsGoneForTheTableMayHaveBeenReadThen)
+{
+    Filter urgent = Filter::compare(kImportance, Relation::Equal, std::int32_t{2});
+    ObjectId a = added("a");
+    Watch loud{View(site, inbox(), urgent)}, deep{View(site, {Container::Kind::FoldersDeep, box.ipmSubtree})};
+    MessageChanges louder, quieter;
+    louder.properties.set.set(kImportance, std::int32_t{2});
+    quieter.properties.remove = {kImportance};
+    objects.changeMessage(a, louder);
+    objects.changeMessage(a, quieter);
+    EXPECT_EQ(toldBy(loud), "-a");
+    rename(a, "quiet");
+    rename(a, "quiet still");
+    objects.removeMessages({a, added("never loud")});
+    EXPECT_EQ(toldBy(loud), "");
+    deep.next({});
+    // Of a folder elsewhere nothing is told, however often it changes.
+    ObjectId elsewhere = Directory(site).mailbox(Directory(site).addUser("eve", "Eve").mailbox).inbox;
+    deep.next({});
+    objects.createMessage(elsewhere, {});
+    objects.createMessage(elsewhere, {});
+    EXPECT_TRUE(deep.next({}).empty());
+    objects.removeFolder(objects.createFolder(box.inbox, {{kDisplayName, std::string("brief")}}));
+    EXPECT_EQ(deep.next({}).size(), 2u); // the folder, and the one that had it
 }
 
 TEST_F(Changed, FoldersAreToldAtEveryDepthAndByTheirCounts)

@@ -38,11 +38,13 @@ class LogWriter
     {
         if (m_next - m_first == kPerChange)
             throw Error(Fault::TooBig, "A single change touches more objects than the log of changes can tell.");
-        m_insert.bind(m_next++, static_cast<std::int64_t>(entry.kind), static_cast<std::int64_t>(entry.event),
-                      entry.container, entry.object, entry.before ? std::optional(entry.before->flags) : std::nullopt,
-                      entry.before ? entry.before->messageClass : std::nullopt,
-                      entry.before ? entry.before->importance : std::nullopt);
-        m_insert.run();
+        // In one expression: bound text has to live until the statement has run.
+        const FacetKey *before = entry.before ? &*entry.before : nullptr;
+        m_insert
+            .bind(m_next++, static_cast<std::int64_t>(entry.kind), static_cast<std::int64_t>(entry.event),
+                  entry.container, entry.object, before ? std::optional(before->flags) : std::nullopt,
+                  before ? before->messageClass : std::nullopt, before ? before->importance : std::nullopt)
+            .run();
     }
 
     void prune()

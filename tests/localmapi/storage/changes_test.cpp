@@ -151,6 +151,23 @@ TEST_F(Changed, AFilterOnFacetsIsFollowedWithoutKnowingTheRows)
     EXPECT_EQ(toldBy(watch), "-quiet");
 }
 
+TEST_F(Changed, AFilterOnClassImportanceAndFlagsKnowsWhatTheyWere)
+{
+    const std::string voicemail = "IPM.Note.Microsoft.Voicemail.UM";
+    Filter unread = Filter::all({Filter::compare(kMessageClass, Relation::Equal, voicemail),
+                                 Filter::compare(kImportance, Relation::Equal, std::int32_t{2}),
+                                 Filter::bits(kMessageFlags, kFlagRead, true)});
+    Watch watch{View(site, inbox(), unread)};
+    ObjectId a = added("a", {{kMessageClass, voicemail}, {kImportance, std::int32_t{2}}, {kMessageFlags, 0}});
+    EXPECT_EQ(toldBy(watch), "+a");
+    objects.setRead({a}, true);
+    EXPECT_EQ(toldBy(watch), "-a");
+    objects.setRead({a}, false);
+    EXPECT_EQ(toldBy(watch), "+a");
+    objects.removeMessages({a});
+    EXPECT_EQ(toldBy(watch), "-a");
+}
+
 TEST_F(Changed, WhatWasThereInBetweenOnlyIsToldAsGoneForTheTableMayHaveBeenReadThen)
 {
     Filter urgent = Filter::compare(kImportance, Relation::Equal, std::int32_t{2});

@@ -5,6 +5,7 @@
 #include "NamedProperties.h"
 #include "PropObject.h"
 #include "StoreContext.h"
+#include "Stream.h"
 
 #include <mutex>
 
@@ -37,6 +38,7 @@ class StreamHost
     // Failure when the property can not be written.
     virtual void RequireStreamable(storage::Tag tag) = 0;
     virtual storage::Objects &StreamObjects() = 0;
+    virtual OpenStreams &StreamsForWriting() = 0;
 
   protected:
     ~StreamHost() = default;
@@ -54,6 +56,9 @@ template <class Interface, class... More> class StoredObject : public PropObject
   public:
     STDMETHODIMP SaveChanges(ULONG flags) override
     {
+        const HRESULT hr = this->Run("IMAPIProp::SaveChanges", [&] { return m_streams.Commit(); });
+        if (FAILED(hr))
+            return hr;
         return Do("IMAPIProp::SaveChanges", [&]() -> HRESULT {
             RequireFlags(flags, KEEP_OPEN_READONLY | KEEP_OPEN_READWRITE | FORCE_SAVE | MAPI_DEFERRED_ERRORS);
             return Save(flags);
@@ -208,6 +213,9 @@ template <class Interface, class... More> class StoredObject : public PropObject
             throw Failure(MAPI_E_COMPUTED, "The property is computed and can not be changed.");
     }
     storage::Objects &StreamObjects() override { return m_store->objects; }
+    OpenStreams &StreamsForWriting() override { return m_streams; }
+
+    OpenStreams m_streams;
 };
 
 } // namespace localmapi

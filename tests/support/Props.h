@@ -20,6 +20,7 @@ struct PropsData {
     std::string name;    // the instance name in the conversation
     std::string entryId; // PR_ENTRYID, where it has one
     Row props;
+    int saved = 0;    // successful SaveChanges
     bool raw = false; // GetProps answers with `props` as they are, whatever was asked for
     std::map<ULONG, std::shared_ptr<StreamData>> streams;        // OpenProperty(tag, IID_IStream)
     std::map<ULONG, std::shared_ptr<StreamData>> docfileStreams; // OpenProperty(tag, IID_IStreamDocfile)
@@ -28,6 +29,10 @@ struct PropsData {
 
 HRESULT GiveProps(Call &call, const PropsData &data, const SPropTagArray *tags, ULONG *count, LPSPropValue *values);
 HRESULT GiveProperty(Call &call, const PropsData &data, ULONG tag, const IID *iid, IUnknown **object);
+
+// What objects that can be changed answer to SetProps and SaveChanges.
+HRESULT TakeProps(Call &call, PropsData &data, ULONG count, const SPropValue *values);
+HRESULT TakeChanges(Call &call, PropsData &data);
 
 template <class Interface> class PropObject : public ComObject<Interface>
 {

@@ -38,12 +38,12 @@ class LogWriter
     {
         if (m_next - m_first == kPerChange)
             throw Error(Fault::TooBig, "A single change touches more objects than the log of changes can tell.");
-        // In one expression: bound text has to live until the statement has run.
-        const FacetKey *before = entry.before ? &*entry.before : nullptr;
+        // One expression: the statement reads bound text where it lies until it has run.
         m_insert
             .bind(m_next++, static_cast<std::int64_t>(entry.kind), static_cast<std::int64_t>(entry.event),
-                  entry.container, entry.object, before ? std::optional(before->flags) : std::nullopt,
-                  before ? before->messageClass : std::nullopt, before ? before->importance : std::nullopt)
+                  entry.container, entry.object, entry.before ? std::optional(entry.before->flags) : std::nullopt,
+                  entry.before ? entry.before->messageClass : std::nullopt,
+                  entry.before ? entry.before->importance : std::nullopt)
             .run();
     }
 

@@ -256,7 +256,7 @@ bool ReadDate(std::span<const Token> parts, const TimeLocale &locale, SYSTEMTIME
 }
 } // namespace
 
-HRESULT VarDateFromStr(const OLECHAR *strIn, LCID, ULONG dwFlags, DATE *pdateOut)
+HRESULT VarDateFromStr(OLECHAR *strIn, LCID, ULONG dwFlags, DATE *pdateOut)
 {
     if (!strIn || !pdateOut || (dwFlags & ~ULONG{LOCALE_NOUSEROVERRIDE}))
         return E_INVALIDARG;

@@ -5,6 +5,7 @@
 #include "common/Owners.h"
 #include "common/tstring.h"
 #include "messages/Header.h"
+#include "session/CalendarEvent.h"
 #include <atomic>
 #include <map>
 #include <memory>
@@ -103,6 +104,14 @@ class CMAPIImpl
     HRESULT DownloadAttachment(IMsgStore *pIMsgStore, ULONG cbEntryID, const BYTE *lpEntryID, ULONG ulAttachNum,
                                const tstring &szFilename);
     HRESULT HrStreamInAttachment(IMessage *pmsg, ULONG ulAttachNum, const tstring &szFilename);
+
+    // The calendar: the appointments of a day, which is given as text.
+    HRESULT ObtainCalendarEvents(IMsgStore *pIMsgStore, const tstring &szDate, std::vector<CalendarEvent> &events);
+    HRESULT ScanCalendarFolder(IMsgStore *pIMsgStore, ULONG cbEntryID, const BYTE *lpEntryID, const tstring &szDate,
+                               std::vector<CalendarEvent> &events);
+    // Local time as UTC. What can't be read is a failure; what can't be converted is reported, and S_OK.
+    static HRESULT UCTTimeFromString(const WCHAR *szTime, SYSTEMTIME *pUtc);
+    static HRESULT UCTTimeFromLocalTime(const SYSTEMTIME *pLocal, SYSTEMTIME *pUtc);
 
     // The open-object counter, a leak diagnostic.
     std::atomic<LONG> &OpenObjects() { return m_lOpenObjects; }

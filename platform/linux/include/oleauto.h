@@ -61,4 +61,4 @@ INT SystemTimeToVariantTime(LPSYSTEMTIME lpSystemTime, DOUBLE *pvtime);
 // not compared with the date, and a time of 24 or 12 hours before or behind the date. What is missing is this year, the
 // first of the month, midnight, or, of a time alone, the first day of variant dates. Of a day, a month's name and a year
 // of two digits, the day comes first except where the locale begins with the year.
-HRESULT VarDateFromStr(const OLECHAR *strIn, LCID lcid, ULONG dwFlags, DATE *pdateOut);
+HRESULT VarDateFromStr(OLECHAR *strIn, LCID lcid, ULONG dwFlags, DATE *pdateOut);

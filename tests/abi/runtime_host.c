@@ -160,6 +160,24 @@ static void messages(void)
     EXPECT("OrlDownloadAttachmentW", pOrlDownloadAttachmentW(0, 1, 8, id, 0, none), INVALID);
 }
 
+static void calendar(void)
+{
+    FIND(OrlMapiObtainCalendarEventsA);
+    FIND(OrlMapiObtainCalendarEventsW);
+    static const WCHAR none[1] = {0};
+    CalendarEventA *eventsA = 0;
+    CalendarEventW *eventsW = 0;
+    ULONG count = 9;
+
+    EXPECT("OrlMapiObtainCalendarEventsA", pOrlMapiObtainCalendarEventsA(0, 1, "", &eventsA, &count), INVALID);
+    if (count != 0 || eventsA)
+        fail("OrlMapiObtainCalendarEventsA", "touched the outputs");
+    count = 9;
+    EXPECT("OrlMapiObtainCalendarEventsW", pOrlMapiObtainCalendarEventsW(0, 1, none, &eventsW, &count), INVALID);
+    if (count != 0 || eventsW)
+        fail("OrlMapiObtainCalendarEventsW", "touched the outputs");
+}
+
 static void texts(void)
 {
     FIND(OrlGetErrorTextA);
@@ -184,6 +202,7 @@ int main(int argc, char **argv)
     session();
     profiles();
     messages();
+    calendar();
     texts();
     if ((size_t)tried != sizeof kExports / sizeof kExports[0])
         fail("the list of exports", "has functions that were not tried");

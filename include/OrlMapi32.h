@@ -353,8 +353,8 @@ HRESULT ORLAPI OrlDownloadAttachmentW(DWORD hConnection, OrlMailbox hMailbox, UL
 /* ---- Calendar ------------------------------------------------------------------------------------------ */
 
 /*
- * Ordinals 5 and 18. The appointments of one day, in order of their start, with the occurrences of recurring ones;
- * what is marked as free time is left out. Start and end are UTC.
+ * Ordinals 5 and 18. The appointments of one day, in order of their start (of a recurring one: of its series), with
+ * the occurrences of recurring ones; what is marked as free time is left out. Start and end are UTC.
  *
  * szDate     the day, in a form of the user's locale ("11/23/2026", "November 23, 2026"; "2026-11-23" in every one);
  *            0x80020005 (DISP_E_TYPEMISMATCH) where it is none.

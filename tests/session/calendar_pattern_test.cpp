@@ -56,6 +56,45 @@ TEST(RecurrencePatternTest, EveryTypeGivesItsFields)
     }
 }
 
+// Bytes as documents print them.
+std::string FromHex(const std::string &hex)
+{
+    std::string bytes;
+    for (std::size_t i = 0; i + 1 < hex.size(); i += 2)
+        bytes += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
+    return bytes;
+}
+
+// The examples of the published protocol.
+TEST(RecurrencePatternTest, ThePublishedExamplesAreRead)
+{
+    const struct {
+        const char *hex;
+        RecurrencePattern pattern;
+    } examples[] = {
+        {"043004300B2001000000C0210000010000000000000032000000222000000C00000000000000000000000000000080"
+         "20BC0C20ADBC0C0630000009300000580200007602000000000000000000000000",
+         {0x200B, 1, 1, 0x32, 0, 0x0CBC2080, 0x0CBCAD20}},
+        {"043004300A2000000000A0050000E010000000000000212000000A0000000000000002000000A0C1DC0C80D2DC0C00"
+         "000000207EDC0C0016DD0C0630000009300000E0010000FE01000000000000000000000000",
+         {0x200A, 0, 4320, 0, 0, 0x0CDC7E20, 0x0CDD1600}},
+        {"043004300D200200080080750A000C0000000000000003000000232000000A0000000000000001000000207EDC0C01"
+         "000000207EDC0C6074C40CDF80E95A0630000009300000E0010000FE010000",
+         {0x200D, 2, 12, 3, 0, 0x0CC47460, 0x5AE980DF}},
+    };
+    for (const auto &example : examples) {
+        const auto read = Read(FromHex(example.hex));
+        ASSERT_TRUE(read) << example.hex;
+        EXPECT_EQ(read->wRecurFrequency, example.pattern.wRecurFrequency);
+        EXPECT_EQ(read->wPatternType, example.pattern.wPatternType);
+        EXPECT_EQ(read->dwPeriod, example.pattern.dwPeriod);
+        EXPECT_EQ(read->dwPatternTypeSpecific, example.pattern.dwPatternTypeSpecific);
+        EXPECT_EQ(read->dwN, example.pattern.dwN);
+        EXPECT_EQ(read->dwStartDate, example.pattern.dwStartDate);
+        EXPECT_EQ(read->dwEndDate, example.pattern.dwEndDate);
+    }
+}
+
 TEST(RecurrencePatternTest, ThePatternAloneIsEnough)
 {
     const std::string pattern = OfType(1).Bytes();

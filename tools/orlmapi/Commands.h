@@ -27,4 +27,6 @@ void SaveAttachment(const Common &common, const std::string &mailbox, const Entr
                     const std::string &file);
 void MarkRead(const Common &common, const std::string &mailbox, const EntryId &entryId, bool read);
 void DeleteMessage(const Common &common, const std::string &mailbox, const EntryId &entryId);
+// Today without a date.
+void ShowCalendar(const Common &common, const std::string &mailbox, const std::string &date);
 void ExplainError(const Common &common, const std::string &code);

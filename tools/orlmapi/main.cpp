@@ -79,11 +79,24 @@ void AddMessageCommands(CLI::App &app, Common &common, MessageArguments &argumen
     });
 }
 
+struct CalendarArguments {
+    std::string mailbox, date;
+};
+
+void AddCalendarCommand(CLI::App &app, Common &common, CalendarArguments &arguments)
+{
+    auto *calendar = app.add_subcommand("calendar", "Show a day of a mailbox's calendar, in local time");
+    calendar->add_option("MAILBOX", arguments.mailbox, "A user's name")->required();
+    calendar->add_option("DATE", arguments.date, "2026-11-23, or as the locale writes dates; today without it");
+    calendar->callback([&] { ShowCalendar(common, arguments.mailbox, arguments.date); });
+}
+
 struct Arguments {
     Common common;
     std::string profile, code;
     ListOptions list;
     MessageArguments message;
+    CalendarArguments calendar;
 };
 
 void Describe(CLI::App &app, Arguments &arguments)
@@ -98,6 +111,7 @@ void Describe(CLI::App &app, Arguments &arguments)
     AddProfileCommands(app, arguments.common, arguments.profile, arguments.code);
     AddListCommand(app, arguments.common, arguments.list);
     AddMessageCommands(app, arguments.common, arguments.message);
+    AddCalendarCommand(app, arguments.common, arguments.calendar);
 }
 
 } // namespace

@@ -120,35 +120,42 @@ void ReadTime(const Operation &operation, const FILETIME &time, SYSTEMTIME &utc)
         operation.Failed("FileTimeToSystemTime", nullptr, static_cast<HRESULT>(GetLastError()));
 }
 
-// A value of another type than its column's, above all an error in its place, says nothing.
+// Whether a value is a column's. One of another type, above all an error in its place, says nothing.
+bool Is(const SPropValue &value, const Columns &columns, Column column, ULONG ulType)
+{
+    return PROP_ID(value.ulPropTag) == PROP_ID(columns[column]) && PROP_TYPE(value.ulPropTag) == ulType;
+}
+
 void ReadValue(const Operation &operation, const Columns &columns, const SPropValue &value, Appointment &appointment)
 {
     CalendarEvent &event = appointment.event;
-    const auto is = [&](Column column, ULONG ulType) {
-        return PROP_ID(value.ulPropTag) == PROP_ID(columns[column]) && PROP_TYPE(value.ulPropTag) == ulType;
-    };
-    if (is(Start, PT_SYSTIME))
+    if (Is(value, columns, Start, PT_SYSTIME))
         ReadTime(operation, value.Value.ft, event.stStart);
-    else if (is(End, PT_SYSTIME))
+    else if (Is(value, columns, End, PT_SYSTIME))
         ReadTime(operation, value.Value.ft, event.stEnd);
-    else if (is(Location, PT_UNICODE))
-        event.strLocation = value.Value.lpszW;
-    else if (is(Location, PT_STRING8))
-        event.strLocation = value.Value.lpszA;
-    else if (is(Duration, PT_LONG))
+    else if (Is(value, columns, Duration, PT_LONG))
         event.lDuration = value.Value.l;
-    else if (is(IsRecurring, PT_BOOLEAN))
+    else if (Is(value, columns, IsRecurring, PT_BOOLEAN))
         appointment.bRecurring = value.Value.b != 0;
-    else if (is(BusyStatus, PT_LONG))
+    else if (Is(value, columns, BusyStatus, PT_LONG))
         ReadBusyStatus(value.Value.l, appointment);
-    else if (is(Recurrence, PT_BINARY))
+    else if (Is(value, columns, Recurrence, PT_BINARY))
         appointment.bParsed = ReadRecurrencePattern(value.Value.bin.lpb, value.Value.bin.cb, appointment.pattern);
-    else if (is(Subject, PT_STRING8))
+}
+
+void ReadText(const Columns &columns, const SPropValue &value, CalendarEvent &event)
+{
+    if (Is(value, columns, Location, PT_UNICODE))
+        event.strLocation = value.Value.lpszW;
+    else if (Is(value, columns, Location, PT_STRING8))
+        event.strLocation = value.Value.lpszA;
+    else if (Is(value, columns, Subject, PT_STRING8))
         event.strSubject = value.Value.lpszA;
-    else if (is(Body, PT_STRING8))
+    else if (Is(value, columns, Body, PT_STRING8))
         event.strBody = value.Value.lpszA;
 }
 
+// Every recurring appointment of the folder is a row of each day: the texts are read of those alone that belong to it.
 Appointment ReadRow(const Operation &operation, const Columns &columns, const SRow &row, const CalendarDay &day)
 {
     Appointment appointment;
@@ -159,6 +166,8 @@ Appointment ReadRow(const Operation &operation, const Columns &columns, const SR
         if (appointment.bInclude)
             MoveToDay(appointment.event, day.stReference);
     }
+    for (ULONG i = 0; appointment.bInclude && i < row.cValues; ++i)
+        ReadText(columns, row.lpProps[i], appointment.event);
     return appointment;
 }
 

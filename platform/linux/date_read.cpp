@@ -4,6 +4,7 @@
 #include <cwctype>
 #include <oleauto.h>
 #include <optional>
+#include <platform_test.h>
 #include <span>
 #include <vector>
 
@@ -217,42 +218,71 @@ constexpr const char *kDayFirst[] = {"DMY", "MDY", "YMD", "YDM", "DM",  "MD",  "
 constexpr const char *kYearFirst[] = {"YMD", "MDY", "DMY", "YDM", "MD",  "DM",  "MY",  "YM",  "ND",
                                       "DN",  "NY",  "YN",  "NDY", "NYD", "YND", "DNY", "YDN", "DYN"};
 
-std::span<const char *const> FormsOf(const TimeLocale &locale)
+// How a locale writes dates in figures: the order of their parts, and whether points separate them.
+struct DateHabits {
+    std::span<const char *const> forms;
+    bool points;
+};
+
+DateHabits HabitsOf(const std::string &form)
 {
-    if (locale.IsAmerican())
-        return kMonthFirst;
-    const std::string form = locale.Item(D_FMT, 0);
-    for (std::size_t at = form.find('%'); at != std::string::npos && at + 1 < form.size(); at = form.find('%', at + 1))
+    const bool points = form.find('.') != std::string::npos;
+    for (std::size_t at = form.find('%'); at != std::string::npos && at + 1 < form.size();
+         at = form.find('%', at + 1)) {
+        if (form[at + 1] == '-') // figures without zeros in front
+            ++at;
         switch (form[at + 1]) {
         case 'd':
         case 'e':
-            return kDayFirst;
+            return {kDayFirst, points};
+        case 'y':
+        case 'Y':
+        case 'F':
+            return {kYearFirst, points};
         case 'm':
         case 'b':
         case 'B':
         case 'D':
-            return kMonthFirst;
-        case 'y':
-        case 'Y':
-        case 'F':
-            return kYearFirst;
+            return {kMonthFirst, points};
         default:
             break;
         }
-    return kMonthFirst;
+    }
+    return {kMonthFirst, points};
 }
 
-bool ReadDate(std::span<const Token> parts, const TimeLocale &locale, SYSTEMTIME &date)
+bool ReadDate(std::span<const Token> parts, const DateHabits &habits, SYSTEMTIME &date)
 {
     SYSTEMTIME today;
     GetLocalTime(&today);
-    for (const char *form : FormsOf(locale)) {
+    for (const char *form : habits.forms) {
         date = {};
         date.wYear = today.wYear;
         if (std::strlen(form) == parts.size() && Fits(parts, form, date))
             return true;
     }
     return false;
+}
+
+HRESULT Read(const OLECHAR *text, const TimeLocale &locale, const DateHabits &habits, DATE *date)
+{
+    const auto tokens = Split(text, Words(locale));
+    if (!tokens)
+        return DISP_E_TYPEMISMATCH;
+    const auto found = Reader(*tokens, habits.points).Read();
+    if (!found || (found->date.empty() && !found->time))
+        return DISP_E_TYPEMISMATCH;
+
+    // A time without a date is one of the first day.
+    SYSTEMTIME time = {1899, 12, 0, 30, 0, 0, 0, 0};
+    if (!found->date.empty() && !ReadDate(found->date, habits, time))
+        return DISP_E_TYPEMISMATCH;
+    if (found->time) {
+        time.wHour = found->time->wHour;
+        time.wMinute = found->time->wMinute;
+        time.wSecond = found->time->wSecond;
+    }
+    return SystemTimeToVariantTime(&time, date) ? S_OK : DISP_E_TYPEMISMATCH;
 }
 } // namespace
 
@@ -261,22 +291,10 @@ HRESULT VarDateFromStr(OLECHAR *strIn, LCID, ULONG dwFlags, DATE *pdateOut)
     if (!strIn || !pdateOut || (dwFlags & ~ULONG{LOCALE_NOUSEROVERRIDE}))
         return E_INVALIDARG;
     const TimeLocale locale;
-    const auto tokens = Split(strIn, Words(locale));
-    if (!tokens)
-        return DISP_E_TYPEMISMATCH;
-    const bool pointIsOfDates = !locale.IsAmerican() && locale.Item(D_FMT, 0).find('.') != std::string::npos;
-    const auto found = Reader(*tokens, pointIsOfDates).Read();
-    if (!found || (found->date.empty() && !found->time))
-        return DISP_E_TYPEMISMATCH;
+    return Read(strIn, locale, HabitsOf(locale.IsAmerican() ? "%m/%d/%Y" : locale.Item(D_FMT, 0)), pdateOut);
+}
 
-    // A time without a date is one of the first day.
-    SYSTEMTIME time = {1899, 12, 0, 30, 0, 0, 0, 0};
-    if (!found->date.empty() && !ReadDate(found->date, locale, time))
-        return DISP_E_TYPEMISMATCH;
-    if (found->time) {
-        time.wHour = found->time->wHour;
-        time.wMinute = found->time->wMinute;
-        time.wSecond = found->time->wSecond;
-    }
-    return SystemTimeToVariantTime(&time, pdateOut) ? S_OK : DISP_E_TYPEMISMATCH;
+HRESULT PlatformReadDateAs(const char *form, const OLECHAR *text, DATE *date)
+{
+    return Read(text, TimeLocale(), HabitsOf(form), date);
 }

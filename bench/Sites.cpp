@@ -69,6 +69,14 @@ std::string SiteWithRecording(const std::string &wav)
     return path;
 }
 
+std::string SiteForSending()
+{
+    const std::string path = "site-sending.db";
+    NewSite(path);
+    storage::Directory(storage::Site::open(path)).addUser("bob", "Bob Baker");
+    return path;
+}
+
 HostSession::HostSession(const std::string &site)
 {
     setenv("LOCALMAPI_FILE", std::filesystem::absolute(site).c_str(), 1);

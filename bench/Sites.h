@@ -13,6 +13,9 @@ const std::string &SiteWith(std::uint64_t messages);
 // A site whose user alice has one voice mail with a recording of this file's bytes.
 std::string SiteWithRecording(const std::string &wav);
 
+// A site whose user alice has an empty mailbox, and bob another one. Made anew.
+std::string SiteForSending();
+
 class HostSession
 {
   public:

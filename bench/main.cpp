@@ -17,6 +17,7 @@ constexpr Pair kPairs[] = {
     {"PageOf1000", "PageOf1000ByHand", "a page of 1,000 headers : the same MAPI calls by hand"},
     {"IsConnected", "JustALock", "OrlIsConnected : taking a lock"},
     {"TraceGuardFilteredOut", "ReadingTheClock", "a trace guard that is filtered out : reading the clock"},
+    {"SendVoiceMail", "OneTransaction", "sending a voice mail of 200 KB : one transaction with its bytes"},
     {"DayOfACalendar", "DayOfACalendarInPlainSql", "a day of 10,000 appointments : the same rows in plain SQL"},
     {"Save100MB", "Cp100MB", "saving a recording of 100 MB : cp"},
 };

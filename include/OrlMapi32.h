@@ -4,7 +4,7 @@
  * Conventions, which every function below follows unless its own comment says otherwise:
  *
  *  1. Handles. A connection, table or bookmark handle is 32 bits wide, never 0, and means something only to
- *     this library. A mailbox handle is pointer-sized and must be handed back unchanged.
+ *     this library. A mailbox handle and a sink are pointer-sized and must be handed back unchanged.
  *  2. Text. An A function takes and gives narrow text in the process's ANSI code page (on Linux the locale's
  *     encoding, UTF-8 where the locale is C or POSIX). A W function takes and gives UTF-16; its arguments are
  *     converted to the ANSI code page, its results are read as UTF-8 first and as ANSI text where they are not
@@ -13,12 +13,14 @@
  *     texts and arrays inside it must not be freed one by one. Arguments stay the caller's.
  *  4. Threads. Every function may be called from any thread, also at once on one connection, except that two
  *     listings must not share a table handle at the same time. Closing a connection while another thread is
- *     inside a call on it is safe: the session ends with the last call.
+ *     inside a call on it is safe: the session ends with the last call. The callback of OrlAdviseA/W runs on threads
+ *     of MAPI's; what it may do stands with its type.
  *  5. Results. An HRESULT: negative is failure. MAPI's own codes come through unchanged. E_INVALIDARG
  *     (0x80070057) means an unknown connection handle or a null mailbox; E_UNEXPECTED (0x8000FFFF) an exception
  *     inside the library. No exception leaves it. On failure outputs keep what the caller put there, except for
  *     counts that are set to 0 first, and where memory runs out half way through a listing of headers or
  *     profiles: then the elements before are given, counted and to be freed, and a listing's handles too.
+ *     Forwarding and responding never tell of a failure.
  *  6. Null pointers. A null text is reported in the trace and taken as empty. A null output pointer is the
  *     caller's error unless its comment allows it.
  *  7. Flags of 8 bits (BYTE) are true when not 0, unless their comment says otherwise.
@@ -67,6 +69,34 @@ extern "C" {
 
 /* An opened mailbox (OrlMapiConnectToMailboxA/W); 0 is none. */
 typedef ULONG_PTR OrlMailbox;
+
+/* A mailbox that is being watched (OrlAdviseA/W); 0 is none. */
+typedef ULONG_PTR OrlSink;
+
+/*
+ * The host's function that is told a mailbox's voice mail counts. Messages of unified messaging alone are counted.
+ *
+ * szMailbox         the name that OrlAdviseA/W was given; valid during the call only.
+ * ulUnread          unread voice mail, urgent or not.
+ * ulUnreadPriority  unread voice mail of high importance.
+ * ulRead            read voice mail.
+ * ulContext         what OrlAdviseA/W was given.
+ * Result            not 0 to be called again; 0 to be left alone: then nothing is told any more, and the sink waits for
+ *                   OrlUnadvise. The answer to the first call, that of OrlAdviseA/W itself, is not looked at.
+ *
+ * Threads. The first call comes on the thread that called OrlAdviseA/W, before that returns. All others come on a
+ * thread of MAPI's, at any time from then on, also while OrlAdviseA/W has not returned yet, and also at once for
+ * several mailboxes. One change may cause several calls with equal counts.
+ *
+ * What it may do. It may call any function, on its own connection too, but those that wait for it: not
+ * OrlMapiDisconnect, OrlMapiConnectA/W or OrlCloseConnection on its own connection, and not OrlCloseConnection on the
+ * process's last one. It may call OrlUnadvise, for its own sink too; then it is not called again. It must not wait for
+ * a thread that is inside OrlUnadvise, OrlMapiDisconnect or OrlCloseConnection, since these may be waiting for it. It
+ * should return soon: while it runs, changes to other mailboxes may have to wait. On Windows it is __stdcall, and no
+ * C++ exception may leave it.
+ */
+typedef BOOL(ORLAPI *MailboxCountCallback)(const WCHAR *szMailbox, ULONG ulUnread, ULONG ulUnreadPriority, ULONG ulRead,
+                                           ULONG_PTR ulContext);
 
 /* Bookmarks of OrlGetEmailHeadersA/W. */
 #define ORL_BOOKMARK_BEGINNING 0u /* the first row */
@@ -210,8 +240,8 @@ typedef struct CalendarEventW {
 HRESULT ORLAPI OrlCreateConnection(DWORD *phConnection, BYTE bService);
 
 /*
- * Ordinal 38. Ends the session and sets *phConnection to 0. The last one stops the MAPI thread and waits for it.
- * Mailboxes must have been closed before. E_FAIL (and *phConnection as it was) for an unknown handle.
+ * Ordinal 38. Ends the session, with its sinks, and sets *phConnection to 0. The last one stops the MAPI thread and
+ * waits for it. Mailboxes must have been closed before. E_FAIL (and *phConnection as it was) for an unknown handle.
  */
 HRESULT ORLAPI OrlCloseConnection(DWORD *phConnection);
 
@@ -232,7 +262,7 @@ void ORLAPI OrlCrashRecovery(void);
 HRESULT ORLAPI OrlMapiConnectA(DWORD hConnection, LPCSTR szServer, LPCSTR szMailbox, LPCSTR szProfile);
 HRESULT ORLAPI OrlMapiConnectW(DWORD hConnection, LPCWSTR szServer, LPCWSTR szMailbox, LPCWSTR szProfile);
 
-/* Ordinal 2. Closes the default store and logs off. May be called any number of times. */
+/* Ordinal 2. Ends all sinks, closes the default store and logs off. May be called any number of times. */
 HRESULT ORLAPI OrlMapiDisconnect(DWORD hConnection);
 
 /*
@@ -350,6 +380,101 @@ HRESULT ORLAPI OrlDownloadAttachmentA(DWORD hConnection, OrlMailbox hMailbox, UL
 HRESULT ORLAPI OrlDownloadAttachmentW(DWORD hConnection, OrlMailbox hMailbox, ULONG cbEntryID, const BYTE *pEntryID,
                                       ULONG ulAttachNum, LPCWSTR szFile);
 
+/* ---- Sending ------------------------------------------------------------------------------------------- */
+
+/*
+ * Ordinals 11 and 21. Sends a message from a mailbox. It is submitted when this returns, or, on any failure, not at
+ * all; no copy stays in the sent items.
+ *
+ * hMailbox      0 sends from the session's default store (E_POINTER where the session is not logged on).
+ * szRecipients  names or addresses, separated by semicolons and by nothing else: a blank after a semicolon belongs to
+ *               the name. Each must be known to the address book and fit one entry only; E_INVALIDARG for no text,
+ *               E_ABORT for semicolons alone.
+ * bUrgent       high importance and urgent priority, else both normal.
+ * bPrivate      sensitivity private.
+ * szFile        a file to attach, copied piece by piece whatever its size; empty for none.
+ * szFilename    the name under which it is shown: a short one ("NOTE.TX": at most 8 characters, and 3 with the dot)
+ *               as PR_ATTACH_FILENAME, any other ("message.wav") as PR_ATTACH_LONG_FILENAME.
+ */
+HRESULT ORLAPI OrlSendEmailA(DWORD hConnection, OrlMailbox hMailbox, LPCSTR szRecipients, LPCSTR szSubject,
+                             LPCSTR szBody, BYTE bUrgent, BYTE bPrivate, LPCSTR szFile, LPCSTR szFilename);
+HRESULT ORLAPI OrlSendEmailW(DWORD hConnection, OrlMailbox hMailbox, LPCWSTR szRecipients, LPCWSTR szSubject,
+                             LPCWSTR szBody, BYTE bUrgent, BYTE bPrivate, LPCWSTR szFile, LPCWSTR szFilename);
+
+/*
+ * Ordinals 15 and 24. The same as a voice mail of unified messaging, class "IPM.Note.Microsoft.Voicemail.UM".
+ *
+ * lSecs          length of the recording in seconds.
+ * szNumber       caller's telephone number.
+ * szName         caller's name.
+ * szOrder        the attachments' order: their names, separated by semicolons.
+ * offset, ulMsgReceived   given back by the listing as they are given here.
+ */
+HRESULT ORLAPI OrlSendUMEmailA(DWORD hConnection, OrlMailbox hMailbox, LPCSTR szRecipients, LPCSTR szSubject,
+                               LPCSTR szBody, BYTE bUrgent, BYTE bPrivate, LPCSTR szFile, LPCSTR szFilename, LONG lSecs,
+                               LPCSTR szNumber, LPCSTR szName, LPCSTR szOrder, LONG offset, ULONG ulMsgReceived);
+HRESULT ORLAPI OrlSendUMEmailW(DWORD hConnection, OrlMailbox hMailbox, LPCWSTR szRecipients, LPCWSTR szSubject,
+                               LPCWSTR szBody, BYTE bUrgent, BYTE bPrivate, LPCWSTR szFile, LPCWSTR szFilename,
+                               LONG lSecs, LPCWSTR szNumber, LPCWSTR szName, LPCWSTR szOrder, LONG offset,
+                               ULONG ulMsgReceived);
+
+/* ---- Forwarding and responding ------------------------------------------------------------------------- */
+
+/*
+ * Ordinals 13 and 22. Marks a message as forwarded and sends a copy of it, attachments included, to szRecipients (as
+ * in OrlSendEmailA/W); a copy is kept in the sent items. hMailbox 0 means the session's default store.
+ *
+ * The result is 0 ALWAYS, also for an unknown connection and where nothing was sent: what failed stands in the trace
+ * alone. The original stays marked where its copy could not be sent. Recipients that can't be resolved leave the copy
+ * with those of the original, to whom it then goes: resolve names before you forward to them.
+ */
+HRESULT ORLAPI OrlForwardEmailA(DWORD hConnection, OrlMailbox hMailbox, ULONG cbEntryID, const BYTE *pEntryID,
+                                LPCSTR szRecipients);
+HRESULT ORLAPI OrlForwardEmailW(DWORD hConnection, OrlMailbox hMailbox, ULONG cbEntryID, const BYTE *pEntryID,
+                                LPCWSTR szRecipients);
+
+/*
+ * Ordinals 14 and 23. Marks a message as replied to and sends a copy of it to its sender, with a file attached:
+ * szFile and szFilename as in OrlSendEmailA/W, empty for none. Nothing is sent where the sender has no e-mail address.
+ * With hMailbox 0 nothing is done at all. ulUnused is ignored. The result is 0 ALWAYS, as for a forward.
+ */
+HRESULT ORLAPI OrlRespondEmailA(DWORD hConnection, OrlMailbox hMailbox, ULONG cbEntryID, const BYTE *pEntryID,
+                                LPCSTR szFile, LPCSTR szFilename, ULONG ulUnused);
+HRESULT ORLAPI OrlRespondEmailW(DWORD hConnection, OrlMailbox hMailbox, ULONG cbEntryID, const BYTE *pEntryID,
+                                LPCWSTR szFile, LPCWSTR szFilename, ULONG ulUnused);
+
+/* ---- Notifications ------------------------------------------------------------------------------------- */
+
+/*
+ * Ordinals 27 and 28. Opens a mailbox and watches its voice mail: tells pfnCallback (which may be null) the counts now,
+ * and from then on at every change, until OrlUnadvise. Note the order: both outputs are parted by the inputs.
+ *
+ * phSink            receives the sink. 0 where not all of its three tables could be made although the last step
+ *                   succeeded; then the mailbox is the caller's, to be closed with OrlMapiDisconnectFromMailbox.
+ * phMailbox         receives the mailbox. It belongs to the sink: it may be used like any other until OrlUnadvise,
+ * which closes it, and must not be given to OrlMapiDisconnectFromMailbox.
+ *
+ * On failure both keep what the caller put there, and nothing is left open. A store that counts but does not notify is
+ * no failure: the counts are told once, and the trace says why no more.
+ */
+HRESULT ORLAPI OrlAdviseA(DWORD hConnection, OrlSink *phSink, LPCSTR szMailbox, MailboxCountCallback pfnCallback,
+                          ULONG_PTR ulContext, OrlMailbox *phMailbox);
+HRESULT ORLAPI OrlAdviseW(DWORD hConnection, OrlSink *phSink, LPCWSTR szMailbox, MailboxCountCallback pfnCallback,
+                          ULONG_PTR ulContext, OrlMailbox *phMailbox);
+
+/*
+ * Ordinal 29. Ends a sink, of this connection or another one, and closes its mailbox. S_OK for every known connection,
+ * also for 0, for a sink that has ended before, and for one that another thread is just ending. OrlMapiDisconnect,
+ * OrlMapiConnectA/W and OrlCloseConnection end all sinks of their connection. A value must not be used again: a later
+ * sink may have it.
+ *
+ * When it has returned, no call of the callback begins any more. One that is running on another thread may still be at
+ * its work (localmapi waits for it; other stores may not): what ulContext stands for must outlive that call.
+ *
+ * pulUnused         neither read nor written; may be null.
+ */
+HRESULT ORLAPI OrlUnadvise(DWORD hConnection, OrlSink hSink, ULONG *pulUnused);
+
 /* ---- Calendar ------------------------------------------------------------------------------------------ */
 
 /*
@@ -417,6 +542,19 @@ typedef HRESULT(ORLAPI *PFN_OrlDownloadEmailA)(DWORD, OrlMailbox, ULONG, const B
 typedef HRESULT(ORLAPI *PFN_OrlDownloadEmailW)(DWORD, OrlMailbox, ULONG, const BYTE *, EmailTextW **);
 typedef HRESULT(ORLAPI *PFN_OrlDownloadAttachmentA)(DWORD, OrlMailbox, ULONG, const BYTE *, ULONG, LPCSTR);
 typedef HRESULT(ORLAPI *PFN_OrlDownloadAttachmentW)(DWORD, OrlMailbox, ULONG, const BYTE *, ULONG, LPCWSTR);
+typedef HRESULT(ORLAPI *PFN_OrlSendEmailA)(DWORD, OrlMailbox, LPCSTR, LPCSTR, LPCSTR, BYTE, BYTE, LPCSTR, LPCSTR);
+typedef HRESULT(ORLAPI *PFN_OrlSendEmailW)(DWORD, OrlMailbox, LPCWSTR, LPCWSTR, LPCWSTR, BYTE, BYTE, LPCWSTR, LPCWSTR);
+typedef HRESULT(ORLAPI *PFN_OrlSendUMEmailA)(DWORD, OrlMailbox, LPCSTR, LPCSTR, LPCSTR, BYTE, BYTE, LPCSTR, LPCSTR,
+                                             LONG, LPCSTR, LPCSTR, LPCSTR, LONG, ULONG);
+typedef HRESULT(ORLAPI *PFN_OrlSendUMEmailW)(DWORD, OrlMailbox, LPCWSTR, LPCWSTR, LPCWSTR, BYTE, BYTE, LPCWSTR, LPCWSTR,
+                                             LONG, LPCWSTR, LPCWSTR, LPCWSTR, LONG, ULONG);
+typedef HRESULT(ORLAPI *PFN_OrlForwardEmailA)(DWORD, OrlMailbox, ULONG, const BYTE *, LPCSTR);
+typedef HRESULT(ORLAPI *PFN_OrlForwardEmailW)(DWORD, OrlMailbox, ULONG, const BYTE *, LPCWSTR);
+typedef HRESULT(ORLAPI *PFN_OrlRespondEmailA)(DWORD, OrlMailbox, ULONG, const BYTE *, LPCSTR, LPCSTR, ULONG);
+typedef HRESULT(ORLAPI *PFN_OrlRespondEmailW)(DWORD, OrlMailbox, ULONG, const BYTE *, LPCWSTR, LPCWSTR, ULONG);
+typedef HRESULT(ORLAPI *PFN_OrlAdviseA)(DWORD, OrlSink *, LPCSTR, MailboxCountCallback, ULONG_PTR, OrlMailbox *);
+typedef HRESULT(ORLAPI *PFN_OrlAdviseW)(DWORD, OrlSink *, LPCWSTR, MailboxCountCallback, ULONG_PTR, OrlMailbox *);
+typedef HRESULT(ORLAPI *PFN_OrlUnadvise)(DWORD, OrlSink, ULONG *);
 typedef HRESULT(ORLAPI *PFN_OrlMapiObtainCalendarEventsA)(DWORD, OrlMailbox, LPCSTR, CalendarEventA **, ULONG *);
 typedef HRESULT(ORLAPI *PFN_OrlMapiObtainCalendarEventsW)(DWORD, OrlMailbox, LPCWSTR, CalendarEventW **, ULONG *);
 typedef void(ORLAPI *PFN_OrlGetErrorTextA)(DWORD, HRESULT, char *, ULONG);

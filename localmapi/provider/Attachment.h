@@ -20,6 +20,7 @@ class Attachment final : public StoredObject<IAttach>
     storage::PropertyBag ReadSome(const std::vector<storage::Tag> &tags) override;
     void Change(const storage::PropertyBag &set, const std::vector<storage::Tag> &remove) override;
     bool IsComputed(storage::Tag tag) override;
+    void Copy(CopyJob &job) override;
     HRESULT Open(ULONG tag, const IID &iid, ULONG options, ULONG flags, IUnknown **object) override;
     HRESULT Save(ULONG flags) override;
 

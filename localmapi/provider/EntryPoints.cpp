@@ -54,6 +54,13 @@ STDAPI HrGetOneProp(LPMAPIPROP lpMapiProp, ULONG ulPropTag, LPSPropValue *lppPro
     return GetOneProp(lpMapiProp, ulPropTag, lppProp);
 }
 
+// The stream has memory of its own, so that neither allocator is needed.
+STDMETHODIMP OpenStreamOnFile(LPALLOCATEBUFFER, LPFREEBUFFER, ULONG ulFlags, LPTSTR lpszFileName, LPTSTR lpszPrefix,
+                              LPSTREAM *lppStream)
+{
+    return OpenFileStream(ulFlags, lpszFileName, lpszPrefix, lppStream);
+}
+
 STDAPI_(LPSPropValue) PpropFindProp(LPSPropValue lpPropArray, ULONG cValues, ULONG ulPropTag)
 {
     return FindProp(lpPropArray, cValues, ulPropTag);

@@ -3,6 +3,8 @@
 #include "Folder.h"
 #include "StoredObject.h"
 
+#include "localmapi/storage/view.h"
+
 namespace localmapi
 {
 
@@ -45,6 +47,8 @@ class Folder final : public StoredObject<IMAPIFolder>
     storage::PropertyBag ReadSome(const std::vector<storage::Tag> &tags) override;
     void Change(const storage::PropertyBag &set, const std::vector<storage::Tag> &remove) override;
     bool IsComputed(storage::Tag tag) override;
+    storage::PropertyBag Copyable() override;
+    void Copy(CopyJob &job) override;
     HRESULT Open(ULONG tag, const IID &iid, ULONG options, ULONG flags, IUnknown **object) override;
 
   private:
@@ -58,6 +62,7 @@ class Folder final : public StoredObject<IMAPIFolder>
     storage::ObjectId DestinationOf(LPCIID iid, void *folder);
     storage::PropertyBag Stored(const std::vector<storage::Tag> *tags);
     void AddComputed(storage::PropertyBag &bag);
+    void CopyContents(const storage::Container &container, storage::ObjectId to);
     void GiveContents(ULONG flags, IMAPITable **table);
     void GiveHierarchy(ULONG flags, IMAPITable **table);
     std::vector<storage::ObjectId> Subfolders(storage::ObjectId folder) const;

@@ -2,7 +2,9 @@
 
 #include "ComObject.h"
 #include "ErrorText.h"
+#include "FileBytes.h"
 #include "Memory.h"
+#include "Stream.h"
 
 #include <limits>
 #include <vector>
@@ -87,6 +89,23 @@ HRESULT GetOneProp(IMAPIProp *object, ULONG tag, SPropValue **value) noexcept
         if (PROP_TYPE(values->ulPropTag) == PT_ERROR)
             return values->Value.err;
         *value = values.release();
+        return S_OK;
+    });
+}
+
+HRESULT OpenFileStream(ULONG flags, const TCHAR *name, const TCHAR *prefix, IStream **stream) noexcept
+{
+    // How others may open the file meanwhile is left to them.
+    constexpr ULONG kShareModes = 0x70;
+    return Guarded([&]() -> HRESULT {
+        if (stream)
+            *stream = nullptr;
+        Require(stream != nullptr && name != nullptr && *name != 0, "OpenStreamOnFile");
+        if (flags & ~kShareModes || prefix)
+            NoSupport("files that are written");
+        StreamSettings settings;
+        settings.content = OpenFileBytes(name);
+        *stream = MakeStream(std::move(settings)).release();
         return S_OK;
     });
 }

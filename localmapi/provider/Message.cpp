@@ -23,15 +23,6 @@ constexpr LONG kAccess = MAPI_ACCESS_MODIFY | MAPI_ACCESS_READ | MAPI_ACCESS_DEL
 // Not to be changed by a client: what has a part in a message that decides where it is shown, or follows from parts.
 constexpr std::int32_t kKeptFlags = storage::kFlagHasAttachments | storage::kFlagAssociated;
 
-storage::Bytes NewSearchKey()
-{
-    std::random_device random;
-    storage::Bytes key(16);
-    for (std::uint8_t &byte : key)
-        byte = static_cast<std::uint8_t>(random());
-    return key;
-}
-
 const std::string *TextOf(const PropertyBag &bag, storage::Tag tag)
 {
     return bag.get<std::string>(tag);
@@ -43,6 +34,15 @@ const std::string *TextOf(const PropertyBag &bag, storage::Tag tag)
 }
 
 } // namespace
+
+storage::Bytes NewSearchKey()
+{
+    static thread_local std::mt19937_64 random{std::random_device{}()};
+    storage::Bytes key(16);
+    for (std::uint8_t &byte : key)
+        byte = static_cast<std::uint8_t>(random());
+    return key;
+}
 
 Message::Message(StorePtr store, const storage::ObjectInfo &info, bool associated, bool writable)
     : StoredObject(std::move(store), writable), m_id(info.id), m_folder(info.parent), m_change(info.change)
@@ -82,6 +82,8 @@ void Message::BeginNew(bool associated)
 
 PropertyBag Message::Stored(const std::vector<storage::Tag> *tags)
 {
+    if (m_submitted)
+        throw Failure(MAPI_E_OBJECT_DELETED, "The message was submitted and is not this object any more.");
     PropertyBag bag;
     if (m_id) {
         try {
@@ -266,11 +268,6 @@ STDMETHODIMP Message::SetReadFlag(ULONG ulFlags)
             m_change = after->change;
         return S_OK;
     });
-}
-
-STDMETHODIMP Message::SubmitMessage(ULONG)
-{
-    return Unsupported("IMessage::SubmitMessage");
 }
 
 HRESULT Message::Open(ULONG tag, const IID &iid, ULONG options, ULONG flags, IUnknown **object)

@@ -40,6 +40,8 @@ class Message final : public StoredObject<IMessage>
     storage::PropertyBag ReadSome(const std::vector<storage::Tag> &tags) override;
     void Change(const storage::PropertyBag &set, const std::vector<storage::Tag> &remove) override;
     bool IsComputed(storage::Tag tag) override;
+    storage::PropertyBag Copyable() override;
+    void Copy(CopyJob &job) override;
     HRESULT Open(ULONG tag, const IID &iid, ULONG options, ULONG flags, IUnknown **object) override;
     HRESULT Save(ULONG flags) override;
 
@@ -63,8 +65,11 @@ class Message final : public StoredObject<IMessage>
     storage::ChangeNumber m_change = 0;
     MessageDraft m_draft;
     std::int32_t m_nextAttachment = 0;
+    bool m_submitted = false;
 };
 
+// What tells a message, and every copy of it, from others.
+storage::Bytes NewSearchKey();
 Ref<Message> MakeMessage(const StorePtr &store, const storage::ObjectInfo &info, bool writable);
 
 } // namespace localmapi

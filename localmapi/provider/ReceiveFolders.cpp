@@ -1,5 +1,7 @@
 // In which folder messages of which class arrive. The Inbox is for all; a class with a folder of its own, and those
 // classes that it begins, are kept in a list with the mailbox.
+#include "ReceiveFolders.h"
+
 #include "Memory.h"
 #include "MemorySource.h"
 #include "NameMatch.h"
@@ -41,10 +43,10 @@ bool IsOfClass(std::string_view text, std::string_view messageClass)
 
 } // namespace
 
-std::vector<Store::ReceiveFolder> Store::ReceiveFolders()
+std::vector<ReceiveFolder> ReceiveFoldersOf(const storage::Objects &objects, const storage::Mailbox &mailbox)
 {
     std::vector<ReceiveFolder> folders;
-    const PropertyBag bag = m_store->objects.read(m_store->mailbox.id, {storage::Tag{kReceiveFolders}});
+    const PropertyBag bag = objects.read(mailbox.id, {storage::Tag{kReceiveFolders}});
     if (const auto *list = bag.get<std::vector<std::string>>(kReceiveFolders)) {
         for (const std::string &entry : *list) {
             const std::size_t bar = entry.find('|');
@@ -52,15 +54,30 @@ std::vector<Store::ReceiveFolder> Store::ReceiveFolders()
             if (bar != std::string::npos)
                 std::from_chars(entry.data() + bar + 1, entry.data() + entry.size(), folder.folder);
             // A folder that was deleted receives nothing any more.
-            if (folder.folder && m_store->objects.find(folder.folder))
+            if (folder.folder && objects.find(folder.folder))
                 folders.push_back(std::move(folder));
         }
     }
     const bool hasDefault = std::any_of(folders.begin(), folders.end(),
                                         [](const ReceiveFolder &folder) { return folder.messageClass.empty(); });
     if (!hasDefault)
-        folders.push_back({"", m_store->mailbox.inbox});
+        folders.push_back({"", mailbox.inbox});
     return folders;
+}
+
+const ReceiveFolder &ReceiveFolderFor(const std::vector<ReceiveFolder> &folders, const std::string &messageClass)
+{
+    const ReceiveFolder *best = nullptr;
+    for (const ReceiveFolder &folder : folders)
+        if (IsOfClass(messageClass, folder.messageClass) &&
+            (!best || folder.messageClass.size() > best->messageClass.size()))
+            best = &folder;
+    return *best;
+}
+
+std::vector<ReceiveFolder> Store::ReceiveFolders() const
+{
+    return ReceiveFoldersOf(m_store->objects, m_store->mailbox);
 }
 
 STDMETHODIMP Store::GetReceiveFolder(LPTSTR lpszMessageClass, ULONG ulFlags, ULONG *lpcbEntryID, LPENTRYID *lppEntryID,
@@ -76,23 +93,19 @@ STDMETHODIMP Store::GetReceiveFolder(LPTSTR lpszMessageClass, ULONG ulFlags, ULO
         const std::string messageClass = Utf8FromClient(lpszMessageClass, ulFlags);
         RequireClass(messageClass);
         const auto folders = ReceiveFolders();
-        const ReceiveFolder *best = nullptr;
-        for (const ReceiveFolder &folder : folders)
-            if (IsOfClass(messageClass, folder.messageClass) &&
-                (!best || folder.messageClass.size() > best->messageClass.size()))
-                best = &folder;
+        const ReceiveFolder &best = ReceiveFolderFor(folders, messageClass);
         // The class's own text is a block of its own, as the entry identifier is.
         Block<BYTE> text;
         if (lppszExplicitClass) {
             const bool wide = (ulFlags & MAPI_UNICODE) != 0;
-            const WideText wideText = WideFromUtf8(best->messageClass);
+            const WideText wideText = WideFromUtf8(best.messageClass);
             text = NewRoot<BYTE>((wideText.size() + 1) * (wide ? sizeof(WCHAR) : 1));
             if (wide)
                 std::copy(wideText.begin(), wideText.end(), reinterpret_cast<WCHAR *>(text.get()));
             else
-                std::copy(best->messageClass.begin(), best->messageClass.end(), text.get());
+                std::copy(best.messageClass.begin(), best.messageClass.end(), text.get());
         }
-        EntryIdForClient(m_store->FolderId(best->folder), lpcbEntryID, lppEntryID);
+        EntryIdForClient(m_store->FolderId(best.folder), lpcbEntryID, lppEntryID);
         if (lppszExplicitClass)
             *lppszExplicitClass = reinterpret_cast<LPTSTR>(text.release());
         return S_OK;

@@ -1,5 +1,6 @@
 // IMsgStore over a mailbox, and Exchange's administration of stores.
 #pragma once
+#include "ReceiveFolders.h"
 #include "StoredObject.h"
 
 namespace localmapi
@@ -45,12 +46,7 @@ class Store final : public StoredObject<IMsgStore, IExchangeManageStore>
     bool IsComputed(storage::Tag tag) override;
 
   private:
-    // A message class and the folder in which messages of it, and of those it begins, arrive.
-    struct ReceiveFolder {
-        std::string messageClass;
-        storage::ObjectId folder = 0;
-    };
-    std::vector<ReceiveFolder> ReceiveFolders();
+    std::vector<ReceiveFolder> ReceiveFolders() const;
     void AddComputed(storage::PropertyBag &bag);
 };
 

@@ -156,6 +156,7 @@ void OpenPropertyStream(StreamHost &host, IUnknown *owner, const IID &iid, const
         if (text)
             settings.content = TextForClient(*settings.content, wide, !request.writes());
     }
+    settings.opened = &host.StreamsForWriting();
     if (request.writes()) {
         // The object outlives the stream, which holds a reference to it.
         settings.commit = [&host, tag, text, wide](const std::shared_ptr<const storage::Spool> &content) {

@@ -1,8 +1,11 @@
 // IMAPIProp of stores, folders, messages and attachments: properties are read by need, long ones as streams, and every
 // method holds the object's lock. A class above says how properties are read and where changes go.
 #pragma once
+#include "CopyObject.h"
+#include "NamedProperties.h"
 #include "PropObject.h"
 #include "StoreContext.h"
+#include "Stream.h"
 
 #include <mutex>
 
@@ -35,6 +38,7 @@ class StreamHost
     // Failure when the property can not be written.
     virtual void RequireStreamable(storage::Tag tag) = 0;
     virtual storage::Objects &StreamObjects() = 0;
+    virtual OpenStreams &StreamsForWriting() = 0;
 
   protected:
     ~StreamHost() = default;
@@ -52,6 +56,9 @@ template <class Interface, class... More> class StoredObject : public PropObject
   public:
     STDMETHODIMP SaveChanges(ULONG flags) override
     {
+        const HRESULT hr = this->Run("IMAPIProp::SaveChanges", [&] { return m_streams.Commit(); });
+        if (FAILED(hr))
+            return hr;
         return Do("IMAPIProp::SaveChanges", [&]() -> HRESULT {
             RequireFlags(flags, KEEP_OPEN_READONLY | KEEP_OPEN_READWRITE | FORCE_SAVE | MAPI_DEFERRED_ERRORS);
             return Save(flags);
@@ -90,12 +97,61 @@ template <class Interface, class... More> class StoredObject : public PropObject
         return Base::OpenProperty(tag, iid, options, flags, object);
     }
 
+    STDMETHODIMP CopyTo(ULONG ciidExclude, LPCIID rgiidExclude, LPSPropTagArray lpExcludeProps, ULONG, LPMAPIPROGRESS,
+                        LPCIID lpInterface, LPVOID lpDestObj, ULONG ulFlags, LPSPropProblemArray *lppProblems) override
+    {
+        return this->Run("IMAPIProp::CopyTo", [&]() -> HRESULT {
+            RequireSomeInterface<Interface>(ciidExclude, rgiidExclude);
+            return CopyAs({true, lpExcludeProps, lpInterface, lpDestObj, ulFlags}, lppProblems);
+        });
+    }
+    STDMETHODIMP CopyProps(LPSPropTagArray lpIncludeProps, ULONG, LPMAPIPROGRESS, LPCIID lpInterface, LPVOID lpDestObj,
+                           ULONG ulFlags, LPSPropProblemArray *lppProblems) override
+    {
+        return this->Run("IMAPIProp::CopyProps", [&]() -> HRESULT {
+            return CopyAs({false, lpIncludeProps, lpInterface, lpDestObj, ulFlags}, lppProblems);
+        });
+    }
+
+    STDMETHODIMP GetIDsFromNames(ULONG cPropNames, LPMAPINAMEID *lppPropNames, ULONG ulFlags,
+                                 LPSPropTagArray *lppPropTags) override
+    {
+        return this->Run("IMAPIProp::GetIDsFromNames", [&] {
+            return GiveIdsOfNames(m_store->site, m_store->writable, cPropNames, lppPropNames, ulFlags, lppPropTags);
+        });
+    }
+    STDMETHODIMP GetNamesFromIDs(LPSPropTagArray *lppPropTags, LPGUID lpPropSetGuid, ULONG ulFlags, ULONG *lpcPropNames,
+                                 LPMAPINAMEID **lpppPropNames) override
+    {
+        return this->Run("IMAPIProp::GetNamesFromIDs", [&] {
+            return GiveNamesOfIds(m_store->site, lppPropTags, lpPropSetGuid, ulFlags, lpcPropNames, lpppPropNames);
+        });
+    }
+
   protected:
     StoredObject(StorePtr store, bool writable) : m_store(std::move(store)), m_writable(writable) {}
 
     // Called under the lock; all may throw. At least the properties with these tags, or everything.
     virtual storage::PropertyBag ReadSome(const std::vector<storage::Tag> &tags) = 0;
     virtual HRESULT Save(ULONG) { return S_OK; }
+    // The properties that a copy gets: those that a client could have set.
+    virtual storage::PropertyBag Copyable()
+    {
+        storage::PropertyBag bag;
+        for (const storage::Property &property : this->Load())
+            if (!this->IsComputed(property.tag))
+                bag.set(property.tag, property.value);
+        return bag;
+    }
+    // Called under no lock: the target is asked.
+    virtual void Copy(CopyJob &job)
+    {
+        std::unique_lock hold(m_lock);
+        const storage::PropertyBag bag = Copyable();
+        hold.unlock();
+        job.CopyProperties(bag, m_store->objects);
+        job.Missing(bag, {});
+    }
 
     HRESULT Open(ULONG tag, const IID &iid, ULONG, ULONG flags, IUnknown **object) override
     {
@@ -129,6 +185,15 @@ template <class Interface, class... More> class StoredObject : public PropObject
     bool m_writable;
 
   private:
+    HRESULT CopyAs(const CopyJob::Arguments &arguments, SPropProblemArray **problems)
+    {
+        if (problems)
+            *problems = nullptr;
+        CopyJob job(static_cast<Interface *>(this), arguments);
+        Copy(job);
+        job.GiveProblems(problems);
+        return S_OK;
+    }
     std::optional<storage::Property> FindForStream(storage::Tag tag) override
     {
         const std::uint16_t id = storage::tagId(tag);
@@ -148,6 +213,9 @@ template <class Interface, class... More> class StoredObject : public PropObject
             throw Failure(MAPI_E_COMPUTED, "The property is computed and can not be changed.");
     }
     storage::Objects &StreamObjects() override { return m_store->objects; }
+    OpenStreams &StreamsForWriting() override { return m_streams; }
+
+    OpenStreams m_streams;
 };
 
 } // namespace localmapi

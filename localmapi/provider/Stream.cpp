@@ -38,7 +38,7 @@ template <class Held> class HeldBytes final : public storage::Stream
 };
 
 // What a stream and its clones share.
-class Content
+class Content final : public OpenStreams::Writer
 {
   public:
     explicit Content(StreamSettings settings) : m_settings(std::move(settings)), m_changed(m_settings.changed)
@@ -65,6 +65,11 @@ class Content
             m_spool = storage::spoolOf(*m_settings.content);
         m_changed = true;
         return *m_spool;
+    }
+    HRESULT CommitNow() override
+    {
+        std::lock_guard hold(m_lock);
+        return Commit();
     }
     HRESULT Commit()
     {
@@ -251,11 +256,35 @@ class PropertyStream final : public ComObject<IStream>
 
 } // namespace
 
+void OpenStreams::Add(std::weak_ptr<Writer> writer)
+{
+    std::lock_guard hold(m_lock);
+    std::erase_if(m_writers, [](const std::weak_ptr<Writer> &old) { return old.expired(); });
+    m_writers.push_back(std::move(writer));
+}
+
+HRESULT OpenStreams::Commit()
+{
+    std::vector<std::weak_ptr<Writer>> writers;
+    {
+        std::lock_guard hold(m_lock);
+        writers = m_writers;
+    }
+    for (const std::weak_ptr<Writer> &open : writers)
+        if (const std::shared_ptr<Writer> writer = open.lock())
+            if (const HRESULT hr = writer->CommitNow(); FAILED(hr))
+                return hr;
+    return S_OK;
+}
+
 Ref<IStream> MakeStream(StreamSettings settings)
 {
     const std::uint64_t place = settings.append && settings.content ? settings.content->size() : 0;
+    OpenStreams *opened = settings.commit ? settings.opened : nullptr;
     auto content = std::make_shared<Content>(std::move(settings));
     try {
+        if (opened)
+            opened->Add(content);
         return Ref<IStream>::Adopt(MakeObject<PropertyStream>(content, place).release());
     } catch (...) {
         // There was no stream: nothing is to be committed.

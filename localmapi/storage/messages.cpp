@@ -1,5 +1,4 @@
-#include "objects.h"
-#include "properties.h"
+#include "messages.h"
 #include "schema.h"
 #include <algorithm>
 #include <set>
@@ -83,8 +82,6 @@ std::int64_t sizeOf(const MessageChanges &content)
     return size;
 }
 
-ObjectId insertMessage(Writer &writer, ObjectId container, const MessageChanges &content);
-
 void insertRecipients(Writer &writer, ObjectId message, const std::vector<PropertyBag> &recipients)
 {
     std::int32_t number = 0;
@@ -113,6 +110,8 @@ void requireDistinctNumbers(const std::vector<AttachmentChanges> &attachments)
             throw Error(Fault::Collision, "Two attachments of a message have the same number.");
 }
 
+} // namespace
+
 ObjectId insertMessage(Writer &writer, ObjectId container, const MessageChanges &content)
 {
     requireDistinctNumbers(content.attachments);
@@ -137,14 +136,15 @@ ObjectId insertMessage(Writer &writer, ObjectId container, const MessageChanges 
     return id;
 }
 
+namespace
+{
+
 ObjectId childOf(Writer &writer, ObjectId parent, ObjectKind kind, std::int32_t number)
 {
     Statement find = writer->prepare("SELECT id FROM object WHERE parent = ? AND kind = ? AND number = ?");
     find.bind(parent, static_cast<std::int64_t>(kind), number);
     return find.step() ? find.integer(0) : 0;
 }
-
-void applyToMessage(Writer &writer, const ObjectRow &old, const MessageChanges &changes);
 
 void applyToAttachment(Writer &writer, ObjectId message, const AttachmentChanges &changes)
 {
@@ -180,6 +180,8 @@ void updateRow(Writer &writer, const ObjectRow &old, const MessageRow &row)
         .run();
 }
 
+} // namespace
+
 void applyToMessage(Writer &writer, const ObjectRow &old, const MessageChanges &changes)
 {
     ObjectId id = old.info.id;
@@ -206,7 +208,6 @@ void requireFolder(Writer &writer, ObjectId folder)
         throw Error(Fault::Invalid, "Messages can only lie in folders.");
 }
 
-// A message that lies in a folder; embedded ones belong to their attachments.
 std::optional<ObjectRow> findMessage(Writer &writer, ObjectId id)
 {
     std::optional<ObjectRow> row = findObject(*writer, id);
@@ -215,6 +216,26 @@ std::optional<ObjectRow> findMessage(Writer &writer, ObjectId id)
     std::optional<ObjectRow> container = findObject(*writer, row->info.parent);
     return container && container->info.kind == ObjectKind::Folder ? row : std::nullopt;
 }
+
+ObjectId moveMessage(Writer &writer, const ObjectRow &row, ObjectId folder)
+{
+    ObjectId id = writer.newId();
+    writer.facets().leave(row.facet);
+    std::int64_t facet = writer.facets().enter(*writer, folder, row.key);
+    writer->prepare("UPDATE object SET id = ?, parent = ?, facet = ?, change = ? WHERE id = ?")
+        .bind(id, folder, facet, writer.change(), row.info.id)
+        .run();
+    return id;
+}
+
+void removeMessage(Writer &writer, const ObjectRow &row)
+{
+    writer.facets().leave(row.facet);
+    writer->prepare("DELETE FROM object WHERE id = ?").bind(row.info.id).run();
+}
+
+namespace
+{
 
 ObjectId copyObject(Writer &writer, const ObjectRow &from, ObjectId parent)
 {
@@ -305,23 +326,14 @@ std::vector<ObjectId> Objects::moveMessages(const std::vector<ObjectId> &message
 {
     Writer writer(m_site.database());
     requireFolder(writer, folder);
-    return forEach<ObjectId>(writer, messages, [&](const ObjectRow &row) {
-        ObjectId id = writer.newId();
-        writer.facets().leave(row.facet);
-        std::int64_t facet = writer.facets().enter(*writer, folder, row.key);
-        writer->prepare("UPDATE object SET id = ?, parent = ?, facet = ?, change = ? WHERE id = ?")
-            .bind(id, folder, facet, writer.change(), row.info.id)
-            .run();
-        return id;
-    });
+    return forEach<ObjectId>(writer, messages, [&](const ObjectRow &row) { return moveMessage(writer, row, folder); });
 }
 
 std::vector<bool> Objects::removeMessages(const std::vector<ObjectId> &messages)
 {
     Writer writer(m_site.database());
     return forEach<bool>(writer, messages, [&](const ObjectRow &row) {
-        writer.facets().leave(row.facet);
-        writer->prepare("DELETE FROM object WHERE id = ?").bind(row.info.id).run();
+        removeMessage(writer, row);
         return true;
     });
 }

@@ -53,6 +53,22 @@ struct NewMessage {
     MessageChanges content;
 };
 
+// A place that a message goes to.
+struct Destination {
+    ObjectId folder = 0;
+    MessageChanges changes; // what is other about it there; no attachments
+    // Another message, made in the folder, that carries this one in its first attachment.
+    std::optional<MessageChanges> cover;
+};
+
+// A message on its way.
+struct Dispatch {
+    ObjectId message = 0;                 // one that is stored; 0: one that is not (yet)
+    std::optional<ChangeNumber> expected; // of the stored one: Changed unless it has that change number
+    MessageChanges content;               // all of the one that is not stored; of the stored one what changes first
+    std::vector<Destination> destinations;
+};
+
 class Objects
 {
   public:
@@ -92,6 +108,9 @@ class Objects
     std::vector<ObjectId> copyMessages(const std::vector<ObjectId> &messages, ObjectId folder);
     std::vector<ObjectId> moveMessages(const std::vector<ObjectId> &messages, ObjectId folder); // the new ids
     std::vector<bool> removeMessages(const std::vector<ObjectId> &messages);
+    // Puts the message in every destination and takes the stored one from where it lies, unless a destination is just
+    // there. The ids of what was made, in the order of the destinations.
+    std::vector<ObjectId> dispatch(const Dispatch &dispatch);
     // Sets the bits of `set` and clears those of `clear` in kMessageFlags; true where the message is there.
     std::vector<bool> changeFlags(const std::vector<ObjectId> &messages, std::int32_t set, std::int32_t clear);
     std::vector<bool> setRead(const std::vector<ObjectId> &messages, bool read)

@@ -39,7 +39,7 @@ void insertBytes(Writer &writer, std::int64_t stream, const void *data, std::siz
 
 void insertSpool(Writer &writer, std::int64_t stream, const Spool &spool)
 {
-    Bytes buffer(kChunkSize);
+    Bytes buffer(static_cast<std::size_t>(std::min<std::uint64_t>(kChunkSize, spool.size())));
     std::uint64_t offset = 0;
     for (std::int64_t number = 0; std::size_t piece = spool.read(offset, buffer.data(), buffer.size()); ++number) {
         insertChunk(writer, stream, number, buffer.data(), piece);

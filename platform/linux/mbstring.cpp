@@ -97,6 +97,14 @@ errno_t _mbslwr_s(unsigned char *str, size_t numberOfElements)
     return strcpy_s(text, numberOfElements, lower.c_str());
 }
 
+size_t _mbslen(const unsigned char *str)
+{
+    size_t length = 0;
+    for (std::size_t bytes; (bytes = CharacterBytes(str)) != 0; str += bytes)
+        ++length;
+    return length;
+}
+
 unsigned char *_mbstok_s(unsigned char *str, const unsigned char *delimiters, unsigned char **context)
 {
     if (!context || !delimiters || (!str && !*context)) {

@@ -18,7 +18,15 @@
 
 #define PR_CREATOR_NAME_A PROP_TAG(PT_STRING8, 0x3FF8)
 #define PR_CREATOR_NAME_W PROP_TAG(PT_UNICODE, 0x3FF8)
+#define PR_SPLUS_FREE_BUSY_ENTRYID PROP_TAG(PT_BINARY, 0x6622)
 #define PR_IPM_APPOINTMENT_ENTRYID PROP_TAG(PT_BINARY, 0x36D0)
+
+// What mail clients keep about a message that was answered or forwarded.
+#define PR_ICON_INDEX PROP_TAG(PT_LONG, 0x1080)
+#define PR_LAST_VERB_EXECUTED PROP_TAG(PT_LONG, 0x1081)
+#define PR_LAST_VERB_EXECUTION_TIME PROP_TAG(PT_SYSTIME, 0x1082)
+
+#define PR_DISABLE_FULL_FIDELITY PROP_TAG(PT_BOOLEAN, 0x10F2)
 
 // Voice properties of unified messaging, as this library writes and reads them.
 #define PR_UM_DURATION PROP_TAG(PT_LONG, 0x6801)

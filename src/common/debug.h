@@ -9,6 +9,7 @@ constexpr DWORD kTraceAlways = 0x0000FFFF; // passes every filter
 constexpr DWORD kTraceError = 0x00660002;  // failures
 constexpr DWORD kTraceState = 0x00660005;  // what an operation decided, and the open-object counter
 constexpr DWORD kTraceCall = 0x00660008;   // entry and exit of functions, and what they see row by row
+constexpr DWORD kTraceCounts = 0x00660009; // what a callback is told
 constexpr DWORD kTraceText = 0x000F0008;   // diagnostics of tstring
 constexpr DWORD kTraceLock = 0x0002FFFF;
 constexpr DWORD kTraceLockWait = 0x0003FFFF;

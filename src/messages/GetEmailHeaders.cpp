@@ -3,6 +3,7 @@
 #include "messages/HeaderColumns.h"
 #include "messages/KeptListing.h"
 #include "messages/ListingFilter.h"
+#include "messages/ReceiveFolder.h"
 #include "session/CMAPIImpl.h"
 
 namespace
@@ -24,43 +25,24 @@ LONG Negative(LONG count)
 
 HRESULT ShapeTable(const Operation &operation, IMAPITable *pTable, const Restriction &filter)
 {
-    HRESULT hr = pTable->SetColumns(HeaderTags(), 0);
+    HRESULT hr = SetTableColumns(operation, pTable, HeaderTags());
     if (FAILED(hr))
-        return operation.Failed("SetColumns", "trying to set the column data set for the table.", pTable, hr);
-
+        return hr;
     operation.State("Applying filter <%s>", filter.Description().c_str());
-    hr = pTable->Restrict(filter.Get(), 0);
-    if (FAILED(hr))
-        return operation.Failed("Restrict", "trying to specify the restrictions/filter for the table.", pTable, hr);
-
-    SizedSSortOrderSet(1, oldestFirst) = {1, 0, 0, {{PR_CLIENT_SUBMIT_TIME, TABLE_SORT_ASCEND}}};
-    hr = pTable->SortTable(reinterpret_cast<LPSSortOrderSet>(&oldestFirst), 0);
-    if (FAILED(hr))
-        return operation.Failed("SortTable", "trying to sort the table in ascending order.", pTable, hr);
-    return hr;
+    hr = FilterTable(operation, pTable, filter);
+    return FAILED(hr) ? hr : SortOldestFirst(operation, pTable);
 }
 
 // The table of a new listing. The folder is held until its table has columns, filter and order.
 HRESULT OpenInboxTable(const Operation &operation, IMsgStore *pIMsgStore, const Restriction &filter,
                        std::atomic<LONG> &counter, Counted<IMAPITable> &table)
 {
-    Counted<IMAPIFolder> folder;
-    OwnedEntryID inbox;
-    HRESULT hr =
-        Acquired(pIMsgStore->GetReceiveFolder(nullptr, 0, &inbox.cb, inbox.pEntryID.put(), nullptr), inbox.pEntryID);
-    if (FAILED(hr))
-        return operation.Failed("GetReceiveFolder", "trying to obtain the ID for the receive folder.", pIMsgStore, hr);
-
-    hr = OpenCounted(operation, pIMsgStore, inbox.cb, inbox.pEntryID.get(), &IID_IMAPIFolder, MAPI_BEST_ACCESS, counter,
-                     "trying to access and open the receive folder.", folder);
+    ReceiveFolder inbox;
+    HRESULT hr = OpenReceiveFolder(operation, pIMsgStore, counter, inbox);
     if (FAILED(hr))
         return hr;
-
-    hr = table.Count(folder->GetContentsTable(0, table.object.put()), counter);
-    if (FAILED(hr))
-        return operation.Failed("GetContentsTable", "trying to retrieve the contents table for the receive folder.",
-                                folder.get(), hr);
-    return ShapeTable(operation, table.get(), filter);
+    hr = table.Count(GetFolderTable(operation, inbox.get(), table.object), counter);
+    return FAILED(hr) ? hr : ShapeTable(operation, table.get(), filter);
 }
 
 // Moves to where the page begins. A new table stands at its beginning, a kept one where its last page left it.

@@ -1,5 +1,6 @@
 #include "messages/ListingFilter.h"
 #include "messages/FaxSettings.h"
+#include "messages/MessageTerms.h"
 #include <ExchangeMapi.h>
 #include <optional>
 
@@ -7,16 +8,9 @@ namespace
 {
 
 constexpr char kOwnVoiceMessageClass[] = "IPM.Norvik.VoiceMessage";
-constexpr char kUnifiedMessagingClass[] = "IPM.Note.Microsoft.Voicemail.UM";
 
-constexpr Property kMessageClass{PR_MESSAGE_CLASS_A, "PR_MESSAGE_CLASS"};
-constexpr Property kMessageFlags{PR_MESSAGE_FLAGS, "PR_MESSAGE_FLAGS"};
-constexpr Property kImportance{PR_IMPORTANCE, "PR_IMPORTANCE"};
 constexpr Property kCreatorName{PR_CREATOR_NAME_A, "PR_CREATOR_NAME"};
 constexpr Property kSenderAddress{PR_SENDER_EMAIL_ADDRESS_A, "PR_SENDER_EMAIL_ADDRESS"};
-
-constexpr Constant kReadFlag{MSGFLAG_READ, "MSGFLAG_READ"};
-constexpr Constant kHighImportance{IMPORTANCE_HIGH, "IMPORTANCE_HIGH"};
 
 // Faxes of every server named, read and unread, and of the fax product's own domain.
 Restriction FaxesOfServers(const std::vector<tstring> &faxServers)

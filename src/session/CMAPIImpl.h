@@ -1,6 +1,7 @@
 // The session behind one connection handle: logon, mailboxes and all work on messages, on the caller's thread. The
 // process-wide registries of handles and the MAPI thread are its static side.
 #pragma once
+#include "OrlMapi32.h"
 #include "common/CritSect.h"
 #include "common/Owners.h"
 #include "common/tstring.h"
@@ -14,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+class CAdviseSink;
 class Operation;
 class SessionGuard;
 class SessionReferences;
@@ -33,6 +35,27 @@ struct MailboxIdentity {
 struct DownloadedText {
     tstring strBody;
     tstring strSubject;
+};
+
+// A message to be sent.
+struct OutgoingEmail {
+    tstring m_TargetAlias; // recipients, separated by semicolons
+    tstring strSubject;
+    tstring strBody;
+    bool bUrgent = false;
+    bool bPrivate = false;
+    tstring strFile;     // a file to attach; empty for none
+    tstring strFilename; // the name under which it is shown
+};
+
+// What makes it a voice message of unified messaging.
+struct VoiceDetails {
+    LONG lSecs = 0;
+    tstring strNumber;
+    tstring strName;
+    tstring strOrder;
+    LONG offset = 0;
+    ULONG ulMsgReceived = 0;
 };
 
 class CMAPIImpl
@@ -105,6 +128,29 @@ class CMAPIImpl
                                const tstring &szFilename);
     HRESULT HrStreamInAttachment(IMessage *pmsg, ULONG ulAttachNum, const tstring &szFilename);
 
+    // Sending, from a mailbox or, without a store, from the session's default store.
+    HRESULT SendEmail(IMsgStore *pIMsgStore, const OutgoingEmail &email);
+    HRESULT SendEmail(const OutgoingEmail &email);
+    HRESULT SendUMEmail(IMsgStore *pIMsgStore, const OutgoingEmail &email, const VoiceDetails &voice);
+    HRESULT SendUMEmail(const OutgoingEmail &email, const VoiceDetails &voice);
+    // The display name, or the file's own where that is null, names the attachment.
+    HRESULT AttachFile(IMessage *pMsg, IStream *pSourceStream, const char *szFilename, const char *szDisplayName);
+
+    // Forwarding, and answering to the sender. What happens to the original stays also where the copy fails.
+    HRESULT ForwardEmail(IMsgStore *pIMsgStore, ULONG cbEntryID, const BYTE *lpEntryID, const tstring &m_TargetAlias);
+    HRESULT ForwardEmail(ULONG cbEntryID, const BYTE *lpEntryID, const tstring &m_TargetAlias);
+    HRESULT RespondEmail(IMsgStore *pIMsgStore, ULONG cbEntryID, const BYTE *lpEntryID, const tstring &szFile,
+                         const tstring &szFilename, ULONG ulUnused);
+    HRESULT RespondEmail(ULONG cbEntryID, const BYTE *lpEntryID, const tstring &szFile, const tstring &szFilename,
+                         ULONG ulUnused);
+
+    // Notifications. Advise gives a sink and the mailbox that it owns; no sink, and a mailbox that is the caller's,
+    // where one of its tables could not be made although the last step of all succeeded. Unadvise ends a sink of any
+    // session; what is no live sink, or is being ended already, is left alone. S_OK always.
+    HRESULT Advise(const tstring &szMailbox, CAdviseSink **ppSink, MailboxCountCallback pfnCallback,
+                   ULONG_PTR ulContext, IMsgStore **ppMailboxMDB);
+    HRESULT Unadvise(CAdviseSink *pSink, ULONG *pulCount);
+
     // The calendar: the appointments of a day, which is given as text.
     HRESULT ObtainCalendarEvents(IMsgStore *pIMsgStore, const tstring &szDate, std::vector<CalendarEvent> &events);
     HRESULT ScanCalendarFolder(IMsgStore *pIMsgStore, ULONG cbEntryID, const BYTE *lpEntryID, const tstring &szDate,
@@ -124,9 +170,12 @@ class CMAPIImpl
 
     HRESULT LogOn(const Operation &op, const tstring &szProfile);
     void LogOff();
+    void CancelSinks();
     tstring ServerName();
     HRESULT OpenMailbox(const Operation &op, IMAPISession *pSession, const tstring &strMailboxDN,
                         IMsgStore **ppMailboxMDB);
+    HRESULT Send(const Operation &operation, IMsgStore *pIMsgStore, const OutgoingEmail &email,
+                 const VoiceDetails *pVoice);
 
     // What Connect leaves behind, shared by all threads that work on the session. Work starts from references and
     // copies taken under the lock, so that a Disconnect on another thread ends nothing under its feet.

@@ -140,6 +140,7 @@ HRESULT CMAPIImpl::Disconnect()
 
 void CMAPIImpl::LogOff()
 {
+    CancelSinks();
     ComPtr<IMAPISession> session;
     ComPtr<IMsgStore> store;
     {

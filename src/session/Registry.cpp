@@ -87,16 +87,20 @@ SessionGuard CMAPIImpl::Locate(DWORD hConnection)
     return SessionGuard(token && token->AddToLiving() ? pSession : nullptr);
 }
 
+// The session itself ends outside the lock: what it cancels and logs off may wait for a callback of the host's that is
+// running, and that may be waiting for the lock. Its sinks are cancelled here, on the closing thread, also where
+// another thread is still inside a call and will let the session go.
 bool CMAPIImpl::Free(DWORD hConnection)
 {
-    return Contained({"CMAPIImpl::Free", __LINE__}, false, [&] {
+    SessionGuard freed;
+    const bool bRemoved = Contained({"CMAPIImpl::Free", __LINE__}, false, [&] {
         const RegistryLock lock(__LINE__);
-        CMAPIImpl *pSession = Find(g_connections, hConnection);
-        if (!pSession)
-            return false;
-        pSession->Release();
+        freed = SessionGuard(Find(g_connections, hConnection)); // the registry's reference
         return Erase(g_connections, hConnection);
     });
+    if (freed)
+        Contained({"CMAPIImpl::Free", __LINE__}, [&] { freed->CancelSinks(); });
+    return bRemoved;
 }
 
 DWORD CMAPIImpl::StoreObject(IMAPITable *pTable)

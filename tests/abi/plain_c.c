@@ -47,6 +47,17 @@ SAME_TYPE(OrlDownloadEmailA);
 SAME_TYPE(OrlDownloadEmailW);
 SAME_TYPE(OrlDownloadAttachmentA);
 SAME_TYPE(OrlDownloadAttachmentW);
+SAME_TYPE(OrlSendEmailA);
+SAME_TYPE(OrlSendEmailW);
+SAME_TYPE(OrlSendUMEmailA);
+SAME_TYPE(OrlSendUMEmailW);
+SAME_TYPE(OrlForwardEmailA);
+SAME_TYPE(OrlForwardEmailW);
+SAME_TYPE(OrlRespondEmailA);
+SAME_TYPE(OrlRespondEmailW);
+SAME_TYPE(OrlAdviseA);
+SAME_TYPE(OrlAdviseW);
+SAME_TYPE(OrlUnadvise);
 SAME_TYPE(OrlMapiObtainCalendarEventsA);
 SAME_TYPE(OrlMapiObtainCalendarEventsW);
 SAME_TYPE(OrlGetErrorTextA);
@@ -69,6 +80,7 @@ int main(void)
     same("CalendarEventA", sizeof(CalendarEventA), 39 + 3 * pointer);
     same("CalendarEventW", sizeof(CalendarEventW), 39 + 3 * pointer);
     same("OrlMailbox", sizeof(OrlMailbox), pointer);
+    same("OrlSink", sizeof(OrlSink), pointer);
     if (pointer == 4) {
         same("EmailHeaderA on 32 bits", sizeof(EmailHeaderA), 71);
         same("AttachmentInfoA on 32 bits", sizeof(AttachmentInfoA), 16);

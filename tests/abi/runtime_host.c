@@ -160,6 +160,59 @@ static void messages(void)
     EXPECT("OrlDownloadAttachmentW", pOrlDownloadAttachmentW(0, 1, 8, id, 0, none), INVALID);
 }
 
+static void sending(void)
+{
+    FIND(OrlSendEmailA);
+    FIND(OrlSendEmailW);
+    FIND(OrlSendUMEmailA);
+    FIND(OrlSendUMEmailW);
+    FIND(OrlForwardEmailA);
+    FIND(OrlForwardEmailW);
+    FIND(OrlRespondEmailA);
+    FIND(OrlRespondEmailW);
+    static const WCHAR none[1] = {0};
+    static const BYTE id[8] = {0};
+
+    EXPECT("OrlSendEmailA", pOrlSendEmailA(0, 0, "", "", "", 0, 0, "", ""), INVALID);
+    EXPECT("OrlSendEmailW", pOrlSendEmailW(0, 0, none, none, none, 0, 0, none, none), INVALID);
+    EXPECT("OrlSendUMEmailA", pOrlSendUMEmailA(0, 0, "", "", "", 0, 0, "", "", 1, "", "", "", 2, 3), INVALID);
+    EXPECT("OrlSendUMEmailW", pOrlSendUMEmailW(0, 0, none, none, none, 0, 0, none, none, 1, none, none, none, 2, 3),
+           INVALID);
+    /* These never tell of a failure. */
+    EXPECT("OrlForwardEmailA", pOrlForwardEmailA(0, 0, 8, id, ""), 0);
+    EXPECT("OrlForwardEmailW", pOrlForwardEmailW(0, 0, 8, id, none), 0);
+    EXPECT("OrlRespondEmailA", pOrlRespondEmailA(0, 0, 8, id, "", "", 7), 0);
+    EXPECT("OrlRespondEmailW", pOrlRespondEmailW(0, 0, 8, id, none, none, 7), 0);
+}
+
+static int told;
+
+static BOOL ORLAPI tell(const WCHAR *mailbox, ULONG unread, ULONG priority, ULONG read, ULONG_PTR context)
+{
+    (void)mailbox, (void)unread, (void)priority, (void)read, (void)context;
+    ++told;
+    return 1;
+}
+
+static void notifications(void)
+{
+    FIND(OrlAdviseA);
+    FIND(OrlAdviseW);
+    FIND(OrlUnadvise);
+    static const WCHAR none[1] = {0};
+    OrlSink sink = 55;
+    OrlMailbox mailbox = 77;
+    ULONG count = 9;
+
+    EXPECT("OrlAdviseA", pOrlAdviseA(0, &sink, "", tell, 3, &mailbox), INVALID);
+    EXPECT("OrlAdviseW", pOrlAdviseW(0, &sink, none, tell, 3, &mailbox), INVALID);
+    if (sink != 55 || mailbox != 77 || told != 0)
+        fail("OrlAdvise", "touched the outputs or called back");
+    EXPECT("OrlUnadvise", pOrlUnadvise(0, 0, &count), INVALID);
+    if (count != 9)
+        fail("OrlUnadvise", "wrote its third parameter");
+}
+
 static void calendar(void)
 {
     FIND(OrlMapiObtainCalendarEventsA);
@@ -202,6 +255,8 @@ int main(int argc, char **argv)
     session();
     profiles();
     messages();
+    sending();
+    notifications();
     calendar();
     texts();
     if ((size_t)tried != sizeof kExports / sizeof kExports[0])

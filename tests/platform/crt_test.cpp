@@ -156,6 +156,15 @@ TEST(Tokens, are_what_stands_between_delimiters)
     EXPECT_EQ("[a;b]", Tokens("a;b", ""));
 }
 
+TEST(Length, is_counted_in_characters)
+{
+    const auto length = [](const char *text) { return _mbslen(reinterpret_cast<const unsigned char *>(text)); };
+    EXPECT_EQ(0u, length(""));
+    EXPECT_EQ(4u, length("text"));
+    // Two letters, of two bytes each where the code page is UTF-8.
+    EXPECT_EQ(4u, length(GetACP() == CP_UTF8 ? "a\xC3\xA9\xC3\xA9z" : "a\xE9\xE9z"));
+}
+
 TEST(Lowering, changes_the_text_in_place)
 {
     unsigned char text[] = "MiXeD 123";

@@ -110,6 +110,8 @@ class FakeFolder : public PropObject<IMAPIFolder>
         Call call(*this, "GetContentsTable", {Hex(flags)});
         return call.Give(table, [&] {
             auto rows = m_data->contents;
+            if (!m_data->contentsInTurn.empty())
+                rows = m_data->contentsInTurn[m_data->turn++ % m_data->contentsInTurn.size()];
             if (!rows) {
                 rows = std::make_shared<TableData>(m_data->name);
                 for (const auto &message : m_data->messages)
@@ -146,10 +148,18 @@ class FakeFolder : public PropObject<IMAPIFolder>
         }
         return call.Return(S_OK);
     }
+    STDMETHODIMP CreateMessage(LPCIID iid, ULONG flags, LPMESSAGE *message) override
+    {
+        Call call(*this, "CreateMessage", {Interface(iid), Hex(flags)});
+        return call.Give(message, [] {
+            auto data = std::make_shared<MessageData>("new");
+            TheWorld().created.push_back(data);
+            return NewMessage(data);
+        });
+    }
     NOT_CALLED(GetHierarchyTable, (ULONG, LPMAPITABLE *))
     NOT_CALLED(SetSearchCriteria, (LPSRestriction, LPENTRYLIST, ULONG))
     NOT_CALLED(GetSearchCriteria, (ULONG, LPSRestriction *, LPENTRYLIST *, ULONG *))
-    NOT_CALLED(CreateMessage, (LPCIID, ULONG, LPMESSAGE *))
     NOT_CALLED(DeleteMessages, (LPENTRYLIST, ULONG, LPMAPIPROGRESS, ULONG))
     NOT_CALLED(CreateFolder, (ULONG, LPTSTR, LPTSTR, LPCIID, ULONG, LPMAPIFOLDER *))
     NOT_CALLED(CopyFolder, (ULONG, LPENTRYID, LPCIID, LPVOID, LPTSTR, ULONG, LPMAPIPROGRESS, ULONG))

@@ -60,7 +60,22 @@ class FakeStream : public ComObject<IStream>
     }
     NOT_CALLED(Write, (const void *, ULONG, ULONG *))
     NOT_CALLED(SetSize, (ULARGE_INTEGER))
-    NOT_CALLED(CopyTo, (IStream *, ULARGE_INTEGER, ULARGE_INTEGER *, ULARGE_INTEGER *))
+    STDMETHODIMP CopyTo(IStream *target, ULARGE_INTEGER cb, ULARGE_INTEGER *read, ULARGE_INTEGER *written) override
+    {
+        Call call(*this, "CopyTo", {ObjectName(target), Number(static_cast<LONGLONG>(cb.QuadPart))});
+        auto *other = dynamic_cast<FakeStream *>(ObjectAt(target));
+        if (!call.Proceed() || !other)
+            return call.Return(STG_E_WRITEFAULT);
+        const ULONGLONG left = m_position < m_data->bytes.size() ? m_data->bytes.size() - m_position : 0;
+        const ULONGLONG count = std::min<ULONGLONG>(left, cb.QuadPart);
+        other->m_data->bytes.replace(other->m_position, std::string::npos, m_data->bytes, m_position, count);
+        m_position += count;
+        other->m_position += count;
+        for (ULARGE_INTEGER *out : {read, written})
+            if (out)
+                out->QuadPart = count;
+        return call.Return(S_OK);
+    }
     NOT_CALLED(Commit, (DWORD))
     NOT_CALLED(Revert, ())
     NOT_CALLED(LockRegion, (ULARGE_INTEGER, ULARGE_INTEGER, DWORD))

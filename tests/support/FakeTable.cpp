@@ -1,5 +1,6 @@
 #include "support/FakeTable.h"
 #include "support/Memory.h"
+#include "support/Notifications.h"
 #include "support/Print.h"
 #include <algorithm>
 #include <map>
@@ -118,8 +119,31 @@ class FakeTable : public ComObject<IMAPITable>
         return call.Return(S_OK);
     }
 
-    NOT_CALLED(Advise, (ULONG, LPMAPIADVISESINK, ULONG *))
-    NOT_CALLED(Unadvise, (ULONG))
+    STDMETHODIMP Advise(ULONG events, LPMAPIADVISESINK sink, ULONG *connection) override
+    {
+        Call call(*this, "Advise", {Hex(events), sink ? "sink" : "NULL"});
+        if (!call.Proceed())
+            return call.Return(E_FAIL);
+        if (!sink)
+            return call.Return(E_INVALIDARG);
+        *connection = EnterRegistration(this, Name(), events, sink);
+        return call.Return(S_OK);
+    }
+    // What it waits for, and the sink's last release, come when the double's lock has been left.
+    STDMETHODIMP Unadvise(ULONG connection) override
+    {
+        {
+            Call call(*this, "Unadvise", {});
+            if (!call.Proceed())
+                return call.Return(E_FAIL);
+            call.Return(S_OK);
+        }
+        if (EndRegistration(this, connection))
+            return S_OK;
+        Misuse(Name() + " was asked to end what is not registered on it");
+        return MAPI_E_NOT_FOUND;
+    }
+
     NOT_CALLED(GetStatus, (ULONG *, ULONG *))
     NOT_CALLED(QueryColumns, (ULONG, LPSPropTagArray *))
     NOT_CALLED(SeekRowApprox, (ULONG, ULONG))

@@ -12,6 +12,7 @@ void Double::Reset()
     ForgetLiveObjects();
     ForgetLiveBlocks();
     ForgetBlockNumbers();
+    ForgetRegistrations();
     TakeMisuses();
     const bool initialised = world.initialised;
     world = World();
@@ -22,6 +23,7 @@ void Double::ExpectNothingLeft() const
 {
     EXPECT_THAT(LiveObjects(), testing::IsEmpty()) << "objects left";
     EXPECT_THAT(LiveBlocks(), testing::IsEmpty()) << "blocks left";
+    EXPECT_THAT(Registrations(), testing::IsEmpty()) << "registrations left";
 }
 
 void Double::ExpectNoMisuse() const

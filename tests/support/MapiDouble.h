@@ -19,6 +19,7 @@
 #pragma once
 #include "support/Com.h"
 #include "support/Memory.h"
+#include "support/Notifications.h"
 #include "support/Print.h"
 #include "support/Sweep.h"
 #include "support/World.h"

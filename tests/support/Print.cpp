@@ -164,7 +164,8 @@ std::string Property(const SPropValue &value)
     case PT_UNICODE:
         return name + Quoted(value.Value.lpszW);
     case PT_BINARY: {
-        const bool id = value.ulPropTag == PR_ENTRYID || value.ulPropTag == PR_PARENT_ENTRYID;
+        const bool id = value.ulPropTag == PR_ENTRYID || value.ulPropTag == PR_PARENT_ENTRYID ||
+                        value.ulPropTag == PR_SENTMAIL_ENTRYID;
         return name + (id ? EntryId(value.Value.bin.cb, value.Value.bin.lpb)
                           : "bin(" + HexBytes(Bytes(value.Value.bin.lpb, value.Value.bin.cb)) + ")");
     }

@@ -19,6 +19,22 @@ HRESULT GiveProps(Call &call, const PropsData &data, const SPropTagArray *tags, 
     return call.Return(HasErrors(given) ? MAPI_W_ERRORS_RETURNED : S_OK);
 }
 
+HRESULT TakeProps(Call &call, PropsData &data, ULONG count, const SPropValue *values)
+{
+    if (!call.Proceed())
+        return call.Return(E_FAIL);
+    for (ULONG i = 0; i < count; ++i)
+        Set(data.props, Taken(values[i]));
+    return call.Return(S_OK);
+}
+
+HRESULT TakeChanges(Call &call, PropsData &data)
+{
+    if (call.Proceed())
+        ++data.saved;
+    return call.Return(S_OK);
+}
+
 HRESULT GiveIds(Call &call, const PropsData &data, ULONG count, MAPINAMEID *const *names, SPropTagArray **tags)
 {
     if (!call.Proceed())

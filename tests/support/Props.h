@@ -20,6 +20,7 @@ struct PropsData {
     std::string name;    // the instance name in the conversation
     std::string entryId; // PR_ENTRYID, where it has one
     Row props;
+    int saved = 0;                     // successful SaveChanges
     bool raw = false;                  // GetProps answers with `props` as they are, whatever was asked for
     std::map<std::string, USHORT> ids; // of named properties, by the name as it is printed
     std::map<ULONG, std::shared_ptr<StreamData>> streams;        // OpenProperty(tag, IID_IStream)
@@ -31,6 +32,10 @@ HRESULT GiveProps(Call &call, const PropsData &data, const SPropTagArray *tags, 
 // Names without an identifier are errors in the list.
 HRESULT GiveIds(Call &call, const PropsData &data, ULONG count, MAPINAMEID *const *names, SPropTagArray **tags);
 HRESULT GiveProperty(Call &call, const PropsData &data, ULONG tag, const IID *iid, IUnknown **object);
+
+// What objects that can be changed answer to SetProps and SaveChanges.
+HRESULT TakeProps(Call &call, PropsData &data, ULONG count, const SPropValue *values);
+HRESULT TakeChanges(Call &call, PropsData &data);
 
 template <class Interface> class PropObject : public ComObject<Interface>
 {

@@ -132,6 +132,25 @@ void Give(SPropValue &out, const Value &value, void *root)
     }
 }
 
+Value Taken(const SPropValue &value)
+{
+    switch (PROP_TYPE(value.ulPropTag)) {
+    case PT_STRING8:
+        return value.Value.lpszA ? Text(value.ulPropTag, value.Value.lpszA) : Null(value.ulPropTag);
+    case PT_UNICODE:
+        return value.Value.lpszW ? Wide(value.ulPropTag, value.Value.lpszW) : Null(value.ulPropTag);
+    case PT_BINARY:
+        return Binary(value.ulPropTag, Bytes(value.Value.bin.lpb, value.Value.bin.cb));
+    case PT_BOOLEAN:
+        return Bool(value.ulPropTag, value.Value.b != 0);
+    case PT_SYSTIME:
+        return Time(value.ulPropTag,
+                    (static_cast<ULONGLONG>(value.Value.ft.dwHighDateTime) << 32) | value.Value.ft.dwLowDateTime);
+    default:
+        return Long(value.ulPropTag, value.Value.l);
+    }
+}
+
 Row Project(const Row &row, const SPropTagArray *tags)
 {
     if (!tags)

@@ -40,6 +40,8 @@ void Set(Row &row, Value value);
 
 // Writes `value` to `out`; what it points to is allocated with the block `root`.
 void Give(SPropValue &out, const Value &value, void *root);
+// A value as MAPI was given it.
+Value Taken(const SPropValue &value);
 // The values asked for, in the order asked for, each missing one as PT_ERROR; all values for no tags.
 Row Project(const Row &row, const SPropTagArray *tags);
 bool HasErrors(const Row &row);

@@ -52,6 +52,7 @@ World::World()
                             Text(PR_PROFILE_UNRESOLVED_NAME, "vm")};
 
     Enter(defaultStore, "store:default");
+    AddOutgoingFolders(*defaultStore);
     stores->rows = {{Binary(PR_ENTRYID, defaultStore->entryId), Bool(PR_DEFAULT_STORE, true)}};
 
     Enter(rootContainer, "ab:root");
@@ -110,8 +111,19 @@ StoreData &World::AddMailbox(const std::string &alias, const std::string &displa
     store->deletedItems = std::make_shared<FolderData>(alias + "/Deleted Items");
     Enter(store->deletedItems, "folder:" + alias + "/Deleted Items");
     Set(store->props, Binary(PR_IPM_WASTEBASKET_ENTRYID, store->deletedItems->entryId));
+    AddOutgoingFolders(*store);
     mailboxes[alias] = store;
     return *store;
+}
+
+void World::AddOutgoingFolders(StoreData &store)
+{
+    store.outbox = std::make_shared<FolderData>(store.name + "/Outbox");
+    Enter(store.outbox, "folder:" + store.name + "/Outbox");
+    Set(store.props, Binary(PR_IPM_OUTBOX_ENTRYID, store.outbox->entryId));
+    store.sentItems = std::make_shared<FolderData>(store.name + "/Sent Items");
+    Enter(store.sentItems, "folder:" + store.name + "/Sent Items");
+    Set(store.props, Binary(PR_IPM_SENTMAIL_ENTRYID, store.sentItems->entryId));
 }
 
 MessageData &World::AddMessage(const std::string &alias, const std::string &name, Row props)

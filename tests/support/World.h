@@ -19,6 +19,8 @@ struct MessageData : PropsData {
     IUnknown *Open() override;
     ULONG ObjectType() const override { return MAPI_MESSAGE; }
     std::vector<std::shared_ptr<AttachData>> attachments;
+    std::vector<Row> recipients;
+    bool submitted = false;
     std::shared_ptr<TableData> attachmentTable; // in place of the one made from `attachments`
 };
 
@@ -28,6 +30,9 @@ struct FolderData : PropsData {
     ULONG ObjectType() const override { return MAPI_FOLDER; }
     std::vector<std::shared_ptr<MessageData>> messages;
     std::shared_ptr<TableData> contents; // in place of the one made from `messages`
+    // In place of both: GetContentsTable gives one after the other, and begins anew after the last.
+    std::vector<std::shared_ptr<TableData>> contentsInTurn;
+    size_t turn = 0;
 };
 
 struct StoreData : PropsData {
@@ -35,6 +40,8 @@ struct StoreData : PropsData {
     ULONG ObjectType() const override { return MAPI_STORE; }
     std::shared_ptr<FolderData> inbox;
     std::shared_ptr<FolderData> deletedItems;
+    std::shared_ptr<FolderData> outbox;
+    std::shared_ptr<FolderData> sentItems;
     std::string distinguishedName; // of the mailbox's user
 };
 
@@ -65,12 +72,15 @@ struct World {
     std::vector<std::shared_ptr<UserData>> users;
     std::map<std::string, std::shared_ptr<StoreData>> mailboxes; // by alias
     std::map<std::string, std::shared_ptr<PropsData>> entries;   // everything that has an entry ID, by it
+    std::vector<std::shared_ptr<MessageData>> created;           // by CreateMessage, each named "new"
     bool initialised = false;                                    // MAPIInitialize came and MAPIUninitialize did not
 
     void Enter(const std::shared_ptr<PropsData> &data, const std::string &name);
     UserData &AddUser(const std::string &alias, const std::string &displayName, const std::string &addressType = "EX",
                       const std::string &emailAddress = "");
-    // An Exchange user with a mailbox: an Inbox and Deleted Items.
+    // Outbox and Sent Items of a store, and the properties that name them.
+    void AddOutgoingFolders(StoreData &store);
+    // An Exchange user with a mailbox: an Inbox, Deleted Items, Outbox and Sent Items.
     StoreData &AddMailbox(const std::string &alias, const std::string &displayName);
     // A message in a mailbox's Inbox; PR_ENTRYID and PR_PARENT_ENTRYID are set here.
     MessageData &AddMessage(const std::string &alias, const std::string &name, Row props);
@@ -87,6 +97,7 @@ IMsgServiceAdmin *NewServiceAdmin(const std::string &profile);
 IProfAdmin *NewProfAdmin();
 IMsgStore *NewStore(std::shared_ptr<StoreData> data);
 IAddrBook *NewAddressBook();
+IMessage *NewMessage(std::shared_ptr<MessageData> data);
 IAttach *NewAttach(std::shared_ptr<AttachData> data);
 
 // The whole of every OpenEntry: of an object of the world by its entry ID, `root` for an empty one.

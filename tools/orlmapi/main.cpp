@@ -34,6 +34,16 @@ void AddListCommand(CLI::App &app, Common &common, ListOptions &options)
     list->callback([&] { ListHeaders(common, options); });
 }
 
+void AddWatchCommand(CLI::App &app, Common &common, WatchOptions &options)
+{
+    auto *watch =
+        app.add_subcommand("watch", "Print a line whenever a mailbox's voice mail counts change; Ctrl-C ends");
+    watch->add_option("MAILBOX", options.mailboxes, "Users' names")->required();
+    watch->add_option("--count", options.count, "End after this many lines")->check(CLI::Range(1ul, 4000000000ul));
+    watch->add_option("--for", options.seconds, "End after this many seconds")->check(CLI::Range(1ul, 4000000000ul));
+    watch->callback([&] { WatchMailboxes(common, options); });
+}
+
 struct MessageArguments {
     std::string mailbox, entryId, file;
     ULONG number = 0;
@@ -79,6 +89,57 @@ void AddMessageCommands(CLI::App &app, Common &common, MessageArguments &argumen
     });
 }
 
+void AddAttachOptions(CLI::App &command, AttachOptions &options, const char *description)
+{
+    auto *file = command.add_option("--attach", options.file, description);
+    command.add_option("--attach-name", options.name, "The name under which it is shown; else the file's own")
+        ->needs(file);
+}
+
+CLI::App *AddSendCommand(CLI::App &app, const char *name, const char *description, SendOptions &options)
+{
+    auto *command = app.add_subcommand(name, description);
+    command->add_option("TO", options.to, "Users or addresses, separated by semicolons")->required();
+    command->add_flag("--urgent", options.urgent, "Of high importance");
+    command->add_flag("--private", options.isPrivate, "Private");
+    command->add_option("--from", options.from, "Send from this mailbox; else from that of the logon");
+    return command;
+}
+
+void AddSendCommands(CLI::App &app, Common &common, SendOptions &options, VoicemailOptions &voicemail)
+{
+    auto *send = AddSendCommand(app, "send", "Send a message", options);
+    send->add_option("--subject", options.subject, "The subject")->required();
+    auto *body = send->add_option("--body", options.body, "The text");
+    send->add_option("--body-file", options.bodyFile, "A file with the text, in UTF-8")->excludes(body);
+    AddAttachOptions(*send, options.attach, "A file to attach");
+    send->callback([&] { SendMail(common, options); });
+
+    auto *voice = AddSendCommand(app, "send-voicemail", "Send a voice mail of unified messaging", options);
+    voice->add_option("--wav", options.attach.file, "The recording")->required();
+    voice->add_option("--seconds", voicemail.seconds, "Its length")->required()->check(CLI::Range(0, INT32_MAX));
+    voice->add_option("--number", voicemail.number, "The caller's telephone number");
+    voice->add_option("--name", voicemail.name, "The caller's name");
+    voice->add_option("--subject", options.subject, "The subject; else made of the caller and the length");
+    voice->add_option("--body", options.body, "The text");
+    voice->add_option("--order", voicemail.order, "The attachments' order; else the recording's name");
+    voice->callback([&] { SendVoicemail(common, options, voicemail); });
+}
+
+void AddAnswerCommands(CLI::App &app, Common &common, MessageArguments &arguments, SendOptions &options)
+{
+    const auto id = [&] { return ParseEntryId(arguments.entryId); };
+    auto *forward = AddMessageCommand(app, "forward", "Forward a message", arguments);
+    forward->add_option("TO", options.to, "Users or addresses, separated by semicolons")->required();
+    forward->callback(
+        [&common, &arguments, &options, id] { ForwardMessage(common, arguments.mailbox, id(), options.to); });
+
+    auto *respond = AddMessageCommand(app, "respond", "Answer a message to its sender", arguments);
+    AddAttachOptions(*respond, options.attach, "A file to attach, such as a recording");
+    respond->callback(
+        [&common, &arguments, &options, id] { RespondToMessage(common, arguments.mailbox, id(), options.attach); });
+}
+
 struct CalendarArguments {
     std::string mailbox, date;
 };
@@ -95,7 +156,10 @@ struct Arguments {
     Common common;
     std::string profile, code;
     ListOptions list;
+    WatchOptions watch;
     MessageArguments message;
+    SendOptions send;
+    VoicemailOptions voicemail;
     CalendarArguments calendar;
 };
 
@@ -111,6 +175,9 @@ void Describe(CLI::App &app, Arguments &arguments)
     AddProfileCommands(app, arguments.common, arguments.profile, arguments.code);
     AddListCommand(app, arguments.common, arguments.list);
     AddMessageCommands(app, arguments.common, arguments.message);
+    AddSendCommands(app, arguments.common, arguments.send, arguments.voicemail);
+    AddAnswerCommands(app, arguments.common, arguments.message, arguments.send);
+    AddWatchCommand(app, arguments.common, arguments.watch);
     AddCalendarCommand(app, arguments.common, arguments.calendar);
 }
 

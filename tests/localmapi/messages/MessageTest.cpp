@@ -354,26 +354,6 @@ TEST_F(MessageTest, DeletePropsTakesPropertiesAwayAndSaysWhichAreNotThere)
     EXPECT_EQ(TextOf(m_mailbox.Open(id).get(), kNarrow), "(none)");
 }
 
-TEST_F(MessageTest, SubmissionCopiesAndNamesSayThatTheyAreNotSupported)
-{
-    auto message = m_mailbox.NewMessage();
-    Block<SPropTagArray> tags;
-    ULONG count = 0;
-    Block<LPMAPINAMEID> names;
-    SPropTagArray *none = nullptr;
-    EXPECT_CODE(message->SubmitMessage(0), MAPI_E_NO_SUPPORT);
-    EXPECT_CODE(message->CopyTo(0, nullptr, nullptr, 0, nullptr, &IID_IMessage, message.get(), 0, nullptr),
-                MAPI_E_NO_SUPPORT);
-    EXPECT_CODE(message->CopyProps(Tags{kNumber}, 0, nullptr, &IID_IMessage, message.get(), 0, nullptr),
-                MAPI_E_NO_SUPPORT);
-    EXPECT_CODE(message->GetIDsFromNames(0, nullptr, 0, tags.put()), MAPI_E_NO_SUPPORT);
-    EXPECT_CODE(message->GetNamesFromIDs(&none, nullptr, 0, &count, names.put()), MAPI_E_NO_SUPPORT);
-    Block<MAPIERROR> error;
-    ASSERT_CODE(message->GetLastError(MAPI_E_NO_SUPPORT, 0, error.put()), S_OK);
-    ASSERT_TRUE(error);
-    EXPECT_NE(std::string(reinterpret_cast<const char *>(error->lpszError)).find("GetNamesFromIDs"), std::string::npos);
-}
-
 } // namespace
 
 } // namespace localmapi::test

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <mapiutil.h>
 #include <windows.h>
 
 using namespace localmapi::test;
@@ -137,6 +139,33 @@ TEST_F(Registration, TheSystemsMapiForwardsToTheRegisteredDll)
     find(mapi.queryAllRows, "HrQueryAllRows@24");
     if (!HasFailure())
         Converse(mapi);
+    FreeLibrary(system);
+}
+
+// By itself Wine's mapi32.dll opens no file that is there.
+TEST_F(Registration, TheSystemsMapiOpensFilesThroughTheRegisteredDll)
+{
+    ASSERT_EQ(Register(), S_OK);
+    const HMODULE system = LoadLibraryW(L"mapi32.dll");
+    ASSERT_NE(system, nullptr);
+    const auto open =
+        reinterpret_cast<LPOPENSTREAMONFILE>(reinterpret_cast<void *>(GetProcAddress(system, "OpenStreamOnFile@24")));
+    ASSERT_NE(open, nullptr);
+    char name[MAX_PATH + 20] = "";
+    GetTempPathA(MAX_PATH, name);
+    strcat(name, "localmapi-file-test");
+    DeleteFileA(name);
+    IStream *stream = nullptr;
+    EXPECT_EQ(open(nullptr, nullptr, 0, name, nullptr, &stream), MAPI_E_NOT_FOUND);
+    EXPECT_EQ(stream, nullptr);
+    std::ofstream(name, std::ios::binary) << "0123456789";
+    ASSERT_EQ(open(nullptr, nullptr, 0, name, nullptr, &stream), S_OK);
+    char bytes[20] = "";
+    ULONG read = 0;
+    EXPECT_EQ(stream->Read(bytes, sizeof bytes, &read), S_OK);
+    EXPECT_EQ(std::string(bytes, read), "0123456789");
+    stream->Release();
+    DeleteFileA(name);
     FreeLibrary(system);
 }
 

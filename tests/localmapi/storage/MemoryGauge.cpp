@@ -11,6 +11,7 @@ namespace
 // Every block of the C++ allocator is preceded by its size.
 constexpr std::size_t kHead = alignof(std::max_align_t);
 std::atomic<std::uint64_t> theBytes{0};
+std::atomic<std::uint64_t> thePeak{0};
 
 void *allocate(std::size_t size)
 {
@@ -18,7 +19,9 @@ void *allocate(std::size_t size)
     if (!block)
         throw std::bad_alloc();
     *block = size;
-    theBytes += size;
+    const std::uint64_t now = theBytes += size;
+    for (std::uint64_t peak = thePeak; peak < now && !thePeak.compare_exchange_weak(peak, now);) {
+    }
     return reinterpret_cast<char *>(block) + kHead;
 }
 
@@ -65,6 +68,17 @@ namespace localmapi::storage
 std::uint64_t memoryInUse()
 {
     return theBytes + static_cast<std::uint64_t>(sqlite3_memory_used());
+}
+
+std::uint64_t memoryPeak()
+{
+    return thePeak + static_cast<std::uint64_t>(sqlite3_memory_highwater(0));
+}
+
+void forgetPeak()
+{
+    thePeak = theBytes.load();
+    sqlite3_memory_highwater(1);
 }
 
 } // namespace localmapi::storage

@@ -6,5 +6,8 @@ namespace localmapi::storage
 {
 
 std::uint64_t memoryInUse();
+// The most there was at once since forgetPeak().
+std::uint64_t memoryPeak();
+void forgetPeak();
 
 } // namespace localmapi::storage

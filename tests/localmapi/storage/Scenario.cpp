@@ -107,6 +107,27 @@ const std::vector<Step> &scenarioSteps()
             std::vector<ObjectId> ids = messagesIn(site, box.deletedItems);
             Objects(site).copyMessages(ids, boxOf(site, "bob").inbox);
         },
+        // A message that was not saved before is sent: to two Inboxes, with a copy and a report that holds it.
+        [](Site site) {
+            Mailbox alice = boxOf(site, "alice"), bob = boxOf(site, "bob");
+            Dispatch sent;
+            sent.content = mail("sent", 300000);
+            MessageChanges report = mail("report");
+            report.attachments = {{0, false, {{{kAttachName, std::string("sent")}}, {}}, nullptr}};
+            sent.destinations = {{alice.inbox, {}, report}, {bob.inbox, {}, {}}, {alice.inbox, {}, {}}};
+            sent.destinations.push_back({alice.sentItems, {}, {}});
+            Objects(site).dispatch(sent);
+        },
+        // One that was: it moves on, and a copy arrives.
+        [](Site site) {
+            Mailbox alice = boxOf(site, "alice"), bob = boxOf(site, "bob");
+            Dispatch forwarded;
+            forwarded.message = messagesIn(site, alice.sentItems).at(0);
+            forwarded.content.properties.set.set(kSubject, std::string("forwarded"));
+            forwarded.destinations = {{bob.inbox, {}, {}}, {alice.deletedItems, {}, {}}};
+            forwarded.destinations[0].changes.properties.set.set(kMessageFlags, std::int32_t{0});
+            Objects(site).dispatch(forwarded);
+        },
         [](Site site) { Profiles(site).create("Voicemail"); },
         [](Site site) {
             Profiles(site).changeSection("Voicemail", Guid{1}, {{kDisplayName, std::string("NORVIK1")}});

@@ -1,0 +1,109 @@
+// Watching a mailbox: making its sink, and ending sinks.
+#include "notify/AdviseSink.h"
+#include "notify/SinkRegistry.h"
+#include <new>
+
+namespace
+{
+
+constexpr char kEntryCounter[] = "%s[%d]: At entry, counter=[%ld]";
+constexpr char kExitCounter[] = "%s[%d]: At Exit, counter=[%ld]";
+
+void EndSink(CAdviseSink *pSink)
+{
+    Contained({"CAdviseSink::Unadvise", __LINE__}, [&] { pSink->Unadvise(); });
+}
+
+// The reference that the host and the session have together. Whoever lets it go ends the sink.
+using AdvisedSink = Owner<CAdviseSink, EndSink>;
+
+// A mailbox that is logged off again unless it is kept.
+class OpenedMailbox
+{
+  public:
+    explicit OpenedMailbox(CMAPIImpl &session) : m_session(session) {}
+    ~OpenedMailbox()
+    {
+        if (m_pMailboxMDB)
+            Contained({"CMAPIImpl::Advise", __LINE__}, [&] { m_session.Logoff(m_pMailboxMDB); });
+    }
+    OpenedMailbox(const OpenedMailbox &) = delete;
+    OpenedMailbox &operator=(const OpenedMailbox &) = delete;
+
+    HRESULT Open(const tstring &szMailbox) { return m_session.Logon(szMailbox, &m_pMailboxMDB); }
+    IMsgStore *get() const { return m_pMailboxMDB; }
+    IMsgStore *Keep() { return std::exchange(m_pMailboxMDB, nullptr); }
+
+  private:
+    CMAPIImpl &m_session;
+    IMsgStore *m_pMailboxMDB = nullptr;
+};
+
+// Null where there is no memory for one.
+CAdviseSink *CreateSink(const tstring &szMailbox, IMsgStore *pMailboxMDB, const VoiceMailTables &tables,
+                        MailboxCountCallback pfnCallback, ULONG_PTR ulContext)
+{
+    try {
+        return new CAdviseSink(szMailbox, pMailboxMDB, tables.read.get(), tables.unread.get(),
+                               tables.unreadPriority.get(), pfnCallback, ulContext);
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
+}
+
+} // namespace
+
+HRESULT CMAPIImpl::Advise(const tstring &szMailbox, CAdviseSink **ppSink, MailboxCountCallback pfnCallback,
+                          ULONG_PTR ulContext, IMsgStore **ppMailboxMDB)
+{
+    Operation op("CMAPIImpl::Advise", "szMailbox: \"%s\"", szMailbox.c_str());
+    op.ShowCounter(m_lOpenObjects, kEntryCounter, kExitCounter);
+
+    OpenedMailbox mailbox(*this);
+    HRESULT hr = mailbox.Open(szMailbox);
+    if (FAILED(hr))
+        return hr;
+    *ppMailboxMDB = nullptr;
+
+    VoiceMailTables tables;
+    hr = OpenVoiceMailTables(op, mailbox.get(), m_lOpenObjects, tables);
+    if (FAILED(hr) || !tables.Complete()) {
+        op.Error("Failed to create message tables for %s", szMailbox.c_str());
+        if (SUCCEEDED(hr)) {
+            *ppSink = nullptr;
+            *ppMailboxMDB = mailbox.Keep();
+        }
+        return hr;
+    }
+
+    AdvisedSink sink(CreateSink(szMailbox, mailbox.get(), tables, pfnCallback, ulContext));
+    if (!sink) {
+        op.Error("Failed to create advise sink for %s", szMailbox.c_str());
+        return E_OUTOFMEMORY;
+    }
+    IMsgStore *const pMailboxMDB = mailbox.Keep();
+    ScopedCount countedMailbox = ScopedCount::Adopt(m_lOpenObjects);
+    sink->Advise();
+    SinkRegistry::Enter(sink.get(), this);
+    countedMailbox.Keep();
+    *ppSink = sink.release();
+    *ppMailboxMDB = pMailboxMDB;
+    return S_OK;
+}
+
+HRESULT CMAPIImpl::Unadvise(CAdviseSink *pSink, ULONG *pulCount)
+{
+    AdvisedSink sink(pSink && SinkRegistry::Remove(pSink) ? pSink : nullptr);
+    const CDebugTraceFn trace(kTraceCall, "CMAPIImpl::Unadvise", "pSink: %p, mailbox: \"%ls\", ulCount: %lu",
+                              static_cast<void *>(pSink), sink ? sink->Mailbox() : OLESTR("NULL"), *pulCount);
+    if (sink)
+        *pulCount = sink.release()->Unadvise();
+    return S_OK;
+}
+
+// Sinks that other threads are just ending are theirs.
+void CMAPIImpl::CancelSinks()
+{
+    while (CAdviseSink *pSink = SinkRegistry::RemoveFirstOf(this))
+        EndSink(pSink);
+}

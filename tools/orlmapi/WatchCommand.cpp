@@ -1,0 +1,114 @@
+// Watching mailboxes: a line whenever the counts of one have changed.
+#include "Commands.h"
+#include "Failure.h"
+#include "Output.h"
+#include "common/Interrupt.h"
+#include <array>
+#include <cstdio>
+#include <memory>
+#include <mutex>
+
+namespace
+{
+
+// What is printed, from whatever thread the library calls, until so many lines are out.
+class ChangeLines
+{
+  public:
+    ChangeLines(tool::Interrupt &interrupt, bool json, unsigned long count)
+        : m_interrupt(interrupt), m_json(json), m_count(count)
+    {
+    }
+
+    void Print(const std::string &mailbox, ULONG unread, ULONG unreadHighPriority, ULONG read)
+    {
+        const std::lock_guard lock(m_lock);
+        if (m_count != 0 && m_printed == m_count)
+            return;
+        SYSTEMTIME now;
+        GetSystemTime(&now);
+        if (m_json)
+            PrintLine(nlohmann::ordered_json{
+                {"time", IsoTime(now)},
+                {"mailbox", mailbox},
+                {"unread", unread},
+                {"unreadHighPriority", unreadHighPriority},
+                {"read",
+                 read}}.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
+        else
+            PrintLine(IsoTime(now) + "  " + tool::Clean(mailbox) + "  " + std::to_string(unread) + " unread, " +
+                      std::to_string(unreadHighPriority) + " urgent, " + std::to_string(read) + " read");
+        const bool broken = std::fflush(stdout) != 0;
+        if (++m_printed == m_count || broken)
+            m_interrupt.Request();
+    }
+
+  private:
+    tool::Interrupt &m_interrupt;
+    const bool m_json;
+    const unsigned long m_count;
+    std::mutex m_lock;
+    unsigned long m_printed = 0;
+};
+
+// A mailbox that is watched. One change may be told several times; it is printed once. It outlives the connection,
+// whose end ends every sink: a call may still be running when OrlUnadvise has returned.
+class Watch
+{
+  public:
+    Watch(std::string mailbox, ChangeLines &lines) : m_name(std::move(mailbox)), m_lines(lines) {}
+    Watch(const Watch &) = delete;
+    Watch &operator=(const Watch &) = delete;
+
+    void Begin(const Connection &connection)
+    {
+        const std::string tried = "watching the mailbox " + m_name;
+        OrlMailbox mailbox = 0;
+        Check(OrlAdviseW(connection.handle(), &m_sink, tool::ToWide(m_name).c_str(), &Watch::Told,
+                         reinterpret_cast<ULONG_PTR>(this), &mailbox),
+              tried);
+        if (m_sink == 0) {
+            OrlMapiDisconnectFromMailbox(connection.handle(), mailbox);
+            throw Failure(tried, E_FAIL);
+        }
+    }
+    void End(const Connection &connection) { OrlUnadvise(connection.handle(), m_sink, nullptr); }
+
+  private:
+    static BOOL ORLAPI Told(const WCHAR *, ULONG unread, ULONG unreadHighPriority, ULONG read, ULONG_PTR context)
+    {
+        auto &watch = *reinterpret_cast<Watch *>(context);
+        const std::lock_guard lock(watch.m_lock);
+        const std::array<ULONG, 3> counts = {unread, unreadHighPriority, read};
+        if (watch.m_first || counts != watch.m_last)
+            watch.m_lines.Print(watch.m_name, unread, unreadHighPriority, read);
+        watch.m_first = false;
+        watch.m_last = counts;
+        return TRUE;
+    }
+
+    const std::string m_name;
+    ChangeLines &m_lines;
+    OrlSink m_sink = 0;
+    std::mutex m_lock;
+    bool m_first = true;
+    std::array<ULONG, 3> m_last = {};
+};
+
+} // namespace
+
+void WatchMailboxes(const Common &common, const WatchOptions &options)
+{
+    tool::Interrupt interrupt;
+    ChangeLines lines(interrupt, common.json, options.count);
+    std::vector<std::unique_ptr<Watch>> watches;
+    for (const std::string &mailbox : options.mailboxes)
+        watches.push_back(std::make_unique<Watch>(mailbox, lines));
+    Connection connection;
+    connection.LogOn(common.logon);
+    for (const auto &watch : watches)
+        watch->Begin(connection);
+    interrupt.Wait(options.seconds ? std::optional(std::chrono::milliseconds(options.seconds * 1000)) : std::nullopt);
+    for (const auto &watch : watches)
+        watch->End(connection);
+}

@@ -56,6 +56,12 @@ const std::string &SiteWith(std::uint64_t messages)
     return path;
 }
 
+std::string MakeSite(const std::string &path)
+{
+    NewSite(path);
+    return path;
+}
+
 std::string SiteWithRecording(const std::string &wav)
 {
     const std::string path = "site-recording.db";

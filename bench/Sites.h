@@ -10,6 +10,9 @@ namespace bench
 // A site whose user alice has so many messages of every kind in her Inbox. Kept between runs.
 const std::string &SiteWith(std::uint64_t messages);
 
+// A new site whose user alice has no messages; its path.
+std::string MakeSite(const std::string &path);
+
 // A site whose user alice has one voice mail with a recording of this file's bytes.
 std::string SiteWithRecording(const std::string &wav);
 

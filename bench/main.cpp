@@ -1,4 +1,5 @@
 // Runs the benchmarks and sets each figure beside its reference of the same run.
+#include "Watching.h"
 #include <benchmark/benchmark.h>
 #include <cstdio>
 #include <map>
@@ -20,6 +21,9 @@ constexpr Pair kPairs[] = {
     {"SendVoiceMail", "OneTransaction", "sending a voice mail of 200 KB : one transaction with its bytes"},
     {"DayOfACalendar", "DayOfACalendarInPlainSql", "a day of 10,000 appointments : the same rows in plain SQL"},
     {"Save100MB", "Cp100MB", "saving a recording of 100 MB : cp"},
+    {"NotifiedWithinTheProcess", "SaveChangesAlone", "SaveChanges until a sink here is called : until it returns"},
+    {"NotifiedAcrossProcesses", "SaveChangesAlone", "SaveChanges until a sink elsewhere is called : until it returns"},
+    {"NotifiedByPolling", "SaveChangesAlone", "the same where the system gives no signal : until it returns"},
 };
 
 class Collector : public benchmark::ConsoleReporter
@@ -66,6 +70,8 @@ class Collector : public benchmark::ConsoleReporter
 
 int main(int argc, char **argv)
 {
+    if (argc == 3 && std::string(argv[1]) == "--save")
+        return bench::SaveWhenTold(argv[2]);
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 2;

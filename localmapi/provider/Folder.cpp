@@ -128,7 +128,8 @@ void Folder::GiveContents(ULONG flags, IMAPITable **table)
 {
     storage::Container container{
         flags & MAPI_ASSOCIATED ? storage::Container::Kind::Associated : storage::Container::Kind::Contents, m_id};
-    Check(CreateViewTable(m_store->site, container, ContentsSchema(*m_store, m_id, (flags & MAPI_UNICODE) != 0), table),
+    Check(CreateViewTable(m_store->site, container, ContentsSchema(*m_store, m_id, (flags & MAPI_UNICODE) != 0), table,
+                          m_store->advises),
           "making the contents table");
 }
 
@@ -137,9 +138,9 @@ void Folder::GiveHierarchy(ULONG flags, IMAPITable **table)
     const bool deep = (flags & CONVENIENT_DEPTH) != 0;
     storage::Container container{deep ? storage::Container::Kind::FoldersDeep : storage::Container::Kind::Folders,
                                  m_id};
-    Check(
-        CreateViewTable(m_store->site, container, HierarchySchema(*m_store, (flags & MAPI_UNICODE) != 0, deep), table),
-        "making the hierarchy table");
+    Check(CreateViewTable(m_store->site, container, HierarchySchema(*m_store, (flags & MAPI_UNICODE) != 0, deep), table,
+                          m_store->advises),
+          "making the hierarchy table");
 }
 
 STDMETHODIMP Folder::GetContentsTable(ULONG ulFlags, LPMAPITABLE *lppTable)

@@ -24,6 +24,7 @@ class MemorySource final : public RowSource
     std::optional<storage::Row> Find(const storage::Place &from, storage::Direction direction,
                                      const storage::Filter &filter) const override;
     bool Holds(const storage::Place &) const override { return true; }
+    std::unique_ptr<storage::Watch> MakeWatch() const override { return nullptr; }
     storage::PropertyBag ReadWhole(storage::ObjectId row) const override;
 
   private:

@@ -58,6 +58,7 @@ class Message final : public StoredObject<IMessage>
     void GiveAttachmentTable(ULONG flags, IMAPITable **table);
     void GiveRecipientTable(ULONG flags, IMAPITable **table);
     void WriteDraft(bool force);
+    void RequireToBeSubmitted() const;
 
     const Ref<Attachment> m_holder;
     storage::ObjectId m_id = 0; // in the file; 0: not yet

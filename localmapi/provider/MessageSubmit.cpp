@@ -7,20 +7,34 @@
 namespace localmapi
 {
 
+void Message::RequireToBeSubmitted() const
+{
+    if (m_submitted)
+        throw Failure(MAPI_E_SUBMITTED, "The message was submitted before.");
+    RequireWrite();
+    m_store->RequireWritable();
+}
+
 // Until now all that a new message became is a draft in this process: MAPI promises nobody anything of it before the
 // message's SaveChanges, also not of its attachments, whose own SaveChanges says only that the message shall have them;
 // and SubmitMessage saves. So sending a new message takes one durable commit, which holds the deliveries, the sent copy
 // and the report together.
 STDMETHODIMP Message::SubmitMessage(ULONG ulFlags)
 {
-    return Do("IMessage::SubmitMessage", [&]() -> HRESULT {
+    const HRESULT hr = Do("IMessage::SubmitMessage", [&]() -> HRESULT {
         RequireFlags(ulFlags, FORCE_SUBMIT);
         if (IsEmbedded())
             NoSupport("submitting a message that an attachment holds");
-        if (m_submitted)
-            throw Failure(MAPI_E_SUBMITTED, "The message was submitted before.");
-        RequireWrite();
-        m_store->RequireWritable();
+        RequireToBeSubmitted();
+        return S_OK;
+    });
+    if (FAILED(hr))
+        return hr;
+    const HRESULT written = Run("IMessage::SubmitMessage", [&] { return CommitStreams(); });
+    if (FAILED(written))
+        return written;
+    return Do("IMessage::SubmitMessage", [&]() -> HRESULT {
+        RequireToBeSubmitted();
         const Outgoing outgoing{m_folder, Stored(&SubmissionTags()), Recipients()};
         const auto *flags = outgoing.properties.get<std::int32_t>(PR_MESSAGE_FLAGS);
         if (flags && ((*flags & MSGFLAG_SUBMIT) || (m_id && !(*flags & MSGFLAG_UNSENT))))

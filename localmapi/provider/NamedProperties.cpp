@@ -70,7 +70,7 @@ std::vector<std::optional<PropertyName>> NamesFor(const storage::Site &site, con
 // The array of names, with all they point to in one block.
 Block<MAPINAMEID *> NamesForClient(const std::vector<std::optional<PropertyName>> &names)
 {
-    auto block = NewRoot<MAPINAMEID *>(names.size());
+    Block<MAPINAMEID *> block(static_cast<MAPINAMEID **>(AllocateRootBytes(names.size() * sizeof(void *))));
     for (std::size_t i = 0; i < names.size(); ++i) {
         if (!names[i])
             continue;

@@ -1,6 +1,7 @@
 #include "Process.h"
 
 #include "ExchangeMapi.h"
+#include "Notifier.h"
 
 #include <atomic>
 
@@ -32,6 +33,8 @@ void Uninitialize() noexcept
     LONG count = g_initialized;
     while (count > 0 && !g_initialized.compare_exchange_weak(count, count - 1)) {
     }
+    if (count == 1)
+        StopNotifier();
 }
 
 bool IsInitialized() noexcept

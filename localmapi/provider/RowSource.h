@@ -1,6 +1,7 @@
 // Where a table's rows are. The table above it knows cursors, bookmarks and columns; a source knows rows in an order,
 // under a filter, and places between them that stay good while rows come and go.
 #pragma once
+#include "Notifier.h"
 #include "ViewTable.h"
 
 namespace localmapi
@@ -26,11 +27,13 @@ class RowSource
     virtual std::optional<storage::Row> Find(const storage::Place &from, storage::Direction direction,
                                              const storage::Filter &filter) const = 0;
     virtual bool Holds(const storage::Place &place) const = 0;
+    // What follows the rows that the source shows; nothing for rows that never change.
+    virtual std::unique_ptr<storage::Watch> MakeWatch() const = 0;
     // Everything stored with a row, for columns whose type the client leaves open.
     virtual storage::PropertyBag ReadWhole(storage::ObjectId row) const = 0;
 };
 
 // A table over a source, with one reference.
-HRESULT CreateTable(std::unique_ptr<RowSource> source, IMAPITable **table);
+HRESULT CreateTable(std::unique_ptr<RowSource> source, IMAPITable **table, std::shared_ptr<AdviseScope> scope = {});
 
 } // namespace localmapi

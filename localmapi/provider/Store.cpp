@@ -127,11 +127,13 @@ STDMETHODIMP Store::CompareEntryIDs(ULONG cbEntryID1, LPENTRYID lpEntryID1, ULON
 STDMETHODIMP Store::StoreLogoff(ULONG *lpulFlags)
 {
     return Run("IMsgStore::StoreLogoff", [&]() -> HRESULT {
-        // Clients pass no flags when they do not care. The store stays what it is until it is released.
+        // Clients pass no flags when they do not care. The store stays what it is until it is released, but nobody is
+        // told of its changes any more.
         if (lpulFlags) {
             RequireFlags(*lpulFlags, kLogoffFlags);
             *lpulFlags = LOGOFF_COMPLETE;
         }
+        m_store->advises->End();
         return S_OK;
     });
 }

@@ -4,6 +4,7 @@
 #include "EntryId.h"
 #include "ErrorText.h"
 #include "ExchangeMapi.h"
+#include "Notifier.h"
 #include "Store.h"
 
 #include "localmapi/storage/objects.h"
@@ -27,6 +28,8 @@ struct StoreContext {
     bool isDefault = false;
     Bytes entryId;
     Bytes recordKey;
+    // Of the tables that were opened through the store.
+    const std::shared_ptr<AdviseScope> advises = std::make_shared<AdviseScope>();
 
     Bytes FolderId(storage::ObjectId folder) const { return MakeEntryId(uid, EntryKind::Folder, folder); }
     Bytes MessageId(storage::ObjectId message) const { return MakeEntryId(uid, EntryKind::Message, message); }

@@ -134,6 +134,8 @@ template <class Interface, class... More> class StoredObject : public PropObject
     // Called under the lock; all may throw. At least the properties with these tags, or everything.
     virtual storage::PropertyBag ReadSome(const std::vector<storage::Tag> &tags) = 0;
     virtual HRESULT Save(ULONG) { return S_OK; }
+    // Takes over what was written to streams that are still open. Called under no lock.
+    HRESULT CommitStreams() { return m_streams.Commit(); }
     // The properties that a copy gets: those that a client could have set.
     virtual storage::PropertyBag Copyable()
     {

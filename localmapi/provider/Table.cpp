@@ -9,7 +9,8 @@
 namespace localmapi
 {
 
-Table::Table(std::unique_ptr<RowSource> source) : m_source(std::move(source))
+Table::Table(std::unique_ptr<RowSource> source, std::shared_ptr<AdviseScope> scope)
+    : m_source(std::move(source)), m_scope(std::move(scope))
 {
     const TableSchema &schema = m_source->Schema();
     std::vector<ULONG> tags;
@@ -28,16 +29,6 @@ STDMETHODIMP Table::GetLastError(HRESULT hResult, ULONG ulFlags, LPMAPIERROR *lp
     return m_errors.GetLastError(hResult, ulFlags, lppMAPIError);
 }
 
-STDMETHODIMP Table::Advise(ULONG, LPMAPIADVISESINK, ULONG *)
-{
-    return Unsupported("IMAPITable::Advise");
-}
-
-STDMETHODIMP Table::Unadvise(ULONG)
-{
-    return Unsupported("IMAPITable::Unadvise");
-}
-
 STDMETHODIMP Table::GetStatus(ULONG *lpulTableStatus, ULONG *lpulTableType)
 {
     return Do("IMAPITable::GetStatus", [&] {
@@ -53,6 +44,15 @@ STDMETHODIMP Table::GetStatus(ULONG *lpulTableStatus, ULONG *lpulTableType)
 void Table::Rearrange(storage::Filter filter, std::vector<storage::SortKey> keys)
 {
     m_source->Arrange(filter, keys);
+    if (m_feed && m_feed->Any()) {
+        // What happened before concerned another view.
+        try {
+            m_watch = m_source->MakeWatch();
+        } catch (...) {
+            m_source->Arrange(m_filter, m_keys);
+            throw;
+        }
+    }
     m_filter = std::move(filter);
     m_keys = std::move(keys);
     m_bookmarks.clear();
@@ -132,11 +132,11 @@ STDMETHODIMP Table::SetCollapseState(ULONG, ULONG, LPBYTE, BOOKMARK *)
     return Unsupported("IMAPITable::SetCollapseState");
 }
 
-HRESULT CreateTable(std::unique_ptr<RowSource> source, IMAPITable **table)
+HRESULT CreateTable(std::unique_ptr<RowSource> source, IMAPITable **table, std::shared_ptr<AdviseScope> scope)
 {
     return Guarded([&]() -> HRESULT {
         Require(table != nullptr, "where the table goes");
-        *table = MakeObject<Table>(std::move(source)).release();
+        *table = MakeObject<Table>(std::move(source), std::move(scope)).release();
         return S_OK;
     });
 }

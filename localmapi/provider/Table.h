@@ -5,6 +5,7 @@
 #pragma once
 #include "ComObject.h"
 #include "ErrorText.h"
+#include "Notifier.h"
 #include "RowPacker.h"
 #include "RowSource.h"
 
@@ -23,7 +24,8 @@ inline constexpr ULONG kColumnLimit = 0x10000;
 class Table final : public ComObject<IMAPITable>
 {
   public:
-    explicit Table(std::unique_ptr<RowSource> source);
+    // Advises end with the scope, if there is one.
+    explicit Table(std::unique_ptr<RowSource> source, std::shared_ptr<AdviseScope> scope = {});
 
     STDMETHODIMP GetLastError(HRESULT hResult, ULONG ulFlags, LPMAPIERROR *lppMAPIError) override;
     STDMETHODIMP Advise(ULONG ulEventMask, LPMAPIADVISESINK lpAdviseSink, ULONG *lpulConnection) override;
@@ -51,6 +53,9 @@ class Table final : public ComObject<IMAPITable>
                                   LPBYTE *lppbCollapseState) override;
     STDMETHODIMP SetCollapseState(ULONG ulFlags, ULONG cbCollapseState, LPBYTE pbCollapseState,
                                   BOOKMARK *lpbkLocation) override;
+
+  protected:
+    ~Table() override;
 
   private:
     // How one column of the client's is filled.
@@ -84,6 +89,9 @@ class Table final : public ComObject<IMAPITable>
     void Rearrange(storage::Filter filter, std::vector<storage::SortKey> keys);
     SRowSet *ReadRows(std::int64_t count, storage::Place &first, storage::Place &last);
     Block<SPropValue> PackRow(const storage::Row &row);
+    std::vector<Notice> CollectNotices(std::int64_t quietUpTo);
+    Notice NoticeOf(storage::RowChange &change);
+    std::optional<storage::Bytes> InstanceKeyOfRow(storage::ObjectId row) const;
 
     ErrorTexts m_errors;
     std::mutex m_lock;
@@ -102,6 +110,11 @@ class Table final : public ComObject<IMAPITable>
     storage::Place m_cursor;
     std::map<BOOKMARK, storage::Place> m_bookmarks;
     BOOKMARK m_nextBookmark = BOOKMARK_END + 1;
+
+    const std::shared_ptr<AdviseScope> m_scope;
+    std::unique_ptr<storage::Watch> m_watch; // while somebody is advised
+    bool m_missedNotices = false;
+    std::shared_ptr<Feed> m_feed; // made with the first advise
 };
 
 } // namespace localmapi

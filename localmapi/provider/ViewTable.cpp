@@ -51,6 +51,7 @@ class ViewSource final : public RowSource
         return m_view.find(from, direction, filter);
     }
     bool Holds(const storage::Place &place) const override { return m_view.holds(place); }
+    std::unique_ptr<storage::Watch> MakeWatch() const override { return std::make_unique<storage::Watch>(m_view); }
     storage::PropertyBag ReadWhole(storage::ObjectId row) const override
     {
         // A row may go between the read of its page and this one.
@@ -74,10 +75,11 @@ class ViewSource final : public RowSource
 
 } // namespace
 
-HRESULT CreateViewTable(const storage::Site &site, storage::Container container, TableSchema schema, IMAPITable **table)
+HRESULT CreateViewTable(const storage::Site &site, storage::Container container, TableSchema schema, IMAPITable **table,
+                        std::shared_ptr<AdviseScope> scope)
 {
     return Guarded([&]() -> HRESULT {
-        return CreateTable(std::make_unique<ViewSource>(site, container, std::move(schema)), table);
+        return CreateTable(std::make_unique<ViewSource>(site, container, std::move(schema)), table, std::move(scope));
     });
 }
 

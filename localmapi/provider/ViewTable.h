@@ -6,6 +6,7 @@
 #include <functional>
 #include <mapiutil.h>
 #include <mapix.h>
+#include <memory>
 #include <span>
 #include <string>
 #include <vector>
@@ -40,8 +41,11 @@ struct TableSchema {
     bool bookmarks = true;
 };
 
-// A new table with one reference. It shows the container as it is at the moment of each call.
-HRESULT CreateViewTable(const storage::Site &site, storage::Container container, TableSchema schema,
-                        IMAPITable **table);
+class AdviseScope;
+
+// A new table with one reference. It shows the container as it is at the moment of each call. Its advises end with the
+// scope, if there is one.
+HRESULT CreateViewTable(const storage::Site &site, storage::Container container, TableSchema schema, IMAPITable **table,
+                        std::shared_ptr<AdviseScope> scope = {});
 
 } // namespace localmapi

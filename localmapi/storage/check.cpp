@@ -168,8 +168,10 @@ std::vector<Finding> check(Site site, bool repair, const std::function<void(std:
         if (repair) {
             Writer writer(site.database());
             checkAll(*writer, findings, true, progress);
-            if (!findings.empty()) // counts that are kept from before are no longer right
+            if (!findings.empty()) { // counts and rows that were read before are no longer right
                 writer->execute("UPDATE facet SET change = change + 1");
+                writer.changes().everythingChanged();
+            }
             writer.commit();
         } else {
             Reader reader(site.database());

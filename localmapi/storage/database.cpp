@@ -1,4 +1,5 @@
 #include "database.h"
+#include "changes.h"
 #include "codec.h"
 #include "schema.h"
 #include <chrono>
@@ -203,9 +204,11 @@ Writer::~Writer()
 
 void Writer::commit()
 {
-    m_facets.settle(*m_connection, m_change);
+    bool announce = m_changes.settle(*m_connection, m_change, m_facets.settle(*m_connection, m_change));
     m_connection->prepare("UPDATE site SET next_id = max(next_id, ?), change = ?").bind(m_nextId, m_change).run();
     m_transaction->commit();
+    if (announce)
+        ChangeSignal::announce(m_database.path());
 }
 
 } // namespace localmapi::storage

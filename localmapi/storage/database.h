@@ -1,5 +1,6 @@
 // The open file behind a Site: its connections, and the two ways to work with them.
 #pragma once
+#include "change_ledger.h"
 #include "count_cache.h"
 #include "facets.h"
 #include "site.h"
@@ -68,6 +69,7 @@ class Writer
     ChangeNumber change() const { return m_change; } // of this transaction
     std::int64_t now() const { return m_now; }       // the moment that its objects are written at
     FacetLedger &facets() { return m_facets; }
+    ChangeLedger &changes() { return m_changes; }
     void commit();
 
   private:
@@ -79,6 +81,7 @@ class Writer
     ChangeNumber m_change = 0;
     std::int64_t m_now = 0;
     FacetLedger m_facets;
+    ChangeLedger m_changes;
 };
 
 Guid newGuid();

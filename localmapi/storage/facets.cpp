@@ -1,5 +1,6 @@
 #include "facets.h"
 #include "tags.h"
+#include <algorithm>
 
 namespace localmapi::storage
 {
@@ -95,6 +96,13 @@ Residue residueFor(const Filter &filter, const PropertyBag &facet)
     }
 }
 
+bool isDecidedByFacets(const Filter &filter)
+{
+    if (filter.node != Filter::Node::And && filter.node != Filter::Node::Or && filter.node != Filter::Node::Not)
+        return decidedByFacet(filter);
+    return std::all_of(filter.children.begin(), filter.children.end(), isDecidedByFacets);
+}
+
 std::vector<Facet> facetsOf(Connection &connection, ObjectId container)
 {
     Statement rows = connection.prepare(
@@ -137,16 +145,21 @@ std::int64_t FacetLedger::enter(Connection &connection, ObjectId container, cons
     return known->second;
 }
 
-void FacetLedger::settle(Connection &connection, ChangeNumber change)
+std::set<ObjectId> FacetLedger::settle(Connection &connection, ChangeNumber change)
 {
-    Statement update = connection.prepare("UPDATE facet SET count = count + ?2, change = ?3 WHERE id = ?1");
+    std::set<ObjectId> containers;
+    Statement update =
+        connection.prepare("UPDATE facet SET count = count + ?2, change = ?3 WHERE id = ?1 RETURNING container");
     Statement remove = connection.prepare("DELETE FROM facet WHERE id = ?1 AND count = 0");
     for (auto [facet, delta] : m_deltas) {
-        update.bind(facet, delta, change).run();
+        if (update.bind(facet, delta, change).step())
+            containers.insert(update.integer(0));
+        update.run();
         remove.bind(facet).run();
     }
     m_known.clear();
     m_deltas.clear();
+    return containers;
 }
 
 } // namespace localmapi::storage

@@ -3,6 +3,7 @@
 #include "filter.h"
 #include "sqlite.h"
 #include <map>
+#include <set>
 #include <tuple>
 
 namespace localmapi::storage
@@ -37,6 +38,9 @@ struct Residue {
 };
 Residue residueFor(const Filter &filter, const PropertyBag &facet);
 
+// Whether nothing is ever left of a filter.
+bool isDecidedByFacets(const Filter &filter);
+
 // Collects the comings and goings of messages in a write transaction; settle() writes them.
 class FacetLedger
 {
@@ -44,7 +48,8 @@ class FacetLedger
     // The facet of a message in `container`, made if need be.
     std::int64_t enter(Connection &connection, ObjectId container, const FacetKey &key, std::int64_t messages = 1);
     void leave(std::int64_t facet, std::int64_t messages = 1) { m_deltas[facet] -= messages; }
-    void settle(Connection &connection, ChangeNumber change);
+    // The containers of the facets that were written.
+    std::set<ObjectId> settle(Connection &connection, ChangeNumber change);
 
   private:
     std::map<std::pair<ObjectId, FacetKey>, std::int64_t> m_known;

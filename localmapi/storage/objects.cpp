@@ -227,6 +227,7 @@ void Objects::removeFolder(ObjectId folder)
                                         "(root, ipm_subtree, inbox, outbox, sent_items, deleted_items, calendar)");
     if (special.bind(folder).step())
         throw Error(Fault::Invalid, "A folder that every mailbox has can't be removed.");
+    writer.changes().folderRemoved(*writer, folder);
     writer->prepare("DELETE FROM object WHERE id = ?").bind(folder).run();
     writer.commit();
 }
@@ -246,6 +247,8 @@ ChangeNumber Objects::change(ObjectId id, const Changes &changes, std::optional<
     writer->prepare("UPDATE object SET modified = ?, change = ? WHERE id = ?")
         .bind(writer.now(), writer.change(), id)
         .run();
+    if (kind == ObjectKind::Folder || kind == ObjectKind::User || kind == ObjectKind::Contact)
+        writer.changes().objectChanged(kind, id, row.info.parent);
     writer.commit();
     return writer.change();
 }

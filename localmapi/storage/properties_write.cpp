@@ -186,6 +186,8 @@ ObjectId insertObject(Writer &writer, const NewObject &object, const PropertyBag
               object.parent ? std::optional<std::int64_t>(object.parent) : std::nullopt, object.number, size,
               given<std::int64_t>(bag, kCreationTime).value_or(writer.now()), writer.now(), writer.change())
         .run();
+    if (object.kind == ObjectKind::Folder || object.kind == ObjectKind::User || object.kind == ObjectKind::Contact)
+        writer.changes().objectAdded(object.kind, id, object.parent);
     return id;
 }
 

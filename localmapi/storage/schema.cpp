@@ -131,14 +131,31 @@ CREATE UNIQUE INDEX named_property_number ON named_property (uid, number) WHERE 
 CREATE UNIQUE INDEX named_property_name ON named_property (uid, name) WHERE name IS NOT NULL;
 )";
 
+// The log of changes, for those who watch: what happened to which object in which container, with the facet of the
+// messages it happened to (see ChangeEntry). Numbers grow; the oldest entries go when there are many, the newest never.
+constexpr const char *kChangeLog = R"(
+CREATE TABLE change_entry (
+    number INTEGER PRIMARY KEY,
+    kind INTEGER NOT NULL,
+    event INTEGER NOT NULL,
+    container INTEGER NOT NULL,
+    object INTEGER NOT NULL,
+    flags INTEGER,
+    class TEXT,
+    importance INTEGER
+);
+INSERT INTO change_entry (number, kind, event, container, object) VALUES (0, 3, 4, 0, 0);
+)";
+
 // kSteps[n] brings a file of version n + 1 to version n + 2.
-constexpr std::array<const char *, kSchemaVersion - 1> kSteps{};
+constexpr std::array<const char *, kSchemaVersion - 1> kSteps{kChangeLog};
 
 } // namespace
 
 void createSchema(Connection &connection)
 {
     connection.execute(kTables);
+    connection.execute(kChangeLog);
     connection.execute("PRAGMA application_id = " + std::to_string(kApplicationId));
     connection.execute("PRAGMA user_version = " + std::to_string(kSchemaVersion));
 }

@@ -73,13 +73,8 @@ std::vector<Row> View::read(const Place &from, Direction direction, std::size_t 
     if (direction == Direction::Backward)
         std::reverse(read.begin(), read.end());
     RowReader values(*reader, rowKind(m_container.kind), columns, longest);
-    for (Row &row : read) {
-        std::vector<Value> own = std::move(row.values); // the depth of a folder, which only the walk knows
-        row.values = values.read(row.id);
-        for (std::size_t i = 0; !own.empty() && i < columns.size(); ++i)
-            if (columns[i] == kFolderDepth)
-                row.values[i] = own.front();
-    }
+    for (Row &row : read)
+        completeRow(row, values, columns);
     return read;
 }
 

@@ -77,6 +77,7 @@ class View
     bool holds(const Place &place) const;
 
   private:
+    friend class Watch;
     Site m_site;
     Container m_container;
     Filter m_filter;

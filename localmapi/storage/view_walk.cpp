@@ -272,13 +272,7 @@ void Walk::walkMerged(const Place &from, Direction direction, std::uint64_t rows
 void Walk::walkSorted(const Place &from, Direction direction, std::uint64_t rows,
                       const std::function<void(Row &&)> &visit)
 {
-    bool folders = rowKind(m_container.kind) == ObjectKind::Folder;
-    SqlText sql;
-    sql += "SELECT o.id, " + (folders ? valueOf(kFolderDepth, m_container.kind) : std::string("0"));
-    for (std::size_t i = 0; i < m_sort.size(); ++i)
-        sql += ", " + valueOf(m_sort[i].tag, m_container.kind) + " AS k" + std::to_string(i);
-    sql += " ";
-    sql.append(everyRow());
+    SqlText sql = selection();
     if (!isEdge(from)) {
         sql += " AND ";
         sql.append(beyond(from, direction));
@@ -290,34 +284,67 @@ void Walk::walkSorted(const Place &from, Direction direction, std::uint64_t rows
     sql += " LIMIT ";
     sql.parameter(static_cast<std::int64_t>(std::min<std::uint64_t>(rows, INT64_MAX)));
     Query query(m_connection, sql);
-    while (query.step()) {
-        Row row{query.row().integer(0), {}, {}};
-        for (std::size_t i = 0; i < m_sort.size(); ++i)
-            row.keys.push_back(decode(query.row(), static_cast<int>(i) + 2, m_sort[i].tag));
-        if (folders)
-            row.values.push_back(query.row().integer32(1));
-        visit(std::move(row));
-    }
+    while (query.step())
+        visit(rowFrom(query.row()));
+}
+
+// "SELECT id, depth, keys ... FROM ... WHERE <in the view>"
+SqlText Walk::selection() const
+{
+    bool folders = rowKind(m_container.kind) == ObjectKind::Folder;
+    SqlText sql;
+    sql += "SELECT o.id, " + (folders ? valueOf(kFolderDepth, m_container.kind) : std::string("0"));
+    for (std::size_t i = 0; i < m_sort.size(); ++i)
+        sql += ", " + valueOf(m_sort[i].tag, m_container.kind) + " AS k" + std::to_string(i);
+    sql += " ";
+    sql.append(everyRow());
+    return sql;
+}
+
+Row Walk::rowFrom(const Statement &statement) const
+{
+    Row row{statement.integer(0), {}, {}};
+    for (std::size_t i = 0; i < m_sort.size(); ++i)
+        row.keys.push_back(decode(statement, static_cast<int>(i) + 2, m_sort[i].tag));
+    if (rowKind(m_container.kind) == ObjectKind::Folder)
+        row.values.push_back(statement.integer32(1));
+    return row;
+}
+
+std::optional<Row> Walk::row(ObjectId id)
+{
+    SqlText sql = selection();
+    sql += " AND o.id = ";
+    sql.parameter(id);
+    Query query(m_connection, sql);
+    return query.step() ? std::optional(rowFrom(query.row())) : std::nullopt;
+}
+
+bool Walk::precedes(const Row &left, const Row &right) const
+{
+    for (std::size_t i = 0; i < m_sort.size(); ++i)
+        if (int order = compareValues(left.keys[i], right.keys[i]))
+            return m_sort[i].descending ? order > 0 : order < 0;
+    return m_sort.front().descending ? left.id > right.id : left.id < right.id;
+}
+
+void completeRow(Row &row, RowReader &values, const std::vector<Tag> &columns)
+{
+    std::vector<Value> own = std::move(row.values); // the depth of a folder, which only the walk knows
+    row.values = values.read(row.id);
+    for (std::size_t i = 0; !own.empty() && i < columns.size(); ++i)
+        if (columns[i] == kFolderDepth)
+            row.values[i] = own.front();
 }
 
 bool Walk::holds(const Place &place)
 {
-    SqlText sql;
-    sql += "SELECT o.id";
-    for (const SortKey &key : m_sort)
-        sql += ", " + valueOf(key.tag, m_container.kind);
-    sql += " ";
-    sql.append(everyRow());
-    sql += " AND o.id = ";
-    sql.parameter(place.id);
-    Query query(m_connection, sql);
-    if (!query.step())
+    std::optional<Row> now = row(place.id);
+    if (!now)
         return false;
-    for (std::size_t i = 0; i < m_sort.size(); ++i) {
-        Value now = decode(query.row(), static_cast<int>(i) + 1, m_sort[i].tag);
-        if (compareValues(now, i < place.keys.size() ? place.keys[i] : Value()) != 0)
+    for (std::size_t i = 0; i < m_sort.size(); ++i)
+        if (compareValues(now->keys[i], i < place.keys.size() ? place.keys[i] : Value()) != 0)
             return false;
-    }
     return true;
 }
 

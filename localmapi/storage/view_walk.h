@@ -21,6 +21,10 @@ class Walk
     // direction.
     void walk(const Place &from, Direction direction, std::uint64_t rows, const std::function<void(Row &&)> &visit);
     bool holds(const Place &place);
+    // One row, as walk() gives it; nothing when the view does not show it.
+    std::optional<Row> row(ObjectId id);
+    // Whether a row comes before another one in the order of the view.
+    bool precedes(const Row &left, const Row &right) const;
 
   private:
     // One facet that has rows of the view; `condition` is what its rows must still satisfy (empty: nothing).
@@ -44,6 +48,8 @@ class Walk
                     const std::function<void(Row &&)> &visit);
     void walkSorted(const Place &from, Direction direction, std::uint64_t rows,
                     const std::function<void(Row &&)> &visit);
+    SqlText selection() const;
+    Row rowFrom(const Statement &statement) const;
     bool ascending(const SortKey &key, Direction direction) const
     {
         return key.descending != (direction == Direction::Forward);
@@ -57,5 +63,10 @@ class Walk
     std::vector<Branch> m_branches;
     const char *m_timeColumn = nullptr; // of the index that has the order of the view
 };
+
+class RowReader;
+
+// Gives a row that came from a walk the values of the columns.
+void completeRow(Row &row, RowReader &values, const std::vector<Tag> &columns);
 
 } // namespace localmapi::storage

@@ -1,5 +1,7 @@
 #include "Letters.h"
 
+#include "localmapi/storage/check.h"
+
 namespace localmapi::test
 {
 
@@ -145,6 +147,12 @@ Ref<IMessage> EmbeddedIn(IAttach *attachment, ULONG flags)
                                          reinterpret_cast<LPUNKNOWN *>(message.put())),
                 S_OK);
     return message;
+}
+
+void WithLetters::TearDown()
+{
+    for (const storage::Finding &finding : storage::check(m_mailbox.site(), false))
+        ADD_FAILURE() << finding.text;
 }
 
 Ref<IMessage> WithLetters::LetterTo(std::vector<Recipient> recipients, const Props &props)

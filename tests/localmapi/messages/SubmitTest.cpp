@@ -230,6 +230,19 @@ TEST_F(SubmitTest, WhatWasChangedSinceTheLastSaveIsSentToo)
     EXPECT_EQ(AttachmentsOf(MessageIn(m_outbox.get()).get()), "one.txt=1, two.txt=2");
 }
 
+TEST_F(SubmitTest, WhatWasWrittenToAStreamThatIsStillOpenIsSentToo)
+{
+    auto letter = Letter();
+    Ref<IStream> body;
+    ASSERT_CODE(OpenStream(letter.get(), PR_BODY_A, MAPI_CREATE | MAPI_MODIFY, body), S_OK);
+    ASSERT_CODE(WriteStream(body.get(), "not committed"), S_OK);
+    ASSERT_CODE(letter->SubmitMessage(0), S_OK);
+    EXPECT_EQ(TextOf(MessageIn(m_bobsInbox.get()).get(), PR_BODY_A), "not committed");
+    ASSERT_CODE(WriteStream(body.get(), "too late"), S_OK);
+    EXPECT_CODE(letter->SubmitMessage(0), MAPI_E_SUBMITTED);
+    EXPECT_CODE(body->Commit(0), MAPI_E_NO_ACCESS);
+}
+
 TEST_F(SubmitTest, AMessageThatSomebodyElseChangedOrDeletedIsNotSent)
 {
     auto letter = Letter();

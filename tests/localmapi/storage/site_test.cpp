@@ -122,7 +122,7 @@ TEST_F(Sites, OfOthersAreRefusedAndLeftAsTheyAre)
 TEST_F(Sites, OfANewerVersionAreRefusedAndLeftAsTheyAre)
 {
     Site::create(path, "S", "O");
-    Raw(path).execute("PRAGMA user_version = 2");
+    Raw(path).execute("PRAGMA user_version = 3");
     std::string before = contentOf(path);
     try {
         Site::open(path);
@@ -132,7 +132,7 @@ TEST_F(Sites, OfANewerVersionAreRefusedAndLeftAsTheyAre)
         EXPECT_THAT(error.what(), testing::HasSubstr("newer version"));
     }
     EXPECT_EQ(contentOf(path), before);
-    Raw(path).execute("PRAGMA user_version = 1");
+    Raw(path).execute("PRAGMA user_version = 2");
     EXPECT_FALSE(opening(path));
     Raw(path).execute("PRAGMA user_version = 0");
     EXPECT_EQ(opening(path), Fault::NotASite);

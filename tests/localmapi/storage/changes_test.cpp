@@ -1,0 +1,365 @@
+// Proves that the log of changes tells what happened to a view, as the difference between two looks at it; that it is
+// bounded, and says so when something is lost; and that waiting for changes ends when there is one.
+#include "Fixture.h"
+#include "localmapi/storage/changes.h"
+#include "localmapi/storage/database.h"
+#include <fstream>
+#include <sqlite3.h>
+#include <thread>
+
+namespace localmapi::storage
+{
+
+namespace
+{
+
+using Kind = RowChange::Kind;
+
+class Changed : public SiteTest
+{
+  protected:
+    // "+a +b after a ~c -d several lost", with the subjects that rows have or had.
+    std::string toldBy(Watch &watch)
+    {
+        std::string told;
+        for (const RowChange &change : watch.next({kSubject})) {
+            told += told.empty() ? "" : " ";
+            if (change.kind == Kind::Several || change.kind == Kind::Lost) {
+                told += change.kind == Kind::Several ? "several" : "lost";
+                continue;
+            }
+            if (change.kind != Kind::Removed)
+                m_names[change.row.id] = std::get<std::string>(change.row.values.at(0));
+            told += (change.kind == Kind::Added      ? "+"
+                     : change.kind == Kind::Modified ? "~"
+                                                     : "-") +
+                    m_names[change.row.id];
+            if (change.prior)
+                told += "(" + m_names[*change.prior] + ")";
+        }
+        return told;
+    }
+    ObjectId added(const std::string &subject, const PropertyBag &more = {})
+    {
+        ObjectId id = add(subject, more);
+        m_names[id] = subject;
+        return id;
+    }
+    void raw(const char *sql)
+    {
+        sqlite3 *handle = nullptr;
+        ASSERT_EQ(sqlite3_open(site.path().c_str(), &handle), SQLITE_OK);
+        EXPECT_EQ(sqlite3_exec(handle, sql, nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(handle);
+        sqlite3_close(handle);
+    }
+    std::int64_t entries()
+    {
+        Reader reader(site.database());
+        return reader->integer("SELECT count(*) FROM change_entry");
+    }
+    void rename(ObjectId id, const std::string &subject)
+    {
+        MessageChanges changes;
+        changes.properties.set.set(kSubject, subject);
+        objects.changeMessage(id, changes);
+    }
+
+    std::map<ObjectId, std::string> m_names;
+};
+
+TEST_F(Changed, RowsAreToldAsTheDifferenceBetweenTwoLooks)
+{
+    ObjectId old = added("old"), gone = added("gone");
+    Watch watch{View(site, inbox())};
+    EXPECT_EQ(toldBy(watch), "");
+    ObjectId a = added("a");
+    rename(a, "a again");
+    objects.removeMessages({added("brief")});
+    rename(gone, "changed first");
+    objects.removeMessages({gone});
+    rename(old, "older");
+    EXPECT_EQ(toldBy(watch), "-gone ~older +a again(older)");
+    EXPECT_EQ(toldBy(watch), "");
+}
+
+TEST_F(Changed, EveryKindOfWriteIsTold)
+{
+    ObjectId other = objects.createFolder(box.ipmSubtree, {{kDisplayName, std::string("other")}});
+    Watch here{View(site, inbox())}, there{View(site, {Container::Kind::Contents, other})};
+    ObjectId a = added("a");
+    EXPECT_EQ(toldBy(here), "+a");
+    objects.changeFlags({a}, 0x100, 0);
+    EXPECT_EQ(toldBy(here), "~a");
+    objects.changeFlags({a}, 0x100, 0); // they are set already
+    EXPECT_EQ(toldBy(here), "");
+    MessageChanges recipients;
+    recipients.recipients = std::vector<PropertyBag>{{{kDisplayName, std::string("Bob")}}};
+    objects.changeMessage(a, recipients);
+    EXPECT_EQ(toldBy(here), "~a");
+    MessageChanges attachments;
+    attachments.attachments = {{0, false, {{{kAttachName, std::string("x")}}, {}}, nullptr}};
+    objects.changeMessage(a, attachments);
+    EXPECT_EQ(toldBy(here), "~a");
+    objects.copyMessages({a}, other);
+    EXPECT_EQ(toldBy(there), "+a");
+    objects.moveMessages({a}, other);
+    EXPECT_EQ(toldBy(here), "-a");
+    EXPECT_EQ(toldBy(there).substr(0, 2), "+a");
+    objects.setAllRead(other, true);
+    EXPECT_EQ(toldBy(there), "several");
+    objects.removeAllMessages(other);
+    EXPECT_EQ(toldBy(there), "several");
+    add("b");
+    objects.removeFolder(other);
+    EXPECT_EQ(toldBy(there), "several");
+    EXPECT_EQ(toldBy(here), "+b");
+    expectSound();
+}
+
+TEST_F(Changed, AFilterOnOtherPropertiesThanTheFacetsIsFollowedExactly)
+{
+    Filter filter = Filter::content(kSubject, Filter::Match::Prefix, std::string("x"));
+    ObjectId in = added("x in"), out = added("out");
+    Watch watch{View(site, inbox(), filter)};
+    rename(out, "still out");
+    rename(in, "x still in");
+    EXPECT_EQ(toldBy(watch), "~x still in");
+    rename(in, "gone");
+    rename(out, "x now in");
+    EXPECT_EQ(toldBy(watch), "-x still in +x now in");
+    objects.removeMessages({in, out});
+    EXPECT_EQ(toldBy(watch), "-x now in");
+}
+
+TEST_F(Changed, AFilterOnFacetsIsFollowedWithoutKnowingTheRows)
+{
+    Filter urgent = Filter::compare(kImportance, Relation::Equal, std::int32_t{2});
+    ObjectId a = added("a"), b = added("b", {{kImportance, std::int32_t{2}}});
+    Watch watch{View(site, inbox(), urgent)};
+    rename(a, "quiet");
+    EXPECT_EQ(toldBy(watch), "");
+    MessageChanges louder, quieter;
+    louder.properties.set.set(kImportance, std::int32_t{2});
+    quieter.properties.remove = {kImportance};
+    objects.changeMessage(a, louder);
+    objects.changeMessage(b, quieter);
+    EXPECT_EQ(toldBy(watch), "-b +quiet");
+    objects.setAllRead(box.inbox, true);
+    EXPECT_EQ(toldBy(watch), "several");
+    objects.removeMessages({a});
+    objects.setAllRead(box.inbox, false);
+    EXPECT_EQ(toldBy(watch), "-quiet");
+}
+
+TEST_F(Changed, FoldersAreToldAtEveryDepthAndByTheirCounts)
+{
+    Watch flat{View(site, {Container::Kind::Folders, box.ipmSubtree})};
+    Watch deep{View(site, {Container::Kind::FoldersDeep, box.ipmSubtree})};
+    auto kinds = [](Watch &watch) {
+        std::vector<std::pair<Kind, ObjectId>> kindsTold;
+        for (const RowChange &change : watch.next({kDisplayName, kFolderDepth}))
+            kindsTold.emplace_back(change.kind, change.row.id);
+        return kindsTold;
+    };
+    using testing::ElementsAre;
+    using testing::Pair;
+    using testing::UnorderedElementsAre;
+    add("mail");
+    EXPECT_THAT(kinds(flat), ElementsAre(Pair(Kind::Modified, box.inbox)));
+    EXPECT_THAT(kinds(deep), ElementsAre(Pair(Kind::Modified, box.inbox)));
+    ObjectId sub = objects.createFolder(box.inbox, {{kDisplayName, std::string("sub")}});
+    EXPECT_THAT(kinds(flat), ElementsAre(Pair(Kind::Modified, box.inbox)));
+    EXPECT_THAT(kinds(deep), UnorderedElementsAre(Pair(Kind::Modified, box.inbox), Pair(Kind::Added, sub)));
+    // The subject of a message is in no folder's row.
+    ObjectId mail = add("x");
+    kinds(flat);
+    kinds(deep);
+    rename(mail, "y");
+    EXPECT_THAT(kinds(flat), ElementsAre());
+    EXPECT_THAT(kinds(deep), ElementsAre());
+    ObjectId below = objects.createFolder(sub, {{kDisplayName, std::string("below")}});
+    kinds(deep);
+    objects.removeFolder(sub);
+    EXPECT_THAT(kinds(deep), UnorderedElementsAre(Pair(Kind::Removed, sub), Pair(Kind::Removed, below),
+                                                  Pair(Kind::Modified, box.inbox)));
+}
+
+TEST_F(Changed, PeopleAreTold)
+{
+    Watch watch{View(site, {Container::Kind::Directory, 0})};
+    Directory directory(site);
+    directory.addContact("Zoe", "zoe@x.example");
+    EXPECT_EQ(watch.next({}).size(), 1u);
+    directory.addUser("dave", "Dave");
+    EXPECT_EQ(watch.next({}).size(), 1u);
+    add("mail");
+    EXPECT_TRUE(watch.next({}).empty());
+}
+
+TEST_F(Changed, MoreThanAClientWantsToHearOneByOneIsToldTogether)
+{
+    Watch watch{View(site, inbox())};
+    std::vector<NewMessage> messages(33, NewMessage{box.inbox, message("m")});
+    objects.createMessages(messages);
+    EXPECT_EQ(toldBy(watch), "several");
+    messages.resize(32);
+    objects.createMessages(messages);
+    EXPECT_EQ(watch.next({}).size(), 32u);
+}
+
+TEST_F(Changed, ABulkChangeIsAFewEntriesAndOnlyForTheViewsThatItConcerns)
+{
+    Watch all{View(site, inbox())};
+    Watch urgent{View(site, inbox(), Filter::compare(kImportance, Relation::Equal, std::int32_t{2}))};
+    std::int64_t before = entries();
+    objects.createMessages(std::vector<NewMessage>(5000, NewMessage{box.inbox, message("m")}));
+    EXPECT_LT(entries() - before, 5);
+    EXPECT_EQ(toldBy(all), "several");
+    EXPECT_EQ(toldBy(urgent), "");
+}
+
+TEST_F(Changed, TheLogIsBoundedAndWhoeverFallsBehindIsTold)
+{
+    Watch watch{View(site, {Container::Kind::Contents, box.outbox})};
+    Watch fresh = watch;
+    std::vector<NewMessage> messages;
+    for (int number = 0; number < 20; ++number) {
+        ObjectId id = objects.createFolder(box.ipmSubtree, {{kDisplayName, std::string("f") + std::to_string(number)}});
+        messages.insert(messages.end(), 100, NewMessage{id, {}});
+    }
+    for (int round = 0; round < 8; ++round)
+        objects.createMessages(messages);
+    EXPECT_LE(entries(), 10000);
+    EXPECT_GE(entries(), 5000);
+    EXPECT_EQ(toldBy(watch), "lost");
+    EXPECT_EQ(toldBy(watch), "");
+    // Unless it is known that nothing of it concerned the view.
+    EXPECT_TRUE(fresh.next({}, watch.position()).empty());
+}
+
+TEST_F(Changed, AnEmptiedLogAnOlderFileAndARepairAreLosses)
+{
+    Watch watch{View(site, inbox())};
+    ChangeLog log(site);
+    added("a");
+    EXPECT_EQ(toldBy(watch), "+a");
+    raw("DELETE FROM change_entry");
+    EXPECT_EQ(toldBy(watch), "lost");
+    added("b");
+    EXPECT_EQ(toldBy(watch), "lost");
+    EXPECT_TRUE(log.next().lost);
+    added("c");
+    EXPECT_EQ(toldBy(watch), "+c(b)");
+    raw("UPDATE facet SET count = count + 1");
+    EXPECT_FALSE(check(site, true).empty());
+    EXPECT_EQ(toldBy(watch), "lost");
+}
+
+TEST_F(Changed, TheLogNamesTheContainers)
+{
+    ChangeLog log(site);
+    EXPECT_TRUE(log.next().empty());
+    add("a");
+    News news = log.next();
+    EXPECT_TRUE(news.concerns(inbox()));
+    EXPECT_TRUE(news.concerns({Container::Kind::Folders, box.ipmSubtree}));
+    EXPECT_TRUE(news.concerns({Container::Kind::FoldersDeep, box.root}));
+    EXPECT_FALSE(news.concerns({Container::Kind::Contents, box.outbox}));
+    EXPECT_FALSE(news.concerns({Container::Kind::Folders, box.inbox}));
+    EXPECT_FALSE(news.concerns({Container::Kind::Directory, 0}));
+    EXPECT_TRUE(log.next().empty());
+    Names(site).ids({{Guid{}, std::string("name")}}, true);
+    EXPECT_TRUE(log.next().empty());
+}
+
+TEST_F(Changed, AWriteThatTellsTheLogNothingIsStillToldOfByItsFacets)
+{
+    Watch watch{View(site, inbox())};
+    {
+        Writer writer(site.database());
+        std::int64_t facet = writer.facets().enter(*writer, box.inbox, FacetKey{});
+        ObjectId id = writer.newId();
+        writer
+            ->prepare("INSERT INTO object (id, kind, parent, facet, submitted, delivered, created, modified, change) "
+                      "VALUES (?, 3, ?, ?, 0, 0, 0, 0, 0)")
+            .bind(id, box.inbox, facet)
+            .run();
+        writer.commit();
+    }
+    EXPECT_EQ(toldBy(watch), "several");
+}
+
+TEST_F(Changed, WhatIsRolledBackIsNotTold)
+{
+    Watch watch{View(site, inbox())};
+    {
+        Writer writer(site.database());
+        writer.changes().messageAdded(1, box.inbox, {});
+    }
+    EXPECT_EQ(faultOf([&] { objects.createMessages({{box.inbox, {}}, {box.id, {}}}); }), Fault::Invalid);
+    EXPECT_EQ(toldBy(watch), "");
+}
+
+TEST_F(Changed, AFileOfTheFirstVersionIsUpgradedAndThenTells)
+{
+    std::string path = folder.file("old.db");
+    ObjectId user = 0;
+    {
+        Site made = Site::create(path, "S", "O");
+        user = Directory(made).addUser("u", "U").mailbox;
+    }
+    sqlite3 *handle = nullptr;
+    ASSERT_EQ(sqlite3_open(path.c_str(), &handle), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(handle, "DROP TABLE change_entry; PRAGMA user_version = 1", nullptr, nullptr, nullptr),
+              SQLITE_OK);
+    sqlite3_close(handle);
+    EXPECT_EQ(faultOf([&] { Site::open(path, {.readOnly = true}); }), Fault::NoAccess);
+    Site upgraded = Site::open(path);
+    Mailbox mailbox = Directory(upgraded).mailbox(user);
+    Watch watch{View(upgraded, {Container::Kind::Contents, mailbox.inbox})};
+    EXPECT_TRUE(watch.next({}).empty());
+    Objects(upgraded).createMessage(mailbox.inbox, {});
+    EXPECT_EQ(watch.next({}).size(), 1u);
+    EXPECT_TRUE(check(upgraded, false).empty());
+}
+
+TEST_F(Changed, AWaitEndsWithACommitOfWhoeverAndWithAWakeUp)
+{
+    constexpr std::chrono::seconds kBound{60};
+    ChangeSignal signal;
+    ASSERT_TRUE(signal.listen({site.path()}));
+    ChangeLog log(site);
+    auto begun = std::chrono::steady_clock::now();
+    std::thread writer([&] { Objects(Site::open(site.path())).createMessage(box.inbox, {}); });
+    while (log.next().empty())
+        signal.wait(kBound);
+    writer.join();
+    std::thread waker([&] { signal.wake(); });
+    signal.wait(kBound);
+    waker.join();
+    EXPECT_LT(std::chrono::steady_clock::now() - begun, kBound);
+    EXPECT_TRUE(signal.listen({}));
+    signal.wait(std::chrono::milliseconds(1));
+}
+
+TEST_F(Changed, AFileOfWhichTheSystemTellsNothingIsLookedAt)
+{
+    ChangeSignal signal;
+    EXPECT_FALSE(signal.listen({folder.file("nowhere/site.db")}));
+    ChangeSignal::announce(folder.file("nowhere/site.db"));
+    constexpr std::chrono::seconds kBound{60};
+    auto begun = std::chrono::steady_clock::now();
+    std::thread maker([&] {
+        std::filesystem::path later(folder.file("nowhere"));
+        std::filesystem::create_directory(later);
+        std::ofstream(later / "site.db") << "here";
+    });
+    signal.wait(kBound);
+    maker.join();
+    EXPECT_LT(std::chrono::steady_clock::now() - begun, kBound);
+    EXPECT_TRUE(signal.listen({site.path()}));
+}
+
+} // namespace
+
+} // namespace localmapi::storage

@@ -38,11 +38,13 @@ class LogWriter
     {
         if (m_next - m_first == kPerChange)
             throw Error(Fault::TooBig, "A single change touches more objects than the log of changes can tell.");
-        m_insert.bind(m_next++, static_cast<std::int64_t>(entry.kind), static_cast<std::int64_t>(entry.event),
-                      entry.container, entry.object, entry.before ? std::optional(entry.before->flags) : std::nullopt,
-                      entry.before ? entry.before->messageClass : std::nullopt,
-                      entry.before ? entry.before->importance : std::nullopt);
-        m_insert.run();
+        // One expression: the statement reads bound text where it lies until it has run.
+        m_insert
+            .bind(m_next++, static_cast<std::int64_t>(entry.kind), static_cast<std::int64_t>(entry.event),
+                  entry.container, entry.object, entry.before ? std::optional(entry.before->flags) : std::nullopt,
+                  entry.before ? entry.before->messageClass : std::nullopt,
+                  entry.before ? entry.before->importance : std::nullopt)
+            .run();
     }
 
     void prune()

@@ -19,6 +19,7 @@ constexpr Pair kPairs[] = {
     {"IsConnected", "JustALock", "OrlIsConnected : taking a lock"},
     {"TraceGuardFilteredOut", "ReadingTheClock", "a trace guard that is filtered out : reading the clock"},
     {"SendVoiceMail", "OneTransaction", "sending a voice mail of 200 KB : one transaction with its bytes"},
+    {"DayOfACalendar", "DayOfACalendarInPlainSql", "a day of 10,000 appointments : the same rows in plain SQL"},
     {"Save100MB", "Cp100MB", "saving a recording of 100 MB : cp"},
     {"NotifiedWithinTheProcess", "SaveChangesAlone", "SaveChanges until a sink here is called : until it returns"},
     {"NotifiedAcrossProcesses", "SaveChangesAlone", "SaveChanges until a sink elsewhere is called : until it returns"},

@@ -199,6 +199,34 @@ typedef struct ExchangeProfileW {
     WCHAR *pszDisplayName;
 } ExchangeProfileW;
 
+/*
+ * An appointment; 51 bytes in a 32-bit build, elements of an array follow each other without padding. The three flags
+ * are never written: they hold whatever the memory held, and mean nothing.
+ */
+typedef struct CalendarEventA {
+    BYTE bBusy;
+    BYTE bOutOfOffice;
+    BYTE bTentative;
+    LONG lDuration; /* minutes */
+    char *pszLocation;
+    char *pszSubject;
+    char *pszBody;
+    SYSTEMTIME stStart; /* UTC */
+    SYSTEMTIME stEnd;   /* UTC */
+} CalendarEventA;
+
+typedef struct CalendarEventW {
+    BYTE bBusy;
+    BYTE bOutOfOffice;
+    BYTE bTentative;
+    LONG lDuration;
+    WCHAR *pszLocation;
+    WCHAR *pszSubject;
+    WCHAR *pszBody;
+    SYSTEMTIME stStart;
+    SYSTEMTIME stEnd;
+} CalendarEventW;
+
 #pragma pack(pop)
 
 /* ---- Connection and session ---------------------------------------------------------------------------- */
@@ -447,6 +475,29 @@ HRESULT ORLAPI OrlAdviseW(DWORD hConnection, OrlSink *phSink, LPCWSTR szMailbox,
  */
 HRESULT ORLAPI OrlUnadvise(DWORD hConnection, OrlSink hSink, ULONG *pulUnused);
 
+/* ---- Calendar ------------------------------------------------------------------------------------------ */
+
+/*
+ * Ordinals 5 and 18. The appointments of one day, in order of their start (of a recurring one: of its series), with
+ * the occurrences of recurring ones; what is marked as free time is left out. Start and end are UTC.
+ *
+ * szDate     the day, in a form of the user's locale ("11/23/2026", "November 23, 2026"; "2026-11-23" in every one);
+ *            0x80020005 (DISP_E_TYPEMISMATCH) where it is none.
+ * ppEvents   one result block of *pcEvents elements, to be freed also where there are none.
+ * pcEvents   set to 0 before anything else.
+ *
+ * The day is 00:00 to 23:59 of local time, with the offset to UTC that holds today. An appointment that is not
+ * recurring is listed only if it begins and ends within it. Occurrences are found by rules of their own: the last day
+ * of a series is never one, a weekly series falls only on whole numbers of its weeks after its first day, a daily one
+ * counts its interval in minutes where days are meant, a monthly or yearly one by a day of the month falls on that day
+ * only where the month has it, and the n-th week of a month begins with the 7th, 14th, 21st and 28th. Occurrences that
+ * were deleted or moved are not looked at. A recurring appointment whose rule can't be read is listed on every day.
+ */
+HRESULT ORLAPI OrlMapiObtainCalendarEventsA(DWORD hConnection, OrlMailbox hMailbox, LPCSTR szDate,
+                                            CalendarEventA **ppEvents, ULONG *pcEvents);
+HRESULT ORLAPI OrlMapiObtainCalendarEventsW(DWORD hConnection, OrlMailbox hMailbox, LPCWSTR szDate,
+                                            CalendarEventW **ppEvents, ULONG *pcEvents);
+
 /* ---- Error text ---------------------------------------------------------------------------------------- */
 
 /*
@@ -504,6 +555,8 @@ typedef HRESULT(ORLAPI *PFN_OrlRespondEmailW)(DWORD, OrlMailbox, ULONG, const BY
 typedef HRESULT(ORLAPI *PFN_OrlAdviseA)(DWORD, OrlSink *, LPCSTR, MailboxCountCallback, ULONG_PTR, OrlMailbox *);
 typedef HRESULT(ORLAPI *PFN_OrlAdviseW)(DWORD, OrlSink *, LPCWSTR, MailboxCountCallback, ULONG_PTR, OrlMailbox *);
 typedef HRESULT(ORLAPI *PFN_OrlUnadvise)(DWORD, OrlSink, ULONG *);
+typedef HRESULT(ORLAPI *PFN_OrlMapiObtainCalendarEventsA)(DWORD, OrlMailbox, LPCSTR, CalendarEventA **, ULONG *);
+typedef HRESULT(ORLAPI *PFN_OrlMapiObtainCalendarEventsW)(DWORD, OrlMailbox, LPCWSTR, CalendarEventW **, ULONG *);
 typedef void(ORLAPI *PFN_OrlGetErrorTextA)(DWORD, HRESULT, char *, ULONG);
 typedef void(ORLAPI *PFN_OrlGetErrorTextW)(DWORD, HRESULT, WCHAR *, ULONG);
 

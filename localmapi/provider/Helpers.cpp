@@ -15,8 +15,8 @@ namespace localmapi
 namespace
 {
 
-// How many rows are asked for in one call.
-constexpr LONG kPage = 500;
+// How many rows are asked for in one call: each one may have to look for its rows anew.
+constexpr LONG kPage = 2000;
 
 struct FreeRowsOnExit {
     SRowSet *rows = nullptr;

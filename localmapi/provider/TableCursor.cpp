@@ -147,7 +147,7 @@ SRowSet *Table::ReadRows(std::int64_t count, Place &first, Place &last)
 {
     // Rows are read some at a time, so that what the storage gave of a great many is not held beside what the client
     // gets; a backward read begins where the client's page begins.
-    constexpr std::int64_t kPiece = 1000;
+    constexpr std::int64_t kPiece = 2000;
     std::vector<Block<SPropValue>> rows;
     const auto take = [&](const std::vector<storage::Row> &read) {
         for (const storage::Row &row : read)

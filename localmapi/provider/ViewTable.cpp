@@ -21,6 +21,7 @@ class ViewSource final : public RowSource
     ULONG Type() const override { return TBLTYPE_DYNAMIC; }
     void Arrange(storage::Filter filter, std::vector<storage::SortKey> sort) override
     {
+        m_end.reset();
         m_view = storage::View(m_site, m_container, std::move(filter), std::move(sort));
     }
     std::uint64_t Count() const override { return m_view.count(); }
@@ -29,10 +30,20 @@ class ViewSource final : public RowSource
     {
         return m_view.move(from, rows);
     }
+    // Who reads to the end asks once more to see that it is the end. As long as nothing in the site has changed the
+    // answer is known, and the rows need not be looked for again.
     std::vector<storage::Row> Read(const storage::Place &from, storage::Direction direction, std::size_t rows,
                                    const std::vector<storage::Tag> &columns) const override
     {
-        return m_view.read(from, direction, rows, columns);
+        const bool forward = direction == storage::Direction::Forward;
+        const storage::ChangeNumber change = m_site.changeNumber();
+        if (forward && m_end && m_end->change == change && m_end->id == from.id &&
+            from.where == storage::Place::Where::After)
+            return {};
+        std::vector<storage::Row> read = m_view.read(from, direction, rows, columns);
+        if (forward && !read.empty() && read.size() < rows)
+            m_end = End{read.back().id, change};
+        return read;
     }
     std::optional<storage::Row> Find(const storage::Place &from, storage::Direction direction,
                                      const storage::Filter &filter) const override
@@ -48,11 +59,18 @@ class ViewSource final : public RowSource
     }
 
   private:
+    // The last row of the view, at a time when the site had this change number.
+    struct End {
+        storage::ObjectId id;
+        storage::ChangeNumber change;
+    };
+
     storage::Site m_site;
     storage::Objects m_objects;
     storage::Container m_container;
     TableSchema m_schema;
     storage::View m_view;
+    mutable std::optional<End> m_end; // under the table's lock, as every call
 };
 
 } // namespace

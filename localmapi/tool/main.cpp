@@ -1,4 +1,5 @@
 // localmapi: makes and fills sites, and registers localmapi as Windows' mail client.
+#include "AppointmentOptions.h"
 #include "Tool.h"
 #include "common/CommandLine.h"
 #include "localmapi/storage/error.h"
@@ -14,6 +15,7 @@ struct Arguments {
     UserOptions newUser;
     DeliverOptions delivery;
     FillOptions fill;
+    AppointmentOptions appointment;
     bool isDefault = false, repair = false;
 };
 
@@ -118,6 +120,39 @@ void addDeliverCommands(CLI::App &app, Arguments &a)
     onCommand(*fax, [&] { deliverFax(a.common, a.delivery); });
 }
 
+void addAppointmentCommands(CLI::App &app, Arguments &a)
+{
+    auto *appointment = app.add_subcommand("appointment", "Appointments of a user's calendar");
+    appointment->require_subcommand(1);
+    auto *addition = appointment->add_subcommand("add", "Put an appointment into a calendar");
+    AppointmentOptions &o = a.appointment;
+    addition->add_option("--user", o.user, "A user's alias")->required();
+    addition->add_option("--start", o.start, "\"2026-11-23 09:00\", local time")->required();
+    addition->add_option("--end", o.end, "The same; of a recurring one, of its first occurrence")->required();
+    addition->add_option("--subject", o.subject, "Subject")->required();
+    addition->add_option("--location", o.location, "Where");
+    addition->add_option("--body", o.body, "Text");
+    addition->add_option("--busy", o.busy, "free, tentative, busy or oof (out of office)")
+        ->check(CLI::IsMember({"free", "tentative", "busy", "oof"}))
+        ->capture_default_str();
+    addition->add_option("--recur", o.recur, "daily, weekly, monthly or yearly; once without it")
+        ->check(CLI::IsMember({"daily", "weekly", "monthly", "yearly"}));
+    addition->add_option("--every", o.every, "Every so many days, weeks, months or years")
+        ->check(CLI::Range(1, 999))
+        ->capture_default_str();
+    addition->add_option("--on", o.on, "Weekdays: sun,mon,tue,wed,thu,fri,sat, weekday or day; else the start's")
+        ->delimiter(',')
+        ->check(CLI::IsMember({"sun", "mon", "tue", "wed", "thu", "fri", "sat", "weekday", "day"}));
+    addition->add_option("--day", o.day, "monthly, yearly: the day of the month; else the start's")
+        ->check(CLI::Range(1, 31));
+    addition->add_option("--week", o.week, "monthly, yearly, with --on: first, second, third, fourth or last")
+        ->check(CLI::IsMember({"first", "second", "third", "fourth", "last"}));
+    addition->add_option("--month", o.month, "yearly: the month; else the start's")->check(CLI::Range(1, 12));
+    auto *until = addition->add_option("--until", o.until, "The last day, \"2026-12-31\"; for ever without it");
+    addition->add_option("--times", o.times, "So many times")->check(CLI::Range(1, 999))->excludes(until);
+    onCommand(*addition, [&] { addAppointment(a.common, a.appointment); });
+}
+
 void addMailboxCommands(CLI::App &app, Arguments &a)
 {
     auto *list = app.add_subcommand("list", "List a folder's messages");
@@ -149,6 +184,7 @@ void describe(CLI::App &app, Arguments &arguments)
     addSiteCommands(app, arguments);
     addProfileCommands(app, arguments);
     addDeliverCommands(app, arguments);
+    addAppointmentCommands(app, arguments);
     addMailboxCommands(app, arguments);
 }
 

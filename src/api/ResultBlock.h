@@ -33,6 +33,17 @@ template <class Record> class ResultBlock
             Flavour::Out(child, text);
         return child;
     }
+    // The same in as many bytes as the converted text needs.
+    template <class Flavour> typename Flavour::Char *ExactText(const tstring &text)
+    {
+        using Char = typename Flavour::Char;
+        const auto &converted = Flavour::Converted(text);
+        const std::size_t bytes = (converted.size() + 1) * sizeof(Char);
+        auto *child = static_cast<Char *>(More(bytes));
+        if (child)
+            std::memcpy(child, converted.c_str(), bytes);
+        return child;
+    }
     BYTE *Bytes(const std::vector<BYTE> &bytes)
     {
         auto *child = static_cast<BYTE *>(More(bytes.size()));

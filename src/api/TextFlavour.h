@@ -11,12 +11,15 @@ struct Narrow {
     using EmailHeader = EmailHeaderA;
     using AttachmentInfo = AttachmentInfoA;
     using EmailText = EmailTextA;
+    using CalendarEvent = CalendarEventA;
     using ExchangeServerName = ExchangeServerNameA;
     using ExchangeProfile = ExchangeProfileA;
 
     // A null or unreadable argument is reported and empty.
     static tstring In(const char *text) { return tstring(text); }
     static ULONG OutBytes(const tstring &text) { return static_cast<ULONG>(text.size() + 1); }
+    // The text as it goes out, for results whose size is that of what they hold.
+    static const tstring &Converted(const tstring &text) { return text; }
     // `target` has OutBytes(text) bytes.
     static void Out(char *target, const tstring &text) { std::memcpy(target, text.c_str(), text.size() + 1); }
 };
@@ -28,16 +31,22 @@ struct Wide {
     using EmailHeader = EmailHeaderW;
     using AttachmentInfo = AttachmentInfoW;
     using EmailText = EmailTextW;
+    using CalendarEvent = CalendarEventW;
     using ExchangeServerName = ExchangeServerNameW;
     using ExchangeProfile = ExchangeProfileW;
 
     static tstring In(const WCHAR *text) { return tstring(text); }
     // Enough for any encoding: no narrow byte gives more than one UTF-16 unit.
     static ULONG OutBytes(const tstring &text) { return static_cast<ULONG>(text.size() * 2 + 2); }
-    static void Out(WCHAR *target, const tstring &text)
+    static wtext Converted(const tstring &text)
     {
         wtext wide;
         text.ToWide(wide, 65001);
+        return wide;
+    }
+    static void Out(WCHAR *target, const tstring &text)
+    {
+        const wtext wide = Converted(text);
         const std::size_t length = std::min(wide.size(), text.size());
         std::memcpy(target, wide.data(), length * sizeof(WCHAR));
         target[length] = 0;

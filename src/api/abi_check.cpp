@@ -55,8 +55,23 @@ template <class Header, class Attachment, class Text, class Server, class Profil
     return true;
 }
 
+template <class Event> constexpr bool EventLayoutHolds()
+{
+    static_assert(offsetof(Event, bBusy) == 0 && offsetof(Event, bOutOfOffice) == 1 &&
+                  offsetof(Event, bTentative) == 2);
+    static_assert(offsetof(Event, lDuration) == 3);
+    static_assert(offsetof(Event, pszLocation) == At(7, 0));
+    static_assert(offsetof(Event, pszSubject) == At(7, 1));
+    static_assert(offsetof(Event, pszBody) == At(7, 2));
+    static_assert(offsetof(Event, stStart) == At(7, 3));
+    static_assert(offsetof(Event, stEnd) == At(23, 3));
+    static_assert(sizeof(Event) == At(39, 3));
+    return true;
+}
+static_assert(EventLayoutHolds<CalendarEventA>() && EventLayoutHolds<CalendarEventW>());
+
 static_assert(LayoutsHold<EmailHeaderA, AttachmentInfoA, EmailTextA, ExchangeServerNameA, ExchangeProfileA>());
 static_assert(LayoutsHold<EmailHeaderW, AttachmentInfoW, EmailTextW, ExchangeServerNameW, ExchangeProfileW>());
 static_assert(sizeof(void *) != 4 ||
               (sizeof(EmailHeaderA) == 71 && sizeof(AttachmentInfoA) == 16 && sizeof(EmailTextA) == 8 &&
-               sizeof(ExchangeServerNameA) == 9 && sizeof(ExchangeProfileA) == 5));
+               sizeof(ExchangeServerNameA) == 9 && sizeof(ExchangeProfileA) == 5 && sizeof(CalendarEventA) == 51));

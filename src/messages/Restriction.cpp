@@ -1,4 +1,5 @@
 #include "messages/Restriction.h"
+#include "common/tstring.h"
 
 namespace
 {
@@ -95,6 +96,18 @@ Restriction Restriction::Compare(Property property, ULONG relop, bool value)
     auto backing = ValueOf(property.ulPropTag);
     backing->value.Value.b = value;
     return Comparison(property, relop, std::move(backing), value ? "TRUE" : "FALSE");
+}
+
+Restriction Restriction::Compare(Property property, ULONG relop, const FILETIME &time)
+{
+    auto backing = ValueOf(property.ulPropTag);
+    backing->value.Value.ft = time;
+    SYSTEMTIME utc = {};
+    FileTimeToSystemTime(&time, &utc);
+    tstring shown;
+    shown.Format("%04d-%02d-%02d %02d:%02d:%02d UTC", utc.wYear, utc.wMonth, utc.wDay, utc.wHour, utc.wMinute,
+                 utc.wSecond);
+    return Comparison(property, relop, std::move(backing), shown);
 }
 
 Restriction Restriction::Content(Property property, ULONG fuzzyLevel, const std::string &text)

@@ -27,7 +27,7 @@ class Restriction
     const std::string &Description() const { return m_description; }
 
     // The property stands in a relation (RELOP_EQ, RELOP_NE, ...) to a value: text for PT_STRING8, a number for
-    // PT_LONG, a truth value for PT_BOOLEAN.
+    // PT_LONG, a truth value for PT_BOOLEAN, a time for PT_SYSTIME.
     static Restriction Compare(Property property, ULONG relop, const std::string &text);
     static Restriction Compare(Property property, ULONG relop, const char *text)
     {
@@ -35,6 +35,7 @@ class Restriction
     }
     static Restriction Compare(Property property, ULONG relop, Constant number);
     static Restriction Compare(Property property, ULONG relop, bool value);
+    static Restriction Compare(Property property, ULONG relop, const FILETIME &time);
     // The property's text holds a text: fuzzyLevel is FL_SUBSTRING or FL_PREFIX, with FL_IGNORECASE as wished.
     static Restriction Content(Property property, ULONG fuzzyLevel, const std::string &text);
     // The bits of a mask: relation is BMR_NEZ (one of them is set) or BMR_EQZ (none is).

@@ -6,6 +6,7 @@
 #include "common/Owners.h"
 #include "common/tstring.h"
 #include "messages/Header.h"
+#include "session/CalendarEvent.h"
 #include <atomic>
 #include <map>
 #include <memory>
@@ -149,6 +150,14 @@ class CMAPIImpl
     HRESULT Advise(const tstring &szMailbox, CAdviseSink **ppSink, MailboxCountCallback pfnCallback,
                    ULONG_PTR ulContext, IMsgStore **ppMailboxMDB);
     HRESULT Unadvise(CAdviseSink *pSink, ULONG *pulCount);
+
+    // The calendar: the appointments of a day, which is given as text.
+    HRESULT ObtainCalendarEvents(IMsgStore *pIMsgStore, const tstring &szDate, std::vector<CalendarEvent> &events);
+    HRESULT ScanCalendarFolder(IMsgStore *pIMsgStore, ULONG cbEntryID, const BYTE *lpEntryID, const tstring &szDate,
+                               std::vector<CalendarEvent> &events);
+    // Local time as UTC. What can't be read is a failure; what can't be converted is reported, and S_OK.
+    static HRESULT UCTTimeFromString(const WCHAR *szTime, SYSTEMTIME *pUtc);
+    static HRESULT UCTTimeFromLocalTime(const SYSTEMTIME *pLocal, SYSTEMTIME *pUtc);
 
     // The open-object counter, a leak diagnostic.
     std::atomic<LONG> &OpenObjects() { return m_lOpenObjects; }

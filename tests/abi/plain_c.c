@@ -58,6 +58,8 @@ SAME_TYPE(OrlRespondEmailW);
 SAME_TYPE(OrlAdviseA);
 SAME_TYPE(OrlAdviseW);
 SAME_TYPE(OrlUnadvise);
+SAME_TYPE(OrlMapiObtainCalendarEventsA);
+SAME_TYPE(OrlMapiObtainCalendarEventsW);
 SAME_TYPE(OrlGetErrorTextA);
 SAME_TYPE(OrlGetErrorTextW);
 
@@ -75,6 +77,8 @@ int main(void)
     same("ExchangeServerNameW", sizeof(ExchangeServerNameW), 1 + 2 * pointer);
     same("ExchangeProfileA", sizeof(ExchangeProfileA), 1 + pointer);
     same("ExchangeProfileW", sizeof(ExchangeProfileW), 1 + pointer);
+    same("CalendarEventA", sizeof(CalendarEventA), 39 + 3 * pointer);
+    same("CalendarEventW", sizeof(CalendarEventW), 39 + 3 * pointer);
     same("OrlMailbox", sizeof(OrlMailbox), pointer);
     same("OrlSink", sizeof(OrlSink), pointer);
     if (pointer == 4) {
@@ -83,6 +87,11 @@ int main(void)
         same("EmailTextA on 32 bits", sizeof(EmailTextA), 8);
         same("ExchangeServerNameA on 32 bits", sizeof(ExchangeServerNameA), 9);
         same("ExchangeProfileA on 32 bits", sizeof(ExchangeProfileA), 5);
+        same("CalendarEventA on 32 bits", sizeof(CalendarEventA), 51);
+        same("lDuration", offsetof(CalendarEventA, lDuration), 3);
+        same("pszBody", offsetof(CalendarEventA, pszBody), 15);
+        same("stStart", offsetof(CalendarEventA, stStart), 19);
+        same("stEnd", offsetof(CalendarEventA, stEnd), 35);
         same("stSubmitTime", offsetof(EmailHeaderA, stSubmitTime), 20);
         same("bRead", offsetof(EmailHeaderA, bRead), 36);
         same("ulMsgReceived", offsetof(EmailHeaderA, ulMsgReceived), 67);

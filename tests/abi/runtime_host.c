@@ -213,6 +213,24 @@ static void notifications(void)
         fail("OrlUnadvise", "wrote its third parameter");
 }
 
+static void calendar(void)
+{
+    FIND(OrlMapiObtainCalendarEventsA);
+    FIND(OrlMapiObtainCalendarEventsW);
+    static const WCHAR none[1] = {0};
+    CalendarEventA *eventsA = 0;
+    CalendarEventW *eventsW = 0;
+    ULONG count = 9;
+
+    EXPECT("OrlMapiObtainCalendarEventsA", pOrlMapiObtainCalendarEventsA(0, 1, "", &eventsA, &count), INVALID);
+    if (count != 0 || eventsA)
+        fail("OrlMapiObtainCalendarEventsA", "touched the outputs");
+    count = 9;
+    EXPECT("OrlMapiObtainCalendarEventsW", pOrlMapiObtainCalendarEventsW(0, 1, none, &eventsW, &count), INVALID);
+    if (count != 0 || eventsW)
+        fail("OrlMapiObtainCalendarEventsW", "touched the outputs");
+}
+
 static void texts(void)
 {
     FIND(OrlGetErrorTextA);
@@ -239,6 +257,7 @@ int main(int argc, char **argv)
     messages();
     sending();
     notifications();
+    calendar();
     texts();
     if ((size_t)tried != sizeof kExports / sizeof kExports[0])
         fail("the list of exports", "has functions that were not tried");

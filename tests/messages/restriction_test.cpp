@@ -12,6 +12,7 @@ namespace
 constexpr Property kSubject{PR_SUBJECT_A, "PR_SUBJECT"};
 constexpr Property kFlags{PR_MESSAGE_FLAGS, "PR_MESSAGE_FLAGS"};
 constexpr Property kDefaultStore{PR_DEFAULT_STORE, "PR_DEFAULT_STORE"};
+constexpr Property kSubmitted{PR_CLIENT_SUBMIT_TIME, "PR_CLIENT_SUBMIT_TIME"};
 constexpr Constant kTwo{2, "TWO"};
 
 std::string Tree(const Restriction &restriction)
@@ -35,6 +36,8 @@ TEST(RestrictionTest, EachFormIsItsNodeAndItsText)
         {Restriction::Compare(kFlags, RELOP_GE, kTwo), "PROPERTY(PR_MESSAGE_FLAGS >= 2)", "(PR_MESSAGE_FLAGS >= TWO)"},
         {Is(kDefaultStore, true), "PROPERTY(PR_DEFAULT_STORE == TRUE)", "(PR_DEFAULT_STORE == TRUE)"},
         {Is(kDefaultStore, false), "PROPERTY(PR_DEFAULT_STORE == FALSE)", "(PR_DEFAULT_STORE == FALSE)"},
+        {Restriction::Compare(kSubmitted, RELOP_GE, FILETIME{0xF0A57A00, 0x01DD7D38}),
+         "PROPERTY(PR_CLIENT_SUBMIT_TIME >= 0x1DD7D38F0A57A00)", "(PR_CLIENT_SUBMIT_TIME >= 2026-11-25 23:59:00 UTC)"},
         {Contains(kSubject, "c"), "CONTENT(PR_SUBJECT_A SUBSTRING|IGNORECASE \"c\")", "(PR_SUBJECT contains c)"},
         {StartsWith(kSubject, "d"), "CONTENT(PR_SUBJECT_A PREFIX|IGNORECASE \"d\")", "(PR_SUBJECT starts with d)"},
         {BitsSet(kFlags, kTwo), "BITMASK(PR_MESSAGE_FLAGS & 0x2 != 0)", "((PR_MESSAGE_FLAGS & TWO) != 0)"},

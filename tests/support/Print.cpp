@@ -124,6 +124,27 @@ std::string Tag(ULONG tag)
     return name ? name : text;
 }
 
+std::string PropertyName(const MAPINAMEID &name)
+{
+    if (name.ulKind != MNID_ID || !name.lpguid)
+        return "?";
+    const GUID &set = *name.lpguid;
+    char text[64];
+    std::snprintf(text, sizeof text, "{%08x-%04x-%04x-%02x%02x-%02x%02x%02x%02x%02x%02x}/0x%x",
+                  static_cast<unsigned>(set.Data1), set.Data2, set.Data3, set.Data4[0], set.Data4[1], set.Data4[2],
+                  set.Data4[3], set.Data4[4], set.Data4[5], set.Data4[6], set.Data4[7],
+                  static_cast<unsigned>(name.Kind.lID));
+    return text;
+}
+
+std::string PropertyNames(ULONG count, const MAPINAMEID *const *names)
+{
+    std::string result;
+    for (ULONG i = 0; i < count; ++i)
+        result += (i ? ", " : "") + PropertyName(*names[i]);
+    return "[" + result + "]";
+}
+
 std::string Tags(const SPropTagArray *tags)
 {
     if (!tags)

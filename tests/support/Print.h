@@ -15,7 +15,9 @@ std::string EntryId(ULONG count, const void *id); // eid(name) for the double's 
 std::string Interface(const IID *iid);            // NULL or the interface's name
 std::string Tag(ULONG tag);                       // PR_ENTRYID, PR_SUBJECT_A, or the number
 std::string Tags(const SPropTagArray *tags);      // [PR_ENTRYID, PR_SUBJECT_A]
-std::string Property(const SPropValue &value);    // PR_SUBJECT_A="text"
+std::string PropertyName(const MAPINAMEID &name); // {00062002-0000-0000-c000-000000000046}/0x8205
+std::string PropertyNames(ULONG count, const MAPINAMEID *const *names);
+std::string Property(const SPropValue &value); // PR_SUBJECT_A="text"
 std::string Properties(ULONG count, const SPropValue *values);
 std::string Restriction(const SRestriction *restriction); // AND(PROPERTY(PR_X == 1), …), NULL
 std::string SortOrder(const SSortOrderSet *order);        // SORT(PR_CLIENT_SUBMIT_TIME ASC)

@@ -35,6 +35,26 @@ HRESULT TakeChanges(Call &call, PropsData &data)
     return call.Return(S_OK);
 }
 
+HRESULT GiveIds(Call &call, const PropsData &data, ULONG count, MAPINAMEID *const *names, SPropTagArray **tags)
+{
+    if (!call.Proceed())
+        return call.Return(E_FAIL);
+    *tags = nullptr;
+    if (call.GivesNull())
+        return call.Return(S_OK);
+    auto *given = static_cast<SPropTagArray *>(NewRoot("property tags", CbNewSPropTagArray(count)));
+    given->cValues = count;
+    bool all = true;
+    for (ULONG i = 0; i < count; ++i) {
+        const auto found = data.ids.find(PropertyName(*names[i]));
+        all = all && found != data.ids.end();
+        given->aulPropTag[i] =
+            found == data.ids.end() ? PROP_TAG(PT_ERROR, 0) : PROP_TAG(PT_UNSPECIFIED, found->second);
+    }
+    *tags = given;
+    return call.Return(all ? S_OK : MAPI_W_ERRORS_RETURNED);
+}
+
 HRESULT GiveProperty(Call &call, const PropsData &data, ULONG tag, const IID *iid, IUnknown **object)
 {
     if (!call.Proceed())

@@ -20,14 +20,17 @@ struct PropsData {
     std::string name;    // the instance name in the conversation
     std::string entryId; // PR_ENTRYID, where it has one
     Row props;
-    int saved = 0;    // successful SaveChanges
-    bool raw = false; // GetProps answers with `props` as they are, whatever was asked for
+    int saved = 0;                     // successful SaveChanges
+    bool raw = false;                  // GetProps answers with `props` as they are, whatever was asked for
+    std::map<std::string, USHORT> ids; // of named properties, by the name as it is printed
     std::map<ULONG, std::shared_ptr<StreamData>> streams;        // OpenProperty(tag, IID_IStream)
     std::map<ULONG, std::shared_ptr<StreamData>> docfileStreams; // OpenProperty(tag, IID_IStreamDocfile)
     std::map<ULONG, std::shared_ptr<StorageData>> storages;      // OpenProperty(tag, IID_IStorage)
 };
 
 HRESULT GiveProps(Call &call, const PropsData &data, const SPropTagArray *tags, ULONG *count, LPSPropValue *values);
+// Names without an identifier are errors in the list.
+HRESULT GiveIds(Call &call, const PropsData &data, ULONG count, MAPINAMEID *const *names, SPropTagArray **tags);
 HRESULT GiveProperty(Call &call, const PropsData &data, ULONG tag, const IID *iid, IUnknown **object);
 
 // What objects that can be changed answer to SetProps and SaveChanges.
@@ -64,7 +67,11 @@ template <class Interface> class PropObject : public ComObject<Interface>
                (ULONG, LPCIID, LPSPropTagArray, ULONG, LPMAPIPROGRESS, LPCIID, LPVOID, ULONG, LPSPropProblemArray *))
     NOT_CALLED(CopyProps, (LPSPropTagArray, ULONG, LPMAPIPROGRESS, LPCIID, LPVOID, ULONG, LPSPropProblemArray *))
     NOT_CALLED(GetNamesFromIDs, (LPSPropTagArray *, LPGUID, ULONG, ULONG *, LPMAPINAMEID **))
-    NOT_CALLED(GetIDsFromNames, (ULONG, LPMAPINAMEID *, ULONG, LPSPropTagArray *))
+    STDMETHODIMP GetIDsFromNames(ULONG count, LPMAPINAMEID *names, ULONG flags, LPSPropTagArray *tags) override
+    {
+        Call call(*this, "GetIDsFromNames", {PropertyNames(count, names), Hex(flags)});
+        return GiveIds(call, *m_props, count, names, tags);
+    }
 
   protected:
     bool IsOwnInterface(REFIID riid) const override { return riid == IID_IMAPIProp; }

@@ -55,4 +55,6 @@ void RespondToMessage(const Common &common, const std::string &mailbox, const En
                       const AttachOptions &attach);
 // Until interrupted, or what the options say.
 void WatchMailboxes(const Common &common, const WatchOptions &options);
+// Today without a date.
+void ShowCalendar(const Common &common, const std::string &mailbox, const std::string &date);
 void ExplainError(const Common &common, const std::string &code);

@@ -140,6 +140,18 @@ void AddAnswerCommands(CLI::App &app, Common &common, MessageArguments &argument
         [&common, &arguments, &options, id] { RespondToMessage(common, arguments.mailbox, id(), options.attach); });
 }
 
+struct CalendarArguments {
+    std::string mailbox, date;
+};
+
+void AddCalendarCommand(CLI::App &app, Common &common, CalendarArguments &arguments)
+{
+    auto *calendar = app.add_subcommand("calendar", "Show a day of a mailbox's calendar, in local time");
+    calendar->add_option("MAILBOX", arguments.mailbox, "A user's name")->required();
+    calendar->add_option("DATE", arguments.date, "2026-11-23, or as the locale writes dates; today without it");
+    calendar->callback([&] { ShowCalendar(common, arguments.mailbox, arguments.date); });
+}
+
 struct Arguments {
     Common common;
     std::string profile, code;
@@ -148,6 +160,7 @@ struct Arguments {
     MessageArguments message;
     SendOptions send;
     VoicemailOptions voicemail;
+    CalendarArguments calendar;
 };
 
 void Describe(CLI::App &app, Arguments &arguments)
@@ -165,6 +178,7 @@ void Describe(CLI::App &app, Arguments &arguments)
     AddSendCommands(app, arguments.common, arguments.send, arguments.voicemail);
     AddAnswerCommands(app, arguments.common, arguments.message, arguments.send);
     AddWatchCommand(app, arguments.common, arguments.watch);
+    AddCalendarCommand(app, arguments.common, arguments.calendar);
 }
 
 } // namespace

@@ -1,0 +1,153 @@
+#include "Appointment.h"
+#include "Tags.h"
+#include <array>
+
+namespace localmapi::delivery
+{
+
+using storage::makeTag;
+using storage::PropertyBag;
+using storage::Type;
+
+namespace
+{
+
+constexpr std::int64_t kMinute = 600000000;
+constexpr std::int64_t kForEver = 0x0CB34557A3DD4000; // the end of what never ends
+
+constexpr Tag kStartDate = 0x00600040;
+constexpr Tag kEndDate = 0x00610040;
+constexpr Tag kIconIndex = 0x10800003;
+
+// Property sets as they lie in memory.
+constexpr storage::Guid kAppointmentSet = {0x02, 0x20, 0x06, 0, 0, 0, 0, 0, 0xC0, 0, 0, 0, 0, 0, 0, 0x46};
+constexpr storage::Guid kCommonSet = {0x08, 0x20, 0x06, 0, 0, 0, 0, 0, 0xC0, 0, 0, 0, 0, 0, 0, 0x46};
+constexpr storage::Guid kMeetingSet = {0x90, 0xDA, 0xD8, 0x6E, 0x0B, 0x45, 0x1B, 0x10,
+                                       0x98, 0xDA, 0x00, 0xAA, 0x00, 0x3F, 0x13, 0x05};
+
+// The named properties of appointments, in the order of kNames.
+enum Name : std::size_t {
+    BusyStatusName,
+    LocationName,
+    StartName,
+    EndName,
+    DurationName,
+    AllDayName,
+    StateFlagsName,
+    RecurrenceName,
+    RecurringName,
+    IntendedBusyName,
+    RecurrenceTypeName,
+    RecurrenceTextName,
+    ClipStartName,
+    ClipEndName,
+    CommonStartName,
+    CommonEndName,
+    SideEffectsName,
+    IsRecurringName,
+    kNameCount
+};
+
+struct NamedProperty {
+    const storage::Guid *set;
+    std::int32_t number;
+    Type type;
+};
+constexpr std::array<NamedProperty, kNameCount> kNames = {{{&kAppointmentSet, 0x8205, Type::Int32},
+                                                           {&kAppointmentSet, 0x8208, Type::Text},
+                                                           {&kAppointmentSet, 0x820D, Type::Time},
+                                                           {&kAppointmentSet, 0x820E, Type::Time},
+                                                           {&kAppointmentSet, 0x8213, Type::Int32},
+                                                           {&kAppointmentSet, 0x8215, Type::Boolean},
+                                                           {&kAppointmentSet, 0x8217, Type::Int32},
+                                                           {&kAppointmentSet, 0x8216, Type::Binary},
+                                                           {&kAppointmentSet, 0x8223, Type::Boolean},
+                                                           {&kAppointmentSet, 0x8224, Type::Int32},
+                                                           {&kAppointmentSet, 0x8231, Type::Int32},
+                                                           {&kAppointmentSet, 0x8232, Type::Text},
+                                                           {&kAppointmentSet, 0x8235, Type::Time},
+                                                           {&kAppointmentSet, 0x8236, Type::Time},
+                                                           {&kCommonSet, 0x8516, Type::Time},
+                                                           {&kCommonSet, 0x8517, Type::Time},
+                                                           {&kCommonSet, 0x8510, Type::Int32},
+                                                           {&kMeetingSet, 0x0005, Type::Boolean}}};
+
+using Tags = std::array<Tag, kNameCount>;
+
+Tags tagsOf(storage::Site site)
+{
+    std::vector<storage::PropertyName> names;
+    for (const NamedProperty &property : kNames)
+        names.push_back({*property.set, property.number});
+    const std::vector<std::uint16_t> ids = storage::Names(std::move(site)).ids(names, true);
+    Tags tags;
+    for (std::size_t i = 0; i < kNameCount; ++i)
+        tags[i] = makeTag(ids[i], kNames[i].type);
+    return tags;
+}
+
+std::int64_t midnight(Day day)
+{
+    constexpr auto kOrigin = Day(std::chrono::year(1601) / 1 / 1);
+    return (day - kOrigin).count() * 1440 * kMinute;
+}
+
+void setRecurrence(PropertyBag &bag, const Tags &tags, const Appointment &appointment, std::int32_t minutes)
+{
+    const RecurrenceRule &rule = *appointment.rule;
+    bag.set(tags[RecurrenceName],
+            recurrenceStructure(rule, appointment.first, appointment.startMinute, static_cast<unsigned>(minutes)));
+    bag.set(tags[RecurrenceTextName], describe(rule));
+    bag.set(tags[ClipStartName], midnight(appointment.first));
+    const auto occurrences = rule.until || rule.times ? occurrencesFrom(rule, appointment.first) : std::nullopt;
+    bag.set(tags[ClipEndName], occurrences ? midnight(occurrences->last) : kForEver);
+}
+
+} // namespace
+
+storage::MessageChanges compose(storage::Site site, const Appointment &appointment, const storage::User &owner)
+{
+    constexpr std::int32_t kSingleIcon = 1024, kRecurringIcon = 1025;
+    constexpr std::int32_t kSideEffects = 0x171; // clients open it as a whole, and not for what is new
+    const Tags tags = tagsOf(std::move(site));
+    const auto minutes = static_cast<std::int32_t>((appointment.end - appointment.start) / kMinute);
+    const bool recurs = appointment.rule.has_value();
+
+    storage::MessageChanges message;
+    PropertyBag &bag = message.properties.set;
+    bag.set(storage::kMessageClass, std::string("IPM.Appointment"));
+    bag.set(storage::kMessageFlags, storage::kFlagRead);
+    bag.set(kSensitivity, std::int32_t{0});
+    bag.set(storage::kImportance, std::int32_t{1});
+    bag.set(kSubject, appointment.subject);
+    bag.set(kNormalizedSubject, appointment.subject);
+    bag.set(kConversationTopic, appointment.subject);
+    bag.set(kBody, appointment.body);
+    bag.set(kIconIndex, recurs ? kRecurringIcon : kSingleIcon);
+    for (const auto &[name, type, address] :
+         {std::array{kSenderName, kSenderAddressType, kSenderAddress},
+          std::array{kRepresentedName, kRepresentedAddressType, kRepresentedAddress}}) {
+        bag.set(name, owner.name);
+        bag.set(type, std::string("EX"));
+        bag.set(address, owner.dn);
+    }
+    for (const Tag tag : {kStartDate, tags[StartName], tags[CommonStartName], tags[ClipStartName]})
+        bag.set(tag, appointment.start);
+    for (const Tag tag : {kEndDate, tags[EndName], tags[CommonEndName], tags[ClipEndName]})
+        bag.set(tag, appointment.end);
+    bag.set(tags[BusyStatusName], static_cast<std::int32_t>(appointment.busy));
+    bag.set(tags[IntendedBusyName], static_cast<std::int32_t>(appointment.busy));
+    bag.set(tags[LocationName], appointment.location);
+    bag.set(tags[DurationName], minutes);
+    bag.set(tags[AllDayName], false);
+    bag.set(tags[StateFlagsName], std::int32_t{0});
+    bag.set(tags[SideEffectsName], kSideEffects);
+    bag.set(tags[RecurringName], recurs);
+    bag.set(tags[IsRecurringName], recurs);
+    bag.set(tags[RecurrenceTypeName], recurs ? recurrenceType(*appointment.rule) : 0);
+    if (recurs)
+        setRecurrence(bag, tags, appointment, minutes);
+    return message;
+}
+
+} // namespace localmapi::delivery

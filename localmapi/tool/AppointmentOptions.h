@@ -1,0 +1,20 @@
+// What `localmapi appointment add` takes.
+#pragma once
+#include <string>
+#include <vector>
+
+namespace localmapi::tool
+{
+
+struct Common;
+
+struct AppointmentOptions {
+    std::string user, start, end, subject, location, body, busy = "busy";
+    std::string recur, until, week;
+    std::vector<std::string> on;
+    unsigned every = 1, times = 0, day = 0, month = 0; // 0: not given
+};
+
+void addAppointment(const Common &common, const AppointmentOptions &options);
+
+} // namespace localmapi::tool

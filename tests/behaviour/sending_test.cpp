@@ -9,6 +9,9 @@ using namespace localmapi;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
+constexpr storage::Tag kLastVerb = storage::makeTag(0x1081, storage::Type::Int32);
+constexpr storage::Tag kIconIndex = storage::makeTag(0x1080, storage::Type::Int32);
+
 class SendingBehaviour : public BehaviourTest
 {
   protected:
@@ -72,6 +75,21 @@ class SendingBehaviour : public BehaviourTest
         const std::string sender = header ? header->pszSenderName : "";
         OrlMapiFreeBuffer(header);
         return sender;
+    }
+    // The last verb that was done on the one message of an Inbox, and its icon; 0 for none.
+    std::pair<std::int32_t, std::int32_t> MarksOf(const std::string &alias)
+    {
+        const storage::Directory directory(site());
+        const storage::Mailbox mailbox = directory.mailbox(directory.userByAlias(alias)->mailbox);
+        const storage::View view(site(), {storage::Container::Kind::Contents, mailbox.inbox});
+        const auto rows =
+            view.read(storage::Place::beginning(), storage::Direction::Forward, 2, {kLastVerb, kIconIndex});
+        EXPECT_EQ(1U, rows.size());
+        const auto number = [](const storage::Value &value) {
+            const auto *is = std::get_if<std::int32_t>(&value);
+            return is ? *is : 0;
+        };
+        return {number(rows.at(0).values[0]), number(rows.at(0).values[1])};
     }
     static ULONG Size(const Id &id) { return static_cast<ULONG>(id.size()); }
 
@@ -203,6 +221,8 @@ TEST_F(SendingBehaviour, AForwardIsACopyFromTheMailboxThatForwards)
     // The original is where and what it was.
     EXPECT_EQ("Bob Baker", SenderOf(m_alice, Only(m_alice, {})));
     EXPECT_EQ(original, Only(m_alice, {}));
+    EXPECT_EQ(std::pair(104, 0), MarksOf("alice")) << "forwarded";
+    EXPECT_EQ(std::pair(0, 0), MarksOf("carol")) << "the copy is not";
 }
 
 TEST_F(SendingBehaviour, AnAnswerGoesToTheSenderWithTheRecording)
@@ -224,7 +244,10 @@ TEST_F(SendingBehaviour, AnAnswerGoesToTheSenderWithTheRecording)
     EXPECT_THAT(Outbox("alice"), IsEmpty());
 
     EXPECT_HR(0, OrlRespondEmailW(m_connection, m_alice, Size(original), original.data(), OLESTR(""), OLESTR(""), 7));
-    EXPECT_EQ(2U, ListAll(m_bob, {}).count);
+    const Page both = ListAll(m_bob, withAttachments);
+    ASSERT_EQ(2U, both.count);
+    EXPECT_EQ(1U, both.attachments[1].size()) << "without a file there is the original's recording alone";
+    EXPECT_EQ(std::pair(102, 262), MarksOf("alice"));
 }
 
 TEST_F(SendingBehaviour, ASenderWithoutAnAddressIsNotAnswered)
@@ -234,6 +257,7 @@ TEST_F(SendingBehaviour, ASenderWithoutAnAddressIsNotAnswered)
     EXPECT_HR(0, OrlRespondEmailA(m_connection, m_alice, Size(original), original.data(), "", "", 0));
     EXPECT_THAT(Sent("alice"), IsEmpty());
     EXPECT_EQ(1U, Inbox("alice").size());
+    EXPECT_EQ(std::pair(102, 262), MarksOf("alice")) << "replied to, all the same";
 }
 
 TEST_F(SendingBehaviour, ForwardsAndAnswersThatCanNotBeSentAreZeroToo)
@@ -251,12 +275,17 @@ TEST_F(SendingBehaviour, ForwardsAndAnswersThatCanNotBeSentAreZeroToo)
     EXPECT_EQ(original, Only(m_alice, {}));
 }
 
-TEST_F(SendingBehaviour, AForwardWhoseRecipientIsUnknownGoesToThoseOfTheOriginal)
+TEST_F(SendingBehaviour, AForwardToNobodyKnownGoesToTheRecipientsOfTheOriginal)
 {
     ASSERT_HR(0, SendVoice("alice"));
     const Id original = Only(m_alice, {});
-    EXPECT_HR(0, OrlForwardEmailA(m_connection, m_alice, Size(original), original.data(), "nobody"));
-    EXPECT_THAT(Inbox("bob"), IsEmpty());
-    EXPECT_EQ(2U, Inbox("alice").size());
-    EXPECT_EQ(1U, Sent("alice").size());
+    std::size_t copies = 0;
+    for (const char *recipients : {"nobody", "", ";", "bob;nobody"}) {
+        SCOPED_TRACE(recipients);
+        EXPECT_HR(0, OrlForwardEmailA(m_connection, m_alice, Size(original), original.data(), recipients));
+        ++copies;
+        EXPECT_THAT(Inbox("bob"), IsEmpty());
+        EXPECT_EQ(1 + copies, Inbox("alice").size());
+        EXPECT_EQ(copies, Sent("alice").size());
+    }
 }

@@ -11,6 +11,8 @@ using testing::IsEmpty;
 
 constexpr storage::Tag kLastVerb = storage::makeTag(0x1081, storage::Type::Int32);
 constexpr storage::Tag kIconIndex = storage::makeTag(0x1080, storage::Type::Int32);
+constexpr storage::Tag kFilename = storage::makeTag(0x3704, storage::Type::Text);
+constexpr storage::Tag kLongFilename = storage::makeTag(0x3707, storage::Type::Text);
 
 class SendingBehaviour : public BehaviourTest
 {
@@ -76,14 +78,18 @@ class SendingBehaviour : public BehaviourTest
         OrlMapiFreeBuffer(header);
         return sender;
     }
-    // The last verb that was done on the one message of an Inbox, and its icon; 0 for none.
-    std::pair<std::int32_t, std::int32_t> MarksOf(const std::string &alias)
+    // The first messages of an Inbox, two at most, with these properties.
+    std::vector<storage::Row> FirstOf(const std::string &alias, const std::vector<storage::Tag> &tags)
     {
         const storage::Directory directory(site());
         const storage::Mailbox mailbox = directory.mailbox(directory.userByAlias(alias)->mailbox);
         const storage::View view(site(), {storage::Container::Kind::Contents, mailbox.inbox});
-        const auto rows =
-            view.read(storage::Place::beginning(), storage::Direction::Forward, 2, {kLastVerb, kIconIndex});
+        return view.read(storage::Place::beginning(), storage::Direction::Forward, 2, tags);
+    }
+    // The last verb that was done on the one message of an Inbox, and its icon; 0 for none.
+    std::pair<std::int32_t, std::int32_t> MarksOf(const std::string &alias)
+    {
+        const auto rows = FirstOf(alias, {kLastVerb, kIconIndex});
         EXPECT_EQ(1U, rows.size());
         const auto number = [](const storage::Value &value) {
             const auto *is = std::get_if<std::int32_t>(&value);
@@ -188,18 +194,29 @@ TEST_F(SendingBehaviour, FilesOfEverySizeArriveWhole)
     EXPECT_THAT(page.attachments[0], ElementsAre(0U));
 }
 
-TEST_F(SendingBehaviour, NamesOfEveryLengthAreTaken)
+TEST_F(SendingBehaviour, NamesOfEveryLengthArriveAsShortOrLongOnes)
 {
     const std::string file = Wave("sound.wav", 10);
-    for (const std::string &name : {std::string("a.wa"), std::string("message.wav"), std::string(255, 'n'),
-                                    std::string(256, 'n') + ".wav", std::string()}) {
+    const std::pair<std::string, bool> names[] = {{"a.wa", true},
+                                                  {"message.wav", false},
+                                                  {std::string(255, 'n'), false},
+                                                  {std::string(256, 'n') + ".wav", false},
+                                                  {"", true}};
+    for (const auto &[name, isShort] : names) {
+        SCOPED_TRACE(name);
         ASSERT_HR(0, Send("alice", "Named", file, name.c_str()));
-        Filter withAttachments = Mail();
-        withAttachments.attachments = 1;
-        const Page page = ListAll(m_alice, withAttachments);
-        ASSERT_EQ(1U, page.count);
-        EXPECT_EQ(1U, page.attachments[0].size());
-        EXPECT_HR(0, OrlDeleteEmail(m_connection, m_alice, Size(page.ids[0]), page.ids[0].data()));
+        const storage::Objects objects(site());
+        const auto rows = FirstOf("alice", {});
+        ASSERT_EQ(1U, rows.size());
+        const auto attachments = objects.attachments(rows[0].id);
+        ASSERT_EQ(1U, attachments.size());
+        const auto bag = objects.read(attachments[0].id, {kFilename, kLongFilename});
+        const auto *taken = bag.get<std::string>(isShort ? kFilename : kLongFilename);
+        ASSERT_TRUE(taken);
+        EXPECT_EQ(name, *taken);
+        EXPECT_FALSE(bag.find(isShort ? kLongFilename : kFilename));
+        const Id id = Only(m_alice, Mail());
+        EXPECT_HR(0, OrlDeleteEmail(m_connection, m_alice, Size(id), id.data()));
     }
 }
 

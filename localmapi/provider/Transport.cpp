@@ -45,8 +45,8 @@ class Router
         for (const PropertyBag &recipient : m_message.recipients) {
             Addressee found = FindAddressee(m_store, recipient);
             if (TypeOf(recipient) != MAPI_BCC)
-                m_shown.push_back(found.recipient);
-            m_all.push_back(found.recipient);
+                m_shown->push_back(found.recipient);
+            m_all->push_back(found.recipient);
             if (!found.user) {
                 unreached.push_back(std::move(found));
                 continue;
@@ -153,7 +153,7 @@ class Router
         set.set(PR_MESSAGE_RECIP_ME, how.to || how.copy);
         // Nobody sees who got a blind copy.
         set.set(PR_DISPLAY_BCC_W, std::string());
-        destination.changes.recipients = m_shown;
+        destination.recipients = m_shown;
         return destination;
     }
 
@@ -161,7 +161,7 @@ class Router
     {
         Destination destination{folder, Sent(), {}};
         destination.changes.properties.set.set(PR_MESSAGE_FLAGS, std::int32_t{MSGFLAG_READ});
-        destination.changes.recipients = m_all;
+        destination.recipients = m_all;
         return destination;
     }
 
@@ -185,7 +185,10 @@ class Router
     const Outgoing &m_message;
     const std::int64_t m_now = storage::currentTime();
     PropertyBag m_sender, m_represented;
-    std::vector<PropertyBag> m_shown, m_all; // recipients, without and with those of blind copies
+    // Recipients, without and with those of blind copies.
+    using List = std::shared_ptr<std::vector<PropertyBag>>;
+    const List m_shown = std::make_shared<std::vector<PropertyBag>>();
+    const List m_all = std::make_shared<std::vector<PropertyBag>>();
     std::vector<How> m_how;
 };
 

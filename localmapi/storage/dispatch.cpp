@@ -44,23 +44,24 @@ MessageChanges contentOf(Writer &writer, const ObjectRow &message)
     return content;
 }
 
-MessageChanges merged(MessageChanges content, const MessageChanges &changes)
+// The message as it is to be in a place.
+MessageChanges merged(MessageChanges content, const Destination &destination)
 {
-    for (Tag tag : changes.properties.remove)
+    for (Tag tag : destination.changes.properties.remove)
         content.properties.set.erase(tag);
-    for (const Property &property : changes.properties.set)
+    for (const Property &property : destination.changes.properties.set)
         content.properties.set.set(property.tag, property.value);
-    if (changes.recipients)
-        content.recipients = changes.recipients;
+    if (destination.recipients)
+        content.recipients = *destination.recipients;
     return content;
 }
 
 ObjectId deliver(Writer &writer, const Destination &destination, const MessageChanges &content)
 {
     if (!destination.cover)
-        return insertMessage(writer, destination.folder, merged(content, destination.changes));
+        return insertMessage(writer, destination.folder, merged(content, destination));
     MessageChanges cover = *destination.cover;
-    cover.attachments.at(0).embedded = std::make_shared<MessageChanges>(merged(content, destination.changes));
+    cover.attachments.at(0).embedded = std::make_shared<MessageChanges>(merged(content, destination));
     return insertMessage(writer, destination.folder, cover);
 }
 
@@ -70,7 +71,10 @@ ObjectId carry(Writer &writer, const ObjectRow &stored, const Destination &desti
     ObjectId id = stored.info.id;
     if (stored.info.parent != destination.folder)
         id = moveMessage(writer, stored, destination.folder);
-    applyToMessage(writer, getObject(*writer, id), destination.changes);
+    MessageChanges changes = destination.changes;
+    if (destination.recipients)
+        changes.recipients = *destination.recipients;
+    applyToMessage(writer, getObject(*writer, id), changes);
     return id;
 }
 

@@ -56,9 +56,11 @@ struct NewMessage {
 // A place that a message goes to.
 struct Destination {
     ObjectId folder = 0;
-    MessageChanges changes; // what is other about it there; no attachments
+    MessageChanges changes; // what is other about it there; no attachments, no recipients
     // Another message, made in the folder, that carries this one in its first attachment.
-    std::optional<MessageChanges> cover;
+    std::optional<MessageChanges> cover = {};
+    // Its recipients there, unless they are as they were: a list that many places may have.
+    std::shared_ptr<const std::vector<PropertyBag>> recipients = {};
 };
 
 // A message on its way.

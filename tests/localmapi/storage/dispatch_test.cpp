@@ -79,7 +79,8 @@ TEST_F(DispatchTest, WhatIsNotStoredArrivesEverywhereInOneChange)
     Dispatch dispatch;
     dispatch.content = letter("new");
     dispatch.destinations = {to(box.inbox, 0), to(box.sentItems, kFlagRead)};
-    dispatch.destinations[0].changes.recipients = std::vector<PropertyBag>{{{kDisplayName, std::string("Bob")}}};
+    dispatch.destinations[0].recipients =
+        std::make_shared<std::vector<PropertyBag>>(1, PropertyBag{{kDisplayName, std::string("Bob")}});
     ChangeNumber before = site.changeNumber();
     std::vector<ObjectId> ids = objects.dispatch(dispatch);
     EXPECT_EQ(site.changeNumber(), before + 1);
@@ -97,11 +98,12 @@ TEST_F(DispatchTest, WhatIsStoredIsCarriedToTheLastPlaceAndCopiedToTheOthers)
     dispatch.message = stored;
     dispatch.content.properties.set.set(kSubject, std::string("changed"));
     dispatch.destinations = {to(box.inbox, 0), report(box.inbox), to(box.sentItems, kFlagRead)};
+    dispatch.destinations[2].recipients = std::make_shared<std::vector<PropertyBag>>(3);
     std::vector<ObjectId> ids = objects.dispatch(dispatch);
     EXPECT_FALSE(objects.find(stored)) << "it has another number where it is now";
     EXPECT_EQ(countIn(box.outbox), 0u);
     expectLetter(ids[0], "changed", 0);
-    expectLetter(ids[2], "changed", kFlagRead);
+    expectLetter(ids[2], "changed", kFlagRead, 3);
     std::vector<ObjectInfo> held = objects.attachments(ids[1]);
     ASSERT_EQ(held.size(), 1u);
     ObjectId original = objects.embeddedMessage(held[0].id);

@@ -96,6 +96,13 @@ expect 1 orlmapi --profile Voicemail send alice --subject S --attach no-such.wav
 err '^orlmapi: no-such.wav: '
 expect 1 orlmapi --profile Voicemail send alice --subject S --attach .
 err '^orlmapi: \.: '
+if [ -z "$suffix" ]; then
+    mkfifo pipe.wav
+    for file in pipe.wav /dev/null; do
+        expect 1 orlmapi --profile Voicemail send alice --subject S --attach $file
+        err "^orlmapi: $file: this is no ordinary file\$"
+    done
+fi
 expect 1 orlmapi --profile Voicemail send alice --subject S --body-file no-such.txt
 err '^orlmapi: no-such.txt: '
 printf 'caf\351\n' >latin.txt

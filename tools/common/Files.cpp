@@ -42,6 +42,11 @@ std::string FileName(const std::string &file)
 
 void CheckReadable(const std::string &file)
 {
+    // To open a pipe is to wait for its other end.
+    std::error_code none;
+    const std::filesystem::file_type type = std::filesystem::status(PathOf(file), none).type();
+    if (type == std::filesystem::file_type::fifo || type == std::filesystem::file_type::character)
+        throw std::runtime_error(file + ": this is no ordinary file");
     Open(file);
 }
 

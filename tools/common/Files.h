@@ -7,9 +7,9 @@ namespace tool
 
 // The last part of a path.
 std::string FileName(const std::string &file);
-// Whether it can be opened for reading, and is no folder.
+// Whether it can be opened for reading, and is no folder, pipe or device.
 void CheckReadable(const std::string &file);
-// The whole file, which must be text in UTF-8.
+// The whole file, which must be text in UTF-8 without zeros; a byte order mark is left out.
 std::string ReadText(const std::string &file);
 
 } // namespace tool

@@ -353,4 +353,71 @@ TEST_F(UnadviseTest, DisconnectWaitsForACallbackThatIsAtWorkOnItsConnection)
     ExpectEnded();
 }
 
+// Nothing is left of such a sink that closing could wait for, but the library must not end under the callback's feet,
+// nor on its thread.
+TEST_F(UnadviseTest, ClosingWaitsForACallbackThatHasEndedItsOwnSinkAndIsStillInsideACall)
+{
+    LetUnadviseWait();
+    Watch();
+    Gate inside;
+    std::atomic<bool> returned{false};
+    const DWORD handle = hConnection;
+    mapi.script.Tell("MAPIAdminProfiles", Does([&] {
+                         inside.Open();
+                         while (OrlIsMAPIAvailable(handle))
+                             std::this_thread::yield();
+                         // For a close that would not wait to go on.
+                         std::this_thread::sleep_for(std::chrono::milliseconds(50));
+                     }));
+    mapi.script.Tell("Session.Logoff", Does([&] { EXPECT_TRUE(returned) << "logged off under the callback"; }));
+    Answer([&](const Told &) -> BOOL {
+        EXPECT_EQ(OrlUnadvise(handle, sink, nullptr), S_OK);
+        ExchangeProfileA *profiles = nullptr;
+        ULONG count = 0;
+        EXPECT_EQ(OrlGetExchangeProfilesA(handle, &profiles, &count), S_OK);
+        OrlMapiFreeBuffer(profiles);
+        EXPECT_EQ(OrlMapiDisconnect(handle), E_INVALIDARG);
+        returned = true;
+        return 1;
+    });
+    std::thread notifying = NotifyMeanwhile("Table(unread)");
+    ASSERT_TRUE(inside.Pass());
+    Close();
+    EXPECT_TRUE(returned);
+    EXPECT_THAT(Lines(), Contains("> CMAPIImpl::~CMAPIImpl()")) << "here, not on MAPI's thread";
+    notifying.join();
+    EXPECT_THAT(LiveObjects(), IsEmpty());
+}
+
+TEST_F(UnadviseTest, DisconnectWaitsForACallbackWhoseSinkHasEndedWithoutWaiting)
+{
+    Watch();
+    Gate inside;
+    std::atomic<bool> returned{false};
+    Answer([&](const Told &) -> BOOL {
+        inside.Open();
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        returned = true;
+        return 1;
+    });
+    std::thread notifying = NotifyMeanwhile("Table(unread)");
+    ASSERT_TRUE(inside.Pass());
+    EXPECT_EQ(Unadvise(sink), S_OK);
+    EXPECT_EQ(OrlMapiDisconnect(hConnection), S_OK);
+    EXPECT_TRUE(returned);
+    notifying.join();
+    ExpectEnded();
+}
+
+TEST_F(UnadviseTest, ACallbackThatDisconnectsDoesNotWaitForItself)
+{
+    Watch();
+    Answer([&](const Told &) -> BOOL {
+        EXPECT_EQ(OrlMapiDisconnect(hConnection), S_OK);
+        return 1;
+    });
+    Notify("Table(unread)");
+    ExpectEnded();
+}
+
 } // namespace

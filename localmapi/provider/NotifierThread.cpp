@@ -125,6 +125,8 @@ void Notifier::Look(SiteState &site, bool anyDue)
     {
         std::lock_guard hold(m_lock);
         for (const FeedPtr &feed : site.feeds) {
+            if (news && news->lost)
+                feed->m_quietUpTo = 0;
             if (!news || feed->m_due || news->concerns(feed->m_container)) {
                 feed->m_due = false;
                 site.due.emplace_back(feed.get(), feed->m_quietUpTo);
@@ -163,9 +165,12 @@ void Notifier::Call(const ConnectionPtr &connection, std::vector<Notice> &notice
     std::size_t count = 1;
     std::vector<NOTIFICATION> notifications;
     try {
-        for (Notice &notice : notices)
+        for (Notice &notice : notices) {
+            if (notice.event == TABLE_RELOAD)
+                connection->from = -1; // numbers start again where an older copy has taken the file's place
             if (notice.entry > connection->from)
                 notifications.push_back(NotificationOf(notice));
+        }
         first = notifications.data();
         count = notifications.size();
     } catch (const std::bad_alloc &) {

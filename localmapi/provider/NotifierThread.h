@@ -16,7 +16,7 @@ struct Feed::Connection {
     }
     const ULONG number;
     Ref<IMAPIAdviseSink> sink;
-    const std::int64_t from;
+    std::int64_t from; // on the notifier's thread only
     bool ended = false;
     bool endedByItself = false; // the notifier's thread lets go of the sink when it has returned
 };

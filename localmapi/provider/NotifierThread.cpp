@@ -135,8 +135,12 @@ void Notifier::Look(SiteState &site, bool anyDue)
             }
         }
     }
-    for (const auto &[feed, quietUpTo] : site.due)
+    // What has been collected is told; the others are asked when the thread runs again.
+    for (const auto &[feed, quietUpTo] : site.due) {
+        if (IsStopping())
+            return;
         Deliver(*feed, feed->Collect(quietUpTo));
+    }
 }
 
 void Notifier::Deliver(Feed &feed, std::vector<Notice> notices) noexcept
@@ -180,7 +184,7 @@ void Notifier::Call(const ConnectionPtr &connection, std::vector<Notice> &notice
         return;
     {
         std::lock_guard hold(m_lock);
-        if (connection->ended || m_stop)
+        if (connection->ended)
             return;
         m_running = connection.get();
     }

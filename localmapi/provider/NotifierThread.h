@@ -44,7 +44,13 @@ class Notifier
         std::lock_guard hold(m_lock);
         feed.m_due = m_anyDue = true;
     }
+    bool IsStopping()
+    {
+        std::lock_guard hold(m_lock);
+        return m_stop;
+    }
     void Stop() noexcept;
+    void Resume() noexcept;
 
     static bool IsThisThread() noexcept;
 

@@ -1,6 +1,6 @@
 #include "filter_sql.h"
+#include "filter_order.h"
 #include "properties.h"
-#include <algorithm>
 #include <span>
 
 namespace localmapi::storage
@@ -299,44 +299,6 @@ std::string sizeCondition(const Filter &filter, Container::Kind kind, const std:
                   lessSatisfies(filter.relation));
 }
 
-// How many properties are looked for to decide a filter; what lies in an object's own row is at hand.
-int lookupsOf(const Filter &filter, Container::Kind kind)
-{
-    constexpr int kOfSubobjects = 10; // and as many times for each of them
-    const auto lookup = [&](Tag tag) { return columnOf(tag, kind, "o").empty() ? 1 : 0; };
-    int sum =
-        filter.node == Filter::Node::AnyRecipient || filter.node == Filter::Node::AnyAttachment ? kOfSubobjects : 0;
-    for (const Filter &child : filter.children)
-        sum += lookupsOf(child, kind);
-    if (filter.node == Filter::Node::CompareProperties)
-        sum += lookup(filter.otherTag);
-    return filter.children.empty() ? sum + lookup(filter.tag) : sum;
-}
-
-// Whether an object without the property satisfies the relation: many do.
-bool isLax(const Filter &filter)
-{
-    return filter.node == Filter::Node::Compare && lessSatisfies(filter.relation);
-}
-
-using FilterList = std::vector<const Filter *>;
-
-// The order in which the parts of a list are asked: the answer is in most cases known before the last of them, so what
-// looks for most comes last, and of two alike the one that is less likely to decide.
-FilterList inOrderOfCost(const Filter &filter, Container::Kind kind)
-{
-    const bool isAnd = filter.node == Filter::Node::And;
-    std::vector<std::pair<std::pair<int, bool>, const Filter *>> parts;
-    for (const Filter &child : filter.children)
-        parts.push_back({{lookupsOf(child, kind), isLax(child) == isAnd}, &child});
-    std::stable_sort(parts.begin(), parts.end(),
-                     [](const auto &left, const auto &right) { return left.first < right.first; });
-    FilterList list;
-    for (const auto &[cost, child] : parts)
-        list.push_back(child);
-    return list;
-}
-
 // Halved again and again, so that a long list makes no deep expression.
 void appendList(SqlText &sql, std::span<const Filter *const> children, const char *join, Container::Kind kind,
                 const std::string &alias, int depth)
@@ -360,7 +322,7 @@ SqlText listCondition(const Filter &filter, Container::Kind kind, const std::str
     if (filter.children.empty())
         sql += isAnd ? "1" : "0";
     else
-        appendList(sql, inOrderOfCost(filter, kind), isAnd ? " AND " : " OR ", kind, alias, depth);
+        appendList(sql, inOrderOfCost(filter, rowKind(kind)), isAnd ? " AND " : " OR ", kind, alias, depth);
     return sql;
 }
 

@@ -91,8 +91,8 @@ class Search
         if (!m_found.user && !contact)
             return Unknown("The recipient is not in the directory any more.");
         Complete(id);
-        // A contact's address may be that of somebody who has a mailbox here.
-        if (contact && !(m_found.user = m_store.directory.userBySmtp(contact->smtp)))
+        // Nobody who has a mailbox here is a contact too: an address is there once.
+        if (contact)
             Away("SMTP");
     }
 

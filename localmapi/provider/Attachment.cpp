@@ -143,6 +143,8 @@ void Attachment::OpenEmbedded(ULONG flags, const IID &iid, IUnknown **object)
         RequireWrite();
     const storage::ObjectId stored = StoredEmbedded();
     const bool fresh = (flags & MAPI_CREATE) != 0;
+    if (fresh && depth() >= kNestingLimit)
+        throw Failure(MAPI_E_TOO_COMPLEX, "Messages can not lie deeper in each other.");
     if (!stored && !m_draft.embedded && !fresh)
         throw Failure(MAPI_E_NOT_FOUND, "The attachment holds no message.");
     MessageDraft draft;

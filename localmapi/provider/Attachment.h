@@ -6,10 +6,17 @@
 namespace localmapi
 {
 
+// How deep messages may lie in messages. What is deeper would be beyond what the site's file can delete in one go, and
+// would take as much stack to copy.
+inline constexpr int kNestingLimit = 64;
+
 class Attachment final : public StoredObject<IAttach>
 {
   public:
     Attachment(StorePtr store, Ref<Message> message, std::int32_t number, AttachmentDraft draft, bool writable);
+
+    // In how many messages the attachment's own one lies.
+    int depth() const { return m_message->depth(); }
 
     // For the message in this attachment, which calls without holding a lock of this attachment's.
     void TakeEmbedded(const MessageDraft &draft);

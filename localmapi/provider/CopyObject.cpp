@@ -19,6 +19,19 @@ namespace
 
 constexpr std::size_t kPiece = 64 * 1024;
 constexpr ULONG kTagLimit = 0x10000;
+constexpr std::uint16_t kFirstNamed = 0x8000;
+
+// What objects have in common whose named properties have the same identifiers; no bytes where there is none.
+storage::Bytes MappingOf(IMAPIProp &object)
+{
+    SizedSPropTagArray(1, tags) = {1, {PR_MAPPING_SIGNATURE}};
+    ULONG count = 0;
+    Block<SPropValue> values;
+    if (FAILED(object.GetProps(reinterpret_cast<SPropTagArray *>(&tags), 0, &count, values.put())) || count != 1 ||
+        values->ulPropTag != PR_MAPPING_SIGNATURE)
+        return {};
+    return {values->Value.bin.lpb, values->Value.bin.lpb + values->Value.bin.cb};
+}
 
 std::shared_ptr<const storage::Stream> BytesOf(const storage::Value &value, storage::Objects &objects)
 {
@@ -70,6 +83,7 @@ CopyJob::CopyJob(IUnknown *source, const Arguments &arguments)
         FAILED(target->QueryInterface(IID_IMAPIProp, reinterpret_cast<void **>(m_target.put()))))
         throw Failure(MAPI_E_INTERFACE_NOT_SUPPORTED, "The target does not have the interface that was named.");
     Check(source->QueryInterface(IID_IUnknown, reinterpret_cast<void **>(self.put())), "IUnknown::QueryInterface");
+    Check(source->QueryInterface(IID_IMAPIProp, reinterpret_cast<void **>(m_source.put())), "IUnknown::QueryInterface");
     Check(target->QueryInterface(IID_IUnknown, reinterpret_cast<void **>(other.put())), "IUnknown::QueryInterface");
     if (self.get() == other.get())
         throw Failure(MAPI_E_NO_ACCESS, "The target is the source itself.");
@@ -93,9 +107,15 @@ void CopyJob::CopyProperties(const PropertyBag &bag, storage::Objects &objects)
         for (ULONG i = 0; i < list->cValues; ++i)
             there.insert(PROP_ID(list->aulPropTag[i]));
     }
+    std::vector<std::uint16_t> named;
+    for (const storage::Property &property : bag)
+        if (storage::tagId(property.tag) >= kFirstNamed && Wants(property.tag))
+            named.push_back(storage::tagId(property.tag));
+    MapNames(named);
     std::vector<const storage::Property *> few, many;
     for (const storage::Property &property : bag) {
-        if (!Wants(property.tag) || there.count(PROP_ID(property.tag)))
+        const ULONG tag = Wants(property.tag) ? TargetTag(property.tag) : 0;
+        if (!tag || there.count(PROP_ID(tag)))
             continue;
         const bool streamed = std::holds_alternative<storage::StoredStream>(property.value) ||
                               std::holds_alternative<storage::SpoolPtr>(property.value) ||
@@ -107,6 +127,49 @@ void CopyJob::CopyProperties(const PropertyBag &bag, storage::Objects &objects)
         CopyLong(*property, objects);
 }
 
+void CopyJob::MapNames(const std::vector<std::uint16_t> &ids)
+{
+    const storage::Bytes mapping = ids.empty() ? storage::Bytes() : MappingOf(*m_source.get());
+    if (ids.empty() || mapping == MappingOf(*m_target.get()))
+        return;
+    Block<SPropTagArray> tags(static_cast<SPropTagArray *>(AllocateRootBytes(CbNewSPropTagArray(ids.size()))));
+    tags->cValues = static_cast<ULONG>(ids.size());
+    for (std::size_t i = 0; i < ids.size(); ++i)
+        tags->aulPropTag[i] = PROP_TAG(PT_UNSPECIFIED, ULONG{ids[i]});
+    SPropTagArray *asked = tags.get();
+    ULONG count = 0;
+    Block<MAPINAMEID *> names;
+    Check(m_source->GetNamesFromIDs(&asked, nullptr, 0, &count, names.put()), "IMAPIProp::GetNamesFromIDs");
+    std::vector<MAPINAMEID *> known;
+    std::vector<std::uint16_t> knownIds;
+    for (ULONG i = 0; i < count; ++i) {
+        m_names[ids[i]] = 0;
+        if (names[i]) {
+            known.push_back(names[i]);
+            knownIds.push_back(ids[i]);
+        }
+    }
+    Block<SPropTagArray> given;
+    HRESULT hr = MAPI_E_NOT_FOUND;
+    if (!known.empty())
+        hr = m_target->GetIDsFromNames(static_cast<ULONG>(known.size()), known.data(), MAPI_CREATE, given.put());
+    for (std::size_t i = 0; SUCCEEDED(hr) && i < known.size() && i < given->cValues; ++i)
+        if (PROP_TYPE(given->aulPropTag[i]) != PT_ERROR)
+            m_names[knownIds[i]] = static_cast<std::uint16_t>(PROP_ID(given->aulPropTag[i]));
+    for (const auto &[id, there] : m_names)
+        if (!there)
+            Problem(PROP_TAG(PT_UNSPECIFIED, ULONG{id}), FAILED(hr) ? hr : MAPI_E_NOT_FOUND);
+}
+
+ULONG CopyJob::TargetTag(storage::Tag tag) const
+{
+    const auto named = m_names.find(storage::tagId(tag));
+    const ULONG same = ClientTag(tag, true);
+    if (named == m_names.end())
+        return same;
+    return named->second ? PROP_TAG(PROP_TYPE(same), ULONG{named->second}) : 0;
+}
+
 void CopyJob::CopyShort(const std::vector<const storage::Property *> &properties)
 {
     if (properties.empty())
@@ -114,14 +177,16 @@ void CopyJob::CopyShort(const std::vector<const storage::Property *> &properties
     std::vector<Cell> cells;
     cells.reserve(properties.size());
     for (const storage::Property *property : properties)
-        cells.push_back({ClientTag(property->tag, true), &property->value});
+        cells.push_back({TargetTag(property->tag), &property->value});
     RowPacker packer;
     const auto values = packer.Pack(cells);
     Block<SPropProblemArray> refused;
     Check(m_target->SetProps(static_cast<ULONG>(cells.size()), values.get(), refused.put()), "IMAPIProp::SetProps");
-    for (ULONG i = 0; refused && i < refused->cProblem; ++i)
-        if (refused->aProblem[i].scode != MAPI_E_COMPUTED || !m_everything)
-            Problem(refused->aProblem[i].ulPropTag, refused->aProblem[i].scode);
+    for (ULONG i = 0; refused && i < refused->cProblem; ++i) {
+        const SPropProblem &problem = refused->aProblem[i];
+        if (problem.ulIndex < properties.size() && (problem.scode != MAPI_E_COMPUTED || !m_everything))
+            Problem(ClientTag(properties[problem.ulIndex]->tag, true), problem.scode);
+    }
 }
 
 void CopyJob::CopyLong(const storage::Property &property, storage::Objects &objects)
@@ -129,13 +194,13 @@ void CopyJob::CopyLong(const storage::Property &property, storage::Objects &obje
     auto content = BytesOf(property.value, objects);
     if (!content)
         return;
-    const ULONG tag = ClientTag(property.tag, true);
+    const ULONG tag = TargetTag(property.tag);
     Ref<IStream> stream;
     const HRESULT hr = m_target->OpenProperty(tag, &IID_IStream, STGM_READWRITE, MAPI_CREATE | MAPI_MODIFY,
                                               reinterpret_cast<LPUNKNOWN *>(stream.put()));
     if (FAILED(hr)) {
         if (hr != MAPI_E_COMPUTED || !m_everything)
-            Problem(tag, hr);
+            Problem(ClientTag(property.tag, true), hr);
         return;
     }
     if (PROP_TYPE(tag) == PT_UNICODE)

@@ -7,6 +7,7 @@
 
 #include "localmapi/storage/objects.h"
 
+#include <map>
 #include <set>
 
 namespace localmapi
@@ -46,6 +47,10 @@ class CopyJob
     void GiveProblems(SPropProblemArray **problems) const { m_problems.Give(problems); }
 
   private:
+    // Finds the target's identifiers of the source's named properties, where the two count them differently.
+    void MapNames(const std::vector<std::uint16_t> &ids);
+    // The tag of a property in the target; 0 when it has none there.
+    ULONG TargetTag(storage::Tag tag) const;
     void CopyShort(const std::vector<const storage::Property *> &properties);
     void CopyLong(const storage::Property &property, storage::Objects &objects);
     void Problem(ULONG tag, SCODE code);
@@ -53,7 +58,9 @@ class CopyJob
     bool m_everything;
     std::vector<ULONG> m_tags; // as they were given
     std::set<std::uint16_t> m_ids;
+    std::map<std::uint16_t, std::uint16_t> m_names; // identifiers in the source and in the target, where they differ
     ULONG m_flags;
+    Ref<IMAPIProp> m_source;
     Ref<IMAPIProp> m_target;
     Problems m_problems;
 };

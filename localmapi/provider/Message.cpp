@@ -53,7 +53,8 @@ Message::Message(StorePtr store, const storage::ObjectInfo &info, bool associate
 
 Message::Message(StorePtr store, Ref<Attachment> holder, storage::ObjectId stored, MessageDraft draft, bool fresh,
                  bool writable)
-    : StoredObject(std::move(store), writable), m_holder(std::move(holder)), m_id(stored), m_draft(std::move(draft))
+    : StoredObject(std::move(store), writable), m_holder(std::move(holder)), m_depth(m_holder->depth() + 1),
+      m_id(stored), m_draft(std::move(draft))
 {
     if (fresh)
         BeginNew(false);

@@ -31,6 +31,9 @@ class Message final : public StoredObject<IMessage>
     STDMETHODIMP SubmitMessage(ULONG ulFlags) override;
     STDMETHODIMP SetReadFlag(ULONG ulFlags) override;
 
+    // In how many messages it lies.
+    int depth() const { return m_depth; }
+
     // For this message's attachments, which call without holding a lock of this message's.
     storage::ObjectId StoredAttachment(std::int32_t number);
     void TakeAttachment(std::int32_t number, const AttachmentDraft &draft);
@@ -59,8 +62,11 @@ class Message final : public StoredObject<IMessage>
     void GiveRecipientTable(ULONG flags, IMAPITable **table);
     void WriteDraft(bool force);
     void RequireToBeSubmitted() const;
+    void SendAsItIs();
+    void Send(storage::ChangeNumber expected);
 
     const Ref<Attachment> m_holder;
+    const int m_depth = 0;
     storage::ObjectId m_id = 0; // in the file; 0: not yet
     storage::ObjectId m_folder = 0;
     storage::ChangeNumber m_change = 0;

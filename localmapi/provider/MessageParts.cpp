@@ -93,6 +93,7 @@ STDMETHODIMP Message::ModifyRecipients(ULONG ulFlags, LPADRLIST lpMods)
         Require(lpMods && lpMods->cEntries <= kRecipientLimit, "the recipients");
         RequireWrite();
         auto rows = ulFlags ? Recipients() : std::vector<PropertyBag>{};
+        std::int32_t next = NextRowId(rows);
         for (ULONG i = 0; i < lpMods->cEntries; ++i) {
             const ADRENTRY &entry = lpMods->aEntries[i];
             Require(entry.rgPropVals || entry.cValues == 0, "a recipient's properties");
@@ -101,7 +102,7 @@ STDMETHODIMP Message::ModifyRecipients(ULONG ulFlags, LPADRLIST lpMods)
             if (entry.cValues == 0 && adds)
                 continue;
             if (adds) {
-                rows.push_back(NewRecipient(entry, NextRowId(rows)));
+                rows.push_back(NewRecipient(entry, next++));
                 continue;
             }
             const PropertyBag change = BagFromProps(entry.cValues, entry.rgPropVals);

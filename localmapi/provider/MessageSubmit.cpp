@@ -35,18 +35,11 @@ STDMETHODIMP Message::SubmitMessage(ULONG ulFlags)
         return written;
     return Do("IMessage::SubmitMessage", [&]() -> HRESULT {
         RequireToBeSubmitted();
-        const Outgoing outgoing{m_folder, Stored(&SubmissionTags()), Recipients()};
-        const auto *flags = outgoing.properties.get<std::int32_t>(PR_MESSAGE_FLAGS);
-        if (flags && ((*flags & MSGFLAG_SUBMIT) || (m_id && !(*flags & MSGFLAG_UNSENT))))
-            throw Failure(MAPI_E_SUBMITTED, "The message was submitted before.");
-        storage::Dispatch dispatch;
-        dispatch.destinations = Route(*m_store, outgoing);
-        dispatch.message = m_id;
-        if (m_id && !(ulFlags & FORCE_SUBMIT))
-            dispatch.expected = m_change;
-        dispatch.content = m_draft.ToChanges();
         try {
-            m_store->objects.dispatch(dispatch);
+            if (ulFlags & FORCE_SUBMIT)
+                SendAsItIs();
+            else
+                Send(m_change);
         } catch (const storage::Error &error) {
             if (error.fault() == storage::Fault::NotFound)
                 throw Failure(MAPI_E_OBJECT_DELETED, error.what());
@@ -57,6 +50,36 @@ STDMETHODIMP Message::SubmitMessage(ULONG ulFlags)
         m_draft = {};
         return S_OK;
     });
+}
+
+// What somebody else changed since this object read it is no reason not to send the message; but when it changes while
+// this looks at it, that may be because it is sent, so it is looked at again.
+void Message::SendAsItIs()
+{
+    for (;;) {
+        try {
+            return Send(m_id ? m_store->objects.info(m_id).change : 0);
+        } catch (const storage::Error &error) {
+            if (error.fault() != storage::Fault::Changed)
+                throw;
+        }
+    }
+}
+
+// Sends the message unless what is stored of it has another change number.
+void Message::Send(storage::ChangeNumber expected)
+{
+    const Outgoing outgoing{m_folder, Stored(&SubmissionTags()), Recipients()};
+    const auto *flags = outgoing.properties.get<std::int32_t>(PR_MESSAGE_FLAGS);
+    if (flags && ((*flags & MSGFLAG_SUBMIT) || (m_id && !(*flags & MSGFLAG_UNSENT))))
+        throw Failure(MAPI_E_SUBMITTED, "The message was submitted before.");
+    storage::Dispatch dispatch;
+    dispatch.destinations = Route(*m_store, outgoing);
+    dispatch.message = m_id;
+    if (m_id)
+        dispatch.expected = expected;
+    dispatch.content = m_draft.ToChanges();
+    m_store->objects.dispatch(dispatch);
 }
 
 } // namespace localmapi

@@ -57,7 +57,7 @@ storage::PropertyBag StoreContext::Common(LONG objectType, LONG access, bool mod
 {
     return {{PR_STORE_ENTRYID, entryId},
             {PR_STORE_RECORD_KEY, recordKey},
-            {PR_MAPPING_SIGNATURE, recordKey},
+            {PR_MAPPING_SIGNATURE, Bytes(uid.begin(), uid.end())},
             {PR_STORE_SUPPORT_MASK, std::int32_t{kSupport}},
             {PR_OBJECT_TYPE, std::int32_t{objectType}},
             {PR_ACCESS, std::int32_t{modify ? access : access & static_cast<LONG>(MAPI_ACCESS_READ)}},

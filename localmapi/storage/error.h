@@ -18,7 +18,7 @@ enum class Fault {
     NotASite,   // the file belongs to another application
     TooNew,     // the file was written by a newer version
     TooBig,     // more than the file format can hold
-    TooComplex, // a filter is nested too deeply
+    TooComplex, // a filter or a folder is nested too deeply
     Invalid,    // an argument makes no sense
     Failed      // anything else; the text tells
 };

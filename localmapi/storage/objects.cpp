@@ -206,6 +206,11 @@ ObjectId insertFolder(Writer &writer, ObjectId parent, const PropertyBag &proper
 ObjectId Objects::createFolder(ObjectId parent, const PropertyBag &properties)
 {
     Writer writer(m_site.database());
+    int depth = 0;
+    for (std::optional<ObjectRow> above = findObject(*writer, parent); above && above->info.kind == ObjectKind::Folder;
+         above = findObject(*writer, above->info.parent))
+        if (++depth >= kDeepestFolder)
+            throw Error(Fault::TooComplex, "Folders can not lie deeper in each other.");
     ObjectId id = insertFolder(writer, parent, properties);
     writer.commit();
     return id;

@@ -92,7 +92,10 @@ class Objects
     std::unique_ptr<Stream> openProperty(ObjectId id, Tag tag) const;
 
     // Folders
-    ObjectId createFolder(ObjectId parent, const PropertyBag &properties); // Collision on the display name
+    // How deep folders lie in a mailbox, the root included; a branch is removed by one statement, which goes only so
+    // deep.
+    static constexpr int kDeepestFolder = 128;
+    ObjectId createFolder(ObjectId parent, const PropertyBag &properties); // Collision on the display name, TooComplex
     std::optional<ObjectId> folderNamed(ObjectId parent, const std::string &name) const; // without regard to case
     void removeFolder(ObjectId folder);                                                  // with everything in it
 

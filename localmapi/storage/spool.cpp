@@ -40,15 +40,18 @@ struct Spool::Impl {
             Statement store = opened().prepare("INSERT OR REPLACE INTO piece (number, data) VALUES (?, ?)");
             store.bind(static_cast<std::int64_t>(current), piece).run();
         }
-        piece.clear();
         changed = false;
+        // What can't be read is not taken for zeros by the next write.
+        std::vector<std::uint8_t> next = file ? stored(number) : std::vector<std::uint8_t>();
+        piece = std::move(next);
         current = number;
-        if (!file)
-            return;
+    }
+
+    std::vector<std::uint8_t> stored(std::uint64_t number)
+    {
         Statement load = file->prepare("SELECT data FROM piece WHERE number = ?");
         load.bind(static_cast<std::int64_t>(number));
-        if (load.step())
-            piece = load.bytes(0);
+        return load.step() ? load.bytes(0) : std::vector<std::uint8_t>();
     }
 
     std::size_t read(std::uint64_t offset, std::uint8_t *into, std::size_t length)

@@ -9,6 +9,11 @@ using namespace localmapi;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
+constexpr storage::Tag kLastVerb = storage::makeTag(0x1081, storage::Type::Int32);
+constexpr storage::Tag kIconIndex = storage::makeTag(0x1080, storage::Type::Int32);
+constexpr storage::Tag kFilename = storage::makeTag(0x3704, storage::Type::Text);
+constexpr storage::Tag kLongFilename = storage::makeTag(0x3707, storage::Type::Text);
+
 class SendingBehaviour : public BehaviourTest
 {
   protected:
@@ -72,6 +77,25 @@ class SendingBehaviour : public BehaviourTest
         const std::string sender = header ? header->pszSenderName : "";
         OrlMapiFreeBuffer(header);
         return sender;
+    }
+    // The first messages of an Inbox, two at most, with these properties.
+    std::vector<storage::Row> FirstOf(const std::string &alias, const std::vector<storage::Tag> &tags)
+    {
+        const storage::Directory directory(site());
+        const storage::Mailbox mailbox = directory.mailbox(directory.userByAlias(alias)->mailbox);
+        const storage::View view(site(), {storage::Container::Kind::Contents, mailbox.inbox});
+        return view.read(storage::Place::beginning(), storage::Direction::Forward, 2, tags);
+    }
+    // The last verb that was done on the one message of an Inbox, and its icon; 0 for none.
+    std::pair<std::int32_t, std::int32_t> MarksOf(const std::string &alias)
+    {
+        const auto rows = FirstOf(alias, {kLastVerb, kIconIndex});
+        EXPECT_EQ(1U, rows.size());
+        const auto number = [](const storage::Value &value) {
+            const auto *is = std::get_if<std::int32_t>(&value);
+            return is ? *is : 0;
+        };
+        return {number(rows.at(0).values[0]), number(rows.at(0).values[1])};
     }
     static ULONG Size(const Id &id) { return static_cast<ULONG>(id.size()); }
 
@@ -170,18 +194,29 @@ TEST_F(SendingBehaviour, FilesOfEverySizeArriveWhole)
     EXPECT_THAT(page.attachments[0], ElementsAre(0U));
 }
 
-TEST_F(SendingBehaviour, NamesOfEveryLengthAreTaken)
+TEST_F(SendingBehaviour, NamesOfEveryLengthArriveAsShortOrLongOnes)
 {
     const std::string file = Wave("sound.wav", 10);
-    for (const std::string &name : {std::string("a.wa"), std::string("message.wav"), std::string(255, 'n'),
-                                    std::string(256, 'n') + ".wav", std::string()}) {
+    const std::pair<std::string, bool> names[] = {{"a.wa", true},
+                                                  {"message.wav", false},
+                                                  {std::string(255, 'n'), false},
+                                                  {std::string(256, 'n') + ".wav", false},
+                                                  {"", true}};
+    for (const auto &[name, isShort] : names) {
+        SCOPED_TRACE(name);
         ASSERT_HR(0, Send("alice", "Named", file, name.c_str()));
-        Filter withAttachments = Mail();
-        withAttachments.attachments = 1;
-        const Page page = ListAll(m_alice, withAttachments);
-        ASSERT_EQ(1U, page.count);
-        EXPECT_EQ(1U, page.attachments[0].size());
-        EXPECT_HR(0, OrlDeleteEmail(m_connection, m_alice, Size(page.ids[0]), page.ids[0].data()));
+        const storage::Objects objects(site());
+        const auto rows = FirstOf("alice", {});
+        ASSERT_EQ(1U, rows.size());
+        const auto attachments = objects.attachments(rows[0].id);
+        ASSERT_EQ(1U, attachments.size());
+        const auto bag = objects.read(attachments[0].id, {kFilename, kLongFilename});
+        const auto *taken = bag.get<std::string>(isShort ? kFilename : kLongFilename);
+        ASSERT_TRUE(taken);
+        EXPECT_EQ(name, *taken);
+        EXPECT_FALSE(bag.find(isShort ? kLongFilename : kFilename));
+        const Id id = Only(m_alice, Mail());
+        EXPECT_HR(0, OrlDeleteEmail(m_connection, m_alice, Size(id), id.data()));
     }
 }
 
@@ -203,6 +238,8 @@ TEST_F(SendingBehaviour, AForwardIsACopyFromTheMailboxThatForwards)
     // The original is where and what it was.
     EXPECT_EQ("Bob Baker", SenderOf(m_alice, Only(m_alice, {})));
     EXPECT_EQ(original, Only(m_alice, {}));
+    EXPECT_EQ(std::pair(104, 0), MarksOf("alice")) << "forwarded";
+    EXPECT_EQ(std::pair(0, 0), MarksOf("carol")) << "the copy is not";
 }
 
 TEST_F(SendingBehaviour, AnAnswerGoesToTheSenderWithTheRecording)
@@ -224,7 +261,10 @@ TEST_F(SendingBehaviour, AnAnswerGoesToTheSenderWithTheRecording)
     EXPECT_THAT(Outbox("alice"), IsEmpty());
 
     EXPECT_HR(0, OrlRespondEmailW(m_connection, m_alice, Size(original), original.data(), OLESTR(""), OLESTR(""), 7));
-    EXPECT_EQ(2U, ListAll(m_bob, {}).count);
+    const Page both = ListAll(m_bob, withAttachments);
+    ASSERT_EQ(2U, both.count);
+    EXPECT_EQ(1U, both.attachments[1].size()) << "without a file there is the original's recording alone";
+    EXPECT_EQ(std::pair(102, 262), MarksOf("alice"));
 }
 
 TEST_F(SendingBehaviour, ASenderWithoutAnAddressIsNotAnswered)
@@ -234,6 +274,7 @@ TEST_F(SendingBehaviour, ASenderWithoutAnAddressIsNotAnswered)
     EXPECT_HR(0, OrlRespondEmailA(m_connection, m_alice, Size(original), original.data(), "", "", 0));
     EXPECT_THAT(Sent("alice"), IsEmpty());
     EXPECT_EQ(1U, Inbox("alice").size());
+    EXPECT_EQ(std::pair(102, 262), MarksOf("alice")) << "replied to, all the same";
 }
 
 TEST_F(SendingBehaviour, ForwardsAndAnswersThatCanNotBeSentAreZeroToo)
@@ -251,12 +292,17 @@ TEST_F(SendingBehaviour, ForwardsAndAnswersThatCanNotBeSentAreZeroToo)
     EXPECT_EQ(original, Only(m_alice, {}));
 }
 
-TEST_F(SendingBehaviour, AForwardWhoseRecipientIsUnknownGoesToThoseOfTheOriginal)
+TEST_F(SendingBehaviour, AForwardToNobodyKnownGoesToTheRecipientsOfTheOriginal)
 {
     ASSERT_HR(0, SendVoice("alice"));
     const Id original = Only(m_alice, {});
-    EXPECT_HR(0, OrlForwardEmailA(m_connection, m_alice, Size(original), original.data(), "nobody"));
-    EXPECT_THAT(Inbox("bob"), IsEmpty());
-    EXPECT_EQ(2U, Inbox("alice").size());
-    EXPECT_EQ(1U, Sent("alice").size());
+    std::size_t copies = 0;
+    for (const char *recipients : {"nobody", "", ";", "bob;nobody"}) {
+        SCOPED_TRACE(recipients);
+        EXPECT_HR(0, OrlForwardEmailA(m_connection, m_alice, Size(original), original.data(), recipients));
+        ++copies;
+        EXPECT_THAT(Inbox("bob"), IsEmpty());
+        EXPECT_EQ(1 + copies, Inbox("alice").size());
+        EXPECT_EQ(copies, Sent("alice").size());
+    }
 }

@@ -24,6 +24,12 @@ json '. == []'
 expect 0 localmapi --json list --user bob --folder outbox
 json '. == []'
 expect 0 orlmapi --profile Voicemail delete alice "$id"
+printf '\357\273\277With a mark\n' >mark.txt
+expect 0 orlmapi --profile Voicemail send alice --subject "Marked" --body-file mark.txt --from bob
+id=$(only alice)
+expect 0 orlmapi --profile Voicemail --json text alice "$id"
+json '.body | startswith("With a mark")'
+expect 0 orlmapi --profile Voicemail delete alice "$id"
 
 # Several recipients, urgent and private, with an attachment under a name of its own, from the logon's mailbox.
 expect 0 orlmapi --profile Voicemail --json send "alice;bob@norvik.example" --subject "To both" --body "Hello" --attach hello.wav --attach-name greeting.wav --urgent --private
@@ -95,6 +101,9 @@ err '^orlmapi: no-such.txt: '
 printf 'caf\351\n' >latin.txt
 expect 1 orlmapi --profile Voicemail send alice --subject S --body-file latin.txt
 err '^orlmapi: latin.txt: this is not text in UTF-8$'
+printf 'one\000two\n' >zero.txt
+expect 1 orlmapi --profile Voicemail send alice --subject S --body-file zero.txt
+err '^orlmapi: zero.txt: this is not text in UTF-8$'
 expect 1 orlmapi --profile Voicemail send-voicemail alice --wav no-such.wav --seconds 1
 err '^orlmapi: no-such.wav: '
 expect 1 orlmapi --profile Voicemail forward alice 00112233 bob

@@ -5,6 +5,7 @@
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
+#include <string_view>
 #include <system_error>
 
 namespace tool
@@ -50,7 +51,11 @@ std::string ReadText(const std::string &file)
     std::string text(std::istreambuf_iterator<char>(stream), {});
     if (stream.bad())
         throw std::runtime_error(file + ": " + std::generic_category().message(EIO));
-    if (!IsUtf8(text))
+    // As some editors begin it.
+    constexpr std::string_view kMark = "\xEF\xBB\xBF";
+    if (text.starts_with(kMark))
+        text.erase(0, kMark.size());
+    if (!IsUtf8(text) || text.find('\0') != std::string::npos)
         throw std::runtime_error(file + ": this is not text in UTF-8");
     return text;
 }

@@ -2,6 +2,8 @@
 // replaced, what a copy is before its own save, and what can't be copied.
 #include "Letters.h"
 
+#include <mapiguid.h>
+
 namespace localmapi::test
 {
 
@@ -228,6 +230,65 @@ TEST_F(CopyTest, CopyPropsTakesWhatIsNamedAndTellsWhatIsNotThere)
     EXPECT_FALSE(problems);
     EXPECT_EQ(RecipientsOf(copy.get()), "(none)/1, vm/2");
     EXPECT_EQ(ReadProperty(AttachmentOf(copy.get(), 1).get(), PR_ATTACH_DATA_BIN), m_recording);
+}
+
+TEST_F(CopyTest, NamedPropertiesHaveTheirNamesInAnotherSiteToo)
+{
+    Mailbox other(Mailbox::Of::AnotherSite);
+    auto target = other.NewMessage(), bare = other.NewMessage(), source = Empty();
+    const auto tag = [](const Ref<IMessage> &message, const WCHAR *text, ULONG type, ULONG flags = 0) -> ULONG {
+        GUID set = PS_PUBLIC_STRINGS;
+        MAPINAMEID name{}, *names = &name;
+        name.lpguid = &set;
+        name.ulKind = MNID_STRING;
+        name.Kind.lpwstrName = const_cast<LPWSTR>(text);
+        Block<SPropTagArray> tags;
+        message->GetIDsFromNames(1, &names, flags, tags.put());
+        return PROP_TYPE(tags->aulPropTag[0]) == PT_ERROR ? 0 : PROP_TAG(type, PROP_ID(tags->aulPropTag[0]));
+    };
+    const ULONG first = tag(source, OLESTR("first"), PT_LONG, MAPI_CREATE);
+    const ULONG second = tag(source, OLESTR("second"), PT_LONG, MAPI_CREATE);
+    const ULONG recording = tag(source, OLESTR("recording"), PT_BINARY, MAPI_CREATE);
+    ASSERT_EQ(tag(target, OLESTR("second"), PT_LONG, MAPI_CREATE), first) << "the same number, of another name";
+    ASSERT_CODE(SetProps(source.get(), {Long(first, 1), Long(second, 2), Long(kOwn, 3)}), S_OK);
+    Ref<IStream> stream;
+    ASSERT_CODE(OpenStream(source.get(), recording, MAPI_CREATE | MAPI_MODIFY, stream), S_OK);
+    ASSERT_CODE(WriteStream(stream.get(), m_recording), S_OK);
+    ASSERT_CODE(stream->Commit(0), S_OK);
+
+    Block<SPropProblemArray> problems;
+    ASSERT_CODE(CopyTo(source.get(), target.get(), {}, 0, IID_IMessage, problems.put()), S_OK);
+    EXPECT_FALSE(problems);
+    EXPECT_EQ(LongOf(target.get(), first), 2) << "which is \"second\" there";
+    ASSERT_NE(tag(target, OLESTR("first"), PT_LONG), 0u);
+    EXPECT_EQ(LongOf(target.get(), tag(target, OLESTR("first"), PT_LONG)), 1);
+    EXPECT_EQ(ReadProperty(target.get(), tag(target, OLESTR("recording"), PT_BINARY)), m_recording);
+    EXPECT_EQ(LongOf(target.get(), kOwn), 3);
+
+    ASSERT_CODE(SetProps(bare.get(), {Long(first, 5)}), S_OK);
+    ASSERT_CODE(CopyTo(source.get(), bare.get(), {first, recording}, MAPI_NOREPLACE), S_OK);
+    EXPECT_EQ(LongOf(bare.get(), first), 5) << "\"second\" was there";
+    EXPECT_EQ(LongOf(bare.get(), tag(bare, OLESTR("first"), PT_LONG)), -1) << "excluded, as the source numbers it";
+}
+
+TEST_F(CopyTest, ANumberWithoutANameDoesNotGoToAnotherSite)
+{
+    Mailbox other(Mailbox::Of::AnotherSite);
+    auto target = other.NewMessage(), source = Empty();
+    constexpr ULONG kNameless = PROP_TAG(PT_LONG, 0xFF00);
+    ASSERT_CODE(SetProps(source.get(), {Long(kNameless, 1), Long(kOwn, 3)}), S_OK);
+    Block<SPropProblemArray> problems;
+    ASSERT_CODE(CopyTo(source.get(), target.get(), {}, 0, IID_IMessage, problems.put()), S_OK);
+    ASSERT_TRUE(problems);
+    ASSERT_EQ(problems->cProblem, 1u);
+    EXPECT_EQ(PROP_ID(problems->aProblem[0].ulPropTag), PROP_ID(kNameless));
+    EXPECT_CODE(problems->aProblem[0].scode, MAPI_E_NOT_FOUND);
+    EXPECT_EQ(LongOf(target.get(), kNameless), -1);
+    EXPECT_EQ(LongOf(target.get(), kOwn), 3);
+    auto here = Empty();
+    ASSERT_CODE(CopyTo(source.get(), here.get(), {}, 0, IID_IMessage, problems.put()), S_OK);
+    EXPECT_FALSE(problems);
+    EXPECT_EQ(LongOf(here.get(), kNameless), 1);
 }
 
 TEST_F(CopyTest, AttachmentsAreCopiedByThemselvesToo)

@@ -253,7 +253,8 @@ HRESULT SeekTo(IStream *stream, LONGLONG distance, DWORD origin, ULONGLONG *posi
     return hr;
 }
 
-Mailbox::Mailbox() : m_path(CopyOfTemplate()), m_site(storage::Site::open(m_path))
+Mailbox::Mailbox(Of of)
+    : m_path(of == Of::TheSameSite ? CopyOfTemplate() : Template().Copy()), m_site(storage::Site::open(m_path))
 {
     const storage::Directory directory(*m_site);
     m_alice = directory.userByAlias("alice").value();

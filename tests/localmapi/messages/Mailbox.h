@@ -75,7 +75,9 @@ HRESULT SeekTo(IStream *stream, LONGLONG distance, DWORD origin = STREAM_SEEK_SE
 class Mailbox
 {
   public:
-    Mailbox();
+    // All begin as copies of one site, unless another one is wanted.
+    enum class Of { TheSameSite, AnotherSite };
+    explicit Mailbox(Of of = Of::TheSameSite);
     ~Mailbox();
 
     storage::Site &site() { return *m_site; }

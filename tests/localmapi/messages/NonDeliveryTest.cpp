@@ -84,8 +84,9 @@ TEST_F(NonDeliveryTest, WhoIsMeantFollowsFromEntryIdentifierThenAddressThenName)
     EXPECT_EQ(Fate(ByName("")), unknown);
     EXPECT_EQ(Fate(ByName("Bob [SMTP:" + bob.smtp + "]")), "arrived");
     EXPECT_EQ(Fate(Recipient{Long(PR_RECIPIENT_TYPE, MAPI_TO)}), unknown);
-    // A contact whose address is that of somebody here.
-    EXPECT_EQ(Fate(ByName("Bobby")), away);
+    EXPECT_EQ(Fate(ByName("Bobby")), away) << "a contact";
+    EXPECT_EQ(Fate(ByName("bobby@elsewhere.example")), away);
+    EXPECT_THROW(directory.addContact("Robert", bob.smtp), storage::Error) << "nobody is a user and a contact";
 }
 
 TEST_F(NonDeliveryTest, TheReportNamesTheUnreachedAndHoldsTheMessage)

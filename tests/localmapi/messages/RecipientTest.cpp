@@ -124,6 +124,35 @@ TEST_F(RecipientTest, EntriesWithoutPropertiesAndWithoutATypeAreTakenAsMapiMeans
     EXPECT_EQ(List(message), "0=ann/1");
 }
 
+TEST_F(RecipientTest, AListMayHave65536RecipientsInACall)
+{
+    auto message = m_mailbox.NewMessage();
+    Entry ann = Person("ann", MAPI_BCC);
+    constexpr ULONG kMost = 0x10000;
+    std::vector<BYTE> memory(CbNewADRLIST(kMost + 1));
+    auto *list = reinterpret_cast<ADRLIST *>(memory.data());
+    for (list->cEntries = 0; list->cEntries <= kMost; ++list->cEntries) {
+        list->aEntries[list->cEntries].cValues = static_cast<ULONG>(ann.size());
+        list->aEntries[list->cEntries].rgPropVals = ann.data();
+    }
+    EXPECT_CODE(message->ModifyRecipients(0, list), MAPI_E_INVALID_PARAMETER);
+    EXPECT_EQ(List(message), "");
+    list->cEntries = kMost;
+    ASSERT_CODE(message->ModifyRecipients(0, list), S_OK);
+    list->cEntries = 1;
+    ASSERT_CODE(message->ModifyRecipients(MODRECIP_ADD, list), S_OK);
+    Ref<IMAPITable> table;
+    ASSERT_CODE(message->GetRecipientTable(0, table.put()), S_OK);
+    ASSERT_CODE(table->SetColumns(Tags{PR_ROWID}, 0), S_OK);
+    LONG sought = 0;
+    ASSERT_CODE(table->SeekRow(BOOKMARK_END, -2, &sought), S_OK);
+    Rows rows;
+    ASSERT_CODE(table->QueryRows(10, 0, rows.put()), S_OK);
+    ASSERT_EQ(rows.size(), 2u);
+    EXPECT_EQ(rows[0].lpProps[0].Value.l, LONG{kMost} - 1);
+    EXPECT_EQ(rows[1].lpProps[0].Value.l, LONG{kMost});
+}
+
 TEST_F(RecipientTest, BadCallsAreRefusedAndChangeNothing)
 {
     auto message = m_mailbox.NewMessage();

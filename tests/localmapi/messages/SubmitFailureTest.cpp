@@ -113,6 +113,32 @@ TEST_F(SubmitFailureTest, TwoObjectsOfOneMessageSendItOnce)
     }
 }
 
+// The message stays where it lies, so that each object finds it there after the other one has sent it.
+TEST_F(SubmitFailureTest, OfSeveralObjectsThatAreForcedOneSendsTheMessage)
+{
+    for (int round = 0; round < 20; ++round) {
+        auto letter = Letter();
+        ASSERT_CODE(letter->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
+        const EntryIdBytes id = BytesOf(letter.get(), PR_ENTRYID);
+        const Ref<IMessage> objects[] = {letter, m_mailbox.Open(id), m_mailbox.Open(id), m_mailbox.Open(id)};
+        std::atomic<int> ready{0}, done{0}, before{0};
+        std::vector<std::thread> threads;
+        for (const Ref<IMessage> &one : objects)
+            threads.emplace_back([&, message = one.get()] {
+                for (++ready; ready < 4;)
+                    std::this_thread::yield();
+                const HRESULT hr = message->SubmitMessage(FORCE_SUBMIT);
+                done += hr == S_OK;
+                before += hr == MAPI_E_SUBMITTED;
+            });
+        for (std::thread &thread : threads)
+            thread.join();
+        EXPECT_EQ(done, 1);
+        EXPECT_EQ(before, 3);
+        EXPECT_EQ(CountIn(m_bobsInbox.get()), static_cast<ULONG>(round + 1));
+    }
+}
+
 TEST_F(SubmitFailureTest, MessagesAreCopiedIntoEachOtherAtOnce)
 {
     auto first = LetterTo({Bob()}, {Narrow(PR_SUBJECT_A, "one")});

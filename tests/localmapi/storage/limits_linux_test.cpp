@@ -12,23 +12,76 @@ namespace localmapi::storage
 namespace
 {
 
+// Files of this process may not grow beyond it.
+class Room
+{
+  public:
+    explicit Room(rlim_t bytes) : m_signal(std::signal(SIGXFSZ, SIG_IGN))
+    {
+        EXPECT_EQ(getrlimit(RLIMIT_FSIZE, &m_former), 0);
+        rlimit small = m_former;
+        small.rlim_cur = bytes;
+        EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+    }
+    Room(const Room &) = delete;
+    Room &operator=(const Room &) = delete;
+    ~Room()
+    {
+        EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &m_former), 0);
+        std::signal(SIGXFSZ, m_signal);
+    }
+
+  private:
+    rlimit m_former{};
+    void (*m_signal)(int);
+};
+
 TEST_F(SiteTest, AFileThatMayNotGrowIsFullAndKeepsWhatItHas)
 {
     add("before");
-    auto old = std::signal(SIGXFSZ, SIG_IGN);
-    rlimit limit{};
-    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &limit), 0);
-    rlimit small = limit;
-    small.rlim_cur = 512 * 1024;
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-    std::optional<Fault> fault = faultOf([&] { add("big", {{kAttachData, Bytes(4 << 20)}}); });
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
-    std::signal(SIGXFSZ, old);
+    std::optional<Fault> fault;
+    {
+        const Room room(512 * 1024);
+        fault = faultOf([&] { add("big", {{kAttachData, Bytes(4 << 20)}}); });
+    }
     EXPECT_EQ(fault, Fault::Full);
     EXPECT_EQ(subjects(View(site, inbox())), (std::vector<std::string>{"before"}));
     add("after", {{kAttachData, Bytes(4 << 20)}});
     EXPECT_EQ(View(site, inbox()).count(), 2u);
     expectSound();
+}
+
+// What is written in pieces lies in a file of its own meanwhile.
+TEST(SpoolsWithoutRoom, LoseNothingAndGoOnOnceThereIsRoom)
+{
+    constexpr std::size_t kBlock = 100000;
+    constexpr std::uint64_t kBlocks = 80;
+    const auto block = [](std::uint64_t number, std::uint64_t time) {
+        return std::vector<std::uint8_t>(kBlock, static_cast<std::uint8_t>(number * 3 + time));
+    };
+    Spool spool;
+    // Written, and then each block again over what is there; what was refused is written in another round.
+    for (const std::uint64_t time : {1, 2}) {
+        std::vector<std::uint64_t> again;
+        for (std::uint64_t number = 0; number < kBlocks; ++number) {
+            const auto bytes = block(number, time);
+            const Room room(number * 50000 + time * 300000);
+            const auto fault = faultOf([&] { spool.write(number * kBlock, bytes.data(), bytes.size()); });
+            if (!fault)
+                continue;
+            EXPECT_EQ(fault, Fault::Full);
+            again.push_back(number);
+        }
+        EXPECT_FALSE(again.empty());
+        for (const std::uint64_t number : again)
+            spool.write(number * kBlock, block(number, time).data(), kBlock);
+        ASSERT_EQ(spool.size(), kBlocks * kBlock);
+        for (std::uint64_t number = 0; number < kBlocks; ++number) {
+            std::vector<std::uint8_t> bytes(kBlock);
+            EXPECT_EQ(spool.read(number * kBlock, bytes.data(), kBlock), kBlock);
+            EXPECT_TRUE(bytes == block(number, time)) << "block " << number << ", time " << time;
+        }
+    }
 }
 
 TEST_F(SiteTest, AFileThatMayNotBeWrittenIsRefusedForWriting)

@@ -86,10 +86,10 @@ done
 expect 1 orlmapi --profile Voicemail calendar bob 1600-12-31
 err '^orlmapi: reading the calendar of bob on "1600-12-31": 0x80070057'
 expect 1 orlmapi --profile Voicemail calendar bob 10000-01-01
-err '^orlmapi: reading the calendar of bob on "10000-01-01": 0x80020005$'
+err '^orlmapi: "10000-01-01" is no date that this locale knows: 0x80020005$'
 
 expect 1 orlmapi --profile Voicemail calendar alice "some day"
-err '^orlmapi: reading the calendar of alice on "some day": 0x80020005$'
+err '^orlmapi: "some day" is no date that this locale knows: 0x80020005$'
 expect 1 orlmapi --profile Voicemail calendar nobody 2026-11-23
 err '^orlmapi: opening the mailbox nobody: 0x8004010f MAPI_E_NOT_FOUND$'
 expect 2 orlmapi calendar

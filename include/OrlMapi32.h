@@ -469,7 +469,8 @@ HRESULT ORLAPI OrlAdviseW(DWORD hConnection, OrlSink *phSink, LPCWSTR szMailbox,
  * sink may have it.
  *
  * When it has returned, no call of the callback begins any more. One that is running on another thread may still be at
- * its work (localmapi waits for it; other stores may not): what ulContext stands for must outlive that call.
+ * its work (localmapi waits for it; other stores may not): what ulContext stands for must outlive that call. The
+ * functions that end all sinks of a connection wait for it in any case.
  *
  * pulUnused         neither read nor written; may be null.
  */

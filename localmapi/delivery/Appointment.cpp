@@ -13,7 +13,6 @@ namespace
 {
 
 constexpr std::int64_t kMinute = 600000000;
-constexpr std::int64_t kForEver = 0x0CB34557A3DD4000; // the end of what never ends
 
 constexpr Tag kStartDate = 0x00600040;
 constexpr Tag kEndDate = 0x00610040;
@@ -92,6 +91,12 @@ std::int64_t midnight(Day day)
     return (day - kOrigin).count() * 1440 * kMinute;
 }
 
+// The end of what never ends: the last minute of this day.
+std::int64_t endOfTime()
+{
+    return midnight(Day(std::chrono::year(4500) / 8 / 31)) + 1439 * kMinute;
+}
+
 void setRecurrence(PropertyBag &bag, const Tags &tags, const Appointment &appointment, std::int32_t minutes)
 {
     const RecurrenceRule &rule = *appointment.rule;
@@ -100,7 +105,7 @@ void setRecurrence(PropertyBag &bag, const Tags &tags, const Appointment &appoin
     bag.set(tags[RecurrenceTextName], describe(rule));
     bag.set(tags[ClipStartName], midnight(appointment.first));
     const auto occurrences = rule.until || rule.times ? occurrencesFrom(rule, appointment.first) : std::nullopt;
-    bag.set(tags[ClipEndName], occurrences ? midnight(occurrences->last) : kForEver);
+    bag.set(tags[ClipEndName], occurrences ? midnight(occurrences->last) : endOfTime());
 }
 
 } // namespace

@@ -163,8 +163,11 @@ std::uint32_t firstDateTime(const RecurrenceRule &rule, const Shape &shape, Day 
     case Kind::Days:
         return minutesOf(first) % shape.period;
     case Kind::Workdays:
-    case Kind::Weeks:
-        return minutesOf(weekOf(first)) % (shape.period * 7 * kMinutesADay);
+    case Kind::Weeks: {
+        // The first week of 1601 begins in 1600.
+        const std::uint32_t cycle = shape.period * 7 * kMinutesADay;
+        return (minutesOf(weekOf(first) + days(7)) + cycle - 7 * kMinutesADay) % cycle;
+    }
     default: {
         const int months = monthNumber(first) % static_cast<int>(shape.period);
         return minutesOf(sys_days(year_month_day(kOrigin) + std::chrono::months(months)));

@@ -27,9 +27,8 @@ struct FreeRowsOnExit {
 void MoveRows(SRowSet &page, std::vector<Block<SPropValue>> &values, std::vector<ULONG> &counts)
 {
     for (ULONG i = 0; i < page.cRows; ++i) {
-        counts.reserve(counts.size() + 1);
-        values.emplace_back(page.aRow[i].lpProps);
         counts.push_back(page.aRow[i].cValues);
+        values.emplace_back(page.aRow[i].lpProps); // the page's until here: memory may end before
         page.aRow[i].lpProps = nullptr;
     }
 }

@@ -74,7 +74,12 @@ std::vector<PropertyBag> Message::Recipients()
 {
     if (m_draft.recipients)
         return *m_draft.recipients;
-    return m_id ? m_store->objects.recipients(m_id) : std::vector<PropertyBag>{};
+    if (!m_id)
+        return {};
+    auto stored = m_store->objects.recipients(m_id);
+    if (stored.empty())
+        m_store->objects.info(m_id); // nobody, and not a message that is gone
+    return stored;
 }
 
 void Message::FollowRecipients()

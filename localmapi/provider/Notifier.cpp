@@ -152,6 +152,23 @@ void Notifier::Stop() noexcept
     m_thread.join();
 }
 
+void Notifier::Resume() noexcept
+{
+    if (IsThisThread())
+        return; // it was not stopped
+    std::lock_guard starting(m_startStop);
+    {
+        std::lock_guard hold(m_lock);
+        if (m_alive || m_feeds.empty())
+            return;
+    }
+    try {
+        Start();
+    } catch (...) {
+        // No thread is to be had. The next Advise tries again.
+    }
+}
+
 // --- feeds ---
 
 Feed::Feed(Source source, storage::Site site, storage::Container container)
@@ -239,6 +256,11 @@ void AdviseScope::End()
 void StopNotifier() noexcept
 {
     Notifier::Get().Stop();
+}
+
+void ResumeNotifier() noexcept
+{
+    Notifier::Get().Resume();
 }
 
 } // namespace localmapi

@@ -83,5 +83,7 @@ class AdviseScope
 // Ends the thread, on the last MAPIUninitialize: no sink is called until somebody is advised anew. On the thread itself
 // it does nothing.
 void StopNotifier() noexcept;
+// Starts it again where somebody is advised.
+void ResumeNotifier() noexcept;
 
 } // namespace localmapi

@@ -125,6 +125,8 @@ void Notifier::Look(SiteState &site, bool anyDue)
     {
         std::lock_guard hold(m_lock);
         for (const FeedPtr &feed : site.feeds) {
+            if (news && news->lost)
+                feed->m_quietUpTo = 0;
             if (!news || feed->m_due || news->concerns(feed->m_container)) {
                 feed->m_due = false;
                 site.due.emplace_back(feed.get(), feed->m_quietUpTo);
@@ -133,8 +135,12 @@ void Notifier::Look(SiteState &site, bool anyDue)
             }
         }
     }
-    for (const auto &[feed, quietUpTo] : site.due)
+    // What has been collected is told; the others are asked when the thread runs again.
+    for (const auto &[feed, quietUpTo] : site.due) {
+        if (IsStopping())
+            return;
         Deliver(*feed, feed->Collect(quietUpTo));
+    }
 }
 
 void Notifier::Deliver(Feed &feed, std::vector<Notice> notices) noexcept
@@ -163,9 +169,12 @@ void Notifier::Call(const ConnectionPtr &connection, std::vector<Notice> &notice
     std::size_t count = 1;
     std::vector<NOTIFICATION> notifications;
     try {
-        for (Notice &notice : notices)
+        for (Notice &notice : notices) {
+            if (notice.event == TABLE_RELOAD)
+                connection->from = -1; // numbers start again where an older copy has taken the file's place
             if (notice.entry > connection->from)
                 notifications.push_back(NotificationOf(notice));
+        }
         first = notifications.data();
         count = notifications.size();
     } catch (const std::bad_alloc &) {
@@ -175,7 +184,7 @@ void Notifier::Call(const ConnectionPtr &connection, std::vector<Notice> &notice
         return;
     {
         std::lock_guard hold(m_lock);
-        if (connection->ended || m_stop)
+        if (connection->ended)
             return;
         m_running = connection.get();
     }

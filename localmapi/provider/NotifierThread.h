@@ -16,7 +16,7 @@ struct Feed::Connection {
     }
     const ULONG number;
     Ref<IMAPIAdviseSink> sink;
-    const std::int64_t from;
+    std::int64_t from; // on the notifier's thread only
     bool ended = false;
     bool endedByItself = false; // the notifier's thread lets go of the sink when it has returned
 };
@@ -44,7 +44,13 @@ class Notifier
         std::lock_guard hold(m_lock);
         feed.m_due = m_anyDue = true;
     }
+    bool IsStopping()
+    {
+        std::lock_guard hold(m_lock);
+        return m_stop;
+    }
     void Stop() noexcept;
+    void Resume() noexcept;
 
     static bool IsThisThread() noexcept;
 

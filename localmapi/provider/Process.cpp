@@ -33,8 +33,12 @@ void Uninitialize() noexcept
     LONG count = g_initialized;
     while (count > 0 && !g_initialized.compare_exchange_weak(count, count - 1)) {
     }
-    if (count == 1)
+    if (count == 1) {
         StopNotifier();
+        // Whoever initialised meanwhile may have advised a sink that was stopped along.
+        if (IsInitialized())
+            ResumeNotifier();
+    }
 }
 
 bool IsInitialized() noexcept

@@ -37,12 +37,11 @@ class ViewSource final : public RowSource
     {
         const bool forward = direction == storage::Direction::Forward;
         const storage::ChangeNumber change = m_site.changeNumber();
-        if (forward && m_end && m_end->change == change && m_end->id == from.id &&
-            from.where == storage::Place::Where::After)
+        if (forward && m_end && m_end->change == change && m_end->place == from)
             return {};
         std::vector<storage::Row> read = m_view.read(from, direction, rows, columns);
         if (forward && !read.empty() && read.size() < rows)
-            m_end = End{read.back().id, change};
+            m_end = End{read.back().after(), change};
         return read;
     }
     std::optional<storage::Row> Find(const storage::Place &from, storage::Direction direction,
@@ -59,9 +58,9 @@ class ViewSource final : public RowSource
     }
 
   private:
-    // The last row of the view, at a time when the site had this change number.
+    // The place behind the last row of the view, at a time when the site had this change number.
     struct End {
-        storage::ObjectId id;
+        storage::Place place;
         storage::ChangeNumber change;
     };
 

@@ -11,7 +11,7 @@ using Event = ChangeEntry::Event;
 
 // More changes than this to the messages of one container in one transaction are told together.
 constexpr std::size_t kMostEntries = 100;
-// How many entries the log keeps, and after how many transactions older ones are looked for.
+// How many entries the log keeps, and after how many transactions, of whatever kind, older ones are looked for.
 constexpr std::int64_t kKept = 10000;
 constexpr ChangeNumber kPruneEvery = 256;
 // The most entries of one transaction.
@@ -28,7 +28,8 @@ class LogWriter
 {
   public:
     LogWriter(Connection &connection, ChangeNumber change)
-        : m_change(change), m_first(change * kPerChange), m_next(m_first), m_connection(connection),
+        : m_change(change), m_changeBefore(lastEntry(connection) / kPerChange), m_first(change * kPerChange),
+          m_next(m_first), m_connection(connection),
           m_insert(connection.prepare("INSERT INTO change_entry (number, kind, event, container, object, flags, class, "
                                       "importance) VALUES (?, ?, ?, ?, ?, ?, ?, ?)"))
     {
@@ -49,7 +50,7 @@ class LogWriter
 
     void prune()
     {
-        if (m_change % kPruneEvery == 0 || m_next - m_first > kPruneEvery)
+        if (m_change / kPruneEvery != m_changeBefore / kPruneEvery || m_next - m_first > kPruneEvery)
             m_connection
                 .prepare("DELETE FROM change_entry WHERE number <= "
                          "(SELECT number FROM change_entry ORDER BY number DESC LIMIT 1 OFFSET ?)")
@@ -58,7 +59,7 @@ class LogWriter
     }
 
   private:
-    ChangeNumber m_change;
+    ChangeNumber m_change, m_changeBefore; // the one that wrote the newest entry until now
     std::int64_t m_first, m_next;
     Connection &m_connection;
     Statement m_insert;

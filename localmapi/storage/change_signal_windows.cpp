@@ -83,9 +83,19 @@ bool SystemSignal::wait(std::chrono::milliseconds longest)
         handles.push_back(handle);
     DWORD result = WaitForMultipleObjects(static_cast<DWORD>(handles.size()), handles.data(), FALSE,
                                           static_cast<DWORD>(longest.count()));
-    // Armed again before the caller looks, so that nothing falls between.
-    if (result > WAIT_OBJECT_0 && result < WAIT_OBJECT_0 + handles.size())
-        FindNextChangeNotification(handles[result - WAIT_OBJECT_0]);
+    if (result == WAIT_FAILED) {
+        Sleep(static_cast<DWORD>(longest.count()));
+        return false;
+    }
+    // Armed again before the caller looks, so that nothing falls between. Where that fails, as it does when the folder
+    // has gone, the handle would stay signalled.
+    if (result > WAIT_OBJECT_0 && result < WAIT_OBJECT_0 + handles.size()) {
+        HANDLE told = handles[result - WAIT_OBJECT_0];
+        if (!FindNextChangeNotification(told)) {
+            std::erase_if(m_impl->folders, [&](const auto &folder) { return folder.second == told; });
+            FindCloseChangeNotification(told);
+        }
+    }
     return result != WAIT_TIMEOUT;
 }
 

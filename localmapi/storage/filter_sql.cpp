@@ -1,5 +1,7 @@
 #include "filter_sql.h"
+#include "filter_order.h"
 #include "properties.h"
+#include <span>
 
 namespace localmapi::storage
 {
@@ -298,17 +300,18 @@ std::string sizeCondition(const Filter &filter, Container::Kind kind, const std:
 }
 
 // Halved again and again, so that a long list makes no deep expression.
-void appendList(SqlText &sql, const Filter *children, std::size_t count, const char *join, Container::Kind kind,
+void appendList(SqlText &sql, std::span<const Filter *const> children, const char *join, Container::Kind kind,
                 const std::string &alias, int depth)
 {
-    if (count == 1) {
-        sql.append(conditionOf(*children, kind, alias, depth));
+    if (children.size() == 1) {
+        sql.append(conditionOf(*children.front(), kind, alias, depth));
         return;
     }
+    const std::size_t half = children.size() / 2;
     sql += "(";
-    appendList(sql, children, count / 2, join, kind, alias, depth);
+    appendList(sql, children.first(half), join, kind, alias, depth);
     sql += join;
-    appendList(sql, children + count / 2, count - count / 2, join, kind, alias, depth);
+    appendList(sql, children.subspan(half), join, kind, alias, depth);
     sql += ")";
 }
 
@@ -319,7 +322,7 @@ SqlText listCondition(const Filter &filter, Container::Kind kind, const std::str
     if (filter.children.empty())
         sql += isAnd ? "1" : "0";
     else
-        appendList(sql, filter.children.data(), filter.children.size(), isAnd ? " AND " : " OR ", kind, alias, depth);
+        appendList(sql, inOrderOfCost(filter, rowKind(kind)), isAnd ? " AND " : " OR ", kind, alias, depth);
     return sql;
 }
 

@@ -225,7 +225,7 @@ PropertyBag readAll(Connection &connection, const ObjectRow &row, std::uint64_t 
 
 RowReader::RowReader(Connection &connection, ObjectKind kind, const std::vector<Tag> &tags, std::uint64_t longest)
     : m_connection(connection), m_longest(longest), m_size(tags.size()),
-      m_cluster(connection.prepare("SELECT tag, value FROM property WHERE object = ? ORDER BY tag"))
+      m_cluster(connection.prepare("SELECT tag, value FROM property WHERE object = ? AND tag >= ? ORDER BY tag"))
 {
     for (std::size_t i = 0; i < tags.size(); ++i)
         (isColumn(kind, tags[i]) ? m_columns : m_properties).push_back({tags[i], i});
@@ -245,8 +245,8 @@ std::vector<Value> RowReader::read(ObjectId id)
     }
     if (m_properties.empty())
         return values;
-    // One walk over the object's cluster, beside the wanted tags.
-    m_cluster.bind(id);
+    // One walk over the object's cluster, beside the wanted tags, from the first of them to the last.
+    m_cluster.bind(id, m_properties.front().tag);
     auto wanted = m_properties.begin();
     while (wanted != m_properties.end() && m_cluster.step()) {
         Tag tag = static_cast<Tag>(m_cluster.integer(0));

@@ -29,6 +29,7 @@ struct Place {
     ObjectId id = 0;
     static Place beginning() { return {}; }
     static Place end() { return {Where::End, {}, 0}; }
+    bool operator==(const Place &) const = default;
 };
 
 struct Row {

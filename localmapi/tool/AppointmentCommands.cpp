@@ -132,8 +132,8 @@ RecurrenceRule ruleOf(const AppointmentOptions &options, Day start)
             throw ::tool::Misuse("--on needs --week with --recur " + recur);
         rule.kind = recur == "monthly" ? Kind::DayOfMonth : Kind::DayOfYear;
     }
-    if (!options.until.empty())
-        rule.until = parseDay("--until", options.until);
+    if (options.until)
+        rule.until = parseDay("--until", *options.until);
     if (options.times)
         rule.times = options.times;
     const std::string mistake = mistakeIn(rule);
@@ -184,7 +184,7 @@ void addAppointment(const Common &common, const AppointmentOptions &options)
     LocalTime end = parseTime("--end", options.end);
     if (!options.recur.empty())
         setRule(appointment, options, start, end);
-    else if (!options.until.empty() || options.times || !options.on.empty() || !options.week.empty() || options.day ||
+    else if (options.until || options.times || !options.on.empty() || !options.week.empty() || options.day ||
              options.month || options.every != 1)
         throw ::tool::Misuse("what says how an appointment recurs needs --recur");
     appointment.subject = options.subject;

@@ -1,5 +1,6 @@
 // What `localmapi appointment add` takes.
 #pragma once
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -10,7 +11,8 @@ struct Common;
 
 struct AppointmentOptions {
     std::string user, start, end, subject, location, body, busy = "busy";
-    std::string recur, until, week;
+    std::string recur, week;
+    std::optional<std::string> until;
     std::vector<std::string> on;
     unsigned every = 1, times = 0, day = 0, month = 0; // 0: not given
 };

@@ -101,9 +101,11 @@ HRESULT CMAPIImpl::Unadvise(CAdviseSink *pSink, ULONG *pulCount)
     return S_OK;
 }
 
-// Sinks that other threads are just ending are theirs.
+// Sinks that other threads are just ending are theirs. A callback that has ended its own sink, or whose sink was ended
+// by a provider that does not wait for it, may still be working on the session.
 void CMAPIImpl::CancelSinks()
 {
     while (CAdviseSink *pSink = SinkRegistry::RemoveFirstOf(this))
         EndSink(pSink);
+    SinkRegistry::AwaitNotifications(this);
 }

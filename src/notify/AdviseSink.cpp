@@ -1,5 +1,6 @@
 #include "notify/AdviseSink.h"
 #include "ExchangeMapi.h"
+#include "notify/SinkRegistry.h"
 #include "session/Operation.h"
 
 namespace
@@ -45,11 +46,13 @@ CAdviseSink::CAdviseSink(const tstring &szMailbox, IMsgStore *pMailboxMDB, IMAPI
     m_lpUnreadItems = Share(pUnreadItems);
     m_lpUnreadPriorityItems = Share(pUnreadPriorityItems);
     m_lpMailboxMDB = pMailboxMDB;
+    SinkRegistry::Add(this);
 }
 
 // Traced under the constructor's name.
 CAdviseSink::~CAdviseSink()
 {
+    SinkRegistry::Remove(this);
     Contained({"CAdviseSink::CAdviseSink", __LINE__}, [&] {
         const Operation op("CAdviseSink::CAdviseSink", "%p: \"%ls\"", static_cast<void *>(this), Mailbox());
         m_lpReadItems.reset();
@@ -159,6 +162,7 @@ void CAdviseSink::Recount(const Operation &op, HRESULT &hr)
 STDMETHODIMP_(ULONG) CAdviseSink::OnNotify(ULONG cNotif, LPNOTIFICATION lpNotifications)
 {
     HRESULT hr = E_FAIL;
+    const SinkRegistry::Notification notification(this);
     Contained({"CAdviseSink::OnNotify", __LINE__}, [&] {
         const Operation op("CAdviseSink::OnNotify", "%p: \"%ls\"", static_cast<void *>(this), Mailbox());
         const ComPtr<CAdviseSink> self = Share(this);
@@ -173,6 +177,7 @@ STDMETHODIMP_(ULONG) CAdviseSink::OnNotify(ULONG cNotif, LPNOTIFICATION lpNotifi
 ULONG CAdviseSink::Unadvise()
 {
     const Operation op("CAdviseSink::Unadvise");
+    SinkRegistry::Remove(this);
     m_pfnCallback = nullptr;
     const auto end = [&](const ComPtr<IMAPITable> &table, ULONG &ulConnection) {
         if (const ULONG ulEnded = std::exchange(ulConnection, 0); ulEnded != 0 && table)

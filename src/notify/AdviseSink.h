@@ -1,8 +1,8 @@
 // What MAPI notifies of changes to a mailbox's voice mail, and what counts it anew and tells the host's callback.
 //
 // Owns its tables and the mailbox, which it logs off with its last reference. OnNotify runs on MAPI's own threads, also
-// at once on several and while the sink is being ended on another one; no lock is held anywhere, so a callback may end
-// the very sink that calls it. The callback is only ever cleared, never set again.
+// at once on several and while the sink is being ended on another one; no lock is held while it counts and calls, so a
+// callback may end the very sink that calls it. The callback is only ever cleared, never set again.
 #pragma once
 #include "common/tstring.h"
 #include "notify/VoiceMailTables.h"

@@ -1,45 +1,106 @@
 #include "notify/SinkRegistry.h"
 #include <algorithm>
+#include <condition_variable>
 
 namespace
 {
 
-std::mutex g_lock;
-std::map<CAdviseSink *, CMAPIImpl *> g_sinks;
+using Sinks = std::map<CAdviseSink *, CMAPIImpl *>;
+
+struct State {
+    std::mutex lock;
+    Sinks sinks;
+    SinkRegistry::Notification *pNotifications = nullptr;
+    std::condition_variable notified;
+};
+
+// Never destroyed: sinks may still be notified while the process ends.
+State &Registered()
+{
+    static State *const pState = new State;
+    return *pState;
+}
 
 // A session that has a sink here is alive: it cancels its sinks before it ends.
-void Erase(std::map<CAdviseSink *, CMAPIImpl *>::iterator sink)
+void Erase(Sinks &sinks, Sinks::iterator sink)
 {
-    --sink->second->OpenObjects();
-    g_sinks.erase(sink);
+    if (sink->second)
+        --sink->second->OpenObjects();
+    sinks.erase(sink);
 }
 
 } // namespace
 
+void SinkRegistry::Add(CAdviseSink *pSink)
+{
+    State &state = Registered();
+    const std::lock_guard lock(state.lock);
+    state.sinks.emplace(pSink, nullptr);
+}
+
 void SinkRegistry::Enter(CAdviseSink *pSink, CMAPIImpl *pSession)
 {
-    const std::lock_guard lock(g_lock);
-    g_sinks.emplace(pSink, pSession);
+    State &state = Registered();
+    const std::lock_guard lock(state.lock);
+    if (const auto found = state.sinks.find(pSink); found != state.sinks.end())
+        found->second = pSession;
+    for (Notification *pAtWork = state.pNotifications; pAtWork; pAtWork = pAtWork->m_pNext)
+        if (pAtWork->m_pSink == pSink)
+            pAtWork->m_pSession = pSession;
 }
 
 bool SinkRegistry::Remove(CAdviseSink *pSink)
 {
-    const std::lock_guard lock(g_lock);
-    const auto found = g_sinks.find(pSink);
-    if (found == g_sinks.end())
+    State &state = Registered();
+    const std::lock_guard lock(state.lock);
+    const auto found = state.sinks.find(pSink);
+    if (found == state.sinks.end())
         return false;
-    Erase(found);
+    Erase(state.sinks, found);
     return true;
 }
 
 CAdviseSink *SinkRegistry::RemoveFirstOf(const CMAPIImpl *pSession)
 {
-    const std::lock_guard lock(g_lock);
-    const auto found =
-        std::find_if(g_sinks.begin(), g_sinks.end(), [pSession](const auto &sink) { return sink.second == pSession; });
-    if (found == g_sinks.end())
+    State &state = Registered();
+    const std::lock_guard lock(state.lock);
+    const auto found = std::find_if(state.sinks.begin(), state.sinks.end(),
+                                    [pSession](const auto &sink) { return sink.second == pSession; });
+    if (found == state.sinks.end())
         return nullptr;
     CAdviseSink *const pSink = found->first;
-    Erase(found);
+    Erase(state.sinks, found);
     return pSink;
+}
+
+SinkRegistry::Notification::Notification(CAdviseSink *pSink) : m_pSink(pSink)
+{
+    State &state = Registered();
+    const std::lock_guard lock(state.lock);
+    const auto found = state.sinks.find(pSink);
+    m_pSession = found != state.sinks.end() ? found->second : nullptr;
+    m_pNext = std::exchange(state.pNotifications, this);
+}
+
+SinkRegistry::Notification::~Notification()
+{
+    State &state = Registered();
+    const std::lock_guard lock(state.lock);
+    Notification **ppLink = &state.pNotifications;
+    while (*ppLink != this)
+        ppLink = &(*ppLink)->m_pNext;
+    *ppLink = m_pNext;
+    state.notified.notify_all();
+}
+
+void SinkRegistry::AwaitNotifications(const CMAPIImpl *pSession)
+{
+    State &state = Registered();
+    std::unique_lock lock(state.lock);
+    state.notified.wait(lock, [&] {
+        for (const Notification *pAtWork = state.pNotifications; pAtWork; pAtWork = pAtWork->m_pNext)
+            if (pAtWork->m_pSession == pSession && pAtWork->m_thread != std::this_thread::get_id())
+                return false;
+        return true;
+    });
 }

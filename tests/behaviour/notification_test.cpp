@@ -287,6 +287,33 @@ TEST_F(NotificationBehaviour, ClosingWaitsForACallbackAtWorkInTheLibrary)
     }
 }
 
+TEST_F(NotificationBehaviour, ClosingWaitsForACallbackThatWorksOnAfterItHasEndedItsOwnSink)
+{
+    for (int round = 0; round < 5; ++round) {
+        Connect();
+        const DWORD connection = m_connection;
+        Watched alice;
+        Watch(alice, "alice");
+        std::atomic<bool> inside{false}, returned{false};
+        alice.Answer([&](const Counts &) {
+            EXPECT_HR(0, OrlUnadvise(connection, alice.sink, nullptr));
+            inside = true;
+            for (int i = 0; i < 20; ++i) {
+                OrlMailbox bob = 0;
+                if (SUCCEEDED(OrlMapiConnectToMailboxA(connection, &bob, "bob")))
+                    OrlMapiDisconnectFromMailbox(connection, bob);
+            }
+            returned = true;
+            return TRUE;
+        });
+        DeliverVoicemail("alice", std::to_string(round));
+        while (!inside)
+            std::this_thread::yield();
+        EXPECT_HR(0, OrlCloseConnection(&m_connection));
+        EXPECT_TRUE(returned);
+    }
+}
+
 TEST_F(NotificationBehaviour, ManyThreadsWatchChangeAndEnd)
 {
     Connect();

@@ -55,6 +55,12 @@ void NotifyTest::Watch()
     Forget();
 }
 
+void NotifyTest::ExpectEnded()
+{
+    EXPECT_THAT(Registrations(), IsEmpty());
+    EXPECT_THAT(LiveObjects(), testing::Not(Contains("Store(alice)")));
+}
+
 BOOL ORLAPI NotifyTest::Callback(const WCHAR *szMailbox, ULONG ulUnread, ULONG ulUnreadPriority, ULONG ulRead,
                                  ULONG_PTR ulContext)
 {

@@ -151,6 +151,37 @@ TEST_F(SinkTest, LivesUntilTheNotificationIsOverInWhichItsCallbackEndsIt)
     EXPECT_EQ(Lines().back(), "< CAdviseSink::OnNotify()") << "after all that it gave back";
 }
 
+TEST_F(SinkTest, ASinkThatNoSessionHasGivenOutIsEndedByOneAllTheSame)
+{
+    CAdviseSink *const made = New("rup");
+    ASSERT_EQ(made->Advise(), S_OK);
+    Forget();
+    ULONG count = 99;
+    EXPECT_EQ(Session()->Unadvise(made, &count), S_OK);
+    EXPECT_EQ(count, 0u);
+    EXPECT_THAT(Lines(), Contains(Like("> CMAPIImpl::Unadvise(pSink: *, mailbox: \"alice\", ulCount: 99)")));
+    EXPECT_THAT(Registrations(), IsEmpty());
+    EXPECT_EQ(mapi.recorder.Count("Store(alice).StoreLogoff(NULL)"), 1);
+    EXPECT_EQ(Counter(), 0) << "no session has counted it";
+    count = 99;
+    EXPECT_EQ(Session()->Unadvise(made, &count), S_OK) << "once";
+    EXPECT_EQ(count, 99u);
+}
+
+TEST_F(SinkTest, ASinkThatEndedOrWasReleasedWithoutASessionIsNoneAnyMore)
+{
+    ULONG count = 99;
+    CAdviseSink *made = New("rup");
+    made->AddRef();
+    EXPECT_EQ(made->Unadvise(), 1u);
+    EXPECT_EQ(Session()->Unadvise(made, &count), S_OK);
+    EXPECT_EQ(made->Release(), 0u) << "the reference was left alone";
+    made = New("rup");
+    EXPECT_EQ(made->Release(), 0u);
+    EXPECT_EQ(Session()->Unadvise(made, &count), S_OK);
+    EXPECT_EQ(count, 99u);
+}
+
 TEST_F(SinkTest, ATableThatWillNotLetGoKeepsNothingElse)
 {
     CAdviseSink *const made = New("rup");

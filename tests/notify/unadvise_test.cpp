@@ -1,45 +1,14 @@
-// The end of a sink: by its value, once, from any thread and from inside its own callback; with its connection's
-// disconnect, new logon and close; and what a value that is no sink does.
+// The end of a sink: by its value, once, from any thread and from inside its own callback; and what a value that is no
+// sink does.
 #include "notify/AdviseSink.h"
 #include "notify/NotifyTest.h"
 #include <atomic>
-#include <condition_variable>
 
 namespace
 {
 
-// Waits for each other in tests; generous, never in the way of one that works.
-class Gate
-{
-  public:
-    void Open()
-    {
-        {
-            const std::lock_guard lock(m_lock);
-            m_open = true;
-        }
-        m_opened.notify_all();
-    }
-    bool Pass()
-    {
-        std::unique_lock lock(m_lock);
-        return m_opened.wait_for(lock, std::chrono::seconds(30), [&] { return m_open; });
-    }
-
-  private:
-    std::mutex m_lock;
-    std::condition_variable m_opened;
-    bool m_open = false;
-};
-
 class UnadviseTest : public NotifyTest
 {
-  protected:
-    void ExpectEnded()
-    {
-        EXPECT_THAT(Registrations(), IsEmpty());
-        EXPECT_THAT(LiveObjects(), testing::Not(Contains("Store(alice)")));
-    }
 };
 
 TEST_F(UnadviseTest, EndsTheRegistrationsAndClosesTheMailbox)
@@ -222,135 +191,6 @@ TEST_F(UnadviseTest, OfTwoAtOnceOneEndsTheSink)
         ExpectEnded();
         EXPECT_EQ(Counter(), 0);
     }
-}
-
-TEST_F(UnadviseTest, DisconnectCancelsEverySinkBeforeItLogsOff)
-{
-    Watch();
-    Watch();
-    EXPECT_EQ(Registrations().size(), 6u);
-    EXPECT_EQ(OrlMapiDisconnect(hConnection), S_OK);
-    ExpectEnded();
-    const std::vector<std::string> all = mapi.recorder.Everything();
-    EXPECT_EQ(After(all, "Session.Logoff(0, 0, 0)"), std::vector<std::string>{"Session.Release()"});
-    EXPECT_THAT(After(all, "Store(default).Release()"), ElementsAre("Session.Logoff(0, 0, 0)", "Session.Release()"));
-    EXPECT_EQ(Lines().front(), "> CMAPIImpl::Disconnect()");
-    EXPECT_EQ(Lines().at(1), "> CAdviseSink::Unadvise()");
-    EXPECT_EQ(Lines().back(), "< CMAPIImpl::Disconnect()");
-    EXPECT_EQ(Counter(), 0);
-    EXPECT_EQ(Unadvise(sink), S_OK) << "ended before";
-}
-
-TEST_F(UnadviseTest, ANewLogonCancelsThemToo)
-{
-    Watch();
-    EXPECT_EQ(OrlMapiConnectA(hConnection, "NORVIK1", "vm", "Voicemail"), S_OK);
-    ExpectEnded();
-    Watch();
-    EXPECT_EQ(Unadvise(sink), S_OK);
-}
-
-TEST_F(UnadviseTest, OtherConnectionsKeepTheirs)
-{
-    DWORD other = 0;
-    ASSERT_EQ(OrlCreateConnection(&other, 0), S_OK);
-    ASSERT_EQ(OrlMapiConnectA(other, "NORVIK1", "vm", "Voicemail"), S_OK);
-    Watch();
-    EXPECT_EQ(OrlMapiDisconnect(other), S_OK);
-    EXPECT_EQ(OrlCloseConnection(&other), S_OK);
-    EXPECT_EQ(Registrations().size(), 3u);
-    Notify("Table(read)");
-    EXPECT_EQ(TakeTold().size(), 1u);
-    EXPECT_EQ(Unadvise(sink), S_OK);
-}
-
-TEST_F(UnadviseTest, AConnectionThatIsClosedWithLiveSinksCancelsThem)
-{
-    Watch();
-    Watch();
-    Close();
-    EXPECT_THAT(Registrations(), IsEmpty());
-    EXPECT_THAT(LiveObjects(), IsEmpty());
-    const std::vector<std::string> all = mapi.recorder.Everything();
-    EXPECT_THAT(After(all, "Store(default).Release()"), ElementsAre("Session.Logoff(0, 0, 0)", "Session.Release()"));
-}
-
-TEST_F(UnadviseTest, ClosingWaitsForACallbackThatIsAtWorkInTheLibraryAndNotTheOtherWayRound)
-{
-    LetUnadviseWait();
-    Watch();
-    Gate inside, closing;
-    BOOL available = TRUE;
-    HRESULT disconnected = S_OK;
-    mapi.script.Tell("Table(read).Unadvise", Does([&] { closing.Open(); }));
-    const DWORD handle = hConnection;
-    Answer([&](const Told &) -> BOOL {
-        inside.Open();
-        EXPECT_TRUE(closing.Pass());
-        available = OrlIsMAPIAvailable(handle);
-        disconnected = OrlMapiDisconnectFromMailbox(handle, 0);
-        DWORD another = 0;
-        EXPECT_EQ(OrlCreateConnection(&another, 0), S_OK);
-        EXPECT_EQ(OrlCloseConnection(&another), S_OK);
-        return 1;
-    });
-    std::thread notifying = NotifyMeanwhile("Table(unread)");
-    ASSERT_TRUE(inside.Pass());
-    Close();
-    notifying.join();
-    EXPECT_EQ(available, FALSE) << "the handle is unknown at once";
-    EXPECT_EQ(disconnected, E_INVALIDARG);
-    EXPECT_THAT(LiveObjects(), IsEmpty());
-}
-
-// The callback's own call keeps the session alive while another thread closes it.
-TEST_F(UnadviseTest, ClosingWhileACallbackIsInsideACallCancelsTheSinkOnTheClosingThread)
-{
-    LetUnadviseWait();
-    Watch();
-    Gate inside, closing;
-    mapi.script.Tell("MAPIAdminProfiles", Does([&] {
-                         inside.Open();
-                         EXPECT_TRUE(closing.Pass());
-                     }));
-    mapi.script.Tell("Table(read).Unadvise", Does([&] { closing.Open(); }));
-    Answer([&](const Told &) -> BOOL {
-        ExchangeProfileA *profiles = nullptr;
-        ULONG count = 0;
-        EXPECT_EQ(OrlGetExchangeProfilesA(hConnection, &profiles, &count), S_OK);
-        OrlMapiFreeBuffer(profiles);
-        return 1;
-    });
-    std::thread notifying = NotifyMeanwhile("Table(unread)");
-    ASSERT_TRUE(inside.Pass());
-    Close();
-    EXPECT_THAT(Registrations(), IsEmpty());
-    EXPECT_THAT(Lines(), Contains("> CMAPIImpl::~CMAPIImpl()")) << "here, not on MAPI's thread";
-    notifying.join();
-    EXPECT_THAT(LiveObjects(), IsEmpty());
-}
-
-TEST_F(UnadviseTest, DisconnectWaitsForACallbackThatIsAtWorkOnItsConnection)
-{
-    LetUnadviseWait();
-    Watch();
-    Gate inside, cancelling;
-    HRESULT opened = E_FAIL;
-    mapi.script.Tell("Table(read).Unadvise", Does([&] { cancelling.Open(); }));
-    Answer([&](const Told &) -> BOOL {
-        inside.Open();
-        EXPECT_TRUE(cancelling.Pass());
-        OrlMailbox bob = 0;
-        opened = OrlMapiConnectToMailboxA(hConnection, &bob, "bob");
-        EXPECT_EQ(OrlMapiDisconnectFromMailbox(hConnection, bob), S_OK);
-        return 1;
-    });
-    std::thread notifying = NotifyMeanwhile("Table(unread)");
-    ASSERT_TRUE(inside.Pass());
-    EXPECT_EQ(OrlMapiDisconnect(hConnection), S_OK);
-    notifying.join();
-    EXPECT_EQ(opened, S_OK) << "still logged on while the callback ran";
-    ExpectEnded();
 }
 
 } // namespace

@@ -2,9 +2,20 @@
 # is in watch_changes.sh.
 . "$(dirname "$0")/lib.sh" "$@"
 # start PROGRAM ARGS...: in the background, as the process $started, to out.txt and err.txt
+# Without a SIGHUP that whoever runs the tests has had ignored.
 start() {
-    (exec ${runner:+"$runner"} "$bin/$1$suffix" "${@:2}") >out.txt 2>err.txt </dev/null &
+    local defaults=()
+    [ -z "$suffix" ] && defaults=(env --default-signal=HUP)
+    (exec "${defaults[@]}" ${runner:+"$runner"} "$bin/$1$suffix" "${@:2}") >out.txt 2>err.txt </dev/null &
     started=$!
+}
+# lines N: waits until out.txt has so many
+lines() {
+    for _ in $(seq 300); do
+        [ "$(wc -l <out.txt)" = "$1" ] && break
+        sleep 0.1
+    done
+    equal "$(wc -l <out.txt)" "$1"
 }
 site
 wave hello.wav 1
@@ -42,16 +53,26 @@ signals="INT TERM HUP"
 [ -n "$suffix" ] && signals=INT
 for signal in $signals; do
     start orlmapi --profile Voicemail --json watch alice bob
-    for _ in $(seq 300); do
-        [ "$(wc -l <out.txt)" = 2 ] && break
-        sleep 0.1
-    done
-    equal "$(wc -l <out.txt)" 2
+    lines 2
     kill -$signal "$started"
     wait "$started"
     equal "$signal: $?" "$signal: 0"
     silent
 done
+
+# A hangup that nohup has had ignored ends nothing.
+if [ -z "$suffix" ]; then
+    (trap '' HUP && exec "$bin/orlmapi" --profile Voicemail --json watch alice) >out.txt 2>err.txt </dev/null &
+    started=$!
+    lines 1
+    kill -HUP "$started"
+    run localmapi deliver voicemail --to alice --wav hello.wav --from-name Bob >/dev/null
+    lines 2
+    kill -INT "$started"
+    wait "$started"
+    equal "$?" 0
+    silent
+fi
 
 expect 2 orlmapi --profile Voicemail watch
 expect 2 orlmapi --profile Voicemail watch alice --count 0

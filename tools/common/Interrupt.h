@@ -1,4 +1,5 @@
-// How a command that runs until it is told to end learns that it is: Ctrl-C, and on Linux SIGTERM and SIGHUP.
+// How a command that runs until it is told to end learns that it is: Ctrl-C, and on Linux SIGTERM and a
+// SIGHUP that was not ignored.
 #pragma once
 #include <chrono>
 #include <optional>

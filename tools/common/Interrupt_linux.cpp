@@ -30,6 +30,14 @@ void OnSignal(int)
     WriteRequest();
 }
 
+// A hangup that nohup has had ignored stays so. An ignored SIGINT does not: a shell starts what runs in the background
+// with it.
+bool IsForNobody(int signal)
+{
+    struct sigaction now = {};
+    return signal == SIGHUP && sigaction(signal, nullptr, &now) == 0 && now.sa_handler == SIG_IGN;
+}
+
 } // namespace
 
 Interrupt::Interrupt()
@@ -40,13 +48,15 @@ Interrupt::Interrupt()
     action.sa_handler = OnSignal;
     action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
     for (const int signal : kSignals)
-        sigaction(signal, &action, nullptr);
+        if (!IsForNobody(signal))
+            sigaction(signal, &action, nullptr);
 }
 
 Interrupt::~Interrupt()
 {
     for (const int signal : kSignals)
-        std::signal(signal, SIG_DFL);
+        if (!IsForNobody(signal))
+            std::signal(signal, SIG_DFL);
     close(g_pipe[0]);
     close(g_pipe[1]);
 }

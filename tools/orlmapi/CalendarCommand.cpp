@@ -77,9 +77,12 @@ void ShowCalendar(const Common &common, const std::string &mailboxName, const st
     const Mailbox mailbox(common.logon, mailboxName);
     Result<CalendarEventW> events;
     ULONG count = 0;
-    Check(OrlMapiObtainCalendarEventsW(mailbox.connection(), mailbox.handle(), tool::ToWide(day).c_str(), events.put(),
-                                       &count),
-          "reading the calendar of " + mailboxName + " on \"" + day + "\"");
+    const HRESULT hr = OrlMapiObtainCalendarEventsW(mailbox.connection(), mailbox.handle(), tool::ToWide(day).c_str(),
+                                                    events.put(), &count);
+    // A code without a name, which says most often what went wrong.
+    if (hr == DISP_E_TYPEMISMATCH)
+        throw Failure("\"" + day + "\" is no date that this locale knows", hr);
+    Check(hr, "reading the calendar of " + mailboxName + " on \"" + day + "\"");
     // The library lists recurring appointments where their series began.
     std::vector<const CalendarEventW *> byStart;
     for (ULONG i = 0; i < count; ++i)

@@ -243,6 +243,20 @@ TEST(RecurrenceRule, of_months_and_years_is_written_with_its_months)
     }
 }
 
+// 1601 begins on a Monday: its first week, from which weeks are counted, began in 1600.
+TEST(RecurrenceRule, of_weeks_is_counted_from_the_first_week_of_1601)
+{
+    const auto firstDateTime = [](const RecurrenceRule &rule, Day first) {
+        return NumberAt(recurrenceStructure(rule, first, 0, 0), 10);
+    };
+    EXPECT_EQ(firstDateTime(Weekly(kMonday), On(1601, 1, 1)), 6u * 1440);
+    EXPECT_EQ(firstDateTime(Weekly(kMonday, 2), On(1601, 1, 1)), 13u * 1440);
+    EXPECT_EQ(firstDateTime(Weekly(kMonday, 99), On(1601, 1, 1)), (99u * 7 - 1) * 1440);
+    EXPECT_EQ(firstDateTime(Rule(Kind::Workdays), On(1601, 1, 5)), 6u * 1440);
+    EXPECT_EQ(firstDateTime(Weekly(kMonday, 2), On(1601, 1, 8)), 6u * 1440);
+    EXPECT_EQ(firstDateTime(Weekly(kSunday, 2), On(1601, 1, 14)), 13u * 1440);
+}
+
 TEST(RecurrenceRule, is_described_in_a_line)
 {
     EXPECT_EQ(describe(Rule(Kind::Days)), "Every day");

@@ -3,6 +3,7 @@
 #include "Notified.h"
 
 #include "MemoryTable.h"
+#include "Process.h"
 
 #include <atomic>
 
@@ -191,6 +192,28 @@ TEST_F(AdviseTest, NobodyIsToldAfterTheLastMapiUninitializeUntilSomebodyIsAdvise
     Advise(other, otherSink);
     Add("b");
     EXPECT_EQ(Told(otherSink), "added b after a");
+    EXPECT_EQ(Told(m_sink, 2), "added a at the top, added b after a");
+}
+
+TEST_F(AdviseTest, WhoeverInitialisesWhileTheLastMapiUninitializeIsAtItIsTold)
+{
+    auto table = Inbox();
+    Signal entered;
+    auto initialiser = MakeObject<Sink>([&](Sink &) {
+        entered.Set();
+        while (IsInitialized())
+            std::this_thread::yield();
+        EXPECT_EQ(MAPIInitialize(nullptr), S_OK);
+    });
+    const ULONG connection = Advise(table, initialiser);
+    // On its way to this one when it is stopped, too.
+    auto other = Inbox();
+    Advise(other, m_sink);
+    Add("a");
+    ASSERT_TRUE(entered.Await());
+    MAPIUninitialize();
+    EXPECT_CODE(table->Unadvise(connection), S_OK);
+    Add("b");
     EXPECT_EQ(Told(m_sink, 2), "added a at the top, added b after a");
 }
 

@@ -20,6 +20,21 @@ class NotificationTest : public Notified
     SRestriction *Urgent() { return m_tree.Property(RELOP_EQ, Long(PR_IMPORTANCE, IMPORTANCE_HIGH)); }
     SRestriction *Bodied() { return m_tree.Content(FL_SUBSTRING, Narrow(PR_BODY_A, "yes")); }
 
+    // In one transaction of the file that is written.
+    static void CopySite(const std::string &from, const std::string &to)
+    {
+        sqlite3 *source = nullptr, *target = nullptr;
+        ASSERT_EQ(sqlite3_open(from.c_str(), &source), SQLITE_OK);
+        ASSERT_EQ(sqlite3_open(to.c_str(), &target), SQLITE_OK);
+        sqlite3_busy_timeout(target, 10000);
+        sqlite3_backup *copy = sqlite3_backup_init(target, "main", source, "main");
+        ASSERT_NE(copy, nullptr);
+        EXPECT_EQ(sqlite3_backup_step(copy, -1), SQLITE_DONE);
+        EXPECT_EQ(sqlite3_backup_finish(copy), SQLITE_OK);
+        sqlite3_close(target);
+        sqlite3_close(source);
+    }
+
     Tree m_tree;
     Ref<Sink> m_sink = MakeObject<Sink>();
 };
@@ -273,6 +288,33 @@ TEST_F(NotificationTest, N06_AChangeLogThatWasPrunedMeanwhileIsAReload)
     }
     EXPECT_EQ(Told(m_sink), "reload");
     EXPECT_EQ(m_sink->Events(), 1u);
+}
+
+// Whose log has lower numbers than the sinks have heard of.
+TEST_F(NotificationTest, N06_AnOlderCopyInTheFilesPlaceIsAReloadAndWhatFollowsIsTold)
+{
+    const std::string path = m_mailbox.site().path(), copy = path + ".copy";
+    CopySite(path, copy);
+    for (const char *label : {"a", "b", "c"})
+        Add(label);
+    auto table = Inbox();
+    Advise(table, m_sink);
+    // What happens elsewhere is known not to concern the table.
+    const auto outbox = m_mailbox.Folder(PR_IPM_OUTBOX_ENTRYID);
+    Ref<IMAPITable> others;
+    ASSERT_CODE(outbox->GetContentsTable(0, others.put()), S_OK);
+    auto otherSink = MakeObject<Sink>();
+    Advise(others, otherSink);
+    AddTo(outbox.get(), "elsewhere");
+    ASSERT_TRUE(otherSink->Await(1));
+    Add("d");
+    EXPECT_EQ(Told(m_sink), "added d after c");
+    CopySite(copy, path);
+    EXPECT_EQ(Told(m_sink), "reload");
+    Add("e");
+    EXPECT_EQ(Told(m_sink), "added e at the top");
+    Add("f");
+    EXPECT_EQ(Told(m_sink), "added f after e");
 }
 
 TEST_F(NotificationTest, N06_ARepairOfTheFileIsAReload)

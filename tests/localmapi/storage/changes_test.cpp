@@ -280,7 +280,26 @@ TEST_F(Changed, TheLogIsBoundedAndWhoeverFallsBehindIsTold)
     EXPECT_TRUE(fresh.next({}, watch.position()).empty());
 }
 
-TEST_F(Changed, AnEmptiedLogAnOlderFileAndARepairAreLosses)
+TEST_F(Changed, TheLogIsBoundedWhicheverTransactionsTellItNothing)
+{
+    raw("WITH RECURSIVE n (i) AS (VALUES (1) UNION ALL SELECT i + 1 FROM n WHERE i < 20000) "
+        "INSERT INTO change_entry (number, kind, event, container, object) SELECT "
+        "i + (SELECT max(number) FROM change_entry), 3, 1, 0, 0 FROM n");
+    const auto nextChange = [&] {
+        Reader reader(site.database());
+        return reader->integer("SELECT change FROM site") + 1;
+    };
+    std::vector<ObjectId> one{add("a")};
+    for (int round = 0; round < 300; ++round)
+        if (nextChange() % 256 == 0)
+            Names(site).ids({{Guid{}, "name " + std::to_string(round)}}, true);
+        else
+            objects.setRead(one, round % 2 == 0);
+    EXPECT_LE(entries(), 10600);
+    EXPECT_GE(entries(), 10000);
+}
+
+TEST_F(Changed, AnEmptiedLogAndARepairAreLosses)
 {
     Watch watch{View(site, inbox())};
     ChangeLog log(site);

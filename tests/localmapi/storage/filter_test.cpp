@@ -1,5 +1,6 @@
 // Proves what each kind of condition means, rule by rule, in the file and in memory.
 #include "Fixture.h"
+#include "localmapi/storage/filter_order.h"
 
 namespace localmapi::storage
 {
@@ -319,6 +320,38 @@ TEST_F(Filters, MayBe28LevelsDeepAndNo29)
     for (const int levels : {27, 28})
         EXPECT_NO_THROW(View(site, inbox(), nested(levels)).count()) << levels;
     EXPECT_EQ(faultOf([&] { View(site, inbox(), nested(29)); }), Fault::TooComplex);
+}
+
+std::vector<Tag> orderOf(const Filter &list)
+{
+    std::vector<Tag> tags;
+    for (const Filter *part : inOrderOfCost(list, ObjectKind::Message))
+        tags.push_back(part->children.empty() ? part->tag : part->children.front().tag);
+    return tags;
+}
+
+// It changes nothing but the time that an answer takes.
+TEST(FilterOrder, AsksFirstWhatIsAtHandAndLastWhatLooksForMost)
+{
+    const Filter column = Filter::bits(kMessageFlags, 1, true);
+    const Filter one = Filter::compare(kNumber, Relation::Equal, 5);
+    const Filter two = Filter::all({Filter::exists(kNote), Filter::exists(kOther)});
+    const Filter alsoTwo = Filter::compareProperties(kOther, Relation::Equal, kNumber);
+    const Filter many = Filter::anyRecipient(Filter::exists(kData));
+    const std::vector<Tag> order = {kMessageFlags, kNumber, kNote, kOther, kData};
+    EXPECT_EQ(orderOf(Filter::any({many, two, alsoTwo, one, column})), order);
+    EXPECT_EQ(orderOf(Filter::all({many, two, alsoTwo, one, column})), order);
+    EXPECT_EQ(orderOf(Filter::any({Filter::negate(two), Filter::negate(one)})), (std::vector<Tag>{kNumber, 0}));
+}
+
+TEST(FilterOrder, AsksFirstWhatIsLikelyToDecide)
+{
+    const Filter lax = Filter::compare(kWhen, Relation::LessOrEqual, std::int64_t{5});
+    const Filter strict = Filter::compare(kNumber, Relation::GreaterOrEqual, 5);
+    EXPECT_EQ(orderOf(Filter::all({lax, strict})), (std::vector<Tag>{kNumber, kWhen}));
+    EXPECT_EQ(orderOf(Filter::any({strict, lax})), (std::vector<Tag>{kWhen, kNumber}));
+    EXPECT_EQ(orderOf(Filter::all({strict, Filter::exists(kOther)})), (std::vector<Tag>{kNumber, kOther}))
+        << "as they were given";
 }
 
 } // namespace

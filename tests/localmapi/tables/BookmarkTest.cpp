@@ -161,6 +161,20 @@ TEST_F(ChangingTable, T11_ABookmarkOnTheLastRowLeadsToTheEndWhenItIsGone)
     EXPECT_EQ(Read(m_table, 1), "d");
 }
 
+// A bookmark behind the last row stands where that row was, also when the row is later in the order by then and is the
+// last one again.
+TEST_F(ChangingTable, T11_ABookmarkBehindALastRowThatMovedLeadsToWhatIsBehindItsFormerPlace)
+{
+    const BOOKMARK bookmark = MarkAt(5);
+    const auto message = m_mailbox.Open(m_ids[4]);
+    ASSERT_EQ(SetProps(message.get(), {Narrow(kLabel, "z")}), S_OK);
+    ASSERT_EQ(message->SaveChanges(0), S_OK);
+    m_mailbox.Add(Row("f"));
+    EXPECT_EQ(Read(m_table, 10), "a b c d f z");
+    EXPECT_EQ(m_table->SeekRow(bookmark, 0, nullptr), S_OK);
+    EXPECT_EQ(Read(m_table, 10), "f z");
+}
+
 // Attachment tables keep no bookmarks.
 TEST(AttachmentTableTest, T14_AttachmentTablesHaveNoBookmarks)
 {

@@ -1,6 +1,8 @@
 // Proves where the cursor of a table stands and what a read returns: QueryRows, SeekRow, SeekRowApprox, QueryPosition
 // and GetRowCount, over rows in memory and over a folder alike.
 #include "TableFixture.h"
+#include "localmapi/storage/directory.h"
+#include "localmapi/storage/objects.h"
 
 #include <limits>
 
@@ -285,6 +287,37 @@ TEST_F(ChangingTable, T02_ARowAddedAtTheEndIsReadByAReaderThatWaitsThere)
     EXPECT_EQ(Read(m_table, 5), "");
     m_mailbox.Add(Row("f"));
     EXPECT_EQ(Read(m_table, 5), "f");
+}
+
+// The other process is another opening of the file.
+TEST_F(ChangingTable, T02_WhatAnotherProcessDoesAtTheEndIsSeenByAReaderThatWaitsThere)
+{
+    storage::Site other = storage::Site::open(m_mailbox.site().path());
+    storage::Objects objects(other);
+    const storage::ObjectId inbox = storage::Directory(other).mailbox(m_mailbox.alice().mailbox).inbox;
+    EXPECT_EQ(Read(m_table, 10), "a b c d e");
+    EXPECT_EQ(Read(m_table, 10), "");
+    storage::MessageChanges message;
+    message.properties.set.set(storage::makeTag(PROP_ID(kLabel), storage::Type::Text), std::string("f"));
+    const storage::ObjectId added = objects.createMessage(inbox, message);
+    EXPECT_EQ(Read(m_table, 10), "f");
+    EXPECT_EQ(Read(m_table, 10), "");
+    objects.removeMessages({added});
+    EXPECT_EQ(Read(m_table, 10), "");
+    objects.createMessage(inbox, message);
+    EXPECT_EQ(Read(m_table, 10), "f");
+}
+
+TEST_F(ChangingTable, T02_RowsThatGoAndComeBehindAFullReadAreSeen)
+{
+    EXPECT_EQ(Read(m_table, 10), "a b c d e");
+    m_mailbox.Delete(m_ids[4]);
+    EXPECT_EQ(Read(m_table, 10), "");
+    m_mailbox.Add(Row("dd"));
+    EXPECT_EQ(Read(m_table, 10), "") << "it is in front of the cursor";
+    m_mailbox.Add(Row("f"));
+    EXPECT_EQ(Read(m_table, 10), "f");
+    EXPECT_EQ(All(m_table), "a b c d dd f");
 }
 
 TEST_F(ChangingTable, T26_TheRowCountFollowsTheFolder)

@@ -3,8 +3,6 @@
 #include "Helpers.h"
 #include "Mailbox.h"
 
-#include "localmapi/storage/objects.h"
-
 #include <mapiguid.h>
 
 namespace localmapi::test
@@ -223,27 +221,6 @@ TEST_F(FolderTest, DeleteFolderNeedsLeaveForWhatIsInIt)
                              DEL_MESSAGES | DEL_FOLDERS),
                 MAPI_E_NO_ACCESS);
     EXPECT_CODE(GetProps(folder, {PR_DISPLAY_NAME_A}).hr, MAPI_E_OBJECT_DELETED);
-}
-
-TEST_F(FolderTest, AsDeepAsFoldersMayLieTheyAreCopiedAndDeleted)
-{
-    auto from = Create(m_mailbox.inbox(), "From"), to = Create(m_mailbox.inbox(), "To");
-    HRESULT hr = S_OK;
-    int depth = 4; // the root, what users see of it, the Inbox and this one
-    for (auto last = Ref<IMAPIFolder>::Share(from.get()); hr == S_OK;) {
-        std::string name = "Below";
-        Ref<IMAPIFolder> below;
-        hr = last->CreateFolder(FOLDER_GENERIC, name.data(), nullptr, nullptr, 0, below.put());
-        if (hr == S_OK)
-            last = std::move(below), ++depth;
-        ASSERT_LE(depth, storage::Objects::kDeepestFolder);
-    }
-    EXPECT_CODE(hr, MAPI_E_TOO_COMPLEX);
-    EXPECT_EQ(depth, storage::Objects::kDeepestFolder);
-    EXPECT_CODE(from->CopyTo(0, nullptr, nullptr, 0, nullptr, &IID_IMAPIFolder, to.get(), 0, nullptr), S_OK);
-    for (IMAPIFolder *top : {from.get(), to.get()})
-        EXPECT_CODE(DeleteFolder(m_mailbox.inbox(), BytesOf(top, PR_ENTRYID), DEL_FOLDERS), S_OK);
-    EXPECT_EQ(Folders(m_mailbox.inbox()), "");
 }
 
 TEST_F(FolderTest, EmptyFolderTakesMessagesAndFoldersAndLeavesAssociatedOnes)

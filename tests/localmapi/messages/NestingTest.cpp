@@ -1,7 +1,10 @@
-// Proves that messages within messages end somewhere: as deep as they may lie they are saved, sent, copied and deleted
-// whole; what would lie deeper is refused. And that copying ends where the target lies within the source.
+// Proves that messages within messages, and folders within folders, end somewhere: as deep as they may lie they are
+// saved, sent, copied and deleted whole; what would lie deeper is refused. And that copying ends where the target lies
+// within the source.
 #include "Attachment.h"
 #include "Letters.h"
+
+#include "localmapi/storage/objects.h"
 
 namespace localmapi::test
 {
@@ -102,6 +105,35 @@ TEST_F(NestingTest, WhatWouldLieDeeperIsRefused)
     ASSERT_CODE(outer->CreateAttach(nullptr, 0, &number, attachment.put()), S_OK);
     auto inner = EmbeddedIn(attachment.get(), MAPI_CREATE | MAPI_MODIFY);
     EXPECT_CODE(CopyTo(message.get(), inner.get()), MAPI_E_TOO_COMPLEX) << "nor by copying";
+}
+
+TEST_F(NestingTest, AsDeepAsFoldersMayLieTheyAreCopiedAndDeleted)
+{
+    const auto create = [](IMAPIFolder *in, std::string name, Ref<IMAPIFolder> &folder) {
+        return in->CreateFolder(FOLDER_GENERIC, name.data(), nullptr, nullptr, 0, folder.put());
+    };
+    Ref<IMAPIFolder> from, to;
+    ASSERT_CODE(create(m_mailbox.inbox(), "From", from), S_OK);
+    ASSERT_CODE(create(m_mailbox.inbox(), "To", to), S_OK);
+    HRESULT hr = S_OK;
+    int depth = 4; // the root, what users see of it, the Inbox and this one
+    for (auto last = Ref<IMAPIFolder>::Share(from.get()); hr == S_OK;) {
+        Ref<IMAPIFolder> below;
+        hr = create(last.get(), "Below", below);
+        if (hr == S_OK)
+            last = std::move(below), ++depth;
+        ASSERT_LE(depth, storage::Objects::kDeepestFolder);
+    }
+    EXPECT_CODE(hr, MAPI_E_TOO_COMPLEX);
+    EXPECT_EQ(depth, storage::Objects::kDeepestFolder);
+    EXPECT_CODE(from->CopyTo(0, nullptr, nullptr, 0, nullptr, &IID_IMAPIFolder, to.get(), 0, nullptr), S_OK);
+    for (IMAPIFolder *top : {from.get(), to.get()}) {
+        EntryIdBytes id = BytesOf(top, PR_ENTRYID);
+        EXPECT_CODE(m_mailbox.inbox()->DeleteFolder(static_cast<ULONG>(id.size()),
+                                                    reinterpret_cast<LPENTRYID>(id.data()), 0, nullptr, DEL_FOLDERS),
+                    S_OK);
+    }
+    EXPECT_EQ(LongOf(m_mailbox.inbox(), PR_SUBFOLDERS), 0);
 }
 
 TEST_F(NestingTest, AMessageIsCopiedIntoTheOneThatItHolds)

@@ -4,6 +4,7 @@
 #include <array>
 #include <atomic>
 #include <condition_variable>
+#include <mapidefs.h>
 #include <mutex>
 #include <thread>
 
@@ -300,8 +301,9 @@ TEST_F(NotificationBehaviour, ClosingWaitsForACallbackThatWorksOnAfterItHasEnded
             inside = true;
             for (int i = 0; i < 20; ++i) {
                 OrlMailbox bob = 0;
-                if (SUCCEEDED(OrlMapiConnectToMailboxA(connection, &bob, "bob")))
-                    OrlMapiDisconnectFromMailbox(connection, bob);
+                if (SUCCEEDED(OrlMapiConnectToMailboxA(connection, &bob, "bob")) &&
+                    FAILED(OrlMapiDisconnectFromMailbox(connection, bob))) // the connection went in between
+                    reinterpret_cast<IMsgStore *>(bob)->Release();
             }
             returned = true;
             return TRUE;

@@ -59,6 +59,6 @@ INT SystemTimeToVariantTime(LPSYSTEMTIME lpSystemTime, DOUBLE *pvtime);
 // The locale is the process's, whatever lcid names it; the only flag is LOCALE_NOUSEROVERRIDE. Takes numbers in the
 // locale's order, or in another one where they fit no date so, months by number or by their names, weekdays, which are
 // not compared with the date, and a time of 24 or 12 hours before or behind the date. What is missing is this year, the
-// first of the month, midnight, or, of a time alone, the first day of variant dates. Of a day, a month's name and a year
-// of two digits, the day comes first except where the locale begins with the year.
+// first of the month, midnight, or, of a time alone, the first day of variant dates. Of a day, a month's name and a
+// year of two digits, the day comes first except where the locale begins with the year.
 HRESULT VarDateFromStr(OLECHAR *strIn, LCID lcid, ULONG dwFlags, DATE *pdateOut);

@@ -1,11 +1,9 @@
 // Proves that the log of changes tells what happened to a view, as the difference between two looks at it; that it is
-// bounded, and says so when something is lost; and that waiting for changes ends when there is one.
+// bounded, and says so when something is lost.
 #include "Fixture.h"
 #include "localmapi/storage/changes.h"
 #include "localmapi/storage/database.h"
-#include <fstream>
 #include <sqlite3.h>
-#include <thread>
 
 namespace localmapi::storage
 {
@@ -383,43 +381,6 @@ TEST_F(Changed, AFileOfTheFirstVersionIsUpgradedAndThenTells)
     Objects(upgraded).createMessage(mailbox.inbox, {});
     EXPECT_EQ(watch.next({}).size(), 1u);
     EXPECT_TRUE(check(upgraded, false).empty());
-}
-
-TEST_F(Changed, AWaitEndsWithACommitOfWhoeverAndWithAWakeUp)
-{
-    constexpr std::chrono::seconds kBound{60};
-    ChangeSignal signal;
-    ASSERT_TRUE(signal.listen({site.path()}));
-    ChangeLog log(site);
-    auto begun = std::chrono::steady_clock::now();
-    std::thread writer([&] { Objects(Site::open(site.path())).createMessage(box.inbox, {}); });
-    while (log.next().empty())
-        signal.wait(kBound);
-    writer.join();
-    std::thread waker([&] { signal.wake(); });
-    signal.wait(kBound);
-    waker.join();
-    EXPECT_LT(std::chrono::steady_clock::now() - begun, kBound);
-    EXPECT_TRUE(signal.listen({}));
-    signal.wait(std::chrono::milliseconds(1));
-}
-
-TEST_F(Changed, AFileOfWhichTheSystemTellsNothingIsLookedAt)
-{
-    ChangeSignal signal;
-    EXPECT_FALSE(signal.listen({folder.file("nowhere/site.db")}));
-    ChangeSignal::announce(folder.file("nowhere/site.db"));
-    constexpr std::chrono::seconds kBound{60};
-    auto begun = std::chrono::steady_clock::now();
-    std::thread maker([&] {
-        std::filesystem::path later(folder.file("nowhere"));
-        std::filesystem::create_directory(later);
-        std::ofstream(later / "site.db") << "here";
-    });
-    signal.wait(kBound);
-    maker.join();
-    EXPECT_LT(std::chrono::steady_clock::now() - begun, kBound);
-    EXPECT_TRUE(signal.listen({site.path()}));
 }
 
 } // namespace

@@ -14,6 +14,9 @@ constexpr ULONG kNotCopied[] = {0x00390040, 0x0E060040, 0x0E180003, 0x0E070003, 
                                 0x0042001E, 0x003B0102, 0x0E0A0102, 0x003D001E, 0x10820040, 0x10810003};
 static_assert(std::size(kNotCopied) == 34);
 
+// The calls with which both end.
+inline const std::vector<std::string> kSubmitted = {"Message(new).SaveChanges(0x2)", "Message(new).SubmitMessage(0)"};
+
 class CopyTest : public SendingTest
 {
   protected:

@@ -29,8 +29,6 @@ class ForwardTest : public CopyTest
     }
 };
 
-const std::vector<std::string> kSubmitted = {"Message(new).SaveChanges(0x2)", "Message(new).SubmitMessage(0)"};
-
 TEST_F(ForwardTest, TheOriginalIsMarkedThenCopiedAddressedSavedAndSubmitted)
 {
     EXPECT_EQ(Forward(), S_OK);

@@ -43,7 +43,6 @@ class RespondTest : public CopyTest
 };
 
 const std::vector<std::string> kSaved = {"Message(new).SaveChanges(0x2)"};
-const std::vector<std::string> kSubmitted = {"Message(new).SaveChanges(0x2)", "Message(new).SubmitMessage(0)"};
 const std::vector<std::string> kSender = {"Message(m).GetProps([PR_SENDER_EMAIL_ADDRESS_A], 0)"};
 
 TEST_F(RespondTest, TheOriginalIsMarkedThenCopiedAndSentToItsSender)

@@ -15,6 +15,8 @@ using testing::ElementsAreArray;
 using testing::IsEmpty;
 using testing::StartsWith;
 
+inline const std::string kAliceDN = "/o=Norvik/ou=First Administrative Group/cn=Recipients/cn=alice";
+
 // A text where every "*" of the pattern stands for any run of characters.
 bool IsLike(const std::string &text, const std::string &pattern);
 MATCHER_P(Like, pattern, "is like \"" + std::string(pattern) + "\"")

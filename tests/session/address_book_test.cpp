@@ -5,7 +5,6 @@
 namespace
 {
 
-const std::string kAliceDN = "/o=Norvik/ou=First Administrative Group/cn=Recipients/cn=alice";
 
 class AddressBookTest : public SessionTest
 {

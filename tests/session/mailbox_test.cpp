@@ -5,7 +5,6 @@
 namespace
 {
 
-const std::string kAliceDN = "/o=Norvik/ou=First Administrative Group/cn=Recipients/cn=alice";
 const std::string kServerDN = "/cn=Configuration/cn=Servers/cn=NORVIK1/cn=Microsoft Private MDB";
 
 class MailboxTest : public SessionTest

@@ -5,6 +5,8 @@
 #define COINIT_MULTITHREADED 0x0
 #define COINIT_APARTMENTTHREADED 0x2
 
+extern "C" {
+
 // Counted for each thread: S_FALSE when the thread has called it before. There are no apartments: the first call's
 // model is remembered, and a different one later gives RPC_E_CHANGED_MODE.
 HRESULT CoInitializeEx(LPVOID pvReserved, DWORD dwCoInit);
@@ -24,3 +26,5 @@ HRESULT IIDFromString(LPCOLESTR lpsz, IID *lpiid);
 // stream "CONTENTS". (On Windows the file itself turns into a compound file when such a storage is committed.) Other
 // modes give STG_E_INVALIDFLAG.
 HRESULT StgCreateDocfile(const WCHAR *pwcsName, DWORD grfMode, DWORD reserved, IStorage **ppstgOpen);
+
+} // extern "C"

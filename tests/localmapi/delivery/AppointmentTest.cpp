@@ -1,6 +1,7 @@
 // The properties of appointments: those by which clients find, show and sort them, of single and of recurring ones.
 #include "localmapi/delivery/Appointment.h"
 #include "../storage/Fixture.h"
+#include "Days.h"
 
 namespace localmapi::delivery
 {
@@ -16,10 +17,6 @@ constexpr Guid kCommonSet = {0x08, 0x20, 0x06, 0, 0, 0, 0, 0, 0xC0, 0, 0, 0, 0, 
 constexpr Guid kMeetingSet = {0x90, 0xDA, 0xD8, 0x6E, 0x0B, 0x45, 0x1B, 0x10,
                               0x98, 0xDA, 0x00, 0xAA, 0x00, 0x3F, 0x13, 0x05};
 
-Day On(int y, unsigned m, unsigned d)
-{
-    return std::chrono::sys_days(std::chrono::year(y) / std::chrono::month(m) / std::chrono::day(d));
-}
 std::int64_t At(Day day, unsigned minute)
 {
     return ((day - On(1601, 1, 1)).count() * 1440 + minute) * kMinute;

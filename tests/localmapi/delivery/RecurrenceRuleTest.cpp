@@ -1,6 +1,6 @@
 // The rules of recurring appointments: their occurrences, what makes no sense, their description, and the published
 // structure, byte for byte.
-#include "localmapi/delivery/RecurrenceRule.h"
+#include "Days.h"
 #include <gmock/gmock.h>
 
 namespace localmapi::delivery
@@ -16,10 +16,6 @@ using testing::IsEmpty;
 
 constexpr std::uint32_t kMonday = 2, kTuesday = 4, kThursday = 16, kFriday = 32, kSunday = 1;
 
-Day On(int y, unsigned m, unsigned d)
-{
-    return sys_days(year(y) / month(m) / day(d));
-}
 RecurrenceRule Rule(Kind kind, unsigned interval = 1)
 {
     RecurrenceRule rule;

@@ -1,11 +1,9 @@
 // A message whose properties are opened as streams.
 #pragma once
-#include "Mailbox.h"
+#include "MessageFixture.h"
 
 namespace localmapi::test
 {
-
-inline constexpr ULONG kBytes = PROP_TAG(PT_BINARY, 0x6A22);
 
 class StreamTest : public testing::Test
 {

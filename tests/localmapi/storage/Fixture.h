@@ -20,6 +20,10 @@ constexpr Tag kAttachData = 0x37010102;
 constexpr Tag kAttachName = 0x3707001F;
 constexpr Tag kKeywords = 0x8001101F; // a list of texts
 
+constexpr auto kForward = Direction::Forward, kBackward = Direction::Backward;
+
+using Subjects = std::vector<std::string>;
+
 class Folder
 {
   public:

@@ -1,6 +1,6 @@
 // Proves that a filter means the same in the file as in memory, whatever it is made of: random filters over random
 // rows of all types.
-#include "Fixture.h"
+#include "FilterColumns.h"
 #include <random>
 #include <sstream>
 
@@ -9,15 +9,6 @@ namespace localmapi::storage
 
 namespace
 {
-
-using M = Filter::Match;
-constexpr Tag kNumber = makeTag(0x6001, Type::Int32), kOther = makeTag(0x6002, Type::Int32);
-constexpr Tag kData = makeTag(0x6003, Type::Binary), kNote = makeTag(0x6004, Type::Text);
-constexpr Tag kReal = makeTag(0x6005, Type::Double), kNumbers = makeTag(0x6006, Type::Int32) | kMultiple;
-constexpr Tag kShort = makeTag(0x6007, Type::Int16), kUid = makeTag(0x6008, Type::Uid);
-constexpr Tag kWhen = makeTag(0x6009, Type::Time), kBlobs = makeTag(0x600A, Type::Binary) | kMultiple;
-constexpr Relation kRelations[] = {Relation::Less,           Relation::LessOrEqual, Relation::Greater,
-                                   Relation::GreaterOrEqual, Relation::Equal,       Relation::NotEqual};
 
 std::string written(const Filter &filter)
 {

@@ -1,5 +1,5 @@
 // Proves what each kind of condition means, rule by rule, in the file and in memory.
-#include "Fixture.h"
+#include "FilterColumns.h"
 #include "localmapi/storage/filter_order.h"
 
 namespace localmapi::storage
@@ -7,15 +7,6 @@ namespace localmapi::storage
 
 namespace
 {
-
-using M = Filter::Match;
-constexpr Tag kNumber = makeTag(0x6001, Type::Int32), kOther = makeTag(0x6002, Type::Int32);
-constexpr Tag kData = makeTag(0x6003, Type::Binary), kNote = makeTag(0x6004, Type::Text);
-constexpr Tag kReal = makeTag(0x6005, Type::Double), kNumbers = makeTag(0x6006, Type::Int32) | kMultiple;
-constexpr Tag kShort = makeTag(0x6007, Type::Int16), kUid = makeTag(0x6008, Type::Uid);
-constexpr Tag kWhen = makeTag(0x6009, Type::Time), kBlobs = makeTag(0x600A, Type::Binary) | kMultiple;
-constexpr Relation kRelations[] = {Relation::Less,           Relation::LessOrEqual, Relation::Greater,
-                                   Relation::GreaterOrEqual, Relation::Equal,       Relation::NotEqual};
 
 class Filters : public SiteTest
 {

@@ -7,8 +7,6 @@ namespace localmapi::storage
 namespace
 {
 
-using Names = std::vector<std::string>;
-constexpr auto kForward = Direction::Forward, kBackward = Direction::Backward;
 using Containers = SiteTest;
 
 TEST_F(Containers, GiveTheColumnsThatAreAskedForInTheirOrder)
@@ -38,8 +36,8 @@ TEST_F(Containers, OfAssociatedMessagesAndOfOrdinaryOnesAreApart)
 {
     add("ordinary");
     add("associated", {{kMessageFlags, kFlagAssociated}});
-    EXPECT_EQ(subjects(View(site, inbox())), (Names{"ordinary"}));
-    EXPECT_EQ(subjects(View(site, {Container::Kind::Associated, box.inbox})), (Names{"associated"}));
+    EXPECT_EQ(subjects(View(site, inbox())), (Subjects{"ordinary"}));
+    EXPECT_EQ(subjects(View(site, {Container::Kind::Associated, box.inbox})), (Subjects{"associated"}));
     PropertyBag inboxBag = objects.read(box.inbox);
     EXPECT_EQ(*inboxBag.get<std::int32_t>(kContentCount), 1);
     EXPECT_EQ(*inboxBag.get<std::int32_t>(kAssociatedCount), 1);
@@ -54,21 +52,21 @@ TEST_F(Containers, OfFoldersShowTheirCountsAndTheirDepth)
     View direct(site, {Container::Kind::Folders, box.ipmSubtree});
     std::vector<Tag> columns{kDisplayName, kFolderDepth, kContentCount, kContentUnread, kSubfolders, kFolderChildCount};
     std::vector<Row> rows = direct.read(Place::beginning(), kForward, 99, columns);
-    EXPECT_EQ(subjectsOf(rows), (Names{"Calendar", "Deleted Items", "Inbox", "Outbox", "Sent Items"}));
+    EXPECT_EQ(subjectsOf(rows), (Subjects{"Calendar", "Deleted Items", "Inbox", "Outbox", "Sent Items"}));
     EXPECT_EQ(rows[2].values, (std::vector<Value>{std::string("Inbox"), std::int32_t{1}, std::int32_t{2},
                                                   std::int32_t{1}, true, std::int32_t{1}}));
     EXPECT_EQ(rows[0].values[4], Value(false));
     View deep(site, {Container::Kind::FoldersDeep, box.ipmSubtree});
     EXPECT_EQ(deep.count(), 7u);
     rows = deep.read(Place::beginning(), kForward, 99, columns);
-    EXPECT_EQ(subjectsOf(rows), (Names{"Calendar", "Deep", "Deleted Items", "Inbox", "Outbox", "Sent Items", "Sub"}));
+    EXPECT_EQ(subjectsOf(rows), (Subjects{"Calendar", "Deep", "Deleted Items", "Inbox", "Outbox", "Sent Items", "Sub"}));
     EXPECT_EQ(rows[1].values[1], Value(std::int32_t{3}));
     EXPECT_EQ(rows[6].values[1], Value(std::int32_t{2}));
     View unread(site, {Container::Kind::FoldersDeep, box.ipmSubtree},
                 Filter::all({Filter::compare(kContentUnread, Relation::Greater, std::int32_t{0}),
                              Filter::compare(kFolderDepth, Relation::Equal, std::int32_t{1}),
                              Filter::compare(kSubfolders, Relation::Equal, true)}));
-    EXPECT_EQ(subjectsOf(unread.read(Place::beginning(), kForward, 9, {kDisplayName})), (Names{"Inbox"}));
+    EXPECT_EQ(subjectsOf(unread.read(Place::beginning(), kForward, 9, {kDisplayName})), (Subjects{"Inbox"}));
 }
 
 TEST_F(Containers, OfAttachmentsRecipientsAndPeopleAreViewsToo)
@@ -82,21 +80,21 @@ TEST_F(Containers, OfAttachmentsRecipientsAndPeopleAreViewsToo)
     View attachments(site, {Container::Kind::Attachments, id});
     std::vector<Row> rows =
         attachments.read(Place::beginning(), kForward, 9, {kAttachName, kAttachNumber, kAttachSize});
-    EXPECT_EQ(subjectsOf(rows), (Names{"c.txt", "b.wav"}));
+    EXPECT_EQ(subjectsOf(rows), (Subjects{"c.txt", "b.wav"}));
     EXPECT_EQ(rows[0].values[1], Value(std::int32_t{1}));
     EXPECT_EQ(rows[0].values[2], Value(std::int32_t{15}));
     View recipients(site, {Container::Kind::Recipients, id});
-    EXPECT_EQ(subjectsOf(recipients.read(Place::beginning(), kForward, 9, {kDisplayName})), (Names{"Zoe", "Al"}));
+    EXPECT_EQ(subjectsOf(recipients.read(Place::beginning(), kForward, 9, {kDisplayName})), (Subjects{"Zoe", "Al"}));
     EXPECT_EQ(recipients.read(Place::end(), kBackward, 1, {kRowId}).at(0).values[0], Value(std::int32_t{1}));
 
     Directory(site).addContact("Bob Baker", "bob@elsewhere.example");
     View people(site, {Container::Kind::Directory, 0});
     EXPECT_EQ(subjectsOf(people.read(Place::beginning(), kForward, 9, {kDisplayName})),
-              (Names{"Alice Archer", "Bob Baker"}));
+              (Subjects{"Alice Archer", "Bob Baker"}));
     View named(site, {Container::Kind::Directory, 0},
                Filter::content(kDisplayName, Filter::Match::WordPrefix, std::string("bak"), true));
     EXPECT_EQ(subjectsOf(named.read(Place::beginning(), kForward, 9, {kEmailAddress})),
-              (Names{"bob@elsewhere.example"}));
+              (Subjects{"bob@elsewhere.example"}));
 }
 
 TEST_F(Containers, OfWhatIsNotThereAreEmpty)

@@ -9,9 +9,7 @@ namespace localmapi::storage
 namespace
 {
 
-using Names = std::vector<std::string>;
 constexpr Tag kNumber = makeTag(0x6001, Type::Int32);
-constexpr auto kForward = Direction::Forward, kBackward = Direction::Backward;
 
 class Views : public SiteTest
 {
@@ -27,13 +25,13 @@ class Views : public SiteTest
                                                                        {kNumber, std::int32_t{-i}}})});
         return objects.createMessages(messages);
     }
-    Names read(const View &view, const Place &from, Direction direction, std::size_t n) const
+    Subjects read(const View &view, const Place &from, Direction direction, std::size_t n) const
     {
         return subjectsOf(view.read(from, direction, n, {kSubject}));
     }
-    static Names numbers(int first, int end)
+    static Subjects numbers(int first, int end)
     {
-        Names names;
+        Subjects names;
         for (int i = first; i < end; ++i)
             names.push_back(std::to_string(i));
         return names;
@@ -66,13 +64,13 @@ TEST_F(Views, ArePagedForwardsAndBackwardsFromEveryPlace)
     for (const View &view : bothWays()) {
         EXPECT_EQ(view.count(), 7u);
         for (std::size_t page : {1u, 2u, 3u, 6u, 7u, 8u}) {
-            Names forward, backward;
+            Subjects forward, backward;
             for (Place at = Place::beginning();;) {
                 std::vector<Row> rows = view.read(at, kForward, page, {kSubject});
                 if (rows.empty())
                     break;
                 EXPECT_LE(rows.size(), page);
-                Names names = subjectsOf(rows);
+                Subjects names = subjectsOf(rows);
                 forward.insert(forward.end(), names.begin(), names.end());
                 at = rows.back().after();
             }
@@ -80,7 +78,7 @@ TEST_F(Views, ArePagedForwardsAndBackwardsFromEveryPlace)
                 std::vector<Row> rows = view.read(at, kBackward, page, {kSubject});
                 if (rows.empty())
                     break;
-                Names names = subjectsOf(rows);
+                Subjects names = subjectsOf(rows);
                 backward.insert(backward.begin(), names.begin(), names.end());
                 at = rows.front().before();
             }
@@ -167,13 +165,13 @@ TEST_F(Views, PlacesStayGoodWhileRowsComeAndGo)
         ObjectId early = add("35", {{kClientSubmitTime, std::int64_t{1}}});
         objects.removeMessages({ids[2], ids[7]});
         EXPECT_TRUE(view.holds(next));
-        EXPECT_EQ(read(view, next, kForward, 2), (Names{"4", "5"}));
+        EXPECT_EQ(read(view, next, kForward, 2), (Subjects{"4", "5"}));
         objects.removeMessages({ids[4]});
         EXPECT_FALSE(view.holds(next));
-        EXPECT_EQ(read(view, next, kForward, 2), (Names{"5", "6"}));
+        EXPECT_EQ(read(view, next, kForward, 2), (Subjects{"5", "6"}));
         EXPECT_EQ(read(view, next, kBackward, 1).size(), 1u);
         objects.removeMessages({early});
-        EXPECT_EQ(read(view, next, kBackward, 1), (Names{"3"}));
+        EXPECT_EQ(read(view, next, kBackward, 1), (Subjects{"3"}));
         ids[4] = add("4", {{kClientSubmitTime, std::int64_t{1004}}, {kNumber, std::int32_t{-4}}});
         ids[2] = add("2", {{kClientSubmitTime, std::int64_t{1002}}});
         ids[7] = add("7", {{kClientSubmitTime, std::int64_t{1007}}});
@@ -184,19 +182,19 @@ TEST_F(Views, RowsThatLeaveTheFilterAreGoneAndThoseThatMoveAreNotHeld)
 {
     std::vector<ObjectId> ids = addNumbered(4);
     View unread(site, inbox(), Filter::bits(kMessageFlags, kFlagRead, true));
-    EXPECT_EQ(subjects(unread), (Names{"0", "2"}));
+    EXPECT_EQ(subjects(unread), (Subjects{"0", "2"}));
     Place before2 = unread.read(Place::end(), kBackward, 1, {}).at(0).before();
     objects.setRead({ids[2]}, true);
     EXPECT_FALSE(unread.holds(before2));
     EXPECT_EQ(unread.count(), 1u);
     objects.setRead({ids[2], ids[1]}, false);
     EXPECT_TRUE(unread.holds(before2));
-    EXPECT_EQ(subjects(unread), (Names{"0", "1", "2"}));
+    EXPECT_EQ(subjects(unread), (Subjects{"0", "1", "2"}));
     MessageChanges later;
     later.properties.set.set(kClientSubmitTime, std::int64_t{999});
     objects.changeMessage(ids[2], later);
     EXPECT_FALSE(unread.holds(before2));
-    EXPECT_EQ(subjects(unread), (Names{"2", "0", "1"}));
+    EXPECT_EQ(subjects(unread), (Subjects{"2", "0", "1"}));
 }
 
 TEST_F(Views, WithoutATimeComeFirstAndEqualTimesKeepTheOrderOfArrival)
@@ -206,14 +204,14 @@ TEST_F(Views, WithoutATimeComeFirstAndEqualTimesKeepTheOrderOfArrival)
     add("c", {{kClientSubmitTime, std::int64_t{5}}});
     add("d", {{kClientSubmitTime, std::int64_t{-5}}});
     add("e", {{kImportance, std::int32_t{1}}});
-    Names up{"b", "e", "d", "a", "c"}, down(up.rbegin(), up.rend());
+    Subjects up{"b", "e", "d", "a", "c"}, down(up.rbegin(), up.rend());
     EXPECT_EQ(subjects(View(site, inbox())), up);
     EXPECT_EQ(subjects(View(site, inbox(), {}, {{kClientSubmitTime, true}})), down);
     View view(site, inbox());
     std::vector<Row> rows = view.read(Place::beginning(), kForward, 9, {kSubject, kClientSubmitTime});
     EXPECT_TRUE(isAbsent(rows[0].values[1]));
-    EXPECT_EQ(read(view, rows[1].after(), kForward, 9), (Names{"d", "a", "c"}));
-    EXPECT_EQ(read(view, rows[1].before(), kBackward, 9), (Names{"b"}));
+    EXPECT_EQ(read(view, rows[1].after(), kForward, 9), (Subjects{"d", "a", "c"}));
+    EXPECT_EQ(read(view, rows[1].before(), kBackward, 9), (Subjects{"b"}));
 }
 
 TEST_F(Views, SortByEveryKeyUpAndDown)
@@ -236,13 +234,13 @@ TEST_F(Views, SortByEveryKeyUpAndDown)
         add(row.subject, bag);
     }
     auto sorted = [&](std::vector<SortKey> keys) { return subjects(View(site, inbox(), {}, std::move(keys))); };
-    EXPECT_EQ(sorted({{kSubject}}), (Names{"A", "a", "B", "b", "\xc3\xa4"}));
-    EXPECT_EQ(sorted({{kSubject, true}}), (Names{"\xc3\xa4", "b", "B", "a", "A"}));
-    EXPECT_EQ(sorted({{kNumber}, {kSubject, true}}), (Names{"B", "a", "b", "A", "\xc3\xa4"}));
-    EXPECT_EQ(sorted({{kTexts}}), (Names{"B", "a", "\xc3\xa4", "b", "A"})); // shorter before longer
-    EXPECT_EQ(sorted({{kTexts, true}}), (Names{"A", "b", "\xc3\xa4", "a", "B"}));
-    EXPECT_EQ(sorted({{kBlob}}), (Names{"a", "b", "A", "\xc3\xa4", "B"}));
-    EXPECT_EQ(sorted({{kMessageClass}}), (Names{"b", "A", "a", "\xc3\xa4", "B"}));
+    EXPECT_EQ(sorted({{kSubject}}), (Subjects{"A", "a", "B", "b", "\xc3\xa4"}));
+    EXPECT_EQ(sorted({{kSubject, true}}), (Subjects{"\xc3\xa4", "b", "B", "a", "A"}));
+    EXPECT_EQ(sorted({{kNumber}, {kSubject, true}}), (Subjects{"B", "a", "b", "A", "\xc3\xa4"}));
+    EXPECT_EQ(sorted({{kTexts}}), (Subjects{"B", "a", "\xc3\xa4", "b", "A"})); // shorter before longer
+    EXPECT_EQ(sorted({{kTexts, true}}), (Subjects{"A", "b", "\xc3\xa4", "a", "B"}));
+    EXPECT_EQ(sorted({{kBlob}}), (Subjects{"a", "b", "A", "\xc3\xa4", "B"}));
+    EXPECT_EQ(sorted({{kMessageClass}}), (Subjects{"b", "A", "a", "\xc3\xa4", "B"}));
     EXPECT_EQ(faultOf([&] { sorted({{makeTag(0x6003, Type::Boolean) | kMultiple}}); }), Fault::Invalid);
 }
 

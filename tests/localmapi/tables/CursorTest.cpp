@@ -12,9 +12,6 @@ namespace localmapi::test
 namespace
 {
 
-constexpr LONG kLongMin = std::numeric_limits<LONG>::min();
-constexpr LONG kLongMax = std::numeric_limits<LONG>::max();
-
 class CursorTest : public AnyTable
 {
 };

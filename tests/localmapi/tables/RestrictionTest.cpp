@@ -10,8 +10,6 @@ namespace localmapi::test
 namespace
 {
 
-constexpr LONG kLongMin = std::numeric_limits<LONG>::min();
-
 class RestrictionTest : public AnyTable
 {
   protected:

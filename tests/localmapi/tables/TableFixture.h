@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <optional>
 
 namespace localmapi::test
@@ -31,6 +32,9 @@ inline constexpr ULONG kOtherNumber = Tag(0x6A0C, PT_LONG);
 inline constexpr ULONG kOtherText = Tag(0x6A0D, PT_STRING8);
 inline constexpr ULONG kAbsent = Tag(0x6AFF, PT_LONG);
 inline constexpr ULONG kAbsentText = Tag(0x6AFE, PT_STRING8);
+
+inline constexpr LONG kLongMin = std::numeric_limits<LONG>::min();
+inline constexpr LONG kLongMax = std::numeric_limits<LONG>::max();
 
 enum class Home { Memory, Storage };
 

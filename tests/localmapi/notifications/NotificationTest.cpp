@@ -174,7 +174,7 @@ TEST_F(NotificationTest, N04_ADeletedRowHasItsKeyAndNothingElse)
     ASSERT_EQ(events.size(), 1u);
     EXPECT_EQ(events[0].event, ULONG{TABLE_ROW_DELETED});
     EXPECT_EQ(events[0].indexTag, PR_INSTANCE_KEY);
-    EXPECT_EQ(m_labels[events[0].index], "a");
+    EXPECT_EQ(LabelOf(events[0].index), "a");
     EXPECT_EQ(events[0].priorTag, PR_NULL);
     EXPECT_TRUE(events[0].columns.empty());
     EXPECT_FALSE(events[0].hasRow);

@@ -103,12 +103,20 @@ class Notified : public testing::Test
     void MarkRead(const EntryIdBytes &message, bool read = true);
     void Move(const EntryIdBytes &message, IMAPIFolder *from, IMAPIFolder *to);
 
+    // The label of a row's message; "?" for none that was added here.
+    std::string LabelOf(const EntryIdBytes &instanceKey);
+
     // Holds the notifier's thread in a sink of its own, so that what happens meanwhile is told at once.
     class Held;
 
     LiveCountsAreZeroAtTheEnd m_counts;
     Mailbox m_mailbox;
+
+  private:
+    // A sink may add messages too, on the notifier's thread.
+    std::mutex m_labelling;
     std::map<EntryIdBytes, std::string> m_labels; // by instance key
+    std::uint64_t m_submitTime = 0x01DB000000000000ULL;
 };
 
 class Notified::Held

@@ -1,6 +1,7 @@
 // Proves how a site is made and opened, and that every file that isn't one, or can't be used, is refused with its
 // reason and left as it is.
 #include "Fixture.h"
+#include "support/Gate.h"
 #include <fstream>
 #include <sqlite3.h>
 #include <thread>
@@ -41,6 +42,39 @@ class Raw // the file as SQLite sees it
 
   private:
     sqlite3 *m_handle = nullptr;
+};
+
+// Opens its gate as soon as a connection that is opened while it lives waits for another writer: SQLite sleeps then.
+class SeesWaiting
+{
+  public:
+    SeesWaiting()
+    {
+        m_system.real = sqlite3_vfs_find(nullptr);
+        m_system.gate = &m_gate;
+        sqlite3_vfs &vfs = m_system;
+        vfs = *m_system.real;
+        vfs.zName = "sees waiting";
+        vfs.pNext = nullptr;
+        vfs.xSleep = [](sqlite3_vfs *called, int microseconds) {
+            const auto &system = static_cast<System &>(*called);
+            system.gate->Open();
+            return system.real->xSleep(system.real, microseconds);
+        };
+        sqlite3_vfs_register(&m_system, 1);
+    }
+    ~SeesWaiting() { sqlite3_vfs_unregister(&m_system); }
+    SeesWaiting(const SeesWaiting &) = delete;
+    SeesWaiting &operator=(const SeesWaiting &) = delete;
+    bool Seen() { return m_gate.Pass(); }
+
+  private:
+    struct System : sqlite3_vfs {
+        sqlite3_vfs *real;
+        Gate *gate;
+    };
+    Gate m_gate;
+    System m_system{};
 };
 
 struct Sites : testing::Test {
@@ -171,11 +205,12 @@ TEST_F(Sites, HeldByAnotherWriterAreBusyAfterTheTimeout)
 
 TEST_F(Sites, HeldForAMomentAreWaitedFor)
 {
+    SeesWaiting waiting;
     Site site = Site::create(path, "S", "O");
     Raw other(path);
     other.execute("BEGIN IMMEDIATE");
     std::thread writer([&] { Profiles(site).create("P"); });
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_TRUE(waiting.Seen());
     other.execute("COMMIT");
     writer.join();
     EXPECT_EQ(Profiles(site).list().size(), 1u);

@@ -1,7 +1,7 @@
 // The system's functions as a test wants them: time that stands, a debugger that counts its stops, debug output that
 // is kept. Everything is the system's again afterwards.
 #pragma once
-#include "common/SystemCalls.h"
+#include "common/base/SystemCalls.h"
 #include <string>
 #include <vector>
 

@@ -1,6 +1,6 @@
 // What every call pays: finding the session, and a trace guard that is filtered out.
 #include "OrlMapi32.h"
-#include "common/debug.h"
+#include "common/trace/debug.h"
 #include <benchmark/benchmark.h>
 #include <mutex>
 

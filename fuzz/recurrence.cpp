@@ -1,7 +1,7 @@
 // An appointment's recurrence structure, as any program may have written it: read, and matched with days.
 #include "Fuzz.h"
-#include "session/RecurrenceMatch.h"
-#include "session/RecurrencePattern.h"
+#include "session/calendar/RecurrenceMatch.h"
+#include "session/calendar/RecurrencePattern.h"
 
 namespace
 {

@@ -1,7 +1,7 @@
 // A finished line that is read a second time as a format: whatever it holds, it comes out as one line.
 #include "Fuzz.h"
-#include "common/DebugTrace.h"
-#include "common/debug.h"
+#include "common/trace/DebugTrace.h"
+#include "common/trace/debug.h"
 #include <string>
 
 namespace

@@ -2,7 +2,7 @@
 #include "Fuzz.h"
 #include "MemoryStream.h"
 #include "localmapi/delivery/Recording.h"
-#include "messages/VoiceStream.h"
+#include "messages/reading/VoiceStream.h"
 #include <sstream>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)

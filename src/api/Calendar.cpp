@@ -1,7 +1,7 @@
 // The exports that read a day of the calendar.
 #include "api/Frame.h"
 #include "api/ResultBlock.h"
-#include "common/debug.h"
+#include "common/trace/debug.h"
 
 namespace
 {

@@ -1,8 +1,8 @@
 // The frame of the exports: find the session, run on it, contain exceptions, give the HRESULT.
 #pragma once
 #include "OrlMapi32.h"
+#include "common/mapi/Contained.h"
 #include "session/CMAPIImpl.h"
-#include "session/Contained.h"
 
 // An export's name and its own line. Every file of exports defines kFirstLine, the start of a range of a thousand, so
 // that no two exports report an exception with the same line: kFirstLine + n is line n of that file.

@@ -1,7 +1,7 @@
 // A header as callers see it.
 #pragma once
 #include "api/ResultBlock.h"
-#include "messages/Header.h"
+#include "messages/listing/Header.h"
 
 // Copies a header into record i of a block: first its texts and its entry ID, as children in this order, then the
 // rest, except for the attachments.

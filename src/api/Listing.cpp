@@ -1,7 +1,7 @@
 // The exports of the header listing.
 #include "api/Frame.h"
 #include "api/HeaderRecord.h"
-#include "common/debug.h"
+#include "common/trace/debug.h"
 
 namespace
 {

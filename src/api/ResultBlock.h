@@ -2,8 +2,8 @@
 // MAPIAllocateMore child of it. Freed whole unless handed over.
 #pragma once
 #include "api/TextFlavour.h"
-#include "common/Owners.h"
-#include "common/errors.h"
+#include "common/base/Owners.h"
+#include "common/errors/errors.h"
 #include <vector>
 
 template <class Record> class ResultBlock

@@ -2,7 +2,7 @@
 // its records, how an argument comes in and how a result goes out.
 #pragma once
 #include "OrlMapi32.h"
-#include "common/tstring.h"
+#include "common/text/tstring.h"
 #include <algorithm>
 #include <cstring>
 

@@ -1,7 +1,7 @@
 #include "notify/AdviseSink.h"
 #include "ExchangeMapi.h"
+#include "common/mapi/Operation.h"
 #include "notify/SinkRegistry.h"
-#include "session/Operation.h"
 
 namespace
 {

@@ -4,7 +4,7 @@
 // at once on several and while the sink is being ended on another one; no lock is held while it counts and calls, so a
 // callback may end the very sink that calls it. The callback is only ever cleared, never set again.
 #pragma once
-#include "common/tstring.h"
+#include "common/text/tstring.h"
 #include "notify/VoiceMailTables.h"
 #include "session/CMAPIImpl.h"
 #include <atomic>

@@ -1,7 +1,7 @@
 #include "notify/VoiceMailTables.h"
-#include "messages/MessageTerms.h"
-#include "messages/ReceiveFolder.h"
-#include "session/MapiArguments.h"
+#include "common/mapi/MapiArguments.h"
+#include "common/mapi/MessageTerms.h"
+#include "session/ReceiveFolder.h"
 
 namespace
 {

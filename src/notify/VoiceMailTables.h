@@ -1,8 +1,8 @@
 // The three live tables over a mailbox's receive folder whose rows a sink counts: unified-messaging voice mail that is
 // read, that is unread, and that is unread and of high importance.
 #pragma once
-#include "common/Owners.h"
-#include "session/Operation.h"
+#include "common/base/Owners.h"
+#include "common/mapi/Operation.h"
 
 struct VoiceMailTables {
     ComPtr<IMAPITable> read;

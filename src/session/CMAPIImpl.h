@@ -2,11 +2,11 @@
 // process-wide registries of handles and the MAPI thread are its static side.
 #pragma once
 #include "OrlMapi32.h"
-#include "common/CritSect.h"
-#include "common/Owners.h"
-#include "common/tstring.h"
-#include "messages/Header.h"
-#include "session/CalendarEvent.h"
+#include "common/base/Owners.h"
+#include "common/lock/CritSect.h"
+#include "common/text/tstring.h"
+#include "messages/listing/Header.h"
+#include "session/calendar/CalendarEvent.h"
 #include <atomic>
 #include <map>
 #include <memory>

@@ -1,10 +1,10 @@
 // Logon to a profile and opening of its default store.
 #include "ExchangeMapi.h"
-#include "messages/Restriction.h"
+#include "common/mapi/MapiArguments.h"
+#include "common/mapi/Operation.h"
+#include "common/mapi/Restriction.h"
 #include "session/CMAPIImpl.h"
-#include "session/MapiArguments.h"
 #include "session/OpenOptions.h"
-#include "session/Operation.h"
 
 namespace
 {

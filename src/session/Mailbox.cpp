@@ -1,9 +1,9 @@
 // Mailboxes: opening a user's store by his name, and closing it.
 #include "ExchangeMapi.h"
+#include "common/mapi/MapiArguments.h"
+#include "common/mapi/Operation.h"
 #include "session/CMAPIImpl.h"
-#include "session/MapiArguments.h"
 #include "session/OpenOptions.h"
-#include "session/Operation.h"
 
 namespace
 {

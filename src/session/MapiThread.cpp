@@ -1,9 +1,9 @@
 // The one library thread: it initialises COM and MAPI for the process, dispatches window messages for as long as there
 // are sessions, and ends MAPI and COM. Sessions do their own MAPI work on their callers' threads.
 #include "ExchangeMapi.h"
-#include "common/debug.h"
+#include "common/mapi/Operation.h"
+#include "common/trace/debug.h"
 #include "session/CMAPIImpl.h"
-#include "session/Operation.h"
 #include <mapix.h>
 #include <objbase.h>
 #include <process.h>

@@ -1,6 +1,6 @@
 #include "session/OpenEntry.h"
-#include "session/MapiArguments.h"
-#include "session/Operation.h"
+#include "common/mapi/MapiArguments.h"
+#include "common/mapi/Operation.h"
 #include <algorithm>
 #include <cstring>
 #include <objbase.h>

@@ -1,8 +1,8 @@
 // Entry IDs as text, and the one way in which objects are opened by entry ID and large properties are read.
 #pragma once
 #include "ExchangeMapi.h"
-#include "common/Owners.h"
-#include "common/tstring.h"
+#include "common/base/Owners.h"
+#include "common/text/tstring.h"
 #include "session/OpenOptions.h"
 #include <mapix.h>
 

@@ -1,6 +1,6 @@
 #include "session/OpenOptions.h"
 #include "ExchangeMapi.h"
-#include "common/debug.h"
+#include "common/trace/debug.h"
 #include "session/CMAPIImpl.h"
 #include <atomic>
 

@@ -1,10 +1,10 @@
 // Profiles: making the one of a mailbox, listing them, and asking one for its server.
 #include "ExchangeMapi.h"
-#include "messages/Restriction.h"
+#include "common/mapi/MapiArguments.h"
+#include "common/mapi/Operation.h"
+#include "common/mapi/Restriction.h"
+#include "common/text/Multibyte.h"
 #include "session/CMAPIImpl.h"
-#include "session/MapiArguments.h"
-#include "session/Multibyte.h"
-#include "session/Operation.h"
 #include <cstring>
 
 namespace

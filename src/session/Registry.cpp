@@ -1,8 +1,8 @@
 // The maps from handle to object: connections for the process, contents tables and bookmarks in each session. One lock
 // serialises all of it.
-#include "common/debug.h"
+#include "common/mapi/Contained.h"
+#include "common/trace/debug.h"
 #include "session/CMAPIImpl.h"
-#include "session/Contained.h"
 #include "session/SessionReferences.h"
 #include <cstdlib>
 #include <new>

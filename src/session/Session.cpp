@@ -1,6 +1,6 @@
 // A session's construction, destruction and references, and the state that its threads share.
+#include "common/mapi/Operation.h"
 #include "session/CMAPIImpl.h"
-#include "session/Operation.h"
 #include "session/SessionReferences.h"
 
 CMAPIImpl::CMAPIImpl(bool fService) : m_references(std::make_shared<SessionReferences>())

@@ -1,6 +1,6 @@
 // Parts of the lock's messages.
 #pragma once
-#include "common/CritSect.h"
+#include "common/lock/CritSect.h"
 #include <cstdint>
 #include <cstdio>
 #include <string>

@@ -2,7 +2,7 @@
 // is kept. Everything is the system's again afterwards. Any thread may call what was replaced; replacing is for the
 // test's own thread, while no other one is at work.
 #pragma once
-#include "common/SystemCalls.h"
+#include "common/base/SystemCalls.h"
 #include <mutex>
 #include <string>
 #include <vector>

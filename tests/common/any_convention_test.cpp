@@ -1,6 +1,6 @@
 // Calls of modules whose convention is unknown: either convention of x86 works, with one to four arguments of each
 // kind, any number of times, and the result comes back.
-#include "common/AnyConvention.h"
+#include "common/base/AnyConvention.h"
 #include <gtest/gtest.h>
 #include <string>
 

@@ -1,8 +1,8 @@
 // The trace is anybody's at any time: many threads write, nest, filter, fault and change the settings at once, and
 // every line comes out whole.
-#include "common/DebugTrace.h"
-#include "common/errors.h"
-#include "common/tstring.h"
+#include "common/errors/errors.h"
+#include "common/text/tstring.h"
+#include "common/trace/DebugTrace.h"
 #include "support/TraceCapture.h"
 #include <gtest/gtest.h>
 #include <objbase.h>

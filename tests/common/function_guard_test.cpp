@@ -1,5 +1,5 @@
 // The guards that write a function's entry and exit and indent what is between, and the one counter behind them.
-#include "common/DebugTrace.h"
+#include "common/trace/DebugTrace.h"
 #include "support/TraceCapture.h"
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // Each name of the table by its code, and nothing else: no name for the gaps, for the codes beside those that have
 // one, or anywhere in the facilities that the table knows.
-#include "common/errors.h"
+#include "common/errors/errors.h"
 #include <cstdint>
 #include <gtest/gtest.h>
 #include <map>

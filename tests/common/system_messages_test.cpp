@@ -1,6 +1,6 @@
 // The search for the system's text of a code: which module, which attempts in which order with which flags, what is
 // freed, and what stands where no text is found.
-#include "common/SystemMessages.h"
+#include "common/text/SystemMessages.h"
 #include "support/TraceCapture.h"
 #include <cstring>
 #include <gmock/gmock.h>

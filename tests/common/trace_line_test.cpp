@@ -2,7 +2,7 @@
 // one line feed; where it goes; and that bad arguments harm nothing.
 #include "RegistryKey.h"
 #include "ReplacedCalls.h"
-#include "common/DebugTrace.h"
+#include "common/trace/DebugTrace.h"
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <objbase.h>

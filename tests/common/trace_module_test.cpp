@@ -1,6 +1,6 @@
 // The optional trace module beside the program takes the lines, whichever convention of x86 its entry points have.
 #include "ReplacedCalls.h"
-#include "common/DebugTrace.h"
+#include "common/trace/DebugTrace.h"
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <objbase.h>

@@ -2,7 +2,7 @@
 // operator new fails on demand.
 #include "RegistryKey.h"
 #include "ReplacedCalls.h"
-#include "common/DebugTrace.h"
+#include "common/trace/DebugTrace.h"
 #include "support/ControlledNew.h"
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

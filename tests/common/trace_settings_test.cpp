@@ -2,7 +2,7 @@
 // use, and again while the process runs.
 #include "RegistryKey.h"
 #include "ReplacedCalls.h"
-#include "common/DebugTrace.h"
+#include "common/trace/DebugTrace.h"
 #include <gtest/gtest.h>
 
 namespace

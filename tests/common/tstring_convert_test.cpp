@@ -1,7 +1,7 @@
 // Text between code pages, and text of GUIDs, dates and variants.
 #include "BadMemory.h"
 #include "LikeLine.h"
-#include "common/tstring.h"
+#include "common/text/tstring.h"
 #include "support/TraceCapture.h"
 #include <cstring>
 #include <gmock/gmock.h>

@@ -1,7 +1,7 @@
 // Formatting grows without limit, reads formats as Windows does on every target, and reports what it refuses.
 #include "BadMemory.h"
 #include "LikeLine.h"
-#include "common/tstring.h"
+#include "common/text/tstring.h"
 #include "support/ControlledNew.h"
 #include "support/TraceCapture.h"
 #include <cerrno>

@@ -3,7 +3,7 @@
 #include "BadMemory.h"
 #include "LikeLine.h"
 #include "ReplacedCalls.h"
-#include "common/tstring.h"
+#include "common/text/tstring.h"
 #include "support/TraceCapture.h"
 #include <cstring>
 #include <gmock/gmock.h>

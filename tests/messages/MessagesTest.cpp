@@ -1,6 +1,6 @@
 #include "messages/MessagesTest.h"
-#include "common/DebugTrace.h"
-#include "messages/FaxSettings.h"
+#include "common/trace/DebugTrace.h"
+#include "messages/listing/FaxSettings.h"
 #include <algorithm>
 #include <cctype>
 #include <mutex>

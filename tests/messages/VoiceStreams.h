@@ -1,8 +1,8 @@
 // Voice streams as tests write them, and files to save them to.
 #pragma once
-#include "messages/Codecs.h"
 #include "messages/MessagesTest.h"
-#include "messages/VoiceStream.h"
+#include "messages/reading/Codecs.h"
+#include "messages/reading/VoiceStream.h"
 #include <cstdio>
 #include <filesystem>
 #include <fstream>

@@ -1,7 +1,7 @@
 // Saving a message's recordings: what is asked of the attachment, which stream is taken by which method, and what is
 // refused. What becomes of a stream is proved with the voice streams.
-#include "messages/AttachmentStorage.h"
 #include "messages/MessagesTest.h"
+#include "messages/reading/AttachmentStorage.h"
 #include <cstdio>
 #include <filesystem>
 #include <fstream>

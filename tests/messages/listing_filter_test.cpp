@@ -1,8 +1,8 @@
 // The filter of a listing: the whole restriction tree that reaches the table, and the whole line that describes it,
 // for every combination of the flags, every number of fax servers that differs, and everything that can be known of
 // the fax product. What is expected is put together here from the tables of conditions, text by text.
-#include "messages/FaxSettings.h"
 #include "messages/MessagesTest.h"
+#include "messages/listing/FaxSettings.h"
 #include <array>
 
 using namespace messages_test;

@@ -1,7 +1,7 @@
 // What a listing makes of a table's rows: where each field of a header comes from, what a malformed value is taken for,
 // and what a summary listing learns of the fax product.
-#include "messages/FaxSettings.h"
 #include "messages/MessagesTest.h"
+#include "messages/listing/FaxSettings.h"
 #include <cstring>
 
 using namespace messages_test;

@@ -1,6 +1,6 @@
 // Restrictions as values: what each form is to MAPI, how it describes itself, and that what is pointed to lives as
 // long as any copy.
-#include "messages/Restriction.h"
+#include "common/mapi/Restriction.h"
 #include "support/Print.h"
 #include <ExchangeMapi.h>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // Work on one message whose entry ID is known: its header, its flags, its read flag, and what every such export
 // refuses.
-#include "messages/FaxSettings.h"
 #include "messages/MessagesTest.h"
+#include "messages/listing/FaxSettings.h"
 #include <cstring>
 #include <new>
 

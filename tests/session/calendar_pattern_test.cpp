@@ -1,7 +1,7 @@
 // Reading the published recurrence structure: what is taken from each form of it, and that bytes of any other kind end
 // in a clean refusal.
 #include "session/RecurrenceBlob.h"
-#include "session/RecurrencePattern.h"
+#include "session/calendar/RecurrencePattern.h"
 #include <gtest/gtest.h>
 #include <memory>
 #include <optional>

@@ -1,8 +1,8 @@
 // Where there is no room: for a session, for its entry in the registry of connections, for a handle in its own
 // registries, for the text of an entry ID. The program's own operator new fails on demand.
 #include "OrlMapi32.h"
-#include "common/DebugTrace.h"
-#include "common/debug.h"
+#include "common/trace/DebugTrace.h"
+#include "common/trace/debug.h"
 #include "session/CMAPIImpl.h"
 #include "session/OpenEntry.h"
 #include "support/ControlledNew.h"

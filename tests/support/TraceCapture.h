@@ -1,8 +1,8 @@
 // Collects what the library traces, from every thread, while it lives. The filter lets everything through meanwhile;
 // afterwards filter and hooks are as the registry and nobody had set them. One at a time.
 #pragma once
-#include "common/DebugTrace.h"
-#include "common/debug.h"
+#include "common/trace/DebugTrace.h"
+#include "common/trace/debug.h"
 #include <mutex>
 #include <string>
 #include <string_view>

@@ -1,7 +1,7 @@
 #include "Sites.h"
 #include "localmapi/delivery/Compose.h"
 #include "localmapi/delivery/Fill.h"
-#include "localmapi/storage/profiles.h"
+#include "localmapi/storage/Profiles.h"
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>

@@ -1,7 +1,7 @@
 // An entry ID as a client hands it in: refused with one of two results, or understood and then made again as it was.
-#include "EntryId.h"
-#include "ErrorText.h"
 #include "Fuzz.h"
+#include "localmapi/provider/base/EntryId.h"
+#include "localmapi/provider/base/ErrorText.h"
 
 using namespace localmapi;
 

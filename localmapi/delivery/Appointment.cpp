@@ -1,5 +1,5 @@
-#include "Appointment.h"
-#include "Tags.h"
+#include "localmapi/delivery/Appointment.h"
+#include "localmapi/delivery/Tags.h"
 #include <array>
 
 namespace localmapi::delivery

@@ -1,8 +1,8 @@
 // Appointments as they lie in a calendar folder, with the named properties by which calendars find them.
 #pragma once
-#include "RecurrenceRule.h"
-#include "localmapi/storage/directory.h"
-#include "localmapi/storage/objects.h"
+#include "localmapi/delivery/RecurrenceRule.h"
+#include "localmapi/storage/Directory.h"
+#include "localmapi/storage/Objects.h"
 
 namespace localmapi::delivery
 {

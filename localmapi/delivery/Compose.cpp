@@ -1,7 +1,7 @@
-#include "Compose.h"
-#include "OpenFile.h"
-#include "Tags.h"
-#include "localmapi/storage/text.h"
+#include "localmapi/delivery/Compose.h"
+#include "localmapi/delivery/OpenFile.h"
+#include "localmapi/delivery/Tags.h"
+#include "localmapi/storage/Text.h"
 #include <algorithm>
 #include <array>
 #include <cerrno>

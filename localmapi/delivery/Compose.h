@@ -1,7 +1,7 @@
 // Messages as they arrive in an Inbox: with all that a mail system puts on them at delivery.
 #pragma once
-#include "localmapi/storage/directory.h"
-#include "localmapi/storage/objects.h"
+#include "localmapi/storage/Directory.h"
+#include "localmapi/storage/Objects.h"
 #include <filesystem>
 #include <string>
 #include <vector>

@@ -1,5 +1,5 @@
-#include "Fill.h"
-#include "Compose.h"
+#include "localmapi/delivery/Fill.h"
+#include "localmapi/delivery/Compose.h"
 #include <algorithm>
 #include <array>
 #include <random>

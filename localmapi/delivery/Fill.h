@@ -1,6 +1,6 @@
 // Many messages at once, for trials and benchmarks.
 #pragma once
-#include "localmapi/storage/directory.h"
+#include "localmapi/storage/Directory.h"
 #include <cstdint>
 #include <functional>
 

@@ -1,4 +1,4 @@
-#include "OpenFile.h"
+#include "localmapi/delivery/OpenFile.h"
 #include <cerrno>
 #include <system_error>
 

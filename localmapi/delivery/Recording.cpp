@@ -1,5 +1,5 @@
-#include "Recording.h"
-#include "OpenFile.h"
+#include "localmapi/delivery/Recording.h"
+#include "localmapi/delivery/OpenFile.h"
 #include <algorithm>
 #include <array>
 #include <cerrno>

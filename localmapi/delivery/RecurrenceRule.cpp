@@ -1,6 +1,6 @@
 // The structure is the one of the published appointment and meeting object protocol: a recurrence pattern, then the
 // appointment's own part of it.
-#include "RecurrenceRule.h"
+#include "localmapi/delivery/RecurrenceRule.h"
 #include <algorithm>
 #include <array>
 

@@ -1,6 +1,6 @@
 // How an appointment recurs, its occurrences, and the published structure that says so to every client.
 #pragma once
-#include "localmapi/storage/value.h"
+#include "localmapi/storage/Value.h"
 #include <chrono>
 #include <optional>
 #include <string>

@@ -1,7 +1,7 @@
-#include "AppointmentOptions.h"
-#include "Tool.h"
-#include "common/CommandLine.h"
 #include "localmapi/delivery/Appointment.h"
+#include "localmapi/tool/AppointmentOptions.h"
+#include "localmapi/tool/Tool.h"
+#include "tools/common/CommandLine.h"
 #include <cstdio>
 #include <windows.h>
 

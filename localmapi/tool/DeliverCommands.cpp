@@ -1,10 +1,10 @@
-#include "Tool.h"
-#include "common/CommandLine.h"
-#include "common/Text.h"
 #include "localmapi/delivery/Compose.h"
 #include "localmapi/delivery/Fill.h"
 #include "localmapi/delivery/OpenFile.h"
 #include "localmapi/delivery/Recording.h"
+#include "localmapi/tool/Tool.h"
+#include "tools/common/CommandLine.h"
+#include "tools/common/Text.h"
 #include <iterator>
 
 namespace localmapi::tool

@@ -1,9 +1,9 @@
-#include "EntryId.h"
-#include "Tool.h"
-#include "common/Program.h"
-#include "common/Text.h"
 #include "localmapi/delivery/Tags.h"
-#include "localmapi/storage/view.h"
+#include "localmapi/provider/base/EntryId.h"
+#include "localmapi/storage/View.h"
+#include "localmapi/tool/Tool.h"
+#include "tools/common/Program.h"
+#include "tools/common/Text.h"
 #include <algorithm>
 #include <cstdio>
 #include <ctime>

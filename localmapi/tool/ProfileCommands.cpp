@@ -1,9 +1,9 @@
-#include "ErrorText.h"
-#include "Profile.h"
-#include "SiteFile.h"
-#include "Tool.h"
-#include "common/CommandLine.h"
-#include "common/Text.h"
+#include "localmapi/provider/base/ErrorText.h"
+#include "localmapi/provider/site/Profile.h"
+#include "localmapi/provider/site/SiteFile.h"
+#include "localmapi/tool/Tool.h"
+#include "tools/common/CommandLine.h"
+#include "tools/common/Text.h"
 #include <algorithm>
 
 namespace localmapi::tool

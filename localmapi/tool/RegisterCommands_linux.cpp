@@ -1,4 +1,4 @@
-#include "Tool.h"
+#include "localmapi/tool/Tool.h"
 
 namespace localmapi::tool
 {

@@ -1,5 +1,5 @@
-#include "Tool.h"
-#include "common/Text.h"
+#include "localmapi/tool/Tool.h"
+#include "tools/common/Text.h"
 #include <cstdio>
 #include <windows.h>
 

@@ -1,7 +1,7 @@
-#include "SiteFile.h"
-#include "Tool.h"
-#include "common/Text.h"
-#include "localmapi/storage/check.h"
+#include "localmapi/provider/site/SiteFile.h"
+#include "localmapi/storage/Check.h"
+#include "localmapi/tool/Tool.h"
+#include "tools/common/Text.h"
 #include <algorithm>
 
 namespace localmapi::tool

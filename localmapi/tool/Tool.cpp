@@ -1,6 +1,6 @@
-#include "Tool.h"
-#include "SiteFile.h"
-#include "common/Program.h"
+#include "localmapi/tool/Tool.h"
+#include "localmapi/provider/site/SiteFile.h"
+#include "tools/common/Program.h"
 #include <chrono>
 #include <cstdio>
 #include <system_error>

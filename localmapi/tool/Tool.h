@@ -1,6 +1,6 @@
 // What the tool's commands share: their options, the site they work on, how they print and fail.
 #pragma once
-#include "localmapi/storage/directory.h"
+#include "localmapi/storage/Directory.h"
 #include <cstdint>
 #include <filesystem>
 #include <nlohmann/json.hpp>

@@ -7,7 +7,7 @@
 #include "OrlMapi32.h"
 #include "behaviour/Environment.h"
 #include "localmapi/delivery/Compose.h"
-#include "localmapi/storage/profiles.h"
+#include "localmapi/storage/Profiles.h"
 #include <functional>
 #include <gmock/gmock.h>
 #include <optional>

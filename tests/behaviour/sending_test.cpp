@@ -2,7 +2,7 @@
 // happens when they can't.
 #include "behaviour/BehaviourTest.h"
 #include "localmapi/delivery/Tags.h"
-#include "localmapi/storage/view.h"
+#include "localmapi/storage/View.h"
 #include <fstream>
 
 using namespace localmapi;

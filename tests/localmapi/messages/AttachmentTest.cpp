@@ -1,8 +1,8 @@
 // Proves attachments: by value, by reference, embedded messages and OLE data; the attachment table; and that nothing of
 // them is seen before attachment and message are saved.
 #include "ExchangeMapi.h"
-#include "Helpers.h"
 #include "Mailbox.h"
+#include "localmapi/provider/stream/Helpers.h"
 
 #include <mapiguid.h>
 

@@ -1,7 +1,7 @@
 // Proves folders: their properties, their tables, and what they do with messages and folders in them.
 #include "ExchangeMapi.h"
-#include "Helpers.h"
 #include "Mailbox.h"
+#include "localmapi/provider/stream/Helpers.h"
 
 #include <mapiguid.h>
 

@@ -1,6 +1,5 @@
 #include "Letters.h"
-
-#include "localmapi/storage/check.h"
+#include "localmapi/storage/Check.h"
 
 namespace localmapi::test
 {

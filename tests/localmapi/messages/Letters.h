@@ -1,7 +1,7 @@
 // Messages that are written, addressed, sent and found again, for the tests of submission and copying.
 #pragma once
-#include "Helpers.h"
 #include "Mailbox.h"
+#include "localmapi/provider/stream/Helpers.h"
 
 #include <initializer_list>
 #include <memory>

@@ -1,6 +1,5 @@
 #include "Mailbox.h"
-
-#include "PropertyConvert.h"
+#include "localmapi/provider/property/PropertyConvert.h"
 
 #include <atomic>
 #include <filesystem>

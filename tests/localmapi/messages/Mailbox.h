@@ -2,8 +2,8 @@
 // messages, attachments and streams. The file goes with it.
 #pragma once
 #include "../tables/Properties.h"
-#include "Store.h"
-#include "Text.h"
+#include "localmapi/provider/base/Text.h"
+#include "localmapi/provider/store/Store.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // Proves Exchange's administration interface of a store: entry identifiers of other mailboxes, and their table.
-#include "EntryId.h"
 #include "ExchangeMapi.h"
 #include "StoreFixture.h"
+#include "localmapi/provider/base/EntryId.h"
 
 #include <mapiguid.h>
 

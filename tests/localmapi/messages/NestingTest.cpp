@@ -1,10 +1,9 @@
 // Proves that messages within messages, and folders within folders, end somewhere: as deep as they may lie they are
 // saved, sent, copied and deleted whole; what would lie deeper is refused. And that copying ends where the target lies
 // within the source.
-#include "Attachment.h"
 #include "Letters.h"
-
-#include "localmapi/storage/objects.h"
+#include "localmapi/provider/store/Attachment.h"
+#include "localmapi/storage/Objects.h"
 
 namespace localmapi::test
 {

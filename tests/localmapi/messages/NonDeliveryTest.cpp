@@ -1,7 +1,7 @@
 // Proves what becomes of recipients who can't be reached: whom submission takes for whom, the report that the sender
 // gets, and that it tells nothing and takes nothing from those who can be reached.
-#include "EntryId.h"
 #include "Letters.h"
+#include "localmapi/provider/base/EntryId.h"
 
 namespace localmapi::test
 {

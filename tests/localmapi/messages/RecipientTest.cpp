@@ -1,6 +1,6 @@
 // Proves a message's recipients: how the list is changed, what the recipient table shows and what follows from it.
-#include "Helpers.h"
 #include "Mailbox.h"
+#include "localmapi/provider/stream/Helpers.h"
 
 namespace localmapi::test
 {

@@ -1,9 +1,9 @@
 // Proves a user's mailbox as a message store: its properties, who may open it and how, opening by entry identifier,
 // receive folders and logoff.
-#include "EntryId.h"
 #include "ExchangeMapi.h"
-#include "Helpers.h"
 #include "StoreFixture.h"
+#include "localmapi/provider/base/EntryId.h"
+#include "localmapi/provider/stream/Helpers.h"
 
 #include <mapiguid.h>
 

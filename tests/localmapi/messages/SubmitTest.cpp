@@ -1,9 +1,9 @@
 // Proves submission: where a message arrives and what it says there, what becomes of the one that was sent, what can't
 // be submitted, and that all of it is one change of the site.
-#include "EntryId.h"
 #include "ExchangeMapi.h"
 #include "Letters.h"
-#include "NameMatch.h"
+#include "localmapi/provider/base/EntryId.h"
+#include "localmapi/provider/site/NameMatch.h"
 
 #include <mapiguid.h>
 

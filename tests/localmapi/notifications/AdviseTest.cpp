@@ -1,9 +1,8 @@
 // Proves how long a sink is told: from Advise to Unadvise, to the table's release or to the store's logoff, and never
 // after; on one thread.
 #include "Notified.h"
-
-#include "MemoryTable.h"
-#include "Process.h"
+#include "localmapi/provider/session/Process.h"
+#include "localmapi/provider/table/MemoryTable.h"
 
 #include <atomic>
 

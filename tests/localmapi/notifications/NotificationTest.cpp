@@ -1,9 +1,8 @@
 // Proves what a table's sink is told: the event for each kind of change, with the keys and the row that MAPI asks for,
 // and nothing of rows that the table does not show.
 #include "Notified.h"
-
-#include "ViewTable.h"
-#include "localmapi/storage/check.h"
+#include "localmapi/provider/table/ViewTable.h"
+#include "localmapi/storage/Check.h"
 #include <sqlite3.h>
 
 namespace localmapi::test

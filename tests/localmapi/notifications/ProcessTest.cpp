@@ -1,8 +1,7 @@
 // Proves that changes of another process are told, all of them and in order, also while this process and several others
 // write; and that one who writes very much does not flood the sinks.
 #include "Notified.h"
-
-#include "localmapi/storage/objects.h"
+#include "localmapi/storage/Objects.h"
 #include <filesystem>
 #include <gmock/gmock.h>
 

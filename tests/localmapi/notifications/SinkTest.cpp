@@ -1,7 +1,6 @@
 // Proves that a sink may do what it likes: call the table and the mailbox, end advises, throw, take its time.
 #include "Notified.h"
-
-#include "localmapi/storage/objects.h"
+#include "localmapi/storage/Objects.h"
 
 #include <atomic>
 

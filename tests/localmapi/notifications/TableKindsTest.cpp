@@ -1,8 +1,7 @@
 // Proves that every kind of table over the storage tells what happens to it, by whatever way it happens.
 #include "Notified.h"
-
-#include "ViewTable.h"
-#include "localmapi/storage/objects.h"
+#include "localmapi/provider/table/ViewTable.h"
+#include "localmapi/storage/Objects.h"
 #include <sqlite3.h>
 
 namespace localmapi::test

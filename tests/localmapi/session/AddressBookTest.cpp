@@ -1,10 +1,10 @@
 // The address book from its root down: containers, the global address list as a table, recipients as objects, one-off
 // recipients.
-#include "AddressEntries.h"
-#include "EntryId.h"
 #include "ExchangeMapi.h"
 #include "SiteFixture.h"
-#include "Text.h"
+#include "localmapi/provider/addressbook/AddressEntries.h"
+#include "localmapi/provider/base/EntryId.h"
+#include "localmapi/provider/base/Text.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,5 @@
 #include "Conversation.h"
-
-#include "ComObject.h"
+#include "localmapi/provider/base/ComObject.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // Proves OpenStreamOnFile: a file's bytes as a stream for reading, in pieces however long it is, and what no file, a
 // folder and wrong arguments give.
-#include "Helpers.h"
 #include "SiteFixture.h"
-#include "Text.h"
+#include "localmapi/provider/base/Text.h"
+#include "localmapi/provider/stream/Helpers.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,8 @@
 // The utility functions beside the entry points: all rows of a table, one property, a property in an array.
-#include "Helpers.h"
-
-#include "MemoryTable.h"
-#include "PropertyConvert.h"
+#include "localmapi/provider/stream/Helpers.h"
 #include "SiteFixture.h"
+#include "localmapi/provider/property/PropertyConvert.h"
+#include "localmapi/provider/table/MemoryTable.h"
 
 #include <gtest/gtest.h>
 

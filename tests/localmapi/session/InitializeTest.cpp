@@ -1,6 +1,6 @@
 // MAPIInitialize is counted and looks at what it is given; without it there is no logon and no profile administration.
-#include "Process.h"
 #include "SiteFixture.h"
+#include "localmapi/provider/session/Process.h"
 
 #include <gtest/gtest.h>
 

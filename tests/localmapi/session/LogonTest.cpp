@@ -1,8 +1,8 @@
 // MAPILogonEx: which profile is taken, and what its state makes of the logon.
-#include "Mailboxes.h"
-#include "Profile.h"
-#include "ProfileTags.h"
 #include "SiteFixture.h"
+#include "localmapi/provider/site/Mailboxes.h"
+#include "localmapi/provider/site/Profile.h"
+#include "localmapi/provider/site/ProfileTags.h"
 
 #include <gtest/gtest.h>
 

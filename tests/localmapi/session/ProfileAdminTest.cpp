@@ -1,7 +1,7 @@
 // IProfAdmin: the profile table, making, deleting, renaming and copying profiles, and the default one.
-#include "ProfileTags.h"
 #include "SiteFixture.h"
-#include "Text.h"
+#include "localmapi/provider/base/Text.h"
+#include "localmapi/provider/site/ProfileTags.h"
 
 #include <gtest/gtest.h>
 

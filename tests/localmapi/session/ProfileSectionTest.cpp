@@ -1,7 +1,7 @@
 // Profile sections: properties under an identifier, changed at once, read only unless MAPI_MODIFY was given.
-#include "ProfileTags.h"
 #include "SiteFixture.h"
-#include "Text.h"
+#include "localmapi/provider/base/Text.h"
+#include "localmapi/provider/site/ProfileTags.h"
 
 #include <gtest/gtest.h>
 

@@ -1,11 +1,10 @@
 // Properties of every type go into the storage's values and come back, in either width of text; what a client can get
 // wrong is refused.
-#include "PropertyConvert.h"
-
-#include "ErrorText.h"
-#include "Memory.h"
+#include "localmapi/provider/property/PropertyConvert.h"
 #include "SiteFixture.h"
-#include "Text.h"
+#include "localmapi/provider/base/ErrorText.h"
+#include "localmapi/provider/base/Memory.h"
+#include "localmapi/provider/base/Text.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // IAddrBook::ResolveName and IABContainer::ResolveNames: names become entries, what is ambiguous or unknown is told,
 // what is resolved stays, and the entries' other properties are kept.
-#include "EntryId.h"
 #include "SiteFixture.h"
-#include "Text.h"
+#include "localmapi/provider/base/EntryId.h"
+#include "localmapi/provider/base/Text.h"
 
 #include <gtest/gtest.h>
 

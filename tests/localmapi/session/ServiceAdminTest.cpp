@@ -1,8 +1,8 @@
 // IMsgServiceAdmin: the one service there is, its configuration from the names that a person gives, and the table of
 // services and of providers.
-#include "ProfileTags.h"
 #include "SiteFixture.h"
-#include "Text.h"
+#include "localmapi/provider/base/Text.h"
+#include "localmapi/provider/site/ProfileTags.h"
 
 #include <gtest/gtest.h>
 

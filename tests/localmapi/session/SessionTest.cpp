@@ -1,8 +1,8 @@
 // IMAPISession: its stores, entries, identity and end.
-#include "EntryId.h"
 #include "ExchangeMapi.h"
 #include "SiteFixture.h"
-#include "Text.h"
+#include "localmapi/provider/base/EntryId.h"
+#include "localmapi/provider/base/Text.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,5 @@
 // Where the site's file is looked for, and that it is opened once for all who use it.
-#include "SiteFile.h"
-
+#include "localmapi/provider/site/SiteFile.h"
 #include "SiteFixture.h"
 
 #include <gtest/gtest.h>

@@ -1,9 +1,8 @@
 #include "SiteFixture.h"
-
-#include "EntryId.h"
-#include "Profile.h"
-#include "PropertyConvert.h"
-#include "Text.h"
+#include "localmapi/provider/base/EntryId.h"
+#include "localmapi/provider/base/Text.h"
+#include "localmapi/provider/property/PropertyConvert.h"
+#include "localmapi/provider/site/Profile.h"
 
 #include <random>
 

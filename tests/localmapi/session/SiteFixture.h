@@ -1,11 +1,11 @@
 // A site of a few people in a file of its own, found through LOCALMAPI_FILE, and what the tests of sessions, profiles
 // and the address book use again and again. At the end of each test no object and no block of MAPI's is left.
 #pragma once
-#include "ComObject.h"
 #include "Environment.h"
-#include "Memory.h"
-#include "localmapi/storage/directory.h"
-#include "localmapi/storage/profiles.h"
+#include "localmapi/provider/base/ComObject.h"
+#include "localmapi/provider/base/Memory.h"
+#include "localmapi/storage/Directory.h"
+#include "localmapi/storage/Profiles.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // A folder of a test's own with a site in it, found through LOCALMAPI_FILE.
 #pragma once
 #include "Environment.h"
-#include "localmapi/storage/directory.h"
+#include "localmapi/storage/Directory.h"
 
 #include <filesystem>
 #include <optional>

@@ -1,7 +1,7 @@
 // Proves that waiting for changes ends with a commit of whoever, with a wake-up, and with a file that appears late.
 #include "Fixture.h"
-#include "localmapi/storage/change_signal.h"
-#include "localmapi/storage/changes.h"
+#include "localmapi/storage/ChangeSignal.h"
+#include "localmapi/storage/Changes.h"
 #include <chrono>
 #include <filesystem>
 #include <fstream>

@@ -1,8 +1,8 @@
 // Proves that the log of changes tells what happened to a view, as the difference between two looks at it; that it is
 // bounded, and says so when something is lost.
 #include "Fixture.h"
-#include "localmapi/storage/changes.h"
-#include "localmapi/storage/database.h"
+#include "localmapi/storage/Changes.h"
+#include "localmapi/storage/Database.h"
 #include <sqlite3.h>
 
 namespace localmapi::storage

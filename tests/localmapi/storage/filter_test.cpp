@@ -1,6 +1,6 @@
 // Proves what each kind of condition means, rule by rule, in the file and in memory.
 #include "FilterColumns.h"
-#include "localmapi/storage/filter_order.h"
+#include "localmapi/storage/FilterOrder.h"
 
 namespace localmapi::storage
 {

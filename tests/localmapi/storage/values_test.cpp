@@ -1,6 +1,6 @@
 // Proves that values of every type and size come back as they were set, and that bags keep one value an id.
 #include "Fixture.h"
-#include "localmapi/storage/text.h"
+#include "localmapi/storage/Text.h"
 #include <cmath>
 #include <limits>
 

@@ -1,7 +1,7 @@
 // Proves bookmarks: the three that are always there, those that a client makes, what becomes of them when the folder
 // changes, and how many there can be.
-#include "Table.h"
 #include "TableFixture.h"
+#include "localmapi/provider/table/Table.h"
 
 #include <set>
 

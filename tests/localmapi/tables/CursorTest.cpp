@@ -1,8 +1,8 @@
 // Proves where the cursor of a table stands and what a read returns: QueryRows, SeekRow, SeekRowApprox, QueryPosition
 // and GetRowCount, over rows in memory and over a folder alike.
 #include "TableFixture.h"
-#include "localmapi/storage/directory.h"
-#include "localmapi/storage/objects.h"
+#include "localmapi/storage/Directory.h"
+#include "localmapi/storage/Objects.h"
 
 #include <limits>
 

@@ -1,8 +1,8 @@
 // Proves restrictions on what only some rows know: messages with their parts, and names that are looked up.
-#include "MemorySource.h"
-#include "NameMatch.h"
-#include "PropertyConvert.h"
 #include "TableFixture.h"
+#include "localmapi/provider/property/PropertyConvert.h"
+#include "localmapi/provider/site/NameMatch.h"
+#include "localmapi/provider/table/MemorySource.h"
 
 namespace localmapi::test
 {

@@ -1,5 +1,5 @@
 // Proves what restrictions mean and which are refused, over rows in memory and over a folder alike.
-#include "Restriction.h"
+#include "localmapi/provider/table/Restriction.h"
 #include "TableFixture.h"
 
 #include <limits>

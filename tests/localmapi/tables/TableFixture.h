@@ -2,9 +2,9 @@
 // over both.
 #pragma once
 #include "../messages/Mailbox.h"
-#include "Helpers.h"
-#include "MemoryTable.h"
 #include "Properties.h"
+#include "localmapi/provider/stream/Helpers.h"
+#include "localmapi/provider/table/MemoryTable.h"
 
 #include <gtest/gtest.h>
 

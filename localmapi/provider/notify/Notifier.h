@@ -1,0 +1,88 @@
+// Who is told of changes, and the one thread of this process that tells. It runs while somebody is advised; on it every
+// sink is called, one after the other, with no lock of ours held: a sink may call whatever it likes, end its own advise
+// or another's, and release its table. A sink is not called any more once its Unadvise has returned. What a sink throws
+// is dropped. While a sink runs the others wait for it.
+#pragma once
+#include "localmapi/provider/base/ComObject.h"
+#include "localmapi/provider/base/Memory.h"
+#include "localmapi/storage/Changes.h"
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+namespace localmapi
+{
+
+// One event of a table, as every sink of the table gets it.
+struct Notice {
+    std::int64_t entry = 0; // of the log of changes: those who were advised later don't get it
+    ULONG event = TABLE_CHANGED;
+    HRESULT result = S_OK;
+    std::optional<storage::Bytes> index; // instance keys of the row and of the one before it
+    std::optional<storage::Bytes> prior;
+    Block<SPropValue> row;
+    ULONG columns = 0;
+};
+
+// The advises of one table. For any thread.
+class Feed : public std::enable_shared_from_this<Feed>
+{
+  public:
+    // What has happened to the table since the last time. Called on the notifier's thread; may throw Failure or what
+    // the storage throws, is then called again later, and tells what it missed. `quietUpTo`: entries of the log up to
+    // there are known to concern other tables.
+    using Source = std::function<std::vector<Notice>(std::int64_t quietUpTo)>;
+
+    Feed(Source source, storage::Site site, storage::Container container);
+    ~Feed();
+
+    bool Any() const;
+    // The connection's number, never 0. Changes with a later number than `from` are told.
+    ULONG Advise(IMAPIAdviseSink *sink, std::int64_t from);
+    // Waits for the sink where it is being called by another thread than this one, then releases it. False when there
+    // is no such connection.
+    bool Unadvise(ULONG number);
+    // Ends every connection so.
+    void End() noexcept;
+    // The same, and the source is never asked again, nor is it still being asked.
+    void Close() noexcept;
+
+  private:
+    friend class Notifier;
+    struct Connection;
+
+    std::vector<Notice> Collect(std::int64_t quietUpTo) noexcept;
+
+    std::mutex m_collecting;
+    Source m_source;       // guarded by m_collecting; empty when closed
+    bool m_failed = false; // on the notifier's thread only
+    const storage::Site m_site;
+    const storage::Container m_container;
+    // Guarded by the notifier's lock.
+    std::vector<std::shared_ptr<Connection>> m_connections;
+    bool m_due = false; // is to be asked whether or not something happened
+    std::int64_t m_quietUpTo = 0;
+};
+
+// The feeds of the tables of one store.
+class AdviseScope
+{
+  public:
+    void Add(const std::shared_ptr<Feed> &feed);
+    void End();
+
+  private:
+    std::mutex m_lock;
+    std::vector<std::weak_ptr<Feed>> m_feeds;
+};
+
+// Ends the thread, on the last MAPIUninitialize: no sink is called until somebody is advised anew. On the thread itself
+// it does nothing.
+void StopNotifier() noexcept;
+// Starts it again where somebody is advised.
+void ResumeNotifier() noexcept;
+
+} // namespace localmapi

@@ -1,0 +1,229 @@
+#include "localmapi/storage/ChangeLedger.h"
+#include "localmapi/storage/Tags.h"
+
+namespace localmapi::storage
+{
+
+namespace
+{
+
+using Event = ChangeEntry::Event;
+
+// More changes than this to the messages of one container in one transaction are told together.
+constexpr std::size_t kMostEntries = 100;
+// How many entries the log keeps, and after how many transactions, of whatever kind, older ones are looked for.
+constexpr std::int64_t kKept = 10000;
+constexpr ChangeNumber kPruneEvery = 256;
+// The most entries of one transaction.
+constexpr std::int64_t kPerChange = 1 << 20;
+
+// Whether the counts in a folder's row are others when a message changes so.
+bool isCountedOtherwise(const FacetKey &before, const FacetKey &after)
+{
+    return ((before.flags ^ after.flags) & (kFlagRead | kFlagAssociated)) != 0;
+}
+
+// Writes the entries of one transaction.
+class LogWriter
+{
+  public:
+    LogWriter(Connection &connection, ChangeNumber change)
+        : m_change(change), m_changeBefore(lastEntry(connection) / kPerChange), m_first(change * kPerChange),
+          m_next(m_first), m_connection(connection),
+          m_insert(connection.prepare("INSERT INTO change_entry (number, kind, event, container, object, flags, class, "
+                                      "importance) VALUES (?, ?, ?, ?, ?, ?, ?, ?)"))
+    {
+    }
+
+    void write(const ChangeEntry &entry)
+    {
+        if (m_next - m_first == kPerChange)
+            throw Error(Fault::TooBig, "A single change touches more objects than the log of changes can tell.");
+        // One expression: the statement reads bound text where it lies until it has run.
+        m_insert
+            .bind(m_next++, static_cast<std::int64_t>(entry.kind), static_cast<std::int64_t>(entry.event),
+                  entry.container, entry.object, entry.before ? std::optional(entry.before->flags) : std::nullopt,
+                  entry.before ? entry.before->messageClass : std::nullopt,
+                  entry.before ? entry.before->importance : std::nullopt)
+            .run();
+    }
+
+    void prune()
+    {
+        if (m_change / kPruneEvery != m_changeBefore / kPruneEvery || m_next - m_first > kPruneEvery)
+            m_connection
+                .prepare("DELETE FROM change_entry WHERE number <= "
+                         "(SELECT number FROM change_entry ORDER BY number DESC LIMIT 1 OFFSET ?)")
+                .bind(kKept)
+                .run();
+    }
+
+  private:
+    ChangeNumber m_change, m_changeBefore; // the one that wrote the newest entry until now
+    std::int64_t m_first, m_next;
+    Connection &m_connection;
+    Statement m_insert;
+};
+
+} // namespace
+
+ChangeLedger::Contents &ChangeLedger::add(ObjectId container, Event event, ObjectId message, const FacetKey *before,
+                                          const FacetKey *after)
+{
+    Contents &contents = m_contents[container];
+    for (const FacetKey *key : {before, after})
+        if (key)
+            contents.keys.insert(*key);
+    if (!before || !after || isCountedOtherwise(*before, *after))
+        m_counted.insert(container);
+    if (!contents.several)
+        contents.entries.push_back(
+            {0, ObjectKind::Message, event, container, message, before ? std::optional(*before) : std::nullopt});
+    if (contents.entries.size() > kMostEntries) {
+        contents.several = true;
+        contents.entries.clear();
+    }
+    return contents;
+}
+
+void ChangeLedger::messageAdded(ObjectId message, ObjectId container, const FacetKey &after)
+{
+    add(container, Event::Added, message, nullptr, &after);
+}
+
+void ChangeLedger::messageChanged(ObjectId message, ObjectId container, const FacetKey &before, const FacetKey &after)
+{
+    add(container, Event::Modified, message, &before, &after);
+}
+
+void ChangeLedger::messageRemoved(ObjectId message, ObjectId container, const FacetKey &before)
+{
+    add(container, Event::Removed, message, &before, nullptr);
+}
+
+void ChangeLedger::facetChanged(ObjectId container, const FacetKey &before, const std::optional<FacetKey> &after)
+{
+    Contents &contents = add(container, Event::Several, 0, &before, after ? &*after : nullptr);
+    contents.several = true;
+    contents.entries.clear();
+}
+
+void ChangeLedger::objectAdded(ObjectKind kind, ObjectId object, ObjectId container)
+{
+    m_objects.push_back({0, kind, Event::Added, container, object, {}});
+    if (kind == ObjectKind::Folder) {
+        m_told.insert(object);
+        m_counted.insert(container);
+    }
+}
+
+void ChangeLedger::objectChanged(ObjectKind kind, ObjectId object, ObjectId container)
+{
+    m_objects.push_back({0, kind, Event::Modified, container, object, {}});
+    if (kind == ObjectKind::Folder)
+        m_told.insert(object);
+}
+
+void ChangeLedger::folderRemoved(Connection &connection, ObjectId folder)
+{
+    Statement rows = connection.prepare(
+        "WITH RECURSIVE gone (id, parent) AS (SELECT id, parent FROM object WHERE id = ? UNION ALL "
+        "SELECT o.id, o.parent FROM object o JOIN gone ON o.parent = gone.id WHERE o.kind = 2) SELECT * FROM gone");
+    rows.bind(folder);
+    while (rows.step()) {
+        ObjectId gone = rows.integer(0), parent = rows.integer(1);
+        m_objects.push_back({0, ObjectKind::Folder, Event::Removed, parent, gone, {}});
+        m_objects.push_back({0, ObjectKind::Message, Event::Several, gone, 0, {}});
+        m_told.insert(gone);
+        if (gone == folder)
+            m_counted.insert(parent);
+    }
+}
+
+std::vector<ChangeEntry> ChangeLedger::entriesOf(ObjectId container, Contents &&contents)
+{
+    if (!contents.several)
+        return std::move(contents.entries);
+    std::vector<ChangeEntry> entries;
+    if (contents.keys.size() > kMostEntries || contents.keys.empty())
+        entries.push_back({0, ObjectKind::Message, Event::Several, container, 0, {}});
+    else
+        for (const FacetKey &key : contents.keys)
+            entries.push_back({0, ObjectKind::Message, Event::Several, container, 0, key});
+    return entries;
+}
+
+void ChangeLedger::addRowsOf(Connection &connection, const std::set<ObjectId> &touched)
+{
+    for (ObjectId container : touched)
+        if (!m_contents.count(container)) {
+            m_contents[container].several = true;
+            m_counted.insert(container);
+        }
+    Statement parent = connection.prepare("SELECT parent FROM object WHERE id = ? AND kind = 2");
+    for (ObjectId container : m_counted) {
+        parent.bind(container);
+        if (parent.step() && !m_told.count(container))
+            m_objects.push_back({0, ObjectKind::Folder, Event::Modified, parent.integer(0), container, {}});
+        parent.rewind();
+    }
+}
+
+bool ChangeLedger::settle(Connection &connection, ChangeNumber change, const std::set<ObjectId> &touched)
+{
+    addRowsOf(connection, touched);
+    if (!m_everything && m_contents.empty() && m_objects.empty())
+        return false;
+    LogWriter log(connection, change);
+    if (m_everything) {
+        connection.execute("DELETE FROM change_entry");
+        log.write({});
+    } else {
+        for (auto &[container, contents] : m_contents)
+            for (const ChangeEntry &entry : entriesOf(container, std::move(contents)))
+                log.write(entry);
+        for (const ChangeEntry &entry : m_objects)
+            log.write(entry);
+        log.prune();
+    }
+    *this = {};
+    return true;
+}
+
+std::int64_t lastEntry(Connection &connection)
+{
+    return connection.integer("SELECT max(number) FROM change_entry");
+}
+
+bool holdsEntriesAfter(Connection &connection, std::int64_t number)
+{
+    Statement find = connection.prepare("SELECT 1 FROM change_entry WHERE number = ?");
+    return find.bind(number).step();
+}
+
+std::vector<ChangeEntry> entriesAfter(Connection &connection, std::int64_t number, std::size_t most)
+{
+    Statement rows = connection.prepare("SELECT number, kind, event, container, object, flags, class, importance "
+                                        "FROM change_entry WHERE number > ? ORDER BY number LIMIT ?");
+    rows.bind(number, static_cast<std::int64_t>(most));
+    std::vector<ChangeEntry> entries;
+    while (rows.step()) {
+        ChangeEntry entry{rows.integer(0),
+                          static_cast<ObjectKind>(rows.integer(1)),
+                          static_cast<Event>(rows.integer(2)),
+                          rows.integer(3),
+                          rows.integer(4),
+                          {}};
+        if (!rows.isNull(5)) {
+            entry.before.emplace().flags = rows.integer32(5);
+            if (!rows.isNull(6))
+                entry.before->messageClass = rows.text(6);
+            if (!rows.isNull(7))
+                entry.before->importance = rows.integer32(7);
+        }
+        entries.push_back(std::move(entry));
+    }
+    return entries;
+}
+
+} // namespace localmapi::storage

@@ -1,0 +1,261 @@
+#include "localmapi/storage/Objects.h"
+#include "localmapi/storage/Properties.h"
+#include "localmapi/storage/Text.h"
+#include <algorithm>
+#include <cstring>
+
+namespace localmapi::storage
+{
+
+namespace
+{
+
+class MemoryStream : public Stream
+{
+  public:
+    explicit MemoryStream(std::string bytes) : m_bytes(std::move(bytes)) {}
+    std::uint64_t size() const override { return m_bytes.size(); }
+    std::size_t read(std::uint64_t offset, void *into, std::size_t length) const override
+    {
+        if (offset >= m_bytes.size())
+            return 0;
+        return m_bytes.copy(static_cast<char *>(into), length, static_cast<std::size_t>(offset));
+    }
+
+  private:
+    std::string m_bytes;
+};
+
+// Reads a stream of the file chunk by chunk; holds the last one.
+class StoredReader : public Stream
+{
+  public:
+    StoredReader(Site site, const StoredStream &stream) : m_site(std::move(site)), m_stream(stream) {}
+
+    std::uint64_t size() const override { return m_stream.size; }
+
+    std::size_t read(std::uint64_t offset, void *into, std::size_t length) const override
+    {
+        if (offset >= m_stream.size)
+            return 0;
+        length = static_cast<std::size_t>(std::min<std::uint64_t>(length, m_stream.size - offset));
+        std::lock_guard lock(m_lock);
+        for (std::size_t done = 0; done < length;) {
+            load((offset + done) / kChunkSize);
+            auto at = static_cast<std::size_t>((offset + done) % kChunkSize);
+            std::size_t part = std::min(length - done, m_chunk.size() - at);
+            std::memcpy(static_cast<std::uint8_t *>(into) + done, m_chunk.data() + at, part);
+            done += part;
+        }
+        return length;
+    }
+
+  private:
+    void load(std::uint64_t number) const
+    {
+        if (number == m_number && !m_chunk.empty())
+            return;
+        Reader reader(m_site.database());
+        Statement find = reader->prepare("SELECT data FROM chunk WHERE stream = ? AND number = ?");
+        find.bind(m_stream.id, static_cast<std::int64_t>(number));
+        m_chunk.clear();
+        if (!find.step())
+            throw Error(Fault::NotFound, "The data is not in the site any more.");
+        auto data = static_cast<const std::uint8_t *>(sqlite3_column_blob(find.handle(), 0));
+        m_chunk.assign(data, data + sqlite3_column_bytes(find.handle(), 0));
+        if (m_chunk.size() != std::min<std::uint64_t>(kChunkSize, m_stream.size - number * kChunkSize))
+            throw Error(Fault::Corrupt, "A stream in the file is shorter or longer than it should be.");
+        m_number = number;
+    }
+
+    Site m_site;
+    StoredStream m_stream;
+    mutable std::mutex m_lock;
+    mutable std::uint64_t m_number = 0;
+    mutable Bytes m_chunk;
+};
+
+std::vector<ObjectInfo> children(Connection &connection, ObjectId parent, ObjectKind kind)
+{
+    Statement rows =
+        connection.prepare("SELECT id, number, change FROM object WHERE parent = ? AND kind = ? ORDER BY number, id");
+    rows.bind(parent, static_cast<std::int64_t>(kind));
+    std::vector<ObjectInfo> found;
+    while (rows.step())
+        found.push_back({rows.integer(0), kind, parent, rows.integer32(1), rows.integer(2)});
+    return found;
+}
+
+} // namespace
+
+std::optional<ObjectInfo> Objects::find(ObjectId id) const
+{
+    Reader reader(m_site.database());
+    std::optional<ObjectRow> row = findObject(*reader, id);
+    return row ? std::optional(row->info) : std::nullopt;
+}
+
+ObjectInfo Objects::info(ObjectId id) const
+{
+    Reader reader(m_site.database());
+    return getObject(*reader, id).info;
+}
+
+PropertyBag Objects::readUpTo(ObjectId id, std::uint64_t longest) const
+{
+    Reader reader(m_site.database());
+    return readAll(*reader, getObject(*reader, id), longest);
+}
+
+PropertyBag Objects::read(ObjectId id, const std::vector<Tag> &tags, std::uint64_t longest) const
+{
+    Reader reader(m_site.database());
+    std::vector<Value> values = RowReader(*reader, getObject(*reader, id).info.kind, tags, longest).read(id);
+    PropertyBag bag;
+    for (std::size_t i = 0; i < tags.size(); ++i)
+        if (!isAbsent(values[i]))
+            bag.set(tags[i], std::move(values[i]));
+    return bag;
+}
+
+std::vector<ObjectInfo> Objects::attachments(ObjectId message) const
+{
+    Reader reader(m_site.database());
+    return children(*reader, message, ObjectKind::Attachment);
+}
+
+std::vector<PropertyBag> Objects::recipients(ObjectId message, std::uint64_t longest) const
+{
+    Reader reader(m_site.database());
+    std::vector<PropertyBag> bags;
+    for (const ObjectInfo &recipient : children(*reader, message, ObjectKind::Recipient)) {
+        bags.push_back(readProperties(*reader, recipient.id, longest));
+        bags.back().set(kRowId, recipient.number);
+    }
+    return bags;
+}
+
+ObjectId Objects::embeddedMessage(ObjectId attachment) const
+{
+    Reader reader(m_site.database());
+    std::vector<ObjectInfo> held = children(*reader, attachment, ObjectKind::Message);
+    return held.empty() ? 0 : held.front().id;
+}
+
+std::unique_ptr<Stream> Objects::openStream(const StoredStream &stream) const
+{
+    Reader reader(m_site.database());
+    Statement find = reader->prepare("SELECT size FROM stream WHERE id = ?");
+    find.bind(stream.id);
+    if (!find.step())
+        throw Error(Fault::NotFound, "The data is not in the site any more.");
+    return std::make_unique<StoredReader>(m_site, StoredStream{stream.id, static_cast<std::uint64_t>(find.integer(0))});
+}
+
+std::unique_ptr<Stream> Objects::openProperty(ObjectId id, Tag tag) const
+{
+    PropertyBag bag = read(id, {tag}, kLongestInline);
+    const Value *value = bag.find(tag);
+    if (!value)
+        return nullptr;
+    if (auto stored = std::get_if<StoredStream>(value))
+        return std::make_unique<StoredReader>(m_site, *stored);
+    if (auto text = std::get_if<std::string>(value))
+        return std::make_unique<MemoryStream>(*text);
+    if (auto bytes = std::get_if<Bytes>(value))
+        return std::make_unique<MemoryStream>(std::string(bytes->begin(), bytes->end()));
+    throw Error(Fault::Invalid, "Only text and binary properties can be read as streams.");
+}
+
+namespace
+{
+
+ObjectId childFolderNamed(Connection &connection, ObjectId parent, const std::string &name)
+{
+    Statement rows = connection.prepare("SELECT o.id, p.value FROM object o JOIN property p ON p.object = o.id "
+                                        "AND p.tag = ? WHERE o.parent = ? AND o.kind = 2");
+    rows.bind(kDisplayName, parent);
+    std::string key = foldCase(name);
+    while (rows.step())
+        if (foldCase(rows.text(1)) == key)
+            return rows.integer(0);
+    return 0;
+}
+
+void requireFreeName(Connection &connection, ObjectId parent, const PropertyBag &properties, ObjectId self)
+{
+    auto name = properties.get<std::string>(kDisplayName);
+    ObjectId other = name ? childFolderNamed(connection, parent, *name) : 0;
+    if (other && other != self)
+        throw Error(Fault::Collision, "There is a folder '" + *name + "' already.");
+}
+
+} // namespace
+
+ObjectId insertFolder(Writer &writer, ObjectId parent, const PropertyBag &properties)
+{
+    ObjectKind kind = getObject(*writer, parent).info.kind;
+    if (kind != ObjectKind::Folder && kind != ObjectKind::Mailbox)
+        throw Error(Fault::Invalid, "A folder can only be made in a mailbox or in another folder.");
+    requireFreeName(*writer, parent, properties, 0);
+    ObjectId id = insertObject(writer, {ObjectKind::Folder, parent}, properties);
+    insertProperties(writer, id, ObjectKind::Folder, properties);
+    return id;
+}
+
+ObjectId Objects::createFolder(ObjectId parent, const PropertyBag &properties)
+{
+    Writer writer(m_site.database());
+    int depth = 0;
+    for (std::optional<ObjectRow> above = findObject(*writer, parent); above && above->info.kind == ObjectKind::Folder;
+         above = findObject(*writer, above->info.parent))
+        if (++depth >= kDeepestFolder)
+            throw Error(Fault::TooComplex, "Folders can not lie deeper in each other.");
+    ObjectId id = insertFolder(writer, parent, properties);
+    writer.commit();
+    return id;
+}
+
+std::optional<ObjectId> Objects::folderNamed(ObjectId parent, const std::string &name) const
+{
+    Reader reader(m_site.database());
+    ObjectId found = childFolderNamed(*reader, parent, name);
+    return found ? std::optional(found) : std::nullopt;
+}
+
+void Objects::removeFolder(ObjectId folder)
+{
+    Writer writer(m_site.database());
+    if (getObject(*writer, folder).info.kind != ObjectKind::Folder)
+        throw Error(Fault::Invalid, "The object to be removed is no folder.");
+    Statement special = writer->prepare("SELECT 1 FROM mailbox WHERE ?1 IN "
+                                        "(root, ipm_subtree, inbox, outbox, sent_items, deleted_items, calendar)");
+    if (special.bind(folder).step())
+        throw Error(Fault::Invalid, "A folder that every mailbox has can't be removed.");
+    writer.changes().folderRemoved(*writer, folder);
+    writer->prepare("DELETE FROM object WHERE id = ?").bind(folder).run();
+    writer.commit();
+}
+
+ChangeNumber Objects::change(ObjectId id, const Changes &changes, std::optional<ChangeNumber> expected)
+{
+    Writer writer(m_site.database());
+    ObjectRow row = getObject(*writer, id);
+    ObjectKind kind = row.info.kind;
+    if (kind == ObjectKind::Message || kind == ObjectKind::Attachment || kind == ObjectKind::Recipient)
+        throw Error(Fault::Invalid, "A message is changed as a whole.");
+    if (expected && *expected != row.info.change)
+        throw Error(Fault::Changed, "The object was changed by somebody else.");
+    if (kind == ObjectKind::Folder)
+        requireFreeName(*writer, row.info.parent, changes.set, id);
+    applyChanges(writer, id, kind, changes);
+    writer->prepare("UPDATE object SET modified = ?, change = ? WHERE id = ?")
+        .bind(writer.now(), writer.change(), id)
+        .run();
+    if (kind == ObjectKind::Folder || kind == ObjectKind::User || kind == ObjectKind::Contact)
+        writer.changes().objectChanged(kind, id, row.info.parent);
+    writer.commit();
+    return writer.change();
+}
+
+} // namespace localmapi::storage

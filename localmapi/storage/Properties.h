@@ -1,0 +1,78 @@
+// The properties of one object in the file: those in its row, and those in its property cluster.
+#pragma once
+#include "localmapi/storage/Database.h"
+#include "localmapi/storage/Objects.h"
+
+namespace localmapi::storage
+{
+
+// Values up to this many bytes lie in the property table, longer ones in streams.
+constexpr std::uint64_t kLongestInline = 8 * 1024;
+constexpr std::size_t kChunkSize = 256 * 1024;
+
+// Whether the tag's value is kept in the object's own row (or follows from it) and not in its properties.
+bool isColumn(ObjectKind kind, Tag tag);
+
+// The object's row and what follows from it.
+struct ObjectRow {
+    ObjectInfo info;
+    std::int64_t facet = 0; // messages only
+    std::int64_t submitted = 0, delivered = 0;
+    std::int64_t size = 0;
+    std::int64_t created = 0, modified = 0;
+    FacetKey key; // messages only
+};
+// `facets` keeps the keys of facets that were read, for callers that read many messages.
+std::optional<ObjectRow> findObject(Connection &connection, ObjectId id,
+                                    std::map<std::int64_t, FacetKey> *facets = nullptr);
+ObjectRow getObject(Connection &connection, ObjectId id); // NotFound
+
+// The value of a column tag; absent where the kind has none.
+Value columnValue(Connection &connection, const ObjectRow &row, Tag tag);
+std::vector<Tag> columnTags(ObjectKind kind);
+
+// Values in streams that are longer than `longest` come as StoredStream.
+PropertyBag readProperties(Connection &connection, ObjectId id, std::uint64_t longest);
+PropertyBag readAll(Connection &connection, const ObjectRow &row, std::uint64_t longest);
+
+// Reads the same tags of many objects of one kind (or of kinds with the same columns).
+class RowReader
+{
+  public:
+    RowReader(Connection &connection, ObjectKind kind, const std::vector<Tag> &tags, std::uint64_t longest);
+    // The values of the tags, in their order; all absent when the object is not there.
+    std::vector<Value> read(ObjectId id);
+
+  private:
+    struct Wanted {
+        Tag tag;
+        std::size_t at;
+    };
+    Connection &m_connection;
+    std::uint64_t m_longest;
+    std::size_t m_size;
+    std::vector<Wanted> m_columns, m_properties; // the latter in order of tags
+    std::map<std::int64_t, FacetKey> m_facets;
+    Statement m_cluster;
+};
+
+std::optional<StoredStream> findStream(Connection &connection, ObjectId object, Tag tag);
+
+// Writing; column tags are skipped. Each returns the bytes written.
+std::uint64_t insertProperties(Writer &writer, ObjectId id, ObjectKind kind, const PropertyBag &bag);
+void applyChanges(Writer &writer, ObjectId id, ObjectKind kind, const Changes &changes);
+// Copies all properties of one object to a new one.
+void copyProperties(Writer &writer, ObjectId from, ObjectId to);
+// The bytes that the object's properties and the objects in it take.
+std::int64_t measure(Connection &connection, ObjectId id);
+
+// Makes an object's row. Of `bag` only what belongs there is looked at.
+struct NewObject {
+    ObjectKind kind;
+    ObjectId parent = 0;
+    std::int32_t number = 0;
+};
+ObjectId insertObject(Writer &writer, const NewObject &object, const PropertyBag &bag, std::int64_t size = 0);
+ObjectId insertFolder(Writer &writer, ObjectId parent, const PropertyBag &properties);
+
+} // namespace localmapi::storage

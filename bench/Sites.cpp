@@ -2,6 +2,7 @@
 #include "localmapi/delivery/Compose.h"
 #include "localmapi/delivery/Fill.h"
 #include "localmapi/storage/Profiles.h"
+#include "localmapi/storage/Time.h"
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>

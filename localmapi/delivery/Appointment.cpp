@@ -1,5 +1,7 @@
+// An appointment as a calendar message: its named properties, its times in the owner's own time zone, its recurrence.
 #include "localmapi/delivery/Appointment.h"
 #include "localmapi/delivery/Tags.h"
+#include "localmapi/storage/Time.h"
 #include <array>
 
 namespace localmapi::delivery
@@ -87,8 +89,7 @@ Tags tagsOf(storage::Site site)
 
 std::int64_t midnight(Day day)
 {
-    constexpr auto kOrigin = Day(std::chrono::year(1601) / 1 / 1);
-    return (day - kOrigin).count() * 1440 * kMinute;
+    return (day - storage::kFirstDay).count() * 1440 * kMinute;
 }
 
 // The end of what never ends: the last minute of this day.

@@ -1,7 +1,10 @@
+// Voicemails, mails and faxes as the messages that arrive: sender, recipient, times, text and attached files.
 #include "localmapi/delivery/Compose.h"
 #include "localmapi/delivery/OpenFile.h"
 #include "localmapi/delivery/Tags.h"
+#include "localmapi/storage/Spool.h"
 #include "localmapi/storage/Text.h"
+#include "localmapi/storage/Time.h"
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -174,7 +177,7 @@ storage::MessageChanges compose(const Voicemail &voicemail, const storage::User 
     bag.set(kVoiceName, voicemail.name);
     bag.set(kVoiceOffset, std::int32_t{0});
     // Seconds since 1970, as a voicemail server counts them.
-    bag.set(kVoiceReceived, static_cast<std::int32_t>((time - 116444736000000000) / 10000000));
+    bag.set(kVoiceReceived, static_cast<std::int32_t>((time - storage::kUnixEpoch) / storage::kTicksPerSecond));
     return message;
 }
 

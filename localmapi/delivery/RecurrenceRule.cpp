@@ -1,6 +1,7 @@
 // The structure is the one of the published appointment and meeting object protocol: a recurrence pattern, then the
 // appointment's own part of it.
 #include "localmapi/delivery/RecurrenceRule.h"
+#include "localmapi/storage/Time.h"
 #include <algorithm>
 #include <array>
 
@@ -14,7 +15,6 @@ namespace
 
 using Kind = RecurrenceRule::Kind;
 
-constexpr Day kOrigin = sys_days(year(1601) / January / 1);
 constexpr Day kNoEnd = sys_days(year(4500) / August / 31); // the end of what never ends
 constexpr std::uint32_t kMinutesADay = 1440;
 constexpr unsigned kMostDays = 999, kMostWeeks = 99, kMostMonths = 99, kMostTimes = 999;
@@ -26,12 +26,13 @@ constexpr std::array kWeeks = {"first", "second", "third", "fourth", "last"};
 
 std::uint32_t minutesOf(Day day)
 {
-    return static_cast<std::uint32_t>((day - kOrigin).count()) * kMinutesADay;
+    return static_cast<std::uint32_t>((day - storage::kFirstDay).count()) * kMinutesADay;
 }
 
 int monthNumber(const year_month_day &date)
 {
-    return (static_cast<int>(date.year()) - 1601) * 12 + static_cast<int>(static_cast<unsigned>(date.month())) - 1;
+    return static_cast<int>((date.year() - storage::kFirstYear).count()) * 12 +
+           static_cast<int>(static_cast<unsigned>(date.month())) - 1;
 }
 
 unsigned daysIn(const year_month_day &date)
@@ -170,7 +171,7 @@ std::uint32_t firstDateTime(const RecurrenceRule &rule, const Shape &shape, Day 
     }
     default: {
         const int months = monthNumber(first) % static_cast<int>(shape.period);
-        return minutesOf(sys_days(year_month_day(kOrigin) + std::chrono::months(months)));
+        return minutesOf(sys_days(year_month_day(storage::kFirstDay) + std::chrono::months(months)));
     }
     }
 }

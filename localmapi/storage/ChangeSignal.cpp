@@ -1,5 +1,5 @@
 #include "localmapi/storage/ChangeSignal.h"
-#include "localmapi/storage/Changes.h"
+#include "localmapi/storage/SystemSignal.h"
 #include <algorithm>
 #include <filesystem>
 #include <map>

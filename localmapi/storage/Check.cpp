@@ -1,3 +1,5 @@
+// The check of a site's file: SQLite's own, then rules over the rows, each a query that finds what breaks it and, for a
+// repair, a statement that mends it.
 #include "localmapi/storage/Check.h"
 #include "localmapi/storage/Database.h"
 #include "localmapi/storage/Properties.h"
@@ -170,7 +172,7 @@ std::vector<Finding> check(Site site, bool repair, const std::function<void(std:
             checkAll(*writer, findings, true, progress);
             if (!findings.empty()) { // counts and rows that were read before are no longer right
                 writer->execute("UPDATE facet SET change = change + 1");
-                writer.changes().everythingChanged();
+                writer.entries().everythingChanged();
             }
             writer.commit();
         } else {

@@ -1,3 +1,4 @@
+// Lists are a count and the elements, numbers little-endian, texts and bytes each with their length before them.
 #include "localmapi/storage/Codec.h"
 #include <bit>
 #include <cmath>

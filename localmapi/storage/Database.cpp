@@ -1,7 +1,11 @@
+// The file, its idle connections, and the beginning and end of reading and writing. Writers of one process wait for
+// each other here; SQLite sees to those of others.
 #include "localmapi/storage/Database.h"
-#include "localmapi/storage/Changes.h"
+#include "localmapi/storage/ChangeSignal.h"
 #include "localmapi/storage/Codec.h"
+#include "localmapi/storage/Functions.h"
 #include "localmapi/storage/Schema.h"
+#include "localmapi/storage/Time.h"
 #include <chrono>
 #include <filesystem>
 #include <random>
@@ -42,14 +46,6 @@ void removeUnfinished(const std::string &path)
 }
 
 } // namespace
-
-std::int64_t currentTime()
-{
-    using Ticks = std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>;
-    constexpr std::int64_t kUnixEpoch = 116'444'736'000'000'000; // 1970 in ticks since 1601
-    auto now = std::chrono::system_clock::now().time_since_epoch();
-    return kUnixEpoch + std::chrono::duration_cast<Ticks>(now).count();
-}
 
 Guid newGuid()
 {
@@ -204,7 +200,7 @@ Writer::~Writer()
 
 void Writer::commit()
 {
-    bool announce = m_changes.settle(*m_connection, m_change, m_facets.settle(*m_connection, m_change));
+    bool announce = m_entries.settle(*m_connection, m_change, m_facets.settle(*m_connection, m_change));
     m_connection->prepare("UPDATE site SET next_id = max(next_id, ?), change = ?").bind(m_nextId, m_change).run();
     m_transaction->commit();
     if (announce)

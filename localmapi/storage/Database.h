@@ -1,7 +1,7 @@
 // The open file behind a Site: its connections, and the two ways to work with them.
 #pragma once
-#include "localmapi/storage/ChangeLedger.h"
 #include "localmapi/storage/CountCache.h"
+#include "localmapi/storage/EntryWriter.h"
 #include "localmapi/storage/Facets.h"
 #include "localmapi/storage/Site.h"
 #include "localmapi/storage/Sqlite.h"
@@ -68,8 +68,8 @@ class Writer
     std::int64_t newId() { return m_nextId++; }
     ChangeNumber change() const { return m_change; } // of this transaction
     std::int64_t now() const { return m_now; }       // the moment that its objects are written at
-    FacetLedger &facets() { return m_facets; }
-    ChangeLedger &changes() { return m_changes; }
+    FacetWriter &facets() { return m_facets; }
+    EntryWriter &entries() { return m_entries; }
     void commit();
 
   private:
@@ -80,8 +80,8 @@ class Writer
     std::int64_t m_nextId = 0;
     ChangeNumber m_change = 0;
     std::int64_t m_now = 0;
-    FacetLedger m_facets;
-    ChangeLedger m_changes;
+    FacetWriter m_facets;
+    EntryWriter m_entries;
 };
 
 Guid newGuid();

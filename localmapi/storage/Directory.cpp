@@ -1,3 +1,4 @@
+// Users, contacts and mailboxes: rows of the directory, and the folders that a new mailbox has.
 #include "localmapi/storage/Directory.h"
 #include "localmapi/storage/Database.h"
 #include "localmapi/storage/Objects.h"

@@ -1,3 +1,5 @@
+// A facet is a container's messages of one combination of flags, class and importance. Counts of them are kept with
+// every write, so that counting rows reads no messages.
 #include "localmapi/storage/Facets.h"
 #include "localmapi/storage/Tags.h"
 #include <algorithm>
@@ -123,7 +125,7 @@ std::pair<ObjectId, FacetKey> facetKey(Connection &connection, std::int64_t face
     return {row.integer(0), keyFrom(row, 1)};
 }
 
-std::int64_t FacetLedger::enter(Connection &connection, ObjectId container, const FacetKey &key, std::int64_t messages)
+std::int64_t FacetWriter::enter(Connection &connection, ObjectId container, const FacetKey &key, std::int64_t messages)
 {
     auto [known, isNew] = m_known.try_emplace({container, key}, 0);
     if (isNew) {
@@ -145,7 +147,7 @@ std::int64_t FacetLedger::enter(Connection &connection, ObjectId container, cons
     return known->second;
 }
 
-std::set<ObjectId> FacetLedger::settle(Connection &connection, ChangeNumber change)
+std::set<ObjectId> FacetWriter::settle(Connection &connection, ChangeNumber change)
 {
     std::set<ObjectId> containers;
     Statement update =

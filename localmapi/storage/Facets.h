@@ -42,7 +42,7 @@ Residue residueFor(const Filter &filter, const PropertyBag &facet);
 bool isDecidedByFacets(const Filter &filter);
 
 // Collects the comings and goings of messages in a write transaction; settle() writes them.
-class FacetLedger
+class FacetWriter
 {
   public:
     // The facet of a message in `container`, made if need be.

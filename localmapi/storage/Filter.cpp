@@ -1,6 +1,8 @@
+// Filters evaluated in memory, with the meaning that the ones in SQL have.
 #include "localmapi/storage/Filter.h"
 #include "localmapi/storage/Codec.h"
 #include "localmapi/storage/Error.h"
+#include "localmapi/storage/FilterMatch.h"
 #include "localmapi/storage/Text.h"
 #include <algorithm>
 #include <cctype>

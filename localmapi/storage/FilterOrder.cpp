@@ -1,4 +1,5 @@
 #include "localmapi/storage/FilterOrder.h"
+#include "localmapi/storage/FilterMatch.h"
 #include "localmapi/storage/Properties.h"
 #include <algorithm>
 #include <tuple>

@@ -1,5 +1,8 @@
+// A filter as an SQL condition with parameters. What SQLite can not say itself calls the functions of Functions.cpp.
 #include "localmapi/storage/FilterSql.h"
+#include "localmapi/storage/FilterMatch.h"
 #include "localmapi/storage/FilterOrder.h"
+#include "localmapi/storage/Functions.h"
 #include "localmapi/storage/Properties.h"
 #include <span>
 

@@ -1,4 +1,7 @@
+// SQL functions and collations. No exception passes through SQLite: each becomes the statement's error.
+#include "localmapi/storage/Functions.h"
 #include "localmapi/storage/Codec.h"
+#include "localmapi/storage/FilterMatch.h"
 #include "localmapi/storage/Text.h"
 #include <algorithm>
 #include <limits>

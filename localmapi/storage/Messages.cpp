@@ -1,3 +1,5 @@
+// Messages are made, changed, copied, moved and removed here, with their recipients and attachments, facets and
+// entries.
 #include "localmapi/storage/Messages.h"
 #include "localmapi/storage/Schema.h"
 #include <algorithm>
@@ -127,7 +129,7 @@ ObjectId insertMessage(Writer &writer, ObjectId container, const MessageChanges 
         .bind(id, container, writer.facets().enter(*writer, container, row.key), row.submitted, row.delivered,
               sizeOf(content), created ? *created : writer.now(), writer.now(), writer.change())
         .run();
-    writer.changes().messageAdded(id, container, row.key);
+    writer.entries().messageAdded(id, container, row.key);
     insertProperties(writer, id, ObjectKind::Message, content.properties.set);
     if (content.recipients)
         insertRecipients(writer, id, *content.recipients);
@@ -179,7 +181,7 @@ void updateRow(Writer &writer, const ObjectRow &old, const MessageRow &row)
                   "WHERE id = ?")
         .bind(facet, row.submitted, row.delivered, measure(*writer, id), writer.now(), writer.change(), id)
         .run();
-    writer.changes().messageChanged(id, old.info.parent, old.key, row.key);
+    writer.entries().messageChanged(id, old.info.parent, old.key, row.key);
 }
 
 } // namespace
@@ -227,8 +229,8 @@ ObjectId moveMessage(Writer &writer, const ObjectRow &row, ObjectId folder)
     writer->prepare("UPDATE object SET id = ?, parent = ?, facet = ?, change = ? WHERE id = ?")
         .bind(id, folder, facet, writer.change(), row.info.id)
         .run();
-    writer.changes().messageRemoved(row.info.id, row.info.parent, row.key);
-    writer.changes().messageAdded(id, folder, row.key);
+    writer.entries().messageRemoved(row.info.id, row.info.parent, row.key);
+    writer.entries().messageAdded(id, folder, row.key);
     return id;
 }
 
@@ -236,7 +238,7 @@ void removeMessage(Writer &writer, const ObjectRow &row)
 {
     writer.facets().leave(row.facet);
     writer->prepare("DELETE FROM object WHERE id = ?").bind(row.info.id).run();
-    writer.changes().messageRemoved(row.info.id, row.info.parent, row.key);
+    writer.entries().messageRemoved(row.info.id, row.info.parent, row.key);
 }
 
 namespace
@@ -254,7 +256,7 @@ ObjectId copyObject(Writer &writer, const ObjectRow &from, ObjectId parent)
         .bind(id, parent, facet, writer.now(), from.modified, writer.change(), from.info.id)
         .run();
     if (facet)
-        writer.changes().messageAdded(id, parent, from.key);
+        writer.entries().messageAdded(id, parent, from.key);
     copyProperties(writer, from.info.id, id);
     std::vector<ObjectId> children;
     {
@@ -357,7 +359,7 @@ std::vector<bool> Objects::changeFlags(const std::vector<ObjectId> &messages, st
         writer->prepare("UPDATE object SET facet = ?, modified = ?, change = ? WHERE id = ?")
             .bind(writer.facets().enter(*writer, row.info.parent, key), writer.now(), writer.change(), row.info.id)
             .run();
-        writer.changes().messageChanged(row.info.id, row.info.parent, row.key, key);
+        writer.entries().messageChanged(row.info.id, row.info.parent, row.key, key);
         return true;
     });
 }
@@ -371,7 +373,7 @@ void Objects::removeAllMessages(ObjectId folder)
             continue;
         writer->prepare("DELETE FROM object WHERE facet = ?").bind(facet.id).run();
         writer.facets().leave(facet.id, facet.count);
-        writer.changes().facetChanged(folder, facet.key, {});
+        writer.entries().facetChanged(folder, facet.key, {});
     }
     writer.commit();
 }
@@ -390,7 +392,7 @@ void Objects::setAllRead(ObjectId folder, bool read)
         writer->prepare("UPDATE object SET facet = ?, modified = ?, change = ? WHERE facet = ?")
             .bind(to, writer.now(), writer.change(), facet.id)
             .run();
-        writer.changes().facetChanged(folder, facet.key, key);
+        writer.entries().facetChanged(folder, facet.key, key);
     }
     writer.commit();
 }

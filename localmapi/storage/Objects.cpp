@@ -1,3 +1,4 @@
+// Reading objects of any kind, and folders. Messages are in Messages.cpp, what is sent in Dispatch.cpp.
 #include "localmapi/storage/Objects.h"
 #include "localmapi/storage/Properties.h"
 #include "localmapi/storage/Text.h"
@@ -232,7 +233,7 @@ void Objects::removeFolder(ObjectId folder)
                                         "(root, ipm_subtree, inbox, outbox, sent_items, deleted_items, calendar)");
     if (special.bind(folder).step())
         throw Error(Fault::Invalid, "A folder that every mailbox has can't be removed.");
-    writer.changes().folderRemoved(*writer, folder);
+    writer.entries().folderRemoved(*writer, folder);
     writer->prepare("DELETE FROM object WHERE id = ?").bind(folder).run();
     writer.commit();
 }
@@ -253,7 +254,7 @@ ChangeNumber Objects::change(ObjectId id, const Changes &changes, std::optional<
         .bind(writer.now(), writer.change(), id)
         .run();
     if (kind == ObjectKind::Folder || kind == ObjectKind::User || kind == ObjectKind::Contact)
-        writer.changes().objectChanged(kind, id, row.info.parent);
+        writer.entries().objectChanged(kind, id, row.info.parent);
     writer.commit();
     return writer.change();
 }

@@ -1,6 +1,7 @@
 // Folders, messages, attachments and recipients. Every writing function is one transaction: it happens whole or not
 // at all, and has reached the disk when it returns.
 #pragma once
+#include "localmapi/storage/Changes.h"
 #include "localmapi/storage/Site.h"
 #include "localmapi/storage/Stream.h"
 #include "localmapi/storage/Tags.h"
@@ -25,27 +26,6 @@ struct ObjectInfo {
     ObjectId parent = 0;     // 0 for mailboxes, users and contacts
     std::int32_t number = 0; // of an attachment or recipient
     ChangeNumber change = 0; // for update's `expected`
-};
-
-struct Changes {
-    PropertyBag set;
-    std::vector<Tag> remove; // by id, whatever the type
-};
-
-struct MessageChanges;
-
-// One attachment of a message that is written: made when the number is new, else changed or removed.
-struct AttachmentChanges {
-    std::int32_t number = 0; // chosen by the caller
-    bool remove = false;
-    Changes properties;
-    std::shared_ptr<MessageChanges> embedded; // the message it holds: made when it has none yet, else changed
-};
-
-struct MessageChanges {
-    Changes properties;
-    std::optional<std::vector<PropertyBag>> recipients; // when given, the whole list, in order
-    std::vector<AttachmentChanges> attachments;         // those not named stay as they are
 };
 
 struct NewMessage {

@@ -1,3 +1,4 @@
+// Profiles, their services and their sections, which are objects like others.
 #include "localmapi/storage/Profiles.h"
 #include "localmapi/storage/Objects.h"
 #include "localmapi/storage/Properties.h"

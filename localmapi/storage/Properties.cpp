@@ -1,3 +1,4 @@
+// Reading properties: those in the object's row, those in its property cluster, and the ends of long ones in streams.
 #include "localmapi/storage/Properties.h"
 #include "localmapi/storage/Codec.h"
 #include "localmapi/storage/Schema.h"
@@ -128,13 +129,6 @@ bool isColumn(ObjectKind kind, Tag tag)
     bool found = false;
     eachColumn(kind, [&](Tag one) { found = found || one == tag; });
     return found;
-}
-
-std::vector<Tag> columnTags(ObjectKind kind)
-{
-    std::vector<Tag> tags;
-    eachColumn(kind, [&](Tag one) { tags.push_back(one); });
-    return tags;
 }
 
 std::optional<ObjectRow> findObject(Connection &connection, ObjectId id, std::map<std::int64_t, FacetKey> *facets)

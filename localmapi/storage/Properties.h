@@ -29,7 +29,6 @@ ObjectRow getObject(Connection &connection, ObjectId id); // NotFound
 
 // The value of a column tag; absent where the kind has none.
 Value columnValue(Connection &connection, const ObjectRow &row, Tag tag);
-std::vector<Tag> columnTags(ObjectKind kind);
 
 // Values in streams that are longer than `longest` come as StoredStream.
 PropertyBag readProperties(Connection &connection, ObjectId id, std::uint64_t longest);

@@ -1,6 +1,8 @@
+// Writing properties: short values into the cluster, long ones in chunks into streams.
 #include "localmapi/storage/Codec.h"
 #include "localmapi/storage/Properties.h"
 #include "localmapi/storage/Schema.h"
+#include "localmapi/storage/Spool.h"
 #include <algorithm>
 
 namespace localmapi::storage
@@ -187,7 +189,7 @@ ObjectId insertObject(Writer &writer, const NewObject &object, const PropertyBag
               given<std::int64_t>(bag, kCreationTime).value_or(writer.now()), writer.now(), writer.change())
         .run();
     if (object.kind == ObjectKind::Folder || object.kind == ObjectKind::User || object.kind == ObjectKind::Contact)
-        writer.changes().objectAdded(object.kind, id, object.parent);
+        writer.entries().objectAdded(object.kind, id, object.parent);
     return id;
 }
 

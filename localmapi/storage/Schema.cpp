@@ -1,3 +1,4 @@
+// The tables of a site's file and the steps by which files of older versions become ones of this.
 #include "localmapi/storage/Schema.h"
 
 namespace localmapi::storage
@@ -131,9 +132,9 @@ CREATE UNIQUE INDEX named_property_number ON named_property (uid, number) WHERE 
 CREATE UNIQUE INDEX named_property_name ON named_property (uid, name) WHERE name IS NOT NULL;
 )";
 
-// The log of changes, for those who watch: what happened to which object in which container, with the facet of the
+// The entries, for those who watch: what happened to which object in which container, with the facet of the
 // messages it happened to (see ChangeEntry). Numbers grow; the oldest entries go when there are many, the newest never.
-constexpr const char *kChangeLog = R"(
+constexpr const char *kChangeEntries = R"(
 CREATE TABLE change_entry (
     number INTEGER PRIMARY KEY,
     kind INTEGER NOT NULL,
@@ -148,14 +149,14 @@ INSERT INTO change_entry (number, kind, event, container, object) VALUES (0, 3, 
 )";
 
 // kSteps[n] brings a file of version n + 1 to version n + 2.
-constexpr std::array<const char *, kSchemaVersion - 1> kSteps{kChangeLog};
+constexpr std::array<const char *, kSchemaVersion - 1> kSteps{kChangeEntries};
 
 } // namespace
 
 void createSchema(Connection &connection)
 {
     connection.execute(kTables);
-    connection.execute(kChangeLog);
+    connection.execute(kChangeEntries);
     connection.execute("PRAGMA application_id = " + std::to_string(kApplicationId));
     connection.execute("PRAGMA user_version = " + std::to_string(kSchemaVersion));
 }

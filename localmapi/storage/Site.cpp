@@ -1,3 +1,4 @@
+// What a site is from outside: its file, its names of named properties, its numbers.
 #include "localmapi/storage/Database.h"
 #include <algorithm>
 

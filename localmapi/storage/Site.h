@@ -53,7 +53,7 @@ class Names
     explicit Names(Site site) : m_site(std::move(site)) {}
     // The ids of names, in order; 0 for one that is unknown and not to be made.
     std::vector<std::uint16_t> ids(const std::vector<PropertyName> &names, bool make);
-    // The names of ids, in order; nothing where an id is none of ours.
+    // The names of ids, in order; nothing where an id is not one of ours.
     std::vector<std::optional<PropertyName>> names(const std::vector<std::uint16_t> &ids) const;
     // Every name there is, with its id.
     std::vector<std::pair<std::uint16_t, PropertyName>> all() const;

@@ -1,7 +1,10 @@
+// A spool holds one piece; the others lie in a private temporary database, which SQLite deletes with its connection.
+#include "localmapi/storage/Spool.h"
 #include "localmapi/storage/Sqlite.h"
-#include "localmapi/storage/Stream.h"
 #include <algorithm>
 #include <cstring>
+#include <mutex>
+#include <vector>
 
 namespace localmapi::storage
 {

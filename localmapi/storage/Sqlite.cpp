@@ -1,3 +1,4 @@
+// SQLite behind owners: its results become exceptions with the place of the call in them.
 #include "localmapi/storage/Sqlite.h"
 #include <cerrno>
 #include <new>

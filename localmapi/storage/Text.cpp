@@ -1,5 +1,7 @@
+// Folding by the tables of TextTables.h. Bytes that are not UTF-8 are taken one by one, as characters beyond Unicode.
 #include "localmapi/storage/Text.h"
 #include "localmapi/storage/TextTables.h"
+#include "localmapi/storage/Utf8.h"
 #include <algorithm>
 
 namespace localmapi::storage
@@ -13,44 +15,22 @@ constexpr char32_t kRawByte = 0x110000;
 
 char32_t nextCharacter(std::string_view text, std::size_t &at)
 {
-    auto byte = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
-    unsigned char lead = byte(at);
+    const auto lead = static_cast<unsigned char>(text[at]);
     if (lead < 0x80) {
         ++at;
         return lead;
     }
-    std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-    constexpr char32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
-    bool good = lead >= 0xC2 && lead <= 0xF4 && at + length <= text.size();
-    char32_t character = lead & (0x7F >> length);
-    for (std::size_t i = 1; good && i < length; ++i) {
-        good = (byte(at + i) & 0xC0) == 0x80;
-        character = character << 6 | (byte(at + i) & 0x3F);
-    }
-    good = good && character >= kLeast[length] && character < kRawByte && (character & 0xFFFFF800) != 0xD800;
-    at += good ? length : 1;
-    return good ? character : kRawByte + lead;
+    const Utf8Character read = ReadUtf8(text, at);
+    at += read.good ? read.length : 1;
+    return read.good ? read.character : kRawByte + lead;
 }
 
 void append(std::string &text, char32_t character)
 {
-    if (character < 0x80) {
-        text += static_cast<char>(character);
-    } else if (character >= kRawByte) {
+    if (character >= kRawByte)
         text += static_cast<char>(character - kRawByte);
-    } else if (character < 0x800) {
-        text += static_cast<char>(0xC0 | character >> 6);
-        text += static_cast<char>(0x80 | (character & 0x3F));
-    } else if (character < 0x10000) {
-        text += static_cast<char>(0xE0 | character >> 12);
-        text += static_cast<char>(0x80 | (character >> 6 & 0x3F));
-        text += static_cast<char>(0x80 | (character & 0x3F));
-    } else {
-        text += static_cast<char>(0xF0 | character >> 18);
-        text += static_cast<char>(0x80 | (character >> 12 & 0x3F));
-        text += static_cast<char>(0x80 | (character >> 6 & 0x3F));
-        text += static_cast<char>(0x80 | (character & 0x3F));
-    }
+    else
+        AppendUtf8(text, character);
 }
 
 char32_t folded(char32_t character)

@@ -1,5 +1,7 @@
+// Types and sizes of values, and the bag, which is a sorted array: objects have few properties.
 #include "localmapi/storage/Value.h"
 #include "localmapi/storage/Error.h"
+#include "localmapi/storage/Spool.h"
 #include "localmapi/storage/Stream.h"
 #include <algorithm>
 #include <cstdio>

@@ -38,9 +38,6 @@ enum class Type : std::uint16_t {
 };
 constexpr std::uint16_t kMultiple = 0x1000; // added to a type: a list of such values
 
-// Now, as a Type::Time.
-std::int64_t currentTime();
-
 constexpr Tag makeTag(std::uint16_t id, Type type)
 {
     return static_cast<Tag>(id) << 16 | static_cast<std::uint16_t>(type);

@@ -1,4 +1,6 @@
+// A view answers in terms of walks (ViewWalk.h), each with a reader of its own.
 #include "localmapi/storage/View.h"
+#include "localmapi/storage/Functions.h"
 #include "localmapi/storage/Properties.h"
 #include "localmapi/storage/ViewWalk.h"
 #include <algorithm>

@@ -50,7 +50,7 @@ enum class Direction { Forward, Backward };
 class View
 {
   public:
-    // TooComplex for a filter that is nested too deeply, Invalid for an order that there is none for.
+    // TooComplex for a filter that is nested too deeply, Invalid for values that have no order.
     // Rows that are equal by `sort` keep a fixed order. Without a sort: messages by submission, folders and people by
     // name, attachments and recipients by number.
     View(Site site, Container container, Filter filter = {}, std::vector<SortKey> sort = {});

@@ -1,3 +1,5 @@
+// A walk reads rows in an order from a place on: by an index where facets and filter allow it, else by sorting what the
+// filter leaves.
 #include "localmapi/storage/ViewWalk.h"
 #include "localmapi/storage/Properties.h"
 #include "localmapi/storage/Schema.h"

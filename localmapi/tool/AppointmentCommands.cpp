@@ -1,4 +1,6 @@
+// localmapi appointment: dates, times and recurrence from the command line.
 #include "localmapi/delivery/Appointment.h"
+#include "localmapi/storage/Time.h"
 #include "localmapi/tool/AppointmentOptions.h"
 #include "localmapi/tool/Tool.h"
 #include "tools/common/CommandLine.h"
@@ -25,7 +27,8 @@ std::optional<Day> dayOf(int year, unsigned month, unsigned day)
 {
     const year_month_day date{std::chrono::year(year), std::chrono::month(month), std::chrono::day(day)};
     // As far as the structure for recurring appointments reaches.
-    return date.ok() && year >= 1601 && year < 4500 ? std::optional(Day(date)) : std::nullopt;
+    return date.ok() && year >= static_cast<int>(storage::kFirstYear) && year < 4500 ? std::optional(Day(date))
+                                                                                     : std::nullopt;
 }
 
 Day parseDay(const std::string &option, const std::string &text)

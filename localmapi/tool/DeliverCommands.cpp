@@ -1,7 +1,9 @@
+// localmapi deliver and fill: messages that arrive, made of files and options.
 #include "localmapi/delivery/Compose.h"
 #include "localmapi/delivery/Fill.h"
 #include "localmapi/delivery/OpenFile.h"
 #include "localmapi/delivery/Recording.h"
+#include "localmapi/storage/Time.h"
 #include "localmapi/tool/Tool.h"
 #include "tools/common/CommandLine.h"
 #include "tools/common/Text.h"

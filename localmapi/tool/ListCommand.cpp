@@ -1,5 +1,7 @@
+// localmapi list: a folder's messages as lines or as JSON.
 #include "localmapi/delivery/Tags.h"
 #include "localmapi/provider/base/EntryId.h"
+#include "localmapi/storage/Time.h"
 #include "localmapi/storage/View.h"
 #include "localmapi/tool/Tool.h"
 #include "tools/common/Program.h"
@@ -37,7 +39,8 @@ std::string isoTime(std::int64_t ticks)
 {
     if (ticks == 0)
         return {};
-    const std::time_t seconds = static_cast<std::time_t>(ticks / 10000000 - 11644473600);
+    const std::time_t seconds =
+        static_cast<std::time_t>(ticks / storage::kTicksPerSecond - storage::kUnixEpoch / storage::kTicksPerSecond);
     const std::tm *utc = std::gmtime(&seconds);
     char text[32];
     return utc && std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", utc) ? text : "";

@@ -8,6 +8,7 @@
 #include "behaviour/Environment.h"
 #include "localmapi/delivery/Compose.h"
 #include "localmapi/storage/Profiles.h"
+#include "localmapi/storage/Time.h"
 #include <functional>
 #include <gmock/gmock.h>
 #include <optional>

@@ -1,6 +1,7 @@
 // Listing real mailboxes: what each filter shows, pages in both directions, handles between calls.
 #include "behaviour/BehaviourTest.h"
 #include "localmapi/delivery/Tags.h"
+#include "localmapi/storage/Time.h"
 #include <numeric>
 
 using namespace localmapi;

@@ -1,6 +1,7 @@
 // One message of a real mailbox: header, flags, marking, deleting, text and recordings.
 #include "behaviour/BehaviourTest.h"
 #include "localmapi/delivery/Tags.h"
+#include "localmapi/storage/Time.h"
 #include <fstream>
 
 using namespace localmapi;

@@ -1,6 +1,7 @@
 // Names beyond ASCII through both conversions of the boundary: arguments go to the ANSI code page, results are read as
 // UTF-8. Where the ANSI code page cannot hold a name, it cannot be named, and says so.
 #include "behaviour/BehaviourTest.h"
+#include "localmapi/storage/Time.h"
 #include <windows.h>
 
 using namespace localmapi;

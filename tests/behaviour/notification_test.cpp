@@ -1,6 +1,7 @@
 // Watching real mailboxes: what the callback is told when messages come, are read, marked and deleted, and how watches
 // end. Every wait is for the counts themselves.
 #include "behaviour/BehaviourTest.h"
+#include "localmapi/storage/Time.h"
 #include <array>
 #include <atomic>
 #include <condition_variable>

@@ -1,9 +1,12 @@
+// IAddrBook: opening what an entry ID names, comparing entries, resolving names. It has no lock: what it answers it
+// reads from the directory at that moment.
 #include "localmapi/provider/addressbook/AddressBook.h"
 #include "localmapi/provider/addressbook/AddressEntries.h"
 #include "localmapi/provider/addressbook/Recipients.h"
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/base/Memory.h"
 #include "localmapi/provider/base/Text.h"
+#include "localmapi/provider/property/PropArray.h"
 #include "localmapi/provider/property/PropObject.h"
 #include "localmapi/provider/site/NameMatch.h"
 

@@ -4,8 +4,10 @@
 #include "localmapi/provider/addressbook/Recipients.h"
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/base/Text.h"
+#include "localmapi/provider/property/PropArray.h"
 #include "localmapi/provider/property/PropObject.h"
 #include "localmapi/provider/table/MemoryTable.h"
+#include "localmapi/provider/table/ViewTable.h"
 
 namespace localmapi
 {

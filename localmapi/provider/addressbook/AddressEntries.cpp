@@ -1,3 +1,4 @@
+// The properties of the address book's entries, made of the directory's rows, and the schema of the table over it.
 #include "localmapi/provider/addressbook/AddressEntries.h"
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/property/PropertyConvert.h"

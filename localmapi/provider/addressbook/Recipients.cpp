@@ -1,8 +1,11 @@
+// Resolution of the names in a recipient list: each that is found gets the properties of its entry, in memory of the
+// list.
 #include "localmapi/provider/addressbook/Recipients.h"
 #include "localmapi/provider/addressbook/AddressEntries.h"
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/base/Memory.h"
 #include "localmapi/provider/base/Text.h"
+#include "localmapi/provider/property/PropArray.h"
 #include "localmapi/provider/property/PropertyConvert.h"
 #include "localmapi/provider/site/NameMatch.h"
 

@@ -2,6 +2,7 @@
 // live objects. Safe for any thread.
 #pragma once
 #include "ExchangeMapi.h"
+#include "platform/com/ComPtr.h"
 
 #include <atomic>
 #include <mapiutil.h>
@@ -89,63 +90,10 @@ template <class First, class... More> class ComObject : public First, public Mor
     std::atomic<ULONG> m_references{1};
 };
 
-// Holds one reference.
-template <class T> class Ref
-{
-  public:
-    Ref() = default;
-    Ref(const Ref &other) noexcept : m_object(other.m_object)
-    {
-        if (m_object)
-            m_object->AddRef();
-    }
-    Ref(Ref &&other) noexcept : m_object(std::exchange(other.m_object, nullptr)) {}
-    Ref &operator=(Ref other) noexcept
-    {
-        std::swap(m_object, other.m_object);
-        return *this;
-    }
-    ~Ref() { reset(); }
-
-    // Takes over a reference that the caller holds.
-    static Ref Adopt(T *object) noexcept
-    {
-        Ref ref;
-        ref.m_object = object;
-        return ref;
-    }
-    // Adds a reference of its own.
-    static Ref Share(T *object) noexcept
-    {
-        if (object)
-            object->AddRef();
-        return Adopt(object);
-    }
-
-    T *get() const noexcept { return m_object; }
-    T *operator->() const noexcept { return m_object; }
-    T &operator*() const noexcept { return *m_object; }
-    explicit operator bool() const noexcept { return m_object != nullptr; }
-    T **put() noexcept
-    {
-        reset();
-        return &m_object;
-    }
-    T *release() noexcept { return std::exchange(m_object, nullptr); }
-    void reset() noexcept
-    {
-        if (T *old = std::exchange(m_object, nullptr))
-            old->Release();
-    }
-
-  private:
-    T *m_object = nullptr;
-};
-
 // A new object with one reference.
-template <class T, class... Arguments> Ref<T> MakeObject(Arguments &&...arguments)
+template <class T, class... Arguments> ComPtr<T> MakeObject(Arguments &&...arguments)
 {
-    return Ref<T>::Adopt(new T(std::forward<Arguments>(arguments)...));
+    return ComPtr<T>(new T(std::forward<Arguments>(arguments)...));
 }
 
 } // namespace localmapi

@@ -1,3 +1,4 @@
+// What codes mean in words, and how an exception becomes the code and the text that a client gets.
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/base/Memory.h"
 #include "localmapi/provider/base/StorageErrors.h"

@@ -1,3 +1,4 @@
+// Names and identifiers of named properties, translated to and from the site's numbering.
 #include "localmapi/provider/property/NamedProperties.h"
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/base/Memory.h"

@@ -31,10 +31,6 @@ class RowPacker
     class Arena;
 
     void PackOne(SPropValue &target, const Cell &cell, Arena &arena);
-    void PackSingle(SPropValue &target, const storage::Value &value, Arena &arena);
-    void PackList(SPropValue &target, const storage::Value &value, Arena &arena);
-    char *Narrow(const std::string &text, Arena &arena);
-    WCHAR *Wide(const std::string &text, Arena &arena);
 
     // Text that is not ASCII, converted while measuring and copied while writing.
     std::vector<std::string> m_converted;

@@ -1,3 +1,4 @@
+#include "localmapi/provider/session/Logon.h"
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/base/Text.h"
 #include "localmapi/provider/property/PropertyConvert.h"

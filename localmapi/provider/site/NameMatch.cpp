@@ -1,3 +1,4 @@
+// How typed names find entries: filters over the directory, the strictest one first.
 #include "localmapi/provider/site/NameMatch.h"
 #include "localmapi/storage/Text.h"
 #include "localmapi/storage/View.h"

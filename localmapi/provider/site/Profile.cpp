@@ -1,3 +1,5 @@
+// A profile in the file and as it was kept. Whether it is still the same one is seen by the key of its own section, so
+// that a new profile under an old name is not taken for it.
 #include "localmapi/provider/site/Profile.h"
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/base/Text.h"
@@ -40,13 +42,6 @@ storage::Guid GuidOf(const MAPIUID &uid)
     storage::Guid guid;
     std::memcpy(guid.data(), uid.ab, guid.size());
     return guid;
-}
-
-MAPIUID UidOf(const storage::Guid &guid)
-{
-    MAPIUID uid;
-    std::memcpy(uid.ab, guid.data(), guid.size());
-    return uid;
 }
 
 storage::Guid NewGuid()

@@ -1,7 +1,9 @@
+// IProfAdmin: making, copying, renaming and deleting profiles. What can not be copied whole is removed again.
 #include "localmapi/provider/site/ProfileAdmin.h"
 #include "localmapi/provider/base/ComObject.h"
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/base/Text.h"
+#include "localmapi/provider/property/PropArray.h"
 #include "localmapi/provider/property/PropertyConvert.h"
 #include "localmapi/provider/site/Profile.h"
 #include "localmapi/provider/site/ProfileTags.h"

@@ -1,8 +1,10 @@
+// IMsgServiceAdmin: the services of a profile, of which there is one kind.
 #include "localmapi/provider/site/ServiceAdmin.h"
 #include "localmapi/provider/base/ComObject.h"
 #include "localmapi/provider/base/EntryId.h"
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/base/Text.h"
+#include "localmapi/provider/property/PropArray.h"
 #include "localmapi/provider/property/PropertyConvert.h"
 #include "localmapi/provider/site/NameMatch.h"
 #include "localmapi/provider/site/ProfileSection.h"

@@ -1,3 +1,4 @@
+// Finding the person behind a recipient: by entry ID, else by address, else by name; each says why it failed.
 #include "localmapi/provider/store/Addressing.h"
 #include "localmapi/provider/addressbook/AddressEntries.h"
 #include "localmapi/provider/addressbook/Recipients.h"

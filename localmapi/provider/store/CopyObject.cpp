@@ -1,3 +1,4 @@
+// Writing to the target of a copy: short properties in one SetProps, long ones as streams, piece by piece.
 #include "localmapi/provider/store/CopyObject.h"
 #include "localmapi/provider/base/Memory.h"
 #include "localmapi/provider/base/Text.h"
@@ -77,7 +78,7 @@ CopyJob::CopyJob(IUnknown *source, const Arguments &arguments)
         m_ids.insert(static_cast<std::uint16_t>(PROP_ID(tags->aulPropTag[i])));
     }
     auto *target = static_cast<IUnknown *>(arguments.target);
-    Ref<IUnknown> asked, self, other;
+    ComPtr<IUnknown> asked, self, other;
     if (FAILED(target->QueryInterface(*arguments.iid, reinterpret_cast<void **>(asked.put()))) ||
         FAILED(target->QueryInterface(IID_IMAPIProp, reinterpret_cast<void **>(m_target.put()))))
         throw Failure(MAPI_E_INTERFACE_NOT_SUPPORTED, "The target does not have the interface that was named.");
@@ -194,7 +195,7 @@ void CopyJob::CopyLong(const storage::Property &property, storage::Objects &obje
     if (!content)
         return;
     const ULONG tag = TargetTag(property.tag);
-    Ref<IStream> stream;
+    ComPtr<IStream> stream;
     const HRESULT hr = m_target->OpenProperty(tag, &IID_IStream, STGM_READWRITE, MAPI_CREATE | MAPI_MODIFY,
                                               reinterpret_cast<LPUNKNOWN *>(stream.put()));
     if (FAILED(hr)) {

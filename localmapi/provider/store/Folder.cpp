@@ -1,7 +1,11 @@
+// IMAPIFolder itself: its properties, tables, subfolders. FolderMessages.cpp has what is done to messages,
+// FolderCopy.cpp the copies.
+#include "localmapi/provider/store/Folder.h"
 #include "localmapi/provider/base/Text.h"
-#include "localmapi/provider/store/FolderObject.h"
+#include "localmapi/provider/store/FolderTables.h"
 #include "localmapi/provider/store/Message.h"
 #include "localmapi/provider/store/StoreTags.h"
+#include "localmapi/provider/table/ViewTable.h"
 #include "localmapi/storage/Error.h"
 #include "localmapi/storage/View.h"
 
@@ -27,9 +31,9 @@ Folder::Folder(StorePtr store, const storage::ObjectInfo &info, bool writable)
 {
 }
 
-Ref<IMAPIFolder> MakeFolder(const StorePtr &store, const storage::ObjectInfo &info, bool writable)
+ComPtr<IMAPIFolder> MakeFolder(const StorePtr &store, const storage::ObjectInfo &info, bool writable)
 {
-    return Ref<IMAPIFolder>::Adopt(MakeObject<Folder>(store, info, writable).release());
+    return ComPtr<IMAPIFolder>(MakeObject<Folder>(store, info, writable).release());
 }
 
 // --- properties ---

@@ -2,7 +2,7 @@
 #include "localmapi/provider/base/Memory.h"
 #include "localmapi/provider/base/Text.h"
 #include "localmapi/provider/store/CopyObject.h"
-#include "localmapi/provider/store/FolderObject.h"
+#include "localmapi/provider/store/Folder.h"
 #include "localmapi/provider/store/StoreTags.h"
 #include "localmapi/storage/View.h"
 
@@ -80,7 +80,7 @@ void Folder::Copy(CopyJob &job)
         const PropertyBag names = m_store->objects.read(id, {PR_DISPLAY_NAME_W});
         const auto *name = names.get<std::string>(PR_DISPLAY_NAME_W);
         WideText wide = WideFromUtf8(name ? *name : std::string());
-        Ref<IMAPIFolder> copy;
+        ComPtr<IMAPIFolder> copy;
         Check(target->CreateFolder(FOLDER_GENERIC, reinterpret_cast<LPTSTR>(wide.data()), nullptr, nullptr,
                                    MAPI_UNICODE | OPEN_IF_EXISTS, copy.put()),
               "IMAPIFolder::CreateFolder");

@@ -1,7 +1,8 @@
 // What a folder does with its messages.
 #include "localmapi/provider/base/Memory.h"
-#include "localmapi/provider/store/FolderObject.h"
+#include "localmapi/provider/store/Folder.h"
 #include "localmapi/provider/store/Message.h"
+#include "localmapi/provider/store/ReadFlags.h"
 #include "localmapi/provider/store/StoreTags.h"
 
 #include <algorithm>
@@ -46,27 +47,6 @@ LONG LongOfObject(IMAPIProp &object, ULONG tag)
 
 } // namespace
 
-FlagChange ReadFlagChange(ULONG flags)
-{
-    constexpr ULONG kPending = CLEAR_RN_PENDING | CLEAR_NRN_PENDING;
-    RequireFlags(flags, SUPPRESS_RECEIPT | CLEAR_READ_FLAG | GENERATE_RECEIPT_ONLY | kPending | MAPI_DEFERRED_ERRORS |
-                            MESSAGE_DIALOG);
-    Require(!(flags & CLEAR_READ_FLAG) || !(flags & (SUPPRESS_RECEIPT | GENERATE_RECEIPT_ONLY)),
-            "read flags that exclude each other");
-    Require((flags & (SUPPRESS_RECEIPT | GENERATE_RECEIPT_ONLY)) != (SUPPRESS_RECEIPT | GENERATE_RECEIPT_ONLY),
-            "read flags that exclude each other");
-    FlagChange change;
-    if (flags & CLEAR_RN_PENDING)
-        change.clear |= MSGFLAG_RN_PENDING;
-    if (flags & CLEAR_NRN_PENDING)
-        change.clear |= MSGFLAG_NRN_PENDING;
-    if (flags & CLEAR_READ_FLAG)
-        change.clear |= MSGFLAG_READ;
-    else if (!(flags & (GENERATE_RECEIPT_ONLY | kPending)))
-        change.set |= MSGFLAG_READ;
-    return change;
-}
-
 Folder::Selection Folder::MessagesOf(const ENTRYLIST *list)
 {
     Require(list && list->cValues <= kEntryLimit && (list->lpbin || list->cValues == 0), "the list of messages");
@@ -101,7 +81,7 @@ ObjectId Folder::DestinationOf(LPCIID iid, void *folder)
     if (!Implements<IMAPIFolder>(iid))
         throw Failure(MAPI_E_INTERFACE_NOT_SUPPORTED, "The destination is to be a folder.");
     // Its interface extends IUnknown and IMAPIProp, whichever of them was named.
-    Ref<IMAPIProp> object;
+    ComPtr<IMAPIProp> object;
     Check(static_cast<IUnknown *>(folder)->QueryInterface(IID_IMAPIProp, reinterpret_cast<void **>(object.put())),
           "IMAPIFolder::QueryInterface");
     const Bytes entry = BinaryOfObject(*object.get(), PR_ENTRYID);

@@ -1,6 +1,6 @@
 // The schemas of contents and hierarchy tables.
+#include "localmapi/provider/store/FolderTables.h"
 #include "localmapi/provider/base/ErrorText.h"
-#include "localmapi/provider/store/Folder.h"
 #include "localmapi/provider/store/StoreTags.h"
 #include "localmapi/storage/Tags.h"
 
@@ -19,7 +19,7 @@ ObjectId NumberIn(const storage::Value &value)
     return number ? *number : 0;
 }
 
-// The number in an instance key; 0 for bytes that are none.
+// The number in an instance key; 0 for bytes that are no such key.
 ObjectId NumberOfKey(const storage::Bytes &key)
 {
     std::uint64_t id = 0;

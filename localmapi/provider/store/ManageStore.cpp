@@ -1,7 +1,7 @@
 // IExchangeManageStore: entry identifiers of other mailboxes.
 #include "localmapi/provider/base/Text.h"
 #include "localmapi/provider/site/Mailboxes.h"
-#include "localmapi/provider/store/StoreObject.h"
+#include "localmapi/provider/store/Store.h"
 #include "localmapi/provider/store/StoreTags.h"
 #include "localmapi/provider/table/MemorySource.h"
 

@@ -1,6 +1,9 @@
+// IMessage itself: its properties and its saving. MessageParts.cpp has recipients and attachments, MessageSubmit.cpp
+// and MessageCopy.cpp what their names say.
 #include "localmapi/provider/store/Message.h"
 #include "localmapi/provider/store/Attachment.h"
-#include "localmapi/provider/store/Folder.h"
+#include "localmapi/provider/store/FolderTables.h"
+#include "localmapi/provider/store/ReadFlags.h"
 #include "localmapi/provider/store/StoreTags.h"
 #include "localmapi/provider/store/Subject.h"
 #include "localmapi/storage/Error.h"
@@ -49,8 +52,8 @@ Message::Message(StorePtr store, const storage::ObjectInfo &info, bool associate
         BeginNew(associated);
 }
 
-Message::Message(StorePtr store, Ref<Attachment> holder, storage::ObjectId stored, MessageDraft draft, bool fresh,
-                 bool writable)
+Message::Message(StorePtr store, ComPtr<Attachment> holder, storage::ObjectId stored, storage::MessageChanges draft,
+                 bool fresh, bool writable)
     : StoredObject(std::move(store), writable), m_holder(std::move(holder)), m_depth(m_holder->depth() + 1),
       m_id(stored), m_draft(std::move(draft))
 {
@@ -60,20 +63,20 @@ Message::Message(StorePtr store, Ref<Attachment> holder, storage::ObjectId store
 
 Message::~Message() = default;
 
-Ref<Message> MakeMessage(const StorePtr &store, const storage::ObjectInfo &info, bool writable)
+ComPtr<Message> MakeMessage(const StorePtr &store, const storage::ObjectInfo &info, bool writable)
 {
     return MakeObject<Message>(store, info, false, writable);
 }
 
 void Message::BeginNew(bool associated)
 {
-    PropertyDraft &properties = m_draft.properties;
-    properties.Set(PR_MESSAGE_CLASS_W, std::string("IPM.Note"));
-    properties.Set(PR_MESSAGE_FLAGS,
-                   std::int32_t{MSGFLAG_READ | MSGFLAG_UNSENT} | (associated ? storage::kFlagAssociated : 0));
-    properties.Set(PR_IMPORTANCE, std::int32_t{IMPORTANCE_NORMAL});
-    properties.Set(PR_SENSITIVITY, std::int32_t{SENSITIVITY_NONE});
-    properties.Set(PR_SEARCH_KEY, NewSearchKey());
+    storage::Changes &properties = m_draft.properties;
+    properties.setLater(PR_MESSAGE_CLASS_W, std::string("IPM.Note"));
+    properties.setLater(PR_MESSAGE_FLAGS,
+                        std::int32_t{MSGFLAG_READ | MSGFLAG_UNSENT} | (associated ? storage::kFlagAssociated : 0));
+    properties.setLater(PR_IMPORTANCE, std::int32_t{IMPORTANCE_NORMAL});
+    properties.setLater(PR_SENSITIVITY, std::int32_t{SENSITIVITY_NONE});
+    properties.setLater(PR_SEARCH_KEY, NewSearchKey());
     FollowRecipients();
 }
 
@@ -93,7 +96,7 @@ PropertyBag Message::Stored(const std::vector<storage::Tag> *tags)
             throw;
         }
     }
-    m_draft.properties.ApplyTo(bag);
+    m_draft.properties.applyTo(bag);
     return bag;
 }
 
@@ -110,8 +113,10 @@ void Message::AddComputed(PropertyBag &bag)
         }
     }
     if (!m_id) {
-        const bool attachments = !m_draft.attachments.empty();
-        const std::uint64_t size = std::min<std::uint64_t>(m_draft.Size(), std::numeric_limits<std::int32_t>::max());
+        const bool attachments = std::any_of(m_draft.attachments.begin(), m_draft.attachments.end(),
+                                             [](const storage::AttachmentChanges &one) { return !one.remove; });
+        const std::uint64_t size =
+            std::min<std::uint64_t>(m_draft.addedSize(), std::numeric_limits<std::int32_t>::max());
         bag.set(PR_HASATTACH, attachments);
         bag.set(PR_MESSAGE_SIZE, static_cast<std::int32_t>(size));
         if (const auto *flags = bag.get<std::int32_t>(PR_MESSAGE_FLAGS))
@@ -183,14 +188,14 @@ void Message::Change(const PropertyBag &set, const std::vector<storage::Tag> &re
         const auto *flags = std::get_if<std::int32_t>(&property.value);
         if (property.tag == PR_MESSAGE_FLAGS && flags) {
             const auto *old = m_draft.properties.set.get<std::int32_t>(PR_MESSAGE_FLAGS);
-            m_draft.properties.Set(PR_MESSAGE_FLAGS, (*flags & ~kKeptFlags) | (old ? *old & kKeptFlags : 0));
+            m_draft.properties.setLater(PR_MESSAGE_FLAGS, (*flags & ~kKeptFlags) | (old ? *old & kKeptFlags : 0));
         } else {
-            m_draft.properties.Set(property.tag, property.value);
+            m_draft.properties.setLater(property.tag, property.value);
         }
     }
     for (const storage::Tag tag : remove) {
         subject |= concernsSubject(tag);
-        m_draft.properties.Remove(storage::tagId(tag));
+        m_draft.properties.removeLater(storage::tagId(tag));
     }
     if (subject)
         FollowSubject();
@@ -203,14 +208,14 @@ void Message::FollowSubject()
     const PropertyBag bag = Stored(&tags);
     const std::string *subject = TextOf(bag, PR_SUBJECT_W);
     if (!subject) {
-        m_draft.properties.Remove(PROP_ID(PR_NORMALIZED_SUBJECT));
+        m_draft.properties.removeLater(PROP_ID(PR_NORMALIZED_SUBJECT));
         return;
     }
     // A prefix counts when the client gave it beside this subject.
     const std::string *prefix = TextOf(m_draft.properties.set, PR_SUBJECT_PREFIX_W);
     SubjectParts parts = SplitSubject(*subject, prefix ? std::optional(*prefix) : std::nullopt);
-    m_draft.properties.Set(PR_NORMALIZED_SUBJECT_W, std::move(parts.normalized));
-    m_draft.properties.Set(PR_SUBJECT_PREFIX_W, std::move(parts.prefix));
+    m_draft.properties.setLater(PR_NORMALIZED_SUBJECT_W, std::move(parts.normalized));
+    m_draft.properties.setLater(PR_SUBJECT_PREFIX_W, std::move(parts.prefix));
 }
 
 HRESULT Message::Save(ULONG flags)
@@ -231,11 +236,10 @@ void Message::WriteDraft(bool force)
 {
     try {
         if (!m_id) {
-            m_id = m_store->objects.createMessage(m_folder, m_draft.ToChanges());
+            m_id = m_store->objects.createMessage(m_folder, m_draft);
             m_change = m_store->objects.info(m_id).change;
         } else if (!m_draft.empty()) {
-            m_change = m_store->objects.changeMessage(m_id, m_draft.ToChanges(),
-                                                      force ? std::nullopt : std::optional(m_change));
+            m_change = m_store->objects.changeMessage(m_id, m_draft, force ? std::nullopt : std::optional(m_change));
         }
     } catch (const storage::Error &error) {
         if (error.fault() == storage::Fault::NotFound)
@@ -254,7 +258,7 @@ STDMETHODIMP Message::SetReadFlag(ULONG ulFlags)
             const std::vector<storage::Tag> tags = {PR_MESSAGE_FLAGS};
             const PropertyBag bag = Stored(&tags);
             const auto *old = bag.get<std::int32_t>(PR_MESSAGE_FLAGS);
-            m_draft.properties.Set(PR_MESSAGE_FLAGS, ((old ? *old : 0) | set) & ~clear);
+            m_draft.properties.setLater(PR_MESSAGE_FLAGS, ((old ? *old : 0) | set) & ~clear);
             return S_OK;
         }
         m_store->RequireWritable();

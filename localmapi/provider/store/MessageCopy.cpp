@@ -4,7 +4,7 @@
 #include "localmapi/provider/store/Attachment.h"
 #include "localmapi/provider/store/CopyObject.h"
 #include "localmapi/provider/store/Message.h"
-#include "localmapi/provider/stream/Helpers.h"
+#include "localmapi/provider/table/QueryRows.h"
 
 namespace localmapi
 {
@@ -48,7 +48,7 @@ ULONG RowsIn(IMAPITable &table)
 
 std::vector<ULONG> AttachmentsIn(IMessage &message)
 {
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     Check(message.GetAttachmentTable(0, table.put()), "IMessage::GetAttachmentTable");
     SizedSPropTagArray(1, tags) = {1, {PR_ATTACH_NUM}};
     std::vector<ULONG> numbers;
@@ -63,7 +63,7 @@ std::vector<ULONG> AttachmentsIn(IMessage &message)
 
 void CopyAttachment(IMessage &from, ULONG number, IMessage &to, ULONG flags)
 {
-    Ref<IAttach> source, target;
+    ComPtr<IAttach> source, target;
     ULONG ignored = 0;
     Check(from.OpenAttach(number, nullptr, 0, source.put()), "IMessage::OpenAttach");
     Check(to.CreateAttach(nullptr, 0, &ignored, target.put()), "IMessage::CreateAttach");
@@ -102,7 +102,7 @@ void Message::Copy(CopyJob &job)
     if (!target)
         return;
     if (job.Wants(PR_MESSAGE_RECIPIENTS)) {
-        Ref<IMAPITable> there;
+        ComPtr<IMAPITable> there;
         Check(target->GetRecipientTable(0, there.put()), "IMessage::GetRecipientTable");
         if (job.replaces() || RowsIn(*there.get()) == 0)
             Check(target->ModifyRecipients(0, Addresses(recipients).list()), "IMessage::ModifyRecipients");
@@ -134,7 +134,7 @@ void Attachment::Copy(CopyJob &job)
     job.Missing(bag, {static_cast<std::uint16_t>(holdsMessage ? PROP_ID(PR_ATTACH_DATA_OBJ) : PROP_ID_NULL)});
     if (!holdsMessage || !job.Wants(PR_ATTACH_DATA_OBJ))
         return;
-    Ref<IMessage> from, to;
+    ComPtr<IMessage> from, to;
     Check(OpenProperty(PR_ATTACH_DATA_OBJ, &IID_IMessage, 0, 0, reinterpret_cast<LPUNKNOWN *>(from.put())),
           "IAttach::OpenProperty");
     Check(job.target()->OpenProperty(PR_ATTACH_DATA_OBJ, &IID_IMessage, 0, MAPI_CREATE | MAPI_MODIFY,

@@ -77,7 +77,7 @@ void Message::Send(storage::ChangeNumber expected)
     dispatch.message = m_id;
     if (m_id)
         dispatch.expected = expected;
-    dispatch.content = m_draft.ToChanges();
+    dispatch.content = m_draft;
     m_store->objects.dispatch(dispatch);
 }
 

@@ -1,6 +1,8 @@
+// The report about those who could not be reached: text, recipients with diagnoses, and room for the message itself.
 #include "localmapi/provider/store/NonDelivery.h"
 #include "localmapi/provider/store/Message.h"
 #include "localmapi/provider/store/StoreTags.h"
+#include "localmapi/storage/Time.h"
 
 #include <chrono>
 #include <cstdio>
@@ -26,9 +28,7 @@ std::string TextIn(const PropertyBag &bag, storage::Tag tag)
 std::string TimeText(std::int64_t time)
 {
     using namespace std::chrono;
-    constexpr std::int64_t kTicksPerMinute = 600000000;
-    const auto minutesOf1601 = minutes(time / kTicksPerMinute);
-    const auto since = sys_days(year(1601) / January / 1) + minutesOf1601;
+    const auto since = storage::kFirstDay + duration_cast<minutes>(storage::Ticks(time));
     const auto day = floor<days>(since);
     const year_month_day date(day);
     const auto minute = static_cast<int>((since - day).count());

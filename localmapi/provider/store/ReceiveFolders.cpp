@@ -4,7 +4,7 @@
 #include "localmapi/provider/base/Memory.h"
 #include "localmapi/provider/base/Text.h"
 #include "localmapi/provider/site/NameMatch.h"
-#include "localmapi/provider/store/StoreObject.h"
+#include "localmapi/provider/store/Store.h"
 #include "localmapi/provider/store/StoreTags.h"
 #include "localmapi/provider/table/MemorySource.h"
 

@@ -1,9 +1,10 @@
+// IMsgStore: opening entries, receive folders, logoff. Its own properties lie with the mailbox's.
 #include "localmapi/provider/store/Store.h"
 #include "localmapi/provider/base/Memory.h"
 #include "localmapi/provider/base/Text.h"
 #include "localmapi/provider/site/Mailboxes.h"
 #include "localmapi/provider/store/Folder.h"
-#include "localmapi/provider/store/StoreObject.h"
+#include "localmapi/provider/store/StoreLogon.h"
 #include "localmapi/provider/store/StoreTags.h"
 
 namespace localmapi

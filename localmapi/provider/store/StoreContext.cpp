@@ -1,3 +1,4 @@
+// Checks when a store is opened, and the opening of folders and messages through it.
 #include "localmapi/provider/store/StoreContext.h"
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/store/Folder.h"

@@ -1,8 +1,10 @@
+// What stores, folders, messages and attachments share: GetProps over what was read, and streams over properties.
 #include "localmapi/provider/store/StoredObject.h"
 #include "localmapi/provider/base/Text.h"
 #include "localmapi/provider/property/RowPacker.h"
 #include "localmapi/provider/stream/Stream.h"
 #include "localmapi/provider/stream/TextStream.h"
+#include "localmapi/storage/Spool.h"
 
 #include <algorithm>
 
@@ -144,7 +146,7 @@ void OpenPropertyStream(StreamHost &host, IUnknown *owner, const IID &iid, const
         throw Failure(MAPI_E_NOT_FOUND, "The object does not have the property " + HexText(request.tag) + ".");
 
     StreamSettings settings;
-    settings.owner = Ref<IUnknown>::Share(owner);
+    settings.owner = Share<IUnknown>(owner);
     settings.append = (request.flags & STREAM_APPEND) != 0;
     if (request.flags & MAPI_CREATE) {
         settings.changed = true;

@@ -1,9 +1,11 @@
+// Where a submitted message goes: the sender's rights, each recipient's receive folder, the sent copy, the report.
 #include "localmapi/provider/store/Transport.h"
 #include "ExchangeMapi.h"
 #include "localmapi/provider/addressbook/AddressEntries.h"
 #include "localmapi/provider/store/Addressing.h"
 #include "localmapi/provider/store/NonDelivery.h"
 #include "localmapi/provider/store/ReceiveFolders.h"
+#include "localmapi/storage/Time.h"
 
 #include <algorithm>
 

@@ -1,5 +1,8 @@
+// The stream: a place, and content that is shared until somebody writes. One lock, which all clones share, guards the
+// content and their places.
 #include "localmapi/provider/stream/Stream.h"
 #include "localmapi/provider/base/ErrorText.h"
+#include "localmapi/storage/Spool.h"
 
 #include <algorithm>
 #include <atomic>
@@ -276,7 +279,7 @@ HRESULT OpenStreams::Commit()
     return S_OK;
 }
 
-Ref<IStream> MakeStream(StreamSettings settings)
+ComPtr<IStream> MakeStream(StreamSettings settings)
 {
     const std::uint64_t place = settings.append && settings.content ? settings.content->size() : 0;
     OpenStreams *opened = settings.commit ? settings.opened : nullptr;
@@ -284,7 +287,7 @@ Ref<IStream> MakeStream(StreamSettings settings)
     try {
         if (opened)
             opened->Add(content);
-        return Ref<IStream>::Adopt(MakeObject<PropertyStream>(content, place).release());
+        return ComPtr<IStream>(MakeObject<PropertyStream>(content, place).release());
     } catch (...) {
         // There was no stream: nothing is to be committed.
         content->Revert();

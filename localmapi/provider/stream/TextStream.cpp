@@ -1,6 +1,8 @@
+// Text is converted in pieces that end between two characters, so that neither form is ever in memory whole.
 #include "localmapi/provider/stream/TextStream.h"
 #include "localmapi/provider/base/Text.h"
 #include "localmapi/storage/Objects.h"
+#include "localmapi/storage/Spool.h"
 
 #include <string>
 #include <string_view>

@@ -1,3 +1,5 @@
+// Rows in memory, filtered and ordered as an array of indexes. Places are those of the storage, so that the table above
+// need not know the difference.
 #include "localmapi/provider/table/MemorySource.h"
 
 #include <algorithm>

@@ -2,6 +2,7 @@
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/property/PropertyConvert.h"
 #include "localmapi/provider/table/MemorySource.h"
+#include "localmapi/provider/table/Table.h"
 
 #include <algorithm>
 

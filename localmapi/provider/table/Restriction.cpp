@@ -1,3 +1,5 @@
+// A client's restriction as a filter, checked while it is read, and a sort order as keys. Columns that a schema derives
+// are translated into what they are made of.
 #include "localmapi/provider/table/Restriction.h"
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/base/Text.h"

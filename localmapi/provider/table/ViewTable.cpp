@@ -1,6 +1,7 @@
 #include "localmapi/provider/table/ViewTable.h"
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/table/RowSource.h"
+#include "localmapi/provider/table/Table.h"
 
 namespace localmapi
 {

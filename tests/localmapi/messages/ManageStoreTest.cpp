@@ -27,7 +27,7 @@ class ManageStoreTest : public StoreTest
                                              flags, &m_size, m_entry.put());
     }
 
-    Ref<IExchangeManageStore> m_manager;
+    ComPtr<IExchangeManageStore> m_manager;
     ULONG m_size = 0;
     Block<ENTRYID> m_entry;
 };
@@ -64,7 +64,7 @@ TEST_F(ManageStoreTest, AWrongServerOrMailboxIsRefused)
 
 TEST_F(ManageStoreTest, TheMailboxTableListsEveryMailboxOfTheServer)
 {
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     ASSERT_CODE(m_manager->GetMailboxTable(const_cast<char *>("NORVIK1"), table.put(), 0), S_OK);
     ULONG count = 0;
     ASSERT_CODE(table->GetRowCount(0, &count), S_OK);

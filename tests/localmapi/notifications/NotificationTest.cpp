@@ -35,7 +35,7 @@ class NotificationTest : public Notified
     }
 
     Tree m_tree;
-    Ref<Sink> m_sink = MakeObject<Sink>();
+    ComPtr<Sink> m_sink = MakeObject<Sink>();
 };
 
 TEST_F(NotificationTest, N01_NothingIsToldOfRowsThatARestrictionHides)
@@ -289,7 +289,7 @@ TEST_F(NotificationTest, N06_AChangeLogThatWasPrunedMeanwhileIsAReload)
     EXPECT_EQ(m_sink->Events(), 1u);
 }
 
-// Whose log has lower numbers than the sinks have heard of.
+// Whose entries have lower numbers than the sinks have heard of.
 TEST_F(NotificationTest, N06_AnOlderCopyInTheFilesPlaceIsAReloadAndWhatFollowsIsTold)
 {
     const std::string path = m_mailbox.site().path(), copy = path + ".copy";
@@ -300,7 +300,7 @@ TEST_F(NotificationTest, N06_AnOlderCopyInTheFilesPlaceIsAReloadAndWhatFollowsIs
     Advise(table, m_sink);
     // What happens elsewhere is known not to concern the table.
     const auto outbox = m_mailbox.Folder(PR_IPM_OUTBOX_ENTRYID);
-    Ref<IMAPITable> others;
+    ComPtr<IMAPITable> others;
     ASSERT_CODE(outbox->GetContentsTable(0, others.put()), S_OK);
     auto otherSink = MakeObject<Sink>();
     Advise(others, otherSink);

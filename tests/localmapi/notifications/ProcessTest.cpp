@@ -2,6 +2,7 @@
 // write; and that one who writes very much does not flood the sinks.
 #include "Notified.h"
 #include "localmapi/storage/Objects.h"
+#include "localmapi/storage/Time.h"
 #include <filesystem>
 #include <gmock/gmock.h>
 

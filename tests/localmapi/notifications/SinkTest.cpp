@@ -74,7 +74,7 @@ TEST_F(SinkTest, ASinkMayRestrictItsTableAndAdviseAnother)
 TEST_F(SinkTest, ASinkMayReleaseItsTable)
 {
     auto table = Inbox();
-    Ref<IMAPITable> *held = &table;
+    ComPtr<IMAPITable> *held = &table;
     Signal released;
     auto sink = MakeObject<Sink>([&](Sink &) {
         held->reset();

@@ -89,7 +89,7 @@ class ResolveName : public SiteTest
     }
     std::string Dn(const char *alias) { return storage::Directory(OpenedSite()).userByAlias(alias)->dn; }
 
-    Ref<IAddrBook> m_book;
+    ComPtr<IAddrBook> m_book;
 };
 
 TEST_F(ResolveName, AnEntryGetsWhatTheDirectoryKnows)
@@ -125,7 +125,7 @@ TEST_F(ResolveName, TheResolvedEntryOpens)
     const AddressList list({"bob"});
     ASSERT_CODE(Resolve(list), S_OK);
     const SBinary &id = PpropFindProp(list[0].rgPropVals, list[0].cValues, PR_ENTRYID)->Value.bin;
-    Ref<IUnknown> object;
+    ComPtr<IUnknown> object;
     ASSERT_CODE(
         m_book->OpenEntry(id.cb, reinterpret_cast<LPENTRYID>(id.lpb), nullptr, MAPI_BEST_ACCESS, nullptr, object.put()),
         S_OK);
@@ -309,7 +309,7 @@ TEST_F(ResolveName, AContainerResolvesIntoFlags)
     ULONG size = 0;
     Block<ENTRYID> entry;
     ASSERT_CODE(m_book->GetDefaultDir(&size, entry.put()), S_OK);
-    Ref<IUnknown> object;
+    ComPtr<IUnknown> object;
     ASSERT_CODE(m_book->OpenEntry(size, entry.get(), nullptr, 0, nullptr, object.put()), S_OK);
     auto *container = static_cast<IABContainer *>(object.get());
     const AddressList list({"alice", "archer", "nobody", "carol@x.example", "bob"});

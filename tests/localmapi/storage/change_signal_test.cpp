@@ -1,7 +1,7 @@
 // Proves that waiting for changes ends with a commit of whoever, with a wake-up, and with a file that appears late.
 #include "Fixture.h"
 #include "localmapi/storage/ChangeSignal.h"
-#include "localmapi/storage/Changes.h"
+#include "localmapi/storage/EntryReader.h"
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -22,10 +22,10 @@ TEST_F(Signalled, AWaitEndsWithACommitOfWhoeverAndWithAWakeUp)
     constexpr std::chrono::seconds kBound{60};
     ChangeSignal signal;
     ASSERT_TRUE(signal.listen({site.path()}));
-    ChangeLog log(site);
+    EntryReader reader(site);
     auto begun = std::chrono::steady_clock::now();
     std::thread writer([&] { Objects(Site::open(site.path())).createMessage(box.inbox, {}); });
-    while (log.next().empty())
+    while (reader.next().empty())
         signal.wait(kBound);
     writer.join();
     std::thread waker([&] { signal.wake(); });

@@ -1,8 +1,9 @@
-// Proves that the log of changes tells what happened to a view, as the difference between two looks at it; that it is
+// Proves that a watch tells what happened to a view, as the difference between two looks at it; that it is
 // bounded, and says so when something is lost.
 #include "Fixture.h"
-#include "localmapi/storage/Changes.h"
 #include "localmapi/storage/Database.h"
+#include "localmapi/storage/EntryReader.h"
+#include "localmapi/storage/Watch.h"
 #include <sqlite3.h>
 
 namespace localmapi::storage
@@ -11,7 +12,7 @@ namespace localmapi::storage
 namespace
 {
 
-using Kind = RowChange::Kind;
+using Kind = Notice::Kind;
 
 class Changed : public SiteTest
 {
@@ -20,20 +21,20 @@ class Changed : public SiteTest
     std::string toldBy(Watch &watch)
     {
         std::string told;
-        for (const RowChange &change : watch.next({kSubject})) {
+        for (const Notice &notice : watch.next({kSubject})) {
             told += told.empty() ? "" : " ";
-            if (change.kind == Kind::Several || change.kind == Kind::Lost) {
-                told += change.kind == Kind::Several ? "several" : "lost";
+            if (notice.kind == Kind::Several || notice.kind == Kind::Lost) {
+                told += notice.kind == Kind::Several ? "several" : "lost";
                 continue;
             }
-            if (change.kind != Kind::Removed)
-                m_names[change.row.id] = std::get<std::string>(change.row.values.at(0));
-            told += (change.kind == Kind::Added      ? "+"
-                     : change.kind == Kind::Modified ? "~"
+            if (notice.kind != Kind::Removed)
+                m_names[notice.row.id] = std::get<std::string>(notice.row.values.at(0));
+            told += (notice.kind == Kind::Added      ? "+"
+                     : notice.kind == Kind::Modified ? "~"
                                                      : "-") +
-                    m_names[change.row.id];
-            if (change.prior)
-                told += "(" + m_names[*change.prior] + ")";
+                    m_names[notice.row.id];
+            if (notice.prior)
+                told += "(" + m_names[*notice.prior] + ")";
         }
         return told;
     }
@@ -198,8 +199,8 @@ TEST_F(Changed, FoldersAreToldAtEveryDepthAndByTheirCounts)
     Watch deep{View(site, {Container::Kind::FoldersDeep, box.ipmSubtree})};
     auto kinds = [](Watch &watch) {
         std::vector<std::pair<Kind, ObjectId>> kindsTold;
-        for (const RowChange &change : watch.next({kDisplayName, kFolderDepth}))
-            kindsTold.emplace_back(change.kind, change.row.id);
+        for (const Notice &notice : watch.next({kDisplayName, kFolderDepth}))
+            kindsTold.emplace_back(notice.kind, notice.row.id);
         return kindsTold;
     };
     using testing::ElementsAre;
@@ -300,14 +301,14 @@ TEST_F(Changed, TheLogIsBoundedWhicheverTransactionsTellItNothing)
 TEST_F(Changed, AnEmptiedLogAndARepairAreLosses)
 {
     Watch watch{View(site, inbox())};
-    ChangeLog log(site);
+    EntryReader reader(site);
     added("a");
     EXPECT_EQ(toldBy(watch), "+a");
     raw("DELETE FROM change_entry");
     EXPECT_EQ(toldBy(watch), "lost");
     added("b");
     EXPECT_EQ(toldBy(watch), "lost");
-    EXPECT_TRUE(log.next().lost);
+    EXPECT_TRUE(reader.next().lost);
     added("c");
     EXPECT_EQ(toldBy(watch), "+c(b)");
     raw("UPDATE facet SET count = count + 1");
@@ -317,19 +318,19 @@ TEST_F(Changed, AnEmptiedLogAndARepairAreLosses)
 
 TEST_F(Changed, TheLogNamesTheContainers)
 {
-    ChangeLog log(site);
-    EXPECT_TRUE(log.next().empty());
+    EntryReader reader(site);
+    EXPECT_TRUE(reader.next().empty());
     add("a");
-    News news = log.next();
-    EXPECT_TRUE(news.concerns(inbox()));
-    EXPECT_TRUE(news.concerns({Container::Kind::Folders, box.ipmSubtree}));
-    EXPECT_TRUE(news.concerns({Container::Kind::FoldersDeep, box.root}));
-    EXPECT_FALSE(news.concerns({Container::Kind::Contents, box.outbox}));
-    EXPECT_FALSE(news.concerns({Container::Kind::Folders, box.inbox}));
-    EXPECT_FALSE(news.concerns({Container::Kind::Directory, 0}));
-    EXPECT_TRUE(log.next().empty());
+    EntrySummary summary = reader.next();
+    EXPECT_TRUE(summary.concerns(inbox()));
+    EXPECT_TRUE(summary.concerns({Container::Kind::Folders, box.ipmSubtree}));
+    EXPECT_TRUE(summary.concerns({Container::Kind::FoldersDeep, box.root}));
+    EXPECT_FALSE(summary.concerns({Container::Kind::Contents, box.outbox}));
+    EXPECT_FALSE(summary.concerns({Container::Kind::Folders, box.inbox}));
+    EXPECT_FALSE(summary.concerns({Container::Kind::Directory, 0}));
+    EXPECT_TRUE(reader.next().empty());
     Names(site).ids({{Guid{}, std::string("name")}}, true);
-    EXPECT_TRUE(log.next().empty());
+    EXPECT_TRUE(reader.next().empty());
 }
 
 TEST_F(Changed, AWriteThatTellsTheLogNothingIsStillToldOfByItsFacets)
@@ -354,7 +355,7 @@ TEST_F(Changed, WhatIsRolledBackIsNotTold)
     Watch watch{View(site, inbox())};
     {
         Writer writer(site.database());
-        writer.changes().messageAdded(1, box.inbox, {});
+        writer.entries().messageAdded(1, box.inbox, {});
     }
     EXPECT_EQ(faultOf([&] { objects.createMessages({{box.inbox, {}}, {box.id, {}}}); }), Fault::Invalid);
     EXPECT_EQ(toldBy(watch), "");

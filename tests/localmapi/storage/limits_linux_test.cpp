@@ -1,5 +1,6 @@
 // Proves what a site says when the system itself refuses: a file that may not grow, and one that may not be written.
 #include "Fixture.h"
+#include "localmapi/storage/Spool.h"
 #include <csignal>
 #include <sys/resource.h>
 #include <sys/stat.h>

@@ -1,6 +1,7 @@
 // Proves that long data is written and read in pieces at any offset, byte for byte, and never lies in memory whole.
 #include "Fixture.h"
 #include "MemoryGauge.h"
+#include "localmapi/storage/Spool.h"
 #include <cstring>
 #include <random>
 #include <thread>

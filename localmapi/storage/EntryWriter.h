@@ -1,27 +1,14 @@
-// What a write transaction changed, as those who watch are to read it: collected while it works, written into the
-// log of changes with it. A container of which more changed than anybody wants to hear one by one gets a single entry
-// for each combination of facet values that its messages had or got.
+// The entries of one write transaction: collected while it works, written with it. A container of which more changed
+// than anybody wants to hear one by one gets a single entry for each combination of facet values that its messages had
+// or got.
 #pragma once
-#include "localmapi/storage/Facets.h"
-#include "localmapi/storage/Objects.h"
+#include "localmapi/storage/ChangeEntry.h"
 #include <set>
 
 namespace localmapi::storage
 {
 
-// An entry of the log. `before` is the facet key that a message had, or that several messages had or got; none for a
-// message that is new, and for several that may be of any kind.
-struct ChangeEntry {
-    enum class Event { Added = 1, Modified = 2, Removed = 3, Several = 4 };
-    std::int64_t number = 0; // in the log; grows, and is never used twice
-    ObjectKind kind = ObjectKind::Message;
-    Event event = Event::Several;
-    ObjectId container = 0;
-    ObjectId object = 0; // 0: several
-    std::optional<FacetKey> before;
-};
-
-class ChangeLedger
+class EntryWriter
 {
   public:
     void messageAdded(ObjectId message, ObjectId container, const FacetKey &after);
@@ -59,13 +46,5 @@ class ChangeLedger
     std::set<ObjectId> m_told;    // folders that have an entry of their own
     bool m_everything = false;
 };
-
-// The newest entry's number. There is one in every log.
-std::int64_t lastEntry(Connection &connection);
-// Whether the entries after `number`, which was the newest one's once, are all there. As long as it is there itself
-// they are: the oldest go first.
-bool holdsEntriesAfter(Connection &connection, std::int64_t number);
-// Up to `most` entries after `number`.
-std::vector<ChangeEntry> entriesAfter(Connection &connection, std::int64_t number, std::size_t most);
 
 } // namespace localmapi::storage

@@ -1,4 +1,6 @@
-#include "localmapi/storage/ChangeLedger.h"
+// Collects entries by container, so that one of which much changed gets few, and writes them with the transaction. Old
+// ones are deleted here too.
+#include "localmapi/storage/EntryWriter.h"
 #include "localmapi/storage/Tags.h"
 
 namespace localmapi::storage
@@ -11,7 +13,7 @@ using Event = ChangeEntry::Event;
 
 // More changes than this to the messages of one container in one transaction are told together.
 constexpr std::size_t kMostEntries = 100;
-// How many entries the log keeps, and after how many transactions, of whatever kind, older ones are looked for.
+// How many entries are kept, and after how many transactions, of whatever kind, older ones are looked for.
 constexpr std::int64_t kKept = 10000;
 constexpr ChangeNumber kPruneEvery = 256;
 // The most entries of one transaction.
@@ -23,11 +25,11 @@ bool isCountedOtherwise(const FacetKey &before, const FacetKey &after)
     return ((before.flags ^ after.flags) & (kFlagRead | kFlagAssociated)) != 0;
 }
 
-// Writes the entries of one transaction.
-class LogWriter
+// Writes the rows of one transaction.
+class Inserter
 {
   public:
-    LogWriter(Connection &connection, ChangeNumber change)
+    Inserter(Connection &connection, ChangeNumber change)
         : m_change(change), m_changeBefore(lastEntry(connection) / kPerChange), m_first(change * kPerChange),
           m_next(m_first), m_connection(connection),
           m_insert(connection.prepare("INSERT INTO change_entry (number, kind, event, container, object, flags, class, "
@@ -67,8 +69,8 @@ class LogWriter
 
 } // namespace
 
-ChangeLedger::Contents &ChangeLedger::add(ObjectId container, Event event, ObjectId message, const FacetKey *before,
-                                          const FacetKey *after)
+EntryWriter::Contents &EntryWriter::add(ObjectId container, Event event, ObjectId message, const FacetKey *before,
+                                        const FacetKey *after)
 {
     Contents &contents = m_contents[container];
     for (const FacetKey *key : {before, after})
@@ -86,29 +88,29 @@ ChangeLedger::Contents &ChangeLedger::add(ObjectId container, Event event, Objec
     return contents;
 }
 
-void ChangeLedger::messageAdded(ObjectId message, ObjectId container, const FacetKey &after)
+void EntryWriter::messageAdded(ObjectId message, ObjectId container, const FacetKey &after)
 {
     add(container, Event::Added, message, nullptr, &after);
 }
 
-void ChangeLedger::messageChanged(ObjectId message, ObjectId container, const FacetKey &before, const FacetKey &after)
+void EntryWriter::messageChanged(ObjectId message, ObjectId container, const FacetKey &before, const FacetKey &after)
 {
     add(container, Event::Modified, message, &before, &after);
 }
 
-void ChangeLedger::messageRemoved(ObjectId message, ObjectId container, const FacetKey &before)
+void EntryWriter::messageRemoved(ObjectId message, ObjectId container, const FacetKey &before)
 {
     add(container, Event::Removed, message, &before, nullptr);
 }
 
-void ChangeLedger::facetChanged(ObjectId container, const FacetKey &before, const std::optional<FacetKey> &after)
+void EntryWriter::facetChanged(ObjectId container, const FacetKey &before, const std::optional<FacetKey> &after)
 {
     Contents &contents = add(container, Event::Several, 0, &before, after ? &*after : nullptr);
     contents.several = true;
     contents.entries.clear();
 }
 
-void ChangeLedger::objectAdded(ObjectKind kind, ObjectId object, ObjectId container)
+void EntryWriter::objectAdded(ObjectKind kind, ObjectId object, ObjectId container)
 {
     m_objects.push_back({0, kind, Event::Added, container, object, {}});
     if (kind == ObjectKind::Folder) {
@@ -117,14 +119,14 @@ void ChangeLedger::objectAdded(ObjectKind kind, ObjectId object, ObjectId contai
     }
 }
 
-void ChangeLedger::objectChanged(ObjectKind kind, ObjectId object, ObjectId container)
+void EntryWriter::objectChanged(ObjectKind kind, ObjectId object, ObjectId container)
 {
     m_objects.push_back({0, kind, Event::Modified, container, object, {}});
     if (kind == ObjectKind::Folder)
         m_told.insert(object);
 }
 
-void ChangeLedger::folderRemoved(Connection &connection, ObjectId folder)
+void EntryWriter::folderRemoved(Connection &connection, ObjectId folder)
 {
     Statement rows = connection.prepare(
         "WITH RECURSIVE gone (id, parent) AS (SELECT id, parent FROM object WHERE id = ? UNION ALL "
@@ -140,7 +142,7 @@ void ChangeLedger::folderRemoved(Connection &connection, ObjectId folder)
     }
 }
 
-std::vector<ChangeEntry> ChangeLedger::entriesOf(ObjectId container, Contents &&contents)
+std::vector<ChangeEntry> EntryWriter::entriesOf(ObjectId container, Contents &&contents)
 {
     if (!contents.several)
         return std::move(contents.entries);
@@ -153,7 +155,7 @@ std::vector<ChangeEntry> ChangeLedger::entriesOf(ObjectId container, Contents &&
     return entries;
 }
 
-void ChangeLedger::addRowsOf(Connection &connection, const std::set<ObjectId> &touched)
+void EntryWriter::addRowsOf(Connection &connection, const std::set<ObjectId> &touched)
 {
     for (ObjectId container : touched)
         if (!m_contents.count(container)) {
@@ -169,61 +171,25 @@ void ChangeLedger::addRowsOf(Connection &connection, const std::set<ObjectId> &t
     }
 }
 
-bool ChangeLedger::settle(Connection &connection, ChangeNumber change, const std::set<ObjectId> &touched)
+bool EntryWriter::settle(Connection &connection, ChangeNumber change, const std::set<ObjectId> &touched)
 {
     addRowsOf(connection, touched);
     if (!m_everything && m_contents.empty() && m_objects.empty())
         return false;
-    LogWriter log(connection, change);
+    Inserter inserter(connection, change);
     if (m_everything) {
         connection.execute("DELETE FROM change_entry");
-        log.write({});
+        inserter.write({});
     } else {
         for (auto &[container, contents] : m_contents)
             for (const ChangeEntry &entry : entriesOf(container, std::move(contents)))
-                log.write(entry);
+                inserter.write(entry);
         for (const ChangeEntry &entry : m_objects)
-            log.write(entry);
-        log.prune();
+            inserter.write(entry);
+        inserter.prune();
     }
     *this = {};
     return true;
-}
-
-std::int64_t lastEntry(Connection &connection)
-{
-    return connection.integer("SELECT max(number) FROM change_entry");
-}
-
-bool holdsEntriesAfter(Connection &connection, std::int64_t number)
-{
-    Statement find = connection.prepare("SELECT 1 FROM change_entry WHERE number = ?");
-    return find.bind(number).step();
-}
-
-std::vector<ChangeEntry> entriesAfter(Connection &connection, std::int64_t number, std::size_t most)
-{
-    Statement rows = connection.prepare("SELECT number, kind, event, container, object, flags, class, importance "
-                                        "FROM change_entry WHERE number > ? ORDER BY number LIMIT ?");
-    rows.bind(number, static_cast<std::int64_t>(most));
-    std::vector<ChangeEntry> entries;
-    while (rows.step()) {
-        ChangeEntry entry{rows.integer(0),
-                          static_cast<ObjectKind>(rows.integer(1)),
-                          static_cast<Event>(rows.integer(2)),
-                          rows.integer(3),
-                          rows.integer(4),
-                          {}};
-        if (!rows.isNull(5)) {
-            entry.before.emplace().flags = rows.integer32(5);
-            if (!rows.isNull(6))
-                entry.before->messageClass = rows.text(6);
-            if (!rows.isNull(7))
-                entry.before->importance = rows.integer32(7);
-        }
-        entries.push_back(std::move(entry));
-    }
-    return entries;
 }
 
 } // namespace localmapi::storage

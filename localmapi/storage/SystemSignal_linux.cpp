@@ -1,7 +1,7 @@
 // A commit sets the times of the site's file to now, and whoever watches the file is told by inotify: after the commit
 // can be seen, without a file of its own, across processes and users, and gone with the watcher however it ends.
-#include "localmapi/storage/ChangeSignal.h"
 #include "localmapi/storage/Error.h"
+#include "localmapi/storage/SystemSignal.h"
 #include <cerrno>
 #include <fcntl.h>
 #include <map>

@@ -43,7 +43,7 @@ function(rooms_below out)
 endfunction()
 
 # rooms_library(NAME room...): what links the named rooms links NAME: their objects, those of all rooms below them, and
-# what these link from outside.
+# what these link from outside. The objects stand on the link line of programs and libraries, not in other objects.
 function(rooms_library name)
     add_library(${name} INTERFACE)
     rooms_below(folders ${ARGN})
@@ -51,12 +51,9 @@ function(rooms_library name)
         room_target(${folder} target)
         get_target_property(type ${target} TYPE)
         if(type STREQUAL OBJECT_LIBRARY)
-            target_sources(${name} INTERFACE $<TARGET_OBJECTS:${target}>)
-            target_include_directories(${name} INTERFACE $<TARGET_PROPERTY:${target},INTERFACE_INCLUDE_DIRECTORIES>)
             get_target_property(outside ${target} ROOM_LIBRARIES)
-            if(outside)
-                target_link_libraries(${name} INTERFACE ${outside})
-            endif()
+            target_link_libraries(${name} INTERFACE $<TARGET_OBJECTS:${target}> ${outside})
+            target_include_directories(${name} INTERFACE $<TARGET_PROPERTY:${target},INTERFACE_INCLUDE_DIRECTORIES>)
         else()
             target_link_libraries(${name} INTERFACE ${target})
         endif()

@@ -3,36 +3,36 @@
 namespace localmapi::storage
 {
 
-std::int64_t lastEntry(Connection &connection)
+std::int64_t LastEntry(Connection &connection)
 {
-    return connection.integer("SELECT max(number) FROM change_entry");
+    return connection.Integer("SELECT max(number) FROM change_entry");
 }
 
-bool holdsEntriesAfter(Connection &connection, std::int64_t number)
+bool HoldsEntriesAfter(Connection &connection, std::int64_t number)
 {
-    Statement find = connection.prepare("SELECT 1 FROM change_entry WHERE number = ?");
-    return find.bind(number).step();
+    Statement find = connection.Prepare("SELECT 1 FROM change_entry WHERE number = ?");
+    return find.Bind(number).Step();
 }
 
-std::vector<ChangeEntry> entriesAfter(Connection &connection, std::int64_t number, std::size_t most)
+std::vector<ChangeEntry> EntriesAfter(Connection &connection, std::int64_t number, std::size_t most)
 {
-    Statement rows = connection.prepare("SELECT number, kind, event, container, object, flags, class, importance "
+    Statement rows = connection.Prepare("SELECT number, kind, event, container, object, flags, class, importance "
                                         "FROM change_entry WHERE number > ? ORDER BY number LIMIT ?");
-    rows.bind(number, static_cast<std::int64_t>(most));
+    rows.Bind(number, static_cast<std::int64_t>(most));
     std::vector<ChangeEntry> entries;
-    while (rows.step()) {
-        ChangeEntry entry{rows.integer(0),
-                          static_cast<ObjectKind>(rows.integer(1)),
-                          static_cast<ChangeEntry::Event>(rows.integer(2)),
-                          rows.integer(3),
-                          rows.integer(4),
+    while (rows.Step()) {
+        ChangeEntry entry{rows.Integer(0),
+                          static_cast<ObjectKind>(rows.Integer(1)),
+                          static_cast<ChangeEntry::Event>(rows.Integer(2)),
+                          rows.Integer(3),
+                          rows.Integer(4),
                           {}};
-        if (!rows.isNull(5)) {
-            entry.before.emplace().flags = rows.integer32(5);
-            if (!rows.isNull(6))
-                entry.before->messageClass = rows.text(6);
-            if (!rows.isNull(7))
-                entry.before->importance = rows.integer32(7);
+        if (!rows.IsNull(5)) {
+            entry.before.emplace().flags = rows.Integer32(5);
+            if (!rows.IsNull(6))
+                entry.before->messageClass = rows.Text(6);
+            if (!rows.IsNull(7))
+                entry.before->importance = rows.Integer32(7);
         }
         entries.push_back(std::move(entry));
     }

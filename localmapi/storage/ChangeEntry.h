@@ -20,11 +20,11 @@ struct ChangeEntry {
 };
 
 // The newest entry's number. There is one in every site.
-std::int64_t lastEntry(Connection &connection);
+std::int64_t LastEntry(Connection &connection);
 // Whether the entries after `number`, which was the newest one's once, are all there. As long as it is there itself
 // they are: the oldest go first.
-bool holdsEntriesAfter(Connection &connection, std::int64_t number);
+bool HoldsEntriesAfter(Connection &connection, std::int64_t number);
 // Up to `most` entries after `number`.
-std::vector<ChangeEntry> entriesAfter(Connection &connection, std::int64_t number, std::size_t most);
+std::vector<ChangeEntry> EntriesAfter(Connection &connection, std::int64_t number, std::size_t most);
 
 } // namespace localmapi::storage

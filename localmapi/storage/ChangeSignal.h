@@ -19,14 +19,14 @@ class ChangeSignal
 
     // Listens for changes of exactly these files from now on. False where the system does not tell of every one of
     // them: then it looks at their times every few milliseconds.
-    bool listen(const std::set<std::string> &paths);
-    // Returns when a site may have changed, when somebody called wake(), or after that time.
-    void wait(std::chrono::milliseconds longest);
-    void wake() noexcept;
+    bool Listen(const std::set<std::string> &paths);
+    // Returns when a site may have changed, when somebody called Wake(), or after that time.
+    void Wait(std::chrono::milliseconds longest);
+    void Wake() noexcept;
 
     // Tells everybody who listens, in every process, that a site has changed. Who was not reached finds the change when
     // looking for it.
-    static void announce(const std::string &path) noexcept;
+    static void Announce(const std::string &path) noexcept;
 
   private:
     struct Impl;

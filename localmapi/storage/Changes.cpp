@@ -4,36 +4,36 @@
 namespace localmapi::storage
 {
 
-void Changes::setLater(Tag tag, Value value)
+void Changes::SetLater(Tag tag, Value value)
 {
-    set.set(tag, std::move(value));
-    std::erase_if(remove, [&](Tag removed) { return tagId(removed) == tagId(tag); });
+    set.Set(tag, std::move(value));
+    std::erase_if(remove, [&](Tag removed) { return TagId(removed) == TagId(tag); });
 }
 
-void Changes::removeLater(std::uint16_t id)
+void Changes::RemoveLater(std::uint16_t id)
 {
     const Tag tag = Tag{id} << 16;
-    set.erase(tag);
+    set.Erase(tag);
     if (std::find(remove.begin(), remove.end(), tag) == remove.end())
         remove.push_back(tag);
 }
 
-void Changes::applyTo(PropertyBag &bag) const
+void Changes::ApplyTo(PropertyBag &bag) const
 {
     for (const Tag tag : remove)
-        bag.erase(tag);
+        bag.Erase(tag);
     for (const Property &property : set)
-        bag.set(property.tag, property.value);
+        bag.Set(property.tag, property.value);
 }
 
-const AttachmentChanges *MessageChanges::attachment(std::int32_t number) const
+const AttachmentChanges *MessageChanges::FindAttachment(std::int32_t number) const
 {
     const auto found = std::find_if(attachments.begin(), attachments.end(),
                                     [&](const AttachmentChanges &one) { return one.number == number; });
     return found == attachments.end() ? nullptr : &*found;
 }
 
-void MessageChanges::replaceAttachment(AttachmentChanges attachment)
+void MessageChanges::ReplaceAttachment(AttachmentChanges attachment)
 {
     forgetAttachment(attachment.number);
     // New ones are made in the order of their numbers.
@@ -47,25 +47,25 @@ void MessageChanges::forgetAttachment(std::int32_t number)
     std::erase_if(attachments, [&](const AttachmentChanges &one) { return one.number == number; });
 }
 
-std::uint64_t MessageChanges::addedSize() const
+std::uint64_t MessageChanges::AddedSize() const
 {
-    std::uint64_t size = byteSize(properties.set);
+    std::uint64_t size = ByteSize(properties.set);
     if (recipients)
         for (const PropertyBag &recipient : *recipients)
-            size += byteSize(recipient);
+            size += ByteSize(recipient);
     for (const AttachmentChanges &one : attachments) {
-        size += byteSize(one.properties.set);
+        size += ByteSize(one.properties.set);
         if (one.embedded)
-            size += one.embedded->addedSize();
+            size += one.embedded->AddedSize();
     }
     return size;
 }
 
-std::uint64_t byteSize(const PropertyBag &bag)
+std::uint64_t ByteSize(const PropertyBag &bag)
 {
     std::uint64_t size = 0;
     for (const Property &property : bag)
-        size += byteSize(property.value);
+        size += ByteSize(property.value);
     return size;
 }
 

@@ -15,10 +15,10 @@ struct Changes {
 
     bool empty() const { return set.empty() && remove.empty(); }
     // The last word on a property counts.
-    void setLater(Tag tag, Value value);
-    void removeLater(std::uint16_t id);
+    void SetLater(Tag tag, Value value);
+    void RemoveLater(std::uint16_t id);
     // Makes of the stored properties what they will be.
-    void applyTo(PropertyBag &bag) const;
+    void ApplyTo(PropertyBag &bag) const;
 };
 
 struct MessageChanges;
@@ -38,14 +38,14 @@ struct MessageChanges {
 
     bool empty() const { return properties.empty() && !recipients && attachments.empty(); }
     // What is to become of the attachment with this number; null when it is to stay as it is.
-    const AttachmentChanges *attachment(std::int32_t number) const;
+    const AttachmentChanges *FindAttachment(std::int32_t number) const;
     // In the place of what was to become of it before.
-    void replaceAttachment(AttachmentChanges attachment);
+    void ReplaceAttachment(AttachmentChanges attachment);
     void forgetAttachment(std::int32_t number);
     // The bytes that it adds, about.
-    std::uint64_t addedSize() const;
+    std::uint64_t AddedSize() const;
 };
 
-std::uint64_t byteSize(const PropertyBag &bag);
+std::uint64_t ByteSize(const PropertyBag &bag);
 
 } // namespace localmapi::storage

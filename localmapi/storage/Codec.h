@@ -11,7 +11,7 @@ class Encoded
 {
   public:
     explicit Encoded(const Value &value);
-    void bind(Statement &statement, int at) const;
+    void Bind(Statement &statement, int at) const;
 
   private:
     const Value &m_value;
@@ -19,9 +19,9 @@ class Encoded
 };
 
 // The value in a column under a tag; std::monostate for NULL. Corrupt when it isn't one of the tag's type.
-Value decode(const Statement &row, int column, Tag tag);
+Value Decode(const Statement &row, int column, Tag tag);
 
-Bytes encodeList(const Value &list);
-Value decodeList(Tag tag, const std::uint8_t *data, std::size_t size);
+Bytes EncodeList(const Value &list);
+Value DecodeList(Tag tag, const std::uint8_t *data, std::size_t size);
 
 } // namespace localmapi::storage

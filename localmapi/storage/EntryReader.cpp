@@ -5,7 +5,7 @@
 namespace localmapi::storage
 {
 
-bool EntrySummary::concerns(const Container &container) const
+bool EntrySummary::Concerns(const Container &container) const
 {
     if (lost)
         return true;
@@ -26,30 +26,30 @@ bool EntrySummary::concerns(const Container &container) const
 
 EntryReader::EntryReader(Site site) : m_site(std::move(site))
 {
-    Reader reader(m_site.database());
-    m_position = lastEntry(*reader);
+    Reader reader(m_site.GetDatabase());
+    m_position = LastEntry(*reader);
 }
 
-EntrySummary EntryReader::next()
+EntrySummary EntryReader::Next()
 {
-    Reader reader(m_site.database());
+    Reader reader(m_site.GetDatabase());
     EntrySummary summary;
-    summary.upTo = lastEntry(*reader);
+    summary.upTo = LastEntry(*reader);
     if (summary.upTo == m_position)
         return summary;
-    summary.lost = !holdsEntriesAfter(*reader, m_position);
+    summary.lost = !HoldsEntriesAfter(*reader, m_position);
     if (!summary.lost) {
         Statement rows =
-            reader->prepare("SELECT DISTINCT kind, container FROM change_entry WHERE number > ? ORDER BY kind");
-        rows.bind(m_position);
-        while (rows.step())
-            switch (static_cast<ObjectKind>(rows.integer(0))) {
+            reader->Prepare("SELECT DISTINCT kind, container FROM change_entry WHERE number > ? ORDER BY kind");
+        rows.Bind(m_position);
+        while (rows.Step())
+            switch (static_cast<ObjectKind>(rows.Integer(0))) {
             case ObjectKind::Message:
-                summary.contents.insert(rows.integer(1));
+                summary.contents.insert(rows.Integer(1));
                 break;
             case ObjectKind::Folder:
                 summary.folders = true;
-                summary.hierarchy.insert(rows.integer(1));
+                summary.hierarchy.insert(rows.Integer(1));
                 break;
             default:
                 summary.directory = true;

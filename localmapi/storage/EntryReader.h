@@ -15,14 +15,14 @@ struct EntrySummary {
     std::set<ObjectId> contents;  // folders in whose messages something changed
     std::set<ObjectId> hierarchy; // folders of whose direct subfolders one changed
     bool empty() const { return !lost && !folders && !directory && contents.empty(); }
-    bool concerns(const Container &container) const;
+    bool Concerns(const Container &container) const;
 };
 
 class EntryReader
 {
   public:
     explicit EntryReader(Site site); // from now on
-    EntrySummary next();
+    EntrySummary Next();
 
   private:
     Site m_site;

@@ -20,7 +20,7 @@ constexpr ChangeNumber kPruneEvery = 256;
 constexpr std::int64_t kPerChange = 1 << 20;
 
 // Whether the counts in a folder's row are others when a message changes so.
-bool isCountedOtherwise(const FacetKey &before, const FacetKey &after)
+bool IsCountedOtherwise(const FacetKey &before, const FacetKey &after)
 {
     return ((before.flags ^ after.flags) & (kFlagRead | kFlagAssociated)) != 0;
 }
@@ -30,34 +30,34 @@ class Inserter
 {
   public:
     Inserter(Connection &connection, ChangeNumber change)
-        : m_change(change), m_changeBefore(lastEntry(connection) / kPerChange), m_first(change * kPerChange),
+        : m_change(change), m_changeBefore(LastEntry(connection) / kPerChange), m_first(change * kPerChange),
           m_next(m_first), m_connection(connection),
-          m_insert(connection.prepare("INSERT INTO change_entry (number, kind, event, container, object, flags, class, "
+          m_insert(connection.Prepare("INSERT INTO change_entry (number, kind, event, container, object, flags, class, "
                                       "importance) VALUES (?, ?, ?, ?, ?, ?, ?, ?)"))
     {
     }
 
-    void write(const ChangeEntry &entry)
+    void Write(const ChangeEntry &entry)
     {
         if (m_next - m_first == kPerChange)
             throw Error(Fault::TooBig, "A single change touches more objects than the log of changes can tell.");
         // One expression: the statement reads bound text where it lies until it has run.
         m_insert
-            .bind(m_next++, static_cast<std::int64_t>(entry.kind), static_cast<std::int64_t>(entry.event),
+            .Bind(m_next++, static_cast<std::int64_t>(entry.kind), static_cast<std::int64_t>(entry.event),
                   entry.container, entry.object, entry.before ? std::optional(entry.before->flags) : std::nullopt,
                   entry.before ? entry.before->messageClass : std::nullopt,
                   entry.before ? entry.before->importance : std::nullopt)
-            .run();
+            .Run();
     }
 
-    void prune()
+    void Prune()
     {
         if (m_change / kPruneEvery != m_changeBefore / kPruneEvery || m_next - m_first > kPruneEvery)
             m_connection
-                .prepare("DELETE FROM change_entry WHERE number <= "
+                .Prepare("DELETE FROM change_entry WHERE number <= "
                          "(SELECT number FROM change_entry ORDER BY number DESC LIMIT 1 OFFSET ?)")
-                .bind(kKept)
-                .run();
+                .Bind(kKept)
+                .Run();
     }
 
   private:
@@ -69,14 +69,14 @@ class Inserter
 
 } // namespace
 
-EntryWriter::Contents &EntryWriter::add(ObjectId container, Event event, ObjectId message, const FacetKey *before,
+EntryWriter::Contents &EntryWriter::Add(ObjectId container, Event event, ObjectId message, const FacetKey *before,
                                         const FacetKey *after)
 {
     Contents &contents = m_contents[container];
     for (const FacetKey *key : {before, after})
         if (key)
             contents.keys.insert(*key);
-    if (!before || !after || isCountedOtherwise(*before, *after))
+    if (!before || !after || IsCountedOtherwise(*before, *after))
         m_counted.insert(container);
     if (!contents.several)
         contents.entries.push_back(
@@ -88,29 +88,29 @@ EntryWriter::Contents &EntryWriter::add(ObjectId container, Event event, ObjectI
     return contents;
 }
 
-void EntryWriter::messageAdded(ObjectId message, ObjectId container, const FacetKey &after)
+void EntryWriter::MessageAdded(ObjectId message, ObjectId container, const FacetKey &after)
 {
-    add(container, Event::Added, message, nullptr, &after);
+    Add(container, Event::Added, message, nullptr, &after);
 }
 
-void EntryWriter::messageChanged(ObjectId message, ObjectId container, const FacetKey &before, const FacetKey &after)
+void EntryWriter::MessageChanged(ObjectId message, ObjectId container, const FacetKey &before, const FacetKey &after)
 {
-    add(container, Event::Modified, message, &before, &after);
+    Add(container, Event::Modified, message, &before, &after);
 }
 
-void EntryWriter::messageRemoved(ObjectId message, ObjectId container, const FacetKey &before)
+void EntryWriter::MessageRemoved(ObjectId message, ObjectId container, const FacetKey &before)
 {
-    add(container, Event::Removed, message, &before, nullptr);
+    Add(container, Event::Removed, message, &before, nullptr);
 }
 
-void EntryWriter::facetChanged(ObjectId container, const FacetKey &before, const std::optional<FacetKey> &after)
+void EntryWriter::FacetChanged(ObjectId container, const FacetKey &before, const std::optional<FacetKey> &after)
 {
-    Contents &contents = add(container, Event::Several, 0, &before, after ? &*after : nullptr);
+    Contents &contents = Add(container, Event::Several, 0, &before, after ? &*after : nullptr);
     contents.several = true;
     contents.entries.clear();
 }
 
-void EntryWriter::objectAdded(ObjectKind kind, ObjectId object, ObjectId container)
+void EntryWriter::ObjectAdded(ObjectKind kind, ObjectId object, ObjectId container)
 {
     m_objects.push_back({0, kind, Event::Added, container, object, {}});
     if (kind == ObjectKind::Folder) {
@@ -119,21 +119,21 @@ void EntryWriter::objectAdded(ObjectKind kind, ObjectId object, ObjectId contain
     }
 }
 
-void EntryWriter::objectChanged(ObjectKind kind, ObjectId object, ObjectId container)
+void EntryWriter::ObjectChanged(ObjectKind kind, ObjectId object, ObjectId container)
 {
     m_objects.push_back({0, kind, Event::Modified, container, object, {}});
     if (kind == ObjectKind::Folder)
         m_told.insert(object);
 }
 
-void EntryWriter::folderRemoved(Connection &connection, ObjectId folder)
+void EntryWriter::FolderRemoved(Connection &connection, ObjectId folder)
 {
-    Statement rows = connection.prepare(
+    Statement rows = connection.Prepare(
         "WITH RECURSIVE gone (id, parent) AS (SELECT id, parent FROM object WHERE id = ? UNION ALL "
         "SELECT o.id, o.parent FROM object o JOIN gone ON o.parent = gone.id WHERE o.kind = 2) SELECT * FROM gone");
-    rows.bind(folder);
-    while (rows.step()) {
-        ObjectId gone = rows.integer(0), parent = rows.integer(1);
+    rows.Bind(folder);
+    while (rows.Step()) {
+        ObjectId gone = rows.Integer(0), parent = rows.Integer(1);
         m_objects.push_back({0, ObjectKind::Folder, Event::Removed, parent, gone, {}});
         m_objects.push_back({0, ObjectKind::Message, Event::Several, gone, 0, {}});
         m_told.insert(gone);
@@ -142,7 +142,7 @@ void EntryWriter::folderRemoved(Connection &connection, ObjectId folder)
     }
 }
 
-std::vector<ChangeEntry> EntryWriter::entriesOf(ObjectId container, Contents &&contents)
+std::vector<ChangeEntry> EntryWriter::EntriesOf(ObjectId container, Contents &&contents)
 {
     if (!contents.several)
         return std::move(contents.entries);
@@ -155,38 +155,38 @@ std::vector<ChangeEntry> EntryWriter::entriesOf(ObjectId container, Contents &&c
     return entries;
 }
 
-void EntryWriter::addRowsOf(Connection &connection, const std::set<ObjectId> &touched)
+void EntryWriter::AddRowsOf(Connection &connection, const std::set<ObjectId> &touched)
 {
     for (ObjectId container : touched)
         if (!m_contents.count(container)) {
             m_contents[container].several = true;
             m_counted.insert(container);
         }
-    Statement parent = connection.prepare("SELECT parent FROM object WHERE id = ? AND kind = 2");
+    Statement parent = connection.Prepare("SELECT parent FROM object WHERE id = ? AND kind = 2");
     for (ObjectId container : m_counted) {
-        parent.bind(container);
-        if (parent.step() && !m_told.count(container))
-            m_objects.push_back({0, ObjectKind::Folder, Event::Modified, parent.integer(0), container, {}});
-        parent.rewind();
+        parent.Bind(container);
+        if (parent.Step() && !m_told.count(container))
+            m_objects.push_back({0, ObjectKind::Folder, Event::Modified, parent.Integer(0), container, {}});
+        parent.Rewind();
     }
 }
 
-bool EntryWriter::settle(Connection &connection, ChangeNumber change, const std::set<ObjectId> &touched)
+bool EntryWriter::Settle(Connection &connection, ChangeNumber change, const std::set<ObjectId> &touched)
 {
-    addRowsOf(connection, touched);
+    AddRowsOf(connection, touched);
     if (!m_everything && m_contents.empty() && m_objects.empty())
         return false;
     Inserter inserter(connection, change);
     if (m_everything) {
-        connection.execute("DELETE FROM change_entry");
-        inserter.write({});
+        connection.Execute("DELETE FROM change_entry");
+        inserter.Write({});
     } else {
         for (auto &[container, contents] : m_contents)
-            for (const ChangeEntry &entry : entriesOf(container, std::move(contents)))
-                inserter.write(entry);
+            for (const ChangeEntry &entry : EntriesOf(container, std::move(contents)))
+                inserter.Write(entry);
         for (const ChangeEntry &entry : m_objects)
-            inserter.write(entry);
-        inserter.prune();
+            inserter.Write(entry);
+        inserter.Prune();
     }
     *this = {};
     return true;

@@ -11,23 +11,23 @@ namespace localmapi::storage
 class EntryWriter
 {
   public:
-    void messageAdded(ObjectId message, ObjectId container, const FacetKey &after);
-    void messageChanged(ObjectId message, ObjectId container, const FacetKey &before, const FacetKey &after);
-    void messageRemoved(ObjectId message, ObjectId container, const FacetKey &before);
+    void MessageAdded(ObjectId message, ObjectId container, const FacetKey &after);
+    void MessageChanged(ObjectId message, ObjectId container, const FacetKey &before, const FacetKey &after);
+    void MessageRemoved(ObjectId message, ObjectId container, const FacetKey &before);
     // All messages of a facet; nothing for `after` when they are gone.
-    void facetChanged(ObjectId container, const FacetKey &before, const std::optional<FacetKey> &after);
+    void FacetChanged(ObjectId container, const FacetKey &before, const std::optional<FacetKey> &after);
     // Folders, users and contacts.
-    void objectAdded(ObjectKind kind, ObjectId object, ObjectId container);
-    void objectChanged(ObjectKind kind, ObjectId object, ObjectId container);
+    void ObjectAdded(ObjectKind kind, ObjectId object, ObjectId container);
+    void ObjectChanged(ObjectKind kind, ObjectId object, ObjectId container);
     // A folder with everything in it; before it is deleted.
-    void folderRemoved(Connection &connection, ObjectId folder);
+    void FolderRemoved(Connection &connection, ObjectId folder);
     // The file was repaired: whoever watches reads everything again.
-    void everythingChanged() { m_everything = true; }
+    void EverythingChanged() { m_everything = true; }
 
     // Writes the entries, with those that follow from them: a folder's own row tells how many messages and folders it
     // holds. `touched` are the containers of facets that were written: one of which nothing was told before is one in
     // which something happened all the same. Whether there was anything to write.
-    bool settle(Connection &connection, ChangeNumber change, const std::set<ObjectId> &touched);
+    bool Settle(Connection &connection, ChangeNumber change, const std::set<ObjectId> &touched);
 
   private:
     struct Contents {
@@ -35,10 +35,10 @@ class EntryWriter
         std::set<FacetKey> keys;
         bool several = false;
     };
-    Contents &add(ObjectId container, ChangeEntry::Event event, ObjectId message, const FacetKey *before,
+    Contents &Add(ObjectId container, ChangeEntry::Event event, ObjectId message, const FacetKey *before,
                   const FacetKey *after);
-    void addRowsOf(Connection &connection, const std::set<ObjectId> &touched);
-    std::vector<ChangeEntry> entriesOf(ObjectId container, Contents &&contents);
+    void AddRowsOf(Connection &connection, const std::set<ObjectId> &touched);
+    std::vector<ChangeEntry> EntriesOf(ObjectId container, Contents &&contents);
 
     std::map<ObjectId, Contents> m_contents; // by the container of the messages
     std::vector<ChangeEntry> m_objects;

@@ -8,10 +8,10 @@ namespace localmapi::storage
 {
 
 // Whether an order, as of compareValues, satisfies the relation.
-bool related(int order, Relation relation);
-// Whether the value has the pattern where `match` asks for it; both as folded() gives them.
-bool contains(std::string_view value, std::string_view pattern, Filter::Match match);
+bool Related(int order, Relation relation);
+// Whether the value has the pattern where `match` asks for it; both as Folded() gives them.
+bool Contains(std::string_view value, std::string_view pattern, Filter::Match match);
 // The text in the form in which the filter compares it.
-std::string folded(const Filter &filter, std::string_view text);
+std::string Folded(const Filter &filter, std::string_view text);
 
 } // namespace localmapi::storage

@@ -8,16 +8,16 @@ namespace localmapi::storage
 
 // The collation that orders the values of a tag, or null where SQLite's own order is right. Lists are to be cast to
 // text first.
-const char *collationOf(Tag tag);
+const char *CollationOf(Tag tag);
 
 // Registers on every connection:
 //   stream_value(object, tag)                the bytes of a property that lies in a stream (text for text tags)
 //   value_size(value, tag, wide)             the bytes of a value, see byteSize and Filter::wide
 //   list_relates(value, tag, relation, one)  whether some value of a list relates to `one`
 //   content(value, tag, how, pattern)        whether a text, binary or list contains the folded pattern
-void registerFunctions(sqlite3 *connection);
+void RegisterFunctions(sqlite3 *connection);
 
 // `how` of content().
-int contentFlags(const Filter &filter);
+int ContentFlags(const Filter &filter);
 
 } // namespace localmapi::storage

@@ -153,27 +153,27 @@ constexpr std::array<const char *, kSchemaVersion - 1> kSteps{kChangeEntries};
 
 } // namespace
 
-void createSchema(Connection &connection)
+void CreateSchema(Connection &connection)
 {
-    connection.execute(kTables);
-    connection.execute(kChangeEntries);
-    connection.execute("PRAGMA application_id = " + std::to_string(kApplicationId));
-    connection.execute("PRAGMA user_version = " + std::to_string(kSchemaVersion));
+    connection.Execute(kTables);
+    connection.Execute(kChangeEntries);
+    connection.Execute("PRAGMA application_id = " + std::to_string(kApplicationId));
+    connection.Execute("PRAGMA user_version = " + std::to_string(kSchemaVersion));
 }
 
-void upgradeSchema(Connection &connection)
+void UpgradeSchema(Connection &connection)
 {
-    while (connection.integer("PRAGMA user_version") < kSchemaVersion) {
+    while (connection.Integer("PRAGMA user_version") < kSchemaVersion) {
         Transaction transaction(connection, Transaction::Kind::Write);
         // Another process may have been faster.
-        std::int64_t version = connection.integer("PRAGMA user_version");
+        std::int64_t version = connection.Integer("PRAGMA user_version");
         if (version < 1)
             throw Error(Fault::NotASite, "The file has no version.");
         if (version < kSchemaVersion) {
-            connection.execute(kSteps[static_cast<std::size_t>(version) - 1]);
-            connection.execute("PRAGMA user_version = " + std::to_string(version + 1));
+            connection.Execute(kSteps[static_cast<std::size_t>(version) - 1]);
+            connection.Execute("PRAGMA user_version = " + std::to_string(version + 1));
         }
-        transaction.commit();
+        transaction.Commit();
     }
 }
 

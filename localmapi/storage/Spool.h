@@ -18,8 +18,8 @@ class Spool : public Stream
     Spool &operator=(const Spool &) = delete;
 
     std::uint64_t size() const override;
-    std::size_t read(std::uint64_t offset, void *into, std::size_t length) const override;
-    void write(std::uint64_t offset, const void *from, std::size_t length); // a gap before it reads as zeros
+    std::size_t Read(std::uint64_t offset, void *into, std::size_t length) const override;
+    void Write(std::uint64_t offset, const void *from, std::size_t length); // a gap before it reads as zeros
     void resize(std::uint64_t size);
 
   private:
@@ -28,6 +28,6 @@ class Spool : public Stream
 };
 
 // Copies all of `from` into an empty spool.
-std::shared_ptr<Spool> spoolOf(const Stream &from);
+std::shared_ptr<Spool> SpoolOf(const Stream &from);
 
 } // namespace localmapi::storage

@@ -13,7 +13,7 @@ class Stream
     virtual ~Stream() = default;
     virtual std::uint64_t size() const = 0;
     // Reads up to `length` bytes; returns how many there were (0 at the end and beyond).
-    virtual std::size_t read(std::uint64_t offset, void *into, std::size_t length) const = 0;
+    virtual std::size_t Read(std::uint64_t offset, void *into, std::size_t length) const = 0;
 };
 
 } // namespace localmapi::storage

@@ -18,10 +18,10 @@ class SystemSignal
     SystemSignal &operator=(const SystemSignal &) = delete;
 
     // From now on of exactly these files; gives back those of which the system tells nothing.
-    std::set<std::string> listen(const std::set<std::string> &paths);
-    // True when there may have been a change or somebody called wake(); false when the time is over.
-    bool wait(std::chrono::milliseconds longest);
-    void wake() noexcept;
+    std::set<std::string> Listen(const std::set<std::string> &paths);
+    // True when there may have been a change or somebody called Wake(); false when the time is over.
+    bool Wait(std::chrono::milliseconds longest);
+    void Wake() noexcept;
 
   private:
     struct Impl;
@@ -29,6 +29,6 @@ class SystemSignal
 };
 
 // Sets the times of a file to now, so that those who listen are told.
-void touch(const std::string &path) noexcept;
+void Touch(const std::string &path) noexcept;
 
 } // namespace localmapi::storage

@@ -13,7 +13,7 @@ namespace
 // Where a byte is no UTF-8, it is given as a character beyond Unicode, so that it equals only itself.
 constexpr char32_t kRawByte = 0x110000;
 
-char32_t nextCharacter(std::string_view text, std::size_t &at)
+char32_t NextCharacter(std::string_view text, std::size_t &at)
 {
     const auto lead = static_cast<unsigned char>(text[at]);
     if (lead < 0x80) {
@@ -25,7 +25,7 @@ char32_t nextCharacter(std::string_view text, std::size_t &at)
     return read.good ? read.character : kRawByte + lead;
 }
 
-void append(std::string &text, char32_t character)
+void Append(std::string &text, char32_t character)
 {
     if (character >= kRawByte)
         text += static_cast<char>(character - kRawByte);
@@ -33,7 +33,7 @@ void append(std::string &text, char32_t character)
         AppendUtf8(text, character);
 }
 
-char32_t folded(char32_t character)
+char32_t Folded(char32_t character)
 {
     if (character < 0x80)
         return character >= 'A' && character <= 'Z' ? character + 32 : character;
@@ -48,14 +48,14 @@ char32_t folded(char32_t character)
     return character;
 }
 
-bool isMark(char32_t character)
+bool IsMark(char32_t character)
 {
     auto range = std::upper_bound(kMarkRanges.begin(), kMarkRanges.end(), character,
                                   [](char32_t wanted, const MarkRange &one) { return wanted < one.first; });
     return range != kMarkRanges.begin() && character <= (range - 1)->last;
 }
 
-char32_t withoutMarks(char32_t character)
+char32_t WithoutMarks(char32_t character)
 {
     auto found = std::lower_bound(kBaseCharacters.begin(), kBaseCharacters.end(), character,
                                   [](const BaseCharacter &one, char32_t wanted) { return one.composed < wanted; });
@@ -64,12 +64,12 @@ char32_t withoutMarks(char32_t character)
 
 } // namespace
 
-int compareText(std::string_view left, std::string_view right)
+int CompareText(std::string_view left, std::string_view right)
 {
     std::size_t l = 0, r = 0;
     while (l < left.size() && r < right.size()) {
-        char32_t a = folded(nextCharacter(left, l));
-        char32_t b = folded(nextCharacter(right, r));
+        char32_t a = Folded(NextCharacter(left, l));
+        char32_t b = Folded(NextCharacter(right, r));
         if (a != b)
             return a < b ? -1 : 1;
     }
@@ -78,32 +78,32 @@ int compareText(std::string_view left, std::string_view right)
     return left.compare(right);
 }
 
-std::string foldText(std::string_view text, bool ignoreCase, bool ignoreNonSpace)
+std::string FoldText(std::string_view text, bool ignoreCase, bool ignoreNonSpace)
 {
     std::string result;
     result.reserve(text.size());
     for (std::size_t at = 0; at < text.size();) {
-        char32_t character = nextCharacter(text, at);
+        char32_t character = NextCharacter(text, at);
         if (ignoreNonSpace && character >= 0x80) {
-            if (isMark(character))
+            if (IsMark(character))
                 continue;
-            character = withoutMarks(character);
+            character = WithoutMarks(character);
         }
-        append(result, ignoreCase ? folded(character) : character);
+        Append(result, ignoreCase ? Folded(character) : character);
     }
     return result;
 }
 
-std::string foldCase(std::string_view text)
+std::string FoldCase(std::string_view text)
 {
-    return foldText(text, true, false);
+    return FoldText(text, true, false);
 }
 
-std::uint64_t utf16Size(std::string_view text)
+std::uint64_t Utf16Size(std::string_view text)
 {
     std::uint64_t units = 0;
     for (std::size_t at = 0; at < text.size();) {
-        char32_t character = nextCharacter(text, at);
+        char32_t character = NextCharacter(text, at);
         units += character >= 0x10000 && character < kRawByte ? 2 : 1;
     }
     return units * 2;

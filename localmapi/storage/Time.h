@@ -16,6 +16,6 @@ constexpr std::chrono::sys_days kFirstDay = kFirstYear / std::chrono::January / 
 // 1970, from which the system counts, as a stored time.
 constexpr std::int64_t kUnixEpoch = std::chrono::duration_cast<Ticks>(-kFirstDay.time_since_epoch()).count();
 
-std::int64_t currentTime();
+std::int64_t CurrentTime();
 
 } // namespace localmapi::storage

@@ -21,12 +21,12 @@ constexpr std::size_t kMostNotices = 32;
 constexpr std::size_t kMostEntries = 2000;
 constexpr std::size_t kMostMembers = 20000;
 
-bool isMessages(const Container &container)
+bool IsMessages(const Container &container)
 {
     return container.kind == Container::Kind::Contents || container.kind == Container::Kind::Associated;
 }
 
-bool concernsContainer(const ChangeEntry &entry, const Container &container)
+bool ConcernsContainer(const ChangeEntry &entry, const Container &container)
 {
     switch (container.kind) {
     case Container::Kind::Contents:
@@ -50,9 +50,9 @@ class Watch::NoticeMaker
 {
   public:
     explicit NoticeMaker(Watch &watch)
-        : m_watch(watch), m_reader(watch.m_site.database()),
-          m_walk(watch.m_site.database(), *m_reader, watch.m_container, watch.m_filter, watch.m_sort),
-          m_last(lastEntry(*m_reader))
+        : m_watch(watch), m_reader(watch.m_site.GetDatabase()),
+          m_walk(watch.m_site.GetDatabase(), *m_reader, watch.m_container, watch.m_filter, watch.m_sort),
+          m_last(LastEntry(*m_reader))
     {
     }
 
@@ -61,30 +61,30 @@ class Watch::NoticeMaker
     {
         std::set<ObjectId> members;
         if (m_watch.m_needsMembers)
-            m_walk.walk(Place::beginning(), Direction::Forward, kMostMembers + 1,
-                        [&](Row &&row) { members.insert(row.id); });
+            m_walk.Visit(Place::beginning(), Direction::Forward, kMostMembers + 1,
+                         [&](Row &&row) { members.insert(row.id); });
         m_watch.m_knowsMembers = m_watch.m_needsMembers && members.size() <= kMostMembers;
         m_watch.m_members = m_watch.m_knowsMembers ? std::move(members) : std::set<ObjectId>();
         m_watch.m_position = m_last;
     }
 
-    std::vector<Notice> noticesSince(const std::vector<Tag> &columns, std::int64_t from)
+    std::vector<Notice> NoticesSince(const std::vector<Tag> &columns, std::int64_t from)
     {
         if (from == m_last)
             return {};
-        if (!holdsEntriesAfter(*m_reader, from))
+        if (!HoldsEntriesAfter(*m_reader, from))
             return together(Notice::Kind::Lost);
-        std::vector<ChangeEntry> entries = entriesAfter(*m_reader, from, kMostEntries + 1);
+        std::vector<ChangeEntry> entries = EntriesAfter(*m_reader, from, kMostEntries + 1);
         if (entries.size() > kMostEntries)
             return together(Notice::Kind::Several);
         for (const ChangeEntry &entry : entries)
-            if (!take(entry))
+            if (!Take(entry))
                 return together(Notice::Kind::Several);
-        std::vector<Notice> notices = tell();
+        std::vector<Notice> notices = Tell();
         if (notices.size() > kMostNotices)
             return together(Notice::Kind::Several);
-        complete(notices, columns);
-        commit(notices);
+        Complete(notices, columns);
+        Commit(notices);
         return notices;
     }
 
@@ -97,19 +97,19 @@ class Watch::NoticeMaker
     };
 
     // False when it has to be told together with everything else.
-    bool take(const ChangeEntry &entry)
+    bool Take(const ChangeEntry &entry)
     {
-        if (!concernsContainer(entry, m_watch.m_container))
+        if (!ConcernsContainer(entry, m_watch.m_container))
             return true;
-        bool messages = isMessages(m_watch.m_container);
+        bool messages = IsMessages(m_watch.m_container);
         if (entry.event == Event::Several)
-            return messages && entry.before && !mayShow(*entry.before);
+            return messages && entry.before && !MayShow(*entry.before);
         if (m_watch.m_needsMembers && !m_watch.m_knowsMembers)
             return false;
         auto [found, isFirst] = m_touched.try_emplace(entry.object);
         Touched &touched = found->second;
         touched.entry = entry.number;
-        bool shown = m_watch.m_needsMembers || !messages || (entry.before && mayShow(*entry.before));
+        bool shown = m_watch.m_needsMembers || !messages || (entry.before && MayShow(*entry.before));
         if (!isFirst) {
             // Folders do not move from tree to tree: one that is in none now was in this one only if it is new.
             bool deep = m_watch.m_container.kind == Container::Kind::FoldersDeep;
@@ -123,18 +123,18 @@ class Watch::NoticeMaker
     }
 
     // Whether messages of a facet can be in the view; without need of members: whether they are.
-    bool mayShow(const FacetKey &key) const
+    bool MayShow(const FacetKey &key) const
     {
         bool associated = (key.flags & kFlagAssociated) != 0;
         return associated == (m_watch.m_container.kind == Container::Kind::Associated) &&
-               !residueFor(m_watch.m_filter, key.bag()).never;
+               !ResidueFor(m_watch.m_filter, key.Bag()).never;
     }
 
-    std::vector<Notice> tell()
+    std::vector<Notice> Tell()
     {
         std::vector<Notice> gone, there;
         for (const auto &[object, touched] : m_touched) {
-            std::optional<Row> row = m_walk.row(object);
+            std::optional<Row> row = m_walk.FindRow(object);
             if (row)
                 there.push_back({touched.shownBefore ? Notice::Kind::Modified : Notice::Kind::Added,
                                  touched.entry,
@@ -148,23 +148,23 @@ class Watch::NoticeMaker
         std::sort(gone.begin(), gone.end(),
                   [](const Notice &left, const Notice &right) { return left.entry < right.entry; });
         std::sort(there.begin(), there.end(),
-                  [&](const Notice &left, const Notice &right) { return m_walk.precedes(left.row, right.row); });
+                  [&](const Notice &left, const Notice &right) { return m_walk.Precedes(left.row, right.row); });
         std::move(there.begin(), there.end(), std::back_inserter(gone));
         return gone;
     }
 
-    void complete(std::vector<Notice> &notices, const std::vector<Tag> &columns)
+    void Complete(std::vector<Notice> &notices, const std::vector<Tag> &columns)
     {
-        RowReader values(*m_reader, rowKind(m_watch.m_container.kind), columns, Objects::kLongest);
+        RowReader values(*m_reader, RowKind(m_watch.m_container.kind), columns, Objects::kLongest);
         for (Notice &notice : notices) {
             if (notice.kind == Notice::Kind::Removed)
                 continue;
-            completeRow(notice.row, values, columns);
-            m_walk.walk(notice.row.before(), Direction::Backward, 1, [&](Row &&row) { notice.prior = row.id; });
+            CompleteRow(notice.row, values, columns);
+            m_walk.Visit(notice.row.Before(), Direction::Backward, 1, [&](Row &&row) { notice.prior = row.id; });
         }
     }
 
-    void commit(const std::vector<Notice> &notices)
+    void Commit(const std::vector<Notice> &notices)
     {
         if (m_watch.m_knowsMembers)
             for (const Notice &notice : notices) {
@@ -195,23 +195,23 @@ class Watch::NoticeMaker
 Watch::Watch(const View &view)
     : m_site(view.m_site), m_container(view.m_container), m_filter(view.m_filter), m_sort(view.m_sort)
 {
-    if (isMessages(m_container))
-        m_needsMembers = !isDecidedByFacets(m_filter);
+    if (IsMessages(m_container))
+        m_needsMembers = !IsDecidedByFacets(m_filter);
     else
         m_needsMembers = m_container.kind == Container::Kind::FoldersDeep || m_filter.node != Filter::Node::And ||
                          !m_filter.children.empty();
     NoticeMaker(*this).begin();
 }
 
-std::int64_t Watch::newest() const
+std::int64_t Watch::Newest() const
 {
-    Reader reader(m_site.database());
-    return lastEntry(*reader);
+    Reader reader(m_site.GetDatabase());
+    return LastEntry(*reader);
 }
 
-std::vector<Notice> Watch::next(const std::vector<Tag> &columns, std::int64_t quietUpTo)
+std::vector<Notice> Watch::Next(const std::vector<Tag> &columns, std::int64_t quietUpTo)
 {
-    return NoticeMaker(*this).noticesSince(columns, std::max(m_position, quietUpTo));
+    return NoticeMaker(*this).NoticesSince(columns, std::max(m_position, quietUpTo));
 }
 
 } // namespace localmapi::storage

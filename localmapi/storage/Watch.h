@@ -27,16 +27,16 @@ class Watch
   public:
     explicit Watch(const View &view);
 
-    const Site &site() const { return m_site; }
-    const Container &container() const { return m_container; }
-    std::int64_t position() const { return m_position; } // the last entry that it has seen
-    std::int64_t newest() const;                         // the last entry that there is
+    const Site &GetSite() const { return m_site; }
+    const Container &GetContainer() const { return m_container; }
+    std::int64_t Position() const { return m_position; } // the last entry that it has seen
+    std::int64_t Newest() const;                         // the last entry that there is
 
     // The difference between what the view showed at the last call (or when the watch was made) and what it shows now,
     // in an order in which a copy of the table can be kept: rows that are gone, then the others as they follow each
     // other. `quietUpTo`: entries up to there are known to concern other containers. When it throws it has missed
     // nothing.
-    std::vector<Notice> next(const std::vector<Tag> &columns, std::int64_t quietUpTo = 0);
+    std::vector<Notice> Next(const std::vector<Tag> &columns, std::int64_t quietUpTo = 0);
 
   private:
     class NoticeMaker;

@@ -68,5 +68,5 @@ class BehaviourTest : public testing::Test
   private:
     std::filesystem::path m_folder;
     std::optional<localmapi::storage::Site> m_site;
-    std::int64_t m_time = localmapi::storage::currentTime();
+    std::int64_t m_time = localmapi::storage::CurrentTime();
 };

@@ -88,7 +88,7 @@ class AddressBook final : public PropObject<IAddrBook>
     storage::PropertyBag Load() override
     {
         storage::PropertyBag bag;
-        bag.set(PR_OBJECT_TYPE, std::int32_t{MAPI_ADDRBOOK});
+        bag.Set(PR_OBJECT_TYPE, std::int32_t{MAPI_ADDRBOOK});
         return bag;
     }
 
@@ -172,7 +172,7 @@ STDMETHODIMP AddressBook::GetSearchPath(ULONG flags, LPSRowSet *path)
         for (const storage::Property &property : properties)
             row.Value(ClientTag(property.tag, (flags & MAPI_UNICODE) != 0), property.value);
         RowSetBuilder rows(1);
-        const ULONG count = row.count();
+        const ULONG count = row.Count();
         rows.Add(Block<SPropValue>(row.Release()), count);
         *path = rows.Release();
         return S_OK;

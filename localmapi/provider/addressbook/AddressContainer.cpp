@@ -118,7 +118,7 @@ class Container final : public PropObject<IABContainer>
         for (const storage::Property &property : properties)
             row.Value(property.tag, property.value);
         MemoryRows rows;
-        Check(rows.Add(row.count(), row.values()), "the row of the global address list");
+        Check(rows.Add(row.Count(), row.Values()), "the row of the global address list");
         MemoryTableSettings settings;
         settings.columns = {PR_ENTRYID,      PR_OBJECT_TYPE,     PR_DISPLAY_TYPE, PR_DISPLAY_NAME_W,
                             PR_INSTANCE_KEY, PR_CONTAINER_FLAGS, PR_DEPTH,        PR_AB_PROVIDER_ID};

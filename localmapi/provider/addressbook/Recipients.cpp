@@ -115,7 +115,7 @@ void ReplaceEntry(ADRENTRY &entry, const storage::PropertyBag &found, const SPro
         wanted.assign(tags->aulPropTag, tags->aulPropTag + tags->cValues);
     } else {
         for (const ULONG tag : kResolvedTags)
-            if (found.findId(static_cast<std::uint16_t>(PROP_ID(tag))))
+            if (found.FindId(static_cast<std::uint16_t>(PROP_ID(tag))))
                 wanted.push_back(ClientTag(tag, unicode));
     }
     const auto isWanted = [&](ULONG tag) {
@@ -128,7 +128,7 @@ void ReplaceEntry(ADRENTRY &entry, const storage::PropertyBag &found, const SPro
 
     PropArray values(wanted.size() + kept.size());
     for (const ULONG tag : wanted) {
-        const storage::Property *property = found.findId(static_cast<std::uint16_t>(PROP_ID(tag)));
+        const storage::Property *property = found.FindId(static_cast<std::uint16_t>(PROP_ID(tag)));
         storage::Value value = property ? property->value : storage::Value{};
         // What resolving does not know may stand in the entry already.
         const SPropValue *own = property ? nullptr : Find(entry, PROP_ID(tag));
@@ -142,7 +142,7 @@ void ReplaceEntry(ADRENTRY &entry, const storage::PropertyBag &found, const SPro
         if (IsValueType(type))
             values.Value(own->ulPropTag, ValueFromProp(*own));
     }
-    const ULONG count = values.count();
+    const ULONG count = values.Count();
     FreeBuffer(entry.rgPropVals);
     entry.cValues = count;
     entry.rgPropVals = values.Release();

@@ -55,7 +55,7 @@ std::vector<TableNotice> Advises::Collect(std::int64_t quietUpTo) noexcept
         notices.clear();
         HRESULT code = MAPI_E_NOT_ENOUGH_MEMORY;
         try {
-            code = CurrentFailure().code();
+            code = CurrentFailure().Code();
             if (!m_failed) {
                 notices.emplace_back();
                 notices.back().entry = std::numeric_limits<std::int64_t>::max();

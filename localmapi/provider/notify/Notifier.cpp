@@ -36,7 +36,7 @@ ULONG Notifier::Advise(const AdvisesPtr &advises, IMAPIAdviseSink *sink, std::in
         }
     }
     if (m_signal)
-        m_signal->wake();
+        m_signal->Wake();
     return advised->number;
 }
 
@@ -69,7 +69,7 @@ void Notifier::Drop(Advises &advises)
     std::erase_if(m_tables, [&](const AdvisesPtr &known) { return known.get() == &advises; });
     ++m_generation;
     if (m_signal)
-        m_signal->wake(); // it may be holding the last one to a site
+        m_signal->Wake(); // it may be holding the last one to a site
 }
 
 // Ends an advise that is in no list any more.
@@ -130,7 +130,7 @@ void Notifier::StopIfNobodyListens() noexcept
         // While a sink is still on its way out of its own end, the thread is left to itself.
         if (!m_tables.empty() || m_running || !m_thread.joinable())
             return;
-        m_signal->wake();
+        m_signal->Wake();
     }
     m_thread.join();
 }
@@ -145,7 +145,7 @@ void Notifier::Stop() noexcept
         if (!m_thread.joinable())
             return;
         m_stop = true;
-        m_signal->wake();
+        m_signal->Wake();
     }
     m_thread.join();
 }

@@ -81,8 +81,8 @@ void Notifier::Run(const std::shared_ptr<storage::ChangeSignal> &signal) noexcep
                 Arrange(sites, tables);
                 std::set<std::string> paths;
                 for (const auto &[database, site] : sites)
-                    paths.insert(site.site.path());
-                signal->listen(paths);
+                    paths.insert(site.site.Path());
+                signal->Listen(paths);
                 arranged = generation;
             }
             for (auto &[database, site] : sites)
@@ -91,7 +91,7 @@ void Notifier::Run(const std::shared_ptr<storage::ChangeSignal> &signal) noexcep
         } catch (...) {
             // Out of memory: what is due stays so.
         }
-        signal->wait(kLookAnyway);
+        signal->Wait(kLookAnyway);
     }
 }
 
@@ -100,7 +100,7 @@ void Notifier::Arrange(Sites &sites, const std::vector<AdvisesPtr> &tables)
     for (auto &[database, site] : sites)
         site.tables.clear();
     for (const AdvisesPtr &advises : tables)
-        sites.try_emplace(&advises->m_site.database(), SiteState{advises->m_site, {}, -1, {}, {}})
+        sites.try_emplace(&advises->m_site.GetDatabase(), SiteState{advises->m_site, {}, -1, {}, {}})
             .first->second.tables.push_back(advises);
     std::erase_if(sites, [](const auto &site) { return site.second.tables.empty(); });
 }
@@ -112,7 +112,7 @@ void Notifier::Look(SiteState &site, bool anyDue)
     std::optional<storage::EntrySummary> summary;
     try {
         if (site.reader)
-            summary = site.reader->next();
+            summary = site.reader->Next();
         else // everybody is asked, as of a later moment than this one
             site.reader.emplace(site.site);
     } catch (const storage::Error &) {
@@ -126,7 +126,7 @@ void Notifier::Look(SiteState &site, bool anyDue)
         for (const AdvisesPtr &advises : site.tables) {
             if (summary && summary->lost)
                 advises->m_quietUpTo = 0;
-            if (!summary || advises->m_due || summary->concerns(advises->m_container)) {
+            if (!summary || advises->m_due || summary->Concerns(advises->m_container)) {
                 advises->m_due = false;
                 site.due.emplace_back(advises.get(), advises->m_quietUpTo);
             } else {

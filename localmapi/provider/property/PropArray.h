@@ -25,8 +25,8 @@ class PropArray
     PropArray &Text(ULONG tag, std::string_view text);
     PropArray &Value(ULONG tag, const storage::Value &value);
 
-    ULONG count() const { return m_count; }
-    SPropValue *values() const { return m_values; }
+    ULONG Count() const { return m_count; }
+    SPropValue *Values() const { return m_values; }
     // Hands over the block.
     SPropValue *Release();
 

@@ -133,8 +133,8 @@ bool EncodeProp(SPropValue &target, ULONG tag, const storage::Value *value, Prop
         FillError(target, tag, MAPI_E_NOT_ENOUGH_MEMORY);
         return false;
     }
-    if (!value || storage::isAbsent(*value) || !IsValueType(PROP_TYPE(tag)) ||
-        !storage::fits(StorageTag(tag), *value)) {
+    if (!value || storage::IsAbsent(*value) || !IsValueType(PROP_TYPE(tag)) ||
+        !storage::Fits(StorageTag(tag), *value)) {
         FillError(target, tag, MAPI_E_NOT_FOUND);
         return false;
     }

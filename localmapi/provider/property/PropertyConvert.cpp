@@ -97,7 +97,7 @@ HRESULT GiveProps(const storage::PropertyBag &bag, const SPropTagArray *tags, UL
     if (tags) {
         for (std::size_t i = 0; i < size; ++i) {
             ULONG tag = tags->aulPropTag[i];
-            const storage::Property *property = bag.findId(static_cast<std::uint16_t>(PROP_ID(tag)));
+            const storage::Property *property = bag.FindId(static_cast<std::uint16_t>(PROP_ID(tag)));
             if (property && PROP_TYPE(tag) == PT_UNSPECIFIED)
                 tag = ClientTag(property->tag, wide);
             all &= FillProp(block[i], tag, property ? property->value : storage::Value{}, block.get());

@@ -27,7 +27,7 @@ class RowPacker::Arena final : public PropMemory
   public:
     Arena(RowPacker &packer, char *block, std::size_t used) : m_packer(packer), m_block(block), m_used(used) {}
 
-    std::size_t used() const { return m_used; }
+    std::size_t Used() const { return m_used; }
     void *Take(std::size_t size) override
     {
         m_used = (m_used + kAlignment - 1) / kAlignment * kAlignment;
@@ -88,7 +88,7 @@ Block<SPropValue> RowPacker::Pack(std::span<const Cell> cells)
     Arena measure(*this, nullptr, cells.size() * sizeof(SPropValue));
     for (const Cell &cell : cells)
         PackOne(unused, cell, measure);
-    Block<SPropValue> block(static_cast<SPropValue *>(AllocateRootBytes(measure.used())));
+    Block<SPropValue> block(static_cast<SPropValue *>(AllocateRootBytes(measure.Used())));
     Arena write(*this, reinterpret_cast<char *>(block.get()), cells.size() * sizeof(SPropValue));
     m_next = 0;
     m_anyError = false;

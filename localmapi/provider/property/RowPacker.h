@@ -25,7 +25,7 @@ class RowPacker
     // Throws std::bad_alloc.
     Block<SPropValue> Pack(std::span<const Cell> cells);
     // Whether the last array held a PT_ERROR.
-    bool anyError() const { return m_anyError; }
+    bool AnyError() const { return m_anyError; }
 
   private:
     class Arena;

@@ -165,7 +165,7 @@ STDMETHODIMP MapiSession::GetMsgStoresTable(ULONG flags, LPMAPITABLE *table)
             .Binary(PR_INSTANCE_KEY, entryId)
             .Binary(PR_RECORD_KEY, entryId);
         MemoryRows rows;
-        Check(rows.Add(row.count(), row.values()), "the row of a message store");
+        Check(rows.Add(row.Count(), row.Values()), "the row of a message store");
         MemoryTableSettings settings;
         settings.columns = {
             PR_ENTRYID,      PR_DEFAULT_STORE, PR_DISPLAY_NAME_W, PR_RESOURCE_TYPE, PR_PROVIDER_DISPLAY_W,
@@ -209,7 +209,7 @@ STDMETHODIMP MapiSession::OpenEntry(ULONG size, LPENTRYID entry, LPCIID iid, ULO
             *object = store.release();
             return S_OK;
         }
-        const auto mailbox = storage::Directory(*m_session->site).mailboxOf(id.object);
+        const auto mailbox = storage::Directory(*m_session->site).MailboxOf(id.object);
         if (!mailbox)
             throw Failure(MAPI_E_NOT_FOUND, "The object is not there any more.");
         const HRESULT hr = OpenStoreOf(*mailbox, nullptr, storeFlags, store.put());

@@ -29,19 +29,19 @@ storage::Bytes NumberKey(std::int32_t number)
 void AddAttachmentProperties(const StoreContext &store, std::int32_t number, bool writable, PropertyBag &bag)
 {
     for (const storage::Property &property : store.Common(MAPI_ATTACH, kAccess, writable))
-        bag.set(property.tag, property.value);
-    bag.set(PR_ATTACH_NUM, number);
-    bag.set(PR_RECORD_KEY, NumberKey(number));
-    bag.set(PR_INSTANCE_KEY, NumberKey(number));
+        bag.Set(property.tag, property.value);
+    bag.Set(PR_ATTACH_NUM, number);
+    bag.Set(PR_RECORD_KEY, NumberKey(number));
+    bag.Set(PR_INSTANCE_KEY, NumberKey(number));
     for (const storage::Tag own : {storage::kObjectId, storage::kParentId, storage::kChangeNumber})
-        bag.erase(own);
+        bag.Erase(own);
 }
 
 storage::Changes NewAttachmentProperties()
 {
     storage::Changes properties;
-    properties.setLater(PR_ATTACH_METHOD, std::int32_t{NO_ATTACHMENT});
-    properties.setLater(PR_RENDERING_POSITION, std::int32_t{-1});
+    properties.SetLater(PR_ATTACH_METHOD, std::int32_t{NO_ATTACHMENT});
+    properties.SetLater(PR_RENDERING_POSITION, std::int32_t{-1});
     return properties;
 }
 
@@ -55,14 +55,14 @@ PropertyBag Attachment::Stored(const std::vector<storage::Tag> *tags)
     PropertyBag bag;
     if (const storage::ObjectId id = m_message->StoredAttachment(m_draft.number)) {
         try {
-            bag = tags ? m_store->objects.read(id, *tags) : m_store->objects.read(id);
+            bag = tags ? m_store->objects.Read(id, *tags) : m_store->objects.Read(id);
         } catch (const storage::Error &error) {
-            if (error.fault() == storage::Fault::NotFound)
+            if (error.GetFault() == storage::Fault::NotFound)
                 throw Failure(MAPI_E_OBJECT_DELETED, "The attachment was deleted.");
             throw;
         }
     }
-    m_draft.properties.applyTo(bag);
+    m_draft.properties.ApplyTo(bag);
     return bag;
 }
 
@@ -70,8 +70,8 @@ void Attachment::AddComputed(PropertyBag &bag)
 {
     if (!m_draft.properties.empty() || m_draft.embedded) {
         const std::uint64_t size =
-            storage::byteSize(Stored(nullptr)) + (m_draft.embedded ? m_draft.embedded->addedSize() : 0);
-        bag.set(PR_ATTACH_SIZE,
+            storage::ByteSize(Stored(nullptr)) + (m_draft.embedded ? m_draft.embedded->AddedSize() : 0);
+        bag.Set(PR_ATTACH_SIZE,
                 static_cast<std::int32_t>(std::min<std::uint64_t>(size, std::numeric_limits<std::int32_t>::max())));
     }
     AddAttachmentProperties(*m_store, m_draft.number, m_writable, bag);
@@ -106,9 +106,9 @@ void Attachment::Change(const PropertyBag &set, const std::vector<storage::Tag> 
 {
     RequireWrite();
     for (const storage::Property &property : set)
-        m_draft.properties.setLater(property.tag, property.value);
+        m_draft.properties.SetLater(property.tag, property.value);
     for (const storage::Tag tag : remove)
-        m_draft.properties.removeLater(storage::tagId(tag));
+        m_draft.properties.RemoveLater(storage::TagId(tag));
 }
 
 HRESULT Attachment::Save(ULONG flags)
@@ -125,7 +125,7 @@ HRESULT Attachment::Save(ULONG flags)
 storage::ObjectId Attachment::StoredEmbedded()
 {
     const storage::ObjectId attachment = m_message->StoredAttachment(m_draft.number);
-    return attachment ? m_store->objects.embeddedMessage(attachment) : 0;
+    return attachment ? m_store->objects.EmbeddedMessage(attachment) : 0;
 }
 
 void Attachment::TakeEmbedded(const storage::MessageChanges &draft)
@@ -142,7 +142,7 @@ void Attachment::OpenEmbedded(ULONG flags, const IID &iid, IUnknown **object)
         RequireWrite();
     const storage::ObjectId stored = StoredEmbedded();
     const bool fresh = (flags & MAPI_CREATE) != 0;
-    if (fresh && depth() >= kNestingLimit)
+    if (fresh && Depth() >= kNestingLimit)
         throw Failure(MAPI_E_TOO_COMPLEX, "Messages can not lie deeper in each other.");
     if (!stored && !m_draft.embedded && !fresh)
         throw Failure(MAPI_E_NOT_FOUND, "The attachment holds no message.");
@@ -151,11 +151,11 @@ void Attachment::OpenEmbedded(ULONG flags, const IID &iid, IUnknown **object)
         draft = *m_draft.embedded;
     if (stored && fresh) {
         // A new message in the place of the old one: what that had goes.
-        for (const storage::Property &property : m_store->objects.readUpTo(stored, 0))
-            draft.properties.removeLater(storage::tagId(property.tag));
+        for (const storage::Property &property : m_store->objects.ReadUpTo(stored, 0))
+            draft.properties.RemoveLater(storage::TagId(property.tag));
         draft.recipients.emplace();
-        for (const storage::ObjectInfo &attachment : m_store->objects.attachments(stored))
-            draft.replaceAttachment({attachment.number, true, {}, {}});
+        for (const storage::ObjectInfo &attachment : m_store->objects.Attachments(stored))
+            draft.ReplaceAttachment({attachment.number, true, {}, {}});
     }
     auto message = MakeObject<Message>(m_store, Share<Attachment>(this), stored, std::move(draft), fresh, write);
     GiveObject(message.get(), &iid, object);

@@ -16,7 +16,7 @@ class Attachment final : public StoredObject<IAttach>
     Attachment(StorePtr store, ComPtr<Message> message, storage::AttachmentChanges draft, bool writable);
 
     // In how many messages the attachment's own one lies.
-    int depth() const { return m_message->depth(); }
+    int Depth() const { return m_message->Depth(); }
 
     // For the message in this attachment, which calls without holding a lock of this attachment's.
     void TakeEmbedded(const storage::MessageChanges &draft);

@@ -36,7 +36,7 @@ storage::Bytes MappingOf(IMAPIProp &object)
 std::shared_ptr<const storage::Stream> BytesOf(const storage::Value &value, storage::Objects &objects)
 {
     if (const auto *stream = std::get_if<storage::StoredStream>(&value))
-        return objects.openStream(*stream);
+        return objects.OpenStream(*stream);
     if (const auto *spool = std::get_if<storage::SpoolPtr>(&value))
         return *spool;
     if (const auto *bytes = std::get_if<storage::Bytes>(&value))
@@ -48,7 +48,7 @@ void Pump(const storage::Stream &from, IStream &to)
 {
     std::vector<BYTE> piece(kPiece);
     std::uint64_t offset = 0;
-    while (const std::size_t read = from.read(offset, piece.data(), piece.size())) {
+    while (const std::size_t read = from.Read(offset, piece.data(), piece.size())) {
         for (std::size_t done = 0; done < read;) {
             ULONG written = 0;
             Check(to.Write(piece.data() + done, static_cast<ULONG>(read - done), &written), "IStream::Write");
@@ -101,7 +101,7 @@ void CopyJob::Problem(ULONG tag, SCODE code)
 void CopyJob::CopyProperties(const PropertyBag &bag, storage::Objects &objects)
 {
     std::set<ULONG> there;
-    if (!replaces()) {
+    if (!Replaces()) {
         Block<SPropTagArray> list;
         Check(m_target->GetPropList(MAPI_UNICODE, list.put()), "IMAPIProp::GetPropList");
         for (ULONG i = 0; i < list->cValues; ++i)
@@ -109,8 +109,8 @@ void CopyJob::CopyProperties(const PropertyBag &bag, storage::Objects &objects)
     }
     std::vector<std::uint16_t> named;
     for (const storage::Property &property : bag)
-        if (storage::tagId(property.tag) >= kFirstNamed && Wants(property.tag))
-            named.push_back(storage::tagId(property.tag));
+        if (storage::TagId(property.tag) >= kFirstNamed && Wants(property.tag))
+            named.push_back(storage::TagId(property.tag));
     MapNames(named);
     std::vector<const storage::Property *> few, many;
     for (const storage::Property &property : bag) {
@@ -119,7 +119,7 @@ void CopyJob::CopyProperties(const PropertyBag &bag, storage::Objects &objects)
             continue;
         const bool streamed = std::holds_alternative<storage::StoredStream>(property.value) ||
                               std::holds_alternative<storage::SpoolPtr>(property.value) ||
-                              storage::tagType(property.tag) == storage::Type::Object;
+                              storage::TagType(property.tag) == storage::Type::Object;
         (streamed ? many : few).push_back(&property);
     }
     CopyShort(few);
@@ -163,7 +163,7 @@ void CopyJob::MapNames(const std::vector<std::uint16_t> &ids)
 
 ULONG CopyJob::TargetTag(storage::Tag tag) const
 {
-    const auto named = m_names.find(storage::tagId(tag));
+    const auto named = m_names.find(storage::TagId(tag));
     const ULONG same = ClientTag(tag, true);
     if (named == m_names.end())
         return same;
@@ -212,7 +212,7 @@ void CopyJob::Missing(const PropertyBag &bag, const std::set<std::uint16_t> &par
 {
     for (ULONG i = 0; !m_everything && i < m_tags.size(); ++i) {
         const auto id = static_cast<std::uint16_t>(PROP_ID(m_tags[i]));
-        if (!bag.findId(id) && !parts.count(id))
+        if (!bag.FindId(id) && !parts.count(id))
             m_problems.Add(i, m_tags[i], MAPI_E_NOT_FOUND);
     }
 }

@@ -31,7 +31,7 @@ class Message final : public StoredObject<IMessage>
     STDMETHODIMP SetReadFlag(ULONG ulFlags) override;
 
     // In how many messages it lies.
-    int depth() const { return m_depth; }
+    int Depth() const { return m_depth; }
 
     // For this message's attachments, which call without holding a lock of this message's.
     storage::ObjectId StoredAttachment(std::int32_t number);

@@ -43,9 +43,9 @@ std::int32_t NextRowId(const std::vector<PropertyBag> &rows)
 PropertyBag NewRecipient(const ADRENTRY &entry, std::int32_t id)
 {
     PropertyBag bag = BagFromProps(entry.cValues, entry.rgPropVals);
-    if (!bag.find(PR_RECIPIENT_TYPE))
-        bag.set(PR_RECIPIENT_TYPE, std::int32_t{MAPI_TO});
-    bag.set(PR_ROWID, id);
+    if (!bag.Find(PR_RECIPIENT_TYPE))
+        bag.Set(PR_RECIPIENT_TYPE, std::int32_t{MAPI_TO});
+    bag.Set(PR_ROWID, id);
     return bag;
 }
 
@@ -76,18 +76,18 @@ std::vector<PropertyBag> Message::Recipients()
         return *m_draft.recipients;
     if (!m_id)
         return {};
-    auto stored = m_store->objects.recipients(m_id);
+    auto stored = m_store->objects.Recipients(m_id);
     if (stored.empty())
-        m_store->objects.info(m_id); // nobody, and not a message that is gone
+        m_store->objects.Info(m_id); // nobody, and not a message that is gone
     return stored;
 }
 
 void Message::FollowRecipients()
 {
     const auto recipients = Recipients();
-    m_draft.properties.setLater(PR_DISPLAY_TO_W, DisplayNames(recipients, MAPI_TO));
-    m_draft.properties.setLater(PR_DISPLAY_CC_W, DisplayNames(recipients, MAPI_CC));
-    m_draft.properties.setLater(PR_DISPLAY_BCC_W, DisplayNames(recipients, MAPI_BCC));
+    m_draft.properties.SetLater(PR_DISPLAY_TO_W, DisplayNames(recipients, MAPI_TO));
+    m_draft.properties.SetLater(PR_DISPLAY_CC_W, DisplayNames(recipients, MAPI_CC));
+    m_draft.properties.SetLater(PR_DISPLAY_BCC_W, DisplayNames(recipients, MAPI_BCC));
 }
 
 STDMETHODIMP Message::ModifyRecipients(ULONG ulFlags, LPADRLIST lpMods)
@@ -137,8 +137,8 @@ void Message::GiveRecipientTable(ULONG flags, IMAPITable **table)
     schema.unicode = (flags & MAPI_UNICODE) != 0;
     std::vector<PropertyBag> rows = Recipients();
     for (PropertyBag &row : rows)
-        if (!row.findId(PROP_ID(PR_OBJECT_TYPE)))
-            row.set(PR_OBJECT_TYPE, std::int32_t{MAPI_MAILUSER});
+        if (!row.FindId(PROP_ID(PR_OBJECT_TYPE)))
+            row.Set(PR_OBJECT_TYPE, std::int32_t{MAPI_MAILUSER});
     Check(CreateMemoryTable(std::move(rows), std::move(schema), table), "making the recipient table");
 }
 
@@ -157,7 +157,7 @@ STDMETHODIMP Message::GetRecipientTable(ULONG ulFlags, LPMAPITABLE *lppTable)
 
 std::vector<storage::ObjectInfo> Message::StoredAttachments()
 {
-    return m_id ? m_store->objects.attachments(m_id) : std::vector<storage::ObjectInfo>{};
+    return m_id ? m_store->objects.Attachments(m_id) : std::vector<storage::ObjectInfo>{};
 }
 
 storage::ObjectId Message::StoredAttachment(std::int32_t number)
@@ -173,7 +173,7 @@ void Message::TakeAttachment(const storage::AttachmentChanges &draft)
 {
     std::lock_guard hold(m_lock);
     RequireWrite();
-    m_draft.replaceAttachment(draft);
+    m_draft.ReplaceAttachment(draft);
 }
 
 namespace
@@ -190,20 +190,20 @@ std::vector<PropertyBag> Message::AttachmentRows()
 {
     std::map<std::int32_t, PropertyBag> rows;
     for (const storage::ObjectInfo &stored : StoredAttachments())
-        if (!IsRemoved(m_draft.attachment(stored.number)))
-            rows[stored.number] = m_store->objects.read(stored.id);
+        if (!IsRemoved(m_draft.FindAttachment(stored.number)))
+            rows[stored.number] = m_store->objects.Read(stored.id);
     for (const storage::AttachmentChanges &draft : m_draft.attachments) {
         if (draft.remove)
             continue;
         PropertyBag &bag = rows[draft.number];
-        draft.properties.applyTo(bag);
-        const std::uint64_t size = storage::byteSize(bag) + (draft.embedded ? draft.embedded->addedSize() : 0);
-        bag.set(PR_ATTACH_SIZE, static_cast<std::int32_t>(std::min<std::uint64_t>(size, 0x7FFFFFFF)));
+        draft.properties.ApplyTo(bag);
+        const std::uint64_t size = storage::ByteSize(bag) + (draft.embedded ? draft.embedded->AddedSize() : 0);
+        bag.Set(PR_ATTACH_SIZE, static_cast<std::int32_t>(std::min<std::uint64_t>(size, 0x7FFFFFFF)));
     }
     std::vector<PropertyBag> bags;
     for (auto &[number, bag] : rows) {
         // The data itself is nothing for a table.
-        bag.erase(PR_ATTACH_DATA_BIN);
+        bag.Erase(PR_ATTACH_DATA_BIN);
         AddAttachmentProperties(*m_store, number, m_writable, bag);
         bags.push_back(std::move(bag));
     }
@@ -252,7 +252,7 @@ STDMETHODIMP Message::OpenAttach(ULONG ulAttachmentNum, LPCIID lpInterface, ULON
         *lppAttach = nullptr;
         RequireFlags(ulFlags, kAttachFlags);
         const auto number = static_cast<std::int32_t>(ulAttachmentNum);
-        const storage::AttachmentChanges *draft = m_draft.attachment(number);
+        const storage::AttachmentChanges *draft = m_draft.FindAttachment(number);
         bool found = draft && !draft->remove;
         if (!draft)
             for (const storage::ObjectInfo &stored : StoredAttachments())
@@ -297,14 +297,14 @@ STDMETHODIMP Message::DeleteAttach(ULONG ulAttachmentNum, ULONG, LPMAPIPROGRESS,
         RequireFlags(ulFlags, ATTACH_DIALOG);
         RequireWrite();
         const auto number = static_cast<std::int32_t>(ulAttachmentNum);
-        const storage::AttachmentChanges *draft = m_draft.attachment(number);
+        const storage::AttachmentChanges *draft = m_draft.FindAttachment(number);
         const bool removed = IsRemoved(draft);
         bool stored = false;
         for (const storage::ObjectInfo &known : StoredAttachments())
             stored |= known.number == number;
         const bool found = (draft && !removed) || (stored && !removed);
         if (stored)
-            m_draft.replaceAttachment({number, true, {}, {}});
+            m_draft.ReplaceAttachment({number, true, {}, {}});
         else if (draft && !removed)
             m_draft.forgetAttachment(number);
         if (!found)

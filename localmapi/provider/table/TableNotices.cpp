@@ -25,7 +25,7 @@ STDMETHODIMP Table::Advise(ULONG ulEventMask, LPMAPIADVISESINK lpAdviseSink, ULO
         {
             std::lock_guard hold(m_lock);
             if (m_advises && m_advises->Any()) {
-                from = m_watch->newest();
+                from = m_watch->Newest();
             } else {
                 auto watch = m_source->MakeWatch();
                 if (!watch)
@@ -33,11 +33,11 @@ STDMETHODIMP Table::Advise(ULONG ulEventMask, LPMAPIADVISESINK lpAdviseSink, ULO
                 if (!m_advises) {
                     m_advises =
                         std::make_shared<Advises>([this](std::int64_t quietUpTo) { return CollectNotices(quietUpTo); },
-                                                  watch->site(), watch->container());
+                                                  watch->GetSite(), watch->GetContainer());
                     if (m_scope)
                         m_scope->Add(m_advises);
                 }
-                from = watch->position();
+                from = watch->Position();
                 m_watch = std::move(watch);
             }
             advises = m_advises;
@@ -113,12 +113,12 @@ std::vector<TableNotice> Table::CollectNotices(std::int64_t quietUpTo)
         notices.emplace_back();
         notices.back().event = TABLE_RELOAD;
     }
-    std::vector<storage::Notice> found = m_watch->next(m_read, quietUpTo);
+    std::vector<storage::Notice> found = m_watch->Next(m_read, quietUpTo);
     const bool missedBefore = std::exchange(m_missedNotices, !found.empty() || m_missedNotices);
     for (storage::Notice &one : found)
         notices.push_back(NoticeOf(one));
     if (missedBefore)
-        notices.front().entry = m_watch->position();
+        notices.front().entry = m_watch->Position();
     m_missedNotices = false;
     return notices;
 }

@@ -104,12 +104,12 @@ TEST_F(CopyTest, AMessageIsCopiedWithAllThatItHolds)
 TEST_F(CopyTest, NothingOfACopyIsThereBeforeItsOwnSave)
 {
     auto source = Source();
-    const auto changes = m_mailbox.site().changeNumber();
+    const auto changes = m_mailbox.site().GetChangeNumber();
     {
         auto copy = Empty();
         ASSERT_CODE(CopyTo(source.get(), copy.get()), S_OK);
     }
-    EXPECT_EQ(m_mailbox.site().changeNumber(), changes);
+    EXPECT_EQ(m_mailbox.site().GetChangeNumber(), changes);
     EXPECT_EQ(CountIn(m_mailbox.inbox()), 0u);
 }
 

@@ -151,7 +151,7 @@ ComPtr<IMessage> EmbeddedIn(IAttach *attachment, ULONG flags)
 
 void WithLetters::TearDown()
 {
-    for (const storage::Finding &finding : storage::check(m_mailbox.site(), false))
+    for (const storage::Finding &finding : storage::Check(m_mailbox.site(), false))
         ADD_FAILURE() << finding.text;
 }
 

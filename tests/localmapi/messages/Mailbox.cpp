@@ -39,10 +39,10 @@ class Template
   public:
     Template() : m_path(NewPath())
     {
-        storage::Directory directory(storage::Site::create(m_path, "NORVIK1", "Norvik"));
-        directory.addUser("alice", "Alice Archer");
-        directory.addUser("bob", "Bob Baker");
-        directory.addUser("vm", "Voicemail Service", {}, true);
+        storage::Directory directory(storage::Site::Create(m_path, "NORVIK1", "Norvik"));
+        directory.AddUser("alice", "Alice Archer");
+        directory.AddUser("bob", "Bob Baker");
+        directory.AddUser("vm", "Voicemail Service", {}, true);
     }
     ~Template() { RemoveSite(m_path); }
     std::string Copy() const
@@ -253,12 +253,12 @@ HRESULT SeekTo(IStream *stream, LONGLONG distance, DWORD origin, ULONGLONG *posi
 }
 
 Mailbox::Mailbox(Of of)
-    : m_path(of == Of::TheSameSite ? CopyOfTemplate() : Template().Copy()), m_site(storage::Site::open(m_path))
+    : m_path(of == Of::TheSameSite ? CopyOfTemplate() : Template().Copy()), m_site(storage::Site::Open(m_path))
 {
     const storage::Directory directory(*m_site);
-    m_alice = directory.userByAlias("alice").value();
-    m_bob = directory.userByAlias("bob").value();
-    m_service = directory.userByAlias("vm").value();
+    m_alice = directory.UserByAlias("alice").value();
+    m_bob = directory.UserByAlias("bob").value();
+    m_service = directory.UserByAlias("vm").value();
     m_store = StoreOf(m_alice);
     m_inbox = Folder(0);
 }

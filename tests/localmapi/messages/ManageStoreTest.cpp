@@ -37,7 +37,7 @@ const char *const kServerDn = "/cn=Configuration/cn=Servers/cn=NORVIK1/cn=Micros
 TEST_F(ManageStoreTest, ServerAndMailboxNamesMakeAStoreEntryIdentifier)
 {
     ASSERT_CODE(Create(kServerDn, m_mailbox.bob().dn), S_OK);
-    const SiteUid uid = m_mailbox.site().info().uid;
+    const SiteUid uid = m_mailbox.site().Info().uid;
     const EntryId id = ParseEntryId(uid, m_size, m_entry.get(), EntryKind::Store);
     EXPECT_EQ(id.object, m_mailbox.bob().mailbox);
     EXPECT_EQ(id.openFlags, 0x0Cu);

@@ -75,10 +75,10 @@ TEST_F(NamedPropertyTest, ANameHasOneIdentifierEverywhereInTheSite)
 TEST_F(NamedPropertyTest, AnUnknownNameIsAnErrorInItsPlace)
 {
     ASSERT_CODE(Ids(m_message.get(), {Number(5)}, MAPI_CREATE, m_tags), S_OK);
-    const auto changes = m_mailbox.site().changeNumber();
+    const auto changes = m_mailbox.site().GetChangeNumber();
     EXPECT_CODE(Ids(m_message.get(), {Number(6), Number(5), Text(OLESTR("x"))}, 0, m_again), MAPI_W_ERRORS_RETURNED);
     EXPECT_EQ(m_again, (std::vector<ULONG>{PROP_TAG(PT_ERROR, 0), m_tags[0], PROP_TAG(PT_ERROR, 0)}));
-    EXPECT_EQ(m_mailbox.site().changeNumber(), changes);
+    EXPECT_EQ(m_mailbox.site().GetChangeNumber(), changes);
 }
 
 TEST_F(NamedPropertyTest, TheStandardSetNamesTheStandardIdentifiers)

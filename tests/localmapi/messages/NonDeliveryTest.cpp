@@ -46,11 +46,11 @@ class NonDeliveryTest : public WithLetters
 
 TEST_F(NonDeliveryTest, WhoIsMeantFollowsFromEntryIdentifierThenAddressThenName)
 {
-    const SiteUid site = m_mailbox.site().info().uid;
+    const SiteUid site = m_mailbox.site().Info().uid;
     const storage::User &bob = m_mailbox.bob();
     storage::Directory directory(m_mailbox.site());
-    const auto contact = directory.addContact("Bobby", "bobby@elsewhere.example");
-    directory.addUser("bart", "Bart Baker");
+    const auto contact = directory.AddContact("Bobby", "bobby@elsewhere.example");
+    directory.AddUser("bart", "Bart Baker");
     const std::string unknown = "report " + std::to_string(MAPI_DIAG_OR_NAME_UNRECOGNIZED);
     const std::string ambiguous = "report " + std::to_string(MAPI_DIAG_OR_NAME_AMBIGUOUS);
     const std::string away = "report " + std::to_string(MAPI_DIAG_RECIPIENT_UNAVAILABLE);
@@ -87,7 +87,7 @@ TEST_F(NonDeliveryTest, WhoIsMeantFollowsFromEntryIdentifierThenAddressThenName)
     EXPECT_EQ(Fate(Recipient{Long(PR_RECIPIENT_TYPE, MAPI_TO)}), unknown);
     EXPECT_EQ(Fate(ByName("Bobby")), away) << "a contact";
     EXPECT_EQ(Fate(ByName("bobby@elsewhere.example")), away);
-    EXPECT_THROW(directory.addContact("Robert", bob.smtp), storage::Error) << "nobody is a user and a contact";
+    EXPECT_THROW(directory.AddContact("Robert", bob.smtp), storage::Error) << "nobody is a user and a contact";
 }
 
 TEST_F(NonDeliveryTest, TheReportNamesTheUnreachedAndHoldsTheMessage)

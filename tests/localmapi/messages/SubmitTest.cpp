@@ -17,7 +17,7 @@ namespace
 class SubmitTest : public WithLetters
 {
   protected:
-    std::int64_t Changes() { return m_mailbox.site().changeNumber(); }
+    std::int64_t Changes() { return m_mailbox.site().GetChangeNumber(); }
     LONGLONG TimeOf(IMessage *message, ULONG tag)
     {
         const Given given = GetProps(*message, {tag});
@@ -60,9 +60,9 @@ TEST_F(SubmitTest, AMessageArrivesInTheInboxAsItWasWritten)
 TEST_F(SubmitTest, TheDeliveryPropertiesTellWhoSentItWhoGotItAndWhen)
 {
     auto letter = Letter({Narrow(PR_SUBJECT_A, "RE: lunch"), Narrow(PR_SENDER_NAME_A, "Somebody else")});
-    const std::int64_t before = storage::currentTime();
+    const std::int64_t before = storage::CurrentTime();
     ASSERT_CODE(letter->SubmitMessage(0), S_OK);
-    const std::int64_t after = storage::currentTime();
+    const std::int64_t after = storage::CurrentTime();
     auto arrived = MessageIn(m_bobsInbox.get());
     const struct {
         ULONG name, type, address, id, key;
@@ -81,7 +81,7 @@ TEST_F(SubmitTest, TheDeliveryPropertiesTellWhoSentItWhoGotItAndWhen)
         EXPECT_EQ(TextOf(arrived.get(), party.type), "EX");
         EXPECT_EQ(TextOf(arrived.get(), party.address), party.who.dn);
         EXPECT_EQ(BytesOf(arrived.get(), party.id),
-                  MakeEntryId(m_mailbox.site().info().uid, EntryKind::MailUser, party.who.id));
+                  MakeEntryId(m_mailbox.site().Info().uid, EntryKind::MailUser, party.who.id));
         EXPECT_FALSE(BytesOf(arrived.get(), party.key).empty());
     }
     for (const ULONG tag : {PR_CLIENT_SUBMIT_TIME, PR_MESSAGE_DELIVERY_TIME}) {
@@ -352,7 +352,7 @@ TEST_F(SubmitTest, AFolderForSentCopiesMustBeThereAndOnesOwn)
     const auto changes = Changes();
     EntryIdBytes folder = BytesOf(m_bobsInbox.get(), PR_ENTRYID);
     EXPECT_CODE(Letter({SentTo(folder)})->SubmitMessage(0), MAPI_E_NO_ACCESS);
-    folder = MakeEntryId(m_mailbox.site().info().uid, EntryKind::Folder, 999999);
+    folder = MakeEntryId(m_mailbox.site().Info().uid, EntryKind::Folder, 999999);
     EXPECT_CODE(Letter({SentTo(folder)})->SubmitMessage(0), MAPI_E_NOT_FOUND);
     folder = BytesOf(m_mailbox.store(), PR_ENTRYID);
     EXPECT_CODE(Letter({SentTo(folder)})->SubmitMessage(0), MAPI_E_INVALID_ENTRYID);

@@ -138,8 +138,8 @@ TEST_F(TableKindsTest, ASiteOpenedASecondTimeInTheProcessIsTheSameSite)
 {
     auto table = Inbox();
     Advise(table, m_sink);
-    storage::Site again = storage::Site::open(m_mailbox.site().path());
-    storage::Objects(again).createMessage(storage::Directory(again).mailbox(m_mailbox.alice().mailbox).inbox, {});
+    storage::Site again = storage::Site::Open(m_mailbox.site().Path());
+    storage::Objects(again).CreateMessage(storage::Directory(again).GetMailbox(m_mailbox.alice().mailbox).inbox, {});
     EXPECT_EQ(m_sink->Take(1)[0].event, ULONG{TABLE_ROW_ADDED});
 }
 
@@ -147,11 +147,11 @@ TEST_F(TableKindsTest, AChangeThatNobodyAnnouncedIsFoundAllTheSame)
 {
     auto table = Inbox();
     Advise(table, m_sink);
-    const auto inbox = storage::Directory(m_mailbox.site()).mailbox(m_mailbox.alice().mailbox).inbox;
+    const auto inbox = storage::Directory(m_mailbox.site()).GetMailbox(m_mailbox.alice().mailbox).inbox;
     const std::string entry =
         "INSERT INTO change_entry (kind, event, container, object) VALUES (3, 4, " + std::to_string(inbox) + ", 0)";
     sqlite3 *raw = nullptr;
-    ASSERT_EQ(sqlite3_open(m_mailbox.site().path().c_str(), &raw), SQLITE_OK);
+    ASSERT_EQ(sqlite3_open(m_mailbox.site().Path().c_str(), &raw), SQLITE_OK);
     ASSERT_EQ(sqlite3_exec(raw, entry.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
     EXPECT_EQ(Told(m_sink), "changed");
     sqlite3_close(raw);
@@ -164,7 +164,7 @@ TEST_F(TableKindsTest, APersonWhoIsAddedIsToldToTheAddressBooksTable)
     schema.columns = {PR_DISPLAY_NAME_W};
     ASSERT_CODE(CreateViewTable(m_mailbox.site(), {storage::Container::Kind::Directory, 0}, schema, table.put()), S_OK);
     Advise(table, m_sink);
-    storage::Directory(m_mailbox.site()).addContact("Carol", "carol@elsewhere.example");
+    storage::Directory(m_mailbox.site()).AddContact("Carol", "carol@elsewhere.example");
     EXPECT_EQ(m_sink->Take(1)[0].event, ULONG{TABLE_ROW_ADDED});
 }
 

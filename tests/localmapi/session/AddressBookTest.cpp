@@ -81,8 +81,8 @@ class AddressBook : public SiteTest
         value.Value.lpszW = const_cast<WCHAR *>(text);
         return NamesWhere(PR_ANR_W, value);
     }
-    SiteUid Uid() { return OpenedSite().info().uid; }
-    storage::User User(const char *alias) { return *storage::Directory(OpenedSite()).userByAlias(alias); }
+    SiteUid Uid() { return OpenedSite().Info().uid; }
+    storage::User User(const char *alias) { return *storage::Directory(OpenedSite()).UserByAlias(alias); }
 
     ComPtr<IAddrBook> m_book;
 };

@@ -26,7 +26,7 @@ class Helpers : public SiteTest
         for (LONG i = 0; i < count; ++i) {
             PropArray row(1);
             row.Long(kNumber, i);
-            EXPECT_CODE(rows.Add(row.count(), row.values()), S_OK);
+            EXPECT_CODE(rows.Add(row.Count(), row.Values()), S_OK);
         }
         MemoryTableSettings settings;
         settings.columns = {kNumber};

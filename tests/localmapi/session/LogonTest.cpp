@@ -137,7 +137,7 @@ TEST_F(Logon, AMailboxThatIsNotThereHasACodeOfItsOwn)
 TEST_F(Logon, AProfileMayNameAnotherSite)
 {
     const std::string other = PathOf("other.db");
-    storage::Directory(storage::Site::create(other, "OTHER", "Elsewhere")).addUser("carol", "Carol Clark");
+    storage::Directory(storage::Site::Create(other, "OTHER", "Elsewhere")).AddUser("carol", "Carol Clark");
     const auto admin = Admin();
     ASSERT_CODE(admin->CreateProfile(Narrow("Far"), nullptr, 0, 0), S_OK);
     SetGlobal("Far", PR_PROFILE_SITE_FILE, other);

@@ -87,7 +87,7 @@ class ResolveName : public SiteTest
         EXPECT_EQ(list.Resolved(0), hr == S_OK) << name;
         return hr == S_OK ? list.Text(0, PR_EMAIL_ADDRESS_A) : CodeName(hr);
     }
-    std::string Dn(const char *alias) { return storage::Directory(OpenedSite()).userByAlias(alias)->dn; }
+    std::string Dn(const char *alias) { return storage::Directory(OpenedSite()).UserByAlias(alias)->dn; }
 
     ComPtr<IAddrBook> m_book;
 };
@@ -170,11 +170,11 @@ TEST_F(ResolveName, SeveralMatchesAreAmbiguous)
 
 TEST_F(ResolveName, AnExactMatchWinsOverAPartialOne)
 {
-    storage::Directory(OpenedSite()).addUser("al", "Albertine");
+    storage::Directory(OpenedSite()).AddUser("al", "Albertine");
     EXPECT_EQ(Resolved("al"), Dn("al"));
-    storage::Directory(OpenedSite()).addUser("a2", "Archer");
+    storage::Directory(OpenedSite()).AddUser("a2", "Archer");
     EXPECT_EQ(Resolved("archer"), Dn("a2"));
-    storage::Directory(OpenedSite()).addUser("a3", "Archer");
+    storage::Directory(OpenedSite()).AddUser("a3", "Archer");
     EXPECT_EQ(Resolved("archer"), "MAPI_E_AMBIGUOUS_RECIP");
     EXPECT_EQ(Resolved("a3"), Dn("a3"));
 }

@@ -52,8 +52,8 @@ class Session : public SiteTest
     {
         return m_session->OpenEntry(static_cast<ULONG>(bytes.size()), Entry(bytes), iid, flags, type, object.put());
     }
-    SiteUid Uid() { return OpenedSite().info().uid; }
-    storage::User User(const char *alias) { return *storage::Directory(OpenedSite()).userByAlias(alias); }
+    SiteUid Uid() { return OpenedSite().Info().uid; }
+    storage::User User(const char *alias) { return *storage::Directory(OpenedSite()).UserByAlias(alias); }
 
     ComPtr<IMAPISession> m_session;
 };
@@ -115,7 +115,7 @@ TEST_F(Session, AnotherUsersMailboxIsClosedButToServiceAccounts)
 
 TEST_F(Session, AnyEntryOpens)
 {
-    const storage::Mailbox mailbox = storage::Directory(OpenedSite()).mailbox(User("alice").mailbox);
+    const storage::Mailbox mailbox = storage::Directory(OpenedSite()).GetMailbox(User("alice").mailbox);
     ComPtr<IUnknown> object;
     ULONG type = 0;
     ASSERT_CODE(Open(MakeEntryId(Uid(), EntryKind::Folder, mailbox.inbox), MAPI_BEST_ACCESS, object, &type), S_OK);
@@ -138,7 +138,7 @@ TEST_F(Session, EntriesThatAreNotThereAreNotFound)
     EXPECT_CODE(Open(MakeEntryId(Uid(), EntryKind::MailUser, 999999), 0, object), MAPI_E_NOT_FOUND);
     EXPECT_CODE(Open({1, 2, 3}, 0, object), MAPI_E_INVALID_ENTRYID);
     EXPECT_CODE(Open(DefaultStore(), 0x1000, object), MAPI_E_UNKNOWN_FLAGS);
-    const storage::Mailbox albert = storage::Directory(OpenedSite()).mailbox(User("albert").mailbox);
+    const storage::Mailbox albert = storage::Directory(OpenedSite()).GetMailbox(User("albert").mailbox);
     EXPECT_CODE(Open(MakeEntryId(Uid(), EntryKind::Folder, albert.inbox), 0, object), MAPI_E_NO_ACCESS);
     EXPECT_FALSE(object);
 }

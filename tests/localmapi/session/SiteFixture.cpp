@@ -132,12 +132,12 @@ void SiteTest::SetUp()
     ASSERT_CODE(MAPIInitialize(nullptr), S_OK);
     if (!m_makeSite)
         return;
-    storage::Directory directory(storage::Site::create(m_file, "NORVIK1", "Norvik"));
-    directory.addUser("alice", "Alice Archer");
-    directory.addUser("albert", "Albert Archer", "bert@norvik.example");
-    directory.addUser("vm", "Voicemail Service", {}, true);
-    directory.addUser("zoe", "Zo\xC3\xAB \xCE\x91\xCE\xB8\xCE\xB7\xCE\xBD\xCE\xAC \xE6\x9D\xB1");
-    directory.addContact("Bob Baker", "bob@elsewhere.example");
+    storage::Directory directory(storage::Site::Create(m_file, "NORVIK1", "Norvik"));
+    directory.AddUser("alice", "Alice Archer");
+    directory.AddUser("albert", "Albert Archer", "bert@norvik.example");
+    directory.AddUser("vm", "Voicemail Service", {}, true);
+    directory.AddUser("zoe", "Zo\xC3\xAB \xCE\x91\xCE\xB8\xCE\xB7\xCE\xBD\xCE\xAC \xE6\x9D\xB1");
+    directory.AddContact("Bob Baker", "bob@elsewhere.example");
 }
 
 void SiteTest::TearDown()

@@ -70,7 +70,7 @@ class SiteTest : public testing::Test
     void TearDown() override;
 
     std::string PathOf(const std::string &name) const;
-    storage::Site OpenedSite() const { return storage::Site::open(m_file); }
+    storage::Site OpenedSite() const { return storage::Site::Open(m_file); }
     // A profile "Work" or of another name for a user, ready to log on with.
     void AddProfile(const std::string &name = "Work", const std::string &user = "alice", bool makeDefault = false);
     ComPtr<IMAPISession> LogOn(const std::string &profile = "Work");

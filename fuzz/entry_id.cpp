@@ -15,7 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     try {
         id = parse(data, size);
     } catch (const Failure &failure) {
-        Confirm(failure.code() == MAPI_E_INVALID_ENTRYID || failure.code() == MAPI_E_UNKNOWN_ENTRYID,
+        Confirm(failure.Code() == MAPI_E_INVALID_ENTRYID || failure.Code() == MAPI_E_UNKNOWN_ENTRYID,
                 "an entry ID is invalid or unknown");
         return 0;
     }

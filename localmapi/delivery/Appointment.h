@@ -22,6 +22,6 @@ struct Appointment {
 };
 
 // The message for a folder of this site; names that the site does not know yet are made.
-storage::MessageChanges compose(storage::Site site, const Appointment &appointment, const storage::User &owner);
+storage::MessageChanges Compose(storage::Site site, const Appointment &appointment, const storage::User &owner);
 
 } // namespace localmapi::delivery

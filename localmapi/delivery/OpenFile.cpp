@@ -5,7 +5,7 @@
 namespace localmapi::delivery
 {
 
-std::ifstream openFile(const std::filesystem::path &path)
+std::ifstream OpenFile(const std::filesystem::path &path)
 {
     std::error_code none;
     if (std::filesystem::is_directory(path, none))

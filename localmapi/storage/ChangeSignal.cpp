@@ -1,5 +1,5 @@
 #include "localmapi/storage/ChangeSignal.h"
-#include "localmapi/storage/Changes.h"
+#include "localmapi/storage/SystemSignal.h"
 #include <algorithm>
 #include <filesystem>
 #include <map>
@@ -20,17 +20,17 @@ struct ChangeSignal::Impl {
     std::map<std::string, Time> looked; // the files of which the system tells nothing, as they were
     bool again = false;                 // a change in the same tick of the clock as the last one can't be seen
 
-    static Time timeOf(const std::string &path)
+    static Time TimeOf(const std::string &path)
     {
         std::error_code ignored;
         return std::filesystem::last_write_time(std::u8string(path.begin(), path.end()), ignored);
     }
 
-    bool changed()
+    bool Changed()
     {
         bool any = std::exchange(again, false);
         for (auto &[path, time] : looked)
-            if (Time now = timeOf(path); now != time) {
+            if (Time now = TimeOf(path); now != time) {
                 time = now;
                 any = again = true;
             }
@@ -43,34 +43,34 @@ ChangeSignal::ChangeSignal() : m_impl(std::make_unique<Impl>())
 }
 ChangeSignal::~ChangeSignal() = default;
 
-bool ChangeSignal::listen(const std::set<std::string> &paths)
+bool ChangeSignal::Listen(const std::set<std::string> &paths)
 {
     std::map<std::string, Impl::Time> looked;
-    for (const std::string &path : m_impl->system.listen(paths))
-        looked[path] = Impl::timeOf(path);
+    for (const std::string &path : m_impl->system.Listen(paths))
+        looked[path] = Impl::TimeOf(path);
     m_impl->looked = std::move(looked);
     return m_impl->looked.empty();
 }
 
-void ChangeSignal::wait(std::chrono::milliseconds longest)
+void ChangeSignal::Wait(std::chrono::milliseconds longest)
 {
     if (m_impl->looked.empty()) {
-        m_impl->system.wait(longest);
+        m_impl->system.Wait(longest);
         return;
     }
     for (auto left = longest; left.count() > 0; left -= kLook)
-        if (m_impl->system.wait(std::min(left, kLook)) || m_impl->changed())
+        if (m_impl->system.Wait(std::min(left, kLook)) || m_impl->Changed())
             return;
 }
 
-void ChangeSignal::wake() noexcept
+void ChangeSignal::Wake() noexcept
 {
-    m_impl->system.wake();
+    m_impl->system.Wake();
 }
 
-void ChangeSignal::announce(const std::string &path) noexcept
+void ChangeSignal::Announce(const std::string &path) noexcept
 {
-    touch(path);
+    Touch(path);
 }
 
 } // namespace localmapi::storage

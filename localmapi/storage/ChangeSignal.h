@@ -1,5 +1,5 @@
-// What the system says of changes to files: a file of its own for each system. One thread listens and waits; any
-// thread may wake it.
+// A signal: tells those who listen, in this process and in others, that entries may have been written to one of several
+// sites. One thread waits; any thread may wake it.
 #pragma once
 #include <chrono>
 #include <memory>
@@ -9,26 +9,28 @@
 namespace localmapi::storage
 {
 
-class SystemSignal
+class ChangeSignal
 {
   public:
-    SystemSignal();
-    ~SystemSignal();
-    SystemSignal(const SystemSignal &) = delete;
-    SystemSignal &operator=(const SystemSignal &) = delete;
+    ChangeSignal();
+    ~ChangeSignal();
+    ChangeSignal(const ChangeSignal &) = delete;
+    ChangeSignal &operator=(const ChangeSignal &) = delete;
 
-    // From now on of exactly these files; gives back those of which the system tells nothing.
-    std::set<std::string> listen(const std::set<std::string> &paths);
-    // True when there may have been a change or somebody called wake(); false when the time is over.
-    bool wait(std::chrono::milliseconds longest);
-    void wake() noexcept;
+    // Listens for changes of exactly these files from now on. False where the system does not tell of every one of
+    // them: then it looks at their times every few milliseconds.
+    bool Listen(const std::set<std::string> &paths);
+    // Returns when a site may have changed, when somebody called Wake(), or after that time.
+    void Wait(std::chrono::milliseconds longest);
+    void Wake() noexcept;
+
+    // Tells everybody who listens, in every process, that a site has changed. Who was not reached finds the change when
+    // looking for it.
+    static void Announce(const std::string &path) noexcept;
 
   private:
     struct Impl;
     std::unique_ptr<Impl> m_impl;
 };
-
-// Sets the times of a file to now, so that those who listen are told.
-void touch(const std::string &path) noexcept;
 
 } // namespace localmapi::storage

@@ -1,3 +1,5 @@
+// The check of a site's file: SQLite's own, then rules over the rows, each a query that finds what breaks it and, for a
+// repair, a statement that mends it.
 #include "localmapi/storage/Check.h"
 #include "localmapi/storage/Database.h"
 #include "localmapi/storage/Properties.h"
@@ -79,67 +81,67 @@ constexpr Rule kRules[] = {
 
 static_assert(std::size(kRules) + 3 == kCheckSteps); // and the pages, the sizes, the references
 
-std::string sentence(const Rule &rule, const std::string &about)
+std::string Sentence(const Rule &rule, const std::string &about)
 {
     std::string text = rule.says;
     text.replace(text.find('%'), 1, about);
     return text;
 }
 
-void checkPages(Connection &connection, std::vector<Finding> &findings)
+void CheckPages(Connection &connection, std::vector<Finding> &findings)
 {
-    Statement rows = connection.prepare("PRAGMA integrity_check");
-    while (rows.step())
-        if (std::string text = rows.text(0); text != "ok")
+    Statement rows = connection.Prepare("PRAGMA integrity_check");
+    while (rows.Step())
+        if (std::string text = rows.Text(0); text != "ok")
             findings.push_back({"The file is damaged: " + text + ".", false});
 }
 
-void checkReferences(Connection &connection, std::vector<Finding> &findings)
+void CheckReferences(Connection &connection, std::vector<Finding> &findings)
 {
-    Statement rows = connection.prepare("SELECT \"table\", parent, count(*) FROM pragma_foreign_key_check "
+    Statement rows = connection.Prepare("SELECT \"table\", parent, count(*) FROM pragma_foreign_key_check "
                                         "GROUP BY \"table\", parent");
-    while (rows.step())
-        findings.push_back({"Rows of " + rows.text(0) + " that refer to a " + rows.text(1) +
-                                " which is not there: " + rows.text(2) + ".",
+    while (rows.Step())
+        findings.push_back({"Rows of " + rows.Text(0) + " that refer to a " + rows.Text(1) +
+                                " which is not there: " + rows.Text(2) + ".",
                             false});
 }
 
-void checkRules(Connection &connection, std::vector<Finding> &findings, bool repair,
+void CheckRules(Connection &connection, std::vector<Finding> &findings, bool repair,
                 const std::function<void()> &stepDone)
 {
     for (const Rule &rule : kRules) {
         std::size_t first = findings.size();
         {
-            Statement rows = connection.prepare(rule.finds);
-            while (rows.step())
-                findings.push_back({sentence(rule, rows.text(0)), repair && rule.repairs});
+            Statement rows = connection.Prepare(rule.finds);
+            while (rows.Step())
+                findings.push_back({Sentence(rule, rows.Text(0)), repair && rule.repairs});
         }
         if (repair && rule.repairs && findings.size() > first)
-            connection.execute(rule.repairs);
+            connection.Execute(rule.repairs);
         stepDone();
     }
 }
 
 // The size in a row is the sum of what the object holds; children come before their parents.
-void checkSizes(Connection &connection, std::vector<Finding> &findings, bool repair)
+void CheckSizes(Connection &connection, std::vector<Finding> &findings, bool repair)
 {
     std::vector<std::pair<ObjectId, std::int64_t>> wrong;
     {
-        Statement rows = connection.prepare("SELECT id, size FROM object WHERE kind IN (3, 4, 5) ORDER BY id DESC");
-        while (rows.step()) {
-            std::int64_t size = measure(connection, rows.integer(0));
-            if (size != rows.integer(1))
-                wrong.emplace_back(rows.integer(0), size);
+        Statement rows = connection.Prepare("SELECT id, size FROM object WHERE kind IN (3, 4, 5) ORDER BY id DESC");
+        while (rows.Step()) {
+            std::int64_t size = Measure(connection, rows.Integer(0));
+            if (size != rows.Integer(1))
+                wrong.emplace_back(rows.Integer(0), size);
         }
     }
     for (auto [id, size] : wrong) {
         findings.push_back({"Object " + std::to_string(id) + " has another size than it says.", repair});
         if (repair)
-            connection.prepare("UPDATE object SET size = ? WHERE id = ?").bind(measure(connection, id), id).run();
+            connection.Prepare("UPDATE object SET size = ? WHERE id = ?").Bind(Measure(connection, id), id).Run();
     }
 }
 
-void checkAll(Connection &connection, std::vector<Finding> &findings, bool repair,
+void CheckAll(Connection &connection, std::vector<Finding> &findings, bool repair,
               const std::function<void(std::uint64_t)> &progress)
 {
     std::uint64_t done = 0;
@@ -148,37 +150,37 @@ void checkAll(Connection &connection, std::vector<Finding> &findings, bool repai
         if (progress)
             progress(done);
     };
-    checkPages(connection, findings);
+    CheckPages(connection, findings);
     if (!findings.empty())
         return; // what a damaged file says about itself proves nothing
     stepDone();
-    checkRules(connection, findings, repair, stepDone);
-    checkSizes(connection, findings, repair);
+    CheckRules(connection, findings, repair, stepDone);
+    CheckSizes(connection, findings, repair);
     stepDone();
-    checkReferences(connection, findings);
+    CheckReferences(connection, findings);
     stepDone();
 }
 
 } // namespace
 
-std::vector<Finding> check(Site site, bool repair, const std::function<void(std::uint64_t)> &progress)
+std::vector<Finding> Check(Site site, bool repair, const std::function<void(std::uint64_t)> &progress)
 {
     std::vector<Finding> findings;
     try {
         if (repair) {
-            Writer writer(site.database());
-            checkAll(*writer, findings, true, progress);
+            Writer writer(site.GetDatabase());
+            CheckAll(*writer, findings, true, progress);
             if (!findings.empty()) { // counts and rows that were read before are no longer right
-                writer->execute("UPDATE facet SET change = change + 1");
-                writer.changes().everythingChanged();
+                writer->Execute("UPDATE facet SET change = change + 1");
+                writer.Entries().EverythingChanged();
             }
-            writer.commit();
+            writer.Commit();
         } else {
-            Reader reader(site.database());
-            checkAll(*reader, findings, false, progress);
+            Reader reader(site.GetDatabase());
+            CheckAll(*reader, findings, false, progress);
         }
     } catch (const Error &error) {
-        if (error.fault() != Fault::Corrupt)
+        if (error.GetFault() != Fault::Corrupt)
             throw;
         findings.push_back({error.what(), false});
     }

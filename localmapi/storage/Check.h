@@ -14,6 +14,6 @@ struct Finding {
 // Reads everything; writes only when told to repair, in one transaction. No findings: all is well. `progress` hears how
 // many of the steps are done.
 inline constexpr std::uint64_t kCheckSteps = 15;
-std::vector<Finding> check(Site site, bool repair, const std::function<void(std::uint64_t)> &progress = {});
+std::vector<Finding> Check(Site site, bool repair, const std::function<void(std::uint64_t)> &progress = {});
 
 } // namespace localmapi::storage

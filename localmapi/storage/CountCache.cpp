@@ -9,7 +9,7 @@ namespace
 constexpr std::size_t kMostEntries = 10000;
 }
 
-std::optional<std::uint64_t> CountCache::find(const std::string &key, ChangeNumber change)
+std::optional<std::uint64_t> CountCache::Find(const std::string &key, ChangeNumber change)
 {
     std::lock_guard lock(m_lock);
     auto found = m_entries.find(key);
@@ -18,7 +18,7 @@ std::optional<std::uint64_t> CountCache::find(const std::string &key, ChangeNumb
     return found->second.count;
 }
 
-void CountCache::store(const std::string &key, ChangeNumber change, std::uint64_t count)
+void CountCache::Store(const std::string &key, ChangeNumber change, std::uint64_t count)
 {
     std::lock_guard lock(m_lock);
     if (m_entries.size() >= kMostEntries)
@@ -26,14 +26,14 @@ void CountCache::store(const std::string &key, ChangeNumber change, std::uint64_
     m_entries.insert_or_assign(key, Entry{change, count});
 }
 
-std::string keyOf(const SqlText &sql)
+std::string KeyOf(const SqlText &sql)
 {
     std::string key = sql.text;
     auto append = [&](const auto &bytes) {
         key += std::to_string(bytes.size()) + ':';
         key.append(bytes.begin(), bytes.end());
     };
-    for (const Value &value : sql.values()) {
+    for (const Value &value : sql.Values()) {
         key += '\0';
         key += std::to_string(value.index()) + ':';
         if (auto text = std::get_if<std::string>(&value))

@@ -11,8 +11,8 @@ class CountCache
 {
   public:
     // `change` is the facet's; a count that was stored with another one is out of date.
-    std::optional<std::uint64_t> find(const std::string &key, ChangeNumber change);
-    void store(const std::string &key, ChangeNumber change, std::uint64_t count);
+    std::optional<std::uint64_t> Find(const std::string &key, ChangeNumber change);
+    void Store(const std::string &key, ChangeNumber change, std::uint64_t count);
 
   private:
     struct Entry {
@@ -24,6 +24,6 @@ class CountCache
 };
 
 // Tells statements with their parameters apart.
-std::string keyOf(const SqlText &sql);
+std::string KeyOf(const SqlText &sql);
 
 } // namespace localmapi::storage

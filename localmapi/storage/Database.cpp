@@ -1,7 +1,11 @@
+// The file, its idle connections, and the beginning and end of reading and writing. Writers of one process wait for
+// each other here; SQLite sees to those of others.
 #include "localmapi/storage/Database.h"
-#include "localmapi/storage/Changes.h"
+#include "localmapi/storage/ChangeSignal.h"
 #include "localmapi/storage/Codec.h"
+#include "localmapi/storage/Functions.h"
 #include "localmapi/storage/Schema.h"
+#include "localmapi/storage/Time.h"
 #include <chrono>
 #include <filesystem>
 #include <random>
@@ -14,44 +18,36 @@ namespace
 
 constexpr std::size_t kIdleConnections = 16;
 
-std::filesystem::path pathOf(const std::string &utf8)
+std::filesystem::path PathOf(const std::string &utf8)
 {
     return std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
 }
 
-bool isThere(const std::string &path)
+bool IsThere(const std::string &path)
 {
     std::error_code ignored;
-    return std::filesystem::exists(pathOf(path), ignored);
+    return std::filesystem::exists(PathOf(path), ignored);
 }
 
 // Every connection of a site is set up alike.
-void prepareForUse(Connection &connection)
+void PrepareForUse(Connection &connection)
 {
-    connection.execute(
+    connection.Execute(
         "PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON; PRAGMA cache_size = -16000; PRAGMA cell_size_check = ON;"
         "PRAGMA temp_store = MEMORY; PRAGMA wal_autocheckpoint = 4000;");
-    registerFunctions(connection.handle());
+    RegisterFunctions(connection.Handle());
 }
 
-void removeUnfinished(const std::string &path)
+void RemoveUnfinished(const std::string &path)
 {
     std::error_code ignored;
     for (const char *suffix : {"", "-wal", "-shm", "-journal"})
-        std::filesystem::remove(pathOf(path + suffix), ignored);
+        std::filesystem::remove(PathOf(path + suffix), ignored);
 }
 
 } // namespace
 
-std::int64_t currentTime()
-{
-    using Ticks = std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>;
-    constexpr std::int64_t kUnixEpoch = 116'444'736'000'000'000; // 1970 in ticks since 1601
-    auto now = std::chrono::system_clock::now().time_since_epoch();
-    return kUnixEpoch + std::chrono::duration_cast<Ticks>(now).count();
-}
-
-Guid newGuid()
+Guid NewGuid()
 {
     std::random_device source;
     Guid guid;
@@ -62,7 +58,7 @@ Guid newGuid()
     return guid;
 }
 
-std::shared_ptr<Database> Database::create(const std::string &path, const std::string &server,
+std::shared_ptr<Database> Database::Create(const std::string &path, const std::string &server,
                                            const std::string &organization, const OpenOptions &options)
 {
     if (server.empty() || organization.empty())
@@ -71,52 +67,52 @@ std::shared_ptr<Database> Database::create(const std::string &path, const std::s
     for (const std::string &name : {server, organization})
         if (name.find_first_of("/=") != name.npos)
             throw Error(Fault::Invalid, "'" + name + "' can't name a server or an organization: it holds '/' or '='.");
-    if (isThere(path))
+    if (IsThere(path))
         throw Error(Fault::Collision, "'" + path + "' is there already.");
     std::shared_ptr<Database> database(new Database(path, options));
     try {
         Connection connection(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, options.busyTimeoutMs);
-        connection.execute("PRAGMA page_size = 8192; PRAGMA synchronous = FULL");
+        connection.Execute("PRAGMA page_size = 8192; PRAGMA synchronous = FULL");
         {
             Transaction transaction(connection, Transaction::Kind::Write);
-            if (connection.integer("SELECT count(*) FROM sqlite_schema") != 0)
+            if (connection.Integer("SELECT count(*) FROM sqlite_schema") != 0)
                 throw Error(Fault::Collision, "'" + path + "' was made by somebody else just now.");
-            createSchema(connection);
-            Statement insert = connection.prepare("INSERT INTO site VALUES (1, ?, ?, ?, 1, 0)");
-            Guid uid = newGuid();
-            insert.bind(server, organization, uid).run();
-            transaction.commit();
+            CreateSchema(connection);
+            Statement insert = connection.Prepare("INSERT INTO site VALUES (1, ?, ?, ?, 1, 0)");
+            Guid uid = NewGuid();
+            insert.Bind(server, organization, uid).Run();
+            transaction.Commit();
         }
-        connection.execute("PRAGMA journal_mode = WAL");
+        connection.Execute("PRAGMA journal_mode = WAL");
     } catch (const Error &error) {
         // Somebody else's file, made in the same moment, stays.
-        if (error.fault() != Fault::Collision && error.fault() != Fault::Busy)
-            removeUnfinished(path);
+        if (error.GetFault() != Fault::Collision && error.GetFault() != Fault::Busy)
+            RemoveUnfinished(path);
         throw;
     }
-    return open(path, options);
+    return Open(path, options);
 }
 
-std::shared_ptr<Database> Database::open(const std::string &path, const OpenOptions &options)
+std::shared_ptr<Database> Database::Open(const std::string &path, const OpenOptions &options)
 {
-    if (!isThere(path))
+    if (!IsThere(path))
         throw Error(Fault::NotFound, "'" + path + "' is not there.");
     std::shared_ptr<Database> database(new Database(path, options));
-    database->admit();
+    database->Admit();
     return database;
 }
 
 // Looks before it touches anything: a file of another application stays as it is.
-void Database::admit()
+void Database::Admit()
 {
     auto connection = std::make_unique<Connection>(
         m_path, m_options.readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE, m_options.busyTimeoutMs);
     std::int64_t application = 0, version = 0;
     try {
-        application = connection->integer("PRAGMA application_id");
-        version = connection->integer("PRAGMA user_version");
+        application = connection->Integer("PRAGMA application_id");
+        version = connection->Integer("PRAGMA user_version");
     } catch (const Error &error) {
-        if (error.fault() != Fault::Corrupt)
+        if (error.GetFault() != Fault::Corrupt)
             throw;
     }
     if (application != kApplicationId)
@@ -126,28 +122,28 @@ void Database::admit()
                                        std::to_string(version) + ", this version knows up to " +
                                        std::to_string(kSchemaVersion) + ").");
     if (!m_options.readOnly) {
-        if (sqlite3_db_readonly(connection->handle(), "main") == 1)
+        if (sqlite3_db_readonly(connection->Handle(), "main") == 1)
             throw Error(Fault::NoAccess, "'" + m_path + "' can only be read.");
-        connection->execute("PRAGMA journal_mode = WAL");
-        upgradeSchema(*connection);
+        connection->Execute("PRAGMA journal_mode = WAL");
+        UpgradeSchema(*connection);
     } else if (version < kSchemaVersion) {
         throw Error(Fault::NoAccess, "'" + m_path + "' is of an older version and has to be opened for writing once.");
     }
-    prepareForUse(*connection);
-    if (connection->integer("SELECT count(*) FROM site") != 1)
+    PrepareForUse(*connection);
+    if (connection->Integer("SELECT count(*) FROM site") != 1)
         throw Error(Fault::Corrupt, "'" + m_path + "' (damaged): it does not say what site it is.");
-    giveBack(std::move(connection));
+    GiveBack(std::move(connection));
 }
 
-std::unique_ptr<Connection> Database::connect() const
+std::unique_ptr<Connection> Database::Connect() const
 {
     auto connection = std::make_unique<Connection>(
         m_path, m_options.readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE, m_options.busyTimeoutMs);
-    prepareForUse(*connection);
+    PrepareForUse(*connection);
     return connection;
 }
 
-std::unique_ptr<Connection> Database::take()
+std::unique_ptr<Connection> Database::Take()
 {
     {
         std::lock_guard lock(m_lock);
@@ -157,10 +153,10 @@ std::unique_ptr<Connection> Database::take()
             return connection;
         }
     }
-    return connect();
+    return Connect();
 }
 
-void Database::giveBack(std::unique_ptr<Connection> connection) noexcept
+void Database::GiveBack(std::unique_ptr<Connection> connection) noexcept
 {
     std::lock_guard lock(m_lock);
     if (m_idle.size() < kIdleConnections)
@@ -170,7 +166,7 @@ void Database::giveBack(std::unique_ptr<Connection> connection) noexcept
         }
 }
 
-Reader::Reader(Database &database, Where where) : m_database(database), m_connection(database.take())
+Reader::Reader(Database &database, Where where) : m_database(database), m_connection(database.Take())
 {
     m_transaction.emplace(*m_connection, Transaction::Kind::Read, where);
 }
@@ -178,37 +174,37 @@ Reader::Reader(Database &database, Where where) : m_database(database), m_connec
 Reader::~Reader()
 {
     m_transaction.reset();
-    m_database.giveBack(std::move(m_connection));
+    m_database.GiveBack(std::move(m_connection));
 }
 
 Writer::Writer(Database &database, Where where) : m_database(database), m_writing(database.m_writing)
 {
     if (database.m_options.readOnly)
         throw Error(Fault::NoAccess, "'" + database.m_path + "' was opened for reading only.");
-    m_connection = database.take();
+    m_connection = database.Take();
     m_transaction.emplace(*m_connection, Transaction::Kind::Write, where);
-    Statement site = m_connection->prepare("SELECT next_id, change FROM site");
-    if (!site.step())
+    Statement site = m_connection->Prepare("SELECT next_id, change FROM site");
+    if (!site.Step())
         throw Error(Fault::Corrupt, "'" + database.m_path + "' (damaged): it does not say what site it is.");
-    m_nextId = site.integer(0);
-    m_change = site.integer(1) + 1;
-    m_now = currentTime();
+    m_nextId = site.Integer(0);
+    m_change = site.Integer(1) + 1;
+    m_now = CurrentTime();
 }
 
 Writer::~Writer()
 {
     m_transaction.reset();
     if (m_connection)
-        m_database.giveBack(std::move(m_connection));
+        m_database.GiveBack(std::move(m_connection));
 }
 
-void Writer::commit()
+void Writer::Commit()
 {
-    bool announce = m_changes.settle(*m_connection, m_change, m_facets.settle(*m_connection, m_change));
-    m_connection->prepare("UPDATE site SET next_id = max(next_id, ?), change = ?").bind(m_nextId, m_change).run();
-    m_transaction->commit();
+    bool announce = m_entries.Settle(*m_connection, m_change, m_facets.Settle(*m_connection, m_change));
+    m_connection->Prepare("UPDATE site SET next_id = max(next_id, ?), change = ?").Bind(m_nextId, m_change).Run();
+    m_transaction->Commit();
     if (announce)
-        ChangeSignal::announce(m_database.path());
+        ChangeSignal::Announce(m_database.Path());
 }
 
 } // namespace localmapi::storage

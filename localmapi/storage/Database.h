@@ -1,7 +1,7 @@
 // The open file behind a Site: its connections, and the two ways to work with them.
 #pragma once
-#include "localmapi/storage/ChangeLedger.h"
 #include "localmapi/storage/CountCache.h"
+#include "localmapi/storage/EntryWriter.h"
 #include "localmapi/storage/Facets.h"
 #include "localmapi/storage/Site.h"
 #include "localmapi/storage/Sqlite.h"
@@ -13,21 +13,21 @@ namespace localmapi::storage
 class Database
 {
   public:
-    static std::shared_ptr<Database> create(const std::string &path, const std::string &server,
+    static std::shared_ptr<Database> Create(const std::string &path, const std::string &server,
                                             const std::string &organization, const OpenOptions &options);
-    static std::shared_ptr<Database> open(const std::string &path, const OpenOptions &options);
+    static std::shared_ptr<Database> Open(const std::string &path, const OpenOptions &options);
 
-    const std::string &path() const { return m_path; }
-    CountCache &counts() { return m_counts; }
+    const std::string &Path() const { return m_path; }
+    CountCache &Counts() { return m_counts; }
 
   private:
     friend class Reader;
     friend class Writer;
     Database(const std::string &path, const OpenOptions &options) : m_path(path), m_options(options) {}
-    std::unique_ptr<Connection> connect() const;
-    std::unique_ptr<Connection> take();
-    void giveBack(std::unique_ptr<Connection> connection) noexcept;
-    void admit();
+    std::unique_ptr<Connection> Connect() const;
+    std::unique_ptr<Connection> Take();
+    void GiveBack(std::unique_ptr<Connection> connection) noexcept;
+    void Admit();
 
     std::string m_path;
     OpenOptions m_options;
@@ -41,7 +41,7 @@ class Database
 class Reader
 {
   public:
-    explicit Reader(Database &database, Where where = Where::here());
+    explicit Reader(Database &database, Where where = Where::Here());
     ~Reader();
     Reader(const Reader &) = delete;
     Reader &operator=(const Reader &) = delete;
@@ -54,23 +54,23 @@ class Reader
     std::optional<Transaction> m_transaction;
 };
 
-// A write transaction, with the numbers it gives out. Nothing of it happened unless commit() returned.
+// A write transaction, with the numbers it gives out. Nothing of it happened unless Commit() returned.
 class Writer
 {
   public:
-    explicit Writer(Database &database, Where where = Where::here());
+    explicit Writer(Database &database, Where where = Where::Here());
     ~Writer();
     Writer(const Writer &) = delete;
     Writer &operator=(const Writer &) = delete;
     Connection *operator->() const { return m_connection.get(); }
     Connection &operator*() const { return *m_connection; }
 
-    std::int64_t newId() { return m_nextId++; }
-    ChangeNumber change() const { return m_change; } // of this transaction
-    std::int64_t now() const { return m_now; }       // the moment that its objects are written at
-    FacetLedger &facets() { return m_facets; }
-    ChangeLedger &changes() { return m_changes; }
-    void commit();
+    std::int64_t NewId() { return m_nextId++; }
+    ChangeNumber Change() const { return m_change; } // of this transaction
+    std::int64_t Now() const { return m_now; }       // the moment that its objects are written at
+    FacetWriter &Facets() { return m_facets; }
+    EntryWriter &Entries() { return m_entries; }
+    void Commit();
 
   private:
     Database &m_database;
@@ -80,10 +80,10 @@ class Writer
     std::int64_t m_nextId = 0;
     ChangeNumber m_change = 0;
     std::int64_t m_now = 0;
-    FacetLedger m_facets;
-    ChangeLedger m_changes;
+    FacetWriter m_facets;
+    EntryWriter m_entries;
 };
 
-Guid newGuid();
+Guid NewGuid();
 
 } // namespace localmapi::storage

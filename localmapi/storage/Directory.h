@@ -26,7 +26,7 @@ struct Contact {
 };
 
 // One '@' with something on either side, and no blanks.
-bool isSmtpAddress(std::string_view text);
+bool IsSmtpAddress(std::string_view text);
 
 class Directory
 {
@@ -35,23 +35,23 @@ class Directory
 
     // An empty SMTP address becomes alias@<organization>.example in lower case. Collision on a known alias or address,
     // Invalid for what is no alias or no address.
-    User addUser(const std::string &alias, const std::string &name, const std::string &smtp = {}, bool service = false);
-    Contact addContact(const std::string &name, const std::string &smtp);
+    User AddUser(const std::string &alias, const std::string &name, const std::string &smtp = {}, bool service = false);
+    Contact AddContact(const std::string &name, const std::string &smtp);
 
-    std::vector<User> users() const;       // by alias
-    std::vector<Contact> contacts() const; // by name
+    std::vector<User> Users() const;       // by alias
+    std::vector<Contact> Contacts() const; // by name
     // Aliases, distinguished names and addresses are compared without regard to case.
-    std::optional<User> userByAlias(const std::string &alias) const;
-    std::optional<User> userByDn(const std::string &dn) const;
-    std::optional<User> userBySmtp(const std::string &smtp) const;
-    std::optional<User> user(ObjectId id) const;
-    std::optional<Contact> contact(ObjectId id) const;
+    std::optional<User> UserByAlias(const std::string &alias) const;
+    std::optional<User> UserByDn(const std::string &dn) const;
+    std::optional<User> UserBySmtp(const std::string &smtp) const;
+    std::optional<User> GetUser(ObjectId id) const;
+    std::optional<Contact> GetContact(ObjectId id) const;
 
-    Mailbox mailbox(ObjectId mailbox) const; // NotFound
+    Mailbox GetMailbox(ObjectId mailbox) const; // NotFound
     // The mailbox that a folder, message, ... lies in; nothing for an object that lies in none.
-    std::optional<ObjectId> mailboxOf(ObjectId object) const;
+    std::optional<ObjectId> MailboxOf(ObjectId object) const;
     // The owner, and every service account.
-    bool mayOpen(ObjectId user, ObjectId mailbox) const;
+    bool MayOpen(ObjectId user, ObjectId mailbox) const;
 
   private:
     Site m_site;

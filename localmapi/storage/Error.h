@@ -23,13 +23,13 @@ enum class Fault {
     Failed      // anything else; the text tells
 };
 
-const char *faultName(Fault fault);
+const char *FaultName(Fault fault);
 
 class Error : public std::runtime_error
 {
   public:
     Error(Fault fault, const std::string &text) : std::runtime_error(text), m_fault(fault) {}
-    Fault fault() const noexcept { return m_fault; }
+    Fault GetFault() const noexcept { return m_fault; }
 
   private:
     Fault m_fault;

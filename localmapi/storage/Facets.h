@@ -14,7 +14,7 @@ struct FacetKey {
     std::optional<std::string> messageClass;
     std::optional<std::int32_t> importance;
     auto operator<=>(const FacetKey &) const = default;
-    PropertyBag bag() const; // under the tags that a facet answers for
+    PropertyBag Bag() const; // under the tags that a facet answers for
 };
 
 struct Facet {
@@ -24,11 +24,11 @@ struct Facet {
     ChangeNumber change = 0; // the last one to one of its messages
 };
 
-std::vector<Facet> facetsOf(Connection &connection, ObjectId container);
-std::pair<ObjectId, FacetKey> facetKey(Connection &connection, std::int64_t facet);
+std::vector<Facet> FacetsOf(Connection &connection, ObjectId container);
+std::pair<ObjectId, FacetKey> KeyOfFacet(Connection &connection, std::int64_t facet);
 
 // Whether the tag's value follows from a message's facet.
-bool isFacetTag(Tag tag);
+bool IsFacetTag(Tag tag);
 
 // What is left of a filter for the messages of one facet: true, false, or conditions on other properties.
 struct Residue {
@@ -36,20 +36,20 @@ struct Residue {
     bool never = false;
     Filter filter; // when neither
 };
-Residue residueFor(const Filter &filter, const PropertyBag &facet);
+Residue ResidueFor(const Filter &filter, const PropertyBag &facet);
 
 // Whether nothing is ever left of a filter.
-bool isDecidedByFacets(const Filter &filter);
+bool IsDecidedByFacets(const Filter &filter);
 
-// Collects the comings and goings of messages in a write transaction; settle() writes them.
-class FacetLedger
+// Collects the comings and goings of messages in a write transaction; Settle() writes them.
+class FacetWriter
 {
   public:
     // The facet of a message in `container`, made if need be.
-    std::int64_t enter(Connection &connection, ObjectId container, const FacetKey &key, std::int64_t messages = 1);
-    void leave(std::int64_t facet, std::int64_t messages = 1) { m_deltas[facet] -= messages; }
+    std::int64_t Enter(Connection &connection, ObjectId container, const FacetKey &key, std::int64_t messages = 1);
+    void Leave(std::int64_t facet, std::int64_t messages = 1) { m_deltas[facet] -= messages; }
     // The containers of the facets that were written.
-    std::set<ObjectId> settle(Connection &connection, ChangeNumber change);
+    std::set<ObjectId> Settle(Connection &connection, ChangeNumber change);
 
   private:
     std::map<std::pair<ObjectId, FacetKey>, std::int64_t> m_known;

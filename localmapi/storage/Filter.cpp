@@ -1,6 +1,8 @@
+// Filters evaluated in memory, with the meaning that the ones in SQL have.
 #include "localmapi/storage/Filter.h"
 #include "localmapi/storage/Codec.h"
 #include "localmapi/storage/Error.h"
+#include "localmapi/storage/FilterMatch.h"
 #include "localmapi/storage/Text.h"
 #include <algorithm>
 #include <cctype>
@@ -9,7 +11,7 @@
 namespace localmapi::storage
 {
 
-Filter Filter::all(std::vector<Filter> children)
+Filter Filter::All(std::vector<Filter> children)
 {
     Filter filter;
     filter.node = Node::And;
@@ -17,7 +19,7 @@ Filter Filter::all(std::vector<Filter> children)
     return filter;
 }
 
-Filter Filter::any(std::vector<Filter> children)
+Filter Filter::Any(std::vector<Filter> children)
 {
     Filter filter;
     filter.node = Node::Or;
@@ -28,7 +30,7 @@ Filter Filter::any(std::vector<Filter> children)
 namespace
 {
 
-Filter withChild(Filter::Node node, Filter child)
+Filter WithChild(Filter::Node node, Filter child)
 {
     Filter filter;
     filter.node = node;
@@ -36,7 +38,7 @@ Filter withChild(Filter::Node node, Filter child)
     return filter;
 }
 
-Filter onTag(Filter::Node node, Tag tag)
+Filter OnTag(Filter::Node node, Tag tag)
 {
     Filter filter;
     filter.node = node;
@@ -46,53 +48,53 @@ Filter onTag(Filter::Node node, Tag tag)
 
 } // namespace
 
-Filter Filter::negate(Filter child)
+Filter Filter::Negate(Filter child)
 {
-    return withChild(Node::Not, std::move(child));
+    return WithChild(Node::Not, std::move(child));
 }
 
-Filter Filter::anyRecipient(Filter child)
+Filter Filter::AnyRecipient(Filter child)
 {
-    return withChild(Node::AnyRecipient, std::move(child));
+    return WithChild(Node::AnyRecipient, std::move(child));
 }
 
-Filter Filter::anyAttachment(Filter child)
+Filter Filter::AnyAttachment(Filter child)
 {
-    return withChild(Node::AnyAttachment, std::move(child));
+    return WithChild(Node::AnyAttachment, std::move(child));
 }
 
-Filter Filter::exists(Tag tag)
+Filter Filter::Exists(Tag tag)
 {
-    return onTag(Node::Exists, tag);
+    return OnTag(Node::Exists, tag);
 }
 
-Filter Filter::compare(Tag tag, Relation relation, Value value)
+Filter Filter::Compare(Tag tag, Relation relation, Value value)
 {
-    if (!fits(tag & ~Tag{kMultiple}, value))
+    if (!Fits(tag & ~Tag{kMultiple}, value))
         throw Error(Fault::Invalid, "A filter compares a property with a value of another type.");
-    Filter filter = onTag(Node::Compare, tag);
+    Filter filter = OnTag(Node::Compare, tag);
     filter.relation = relation;
     filter.value = std::move(value);
     return filter;
 }
 
-Filter Filter::compareProperties(Tag tag, Relation relation, Tag otherTag)
+Filter Filter::CompareProperties(Tag tag, Relation relation, Tag otherTag)
 {
     if (((tag ^ otherTag) & 0xFFFF) != 0)
         throw Error(Fault::Invalid, "A filter compares two properties of different types.");
-    Filter filter = onTag(Node::CompareProperties, tag);
+    Filter filter = OnTag(Node::CompareProperties, tag);
     filter.relation = relation;
     filter.otherTag = otherTag;
     return filter;
 }
 
-Filter Filter::content(Tag tag, Match match, Value value, bool ignoreCase, bool ignoreNonSpace)
+Filter Filter::Content(Tag tag, Match match, Value value, bool ignoreCase, bool ignoreNonSpace)
 {
-    bool text = tagType(tag) == Type::Text && std::holds_alternative<std::string>(value);
-    bool binary = tagType(tag) == Type::Binary && std::holds_alternative<Bytes>(value);
+    bool text = TagType(tag) == Type::Text && std::holds_alternative<std::string>(value);
+    bool binary = TagType(tag) == Type::Binary && std::holds_alternative<Bytes>(value);
     if (!text && !binary)
         throw Error(Fault::Invalid, "A filter looks for content in a property that is neither text nor binary.");
-    Filter filter = onTag(Node::Content, tag);
+    Filter filter = OnTag(Node::Content, tag);
     filter.match = match;
     filter.value = std::move(value);
     filter.ignoreCase = text && ignoreCase;
@@ -100,19 +102,19 @@ Filter Filter::content(Tag tag, Match match, Value value, bool ignoreCase, bool 
     return filter;
 }
 
-Filter Filter::bits(Tag tag, std::uint32_t mask, bool zero)
+Filter Filter::Bits(Tag tag, std::uint32_t mask, bool zero)
 {
-    if (tagType(tag) != Type::Int32 || isMultiple(tag))
+    if (TagType(tag) != Type::Int32 || IsMultiple(tag))
         throw Error(Fault::Invalid, "A filter looks for bits in a property that is no 32-bit number.");
-    Filter filter = onTag(Node::Bits, tag);
+    Filter filter = OnTag(Node::Bits, tag);
     filter.mask = mask;
     filter.zero = zero;
     return filter;
 }
 
-Filter Filter::byteSize(Tag tag, Relation relation, std::uint64_t size, bool wide)
+Filter Filter::ByteSize(Tag tag, Relation relation, std::uint64_t size, bool wide)
 {
-    Filter filter = onTag(Node::Size, tag);
+    Filter filter = OnTag(Node::Size, tag);
     filter.relation = relation;
     filter.size = size;
     filter.wide = wide;
@@ -122,60 +124,60 @@ Filter Filter::byteSize(Tag tag, Relation relation, std::uint64_t size, bool wid
 namespace
 {
 
-template <class T> int order(const T &left, const T &right)
+template <class T> int Order(const T &left, const T &right)
 {
     return left < right ? -1 : right < left ? 1 : 0;
 }
-int orderOf(double left, double right) // a value that is no number comes last, and equals itself
+int OrderOf(double left, double right) // a value that is no number comes last, and equals itself
 {
     if (std::isnan(left) || std::isnan(right))
         return std::isnan(left) - std::isnan(right);
-    return order(left, right);
+    return Order(left, right);
 }
-int orderOf(float left, float right)
+int OrderOf(float left, float right)
 {
-    return orderOf(double{left}, double{right});
+    return OrderOf(double{left}, double{right});
 }
-int orderOf(const std::string &left, const std::string &right)
+int OrderOf(const std::string &left, const std::string &right)
 {
-    return compareText(left, right);
+    return CompareText(left, right);
 }
-int orderOf(const Bytes &left, const Bytes &right)
+int OrderOf(const Bytes &left, const Bytes &right)
 {
-    return order(left, right);
+    return Order(left, right);
 }
-template <class T> int orderOf(const T &left, const T &right)
+template <class T> int OrderOf(const T &left, const T &right)
 {
-    return order(left, right);
+    return Order(left, right);
 }
-template <class T> int orderOf(const std::vector<T> &left, const std::vector<T> &right)
+template <class T> int OrderOf(const std::vector<T> &left, const std::vector<T> &right)
 {
     for (std::size_t i = 0; i < left.size() && i < right.size(); ++i)
-        if (int one = orderOf(left[i], right[i]))
+        if (int one = OrderOf(left[i], right[i]))
             return one;
-    return order(left.size(), right.size());
+    return Order(left.size(), right.size());
 }
 
 } // namespace
 
-int compareValues(const Value &left, const Value &right)
+int CompareValues(const Value &left, const Value &right)
 {
     if (left.index() != right.index()) // only absence may differ within one tag
-        return isAbsent(left) ? -1 : isAbsent(right) ? 1 : order(left.index(), right.index());
+        return IsAbsent(left) ? -1 : IsAbsent(right) ? 1 : Order(left.index(), right.index());
     return std::visit(
         [&](const auto &held) {
             using Held = std::decay_t<decltype(held)>;
             if constexpr (std::is_same_v<Held, std::monostate> || std::is_same_v<Held, SpoolPtr>)
                 return 0;
             else if constexpr (std::is_same_v<Held, StoredStream>)
-                return order(held.id, std::get<Held>(right).id);
+                return Order(held.id, std::get<Held>(right).id);
             else
-                return orderOf(held, std::get<Held>(right));
+                return OrderOf(held, std::get<Held>(right));
         },
         left);
 }
 
-bool related(int order, Relation relation)
+bool Related(int order, Relation relation)
 {
     switch (relation) {
     case Relation::Less:
@@ -194,7 +196,7 @@ bool related(int order, Relation relation)
     return false;
 }
 
-bool contains(std::string_view value, std::string_view pattern, Filter::Match match)
+bool Contains(std::string_view value, std::string_view pattern, Filter::Match match)
 {
     switch (match) {
     case Filter::Match::Whole:
@@ -215,9 +217,9 @@ bool contains(std::string_view value, std::string_view pattern, Filter::Match ma
     return false;
 }
 
-std::string folded(const Filter &filter, std::string_view text)
+std::string Folded(const Filter &filter, std::string_view text)
 {
-    return filter.ignoreCase || filter.ignoreNonSpace ? foldText(text, filter.ignoreCase, filter.ignoreNonSpace)
+    return filter.ignoreCase || filter.ignoreNonSpace ? FoldText(text, filter.ignoreCase, filter.ignoreNonSpace)
                                                       : std::string(text);
 }
 
@@ -225,7 +227,7 @@ namespace
 {
 
 // Calls `test` with each single value of `held` as a Value; true if it is for one of them.
-template <class Test> bool anyValue(const Value &held, Test test)
+template <class Test> bool AnyValue(const Value &held, Test test)
 {
     return std::visit(
         [&](const auto &value) {
@@ -239,7 +241,7 @@ template <class Test> bool anyValue(const Value &held, Test test)
         held);
 }
 
-std::string_view rawBytes(const Value &value)
+std::string_view RawBytes(const Value &value)
 {
     if (auto text = std::get_if<std::string>(&value))
         return *text;
@@ -248,39 +250,39 @@ std::string_view rawBytes(const Value &value)
     return {};
 }
 
-std::uint64_t sizeFor(const Filter &filter, const Value &value)
+std::uint64_t SizeFor(const Filter &filter, const Value &value)
 {
-    if (!filter.wide || tagType(filter.tag) != Type::Text)
-        return byteSize(value);
+    if (!filter.wide || TagType(filter.tag) != Type::Text)
+        return ByteSize(value);
     std::uint64_t sum = 0;
-    anyValue(value, [&](const Value &one) {
-        sum += utf16Size(rawBytes(one));
+    AnyValue(value, [&](const Value &one) {
+        sum += Utf16Size(RawBytes(one));
         return false;
     });
     return sum;
 }
 
-bool leafMatches(const Filter &filter, const PropertyBag &row)
+bool LeafMatches(const Filter &filter, const PropertyBag &row)
 {
     static const Value kAbsent;
-    const Value *found = row.find(filter.tag);
+    const Value *found = row.Find(filter.tag);
     const Value &value = found ? *found : kAbsent;
     switch (filter.node) {
     case Filter::Node::Exists:
         return found != nullptr;
     case Filter::Node::Compare:
         if (!found)
-            return related(-1, filter.relation);
-        return anyValue(value,
-                        [&](const Value &one) { return related(compareValues(one, filter.value), filter.relation); });
+            return Related(-1, filter.relation);
+        return AnyValue(value,
+                        [&](const Value &one) { return Related(CompareValues(one, filter.value), filter.relation); });
     case Filter::Node::CompareProperties: {
-        const Value *other = row.find(filter.otherTag);
-        return related(compareValues(value, other ? *other : kAbsent), filter.relation);
+        const Value *other = row.Find(filter.otherTag);
+        return Related(CompareValues(value, other ? *other : kAbsent), filter.relation);
     }
     case Filter::Node::Content: {
-        std::string pattern = folded(filter, rawBytes(filter.value));
-        return found && anyValue(value, [&](const Value &one) {
-                   return contains(folded(filter, rawBytes(one)), pattern, filter.match);
+        std::string pattern = Folded(filter, RawBytes(filter.value));
+        return found && AnyValue(value, [&](const Value &one) {
+                   return Contains(Folded(filter, RawBytes(one)), pattern, filter.match);
                });
     }
     case Filter::Node::Bits: {
@@ -288,7 +290,7 @@ bool leafMatches(const Filter &filter, const PropertyBag &row)
         return bits && ((static_cast<std::uint32_t>(*bits) & filter.mask) == 0) == filter.zero;
     }
     case Filter::Node::Size:
-        return related(found ? order(sizeFor(filter, value), filter.size) : -1, filter.relation);
+        return Related(found ? Order(SizeFor(filter, value), filter.size) : -1, filter.relation);
     default:
         return false;
     }
@@ -296,9 +298,9 @@ bool leafMatches(const Filter &filter, const PropertyBag &row)
 
 } // namespace
 
-bool matches(const Filter &filter, const PropertyBag &row)
+bool Matches(const Filter &filter, const PropertyBag &row)
 {
-    auto child = [&](const Filter &one) { return matches(one, row); };
+    auto child = [&](const Filter &one) { return Matches(one, row); };
     switch (filter.node) {
     case Filter::Node::And:
         return std::all_of(filter.children.begin(), filter.children.end(), child);
@@ -307,7 +309,7 @@ bool matches(const Filter &filter, const PropertyBag &row)
     case Filter::Node::Not:
         return !child(filter.children.at(0));
     default:
-        return leafMatches(filter, row);
+        return LeafMatches(filter, row);
     }
 }
 

@@ -45,24 +45,24 @@ struct Filter {
     std::uint64_t size = 0;
     bool wide = false;
 
-    static Filter all(std::vector<Filter> children);
-    static Filter any(std::vector<Filter> children);
-    static Filter negate(Filter child);
-    static Filter exists(Tag tag);
-    static Filter compare(Tag tag, Relation relation, Value value);
-    static Filter compareProperties(Tag tag, Relation relation, Tag otherTag);
-    static Filter content(Tag tag, Match match, Value value, bool ignoreCase = false, bool ignoreNonSpace = false);
-    static Filter bits(Tag tag, std::uint32_t mask, bool zero);
-    static Filter byteSize(Tag tag, Relation relation, std::uint64_t size, bool wide = false);
-    static Filter anyRecipient(Filter child);
-    static Filter anyAttachment(Filter child);
+    static Filter All(std::vector<Filter> children);
+    static Filter Any(std::vector<Filter> children);
+    static Filter Negate(Filter child);
+    static Filter Exists(Tag tag);
+    static Filter Compare(Tag tag, Relation relation, Value value);
+    static Filter CompareProperties(Tag tag, Relation relation, Tag otherTag);
+    static Filter Content(Tag tag, Match match, Value value, bool ignoreCase = false, bool ignoreNonSpace = false);
+    static Filter Bits(Tag tag, std::uint32_t mask, bool zero);
+    static Filter ByteSize(Tag tag, Relation relation, std::uint64_t size, bool wide = false);
+    static Filter AnyRecipient(Filter child);
+    static Filter AnyAttachment(Filter child);
 };
 
 // The order of two values of one tag: negative, zero or positive; absent comes first, text in text order.
-int compareValues(const Value &left, const Value &right);
+int CompareValues(const Value &left, const Value &right);
 
 // Whether a bag satisfies a filter, for rows that are not in a file (AnyRecipient and AnyAttachment are false).
-bool matches(const Filter &filter, const PropertyBag &row);
+bool Matches(const Filter &filter, const PropertyBag &row);
 
 struct SortKey {
     Tag tag;

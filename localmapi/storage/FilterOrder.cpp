@@ -1,4 +1,5 @@
 #include "localmapi/storage/FilterOrder.h"
+#include "localmapi/storage/FilterMatch.h"
 #include "localmapi/storage/Properties.h"
 #include <algorithm>
 #include <tuple>
@@ -10,12 +11,12 @@ namespace
 {
 
 // How many properties are looked for to decide a filter; what lies in an object's own row is at hand.
-int lookupsOf(const Filter &filter, ObjectKind kind)
+int LookupsOf(const Filter &filter, ObjectKind kind)
 {
-    const auto lookup = [&](Tag tag) { return isColumn(kind, tag) ? 0 : 1; };
+    const auto lookup = [&](Tag tag) { return IsColumn(kind, tag) ? 0 : 1; };
     int sum = 0;
     for (const Filter &child : filter.children)
-        sum += lookupsOf(child, kind);
+        sum += LookupsOf(child, kind);
     switch (filter.node) {
     case Filter::Node::And:
     case Filter::Node::Or:
@@ -32,9 +33,9 @@ int lookupsOf(const Filter &filter, ObjectKind kind)
 }
 
 // Whether an object that lacks the property satisfies the filter: then many do.
-bool isLax(const Filter &filter)
+bool IsLax(const Filter &filter)
 {
-    return filter.node == Filter::Node::Compare && related(-1, filter.relation);
+    return filter.node == Filter::Node::Compare && Related(-1, filter.relation);
 }
 
 struct Part {
@@ -45,12 +46,12 @@ struct Part {
 
 } // namespace
 
-std::vector<const Filter *> inOrderOfCost(const Filter &list, ObjectKind kind)
+std::vector<const Filter *> InOrderOfCost(const Filter &list, ObjectKind kind)
 {
     const bool isAnd = list.node == Filter::Node::And;
     std::vector<Part> parts;
     for (const Filter &child : list.children)
-        parts.push_back({lookupsOf(child, kind), isLax(child) == isAnd, &child});
+        parts.push_back({LookupsOf(child, kind), IsLax(child) == isAnd, &child});
     std::stable_sort(parts.begin(), parts.end(), [](const Part &left, const Part &right) {
         return std::tie(left.lookups, left.indecisive) < std::tie(right.lookups, right.indecisive);
     });

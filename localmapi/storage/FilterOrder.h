@@ -8,6 +8,6 @@ namespace localmapi::storage
 
 // The children of And or Or for rows of a kind. The answer is in most cases known before the last of them: what looks
 // for most comes last, and of two alike the one that is less likely to decide.
-std::vector<const Filter *> inOrderOfCost(const Filter &list, ObjectKind kind);
+std::vector<const Filter *> InOrderOfCost(const Filter &list, ObjectKind kind);
 
 } // namespace localmapi::storage

@@ -1,5 +1,8 @@
+// A filter as an SQL condition with parameters. What SQLite can not say itself calls the functions of Functions.cpp.
 #include "localmapi/storage/FilterSql.h"
+#include "localmapi/storage/FilterMatch.h"
 #include "localmapi/storage/FilterOrder.h"
+#include "localmapi/storage/Functions.h"
 #include "localmapi/storage/Properties.h"
 #include <span>
 
@@ -7,16 +10,16 @@ namespace localmapi::storage
 {
 
 Query::Query(Connection &connection, const SqlText &sql)
-    : m_values(sql.values()), m_statement(connection.prepare(sql.text))
+    : m_values(sql.Values()), m_statement(connection.Prepare(sql.text))
 {
     m_encoded.reserve(m_values.size());
     for (const Value &value : m_values) {
         m_encoded.emplace_back(value);
-        m_encoded.back().bind(m_statement, static_cast<int>(m_encoded.size()));
+        m_encoded.back().Bind(m_statement, static_cast<int>(m_encoded.size()));
     }
 }
 
-ObjectKind rowKind(Container::Kind kind)
+ObjectKind RowKind(Container::Kind kind)
 {
     switch (kind) {
     case Container::Kind::Contents:
@@ -35,18 +38,18 @@ ObjectKind rowKind(Container::Kind kind)
     return ObjectKind::Message;
 }
 
-SqlText fromContainer(const Container &container)
+SqlText FromContainer(const Container &container)
 {
     SqlText sql;
     auto childrenOfKind = [&](ObjectKind kind) {
         sql += "FROM object o WHERE o.parent = ";
-        sql.parameter(container.of);
+        sql.Parameter(container.of);
         sql += " AND o.kind = " + std::to_string(static_cast<int>(kind));
     };
     switch (container.kind) {
     case Container::Kind::FoldersDeep:
         sql += "FROM (WITH RECURSIVE sub (id, depth) AS (SELECT id, 1 FROM object WHERE parent = ";
-        sql.parameter(container.of);
+        sql.Parameter(container.of);
         sql += " AND kind = 2 UNION ALL SELECT c.id, sub.depth + 1 FROM sub JOIN object c ON c.parent = sub.id "
                "AND c.kind = 2) SELECT id, depth FROM sub) d JOIN object o ON o.id = d.id WHERE 1";
         break;
@@ -54,7 +57,7 @@ SqlText fromContainer(const Container &container)
         sql += "FROM object o WHERE o.parent IS NULL AND o.kind IN (6, 7)";
         break;
     default:
-        childrenOfKind(rowKind(container.kind));
+        childrenOfKind(RowKind(container.kind));
     }
     return sql;
 }
@@ -62,22 +65,22 @@ SqlText fromContainer(const Container &container)
 namespace
 {
 
-std::string facetColumn(const std::string &alias, const char *column)
+std::string FacetColumn(const std::string &alias, const char *column)
 {
     return std::string("(SELECT ") + column + " FROM facet WHERE id = " + alias + ".facet)";
 }
 
-std::string sumOfFacets(const std::string &alias, const char *condition)
+std::string SumOfFacets(const std::string &alias, const char *condition)
 {
     return "(SELECT IFNULL(sum(count), 0) FROM facet WHERE container = " + alias + ".id AND " + condition + ")";
 }
 
-std::string timeColumn(const std::string &column)
+std::string TimeColumn(const std::string &column)
 {
     return "NULLIF(" + column + ", -9223372036854775808)";
 }
 
-std::string commonColumn(Tag tag, const std::string &alias)
+std::string CommonColumn(Tag tag, const std::string &alias)
 {
     switch (tag) {
     case kObjectId:
@@ -95,21 +98,21 @@ std::string commonColumn(Tag tag, const std::string &alias)
     }
 }
 
-std::string messageColumn(Tag tag, const std::string &alias)
+std::string MessageColumn(Tag tag, const std::string &alias)
 {
     switch (tag) {
     case kMessageClass:
-        return facetColumn(alias, "class");
+        return FacetColumn(alias, "class");
     case kImportance:
-        return facetColumn(alias, "importance");
+        return FacetColumn(alias, "importance");
     case kMessageFlags:
-        return facetColumn(alias, "flags");
+        return FacetColumn(alias, "flags");
     case kHasAttachments:
-        return "(" + facetColumn(alias, "flags") + " & 16 <> 0)";
+        return "(" + FacetColumn(alias, "flags") + " & 16 <> 0)";
     case kClientSubmitTime:
-        return timeColumn(alias + ".submitted");
+        return TimeColumn(alias + ".submitted");
     case kMessageDeliveryTime:
-        return timeColumn(alias + ".delivered");
+        return TimeColumn(alias + ".delivered");
     case kMessageSize:
         return "min(" + alias + ".size, 2147483647)";
     default:
@@ -117,16 +120,16 @@ std::string messageColumn(Tag tag, const std::string &alias)
     }
 }
 
-std::string folderColumn(Tag tag, Container::Kind kind, const std::string &alias)
+std::string FolderColumn(Tag tag, Container::Kind kind, const std::string &alias)
 {
     std::string folders = "FROM object WHERE parent = " + alias + ".id AND kind = 2)";
     switch (tag) {
     case kContentCount:
-        return sumOfFacets(alias, "flags & 64 = 0");
+        return SumOfFacets(alias, "flags & 64 = 0");
     case kContentUnread:
-        return sumOfFacets(alias, "flags & 65 = 0");
+        return SumOfFacets(alias, "flags & 65 = 0");
     case kAssociatedCount:
-        return sumOfFacets(alias, "flags & 64 <> 0");
+        return SumOfFacets(alias, "flags & 64 <> 0");
     case kSubfolders:
         return "EXISTS (SELECT 1 " + folders;
     case kFolderChildCount:
@@ -139,17 +142,17 @@ std::string folderColumn(Tag tag, Container::Kind kind, const std::string &alias
 }
 
 // The expression of a tag that is a column of the container's rows; empty for others.
-std::string columnOf(Tag tag, Container::Kind kind, const std::string &alias)
+std::string ColumnOf(Tag tag, Container::Kind kind, const std::string &alias)
 {
-    if (std::string common = commonColumn(tag, alias); !common.empty())
+    if (std::string common = CommonColumn(tag, alias); !common.empty())
         return common;
     switch (kind) {
     case Container::Kind::Contents:
     case Container::Kind::Associated:
-        return messageColumn(tag, alias);
+        return MessageColumn(tag, alias);
     case Container::Kind::Folders:
     case Container::Kind::FoldersDeep:
-        return folderColumn(tag, kind, alias);
+        return FolderColumn(tag, kind, alias);
     case Container::Kind::Attachments:
         return tag == kAttachNumber ? alias + ".number"
                : tag == kAttachSize ? "min(" + alias + ".size, 2147483647)"
@@ -161,18 +164,18 @@ std::string columnOf(Tag tag, Container::Kind kind, const std::string &alias)
     }
 }
 
-std::string ofProperty(const std::string &what, Tag tag, const std::string &alias)
+std::string OfProperty(const std::string &what, Tag tag, const std::string &alias)
 {
     return "(SELECT " + what + " FROM property WHERE object = " + alias + ".id AND tag = " + std::to_string(tag) + ")";
 }
 
-bool mayBeStream(Tag tag)
+bool MayBeStream(Tag tag)
 {
-    return !isMultiple(tag) &&
-           (tagType(tag) == Type::Text || tagType(tag) == Type::Binary || tagType(tag) == Type::Object);
+    return !IsMultiple(tag) &&
+           (TagType(tag) == Type::Text || TagType(tag) == Type::Binary || TagType(tag) == Type::Object);
 }
 
-const char *relationText(Relation relation)
+const char *RelationText(Relation relation)
 {
     switch (relation) {
     case Relation::Less:
@@ -192,50 +195,50 @@ const char *relationText(Relation relation)
 }
 
 // Whether a value that is less than every other one satisfies the relation.
-bool lessSatisfies(Relation relation)
+bool LessSatisfies(Relation relation)
 {
-    return related(-1, relation);
+    return Related(-1, relation);
 }
 
-std::string orElse(const std::string &expression, bool whenNull)
+std::string OrElse(const std::string &expression, bool whenNull)
 {
     return "IFNULL(" + expression + ", " + (whenNull ? "1" : "0") + ")";
 }
 
 } // namespace
 
-std::string valueOf(Tag tag, Container::Kind kind, const std::string &alias)
+std::string ValueOf(Tag tag, Container::Kind kind, const std::string &alias)
 {
-    if (std::string column = columnOf(tag, kind, alias); !column.empty())
+    if (std::string column = ColumnOf(tag, kind, alias); !column.empty())
         return column;
-    return ofProperty(mayBeStream(tag) ? "IFNULL(value, stream_value(object, tag))" : "value", tag, alias);
+    return OfProperty(MayBeStream(tag) ? "IFNULL(value, stream_value(object, tag))" : "value", tag, alias);
 }
 
-std::string orderOf(Tag tag, const std::string &expression)
+std::string OrderOf(Tag tag, const std::string &expression)
 {
-    const char *collation = collationOf(tag);
+    const char *collation = CollationOf(tag);
     if (!collation)
         return expression;
-    return (isMultiple(tag) ? "CAST(" + expression + " AS TEXT)" : expression) + " COLLATE " + collation;
+    return (IsMultiple(tag) ? "CAST(" + expression + " AS TEXT)" : expression) + " COLLATE " + collation;
 }
 
-std::string relationOf(Tag tag, const std::string &left, Relation relation, const std::string &right)
+std::string RelationOf(Tag tag, const std::string &left, Relation relation, const std::string &right)
 {
     // Only equal text is equal, so that the order of text need not be asked.
     bool equality = relation == Relation::Equal || relation == Relation::NotEqual;
-    if (equality && !isMultiple(tag))
-        return "(" + left + " " + relationText(relation) + " " + right + ")";
-    std::string other = isMultiple(tag) ? "CAST(" + right + " AS TEXT)" : right;
-    return "(" + orderOf(tag, left) + " " + relationText(relation) + " " + other + ")";
+    if (equality && !IsMultiple(tag))
+        return "(" + left + " " + RelationText(relation) + " " + right + ")";
+    std::string other = IsMultiple(tag) ? "CAST(" + right + " AS TEXT)" : right;
+    return "(" + OrderOf(tag, left) + " " + RelationText(relation) + " " + other + ")";
 }
 
-SqlText relationWith(Tag tag, const std::string &left, Relation relation, const Value &right, bool whenNull)
+SqlText RelationWith(Tag tag, const std::string &left, Relation relation, const Value &right, bool whenNull)
 {
-    std::string text = relationOf(tag, left, relation, "?");
+    std::string text = RelationOf(tag, left, relation, "?");
     std::size_t at = text.rfind('?');
     SqlText sql;
     sql += "IFNULL(" + text.substr(0, at);
-    sql.parameter(right);
+    sql.Parameter(right);
     sql += text.substr(at + 1) + (whenNull ? ", 1)" : ", 0)");
     return sql;
 }
@@ -243,93 +246,93 @@ SqlText relationWith(Tag tag, const std::string &left, Relation relation, const 
 namespace
 {
 
-SqlText compareCondition(const Filter &filter, Container::Kind kind, const std::string &alias)
+SqlText CompareCondition(const Filter &filter, Container::Kind kind, const std::string &alias)
 {
     SqlText sql;
-    std::string value = valueOf(filter.tag, kind, alias);
+    std::string value = ValueOf(filter.tag, kind, alias);
     if (filter.tag == kObjectId && filter.relation == Relation::Equal) { // found by its key
         sql += value + " = ";
-        sql.parameter(filter.value);
+        sql.Parameter(filter.value);
         return sql;
     }
-    if (isMultiple(filter.tag)) {
+    if (IsMultiple(filter.tag)) {
         sql += "IFNULL(list_relates(" + value + ", " + std::to_string(filter.tag) + ", " +
                std::to_string(static_cast<int>(filter.relation)) + ", ";
-        sql.parameter(filter.value);
-        sql += lessSatisfies(filter.relation) ? "), 1)" : "), 0)";
+        sql.Parameter(filter.value);
+        sql += LessSatisfies(filter.relation) ? "), 1)" : "), 0)";
         return sql;
     }
-    return relationWith(filter.tag, value, filter.relation, filter.value, lessSatisfies(filter.relation));
+    return RelationWith(filter.tag, value, filter.relation, filter.value, LessSatisfies(filter.relation));
 }
 
-std::string comparePropertiesCondition(const Filter &filter, Container::Kind kind, const std::string &alias)
+std::string ComparePropertiesCondition(const Filter &filter, Container::Kind kind, const std::string &alias)
 {
-    std::string left = valueOf(filter.tag, kind, alias), right = valueOf(filter.otherTag, kind, alias);
-    auto whenOrder = [&](int order) { return related(order, filter.relation) ? std::string("1") : std::string("0"); };
+    std::string left = ValueOf(filter.tag, kind, alias), right = ValueOf(filter.otherTag, kind, alias);
+    auto whenOrder = [&](int order) { return Related(order, filter.relation) ? std::string("1") : std::string("0"); };
     return "CASE WHEN " + left + " IS NULL THEN CASE WHEN " + right + " IS NULL THEN " + whenOrder(0) + " ELSE " +
            whenOrder(-1) + " END WHEN " + right + " IS NULL THEN " + whenOrder(1) + " ELSE " +
-           relationOf(filter.tag, left, filter.relation, right) + " END";
+           RelationOf(filter.tag, left, filter.relation, right) + " END";
 }
 
-SqlText contentCondition(const Filter &filter, Container::Kind kind, const std::string &alias)
+SqlText ContentCondition(const Filter &filter, Container::Kind kind, const std::string &alias)
 {
     SqlText sql;
-    sql += "IFNULL(content(" + valueOf(filter.tag, kind, alias) + ", " + std::to_string(filter.tag) + ", " +
-           std::to_string(contentFlags(filter)) + ", ";
+    sql += "IFNULL(content(" + ValueOf(filter.tag, kind, alias) + ", " + std::to_string(filter.tag) + ", " +
+           std::to_string(ContentFlags(filter)) + ", ";
     if (auto text = std::get_if<std::string>(&filter.value))
-        sql.parameter(folded(filter, *text));
+        sql.Parameter(Folded(filter, *text));
     else
-        sql.parameter(filter.value);
+        sql.Parameter(filter.value);
     sql += "), 0)";
     return sql;
 }
 
-std::string sizeCondition(const Filter &filter, Container::Kind kind, const std::string &alias)
+std::string SizeCondition(const Filter &filter, Container::Kind kind, const std::string &alias)
 {
     std::string arguments = ", " + std::to_string(filter.tag) + (filter.wide ? ", 1)" : ", 0)");
     std::string size;
-    if (!columnOf(filter.tag, kind, alias).empty() || (filter.wide && tagType(filter.tag) == Type::Text))
-        size = "value_size(" + valueOf(filter.tag, kind, alias) + arguments;
+    if (!ColumnOf(filter.tag, kind, alias).empty() || (filter.wide && TagType(filter.tag) == Type::Text))
+        size = "value_size(" + ValueOf(filter.tag, kind, alias) + arguments;
     else
-        size = ofProperty("IFNULL(value_size(value" + arguments +
+        size = OfProperty("IFNULL(value_size(value" + arguments +
                               ", (SELECT s.size FROM stream s WHERE s.object = property.object AND s.tag = "
                               "property.tag))",
                           filter.tag, alias);
-    return orElse("(" + size + " " + relationText(filter.relation) + " " + std::to_string(filter.size) + ")",
-                  lessSatisfies(filter.relation));
+    return OrElse("(" + size + " " + RelationText(filter.relation) + " " + std::to_string(filter.size) + ")",
+                  LessSatisfies(filter.relation));
 }
 
 // Halved again and again, so that a long list makes no deep expression.
-void appendList(SqlText &sql, std::span<const Filter *const> children, const char *join, Container::Kind kind,
+void AppendList(SqlText &sql, std::span<const Filter *const> children, const char *join, Container::Kind kind,
                 const std::string &alias, int depth)
 {
     if (children.size() == 1) {
-        sql.append(conditionOf(*children.front(), kind, alias, depth));
+        sql.append(ConditionOf(*children.front(), kind, alias, depth));
         return;
     }
     const std::size_t half = children.size() / 2;
     sql += "(";
-    appendList(sql, children.first(half), join, kind, alias, depth);
+    AppendList(sql, children.first(half), join, kind, alias, depth);
     sql += join;
-    appendList(sql, children.subspan(half), join, kind, alias, depth);
+    AppendList(sql, children.subspan(half), join, kind, alias, depth);
     sql += ")";
 }
 
-SqlText listCondition(const Filter &filter, Container::Kind kind, const std::string &alias, int depth)
+SqlText ListCondition(const Filter &filter, Container::Kind kind, const std::string &alias, int depth)
 {
     bool isAnd = filter.node == Filter::Node::And;
     SqlText sql;
     if (filter.children.empty())
         sql += isAnd ? "1" : "0";
     else
-        appendList(sql, inOrderOfCost(filter, rowKind(kind)), isAnd ? " AND " : " OR ", kind, alias, depth);
+        AppendList(sql, InOrderOfCost(filter, RowKind(kind)), isAnd ? " AND " : " OR ", kind, alias, depth);
     return sql;
 }
 
-SqlText subobjectCondition(const Filter &filter, Container::Kind kind, const std::string &alias, int depth)
+SqlText SubobjectCondition(const Filter &filter, Container::Kind kind, const std::string &alias, int depth)
 {
     SqlText sql;
-    if (rowKind(kind) != ObjectKind::Message) {
+    if (RowKind(kind) != ObjectKind::Message) {
         sql += "0";
         return sql;
     }
@@ -337,49 +340,49 @@ SqlText subobjectCondition(const Filter &filter, Container::Kind kind, const std
         filter.node == Filter::Node::AnyRecipient ? Container::Kind::Recipients : Container::Kind::Attachments;
     std::string name = "s" + std::to_string(depth);
     sql += "EXISTS (SELECT 1 FROM object " + name + " WHERE " + name + ".parent = " + alias + ".id AND " + name +
-           ".kind = " + std::to_string(static_cast<int>(rowKind(inner))) + " AND ";
-    sql.append(conditionOf(filter.children.at(0), inner, name, depth + 1));
+           ".kind = " + std::to_string(static_cast<int>(RowKind(inner))) + " AND ";
+    sql.append(ConditionOf(filter.children.at(0), inner, name, depth + 1));
     sql += ")";
     return sql;
 }
 
 } // namespace
 
-SqlText conditionOf(const Filter &filter, Container::Kind kind, const std::string &alias, int depth)
+SqlText ConditionOf(const Filter &filter, Container::Kind kind, const std::string &alias, int depth)
 {
     SqlText sql;
     switch (filter.node) {
     case Filter::Node::And:
     case Filter::Node::Or:
-        return listCondition(filter, kind, alias, depth);
+        return ListCondition(filter, kind, alias, depth);
     case Filter::Node::Not:
         sql += "NOT (";
-        sql.append(conditionOf(filter.children.at(0), kind, alias, depth));
+        sql.append(ConditionOf(filter.children.at(0), kind, alias, depth));
         sql += ")";
         return sql;
     case Filter::Node::Exists:
-        if (std::string column = columnOf(filter.tag, kind, alias); !column.empty())
+        if (std::string column = ColumnOf(filter.tag, kind, alias); !column.empty())
             sql += column + " IS NOT NULL";
         else
-            sql += "EXISTS " + ofProperty("1", filter.tag, alias);
+            sql += "EXISTS " + OfProperty("1", filter.tag, alias);
         return sql;
     case Filter::Node::Compare:
-        return compareCondition(filter, kind, alias);
+        return CompareCondition(filter, kind, alias);
     case Filter::Node::CompareProperties:
-        sql += comparePropertiesCondition(filter, kind, alias);
+        sql += ComparePropertiesCondition(filter, kind, alias);
         return sql;
     case Filter::Node::Content:
-        return contentCondition(filter, kind, alias);
+        return ContentCondition(filter, kind, alias);
     case Filter::Node::Bits:
-        sql += "IFNULL((" + valueOf(filter.tag, kind, alias) + " & " + std::to_string(filter.mask) +
+        sql += "IFNULL((" + ValueOf(filter.tag, kind, alias) + " & " + std::to_string(filter.mask) +
                (filter.zero ? ") = 0, 0)" : ") <> 0, 0)");
         return sql;
     case Filter::Node::Size:
-        sql += sizeCondition(filter, kind, alias);
+        sql += SizeCondition(filter, kind, alias);
         return sql;
     case Filter::Node::AnyRecipient:
     case Filter::Node::AnyAttachment:
-        return subobjectCondition(filter, kind, alias, depth);
+        return SubobjectCondition(filter, kind, alias, depth);
     }
     return sql;
 }

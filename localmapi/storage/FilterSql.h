@@ -16,7 +16,7 @@ class SqlText
         text += more;
         return *this;
     }
-    void parameter(Value value)
+    void Parameter(Value value)
     {
         text += '?';
         m_values.push_back(std::move(value));
@@ -26,7 +26,7 @@ class SqlText
         text += other.text;
         m_values.insert(m_values.end(), other.m_values.begin(), other.m_values.end());
     }
-    const std::vector<Value> &values() const { return m_values; }
+    const std::vector<Value> &Values() const { return m_values; }
 
   private:
     std::vector<Value> m_values;
@@ -39,8 +39,8 @@ class Query
     Query(Connection &connection, const SqlText &sql);
     Query(const Query &) = delete;
     Query &operator=(const Query &) = delete;
-    bool step() { return m_statement.step(); }
-    const Statement &row() const { return m_statement; }
+    bool Step() { return m_statement.Step(); }
+    const Statement &GetRow() const { return m_statement; }
 
   private:
     std::vector<Value> m_values;
@@ -49,24 +49,24 @@ class Query
 };
 
 // The kinds of object that a container holds; a column tag is one for all of them.
-ObjectKind rowKind(Container::Kind kind);
+ObjectKind RowKind(Container::Kind kind);
 
 // "FROM object o ... WHERE <in the container>", for containers of anything but messages.
-SqlText fromContainer(const Container &container);
+SqlText FromContainer(const Container &container);
 
 // The value of a tag as an SQL expression; NULL where the row has none.
-std::string valueOf(Tag tag, Container::Kind kind, const std::string &alias = "o");
+std::string ValueOf(Tag tag, Container::Kind kind, const std::string &alias = "o");
 
 // The condition as an SQL expression that is 0 or 1.
-SqlText conditionOf(const Filter &filter, Container::Kind kind, const std::string &alias = "o", int depth = 0);
+SqlText ConditionOf(const Filter &filter, Container::Kind kind, const std::string &alias = "o", int depth = 0);
 
 // "left relation right" between two expressions of a tag's type, in its order; NULL if one is.
-std::string relationOf(Tag tag, const std::string &left, Relation relation, const std::string &right);
+std::string RelationOf(Tag tag, const std::string &left, Relation relation, const std::string &right);
 
 // The same with a value, as 0 or 1.
-SqlText relationWith(Tag tag, const std::string &left, Relation relation, const Value &right, bool whenNull);
+SqlText RelationWith(Tag tag, const std::string &left, Relation relation, const Value &right, bool whenNull);
 
 // What ORDER BY is given for a tag.
-std::string orderOf(Tag tag, const std::string &expression);
+std::string OrderOf(Tag tag, const std::string &expression);
 
 } // namespace localmapi::storage

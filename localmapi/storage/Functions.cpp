@@ -1,4 +1,7 @@
+// SQL functions and collations. No exception passes through SQLite: each becomes the statement's error.
+#include "localmapi/storage/Functions.h"
 #include "localmapi/storage/Codec.h"
+#include "localmapi/storage/FilterMatch.h"
 #include "localmapi/storage/Text.h"
 #include <algorithm>
 #include <limits>
@@ -9,22 +12,22 @@ namespace localmapi::storage
 namespace
 {
 
-std::string_view textArgument(sqlite3_value *argument)
+std::string_view TextArgument(sqlite3_value *argument)
 {
     auto data = static_cast<const char *>(sqlite3_value_blob(argument));
     return data ? std::string_view(data, static_cast<std::size_t>(sqlite3_value_bytes(argument))) : std::string_view();
 }
 
-Value listArgument(sqlite3_value *argument, Tag tag)
+Value ListArgument(sqlite3_value *argument, Tag tag)
 {
-    std::string_view bytes = textArgument(argument);
-    return decodeList(tag, reinterpret_cast<const std::uint8_t *>(bytes.data()), bytes.size());
+    std::string_view bytes = TextArgument(argument);
+    return DecodeList(tag, reinterpret_cast<const std::uint8_t *>(bytes.data()), bytes.size());
 }
 
 // The single value that a list's values are compared with.
-Value singleArgument(sqlite3_value *argument, Tag tag)
+Value SingleArgument(sqlite3_value *argument, Tag tag)
 {
-    switch (tagType(tag)) {
+    switch (TagType(tag)) {
     case Type::Int16:
         return static_cast<std::int16_t>(sqlite3_value_int(argument));
     case Type::Int32:
@@ -34,16 +37,16 @@ Value singleArgument(sqlite3_value *argument, Tag tag)
     case Type::AppTime: {
         bool number = sqlite3_value_type(argument) != SQLITE_BLOB;
         double value = number ? sqlite3_value_double(argument) : std::numeric_limits<double>::quiet_NaN();
-        return tagType(tag) == Type::Float ? Value(static_cast<float>(value)) : Value(value);
+        return TagType(tag) == Type::Float ? Value(static_cast<float>(value)) : Value(value);
     }
     case Type::Text:
-        return std::string(textArgument(argument));
+        return std::string(TextArgument(argument));
     case Type::Binary: {
-        std::string_view bytes = textArgument(argument);
+        std::string_view bytes = TextArgument(argument);
         return Bytes(bytes.begin(), bytes.end());
     }
     case Type::Uid: {
-        std::string_view bytes = textArgument(argument);
+        std::string_view bytes = TextArgument(argument);
         Guid guid{};
         std::copy_n(bytes.begin(), std::min(bytes.size(), guid.size()), guid.begin());
         return guid;
@@ -54,7 +57,7 @@ Value singleArgument(sqlite3_value *argument, Tag tag)
 }
 
 // No exception may pass through SQLite: it becomes the statement's error.
-template <class Work> void guarded(sqlite3_context *context, Work work)
+template <class Work> void Guarded(sqlite3_context *context, Work work)
 {
     try {
         work();
@@ -62,54 +65,54 @@ template <class Work> void guarded(sqlite3_context *context, Work work)
         sqlite3_result_error_nomem(context);
     } catch (const Error &error) {
         sqlite3_result_error(context, error.what(), -1);
-        sqlite3_result_error_code(context, error.fault() == Fault::Corrupt ? SQLITE_CORRUPT : SQLITE_ERROR);
+        sqlite3_result_error_code(context, error.GetFault() == Fault::Corrupt ? SQLITE_CORRUPT : SQLITE_ERROR);
     } catch (const std::exception &error) {
         sqlite3_result_error(context, error.what(), -1);
     }
 }
 
-Tag tagArgument(sqlite3_value *argument)
+Tag TagArgument(sqlite3_value *argument)
 {
     return static_cast<Tag>(sqlite3_value_int64(argument));
 }
 
-void listRelates(sqlite3_context *context, int, sqlite3_value **arguments)
+void ListRelates(sqlite3_context *context, int, sqlite3_value **arguments)
 {
-    guarded(context, [&] {
+    Guarded(context, [&] {
         if (sqlite3_value_type(arguments[0]) == SQLITE_NULL)
             return;
-        Tag tag = tagArgument(arguments[1]);
+        Tag tag = TagArgument(arguments[1]);
         auto relation = static_cast<Relation>(sqlite3_value_int(arguments[2]));
         PropertyBag bag;
-        bag.set(tag, listArgument(arguments[0], tag));
-        bool is = matches(Filter::compare(tag, relation, singleArgument(arguments[3], tag)), bag);
+        bag.Set(tag, ListArgument(arguments[0], tag));
+        bool is = Matches(Filter::Compare(tag, relation, SingleArgument(arguments[3], tag)), bag);
         sqlite3_result_int(context, is);
     });
 }
 
-void valueSize(sqlite3_context *context, int, sqlite3_value **arguments)
+void ValueSize(sqlite3_context *context, int, sqlite3_value **arguments)
 {
-    guarded(context, [&] {
+    Guarded(context, [&] {
         if (sqlite3_value_type(arguments[0]) == SQLITE_NULL)
             return;
-        Tag tag = tagArgument(arguments[1]);
+        Tag tag = TagArgument(arguments[1]);
         bool wide = sqlite3_value_int(arguments[2]) != 0;
         std::uint64_t size = 0;
-        if (isMultiple(tag)) {
-            Value list = listArgument(arguments[0], tag);
-            if (wide && tagType(tag) == Type::Text)
+        if (IsMultiple(tag)) {
+            Value list = ListArgument(arguments[0], tag);
+            if (wide && TagType(tag) == Type::Text)
                 for (const std::string &text : std::get<std::vector<std::string>>(list))
-                    size += utf16Size(text);
+                    size += Utf16Size(text);
             else
-                size = byteSize(list);
+                size = ByteSize(list);
         } else {
-            switch (tagType(tag)) {
+            switch (TagType(tag)) {
             case Type::Text:
-                size = wide ? utf16Size(textArgument(arguments[0])) : textArgument(arguments[0]).size();
+                size = wide ? Utf16Size(TextArgument(arguments[0])) : TextArgument(arguments[0]).size();
                 break;
             case Type::Binary:
             case Type::Object:
-                size = textArgument(arguments[0]).size();
+                size = TextArgument(arguments[0]).size();
                 break;
             case Type::Uid:
                 size = sizeof(Guid);
@@ -131,25 +134,25 @@ void valueSize(sqlite3_context *context, int, sqlite3_value **arguments)
     });
 }
 
-void content(sqlite3_context *context, int, sqlite3_value **arguments)
+void Content(sqlite3_context *context, int, sqlite3_value **arguments)
 {
-    guarded(context, [&] {
+    Guarded(context, [&] {
         if (sqlite3_value_type(arguments[0]) == SQLITE_NULL)
             return;
-        Tag tag = tagArgument(arguments[1]);
+        Tag tag = TagArgument(arguments[1]);
         int flags = sqlite3_value_int(arguments[2]);
         Filter how;
         how.match = static_cast<Filter::Match>(flags & 0xFF);
         how.ignoreCase = (flags & 0x100) != 0;
         how.ignoreNonSpace = (flags & 0x200) != 0;
-        std::string_view pattern = textArgument(arguments[3]);
+        std::string_view pattern = TextArgument(arguments[3]);
         auto has = [&](std::string_view value) {
-            return how.ignoreCase || how.ignoreNonSpace ? contains(folded(how, value), pattern, how.match)
-                                                        : contains(value, pattern, how.match);
+            return how.ignoreCase || how.ignoreNonSpace ? Contains(Folded(how, value), pattern, how.match)
+                                                        : Contains(value, pattern, how.match);
         };
-        if (!isMultiple(tag))
-            return sqlite3_result_int(context, has(textArgument(arguments[0])));
-        Value list = listArgument(arguments[0], tag);
+        if (!IsMultiple(tag))
+            return sqlite3_result_int(context, has(TextArgument(arguments[0])));
+        Value list = ListArgument(arguments[0], tag);
         bool found = false;
         if (auto texts = std::get_if<std::vector<std::string>>(&list))
             found = std::any_of(texts->begin(), texts->end(), has);
@@ -161,9 +164,9 @@ void content(sqlite3_context *context, int, sqlite3_value **arguments)
     });
 }
 
-void streamValue(sqlite3_context *context, int, sqlite3_value **arguments)
+void StreamValue(sqlite3_context *context, int, sqlite3_value **arguments)
 {
-    guarded(context, [&] {
+    Guarded(context, [&] {
         sqlite3_stmt *statement = nullptr;
         int result = sqlite3_prepare_v2(sqlite3_context_db_handle(context),
                                         "SELECT c.data FROM stream s JOIN chunk c ON c.stream = s.id "
@@ -180,27 +183,27 @@ void streamValue(sqlite3_context *context, int, sqlite3_value **arguments)
                          static_cast<std::size_t>(sqlite3_column_bytes(statement, 0)));
         if (result != SQLITE_DONE)
             return sqlite3_result_error_code(context, result);
-        if (tagType(tagArgument(arguments[1])) == Type::Text)
+        if (TagType(TagArgument(arguments[1])) == Type::Text)
             sqlite3_result_text64(context, whole.data(), whole.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
         else
             sqlite3_result_blob64(context, whole.data(), whole.size(), SQLITE_TRANSIENT);
     });
 }
 
-int collateText(void *, int leftSize, const void *left, int rightSize, const void *right)
+int CollateText(void *, int leftSize, const void *left, int rightSize, const void *right)
 {
-    return compareText({static_cast<const char *>(left), static_cast<std::size_t>(leftSize)},
+    return CompareText({static_cast<const char *>(left), static_cast<std::size_t>(leftSize)},
                        {static_cast<const char *>(right), static_cast<std::size_t>(rightSize)});
 }
 
-int collateLists(void *tagOfLists, int leftSize, const void *left, int rightSize, const void *right)
+int CollateLists(void *tagOfLists, int leftSize, const void *left, int rightSize, const void *right)
 {
     Tag tag = *static_cast<const Tag *>(tagOfLists);
     try {
         auto list = [&](const void *data, int size) {
-            return decodeList(tag, static_cast<const std::uint8_t *>(data), static_cast<std::size_t>(size));
+            return DecodeList(tag, static_cast<const std::uint8_t *>(data), static_cast<std::size_t>(size));
         };
-        return compareValues(list(left, leftSize), list(right, rightSize));
+        return CompareValues(list(left, leftSize), list(right, rightSize));
     } catch (const std::exception &) { // damaged lists are ordered by their bytes
         return std::string_view(static_cast<const char *>(left), static_cast<std::size_t>(leftSize))
             .compare({static_cast<const char *>(right), static_cast<std::size_t>(rightSize)});
@@ -211,37 +214,37 @@ struct ListCollation {
     Tag tag;
     const char *name;
 };
-constexpr Tag listTag(Type type)
+constexpr Tag ListTag(Type type)
 {
-    return makeTag(0, type) | kMultiple;
+    return MakeTag(0, type) | kMultiple;
 }
 const ListCollation kListCollations[] = {
-    {listTag(Type::Int16), "list_int16"},    {listTag(Type::Int32), "list_int32"},
-    {listTag(Type::Float), "list_float"},    {listTag(Type::Double), "list_double"},
-    {listTag(Type::AppTime), "list_double"}, {listTag(Type::Currency), "list_int64"},
-    {listTag(Type::Int64), "list_int64"},    {listTag(Type::Time), "list_int64"},
-    {listTag(Type::Text), "list_text"},      {listTag(Type::Uid), "list_uid"},
-    {listTag(Type::Binary), "list_binary"},
+    {ListTag(Type::Int16), "list_int16"},    {ListTag(Type::Int32), "list_int32"},
+    {ListTag(Type::Float), "list_float"},    {ListTag(Type::Double), "list_double"},
+    {ListTag(Type::AppTime), "list_double"}, {ListTag(Type::Currency), "list_int64"},
+    {ListTag(Type::Int64), "list_int64"},    {ListTag(Type::Time), "list_int64"},
+    {ListTag(Type::Text), "list_text"},      {ListTag(Type::Uid), "list_uid"},
+    {ListTag(Type::Binary), "list_binary"},
 };
 
 } // namespace
 
-const char *collationOf(Tag tag)
+const char *CollationOf(Tag tag)
 {
-    if (!isMultiple(tag))
-        return tagType(tag) == Type::Text ? "text_order" : nullptr;
+    if (!IsMultiple(tag))
+        return TagType(tag) == Type::Text ? "text_order" : nullptr;
     for (const ListCollation &one : kListCollations)
         if (one.tag == (tag & 0xFFFF))
             return one.name;
     throw Error(Fault::Invalid, "Lists of this type can't be compared.");
 }
 
-int contentFlags(const Filter &filter)
+int ContentFlags(const Filter &filter)
 {
     return static_cast<int>(filter.match) | (filter.ignoreCase ? 0x100 : 0) | (filter.ignoreNonSpace ? 0x200 : 0);
 }
 
-void registerFunctions(sqlite3 *connection)
+void RegisterFunctions(sqlite3 *connection)
 {
     constexpr int kPure = SQLITE_UTF8 | SQLITE_DETERMINISTIC;
     auto add = [&](const char *name, int arguments, int flags,
@@ -250,18 +253,18 @@ void registerFunctions(sqlite3 *connection)
                                        nullptr) != SQLITE_OK)
             throw std::bad_alloc();
     };
-    add("list_relates", 4, kPure, listRelates);
-    add("value_size", 3, kPure, valueSize);
-    add("content", 4, kPure, content);
-    add("stream_value", 2, SQLITE_UTF8, streamValue);
+    add("list_relates", 4, kPure, ListRelates);
+    add("value_size", 3, kPure, ValueSize);
+    add("content", 4, kPure, Content);
+    add("stream_value", 2, SQLITE_UTF8, StreamValue);
     auto collate = [&](const char *name, void *argument,
                        int (*function)(void *, int, const void *, int, const void *)) {
         if (sqlite3_create_collation_v2(connection, name, SQLITE_UTF8, argument, function, nullptr) != SQLITE_OK)
             throw std::bad_alloc();
     };
-    collate("text_order", nullptr, collateText);
+    collate("text_order", nullptr, CollateText);
     for (const ListCollation &one : kListCollations)
-        collate(one.name, const_cast<Tag *>(&one.tag), collateLists);
+        collate(one.name, const_cast<Tag *>(&one.tag), CollateLists);
 }
 
 } // namespace localmapi::storage

@@ -6,13 +6,13 @@
 namespace localmapi::storage
 {
 
-void requireFolder(Writer &writer, ObjectId folder);
+void RequireFolder(Writer &writer, ObjectId folder);
 // A message that lies in a folder; embedded ones belong to their attachments.
-std::optional<ObjectRow> findMessage(Writer &writer, ObjectId id);
+std::optional<ObjectRow> FindMessage(Writer &writer, ObjectId id);
 // A new message in a folder, or in an attachment.
-ObjectId insertMessage(Writer &writer, ObjectId container, const MessageChanges &content);
-void applyToMessage(Writer &writer, const ObjectRow &old, const MessageChanges &changes);
-ObjectId moveMessage(Writer &writer, const ObjectRow &row, ObjectId folder); // its new id
-void removeMessage(Writer &writer, const ObjectRow &row);
+ObjectId InsertMessage(Writer &writer, ObjectId container, const MessageChanges &content);
+void ApplyToMessage(Writer &writer, const ObjectRow &old, const MessageChanges &changes);
+ObjectId MoveMessage(Writer &writer, const ObjectRow &row, ObjectId folder); // its new id
+void RemoveMessage(Writer &writer, const ObjectRow &row);
 
 } // namespace localmapi::storage

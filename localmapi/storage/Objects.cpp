@@ -1,3 +1,4 @@
+// Reading objects of any kind, and folders. Messages are in Messages.cpp, what is sent in Dispatch.cpp.
 #include "localmapi/storage/Objects.h"
 #include "localmapi/storage/Properties.h"
 #include "localmapi/storage/Text.h"
@@ -15,7 +16,7 @@ class MemoryStream : public Stream
   public:
     explicit MemoryStream(std::string bytes) : m_bytes(std::move(bytes)) {}
     std::uint64_t size() const override { return m_bytes.size(); }
-    std::size_t read(std::uint64_t offset, void *into, std::size_t length) const override
+    std::size_t Read(std::uint64_t offset, void *into, std::size_t length) const override
     {
         if (offset >= m_bytes.size())
             return 0;
@@ -34,14 +35,14 @@ class StoredReader : public Stream
 
     std::uint64_t size() const override { return m_stream.size; }
 
-    std::size_t read(std::uint64_t offset, void *into, std::size_t length) const override
+    std::size_t Read(std::uint64_t offset, void *into, std::size_t length) const override
     {
         if (offset >= m_stream.size)
             return 0;
         length = static_cast<std::size_t>(std::min<std::uint64_t>(length, m_stream.size - offset));
         std::lock_guard lock(m_lock);
         for (std::size_t done = 0; done < length;) {
-            load((offset + done) / kChunkSize);
+            Load((offset + done) / kChunkSize);
             auto at = static_cast<std::size_t>((offset + done) % kChunkSize);
             std::size_t part = std::min(length - done, m_chunk.size() - at);
             std::memcpy(static_cast<std::uint8_t *>(into) + done, m_chunk.data() + at, part);
@@ -51,18 +52,18 @@ class StoredReader : public Stream
     }
 
   private:
-    void load(std::uint64_t number) const
+    void Load(std::uint64_t number) const
     {
         if (number == m_number && !m_chunk.empty())
             return;
-        Reader reader(m_site.database());
-        Statement find = reader->prepare("SELECT data FROM chunk WHERE stream = ? AND number = ?");
-        find.bind(m_stream.id, static_cast<std::int64_t>(number));
+        Reader reader(m_site.GetDatabase());
+        Statement find = reader->Prepare("SELECT data FROM chunk WHERE stream = ? AND number = ?");
+        find.Bind(m_stream.id, static_cast<std::int64_t>(number));
         m_chunk.clear();
-        if (!find.step())
+        if (!find.Step())
             throw Error(Fault::NotFound, "The data is not in the site any more.");
-        auto data = static_cast<const std::uint8_t *>(sqlite3_column_blob(find.handle(), 0));
-        m_chunk.assign(data, data + sqlite3_column_bytes(find.handle(), 0));
+        auto data = static_cast<const std::uint8_t *>(sqlite3_column_blob(find.Handle(), 0));
+        m_chunk.assign(data, data + sqlite3_column_bytes(find.Handle(), 0));
         if (m_chunk.size() != std::min<std::uint64_t>(kChunkSize, m_stream.size - number * kChunkSize))
             throw Error(Fault::Corrupt, "A stream in the file is shorter or longer than it should be.");
         m_number = number;
@@ -75,87 +76,87 @@ class StoredReader : public Stream
     mutable Bytes m_chunk;
 };
 
-std::vector<ObjectInfo> children(Connection &connection, ObjectId parent, ObjectKind kind)
+std::vector<ObjectInfo> Children(Connection &connection, ObjectId parent, ObjectKind kind)
 {
     Statement rows =
-        connection.prepare("SELECT id, number, change FROM object WHERE parent = ? AND kind = ? ORDER BY number, id");
-    rows.bind(parent, static_cast<std::int64_t>(kind));
+        connection.Prepare("SELECT id, number, change FROM object WHERE parent = ? AND kind = ? ORDER BY number, id");
+    rows.Bind(parent, static_cast<std::int64_t>(kind));
     std::vector<ObjectInfo> found;
-    while (rows.step())
-        found.push_back({rows.integer(0), kind, parent, rows.integer32(1), rows.integer(2)});
+    while (rows.Step())
+        found.push_back({rows.Integer(0), kind, parent, rows.Integer32(1), rows.Integer(2)});
     return found;
 }
 
 } // namespace
 
-std::optional<ObjectInfo> Objects::find(ObjectId id) const
+std::optional<ObjectInfo> Objects::Find(ObjectId id) const
 {
-    Reader reader(m_site.database());
-    std::optional<ObjectRow> row = findObject(*reader, id);
+    Reader reader(m_site.GetDatabase());
+    std::optional<ObjectRow> row = FindObject(*reader, id);
     return row ? std::optional(row->info) : std::nullopt;
 }
 
-ObjectInfo Objects::info(ObjectId id) const
+ObjectInfo Objects::Info(ObjectId id) const
 {
-    Reader reader(m_site.database());
-    return getObject(*reader, id).info;
+    Reader reader(m_site.GetDatabase());
+    return GetObject(*reader, id).info;
 }
 
-PropertyBag Objects::readUpTo(ObjectId id, std::uint64_t longest) const
+PropertyBag Objects::ReadUpTo(ObjectId id, std::uint64_t longest) const
 {
-    Reader reader(m_site.database());
-    return readAll(*reader, getObject(*reader, id), longest);
+    Reader reader(m_site.GetDatabase());
+    return ReadAll(*reader, GetObject(*reader, id), longest);
 }
 
-PropertyBag Objects::read(ObjectId id, const std::vector<Tag> &tags, std::uint64_t longest) const
+PropertyBag Objects::Read(ObjectId id, const std::vector<Tag> &tags, std::uint64_t longest) const
 {
-    Reader reader(m_site.database());
-    std::vector<Value> values = RowReader(*reader, getObject(*reader, id).info.kind, tags, longest).read(id);
+    Reader reader(m_site.GetDatabase());
+    std::vector<Value> values = RowReader(*reader, GetObject(*reader, id).info.kind, tags, longest).Read(id);
     PropertyBag bag;
     for (std::size_t i = 0; i < tags.size(); ++i)
-        if (!isAbsent(values[i]))
-            bag.set(tags[i], std::move(values[i]));
+        if (!IsAbsent(values[i]))
+            bag.Set(tags[i], std::move(values[i]));
     return bag;
 }
 
-std::vector<ObjectInfo> Objects::attachments(ObjectId message) const
+std::vector<ObjectInfo> Objects::Attachments(ObjectId message) const
 {
-    Reader reader(m_site.database());
-    return children(*reader, message, ObjectKind::Attachment);
+    Reader reader(m_site.GetDatabase());
+    return Children(*reader, message, ObjectKind::Attachment);
 }
 
-std::vector<PropertyBag> Objects::recipients(ObjectId message, std::uint64_t longest) const
+std::vector<PropertyBag> Objects::Recipients(ObjectId message, std::uint64_t longest) const
 {
-    Reader reader(m_site.database());
+    Reader reader(m_site.GetDatabase());
     std::vector<PropertyBag> bags;
-    for (const ObjectInfo &recipient : children(*reader, message, ObjectKind::Recipient)) {
-        bags.push_back(readProperties(*reader, recipient.id, longest));
-        bags.back().set(kRowId, recipient.number);
+    for (const ObjectInfo &recipient : Children(*reader, message, ObjectKind::Recipient)) {
+        bags.push_back(ReadProperties(*reader, recipient.id, longest));
+        bags.back().Set(kRowId, recipient.number);
     }
     return bags;
 }
 
-ObjectId Objects::embeddedMessage(ObjectId attachment) const
+ObjectId Objects::EmbeddedMessage(ObjectId attachment) const
 {
-    Reader reader(m_site.database());
-    std::vector<ObjectInfo> held = children(*reader, attachment, ObjectKind::Message);
+    Reader reader(m_site.GetDatabase());
+    std::vector<ObjectInfo> held = Children(*reader, attachment, ObjectKind::Message);
     return held.empty() ? 0 : held.front().id;
 }
 
-std::unique_ptr<Stream> Objects::openStream(const StoredStream &stream) const
+std::unique_ptr<Stream> Objects::OpenStream(const StoredStream &stream) const
 {
-    Reader reader(m_site.database());
-    Statement find = reader->prepare("SELECT size FROM stream WHERE id = ?");
-    find.bind(stream.id);
-    if (!find.step())
+    Reader reader(m_site.GetDatabase());
+    Statement find = reader->Prepare("SELECT size FROM stream WHERE id = ?");
+    find.Bind(stream.id);
+    if (!find.Step())
         throw Error(Fault::NotFound, "The data is not in the site any more.");
-    return std::make_unique<StoredReader>(m_site, StoredStream{stream.id, static_cast<std::uint64_t>(find.integer(0))});
+    return std::make_unique<StoredReader>(m_site, StoredStream{stream.id, static_cast<std::uint64_t>(find.Integer(0))});
 }
 
-std::unique_ptr<Stream> Objects::openProperty(ObjectId id, Tag tag) const
+std::unique_ptr<Stream> Objects::OpenProperty(ObjectId id, Tag tag) const
 {
-    PropertyBag bag = read(id, {tag}, kLongestInline);
-    const Value *value = bag.find(tag);
+    PropertyBag bag = Read(id, {tag}, kLongestInline);
+    const Value *value = bag.Find(tag);
     if (!value)
         return nullptr;
     if (auto stored = std::get_if<StoredStream>(value))
@@ -170,92 +171,92 @@ std::unique_ptr<Stream> Objects::openProperty(ObjectId id, Tag tag) const
 namespace
 {
 
-ObjectId childFolderNamed(Connection &connection, ObjectId parent, const std::string &name)
+ObjectId ChildFolderNamed(Connection &connection, ObjectId parent, const std::string &name)
 {
-    Statement rows = connection.prepare("SELECT o.id, p.value FROM object o JOIN property p ON p.object = o.id "
+    Statement rows = connection.Prepare("SELECT o.id, p.value FROM object o JOIN property p ON p.object = o.id "
                                         "AND p.tag = ? WHERE o.parent = ? AND o.kind = 2");
-    rows.bind(kDisplayName, parent);
-    std::string key = foldCase(name);
-    while (rows.step())
-        if (foldCase(rows.text(1)) == key)
-            return rows.integer(0);
+    rows.Bind(kDisplayName, parent);
+    std::string key = FoldCase(name);
+    while (rows.Step())
+        if (FoldCase(rows.Text(1)) == key)
+            return rows.Integer(0);
     return 0;
 }
 
-void requireFreeName(Connection &connection, ObjectId parent, const PropertyBag &properties, ObjectId self)
+void RequireFreeName(Connection &connection, ObjectId parent, const PropertyBag &properties, ObjectId self)
 {
     auto name = properties.get<std::string>(kDisplayName);
-    ObjectId other = name ? childFolderNamed(connection, parent, *name) : 0;
+    ObjectId other = name ? ChildFolderNamed(connection, parent, *name) : 0;
     if (other && other != self)
         throw Error(Fault::Collision, "There is a folder '" + *name + "' already.");
 }
 
 } // namespace
 
-ObjectId insertFolder(Writer &writer, ObjectId parent, const PropertyBag &properties)
+ObjectId InsertFolder(Writer &writer, ObjectId parent, const PropertyBag &properties)
 {
-    ObjectKind kind = getObject(*writer, parent).info.kind;
+    ObjectKind kind = GetObject(*writer, parent).info.kind;
     if (kind != ObjectKind::Folder && kind != ObjectKind::Mailbox)
         throw Error(Fault::Invalid, "A folder can only be made in a mailbox or in another folder.");
-    requireFreeName(*writer, parent, properties, 0);
-    ObjectId id = insertObject(writer, {ObjectKind::Folder, parent}, properties);
-    insertProperties(writer, id, ObjectKind::Folder, properties);
+    RequireFreeName(*writer, parent, properties, 0);
+    ObjectId id = InsertObject(writer, {ObjectKind::Folder, parent}, properties);
+    InsertProperties(writer, id, ObjectKind::Folder, properties);
     return id;
 }
 
-ObjectId Objects::createFolder(ObjectId parent, const PropertyBag &properties)
+ObjectId Objects::CreateFolder(ObjectId parent, const PropertyBag &properties)
 {
-    Writer writer(m_site.database());
+    Writer writer(m_site.GetDatabase());
     int depth = 0;
-    for (std::optional<ObjectRow> above = findObject(*writer, parent); above && above->info.kind == ObjectKind::Folder;
-         above = findObject(*writer, above->info.parent))
+    for (std::optional<ObjectRow> above = FindObject(*writer, parent); above && above->info.kind == ObjectKind::Folder;
+         above = FindObject(*writer, above->info.parent))
         if (++depth >= kDeepestFolder)
             throw Error(Fault::TooComplex, "Folders can not lie deeper in each other.");
-    ObjectId id = insertFolder(writer, parent, properties);
-    writer.commit();
+    ObjectId id = InsertFolder(writer, parent, properties);
+    writer.Commit();
     return id;
 }
 
-std::optional<ObjectId> Objects::folderNamed(ObjectId parent, const std::string &name) const
+std::optional<ObjectId> Objects::FolderNamed(ObjectId parent, const std::string &name) const
 {
-    Reader reader(m_site.database());
-    ObjectId found = childFolderNamed(*reader, parent, name);
+    Reader reader(m_site.GetDatabase());
+    ObjectId found = ChildFolderNamed(*reader, parent, name);
     return found ? std::optional(found) : std::nullopt;
 }
 
-void Objects::removeFolder(ObjectId folder)
+void Objects::RemoveFolder(ObjectId folder)
 {
-    Writer writer(m_site.database());
-    if (getObject(*writer, folder).info.kind != ObjectKind::Folder)
+    Writer writer(m_site.GetDatabase());
+    if (GetObject(*writer, folder).info.kind != ObjectKind::Folder)
         throw Error(Fault::Invalid, "The object to be removed is no folder.");
-    Statement special = writer->prepare("SELECT 1 FROM mailbox WHERE ?1 IN "
+    Statement special = writer->Prepare("SELECT 1 FROM mailbox WHERE ?1 IN "
                                         "(root, ipm_subtree, inbox, outbox, sent_items, deleted_items, calendar)");
-    if (special.bind(folder).step())
+    if (special.Bind(folder).Step())
         throw Error(Fault::Invalid, "A folder that every mailbox has can't be removed.");
-    writer.changes().folderRemoved(*writer, folder);
-    writer->prepare("DELETE FROM object WHERE id = ?").bind(folder).run();
-    writer.commit();
+    writer.Entries().FolderRemoved(*writer, folder);
+    writer->Prepare("DELETE FROM object WHERE id = ?").Bind(folder).Run();
+    writer.Commit();
 }
 
-ChangeNumber Objects::change(ObjectId id, const Changes &changes, std::optional<ChangeNumber> expected)
+ChangeNumber Objects::Change(ObjectId id, const Changes &changes, std::optional<ChangeNumber> expected)
 {
-    Writer writer(m_site.database());
-    ObjectRow row = getObject(*writer, id);
+    Writer writer(m_site.GetDatabase());
+    ObjectRow row = GetObject(*writer, id);
     ObjectKind kind = row.info.kind;
     if (kind == ObjectKind::Message || kind == ObjectKind::Attachment || kind == ObjectKind::Recipient)
         throw Error(Fault::Invalid, "A message is changed as a whole.");
     if (expected && *expected != row.info.change)
         throw Error(Fault::Changed, "The object was changed by somebody else.");
     if (kind == ObjectKind::Folder)
-        requireFreeName(*writer, row.info.parent, changes.set, id);
-    applyChanges(writer, id, kind, changes);
-    writer->prepare("UPDATE object SET modified = ?, change = ? WHERE id = ?")
-        .bind(writer.now(), writer.change(), id)
-        .run();
+        RequireFreeName(*writer, row.info.parent, changes.set, id);
+    ApplyChanges(writer, id, kind, changes);
+    writer->Prepare("UPDATE object SET modified = ?, change = ? WHERE id = ?")
+        .Bind(writer.Now(), writer.Change(), id)
+        .Run();
     if (kind == ObjectKind::Folder || kind == ObjectKind::User || kind == ObjectKind::Contact)
-        writer.changes().objectChanged(kind, id, row.info.parent);
-    writer.commit();
-    return writer.change();
+        writer.Entries().ObjectChanged(kind, id, row.info.parent);
+    writer.Commit();
+    return writer.Change();
 }
 
 } // namespace localmapi::storage

@@ -1,6 +1,7 @@
 // Folders, messages, attachments and recipients. Every writing function is one transaction: it happens whole or not
 // at all, and has reached the disk when it returns.
 #pragma once
+#include "localmapi/storage/Changes.h"
 #include "localmapi/storage/Site.h"
 #include "localmapi/storage/Stream.h"
 #include "localmapi/storage/Tags.h"
@@ -25,27 +26,6 @@ struct ObjectInfo {
     ObjectId parent = 0;     // 0 for mailboxes, users and contacts
     std::int32_t number = 0; // of an attachment or recipient
     ChangeNumber change = 0; // for update's `expected`
-};
-
-struct Changes {
-    PropertyBag set;
-    std::vector<Tag> remove; // by id, whatever the type
-};
-
-struct MessageChanges;
-
-// One attachment of a message that is written: made when the number is new, else changed or removed.
-struct AttachmentChanges {
-    std::int32_t number = 0; // chosen by the caller
-    bool remove = false;
-    Changes properties;
-    std::shared_ptr<MessageChanges> embedded; // the message it holds: made when it has none yet, else changed
-};
-
-struct MessageChanges {
-    Changes properties;
-    std::optional<std::vector<PropertyBag>> recipients; // when given, the whole list, in order
-    std::vector<AttachmentChanges> attachments;         // those not named stay as they are
 };
 
 struct NewMessage {
@@ -78,53 +58,53 @@ class Objects
 
     // Reading. Values longer than `longest` bytes come as StoredStream.
     static constexpr std::uint64_t kLongest = 32 * 1024;
-    std::optional<ObjectInfo> find(ObjectId id) const;
-    ObjectInfo info(ObjectId id) const; // NotFound
+    std::optional<ObjectInfo> Find(ObjectId id) const;
+    ObjectInfo Info(ObjectId id) const; // NotFound
     // Everything, or the properties of these tags that there are.
-    PropertyBag read(ObjectId id) const { return readUpTo(id, kLongest); }
-    PropertyBag readUpTo(ObjectId id, std::uint64_t longest) const;
-    PropertyBag read(ObjectId id, const std::vector<Tag> &tags, std::uint64_t longest = kLongest) const;
-    std::vector<ObjectInfo> attachments(ObjectId message) const; // by number
-    std::vector<PropertyBag> recipients(ObjectId message,
+    PropertyBag Read(ObjectId id) const { return ReadUpTo(id, kLongest); }
+    PropertyBag ReadUpTo(ObjectId id, std::uint64_t longest) const;
+    PropertyBag Read(ObjectId id, const std::vector<Tag> &tags, std::uint64_t longest = kLongest) const;
+    std::vector<ObjectInfo> Attachments(ObjectId message) const; // by number
+    std::vector<PropertyBag> Recipients(ObjectId message,
                                         std::uint64_t longest = kLongest) const; // in order, with kRowId
-    ObjectId embeddedMessage(ObjectId attachment) const;                         // 0: none
+    ObjectId EmbeddedMessage(ObjectId attachment) const;                         // 0: none
     // A reader keeps to the bytes as they were; NotFound once they were replaced or deleted.
-    std::unique_ptr<Stream> openStream(const StoredStream &stream) const;
-    // The stream behind a property that read() gave whole or not; nothing when the property is not there.
-    std::unique_ptr<Stream> openProperty(ObjectId id, Tag tag) const;
+    std::unique_ptr<Stream> OpenStream(const StoredStream &stream) const;
+    // The stream behind a property that Read() gave whole or not; nothing when the property is not there.
+    std::unique_ptr<Stream> OpenProperty(ObjectId id, Tag tag) const;
 
     // Folders
     // How deep folders lie in a mailbox, the root included; a branch is removed by one statement, which goes only so
     // deep.
     static constexpr int kDeepestFolder = 128;
-    ObjectId createFolder(ObjectId parent, const PropertyBag &properties); // Collision on the display name, TooComplex
-    std::optional<ObjectId> folderNamed(ObjectId parent, const std::string &name) const; // without regard to case
-    void removeFolder(ObjectId folder);                                                  // with everything in it
+    ObjectId CreateFolder(ObjectId parent, const PropertyBag &properties); // Collision on the display name, TooComplex
+    std::optional<ObjectId> FolderNamed(ObjectId parent, const std::string &name) const; // without regard to case
+    void RemoveFolder(ObjectId folder);                                                  // with everything in it
 
     // Anything but messages: changes properties. With `expected`, Changed unless the object has that change number.
-    ChangeNumber change(ObjectId id, const Changes &changes, std::optional<ChangeNumber> expected = {});
+    ChangeNumber Change(ObjectId id, const Changes &changes, std::optional<ChangeNumber> expected = {});
 
     // Messages
-    ObjectId createMessage(ObjectId folder, const MessageChanges &content);
-    std::vector<ObjectId> createMessages(const std::vector<NewMessage> &messages);
-    ChangeNumber changeMessage(ObjectId message, const MessageChanges &changes,
+    ObjectId CreateMessage(ObjectId folder, const MessageChanges &content);
+    std::vector<ObjectId> CreateMessages(const std::vector<NewMessage> &messages);
+    ChangeNumber ChangeMessage(ObjectId message, const MessageChanges &changes,
                                std::optional<ChangeNumber> expected = {});
     // Each answers in the order of `messages`; a message that is not there (any more) gives 0 or false.
-    std::vector<ObjectId> copyMessages(const std::vector<ObjectId> &messages, ObjectId folder);
-    std::vector<ObjectId> moveMessages(const std::vector<ObjectId> &messages, ObjectId folder); // the new ids
-    std::vector<bool> removeMessages(const std::vector<ObjectId> &messages);
+    std::vector<ObjectId> CopyMessages(const std::vector<ObjectId> &messages, ObjectId folder);
+    std::vector<ObjectId> MoveMessages(const std::vector<ObjectId> &messages, ObjectId folder); // the new ids
+    std::vector<bool> RemoveMessages(const std::vector<ObjectId> &messages);
     // Puts the message in every destination and takes the stored one from where it lies, unless a destination is just
     // there. The ids of what was made, in the order of the destinations.
-    std::vector<ObjectId> dispatch(const Dispatch &dispatch);
+    std::vector<ObjectId> Send(const Dispatch &dispatch);
     // Sets the bits of `set` and clears those of `clear` in kMessageFlags; true where the message is there.
-    std::vector<bool> changeFlags(const std::vector<ObjectId> &messages, std::int32_t set, std::int32_t clear);
-    std::vector<bool> setRead(const std::vector<ObjectId> &messages, bool read)
+    std::vector<bool> ChangeFlags(const std::vector<ObjectId> &messages, std::int32_t set, std::int32_t clear);
+    std::vector<bool> SetRead(const std::vector<ObjectId> &messages, bool read)
     {
-        return read ? changeFlags(messages, kFlagRead, 0) : changeFlags(messages, 0, kFlagRead);
+        return read ? ChangeFlags(messages, kFlagRead, 0) : ChangeFlags(messages, 0, kFlagRead);
     }
     // Every message of the folder that is not associated.
-    void removeAllMessages(ObjectId folder);
-    void setAllRead(ObjectId folder, bool read);
+    void RemoveAllMessages(ObjectId folder);
+    void SetAllRead(ObjectId folder, bool read);
 
   private:
     Site m_site;

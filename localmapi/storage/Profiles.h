@@ -22,20 +22,20 @@ class Profiles
   public:
     explicit Profiles(Site site) : m_site(std::move(site)) {}
 
-    std::vector<Profile> list() const; // by name
-    std::optional<Profile> find(const std::string &name) const;
-    void create(const std::string &name); // Collision; the first one of a site becomes the default
-    void remove(const std::string &name); // NotFound
-    void rename(const std::string &name, const std::string &newName);
-    void setDefault(const std::string &name); // NotFound; empty: none
+    std::vector<Profile> List() const; // by name
+    std::optional<Profile> Find(const std::string &name) const;
+    void Create(const std::string &name); // Collision; the first one of a site becomes the default
+    void Remove(const std::string &name); // NotFound
+    void Rename(const std::string &name, const std::string &newName);
+    void SetDefault(const std::string &name); // NotFound; empty: none
 
-    std::vector<Service> services(const std::string &profile) const;     // in order of their making
-    void addService(const std::string &profile, const Service &service); // Collision on a known uid
-    void removeService(const std::string &profile, const Guid &uid);     // its section too
+    std::vector<Service> Services(const std::string &profile) const;     // in order of their making
+    void AddService(const std::string &profile, const Service &service); // Collision on a known uid
+    void RemoveService(const std::string &profile, const Guid &uid);     // its section too
 
     // The properties of a section; a section is there as soon as it has one.
-    PropertyBag section(const std::string &profile, const Guid &uid) const;
-    void changeSection(const std::string &profile, const Guid &uid, const PropertyBag &set,
+    PropertyBag Section(const std::string &profile, const Guid &uid) const;
+    void ChangeSection(const std::string &profile, const Guid &uid, const PropertyBag &set,
                        const std::vector<Tag> &remove = {});
 
   private:

@@ -11,7 +11,7 @@ constexpr std::uint64_t kLongestInline = 8 * 1024;
 constexpr std::size_t kChunkSize = 256 * 1024;
 
 // Whether the tag's value is kept in the object's own row (or follows from it) and not in its properties.
-bool isColumn(ObjectKind kind, Tag tag);
+bool IsColumn(ObjectKind kind, Tag tag);
 
 // The object's row and what follows from it.
 struct ObjectRow {
@@ -23,17 +23,16 @@ struct ObjectRow {
     FacetKey key; // messages only
 };
 // `facets` keeps the keys of facets that were read, for callers that read many messages.
-std::optional<ObjectRow> findObject(Connection &connection, ObjectId id,
+std::optional<ObjectRow> FindObject(Connection &connection, ObjectId id,
                                     std::map<std::int64_t, FacetKey> *facets = nullptr);
-ObjectRow getObject(Connection &connection, ObjectId id); // NotFound
+ObjectRow GetObject(Connection &connection, ObjectId id); // NotFound
 
 // The value of a column tag; absent where the kind has none.
-Value columnValue(Connection &connection, const ObjectRow &row, Tag tag);
-std::vector<Tag> columnTags(ObjectKind kind);
+Value ColumnValue(Connection &connection, const ObjectRow &row, Tag tag);
 
 // Values in streams that are longer than `longest` come as StoredStream.
-PropertyBag readProperties(Connection &connection, ObjectId id, std::uint64_t longest);
-PropertyBag readAll(Connection &connection, const ObjectRow &row, std::uint64_t longest);
+PropertyBag ReadProperties(Connection &connection, ObjectId id, std::uint64_t longest);
+PropertyBag ReadAll(Connection &connection, const ObjectRow &row, std::uint64_t longest);
 
 // Reads the same tags of many objects of one kind (or of kinds with the same columns).
 class RowReader
@@ -41,7 +40,7 @@ class RowReader
   public:
     RowReader(Connection &connection, ObjectKind kind, const std::vector<Tag> &tags, std::uint64_t longest);
     // The values of the tags, in their order; all absent when the object is not there.
-    std::vector<Value> read(ObjectId id);
+    std::vector<Value> Read(ObjectId id);
 
   private:
     struct Wanted {
@@ -56,15 +55,15 @@ class RowReader
     Statement m_cluster;
 };
 
-std::optional<StoredStream> findStream(Connection &connection, ObjectId object, Tag tag);
+std::optional<StoredStream> FindStream(Connection &connection, ObjectId object, Tag tag);
 
 // Writing; column tags are skipped. Each returns the bytes written.
-std::uint64_t insertProperties(Writer &writer, ObjectId id, ObjectKind kind, const PropertyBag &bag);
-void applyChanges(Writer &writer, ObjectId id, ObjectKind kind, const Changes &changes);
+std::uint64_t InsertProperties(Writer &writer, ObjectId id, ObjectKind kind, const PropertyBag &bag);
+void ApplyChanges(Writer &writer, ObjectId id, ObjectKind kind, const Changes &changes);
 // Copies all properties of one object to a new one.
-void copyProperties(Writer &writer, ObjectId from, ObjectId to);
+void CopyProperties(Writer &writer, ObjectId from, ObjectId to);
 // The bytes that the object's properties and the objects in it take.
-std::int64_t measure(Connection &connection, ObjectId id);
+std::int64_t Measure(Connection &connection, ObjectId id);
 
 // Makes an object's row. Of `bag` only what belongs there is looked at.
 struct NewObject {
@@ -72,7 +71,7 @@ struct NewObject {
     ObjectId parent = 0;
     std::int32_t number = 0;
 };
-ObjectId insertObject(Writer &writer, const NewObject &object, const PropertyBag &bag, std::int64_t size = 0);
-ObjectId insertFolder(Writer &writer, ObjectId parent, const PropertyBag &properties);
+ObjectId InsertObject(Writer &writer, const NewObject &object, const PropertyBag &bag, std::int64_t size = 0);
+ObjectId InsertFolder(Writer &writer, ObjectId parent, const PropertyBag &properties);
 
 } // namespace localmapi::storage

@@ -1,6 +1,8 @@
+// Writing properties: short values into the cluster, long ones in chunks into streams.
 #include "localmapi/storage/Codec.h"
 #include "localmapi/storage/Properties.h"
 #include "localmapi/storage/Schema.h"
+#include "localmapi/storage/Spool.h"
 #include <algorithm>
 
 namespace localmapi::storage
@@ -9,121 +11,121 @@ namespace localmapi::storage
 namespace
 {
 
-std::int64_t insertStream(Writer &writer, ObjectId object, Tag tag, std::uint64_t size)
+std::int64_t InsertStream(Writer &writer, ObjectId object, Tag tag, std::uint64_t size)
 {
-    std::int64_t id = writer.newId();
-    writer->prepare("INSERT INTO stream (id, object, tag, size) VALUES (?, ?, ?, ?)")
-        .bind(id, object, tag, static_cast<std::int64_t>(size))
-        .run();
+    std::int64_t id = writer.NewId();
+    writer->Prepare("INSERT INTO stream (id, object, tag, size) VALUES (?, ?, ?, ?)")
+        .Bind(id, object, tag, static_cast<std::int64_t>(size))
+        .Run();
     return id;
 }
 
-void insertChunk(Writer &writer, std::int64_t stream, std::int64_t number, const void *data, std::size_t size)
+void InsertChunk(Writer &writer, std::int64_t stream, std::int64_t number, const void *data, std::size_t size)
 {
-    Statement insert = writer->prepare("INSERT INTO chunk (stream, number, data) VALUES (?, ?, ?)");
-    insert.bind(stream, number);
-    insert.bindAt(3, data, size);
-    insert.run();
+    Statement insert = writer->Prepare("INSERT INTO chunk (stream, number, data) VALUES (?, ?, ?)");
+    insert.Bind(stream, number);
+    insert.BindAt(3, data, size);
+    insert.Run();
 }
 
-void insertBytes(Writer &writer, std::int64_t stream, const void *data, std::size_t size)
+void InsertBytes(Writer &writer, std::int64_t stream, const void *data, std::size_t size)
 {
     auto from = static_cast<const std::uint8_t *>(data);
     for (std::int64_t number = 0; size; ++number) {
         std::size_t piece = std::min(size, kChunkSize);
-        insertChunk(writer, stream, number, from, piece);
+        InsertChunk(writer, stream, number, from, piece);
         from += piece;
         size -= piece;
     }
 }
 
-void insertSpool(Writer &writer, std::int64_t stream, const Spool &spool)
+void InsertSpool(Writer &writer, std::int64_t stream, const Spool &spool)
 {
     Bytes buffer(static_cast<std::size_t>(std::min<std::uint64_t>(kChunkSize, spool.size())));
     std::uint64_t offset = 0;
-    for (std::int64_t number = 0; std::size_t piece = spool.read(offset, buffer.data(), buffer.size()); ++number) {
-        insertChunk(writer, stream, number, buffer.data(), piece);
+    for (std::int64_t number = 0; std::size_t piece = spool.Read(offset, buffer.data(), buffer.size()); ++number) {
+        InsertChunk(writer, stream, number, buffer.data(), piece);
         offset += piece;
     }
 }
 
-void copyChunks(Writer &writer, std::int64_t from, std::int64_t to)
+void CopyChunks(Writer &writer, std::int64_t from, std::int64_t to)
 {
     writer
-        ->prepare("INSERT INTO chunk (stream, number, data) "
+        ->Prepare("INSERT INTO chunk (stream, number, data) "
                   "SELECT ?2, number, data FROM chunk WHERE stream = ?1 ORDER BY number")
-        .bind(from, to)
-        .run();
+        .Bind(from, to)
+        .Run();
 }
 
 // A spool or stored stream that is short enough is held as an ordinary value.
-Value shortened(Writer &writer, Tag tag, const Value &value)
+Value Shortened(Writer &writer, Tag tag, const Value &value)
 {
     Bytes whole;
     if (auto spool = std::get_if<SpoolPtr>(&value)) {
         whole.resize(static_cast<std::size_t>((*spool)->size()));
-        whole.resize((*spool)->read(0, whole.data(), whole.size()));
+        whole.resize((*spool)->Read(0, whole.data(), whole.size()));
     } else {
-        Statement chunks = writer->prepare("SELECT data FROM chunk WHERE stream = ? ORDER BY number");
-        chunks.bind(std::get<StoredStream>(value).id);
-        while (chunks.step()) {
-            Bytes piece = chunks.bytes(0);
+        Statement chunks = writer->Prepare("SELECT data FROM chunk WHERE stream = ? ORDER BY number");
+        chunks.Bind(std::get<StoredStream>(value).id);
+        while (chunks.Step()) {
+            Bytes piece = chunks.GetBytes(0);
             whole.insert(whole.end(), piece.begin(), piece.end());
         }
     }
-    if (tagType(tag) == Type::Text)
+    if (TagType(tag) == Type::Text)
         return std::string(whole.begin(), whole.end());
     return whole;
 }
 
-void insertRow(Writer &writer, ObjectId object, Tag tag, const Value &value)
+void InsertRow(Writer &writer, ObjectId object, Tag tag, const Value &value)
 {
-    Statement insert = writer->prepare("INSERT INTO property (object, tag, value) VALUES (?, ?, ?)");
+    Statement insert = writer->Prepare("INSERT INTO property (object, tag, value) VALUES (?, ?, ?)");
     Encoded encoded(value);
-    insert.bind(object, tag);
-    encoded.bind(insert, 3);
-    insert.run();
+    insert.Bind(object, tag);
+    encoded.Bind(insert, 3);
+    insert.Run();
 }
 
 // The stream that a value is to be copied from must still be there, and as long as it was.
-void requireStream(Writer &writer, const StoredStream &stream)
+void RequireStream(Writer &writer, const StoredStream &stream)
 {
-    Statement find = writer->prepare("SELECT size FROM stream WHERE id = ?");
-    find.bind(stream.id);
-    if (!find.step() || static_cast<std::uint64_t>(find.integer(0)) != stream.size)
+    Statement find = writer->Prepare("SELECT size FROM stream WHERE id = ?");
+    find.Bind(stream.id);
+    if (!find.Step() || static_cast<std::uint64_t>(find.Integer(0)) != stream.size)
         throw Error(Fault::NotFound, "The data to be copied is not in the site any more.");
 }
 
-void insertLong(Writer &writer, ObjectId object, Tag tag, const Value &value, std::uint64_t size)
+void InsertLong(Writer &writer, ObjectId object, Tag tag, const Value &value, std::uint64_t size)
 {
-    insertRow(writer, object, tag, {});
-    std::int64_t stream = insertStream(writer, object, tag, size);
+    InsertRow(writer, object, tag, {});
+    std::int64_t stream = InsertStream(writer, object, tag, size);
     if (auto text = std::get_if<std::string>(&value))
-        insertBytes(writer, stream, text->data(), text->size());
+        InsertBytes(writer, stream, text->data(), text->size());
     else if (auto bytes = std::get_if<Bytes>(&value))
-        insertBytes(writer, stream, bytes->data(), bytes->size());
+        InsertBytes(writer, stream, bytes->data(), bytes->size());
     else if (auto spool = std::get_if<SpoolPtr>(&value))
-        insertSpool(writer, stream, **spool);
+        InsertSpool(writer, stream, **spool);
     else
-        copyChunks(writer, std::get<StoredStream>(value).id, stream);
+        CopyChunks(writer, std::get<StoredStream>(value).id, stream);
 }
 
-std::uint64_t insertValue(Writer &writer, ObjectId object, Tag tag, const Value &value)
+std::uint64_t InsertValue(Writer &writer, ObjectId object, Tag tag, const Value &value)
 {
-    std::uint64_t size = byteSize(value);
+    std::uint64_t size = ByteSize(value);
     auto stored = std::get_if<StoredStream>(&value);
     if (stored)
-        requireStream(writer, *stored);
+        RequireStream(writer, *stored);
     bool streamed = stored || std::holds_alternative<SpoolPtr>(value);
     bool mayBeLong = streamed || std::holds_alternative<std::string>(value) || std::holds_alternative<Bytes>(value);
     if (mayBeLong && size > kLongestInline)
-        insertLong(writer, object, tag, value, size);
+        InsertLong(writer, object, tag, value, size);
     else
-        insertRow(writer, object, tag, streamed ? shortened(writer, tag, value) : value);
+        InsertRow(writer, object, tag, streamed ? Shortened(writer, tag, value) : value);
     return size;
 }
 
-template <class T> std::optional<T> given(const PropertyBag &bag, Tag tag)
+template <class T> std::optional<T> Given(const PropertyBag &bag, Tag tag)
 {
     const T *value = bag.get<T>(tag);
     return value ? std::optional<T>(*value) : std::nullopt;
@@ -131,63 +133,63 @@ template <class T> std::optional<T> given(const PropertyBag &bag, Tag tag)
 
 } // namespace
 
-std::uint64_t insertProperties(Writer &writer, ObjectId id, ObjectKind kind, const PropertyBag &bag)
+std::uint64_t InsertProperties(Writer &writer, ObjectId id, ObjectKind kind, const PropertyBag &bag)
 {
     std::uint64_t size = 0;
     for (const Property &property : bag)
-        if (!isColumn(kind, property.tag))
-            size += insertValue(writer, id, property.tag, property.value);
+        if (!IsColumn(kind, property.tag))
+            size += InsertValue(writer, id, property.tag, property.value);
     return size;
 }
 
-void applyChanges(Writer &writer, ObjectId id, ObjectKind kind, const Changes &changes)
+void ApplyChanges(Writer &writer, ObjectId id, ObjectKind kind, const Changes &changes)
 {
-    Statement remove = writer->prepare("DELETE FROM property WHERE object = ? AND tag BETWEEN ? AND ?");
-    auto removeTag = [&](Tag tag) { remove.bind(id, tag & 0xFFFF0000, tag | 0xFFFF).run(); };
+    Statement remove = writer->Prepare("DELETE FROM property WHERE object = ? AND tag BETWEEN ? AND ?");
+    auto removeTag = [&](Tag tag) { remove.Bind(id, tag & 0xFFFF0000, tag | 0xFFFF).Run(); };
     for (Tag tag : changes.remove)
-        if (!isColumn(kind, tag))
+        if (!IsColumn(kind, tag))
             removeTag(tag);
     for (const Property &property : changes.set) {
-        if (isColumn(kind, property.tag))
+        if (IsColumn(kind, property.tag))
             continue;
         auto stored = std::get_if<StoredStream>(&property.value);
-        std::optional<StoredStream> old = stored ? findStream(*writer, id, property.tag) : std::nullopt;
+        std::optional<StoredStream> old = stored ? FindStream(*writer, id, property.tag) : std::nullopt;
         if (old && old->id == stored->id)
             continue; // its own value
         removeTag(property.tag);
-        insertValue(writer, id, property.tag, property.value);
+        InsertValue(writer, id, property.tag, property.value);
     }
 }
 
-void copyProperties(Writer &writer, ObjectId from, ObjectId to)
+void CopyProperties(Writer &writer, ObjectId from, ObjectId to)
 {
-    writer->prepare("INSERT INTO property (object, tag, value) SELECT ?2, tag, value FROM property WHERE object = ?1")
-        .bind(from, to)
-        .run();
+    writer->Prepare("INSERT INTO property (object, tag, value) SELECT ?2, tag, value FROM property WHERE object = ?1")
+        .Bind(from, to)
+        .Run();
     std::vector<std::pair<StoredStream, Tag>> streams;
     {
-        Statement rows = writer->prepare("SELECT id, size, tag FROM stream WHERE object = ? ORDER BY id");
-        rows.bind(from);
-        while (rows.step())
+        Statement rows = writer->Prepare("SELECT id, size, tag FROM stream WHERE object = ? ORDER BY id");
+        rows.Bind(from);
+        while (rows.Step())
             streams.push_back(
-                {{rows.integer(0), static_cast<std::uint64_t>(rows.integer(1))}, static_cast<Tag>(rows.integer(2))});
+                {{rows.Integer(0), static_cast<std::uint64_t>(rows.Integer(1))}, static_cast<Tag>(rows.Integer(2))});
     }
     for (const auto &[stream, tag] : streams)
-        copyChunks(writer, stream.id, insertStream(writer, to, tag, stream.size));
+        CopyChunks(writer, stream.id, InsertStream(writer, to, tag, stream.size));
 }
 
-ObjectId insertObject(Writer &writer, const NewObject &object, const PropertyBag &bag, std::int64_t size)
+ObjectId InsertObject(Writer &writer, const NewObject &object, const PropertyBag &bag, std::int64_t size)
 {
-    ObjectId id = writer.newId();
+    ObjectId id = writer.NewId();
     writer
-        ->prepare("INSERT INTO object (id, kind, parent, number, size, created, modified, change) "
+        ->Prepare("INSERT INTO object (id, kind, parent, number, size, created, modified, change) "
                   "VALUES (?, ?, ?, ?, ?, ?, ?, ?)")
-        .bind(id, static_cast<std::int64_t>(object.kind),
+        .Bind(id, static_cast<std::int64_t>(object.kind),
               object.parent ? std::optional<std::int64_t>(object.parent) : std::nullopt, object.number, size,
-              given<std::int64_t>(bag, kCreationTime).value_or(writer.now()), writer.now(), writer.change())
-        .run();
+              Given<std::int64_t>(bag, kCreationTime).value_or(writer.Now()), writer.Now(), writer.Change())
+        .Run();
     if (object.kind == ObjectKind::Folder || object.kind == ObjectKind::User || object.kind == ObjectKind::Contact)
-        writer.changes().objectAdded(object.kind, id, object.parent);
+        writer.Entries().ObjectAdded(object.kind, id, object.parent);
     return id;
 }
 

@@ -1,3 +1,4 @@
+// The tables of a site's file and the steps by which files of older versions become ones of this.
 #include "localmapi/storage/Schema.h"
 
 namespace localmapi::storage
@@ -131,9 +132,9 @@ CREATE UNIQUE INDEX named_property_number ON named_property (uid, number) WHERE 
 CREATE UNIQUE INDEX named_property_name ON named_property (uid, name) WHERE name IS NOT NULL;
 )";
 
-// The log of changes, for those who watch: what happened to which object in which container, with the facet of the
+// The entries, for those who watch: what happened to which object in which container, with the facet of the
 // messages it happened to (see ChangeEntry). Numbers grow; the oldest entries go when there are many, the newest never.
-constexpr const char *kChangeLog = R"(
+constexpr const char *kChangeEntries = R"(
 CREATE TABLE change_entry (
     number INTEGER PRIMARY KEY,
     kind INTEGER NOT NULL,
@@ -148,31 +149,31 @@ INSERT INTO change_entry (number, kind, event, container, object) VALUES (0, 3, 
 )";
 
 // kSteps[n] brings a file of version n + 1 to version n + 2.
-constexpr std::array<const char *, kSchemaVersion - 1> kSteps{kChangeLog};
+constexpr std::array<const char *, kSchemaVersion - 1> kSteps{kChangeEntries};
 
 } // namespace
 
-void createSchema(Connection &connection)
+void CreateSchema(Connection &connection)
 {
-    connection.execute(kTables);
-    connection.execute(kChangeLog);
-    connection.execute("PRAGMA application_id = " + std::to_string(kApplicationId));
-    connection.execute("PRAGMA user_version = " + std::to_string(kSchemaVersion));
+    connection.Execute(kTables);
+    connection.Execute(kChangeEntries);
+    connection.Execute("PRAGMA application_id = " + std::to_string(kApplicationId));
+    connection.Execute("PRAGMA user_version = " + std::to_string(kSchemaVersion));
 }
 
-void upgradeSchema(Connection &connection)
+void UpgradeSchema(Connection &connection)
 {
-    while (connection.integer("PRAGMA user_version") < kSchemaVersion) {
+    while (connection.Integer("PRAGMA user_version") < kSchemaVersion) {
         Transaction transaction(connection, Transaction::Kind::Write);
         // Another process may have been faster.
-        std::int64_t version = connection.integer("PRAGMA user_version");
+        std::int64_t version = connection.Integer("PRAGMA user_version");
         if (version < 1)
             throw Error(Fault::NotASite, "The file has no version.");
         if (version < kSchemaVersion) {
-            connection.execute(kSteps[static_cast<std::size_t>(version) - 1]);
-            connection.execute("PRAGMA user_version = " + std::to_string(version + 1));
+            connection.Execute(kSteps[static_cast<std::size_t>(version) - 1]);
+            connection.Execute("PRAGMA user_version = " + std::to_string(version + 1));
         }
-        transaction.commit();
+        transaction.Commit();
     }
 }
 

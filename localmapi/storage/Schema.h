@@ -11,8 +11,8 @@ constexpr std::int64_t kSchemaVersion = 2;
 // The time column of a message that lacks the property: less than every time.
 constexpr std::int64_t kNoTime = INT64_MIN;
 
-void createSchema(Connection &connection);
+void CreateSchema(Connection &connection);
 // Brings the file to kSchemaVersion, each version in a transaction of its own.
-void upgradeSchema(Connection &connection);
+void UpgradeSchema(Connection &connection);
 
 } // namespace localmapi::storage

@@ -1,37 +1,38 @@
+// What a site is from outside: its file, its names of named properties, its numbers.
 #include "localmapi/storage/Database.h"
 #include <algorithm>
 
 namespace localmapi::storage
 {
 
-Site Site::create(const std::string &path, const std::string &server, const std::string &organization,
+Site Site::Create(const std::string &path, const std::string &server, const std::string &organization,
                   const OpenOptions &options)
 {
-    return Site(Database::create(path, server, organization, options));
+    return Site(Database::Create(path, server, organization, options));
 }
 
-Site Site::open(const std::string &path, const OpenOptions &options)
+Site Site::Open(const std::string &path, const OpenOptions &options)
 {
-    return Site(Database::open(path, options));
+    return Site(Database::Open(path, options));
 }
 
-const std::string &Site::path() const
+const std::string &Site::Path() const
 {
-    return m_database->path();
+    return m_database->Path();
 }
 
-SiteInfo Site::info() const
+SiteInfo Site::Info() const
 {
-    Reader reader(database());
-    Statement row = reader->prepare("SELECT server, organization, uid FROM site");
-    row.step();
-    return {row.text(0), row.text(1), row.guid(2)};
+    Reader reader(GetDatabase());
+    Statement row = reader->Prepare("SELECT server, organization, uid FROM site");
+    row.Step();
+    return {row.Text(0), row.Text(1), row.GetGuid(2)};
 }
 
-ChangeNumber Site::changeNumber() const
+ChangeNumber Site::GetChangeNumber() const
 {
-    Reader reader(database());
-    return reader->integer("SELECT change FROM site");
+    Reader reader(GetDatabase());
+    return reader->Integer("SELECT change FROM site");
 }
 
 namespace
@@ -39,84 +40,84 @@ namespace
 
 constexpr std::int64_t kFirstName = 0x8000, kLastName = 0xFFFE;
 
-std::uint16_t findName(Connection &connection, const PropertyName &name)
+std::uint16_t FindName(Connection &connection, const PropertyName &name)
 {
     if (auto number = std::get_if<std::int32_t>(&name.name)) {
-        Statement find = connection.prepare("SELECT id FROM named_property WHERE uid = ? AND number = ?");
-        find.bind(name.set, *number);
-        return find.step() ? static_cast<std::uint16_t>(find.integer(0)) : 0;
+        Statement find = connection.Prepare("SELECT id FROM named_property WHERE uid = ? AND number = ?");
+        find.Bind(name.set, *number);
+        return find.Step() ? static_cast<std::uint16_t>(find.Integer(0)) : 0;
     }
-    Statement find = connection.prepare("SELECT id FROM named_property WHERE uid = ? AND name = ?");
-    find.bind(name.set, std::get<std::string>(name.name));
-    return find.step() ? static_cast<std::uint16_t>(find.integer(0)) : 0;
+    Statement find = connection.Prepare("SELECT id FROM named_property WHERE uid = ? AND name = ?");
+    find.Bind(name.set, std::get<std::string>(name.name));
+    return find.Step() ? static_cast<std::uint16_t>(find.Integer(0)) : 0;
 }
 
-std::uint16_t makeName(Connection &connection, const PropertyName &name)
+std::uint16_t MakeName(Connection &connection, const PropertyName &name)
 {
     std::int64_t id =
-        connection.integer("SELECT IFNULL(max(id) + 1, " + std::to_string(kFirstName) + ") FROM named_property");
+        connection.Integer("SELECT IFNULL(max(id) + 1, " + std::to_string(kFirstName) + ") FROM named_property");
     if (id > kLastName)
         throw Error(Fault::TooBig, "The site has as many named properties as there can be.");
-    Statement insert = connection.prepare("INSERT INTO named_property (id, uid, number, name) VALUES (?, ?, ?, ?)");
+    Statement insert = connection.Prepare("INSERT INTO named_property (id, uid, number, name) VALUES (?, ?, ?, ?)");
     auto number = std::get_if<std::int32_t>(&name.name);
     auto text = std::get_if<std::string>(&name.name);
     insert
-        .bind(id, name.set, number ? std::optional(*number) : std::nullopt,
+        .Bind(id, name.set, number ? std::optional(*number) : std::nullopt,
               text ? std::optional<std::string_view>(*text) : std::nullopt)
-        .run();
+        .Run();
     return static_cast<std::uint16_t>(id);
 }
 
-PropertyName nameFrom(const Statement &row, int first)
+PropertyName NameFrom(const Statement &row, int first)
 {
-    PropertyName name{row.guid(first), {}};
-    if (row.isNull(first + 1))
-        name.name = row.text(first + 2);
+    PropertyName name{row.GetGuid(first), {}};
+    if (row.IsNull(first + 1))
+        name.name = row.Text(first + 2);
     else
-        name.name = row.integer32(first + 1);
+        name.name = row.Integer32(first + 1);
     return name;
 }
 
 } // namespace
 
-std::vector<std::uint16_t> Names::ids(const std::vector<PropertyName> &names, bool make)
+std::vector<std::uint16_t> Names::Ids(const std::vector<PropertyName> &names, bool make)
 {
     std::vector<std::uint16_t> ids;
     {
-        Reader reader(m_site.database());
+        Reader reader(m_site.GetDatabase());
         for (const PropertyName &name : names)
-            ids.push_back(findName(*reader, name));
+            ids.push_back(FindName(*reader, name));
     }
     if (!make || std::find(ids.begin(), ids.end(), 0) == ids.end())
         return ids;
-    Writer writer(m_site.database());
+    Writer writer(m_site.GetDatabase());
     for (std::size_t i = 0; i < ids.size(); ++i)
-        if (ids[i] == 0 && (ids[i] = findName(*writer, names[i])) == 0)
-            ids[i] = makeName(*writer, names[i]);
-    writer.commit();
+        if (ids[i] == 0 && (ids[i] = FindName(*writer, names[i])) == 0)
+            ids[i] = MakeName(*writer, names[i]);
+    writer.Commit();
     return ids;
 }
 
-std::vector<std::optional<PropertyName>> Names::names(const std::vector<std::uint16_t> &ids) const
+std::vector<std::optional<PropertyName>> Names::NamesOf(const std::vector<std::uint16_t> &ids) const
 {
-    Reader reader(m_site.database());
-    Statement find = reader->prepare("SELECT uid, number, name FROM named_property WHERE id = ?");
+    Reader reader(m_site.GetDatabase());
+    Statement find = reader->Prepare("SELECT uid, number, name FROM named_property WHERE id = ?");
     std::vector<std::optional<PropertyName>> names;
     for (std::uint16_t id : ids) {
-        find.bind(std::int64_t{id});
-        names.push_back(find.step() ? std::optional(nameFrom(find, 0)) : std::nullopt);
-        find.rewind();
+        find.Bind(std::int64_t{id});
+        names.push_back(find.Step() ? std::optional(NameFrom(find, 0)) : std::nullopt);
+        find.Rewind();
     }
     return names;
 }
 
-std::vector<std::pair<std::uint16_t, PropertyName>> Names::all() const
+std::vector<std::pair<std::uint16_t, PropertyName>> Names::All() const
 {
-    Reader reader(m_site.database());
-    Statement rows = reader->prepare("SELECT id, uid, number, name FROM named_property ORDER BY id");
+    Reader reader(m_site.GetDatabase());
+    Statement rows = reader->Prepare("SELECT id, uid, number, name FROM named_property ORDER BY id");
     std::vector<std::pair<std::uint16_t, PropertyName>> all;
-    while (rows.step())
-        all.emplace_back(static_cast<std::uint16_t>(rows.integer(0)), nameFrom(rows, 1));
+    while (rows.Step())
+        all.emplace_back(static_cast<std::uint16_t>(rows.Integer(0)), NameFrom(rows, 1));
     return all;
 }
 

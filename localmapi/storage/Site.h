@@ -25,15 +25,15 @@ class Site
 {
   public:
     // Paths are UTF-8 on every system. create: Collision when the file is there.
-    static Site create(const std::string &path, const std::string &server, const std::string &organization,
+    static Site Create(const std::string &path, const std::string &server, const std::string &organization,
                        const OpenOptions &options = {});
-    static Site open(const std::string &path, const OpenOptions &options = {});
+    static Site Open(const std::string &path, const OpenOptions &options = {});
 
-    const std::string &path() const;
-    SiteInfo info() const;
-    ChangeNumber changeNumber() const; // of the last change; grows with every one
+    const std::string &Path() const;
+    SiteInfo Info() const;
+    ChangeNumber GetChangeNumber() const; // of the last change; grows with every one
 
-    Database &database() const { return *m_database; } // for this layer only
+    Database &GetDatabase() const { return *m_database; } // for this layer only
 
   private:
     explicit Site(std::shared_ptr<Database> database) : m_database(std::move(database)) {}
@@ -52,11 +52,11 @@ class Names
   public:
     explicit Names(Site site) : m_site(std::move(site)) {}
     // The ids of names, in order; 0 for one that is unknown and not to be made.
-    std::vector<std::uint16_t> ids(const std::vector<PropertyName> &names, bool make);
-    // The names of ids, in order; nothing where an id is none of ours.
-    std::vector<std::optional<PropertyName>> names(const std::vector<std::uint16_t> &ids) const;
+    std::vector<std::uint16_t> Ids(const std::vector<PropertyName> &names, bool make);
+    // The names of ids, in order; nothing where an id is not one of ours.
+    std::vector<std::optional<PropertyName>> NamesOf(const std::vector<std::uint16_t> &ids) const;
     // Every name there is, with its id.
-    std::vector<std::pair<std::uint16_t, PropertyName>> all() const;
+    std::vector<std::pair<std::uint16_t, PropertyName>> All() const;
 
   private:
     Site m_site;

@@ -1,3 +1,4 @@
+// SQLite behind owners: its results become exceptions with the place of the call in them.
 #include "localmapi/storage/Sqlite.h"
 #include <cerrno>
 #include <new>
@@ -11,7 +12,7 @@ namespace
 
 constexpr std::size_t kIdleStatements = 500;
 
-Fault faultOf(int extended, int systemError)
+Fault FaultOf(int extended, int systemError)
 {
     if (extended == SQLITE_CONSTRAINT_FOREIGNKEY)
         return Fault::NotFound;
@@ -49,7 +50,7 @@ Fault faultOf(int extended, int systemError)
 
 } // namespace
 
-const char *faultName(Fault fault)
+const char *FaultName(Fault fault)
 {
     switch (fault) {
     case Fault::NotFound:
@@ -90,80 +91,80 @@ Statement::Statement(Statement &&other) noexcept
 Statement::~Statement()
 {
     if (m_statement)
-        m_connection->giveBack(m_statement);
+        m_connection->GiveBack(m_statement);
 }
 
-void Statement::check(int result) const
+void Statement::Check(int result) const
 {
     if (result != SQLITE_OK)
-        m_connection->fail(result);
+        m_connection->Fail(result);
 }
 
-void Statement::bindAt(int at, std::int64_t value)
+void Statement::BindAt(int at, std::int64_t value)
 {
-    check(sqlite3_bind_int64(m_statement, at, value));
+    Check(sqlite3_bind_int64(m_statement, at, value));
 }
 
-void Statement::bindAt(int at, double value)
+void Statement::BindAt(int at, double value)
 {
-    check(sqlite3_bind_double(m_statement, at, value));
+    Check(sqlite3_bind_double(m_statement, at, value));
 }
 
-void Statement::bindAt(int at, std::string_view text)
+void Statement::BindAt(int at, std::string_view text)
 {
-    check(
+    Check(
         sqlite3_bind_text64(m_statement, at, text.data() ? text.data() : "", text.size(), SQLITE_STATIC, SQLITE_UTF8));
 }
 
-void Statement::bindAt(int at, const void *bytes, std::size_t size)
+void Statement::BindAt(int at, const void *bytes, std::size_t size)
 {
-    check(size ? sqlite3_bind_blob64(m_statement, at, bytes, size, SQLITE_STATIC)
+    Check(size ? sqlite3_bind_blob64(m_statement, at, bytes, size, SQLITE_STATIC)
                : sqlite3_bind_zeroblob(m_statement, at, 0));
 }
 
-void Statement::bindAt(int at, std::nullptr_t)
+void Statement::BindAt(int at, std::nullptr_t)
 {
-    check(sqlite3_bind_null(m_statement, at));
+    Check(sqlite3_bind_null(m_statement, at));
 }
 
-bool Statement::step()
+bool Statement::Step()
 {
     int result = sqlite3_step(m_statement);
     if (result == SQLITE_ROW)
         return true;
     if (result == SQLITE_DONE)
         return false;
-    m_connection->fail(result);
+    m_connection->Fail(result);
 }
 
-void Statement::run()
+void Statement::Run()
 {
-    while (step()) {
+    while (Step()) {
     }
-    rewind();
+    Rewind();
 }
 
-void Statement::rewind()
+void Statement::Rewind()
 {
     sqlite3_reset(m_statement);
 }
 
-std::string Statement::text(int column) const
+std::string Statement::Text(int column) const
 {
     auto data = reinterpret_cast<const char *>(sqlite3_column_text(m_statement, column));
     return data ? std::string(data, static_cast<std::size_t>(sqlite3_column_bytes(m_statement, column)))
                 : std::string();
 }
 
-Bytes Statement::bytes(int column) const
+Bytes Statement::GetBytes(int column) const
 {
     auto data = static_cast<const std::uint8_t *>(sqlite3_column_blob(m_statement, column));
     return data ? Bytes(data, data + sqlite3_column_bytes(m_statement, column)) : Bytes();
 }
 
-Guid Statement::guid(int column) const
+Guid Statement::GetGuid(int column) const
 {
-    Bytes held = bytes(column);
+    Bytes held = GetBytes(column);
     Guid guid{};
     if (held.size() != guid.size())
         throw Error(Fault::Corrupt, "A 16-byte identifier in the file has another length.");
@@ -176,7 +177,7 @@ Connection::Connection(const std::string &path, int flags, int busyTimeoutMs) : 
     int result = sqlite3_open_v2(path.c_str(), &m_handle, flags | SQLITE_OPEN_NOMUTEX, nullptr);
     if (result != SQLITE_OK) {
         std::string text = m_handle ? sqlite3_errmsg(m_handle) : "out of memory";
-        Fault fault = faultOf(m_handle ? sqlite3_extended_errcode(m_handle) : result,
+        Fault fault = FaultOf(m_handle ? sqlite3_extended_errcode(m_handle) : result,
                               m_handle ? sqlite3_system_errno(m_handle) : 0);
         sqlite3_close(m_handle);
         throw Error(fault, "'" + path + "' can't be opened: " + text + ".");
@@ -191,18 +192,18 @@ Connection::~Connection()
     sqlite3_close(m_handle);
 }
 
-void Connection::fail(int result) const
+void Connection::Fail(int result) const
 {
     if (result == SQLITE_NOMEM)
         throw std::bad_alloc();
     int extended = sqlite3_extended_errcode(m_handle);
     if ((extended & 0xFF) != (result & 0xFF))
         extended = result;
-    Fault fault = faultOf(extended, sqlite3_system_errno(m_handle));
-    throw Error(fault, "'" + m_path + "' (" + faultName(fault) + "): " + sqlite3_errmsg(m_handle) + ".");
+    Fault fault = FaultOf(extended, sqlite3_system_errno(m_handle));
+    throw Error(fault, "'" + m_path + "' (" + FaultName(fault) + "): " + sqlite3_errmsg(m_handle) + ".");
 }
 
-Statement Connection::prepare(std::string_view sql)
+Statement Connection::Prepare(std::string_view sql)
 {
     if (auto found = m_idle.find(sql); found != m_idle.end()) {
         Statement statement(*this, found->second);
@@ -213,11 +214,11 @@ Statement Connection::prepare(std::string_view sql)
     int result = sqlite3_prepare_v3(m_handle, sql.data(), static_cast<int>(sql.size()), SQLITE_PREPARE_PERSISTENT,
                                     &prepared, nullptr);
     if (result != SQLITE_OK)
-        fail(result);
+        Fail(result);
     return Statement(*this, prepared);
 }
 
-void Connection::giveBack(sqlite3_stmt *statement) noexcept
+void Connection::GiveBack(sqlite3_stmt *statement) noexcept
 {
     sqlite3_reset(statement);
     sqlite3_clear_bindings(statement);
@@ -237,25 +238,25 @@ void Connection::forgetStatements() noexcept
     m_idle.clear();
 }
 
-void Connection::execute(const std::string &sql)
+void Connection::Execute(const std::string &sql)
 {
     int result = sqlite3_exec(m_handle, sql.c_str(), nullptr, nullptr, nullptr);
     if (result != SQLITE_OK)
-        fail(result);
+        Fail(result);
 }
 
-std::int64_t Connection::integer(std::string_view sql)
+std::int64_t Connection::Integer(std::string_view sql)
 {
-    Statement statement = prepare(sql);
-    return statement.step() ? statement.integer(0) : 0;
+    Statement statement = Prepare(sql);
+    return statement.Step() ? statement.Integer(0) : 0;
 }
 
 Transaction::Transaction(Connection &connection, Kind kind, Where where) : m_connection(connection), m_where(where)
 {
     if (connection.m_begun)
-        throw Error(Fault::Failed, std::string("A transaction begun in ") + connection.m_begun->function_name() +
-                                       " is still open in " + where.function_name() + ".");
-    connection.prepare(kind == Kind::Read ? "BEGIN" : "BEGIN IMMEDIATE").run();
+        throw Error(Fault::Failed, std::string("A transaction begun in ") + connection.m_begun->FunctionName() +
+                                       " is still open in " + where.FunctionName() + ".");
+    connection.Prepare(kind == Kind::Read ? "BEGIN" : "BEGIN IMMEDIATE").Run();
     connection.m_begun = &m_where;
 }
 
@@ -267,9 +268,9 @@ Transaction::~Transaction()
         sqlite3_exec(m_connection.m_handle, "ROLLBACK", nullptr, nullptr, nullptr);
 }
 
-void Transaction::commit()
+void Transaction::Commit()
 {
-    m_connection.prepare("COMMIT").run();
+    m_connection.Prepare("COMMIT").Run();
     m_open = false;
 }
 

@@ -11,16 +11,16 @@
 namespace localmapi::storage
 {
 
-// The function and line in which something was begun: a default argument `Where where = Where::here()`.
+// The function and line in which something was begun: a default argument `Where where = Where::Here()`.
 class Where
 {
   public:
-    static constexpr Where here(const char *function = __builtin_FUNCTION(), int line = __builtin_LINE())
+    static constexpr Where Here(const char *function = __builtin_FUNCTION(), int line = __builtin_LINE())
     {
         return {function, line};
     }
-    constexpr const char *function_name() const { return m_function; }
-    constexpr int line() const { return m_line; }
+    constexpr const char *FunctionName() const { return m_function; }
+    constexpr int Line() const { return m_line; }
 
   private:
     constexpr Where(const char *function, int line) : m_function(function), m_line(line) {}
@@ -39,49 +39,49 @@ class Statement
     ~Statement();
 
     // Binds the arguments to the parameters 1, 2, ...; texts and blobs are not copied: they must outlive the steps.
-    template <class... Arguments> Statement &bind(const Arguments &...arguments)
+    template <class... Arguments> Statement &Bind(const Arguments &...arguments)
     {
         int at = 0;
-        (bindAt(++at, arguments), ...);
+        (BindAt(++at, arguments), ...);
         return *this;
     }
-    void bindAt(int at, std::int64_t value);
-    void bindAt(int at, std::int32_t value) { bindAt(at, std::int64_t{value}); }
-    void bindAt(int at, Tag value) { bindAt(at, std::int64_t{value}); }
-    void bindAt(int at, bool value) { bindAt(at, std::int64_t{value}); }
-    void bindAt(int at, double value);
-    void bindAt(int at, std::string_view text);
-    void bindAt(int at, const std::string &text) { bindAt(at, std::string_view(text)); }
-    void bindAt(int at, const char *text) { bindAt(at, std::string_view(text)); }
-    void bindAt(int at, const void *bytes, std::size_t size);
-    void bindAt(int at, const Bytes &bytes) { bindAt(at, bytes.data(), bytes.size()); }
-    void bindAt(int at, const Guid &guid) { bindAt(at, guid.data(), guid.size()); }
-    void bindAt(int at, std::nullptr_t);
-    template <class T> void bindAt(int at, const std::optional<T> &value)
+    void BindAt(int at, std::int64_t value);
+    void BindAt(int at, std::int32_t value) { BindAt(at, std::int64_t{value}); }
+    void BindAt(int at, Tag value) { BindAt(at, std::int64_t{value}); }
+    void BindAt(int at, bool value) { BindAt(at, std::int64_t{value}); }
+    void BindAt(int at, double value);
+    void BindAt(int at, std::string_view text);
+    void BindAt(int at, const std::string &text) { BindAt(at, std::string_view(text)); }
+    void BindAt(int at, const char *text) { BindAt(at, std::string_view(text)); }
+    void BindAt(int at, const void *bytes, std::size_t size);
+    void BindAt(int at, const Bytes &bytes) { BindAt(at, bytes.data(), bytes.size()); }
+    void BindAt(int at, const Guid &guid) { BindAt(at, guid.data(), guid.size()); }
+    void BindAt(int at, std::nullptr_t);
+    template <class T> void BindAt(int at, const std::optional<T> &value)
     {
         if (value)
-            bindAt(at, *value);
+            BindAt(at, *value);
         else
-            bindAt(at, nullptr);
+            BindAt(at, nullptr);
     }
 
-    bool step(); // true: there is a row
-    void run();  // steps to the end and makes the statement ready for the next run
-    void rewind();
+    bool Step(); // true: there is a row
+    void Run();  // steps to the end and makes the statement ready for the next run
+    void Rewind();
 
-    bool isNull(int column) const { return sqlite3_column_type(m_statement, column) == SQLITE_NULL; }
-    std::int64_t integer(int column) const { return sqlite3_column_int64(m_statement, column); }
-    std::int32_t integer32(int column) const { return static_cast<std::int32_t>(integer(column)); }
-    double real(int column) const { return sqlite3_column_double(m_statement, column); }
-    std::string text(int column) const;
-    Bytes bytes(int column) const;
-    Guid guid(int column) const;
-    sqlite3_stmt *handle() const { return m_statement; }
+    bool IsNull(int column) const { return sqlite3_column_type(m_statement, column) == SQLITE_NULL; }
+    std::int64_t Integer(int column) const { return sqlite3_column_int64(m_statement, column); }
+    std::int32_t Integer32(int column) const { return static_cast<std::int32_t>(Integer(column)); }
+    double Real(int column) const { return sqlite3_column_double(m_statement, column); }
+    std::string Text(int column) const;
+    Bytes GetBytes(int column) const;
+    Guid GetGuid(int column) const;
+    sqlite3_stmt *Handle() const { return m_statement; }
 
   private:
     friend class Connection;
     Statement(Connection &connection, sqlite3_stmt *statement) : m_connection(&connection), m_statement(statement) {}
-    void check(int result) const;
+    void Check(int result) const;
 
     Connection *m_connection;
     sqlite3_stmt *m_statement;
@@ -96,17 +96,17 @@ class Connection
     Connection(const Connection &) = delete;
     Connection &operator=(const Connection &) = delete;
 
-    Statement prepare(std::string_view sql);
-    void execute(const std::string &sql);       // any number of statements, no results
-    std::int64_t integer(std::string_view sql); // the first column of the first row; 0 when there is none
-    int changes() const { return sqlite3_changes(m_handle); }
-    sqlite3 *handle() const { return m_handle; }
-    [[noreturn]] void fail(int result) const; // throws what SQLite says of the last call
+    Statement Prepare(std::string_view sql);
+    void Execute(const std::string &sql);       // any number of statements, no results
+    std::int64_t Integer(std::string_view sql); // the first column of the first row; 0 when there is none
+    int ChangedRows() const { return sqlite3_changes(m_handle); }
+    sqlite3 *Handle() const { return m_handle; }
+    [[noreturn]] void Fail(int result) const; // throws what SQLite says of the last call
 
   private:
     friend class Statement;
     friend class Transaction;
-    void giveBack(sqlite3_stmt *statement) noexcept;
+    void GiveBack(sqlite3_stmt *statement) noexcept;
     void forgetStatements() noexcept;
 
     std::string m_path;
@@ -120,11 +120,11 @@ class Transaction
 {
   public:
     enum class Kind { Read, Write };
-    Transaction(Connection &connection, Kind kind, Where where = Where::here());
+    Transaction(Connection &connection, Kind kind, Where where = Where::Here());
     ~Transaction();
     Transaction(const Transaction &) = delete;
     Transaction &operator=(const Transaction &) = delete;
-    void commit();
+    void Commit();
 
   private:
     Connection &m_connection;

@@ -1,8 +1,7 @@
 // Long values, read and written in pieces: neither side ever holds one whole.
 #pragma once
-#include "localmapi/storage/Value.h"
 #include <cstddef>
-#include <mutex>
+#include <cstdint>
 
 namespace localmapi::storage
 {
@@ -14,30 +13,7 @@ class Stream
     virtual ~Stream() = default;
     virtual std::uint64_t size() const = 0;
     // Reads up to `length` bytes; returns how many there were (0 at the end and beyond).
-    virtual std::size_t read(std::uint64_t offset, void *into, std::size_t length) const = 0;
+    virtual std::size_t Read(std::uint64_t offset, void *into, std::size_t length) const = 0;
 };
-
-// Data on its way into the file: short data in memory, longer data in a temporary file that vanishes with the Spool,
-// and with the process however it ends. Nothing of it is in the site until an object is saved with it.
-class Spool : public Stream
-{
-  public:
-    Spool();
-    ~Spool() override;
-    Spool(const Spool &) = delete;
-    Spool &operator=(const Spool &) = delete;
-
-    std::uint64_t size() const override;
-    std::size_t read(std::uint64_t offset, void *into, std::size_t length) const override;
-    void write(std::uint64_t offset, const void *from, std::size_t length); // a gap before it reads as zeros
-    void resize(std::uint64_t size);
-
-  private:
-    struct Impl;
-    std::unique_ptr<Impl> m_impl;
-};
-
-// Copies all of `from` into an empty spool.
-std::shared_ptr<Spool> spoolOf(const Stream &from);
 
 } // namespace localmapi::storage

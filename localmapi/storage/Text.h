@@ -9,13 +9,13 @@ namespace localmapi::storage
 {
 
 // The order of text: folded form first, code points where that is equal. Only equal texts compare equal.
-int compareText(std::string_view left, std::string_view right);
+int CompareText(std::string_view left, std::string_view right);
 
 // The form that names are looked up by.
-std::string foldCase(std::string_view text);
-std::string foldText(std::string_view text, bool ignoreCase, bool ignoreNonSpace);
+std::string FoldCase(std::string_view text);
+std::string FoldText(std::string_view text, bool ignoreCase, bool ignoreNonSpace);
 
 // The bytes that the text takes in UTF-16, without a terminator.
-std::uint64_t utf16Size(std::string_view text);
+std::uint64_t Utf16Size(std::string_view text);
 
 } // namespace localmapi::storage

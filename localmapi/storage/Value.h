@@ -38,27 +38,24 @@ enum class Type : std::uint16_t {
 };
 constexpr std::uint16_t kMultiple = 0x1000; // added to a type: a list of such values
 
-// Now, as a Type::Time.
-std::int64_t currentTime();
-
-constexpr Tag makeTag(std::uint16_t id, Type type)
+constexpr Tag MakeTag(std::uint16_t id, Type type)
 {
     return static_cast<Tag>(id) << 16 | static_cast<std::uint16_t>(type);
 }
-constexpr std::uint16_t tagId(Tag tag)
+constexpr std::uint16_t TagId(Tag tag)
 {
     return static_cast<std::uint16_t>(tag >> 16);
 }
-constexpr bool isMultiple(Tag tag)
+constexpr bool IsMultiple(Tag tag)
 {
     return (tag & kMultiple) != 0;
 }
-constexpr Type tagType(Tag tag) // of the single value
+constexpr Type TagType(Tag tag) // of the single value
 {
     return static_cast<Type>(tag & 0xFFFF & ~kMultiple);
 }
 
-// A value too long to be handed out at once: it is read through Objects::openStream.
+// A value too long to be handed out at once: it is read through Objects::OpenStream.
 struct StoredStream {
     std::int64_t id = 0;
     std::uint64_t size = 0;
@@ -74,16 +71,16 @@ using Value = std::variant<std::monostate, bool, std::int16_t, std::int32_t, std
                            std::vector<float>, std::vector<double>, std::vector<std::string>, std::vector<Bytes>,
                            std::vector<Guid>, StoredStream, SpoolPtr>;
 
-inline bool isAbsent(const Value &value)
+inline bool IsAbsent(const Value &value)
 {
     return std::holds_alternative<std::monostate>(value);
 }
 
 // Whether the alternative is the one for the tag's type (streams fit Text, Binary and Object).
-bool fits(Tag tag, const Value &value);
+bool Fits(Tag tag, const Value &value);
 
 // The bytes a value takes: text without a terminator, lists summed, streams by their size.
-std::uint64_t byteSize(const Value &value);
+std::uint64_t ByteSize(const Value &value);
 
 struct Property {
     Tag tag;
@@ -97,15 +94,15 @@ class PropertyBag
     PropertyBag() = default;
     PropertyBag(std::initializer_list<Property> properties);
 
-    void set(Tag tag, Value value); // throws Invalid when the value doesn't fit the tag
-    bool erase(Tag tag);            // whatever type the id has
+    void Set(Tag tag, Value value); // throws Invalid when the value doesn't fit the tag
+    bool Erase(Tag tag);            // whatever type the id has
     void clear() { m_properties.clear(); }
 
-    const Value *find(Tag tag) const;               // exactly this tag
-    const Property *findId(std::uint16_t id) const; // whatever type
+    const Value *Find(Tag tag) const;               // exactly this tag
+    const Property *FindId(std::uint16_t id) const; // whatever type
     template <class T> const T *get(Tag tag) const  // the value if it is there as a T
     {
-        const Value *value = find(tag);
+        const Value *value = Find(tag);
         return value ? std::get_if<T>(value) : nullptr;
     }
 

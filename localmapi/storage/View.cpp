@@ -1,4 +1,6 @@
+// A view answers in terms of walks (ViewWalk.h), each with a reader of its own.
 #include "localmapi/storage/View.h"
+#include "localmapi/storage/Functions.h"
 #include "localmapi/storage/Properties.h"
 #include "localmapi/storage/ViewWalk.h"
 #include <algorithm>
@@ -9,7 +11,7 @@ namespace localmapi::storage
 namespace
 {
 
-std::vector<SortKey> defaultSort(Container::Kind kind)
+std::vector<SortKey> DefaultSort(Container::Kind kind)
 {
     switch (kind) {
     case Container::Kind::Contents:
@@ -26,7 +28,7 @@ std::vector<SortKey> defaultSort(Container::Kind kind)
 
 // How deep the expression of a filter is nested: a level for each node, and those that a long list is halved into.
 constexpr int kDeepest = 28;
-void requireShallow(const Filter &filter, int above = 0)
+void RequireShallow(const Filter &filter, int above = 0)
 {
     int depth = above + 1;
     for (std::size_t length = filter.children.size(); length > 1; length = (length + 1) / 2)
@@ -34,7 +36,7 @@ void requireShallow(const Filter &filter, int above = 0)
     if (depth > kDeepest)
         throw Error(Fault::TooComplex, "A filter is nested too deeply.");
     for (const Filter &child : filter.children)
-        requireShallow(child, depth);
+        RequireShallow(child, depth);
 }
 
 } // namespace
@@ -43,75 +45,75 @@ View::View(Site site, Container container, Filter filter, std::vector<SortKey> s
     : m_site(std::move(site)), m_container(container), m_filter(std::move(filter)), m_sort(std::move(sort))
 {
     if (m_sort.empty())
-        m_sort = defaultSort(m_container.kind);
-    requireShallow(m_filter);
+        m_sort = DefaultSort(m_container.kind);
+    RequireShallow(m_filter);
     // What can't be put in order is refused now, not when the first row is read.
     for (const SortKey &key : m_sort)
-        collationOf(key.tag);
+        CollationOf(key.tag);
 }
 
-std::uint64_t View::count() const
+std::uint64_t View::Count() const
 {
-    Reader reader(m_site.database());
-    return Walk(m_site.database(), *reader, m_container, m_filter, m_sort).count();
+    Reader reader(m_site.GetDatabase());
+    return Walk(m_site.GetDatabase(), *reader, m_container, m_filter, m_sort).Count();
 }
 
-std::uint64_t View::countBefore(const Place &place) const
+std::uint64_t View::CountBefore(const Place &place) const
 {
-    Reader reader(m_site.database());
-    return Walk(m_site.database(), *reader, m_container, m_filter, m_sort).countBefore(place);
+    Reader reader(m_site.GetDatabase());
+    return Walk(m_site.GetDatabase(), *reader, m_container, m_filter, m_sort).CountBefore(place);
 }
 
-std::vector<Row> View::read(const Place &from, Direction direction, std::size_t rows, const std::vector<Tag> &columns,
+std::vector<Row> View::Read(const Place &from, Direction direction, std::size_t rows, const std::vector<Tag> &columns,
                             std::uint64_t longest) const
 {
-    Reader reader(m_site.database());
+    Reader reader(m_site.GetDatabase());
     std::vector<Row> read;
-    Walk(m_site.database(), *reader, m_container, m_filter, m_sort).walk(from, direction, rows, [&](Row &&row) {
+    Walk(m_site.GetDatabase(), *reader, m_container, m_filter, m_sort).Visit(from, direction, rows, [&](Row &&row) {
         read.push_back(std::move(row));
     });
     if (direction == Direction::Backward)
         std::reverse(read.begin(), read.end());
-    RowReader values(*reader, rowKind(m_container.kind), columns, longest);
+    RowReader values(*reader, RowKind(m_container.kind), columns, longest);
     for (Row &row : read)
-        completeRow(row, values, columns);
+        CompleteRow(row, values, columns);
     return read;
 }
 
-Moved View::move(const Place &from, std::int64_t rows) const
+Moved View::Move(const Place &from, std::int64_t rows) const
 {
     if (rows == 0)
         return {from, 0};
     bool forward = rows > 0;
     std::uint64_t wanted = forward ? static_cast<std::uint64_t>(rows) : 0 - static_cast<std::uint64_t>(rows);
-    Reader reader(m_site.database());
+    Reader reader(m_site.GetDatabase());
     std::uint64_t done = 0;
     Row last;
-    Walk(m_site.database(), *reader, m_container, m_filter, m_sort)
-        .walk(from, forward ? Direction::Forward : Direction::Backward, wanted, [&](Row &&row) {
+    Walk(m_site.GetDatabase(), *reader, m_container, m_filter, m_sort)
+        .Visit(from, forward ? Direction::Forward : Direction::Backward, wanted, [&](Row &&row) {
             last = std::move(row);
             ++done;
         });
     auto signedDone = static_cast<std::int64_t>(done);
     if (done < wanted)
         return forward ? Moved{Place::end(), signedDone} : Moved{Place::beginning(), -signedDone};
-    return forward ? Moved{last.after(), signedDone} : Moved{last.before(), -signedDone};
+    return forward ? Moved{last.After(), signedDone} : Moved{last.Before(), -signedDone};
 }
 
-std::optional<Row> View::find(const Place &from, Direction direction, const Filter &filter,
+std::optional<Row> View::Find(const Place &from, Direction direction, const Filter &filter,
                               const std::vector<Tag> &columns) const
 {
-    View narrowed(m_site, m_container, Filter::all({m_filter, filter}), m_sort);
-    std::vector<Row> found = narrowed.read(from, direction, 1, columns);
+    View narrowed(m_site, m_container, Filter::All({m_filter, filter}), m_sort);
+    std::vector<Row> found = narrowed.Read(from, direction, 1, columns);
     return found.empty() ? std::nullopt : std::optional(std::move(found.front()));
 }
 
-bool View::holds(const Place &place) const
+bool View::Holds(const Place &place) const
 {
     if (place.where == Place::Where::Beginning || place.where == Place::Where::End)
         return true;
-    Reader reader(m_site.database());
-    return Walk(m_site.database(), *reader, m_container, m_filter, m_sort).holds(place);
+    Reader reader(m_site.GetDatabase());
+    return Walk(m_site.GetDatabase(), *reader, m_container, m_filter, m_sort).Holds(place);
 }
 
 } // namespace localmapi::storage

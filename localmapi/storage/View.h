@@ -36,8 +36,8 @@ struct Row {
     ObjectId id = 0;
     std::vector<Value> keys;
     std::vector<Value> values; // of the columns asked for, in their order; std::monostate where the row has none
-    Place before() const { return {Place::Where::Before, keys, id}; }
-    Place after() const { return {Place::Where::After, keys, id}; }
+    Place Before() const { return {Place::Where::Before, keys, id}; }
+    Place After() const { return {Place::Where::After, keys, id}; }
 };
 
 struct Moved {
@@ -50,32 +50,32 @@ enum class Direction { Forward, Backward };
 class View
 {
   public:
-    // TooComplex for a filter that is nested too deeply, Invalid for an order that there is none for.
+    // TooComplex for a filter that is nested too deeply, Invalid for values that have no order.
     // Rows that are equal by `sort` keep a fixed order. Without a sort: messages by submission, folders and people by
     // name, attachments and recipients by number.
     View(Site site, Container container, Filter filter = {}, std::vector<SortKey> sort = {});
 
-    std::uint64_t count() const;
-    std::uint64_t countBefore(const Place &place) const;
+    std::uint64_t Count() const;
+    std::uint64_t CountBefore(const Place &place) const;
 
     // Up to `rows` rows after the place, or before it; always in the order of the table. Values in streams that are
     // longer than `longest` come as StoredStream.
-    std::vector<Row> read(const Place &from, Direction direction, std::size_t rows, const std::vector<Tag> &columns,
+    std::vector<Row> Read(const Place &from, Direction direction, std::size_t rows, const std::vector<Tag> &columns,
                           std::uint64_t longest = Objects::kLongest) const;
 
     // The place `rows` rows further on (back when negative), or the end (beginning) if there are fewer.
-    Moved move(const Place &from, std::int64_t rows) const;
-    Place placeAt(std::uint64_t offset) const
+    Moved Move(const Place &from, std::int64_t rows) const;
+    Place PlaceAt(std::uint64_t offset) const
     {
-        return move(Place::beginning(), static_cast<std::int64_t>(offset)).place;
+        return Move(Place::beginning(), static_cast<std::int64_t>(offset)).place;
     }
 
     // The first row after the place (the last one before it) that also satisfies `filter`.
-    std::optional<Row> find(const Place &from, Direction direction, const Filter &filter,
+    std::optional<Row> Find(const Place &from, Direction direction, const Filter &filter,
                             const std::vector<Tag> &columns = {}) const;
 
     // Whether the row beside the place is still there, just where it was.
-    bool holds(const Place &place) const;
+    bool Holds(const Place &place) const;
 
   private:
     friend class Watch;

@@ -15,16 +15,16 @@ class Walk
     Walk(Database &database, Connection &connection, const Container &container, const Filter &filter,
          const std::vector<SortKey> &sort);
 
-    std::uint64_t count();
-    std::uint64_t countBefore(const Place &place);
+    std::uint64_t Count();
+    std::uint64_t CountBefore(const Place &place);
     // Gives up to `rows` rows, with id and keys (and a folder's depth as the only value), as they come in that
     // direction.
-    void walk(const Place &from, Direction direction, std::uint64_t rows, const std::function<void(Row &&)> &visit);
-    bool holds(const Place &place);
-    // One row, as walk() gives it; nothing when the view does not show it.
-    std::optional<Row> row(ObjectId id);
+    void Visit(const Place &from, Direction direction, std::uint64_t rows, const std::function<void(Row &&)> &visit);
+    bool Holds(const Place &place);
+    // One row, as Visit() gives it; nothing when the view does not show it.
+    std::optional<Row> FindRow(ObjectId id);
     // Whether a row comes before another one in the order of the view.
-    bool precedes(const Row &left, const Row &right) const;
+    bool Precedes(const Row &left, const Row &right) const;
 
   private:
     // One facet that has rows of the view; `condition` is what its rows must still satisfy (empty: nothing).
@@ -36,20 +36,20 @@ class Walk
     };
     class FacetCursor;
 
-    bool isMessages() const;
-    bool isIndexed() const { return m_timeColumn != nullptr; }
-    void makeBranches(const Filter &filter);
-    SqlText rowsOf(const Branch &branch) const;
-    SqlText everyRow() const;
-    SqlText beyond(const Place &place, Direction direction) const;
-    std::uint64_t countRows(const SqlText &from);
-    std::uint64_t countBranch(const Branch &branch);
-    void walkMerged(const Place &from, Direction direction, std::uint64_t rows,
+    bool IsMessages() const;
+    bool IsIndexed() const { return m_timeColumn != nullptr; }
+    void MakeBranches(const Filter &filter);
+    SqlText RowsOf(const Branch &branch) const;
+    SqlText EveryRow() const;
+    SqlText Beyond(const Place &place, Direction direction) const;
+    std::uint64_t CountRows(const SqlText &from);
+    std::uint64_t CountBranch(const Branch &branch);
+    void WalkMerged(const Place &from, Direction direction, std::uint64_t rows,
                     const std::function<void(Row &&)> &visit);
-    void walkSorted(const Place &from, Direction direction, std::uint64_t rows,
+    void WalkSorted(const Place &from, Direction direction, std::uint64_t rows,
                     const std::function<void(Row &&)> &visit);
-    SqlText selection() const;
-    Row rowFrom(const Statement &statement) const;
+    SqlText SelectionSql() const;
+    Row RowFrom(const Statement &statement) const;
     bool ascending(const SortKey &key, Direction direction) const
     {
         return key.descending != (direction == Direction::Forward);
@@ -67,6 +67,6 @@ class Walk
 class RowReader;
 
 // Gives a row that came from a walk the values of the columns.
-void completeRow(Row &row, RowReader &values, const std::vector<Tag> &columns);
+void CompleteRow(Row &row, RowReader &values, const std::vector<Tag> &columns);
 
 } // namespace localmapi::storage

@@ -20,25 +20,25 @@ struct Arguments {
 };
 
 // What a command does; an argument that the storage refuses was a misuse.
-void onCommand(CLI::App &command, std::function<void()> action)
+void OnCommand(CLI::App &command, std::function<void()> action)
 {
     command.callback([action = std::move(action)] {
         try {
             action();
         } catch (const localmapi::storage::Error &error) {
-            if (error.fault() == localmapi::storage::Fault::Invalid)
+            if (error.GetFault() == localmapi::storage::Fault::Invalid)
                 throw ::tool::Misuse(error.what());
             throw;
         }
     });
 }
 
-void addSiteCommands(CLI::App &app, Arguments &a)
+void AddSiteCommands(CLI::App &app, Arguments &a)
 {
     auto *init = app.add_subcommand("init", "Make a site");
     init->add_option("--server", a.server, "The server's name, as clients will ask for it")->required();
     init->add_option("--organization", a.organization, "The organization's name")->required();
-    onCommand(*init, [&] { initSite(a.common, a.server, a.organization); });
+    OnCommand(*init, [&] { InitSite(a.common, a.server, a.organization); });
 
     auto *user = app.add_subcommand("user", "Users, each with a mailbox");
     user->require_subcommand(1);
@@ -47,22 +47,22 @@ void addSiteCommands(CLI::App &app, Arguments &a)
     addition->add_option("--name", a.newUser.name, "Full name, as the address book shows it")->required();
     addition->add_option("--smtp", a.newUser.smtp, "Mail address; ALIAS@ORGANIZATION.example without it");
     addition->add_flag("--service", a.newUser.service, "A service account: may open every mailbox");
-    onCommand(*addition, [&] { addUser(a.common, a.newUser); });
-    onCommand(*user->add_subcommand("list", "List the users"), [&] { listUsers(a.common); });
+    OnCommand(*addition, [&] { AddUser(a.common, a.newUser); });
+    OnCommand(*user->add_subcommand("list", "List the users"), [&] { ListUsers(a.common); });
 
     auto *contact = app.add_subcommand("contact", "People elsewhere");
     contact->require_subcommand(1);
     auto *contactAddition = contact->add_subcommand("add", "Add a contact");
     contactAddition->add_option("NAME", a.name, "Full name")->required();
     contactAddition->add_option("--smtp", a.smtp, "Mail address")->required();
-    onCommand(*contactAddition, [&] { addContact(a.common, a.name, a.smtp); });
+    OnCommand(*contactAddition, [&] { AddContact(a.common, a.name, a.smtp); });
 
     auto *check = app.add_subcommand("check", "Check the integrity of the file and of what is in it");
     check->add_flag("--repair", a.repair, "Mend what can be mended");
-    onCommand(*check, [&] { checkSite(a.common, a.repair); });
+    OnCommand(*check, [&] { CheckSite(a.common, a.repair); });
 }
 
-void addProfileCommands(CLI::App &app, Arguments &a)
+void AddProfileCommands(CLI::App &app, Arguments &a)
 {
     auto *profile = app.add_subcommand("profile", "MAPI profiles");
     profile->require_subcommand(1);
@@ -70,20 +70,20 @@ void addProfileCommands(CLI::App &app, Arguments &a)
     addition->add_option("NAME", a.name, "The profile's name")->required();
     addition->add_option("--user", a.user, "Whose profile it is (a user's alias)")->required();
     addition->add_flag("--default", a.isDefault, "Make it the default profile");
-    onCommand(*addition, [&] { addProfile(a.common, a.name, a.user, a.isDefault); });
-    onCommand(*profile->add_subcommand("list", "List the profiles"), [&] { listProfiles(a.common); });
+    OnCommand(*addition, [&] { AddProfile(a.common, a.name, a.user, a.isDefault); });
+    OnCommand(*profile->add_subcommand("list", "List the profiles"), [&] { ListProfiles(a.common); });
     auto *removal = profile->add_subcommand("remove", "Remove a profile");
     removal->add_option("NAME", a.name, "The profile's name")->required();
-    onCommand(*removal, [&] { removeProfile(a.common, a.name); });
+    OnCommand(*removal, [&] { RemoveProfile(a.common, a.name); });
 }
 
-void addTraits(CLI::App &command, DeliverOptions &delivery)
+void AddTraits(CLI::App &command, DeliverOptions &delivery)
 {
     command.add_flag("--urgent", delivery.urgent, "High importance");
     command.add_flag("--private", delivery.isPrivate, "Private");
 }
 
-void addDeliverCommands(CLI::App &app, Arguments &a)
+void AddDeliverCommands(CLI::App &app, Arguments &a)
 {
     auto *deliver = app.add_subcommand("deliver", "Put a message into a user's Inbox");
     deliver->require_subcommand(1);
@@ -97,8 +97,8 @@ void addDeliverCommands(CLI::App &app, Arguments &a)
     voicemail->add_option("--seconds", d.seconds, "Its length; read from the WAVE file without it")
         ->check(CLI::Range(0, 0x7FFFFFFF));
     voicemail->add_option("--subject", d.subject, "Subject");
-    addTraits(*voicemail, d);
-    onCommand(*voicemail, [&] { deliverVoicemail(a.common, a.delivery); });
+    AddTraits(*voicemail, d);
+    OnCommand(*voicemail, [&] { DeliverVoicemail(a.common, a.delivery); });
 
     auto *mail = deliver->add_subcommand("mail", "An e-mail");
     mail->add_option("--to", d.to, "A user's alias")->required();
@@ -107,8 +107,8 @@ void addDeliverCommands(CLI::App &app, Arguments &a)
     auto *body = mail->add_option("--body", d.body, "Text");
     mail->add_option("--body-file", d.bodyFile, "A file with the text, in UTF-8")->excludes(body);
     ::tool::Repeatable(mail->add_option("--attach", d.attachments, "A file; may be given again"));
-    addTraits(*mail, d);
-    onCommand(*mail, [&] { deliverMail(a.common, a.delivery); });
+    AddTraits(*mail, d);
+    OnCommand(*mail, [&] { DeliverMail(a.common, a.delivery); });
 
     auto *fax = deliver->add_subcommand("fax", "A fax, as a fax server delivers it");
     fax->add_option("--to", d.to, "A user's alias")->required();
@@ -117,10 +117,10 @@ void addDeliverCommands(CLI::App &app, Arguments &a)
     d.creator = "Fax Server";
     fax->add_option("--creator", d.creator, "The fax server's name")->capture_default_str();
     fax->add_option("--from", d.from, "The sender's address");
-    onCommand(*fax, [&] { deliverFax(a.common, a.delivery); });
+    OnCommand(*fax, [&] { DeliverFax(a.common, a.delivery); });
 }
 
-void addAppointmentCommands(CLI::App &app, Arguments &a)
+void AddAppointmentCommands(CLI::App &app, Arguments &a)
 {
     auto *appointment = app.add_subcommand("appointment", "Appointments of a user's calendar");
     appointment->require_subcommand(1);
@@ -150,17 +150,17 @@ void addAppointmentCommands(CLI::App &app, Arguments &a)
     addition->add_option("--month", o.month, "yearly: the month; else the start's")->check(CLI::Range(1, 12));
     auto *until = addition->add_option("--until", o.until, "The last day, \"2026-12-31\"; for ever without it");
     addition->add_option("--times", o.times, "So many times")->check(CLI::Range(1, 999))->excludes(until);
-    onCommand(*addition, [&] { addAppointment(a.common, a.appointment); });
+    OnCommand(*addition, [&] { AddAppointment(a.common, a.appointment); });
 }
 
-void addMailboxCommands(CLI::App &app, Arguments &a)
+void AddMailboxCommands(CLI::App &app, Arguments &a)
 {
     auto *list = app.add_subcommand("list", "List a folder's messages");
     list->add_option("--user", a.user, "A user's alias")->required();
     list->add_option("--folder", a.folder, "inbox, outbox, sent, deleted or calendar")
         ->check(CLI::IsMember({"inbox", "outbox", "sent", "deleted", "calendar"}))
         ->capture_default_str();
-    onCommand(*list, [&] { listFolder(a.common, a.user, a.folder); });
+    OnCommand(*list, [&] { ListFolder(a.common, a.user, a.folder); });
 
     auto *fill = app.add_subcommand("fill", "Put many messages into an Inbox, for trials and benchmarks");
     fill->add_option("--user", a.fill.user, "A user's alias")->required();
@@ -168,24 +168,24 @@ void addMailboxCommands(CLI::App &app, Arguments &a)
     fill->add_option("--mix", a.fill.mix, "Kinds, in turn: voicemail, mail, fax; all without it")
         ->delimiter(',')
         ->check(CLI::IsMember({"voicemail", "mail", "fax"}));
-    onCommand(*fill, [&] { fillMailbox(a.common, a.fill); });
+    OnCommand(*fill, [&] { FillMailbox(a.common, a.fill); });
 
-    onCommand(*app.add_subcommand("register", "Windows: make localmapi the default mail client"),
-              [&] { registerMailClient(a.common); });
-    onCommand(*app.add_subcommand("unregister", "Windows: put the former default mail client back"),
-              [&] { unregisterMailClient(a.common); });
+    OnCommand(*app.add_subcommand("register", "Windows: make localmapi the default mail client"),
+              [&] { RegisterMailClient(a.common); });
+    OnCommand(*app.add_subcommand("unregister", "Windows: put the former default mail client back"),
+              [&] { UnregisterMailClient(a.common); });
 }
 
-void describe(CLI::App &app, Arguments &arguments)
+void Describe(CLI::App &app, Arguments &arguments)
 {
     app.add_option("--file", arguments.common.file,
                    "The site's file; else LOCALMAPI_FILE, the registry's, the default");
     app.add_flag("--json", arguments.common.json, "Print one JSON document");
-    addSiteCommands(app, arguments);
-    addProfileCommands(app, arguments);
-    addDeliverCommands(app, arguments);
-    addAppointmentCommands(app, arguments);
-    addMailboxCommands(app, arguments);
+    AddSiteCommands(app, arguments);
+    AddProfileCommands(app, arguments);
+    AddDeliverCommands(app, arguments);
+    AddAppointmentCommands(app, arguments);
+    AddMailboxCommands(app, arguments);
 }
 
 } // namespace
@@ -195,5 +195,5 @@ int main(int argc, char **argv)
     Arguments arguments;
     return ::tool::RunCommandLine(
         "localmapi", "localmapi: an Extended MAPI subsystem in one file.",
-        [&](CLI::App &app) { describe(app, arguments); }, argc, argv);
+        [&](CLI::App &app) { Describe(app, arguments); }, argc, argv);
 }

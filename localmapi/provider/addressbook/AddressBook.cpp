@@ -1,9 +1,12 @@
+// IAddrBook: opening what an entry ID names, comparing entries, resolving names. It has no lock: what it answers it
+// reads from the directory at that moment.
 #include "localmapi/provider/addressbook/AddressBook.h"
 #include "localmapi/provider/addressbook/AddressEntries.h"
 #include "localmapi/provider/addressbook/Recipients.h"
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/base/Memory.h"
 #include "localmapi/provider/base/Text.h"
+#include "localmapi/provider/property/PropArray.h"
 #include "localmapi/provider/property/PropObject.h"
 #include "localmapi/provider/site/NameMatch.h"
 
@@ -85,7 +88,7 @@ class AddressBook final : public PropObject<IAddrBook>
     storage::PropertyBag Load() override
     {
         storage::PropertyBag bag;
-        bag.set(PR_OBJECT_TYPE, std::int32_t{MAPI_ADDRBOOK});
+        bag.Set(PR_OBJECT_TYPE, std::int32_t{MAPI_ADDRBOOK});
         return bag;
     }
 
@@ -169,7 +172,7 @@ STDMETHODIMP AddressBook::GetSearchPath(ULONG flags, LPSRowSet *path)
         for (const storage::Property &property : properties)
             row.Value(ClientTag(property.tag, (flags & MAPI_UNICODE) != 0), property.value);
         RowSetBuilder rows(1);
-        const ULONG count = row.count();
+        const ULONG count = row.Count();
         rows.Add(Block<SPropValue>(row.Release()), count);
         *path = rows.Release();
         return S_OK;

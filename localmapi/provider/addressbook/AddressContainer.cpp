@@ -4,8 +4,10 @@
 #include "localmapi/provider/addressbook/Recipients.h"
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/base/Text.h"
+#include "localmapi/provider/property/PropArray.h"
 #include "localmapi/provider/property/PropObject.h"
 #include "localmapi/provider/table/MemoryTable.h"
+#include "localmapi/provider/table/ViewTable.h"
 
 namespace localmapi
 {
@@ -116,7 +118,7 @@ class Container final : public PropObject<IABContainer>
         for (const storage::Property &property : properties)
             row.Value(property.tag, property.value);
         MemoryRows rows;
-        Check(rows.Add(row.count(), row.values()), "the row of the global address list");
+        Check(rows.Add(row.Count(), row.Values()), "the row of the global address list");
         MemoryTableSettings settings;
         settings.columns = {PR_ENTRYID,      PR_OBJECT_TYPE,     PR_DISPLAY_TYPE, PR_DISPLAY_NAME_W,
                             PR_INSTANCE_KEY, PR_CONTAINER_FLAGS, PR_DEPTH,        PR_AB_PROVIDER_ID};

@@ -1,3 +1,4 @@
+// The properties of the address book's entries, made of the directory's rows, and the schema of the table over it.
 #include "localmapi/provider/addressbook/AddressEntries.h"
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/property/PropertyConvert.h"
@@ -62,14 +63,14 @@ Bytes EntryIdOf(const SiteUid &site, bool user, storage::ObjectId id)
 PropertyBag ContainerProperties(const Bytes &entryId, const char *name, ULONG displayType, ULONG flags)
 {
     PropertyBag bag;
-    bag.set(PR_ENTRYID, entryId);
-    bag.set(PR_RECORD_KEY, entryId);
-    bag.set(PR_INSTANCE_KEY, entryId);
-    bag.set(PR_OBJECT_TYPE, Number(MAPI_ABCONT));
-    bag.set(PR_DISPLAY_TYPE, Number(displayType));
-    bag.set(PR_DISPLAY_NAME_W, std::string(name));
-    bag.set(PR_CONTAINER_FLAGS, Number(flags));
-    bag.set(PR_AB_PROVIDER_ID, Bytes(kAddressBookProvider.ab, kAddressBookProvider.ab + sizeof(MAPIUID)));
+    bag.Set(PR_ENTRYID, entryId);
+    bag.Set(PR_RECORD_KEY, entryId);
+    bag.Set(PR_INSTANCE_KEY, entryId);
+    bag.Set(PR_OBJECT_TYPE, Number(MAPI_ABCONT));
+    bag.Set(PR_DISPLAY_TYPE, Number(displayType));
+    bag.Set(PR_DISPLAY_NAME_W, std::string(name));
+    bag.Set(PR_CONTAINER_FLAGS, Number(flags));
+    bag.Set(PR_AB_PROVIDER_ID, Bytes(kAddressBookProvider.ab, kAddressBookProvider.ab + sizeof(MAPIUID)));
     return bag;
 }
 
@@ -93,18 +94,18 @@ Bytes InstanceKey(storage::ObjectId id)
 
 Filter Nothing()
 {
-    return Filter::any({});
+    return Filter::Any({});
 }
 
 Filter ObjectIs(storage::ObjectId id)
 {
-    return Filter::compare(storage::kObjectId, storage::Relation::Equal, id);
+    return Filter::Compare(storage::kObjectId, storage::Relation::Equal, id);
 }
 
 Filter IsOfType(bool user)
 {
-    auto filter = Filter::compare(storage::kAddressType, storage::Relation::Equal, std::string(kExchange));
-    return user ? filter : Filter::negate(std::move(filter));
+    auto filter = Filter::Compare(storage::kAddressType, storage::Relation::Equal, std::string(kExchange));
+    return user ? filter : Filter::Negate(std::move(filter));
 }
 
 // The condition that the entry ID that a client holds is the row's.
@@ -116,7 +117,7 @@ Filter EntryIdIs(const SiteUid &site, const Value &value)
             const EntryId id =
                 ParseEntryId(site, static_cast<ULONG>(bytes->size()), reinterpret_cast<const ENTRYID *>(bytes->data()));
             if (id.kind == EntryKind::MailUser || id.kind == EntryKind::Contact)
-                return Filter::all({ObjectIs(id.object), IsOfType(id.kind == EntryKind::MailUser)});
+                return Filter::All({ObjectIs(id.object), IsOfType(id.kind == EntryKind::MailUser)});
         }
     } catch (const Failure &) {
         // It is no row's.
@@ -136,31 +137,31 @@ PropertyBag GlobalListProperties(const SiteUid &site)
 {
     auto bag = ContainerProperties(MakeEntryId(site, EntryKind::GlobalAddressList), "Global Address List", DT_GLOBAL,
                                    AB_RECIPIENTS | AB_UNMODIFIABLE);
-    bag.set(PR_DEPTH, Number(0));
+    bag.Set(PR_DEPTH, Number(0));
     return bag;
 }
 
 PropertyBag DirectoryProperties(const storage::Site &site, storage::ObjectId id)
 {
     const storage::Objects objects(site);
-    const auto info = objects.find(id);
+    const auto info = objects.Find(id);
     if (!info || (info->kind != storage::ObjectKind::User && info->kind != storage::ObjectKind::Contact))
         throw Failure(MAPI_E_NOT_FOUND, "The directory has no such entry.");
-    PropertyBag bag = objects.read(id);
+    PropertyBag bag = objects.Read(id);
     const bool user = info->kind == storage::ObjectKind::User;
     const auto text = [&](storage::Tag tag) {
-        const Value *value = bag.find(tag);
+        const Value *value = bag.Find(tag);
         return value ? TextOf(*value) : std::string();
     };
-    const Bytes entryId = EntryIdOf(site.info().uid, user, id);
-    bag.set(PR_ENTRYID, entryId);
-    bag.set(PR_RECORD_KEY, entryId);
-    bag.set(PR_INSTANCE_KEY, InstanceKey(id));
-    bag.set(PR_SEARCH_KEY, SearchKey(text(storage::kAddressType), text(storage::kEmailAddress)));
-    bag.set(PR_OBJECT_TYPE, Number(MAPI_MAILUSER));
-    bag.set(PR_DISPLAY_TYPE, Number(user ? DT_MAILUSER : DT_REMOTE_MAILUSER));
-    bag.set(PR_SEND_RICH_INFO, user);
-    bag.set(PR_TRANSMITABLE_DISPLAY_NAME_W, text(storage::kDisplayName));
+    const Bytes entryId = EntryIdOf(site.Info().uid, user, id);
+    bag.Set(PR_ENTRYID, entryId);
+    bag.Set(PR_RECORD_KEY, entryId);
+    bag.Set(PR_INSTANCE_KEY, InstanceKey(id));
+    bag.Set(PR_SEARCH_KEY, SearchKey(text(storage::kAddressType), text(storage::kEmailAddress)));
+    bag.Set(PR_OBJECT_TYPE, Number(MAPI_MAILUSER));
+    bag.Set(PR_DISPLAY_TYPE, Number(user ? DT_MAILUSER : DT_REMOTE_MAILUSER));
+    bag.Set(PR_SEND_RICH_INFO, user);
+    bag.Set(PR_TRANSMITABLE_DISPLAY_NAME_W, text(storage::kDisplayName));
     return bag;
 }
 
@@ -169,19 +170,19 @@ PropertyBag OneOffProperties(const EntryId &oneOff)
     const Bytes entryId = MakeOneOff(oneOff.name, oneOff.addressType, oneOff.address, true,
                                      !(oneOff.oneOffFlags & MAPI_ONE_OFF_NO_RICH_INFO));
     PropertyBag bag;
-    bag.set(PR_ENTRYID, entryId);
-    bag.set(PR_RECORD_KEY, entryId);
-    bag.set(PR_INSTANCE_KEY, entryId);
-    bag.set(PR_SEARCH_KEY, SearchKey(oneOff.addressType, oneOff.address));
-    bag.set(PR_OBJECT_TYPE, Number(MAPI_MAILUSER));
-    bag.set(PR_DISPLAY_TYPE, Number(DT_MAILUSER));
-    bag.set(PR_DISPLAY_NAME_W, oneOff.name);
-    bag.set(PR_TRANSMITABLE_DISPLAY_NAME_W, oneOff.name);
-    bag.set(PR_ADDRTYPE_W, oneOff.addressType);
-    bag.set(PR_EMAIL_ADDRESS_W, oneOff.address);
-    bag.set(PR_SEND_RICH_INFO, !(oneOff.oneOffFlags & MAPI_ONE_OFF_NO_RICH_INFO));
+    bag.Set(PR_ENTRYID, entryId);
+    bag.Set(PR_RECORD_KEY, entryId);
+    bag.Set(PR_INSTANCE_KEY, entryId);
+    bag.Set(PR_SEARCH_KEY, SearchKey(oneOff.addressType, oneOff.address));
+    bag.Set(PR_OBJECT_TYPE, Number(MAPI_MAILUSER));
+    bag.Set(PR_DISPLAY_TYPE, Number(DT_MAILUSER));
+    bag.Set(PR_DISPLAY_NAME_W, oneOff.name);
+    bag.Set(PR_TRANSMITABLE_DISPLAY_NAME_W, oneOff.name);
+    bag.Set(PR_ADDRTYPE_W, oneOff.addressType);
+    bag.Set(PR_EMAIL_ADDRESS_W, oneOff.address);
+    bag.Set(PR_SEND_RICH_INFO, !(oneOff.oneOffFlags & MAPI_ONE_OFF_NO_RICH_INFO));
     if (EqualIgnoringCase(oneOff.addressType, "SMTP"))
-        bag.set(PR_SMTP_ADDRESS_W, oneOff.address);
+        bag.Set(PR_SMTP_ADDRESS_W, oneOff.address);
     return bag;
 }
 
@@ -207,7 +208,7 @@ TableSchema DirectorySchema(const SiteUid &site, bool unicode)
                       PR_OBJECT_TYPE,    PR_DISPLAY_TYPE,   PR_INSTANCE_KEY, PR_ACCOUNT_W,
                       PR_SMTP_ADDRESS_W, PR_SEARCH_KEY,     PR_RECORD_KEY};
     schema.unicode = unicode;
-    schema.constants.set(PR_OBJECT_TYPE, Number(MAPI_MAILUSER));
+    schema.constants.Set(PR_OBJECT_TYPE, Number(MAPI_MAILUSER));
     const auto entryId = [site](From from) -> Value { return EntryIdOf(site, IsUser(from[1]), IdOf(from[0])); };
     const auto entryIdIs = [site](const Value &value) { return EntryIdIs(site, value); };
     for (const storage::Tag tag : {PR_ENTRYID, PR_RECORD_KEY})
@@ -241,9 +242,9 @@ TableSchema DirectorySchema(const SiteUid &site, bool unicode)
                                   if (colon == std::string::npos)
                                       return Nothing();
                                   const auto is = [](storage::Tag tag, const std::string &part) {
-                                      return Filter::content(tag, Filter::Match::Whole, part, true);
+                                      return Filter::Content(tag, Filter::Match::Whole, part, true);
                                   };
-                                  return Filter::all({is(storage::kAddressType, text.substr(0, colon)),
+                                  return Filter::All({is(storage::kAddressType, text.substr(0, colon)),
                                                       is(storage::kEmailAddress, text.substr(colon + 1))});
                               }});
     schema.anr = [](const std::string &text) { return AnrFilter(text); };

@@ -3,7 +3,7 @@
 #pragma once
 #include "localmapi/provider/base/EntryId.h"
 #include "localmapi/provider/site/SessionContext.h"
-#include "localmapi/provider/table/ViewTable.h"
+#include "localmapi/provider/table/TableSchema.h"
 
 namespace localmapi
 {

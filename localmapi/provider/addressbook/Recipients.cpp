@@ -1,8 +1,11 @@
+// Resolution of the names in a recipient list: each that is found gets the properties of its entry, in memory of the
+// list.
 #include "localmapi/provider/addressbook/Recipients.h"
 #include "localmapi/provider/addressbook/AddressEntries.h"
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/base/Memory.h"
 #include "localmapi/provider/base/Text.h"
+#include "localmapi/provider/property/PropArray.h"
 #include "localmapi/provider/property/PropertyConvert.h"
 #include "localmapi/provider/site/NameMatch.h"
 
@@ -112,7 +115,7 @@ void ReplaceEntry(ADRENTRY &entry, const storage::PropertyBag &found, const SPro
         wanted.assign(tags->aulPropTag, tags->aulPropTag + tags->cValues);
     } else {
         for (const ULONG tag : kResolvedTags)
-            if (found.findId(static_cast<std::uint16_t>(PROP_ID(tag))))
+            if (found.FindId(static_cast<std::uint16_t>(PROP_ID(tag))))
                 wanted.push_back(ClientTag(tag, unicode));
     }
     const auto isWanted = [&](ULONG tag) {
@@ -125,7 +128,7 @@ void ReplaceEntry(ADRENTRY &entry, const storage::PropertyBag &found, const SPro
 
     PropArray values(wanted.size() + kept.size());
     for (const ULONG tag : wanted) {
-        const storage::Property *property = found.findId(static_cast<std::uint16_t>(PROP_ID(tag)));
+        const storage::Property *property = found.FindId(static_cast<std::uint16_t>(PROP_ID(tag)));
         storage::Value value = property ? property->value : storage::Value{};
         // What resolving does not know may stand in the entry already.
         const SPropValue *own = property ? nullptr : Find(entry, PROP_ID(tag));
@@ -139,7 +142,7 @@ void ReplaceEntry(ADRENTRY &entry, const storage::PropertyBag &found, const SPro
         if (IsValueType(type))
             values.Value(own->ulPropTag, ValueFromProp(*own));
     }
-    const ULONG count = values.count();
+    const ULONG count = values.Count();
     FreeBuffer(entry.rgPropVals);
     entry.cValues = count;
     entry.rgPropVals = values.Release();

@@ -2,6 +2,7 @@
 // live objects. Safe for any thread.
 #pragma once
 #include "ExchangeMapi.h"
+#include "platform/com/ComPtr.h"
 
 #include <atomic>
 #include <mapiutil.h>
@@ -17,21 +18,21 @@ inline std::atomic<LONG> g_liveObjects{0};
 // The identifiers that an interface answers to beside IUnknown: its own and those of the interfaces it extends.
 template <class Interface> struct InterfaceIds;
 // clang-format off
-template <> struct InterfaceIds<IStream> { static inline const IID *const ids[] = {&IID_IStream, &IID_ISequentialStream}; };
-template <> struct InterfaceIds<IMAPITable> { static inline const IID *const ids[] = {&IID_IMAPITable}; };
-template <> struct InterfaceIds<IMAPISession> { static inline const IID *const ids[] = {&IID_IMAPISession}; };
-template <> struct InterfaceIds<IProfAdmin> { static inline const IID *const ids[] = {&IID_IProfAdmin}; };
-template <> struct InterfaceIds<IMsgServiceAdmin> { static inline const IID *const ids[] = {&IID_IMsgServiceAdmin}; };
-template <> struct InterfaceIds<IMAPIAdviseSink> { static inline const IID *const ids[] = {&IID_IMAPIAdviseSink}; };
-template <> struct InterfaceIds<IExchangeManageStore> { static inline const IID *const ids[] = {&IID_IExchangeManageStore}; };
-template <> struct InterfaceIds<IProfSect> { static inline const IID *const ids[] = {&IID_IProfSect, &IID_IMAPIProp}; };
-template <> struct InterfaceIds<IMsgStore> { static inline const IID *const ids[] = {&IID_IMsgStore, &IID_IMAPIProp}; };
-template <> struct InterfaceIds<IMessage> { static inline const IID *const ids[] = {&IID_IMessage, &IID_IMAPIProp}; };
-template <> struct InterfaceIds<IAttach> { static inline const IID *const ids[] = {&IID_IAttachment, &IID_IMAPIProp}; };
-template <> struct InterfaceIds<IAddrBook> { static inline const IID *const ids[] = {&IID_IAddrBook, &IID_IMAPIProp}; };
-template <> struct InterfaceIds<IMailUser> { static inline const IID *const ids[] = {&IID_IMailUser, &IID_IMAPIProp}; };
-template <> struct InterfaceIds<IMAPIFolder> { static inline const IID *const ids[] = {&IID_IMAPIFolder, &IID_IMAPIContainer, &IID_IMAPIProp}; };
-template <> struct InterfaceIds<IABContainer> { static inline const IID *const ids[] = {&IID_IABContainer, &IID_IMAPIContainer, &IID_IMAPIProp}; };
+template <> struct InterfaceIds<IStream> { static inline const IID *const kIds[] = {&IID_IStream, &IID_ISequentialStream}; };
+template <> struct InterfaceIds<IMAPITable> { static inline const IID *const kIds[] = {&IID_IMAPITable}; };
+template <> struct InterfaceIds<IMAPISession> { static inline const IID *const kIds[] = {&IID_IMAPISession}; };
+template <> struct InterfaceIds<IProfAdmin> { static inline const IID *const kIds[] = {&IID_IProfAdmin}; };
+template <> struct InterfaceIds<IMsgServiceAdmin> { static inline const IID *const kIds[] = {&IID_IMsgServiceAdmin}; };
+template <> struct InterfaceIds<IMAPIAdviseSink> { static inline const IID *const kIds[] = {&IID_IMAPIAdviseSink}; };
+template <> struct InterfaceIds<IExchangeManageStore> { static inline const IID *const kIds[] = {&IID_IExchangeManageStore}; };
+template <> struct InterfaceIds<IProfSect> { static inline const IID *const kIds[] = {&IID_IProfSect, &IID_IMAPIProp}; };
+template <> struct InterfaceIds<IMsgStore> { static inline const IID *const kIds[] = {&IID_IMsgStore, &IID_IMAPIProp}; };
+template <> struct InterfaceIds<IMessage> { static inline const IID *const kIds[] = {&IID_IMessage, &IID_IMAPIProp}; };
+template <> struct InterfaceIds<IAttach> { static inline const IID *const kIds[] = {&IID_IAttachment, &IID_IMAPIProp}; };
+template <> struct InterfaceIds<IAddrBook> { static inline const IID *const kIds[] = {&IID_IAddrBook, &IID_IMAPIProp}; };
+template <> struct InterfaceIds<IMailUser> { static inline const IID *const kIds[] = {&IID_IMailUser, &IID_IMAPIProp}; };
+template <> struct InterfaceIds<IMAPIFolder> { static inline const IID *const kIds[] = {&IID_IMAPIFolder, &IID_IMAPIContainer, &IID_IMAPIProp}; };
+template <> struct InterfaceIds<IABContainer> { static inline const IID *const kIds[] = {&IID_IABContainer, &IID_IMAPIContainer, &IID_IMAPIProp}; };
 // clang-format on
 
 // Whether an interface identifier names Interface, something it extends, or IUnknown. A null pointer asks for the
@@ -40,7 +41,7 @@ template <class Interface> bool Implements(LPCIID iid)
 {
     if (!iid || *iid == IID_IUnknown)
         return true;
-    for (const IID *known : InterfaceIds<Interface>::ids)
+    for (const IID *known : InterfaceIds<Interface>::kIds)
         if (*iid == *known)
             return true;
     return false;
@@ -89,63 +90,10 @@ template <class First, class... More> class ComObject : public First, public Mor
     std::atomic<ULONG> m_references{1};
 };
 
-// Holds one reference.
-template <class T> class Ref
-{
-  public:
-    Ref() = default;
-    Ref(const Ref &other) noexcept : m_object(other.m_object)
-    {
-        if (m_object)
-            m_object->AddRef();
-    }
-    Ref(Ref &&other) noexcept : m_object(std::exchange(other.m_object, nullptr)) {}
-    Ref &operator=(Ref other) noexcept
-    {
-        std::swap(m_object, other.m_object);
-        return *this;
-    }
-    ~Ref() { reset(); }
-
-    // Takes over a reference that the caller holds.
-    static Ref Adopt(T *object) noexcept
-    {
-        Ref ref;
-        ref.m_object = object;
-        return ref;
-    }
-    // Adds a reference of its own.
-    static Ref Share(T *object) noexcept
-    {
-        if (object)
-            object->AddRef();
-        return Adopt(object);
-    }
-
-    T *get() const noexcept { return m_object; }
-    T *operator->() const noexcept { return m_object; }
-    T &operator*() const noexcept { return *m_object; }
-    explicit operator bool() const noexcept { return m_object != nullptr; }
-    T **put() noexcept
-    {
-        reset();
-        return &m_object;
-    }
-    T *release() noexcept { return std::exchange(m_object, nullptr); }
-    void reset() noexcept
-    {
-        if (T *old = std::exchange(m_object, nullptr))
-            old->Release();
-    }
-
-  private:
-    T *m_object = nullptr;
-};
-
 // A new object with one reference.
-template <class T, class... Arguments> Ref<T> MakeObject(Arguments &&...arguments)
+template <class T, class... Arguments> ComPtr<T> MakeObject(Arguments &&...arguments)
 {
-    return Ref<T>::Adopt(new T(std::forward<Arguments>(arguments)...));
+    return ComPtr<T>(new T(std::forward<Arguments>(arguments)...));
 }
 
 } // namespace localmapi

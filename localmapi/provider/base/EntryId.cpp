@@ -1,3 +1,4 @@
+// Writing entry IDs and checking those that clients give: every length and offset before what lies there is read.
 #include "localmapi/provider/base/EntryId.h"
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/base/Memory.h"

@@ -1,3 +1,4 @@
+// What codes mean in words, and how an exception becomes the code and the text that a client gets.
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/base/Memory.h"
 #include "localmapi/provider/base/StorageErrors.h"
@@ -124,16 +125,16 @@ Failure CurrentFailure()
 HRESULT ErrorTexts::Remember(const char *method, const Failure &failure) noexcept
 {
     try {
-        std::string text = std::string(method) + ": " + failure.text();
+        std::string text = std::string(method) + ": " + failure.Text();
         std::lock_guard hold(m_lock);
-        m_entries.remove_if([&](const Entry &entry) { return entry.code == failure.code(); });
-        m_entries.push_front({failure.code(), std::move(text), failure.lowLevel()});
+        m_entries.remove_if([&](const Entry &entry) { return entry.code == failure.Code(); });
+        m_entries.push_front({failure.Code(), std::move(text), failure.LowLevel()});
         if (m_entries.size() > kRemembered)
             m_entries.pop_back();
     } catch (...) {
         // Without memory there is a code and no text.
     }
-    return failure.code();
+    return failure.Code();
 }
 
 HRESULT ErrorTexts::RememberCurrent(const char *method) noexcept

@@ -20,9 +20,9 @@ class Failure : public std::exception
     Failure(HRESULT code, std::string text, ULONG lowLevel = 0) : m_code(code), m_text(std::move(text)), m_low(lowLevel)
     {
     }
-    HRESULT code() const noexcept { return m_code; }
-    const std::string &text() const noexcept { return m_text; }
-    ULONG lowLevel() const noexcept { return m_low; }
+    HRESULT Code() const noexcept { return m_code; }
+    const std::string &Text() const noexcept { return m_text; }
+    ULONG LowLevel() const noexcept { return m_low; }
     const char *what() const noexcept override { return m_text.c_str(); }
 
   private:
@@ -87,7 +87,7 @@ template <class Body> HRESULT Guarded(Body &&body) noexcept
         return body();
     } catch (...) {
         try {
-            return CurrentFailure().code();
+            return CurrentFailure().Code();
         } catch (...) {
             return MAPI_E_NOT_ENOUGH_MEMORY;
         }

@@ -1,3 +1,5 @@
+// The blocks behind MAPIAllocateBuffer: a header before each one links children to their root, and a register of live
+// roots tells good pointers from others.
 #include "localmapi/provider/base/Memory.h"
 
 #include <array>

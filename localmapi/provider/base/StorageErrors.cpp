@@ -46,7 +46,7 @@ HRESULT CodeOf(storage::Fault fault)
 Failure FailureOfStorage(const std::exception &exception)
 {
     if (const auto *error = dynamic_cast<const storage::Error *>(&exception))
-        return Failure(CodeOf(error->fault()), error->what(), static_cast<ULONG>(error->fault()));
+        return Failure(CodeOf(error->GetFault()), error->what(), static_cast<ULONG>(error->GetFault()));
     return Failure(MAPI_E_CALL_FAILED, exception.what());
 }
 

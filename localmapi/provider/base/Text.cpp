@@ -1,6 +1,8 @@
+// Conversions between UTF-8, UTF-16 and the ANSI code page. ASCII, which most text is, goes through unconverted.
 #include "localmapi/provider/base/Text.h"
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/base/Memory.h"
+#include "localmapi/storage/Utf8.h"
 
 #include <limits>
 
@@ -11,69 +13,6 @@ namespace
 {
 
 constexpr char32_t kReplacement = 0xFFFD;
-
-// The next character of UTF-8 text; a broken sequence is one replacement character for its longest valid beginning.
-char32_t NextCharacter(std::string_view text, std::size_t &at)
-{
-    const auto lead = static_cast<unsigned char>(text[at++]);
-    if (lead < 0x80)
-        return lead;
-    int more = 0;
-    char32_t character = 0;
-    unsigned char lowest = 0x80, highest = 0xBF;
-    if (lead >= 0xC2 && lead <= 0xDF) {
-        more = 1;
-        character = lead & 0x1F;
-    } else if (lead >= 0xE0 && lead <= 0xEF) {
-        more = 2;
-        character = lead & 0x0F;
-        if (lead == 0xE0)
-            lowest = 0xA0;
-        if (lead == 0xED)
-            highest = 0x9F;
-    } else if (lead >= 0xF0 && lead <= 0xF4) {
-        more = 3;
-        character = lead & 0x07;
-        if (lead == 0xF0)
-            lowest = 0x90;
-        if (lead == 0xF4)
-            highest = 0x8F;
-    } else {
-        return kReplacement;
-    }
-    for (; more > 0; --more) {
-        if (at >= text.size())
-            return kReplacement;
-        const auto next = static_cast<unsigned char>(text[at]);
-        if (next < lowest || next > highest)
-            return kReplacement;
-        lowest = 0x80;
-        highest = 0xBF;
-        character = character << 6 | (next & 0x3F);
-        ++at;
-    }
-    return character;
-}
-
-void AppendUtf8(std::string &text, char32_t character)
-{
-    const auto tail = [&](int shift) { text += static_cast<char>(0x80 | (character >> shift & 0x3F)); };
-    if (character < 0x80) {
-        text += static_cast<char>(character);
-    } else if (character < 0x800) {
-        text += static_cast<char>(0xC0 | character >> 6);
-        tail(0);
-    } else if (character < 0x10000) {
-        text += static_cast<char>(0xE0 | character >> 12);
-        tail(6);
-        tail(0);
-    } else {
-        text += static_cast<char>(0xF0 | character >> 18);
-        tail(12);
-        tail(6);
-        tail(0);
-    }
-}
 
 bool IsAscii(std::string_view text)
 {
@@ -97,7 +36,9 @@ WideText WideFromUtf8(std::string_view text)
     WideText wide;
     wide.reserve(text.size());
     for (std::size_t at = 0; at < text.size();) {
-        const char32_t character = NextCharacter(text, at);
+        const storage::Utf8Character read = storage::ReadUtf8(text, at);
+        at += read.length;
+        const char32_t character = read.good ? read.character : kReplacement;
         if (character < 0x10000) {
             wide += static_cast<WCHAR>(character);
         } else {
@@ -117,10 +58,10 @@ std::string Utf8FromWide(std::basic_string_view<WCHAR> text)
         const bool high = unit >= 0xD800 && unit < 0xDC00;
         const char32_t next = high && at + 1 < text.size() ? static_cast<std::uint16_t>(text[at + 1]) : 0;
         if (next >= 0xDC00 && next < 0xE000) {
-            AppendUtf8(utf8, 0x10000 + ((unit - 0xD800) << 10) + (next - 0xDC00));
+            storage::AppendUtf8(utf8, 0x10000 + ((unit - 0xD800) << 10) + (next - 0xDC00));
             ++at;
         } else {
-            AppendUtf8(utf8, unit >= 0xD800 && unit < 0xE000 ? kReplacement : unit);
+            storage::AppendUtf8(utf8, unit >= 0xD800 && unit < 0xE000 ? kReplacement : unit);
         }
     }
     return utf8;

@@ -1,8 +1,10 @@
 // The exported functions, by MAPI's names.
 #include "localmapi/provider/base/Memory.h"
+#include "localmapi/provider/property/FindProp.h"
+#include "localmapi/provider/session/Logon.h"
 #include "localmapi/provider/session/Process.h"
-#include "localmapi/provider/session/Session.h"
-#include "localmapi/provider/stream/Helpers.h"
+#include "localmapi/provider/stream/FileStream.h"
+#include "localmapi/provider/table/QueryRows.h"
 
 using namespace localmapi;
 

@@ -1,6 +1,5 @@
-// Who is advised: beginning and end of each connection, and of the thread.
-#include "localmapi/provider/base/ErrorText.h"
-#include "localmapi/provider/notify/NotifierThread.h"
+// Who is advised: beginning and end of each advise, and of the thread.
+#include "localmapi/provider/notify/Notifier.h"
 
 #include <algorithm>
 #include <limits>
@@ -8,20 +7,20 @@
 namespace localmapi
 {
 
-ULONG Notifier::Advise(const FeedPtr &feed, IMAPIAdviseSink *sink, std::int64_t from)
+ULONG Notifier::Advise(const AdvisesPtr &advises, IMAPIAdviseSink *sink, std::int64_t from)
 {
     std::unique_lock starting(m_startStop, std::defer_lock);
     if (!IsThisThread())
         starting.lock();
     std::unique_lock hold(m_lock);
-    const auto connection = std::make_shared<Feed::Connection>(m_next, sink, from);
-    feed->m_connections.reserve(feed->m_connections.size() + 1);
-    if (feed->m_connections.empty()) {
-        m_feeds.push_back(feed);
-        feed->m_quietUpTo = 0;
+    const auto advised = std::make_shared<Advises::AdvisedSink>(m_next, sink, from);
+    advises->m_sinks.reserve(advises->m_sinks.size() + 1);
+    if (advises->m_sinks.empty()) {
+        m_tables.push_back(advises);
+        advises->m_quietUpTo = 0;
     }
-    feed->m_connections.push_back(connection);
-    feed->m_due = m_anyDue = true;
+    advises->m_sinks.push_back(advised);
+    advises->m_due = m_anyDue = true;
     ++m_generation;
     m_next = m_next == std::numeric_limits<ULONG>::max() ? 1 : m_next + 1;
     if (!IsThisThread() && !m_alive) {
@@ -31,14 +30,14 @@ ULONG Notifier::Advise(const FeedPtr &feed, IMAPIAdviseSink *sink, std::int64_t 
             hold.lock();
         } catch (...) {
             hold.lock();
-            std::erase(feed->m_connections, connection);
-            Drop(*feed);
+            std::erase(advises->m_sinks, advised);
+            Drop(*advises);
             throw;
         }
     }
     if (m_signal)
-        m_signal->wake();
-    return connection->number;
+        m_signal->Wake();
+    return advised->number;
 }
 
 // Under m_startStop; the thread that ran before has come to its end.
@@ -62,60 +61,60 @@ void Notifier::Start()
     }
 }
 
-// Takes a feed without connections out of those that are served.
-void Notifier::Drop(Feed &feed)
+// Takes a table without sinks out of those that are served.
+void Notifier::Drop(Advises &advises)
 {
-    if (!feed.m_connections.empty())
+    if (!advises.m_sinks.empty())
         return;
-    std::erase_if(m_feeds, [&](const FeedPtr &known) { return known.get() == &feed; });
+    std::erase_if(m_tables, [&](const AdvisesPtr &known) { return known.get() == &advises; });
     ++m_generation;
     if (m_signal)
-        m_signal->wake(); // it may be holding the last connection to a site
+        m_signal->Wake(); // it may be holding the last one to a site
 }
 
-// Ends a connection that is in no list any more.
-void Notifier::Finish(std::unique_lock<std::mutex> &hold, const ConnectionPtr &connection) noexcept
+// Ends an advise that is in no list any more.
+void Notifier::Finish(std::unique_lock<std::mutex> &hold, const SinkPtr &advised) noexcept
 {
-    connection->ended = true;
-    if (m_running == connection.get()) {
+    advised->ended = true;
+    if (m_running == advised.get()) {
         if (IsThisThread()) {
-            connection->endedByItself = true;
+            advised->endedByItself = true;
             return;
         }
-        m_returned.wait(hold, [&] { return m_running != connection.get(); });
+        m_returned.wait(hold, [&] { return m_running != advised.get(); });
     }
-    Ref<IMAPIAdviseSink> sink = std::move(connection->sink);
+    ComPtr<IMAPIAdviseSink> sink = std::move(advised->sink);
     hold.unlock();
     sink.reset();
     hold.lock();
 }
 
-bool Notifier::Unadvise(Feed &feed, ULONG number)
+bool Notifier::Unadvise(Advises &advises, ULONG number)
 {
     {
         std::unique_lock hold(m_lock);
-        const auto found = std::find_if(feed.m_connections.begin(), feed.m_connections.end(),
-                                        [&](const ConnectionPtr &known) { return known->number == number; });
-        if (found == feed.m_connections.end())
+        const auto found = std::find_if(advises.m_sinks.begin(), advises.m_sinks.end(),
+                                        [&](const SinkPtr &known) { return known->number == number; });
+        if (found == advises.m_sinks.end())
             return false;
-        const ConnectionPtr connection = *found;
-        feed.m_connections.erase(found);
-        Drop(feed);
-        Finish(hold, connection);
+        const SinkPtr advised = *found;
+        advises.m_sinks.erase(found);
+        Drop(advises);
+        Finish(hold, advised);
     }
     StopIfNobodyListens();
     return true;
 }
 
-void Notifier::End(Feed &feed) noexcept
+void Notifier::End(Advises &advises) noexcept
 {
     {
         std::unique_lock hold(m_lock);
-        while (!feed.m_connections.empty()) {
-            const ConnectionPtr connection = feed.m_connections.back();
-            feed.m_connections.pop_back();
-            Drop(feed);
-            Finish(hold, connection);
+        while (!advises.m_sinks.empty()) {
+            const SinkPtr advised = advises.m_sinks.back();
+            advises.m_sinks.pop_back();
+            Drop(advises);
+            Finish(hold, advised);
         }
     }
     StopIfNobodyListens();
@@ -129,9 +128,9 @@ void Notifier::StopIfNobodyListens() noexcept
     {
         std::lock_guard hold(m_lock);
         // While a sink is still on its way out of its own end, the thread is left to itself.
-        if (!m_feeds.empty() || m_running || !m_thread.joinable())
+        if (!m_tables.empty() || m_running || !m_thread.joinable())
             return;
-        m_signal->wake();
+        m_signal->Wake();
     }
     m_thread.join();
 }
@@ -146,7 +145,7 @@ void Notifier::Stop() noexcept
         if (!m_thread.joinable())
             return;
         m_stop = true;
-        m_signal->wake();
+        m_signal->Wake();
     }
     m_thread.join();
 }
@@ -158,7 +157,7 @@ void Notifier::Resume() noexcept
     std::lock_guard starting(m_startStop);
     {
         std::lock_guard hold(m_lock);
-        if (m_alive || m_feeds.empty())
+        if (m_alive || m_tables.empty())
             return;
     }
     try {
@@ -166,100 +165,6 @@ void Notifier::Resume() noexcept
     } catch (...) {
         // No thread is to be had. The next Advise tries again.
     }
-}
-
-// --- feeds ---
-
-Feed::Feed(Source source, storage::Site site, storage::Container container)
-    : m_source(std::move(source)), m_site(std::move(site)), m_container(container)
-{
-}
-
-Feed::~Feed() = default;
-
-bool Feed::Any() const
-{
-    return Notifier::Get().Any(*this);
-}
-
-ULONG Feed::Advise(IMAPIAdviseSink *sink, std::int64_t from)
-{
-    return Notifier::Get().Advise(shared_from_this(), sink, from);
-}
-
-bool Feed::Unadvise(ULONG number)
-{
-    return Notifier::Get().Unadvise(*this, number);
-}
-
-void Feed::End() noexcept
-{
-    Notifier::Get().End(*this);
-}
-
-void Feed::Close() noexcept
-{
-    End();
-    std::lock_guard hold(m_collecting);
-    m_source = nullptr;
-}
-
-std::vector<Notice> Feed::Collect(std::int64_t quietUpTo) noexcept
-{
-    std::vector<Notice> notices;
-    try {
-        std::lock_guard hold(m_collecting);
-        if (m_source)
-            notices = m_source(quietUpTo);
-        m_failed = false;
-    } catch (...) {
-        // Told once; then tried again until it works.
-        Notifier::Get().SetDue(*this);
-        notices.clear();
-        HRESULT code = MAPI_E_NOT_ENOUGH_MEMORY;
-        try {
-            code = CurrentFailure().code();
-            if (!m_failed) {
-                notices.emplace_back();
-                notices.back().entry = std::numeric_limits<std::int64_t>::max();
-                notices.back().event = TABLE_ERROR;
-                notices.back().result = code;
-            }
-            m_failed = true;
-        } catch (...) {
-            notices.clear();
-        }
-    }
-    return notices;
-}
-
-void AdviseScope::Add(const std::shared_ptr<Feed> &feed)
-{
-    std::lock_guard hold(m_lock);
-    std::erase_if(m_feeds, [](const std::weak_ptr<Feed> &known) { return known.expired(); });
-    m_feeds.push_back(feed);
-}
-
-void AdviseScope::End()
-{
-    std::vector<std::weak_ptr<Feed>> feeds;
-    {
-        std::lock_guard hold(m_lock);
-        feeds = m_feeds;
-    }
-    for (const std::weak_ptr<Feed> &known : feeds)
-        if (const auto feed = known.lock())
-            feed->End();
-}
-
-void StopNotifier() noexcept
-{
-    Notifier::Get().Stop();
-}
-
-void ResumeNotifier() noexcept
-{
-    Notifier::Get().Resume();
 }
 
 } // namespace localmapi

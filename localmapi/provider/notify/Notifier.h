@@ -1,88 +1,101 @@
-// Who is told of changes, and the one thread of this process that tells. It runs while somebody is advised; on it every
-// sink is called, one after the other, with no lock of ours held: a sink may call whatever it likes, end its own advise
-// or another's, and release its table. A sink is not called any more once its Unadvise has returned. What a sink throws
-// is dropped. While a sink runs the others wait for it.
+// The one thread of this process that calls sinks. It runs while somebody is advised: waits for the signal, asks the
+// tables that the entries concern for their notices, and calls the sinks. For any thread, but see each function.
 #pragma once
-#include "localmapi/provider/base/ComObject.h"
-#include "localmapi/provider/base/Memory.h"
-#include "localmapi/storage/Changes.h"
+#include "localmapi/provider/notify/Advises.h"
+#include "localmapi/storage/ChangeSignal.h"
+#include "localmapi/storage/EntryReader.h"
 
-#include <functional>
-#include <memory>
-#include <mutex>
-#include <optional>
-#include <vector>
+#include <condition_variable>
+#include <map>
+#include <thread>
 
 namespace localmapi
 {
 
-// One event of a table, as every sink of the table gets it.
-struct Notice {
-    std::int64_t entry = 0; // of the log of changes: those who were advised later don't get it
-    ULONG event = TABLE_CHANGED;
-    HRESULT result = S_OK;
-    std::optional<storage::Bytes> index; // instance keys of the row and of the one before it
-    std::optional<storage::Bytes> prior;
-    Block<SPropValue> row;
-    ULONG columns = 0;
+struct Advises::AdvisedSink {
+    AdvisedSink(ULONG given, IMAPIAdviseSink *called, std::int64_t after)
+        : number(given), sink(Share<IMAPIAdviseSink>(called)), from(after)
+    {
+    }
+    const ULONG number;
+    ComPtr<IMAPIAdviseSink> sink;
+    std::int64_t from; // on the notifier's thread only
+    bool ended = false;
+    bool endedByItself = false; // the notifier's thread lets go of the sink when it has returned
 };
 
-// The advises of one table. For any thread.
-class Feed : public std::enable_shared_from_this<Feed>
+class Notifier
 {
   public:
-    // What has happened to the table since the last time. Called on the notifier's thread; may throw Failure or what
-    // the storage throws, is then called again later, and tells what it missed. `quietUpTo`: entries of the log up to
-    // there are known to concern other tables.
-    using Source = std::function<std::vector<Notice>(std::int64_t quietUpTo)>;
+    // Never destroyed: its thread may outlive what the program destroys at its end.
+    static Notifier &Get()
+    {
+        static auto *const notifier = new Notifier;
+        return *notifier;
+    }
 
-    Feed(Source source, storage::Site site, storage::Container container);
-    ~Feed();
+    ULONG Advise(const std::shared_ptr<Advises> &advises, IMAPIAdviseSink *sink, std::int64_t from);
+    bool Unadvise(Advises &advises, ULONG number);
+    void End(Advises &advises) noexcept;
+    bool Any(const Advises &advises)
+    {
+        std::lock_guard hold(m_lock);
+        return !advises.m_sinks.empty();
+    }
+    void SetDue(Advises &advises)
+    {
+        std::lock_guard hold(m_lock);
+        advises.m_due = m_anyDue = true;
+    }
+    bool IsStopping()
+    {
+        std::lock_guard hold(m_lock);
+        return m_stop;
+    }
+    // Ends the thread, on the last MAPIUninitialize: no sink is called until somebody is advised anew. On the thread
+    // itself it does nothing.
+    void Stop() noexcept;
+    // Starts it again where somebody is advised.
+    void Resume() noexcept;
 
-    bool Any() const;
-    // The connection's number, never 0. Changes with a later number than `from` are told.
-    ULONG Advise(IMAPIAdviseSink *sink, std::int64_t from);
-    // Waits for the sink where it is being called by another thread than this one, then releases it. False when there
-    // is no such connection.
-    bool Unadvise(ULONG number);
-    // Ends every connection so.
-    void End() noexcept;
-    // The same, and the source is never asked again, nor is it still being asked.
-    void Close() noexcept;
-
-  private:
-    friend class Notifier;
-    struct Connection;
-
-    std::vector<Notice> Collect(std::int64_t quietUpTo) noexcept;
-
-    std::mutex m_collecting;
-    Source m_source;       // guarded by m_collecting; empty when closed
-    bool m_failed = false; // on the notifier's thread only
-    const storage::Site m_site;
-    const storage::Container m_container;
-    // Guarded by the notifier's lock.
-    std::vector<std::shared_ptr<Connection>> m_connections;
-    bool m_due = false; // is to be asked whether or not something happened
-    std::int64_t m_quietUpTo = 0;
-};
-
-// The feeds of the tables of one store.
-class AdviseScope
-{
-  public:
-    void Add(const std::shared_ptr<Feed> &feed);
-    void End();
+    static bool IsThisThread() noexcept;
 
   private:
+    using SinkPtr = std::shared_ptr<Advises::AdvisedSink>;
+    using AdvisesPtr = std::shared_ptr<Advises>;
+    struct SiteState {
+        storage::Site site;
+        std::optional<storage::EntryReader> reader;
+        std::int64_t upTo = -1; // the last entry that was read
+        std::vector<AdvisesPtr> tables;
+        std::vector<std::pair<Advises *, std::int64_t>> due; // of the last look
+    };
+    using Sites = std::map<storage::Database *, SiteState>;
+
+    void Start();
+    void Finish(std::unique_lock<std::mutex> &hold, const SinkPtr &advised) noexcept;
+    void Drop(Advises &advises);
+    void StopIfNobodyListens() noexcept;
+    void Run(const std::shared_ptr<storage::ChangeSignal> &signal) noexcept;
+    void Arrange(Sites &sites, const std::vector<AdvisesPtr> &tables);
+    void Look(SiteState &site, bool anyDue);
+    void Deliver(Advises &advises, std::vector<TableNotice> notices) noexcept;
+    void Call(const SinkPtr &advised, std::vector<TableNotice> &notices) noexcept;
+
+    // Held while the thread is started or waited for; before m_lock, and never on the notifier's own thread.
+    std::mutex m_startStop;
+    std::thread m_thread;
+
     std::mutex m_lock;
-    std::vector<std::weak_ptr<Feed>> m_feeds;
+    std::condition_variable m_returned;
+    std::vector<AdvisesPtr> m_tables; // those with sinks
+    std::uint64_t m_generation = 0;
+    bool m_anyDue = false;                           // some table is
+    const Advises::AdvisedSink *m_running = nullptr; // its sink is being called or released
+    std::shared_ptr<storage::ChangeSignal> m_signal;
+    bool m_alive = false;
+    bool m_stop = false;
+    ULONG m_next = 1;
 };
-
-// Ends the thread, on the last MAPIUninitialize: no sink is called until somebody is advised anew. On the thread itself
-// it does nothing.
-void StopNotifier() noexcept;
-// Starts it again where somebody is advised.
-void ResumeNotifier() noexcept;
 
 } // namespace localmapi

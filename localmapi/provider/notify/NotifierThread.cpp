@@ -1,5 +1,5 @@
 // The notifier's thread: waits for changes, asks the tables that they concern, and calls their sinks.
-#include "localmapi/provider/notify/NotifierThread.h"
+#include "localmapi/provider/notify/Notifier.h"
 #include "localmapi/storage/Error.h"
 
 #include <algorithm>
@@ -37,7 +37,7 @@ NOTIFICATION NotificationOf(ULONG event)
     return notification;
 }
 
-NOTIFICATION NotificationOf(Notice &notice)
+NOTIFICATION NotificationOf(TableNotice &notice)
 {
     NOTIFICATION notification = NotificationOf(notice.event);
     TABLE_NOTIFICATION &table = notification.info.tab;
@@ -64,25 +64,25 @@ void Notifier::Run(const std::shared_ptr<storage::ChangeSignal> &signal) noexcep
     bool anyDue = true;
     for (;;) {
         try {
-            std::vector<FeedPtr> feeds;
+            std::vector<AdvisesPtr> tables;
             std::uint64_t generation = 0;
             {
                 std::lock_guard hold(m_lock);
-                if (m_stop || m_feeds.empty()) {
+                if (m_stop || m_tables.empty()) {
                     m_alive = false;
                     return;
                 }
                 generation = m_generation;
                 anyDue = std::exchange(m_anyDue, false) || anyDue;
                 if (generation != arranged)
-                    feeds = m_feeds;
+                    tables = m_tables;
             }
             if (generation != arranged) {
-                Arrange(sites, feeds);
+                Arrange(sites, tables);
                 std::set<std::string> paths;
                 for (const auto &[database, site] : sites)
-                    paths.insert(site.site.path());
-                signal->listen(paths);
+                    paths.insert(site.site.Path());
+                signal->Listen(paths);
                 arranged = generation;
             }
             for (auto &[database, site] : sites)
@@ -91,87 +91,86 @@ void Notifier::Run(const std::shared_ptr<storage::ChangeSignal> &signal) noexcep
         } catch (...) {
             // Out of memory: what is due stays so.
         }
-        signal->wait(kLookAnyway);
+        signal->Wait(kLookAnyway);
     }
 }
 
-void Notifier::Arrange(Sites &sites, const std::vector<FeedPtr> &feeds)
+void Notifier::Arrange(Sites &sites, const std::vector<AdvisesPtr> &tables)
 {
     for (auto &[database, site] : sites)
-        site.feeds.clear();
-    for (const FeedPtr &feed : feeds)
-        sites.try_emplace(&feed->m_site.database(), SiteState{feed->m_site, {}, -1, {}, {}})
-            .first->second.feeds.push_back(feed);
-    std::erase_if(sites, [](const auto &site) { return site.second.feeds.empty(); });
+        site.tables.clear();
+    for (const AdvisesPtr &advises : tables)
+        sites.try_emplace(&advises->m_site.GetDatabase(), SiteState{advises->m_site, {}, -1, {}, {}})
+            .first->second.tables.push_back(advises);
+    std::erase_if(sites, [](const auto &site) { return site.second.tables.empty(); });
 }
 
 void Notifier::Look(SiteState &site, bool anyDue)
 {
     site.due.clear();
-    site.due.reserve(site.feeds.size());
-    std::optional<storage::News> news;
+    site.due.reserve(site.tables.size());
+    std::optional<storage::EntrySummary> summary;
     try {
-        if (site.log)
-            news = site.log->next();
+        if (site.reader)
+            summary = site.reader->Next();
         else // everybody is asked, as of a later moment than this one
-            site.log.emplace(site.site);
+            site.reader.emplace(site.site);
     } catch (const storage::Error &) {
         // Everybody is asked, and each table says what it fails at.
     }
-    if (news && !anyDue && news->upTo == site.upTo)
+    if (summary && !anyDue && summary->upTo == site.upTo)
         return;
-    site.upTo = news ? news->upTo : -1;
+    site.upTo = summary ? summary->upTo : -1;
     {
         std::lock_guard hold(m_lock);
-        for (const FeedPtr &feed : site.feeds) {
-            if (news && news->lost)
-                feed->m_quietUpTo = 0;
-            if (!news || feed->m_due || news->concerns(feed->m_container)) {
-                feed->m_due = false;
-                site.due.emplace_back(feed.get(), feed->m_quietUpTo);
+        for (const AdvisesPtr &advises : site.tables) {
+            if (summary && summary->lost)
+                advises->m_quietUpTo = 0;
+            if (!summary || advises->m_due || summary->Concerns(advises->m_container)) {
+                advises->m_due = false;
+                site.due.emplace_back(advises.get(), advises->m_quietUpTo);
             } else {
-                feed->m_quietUpTo = news->upTo;
+                advises->m_quietUpTo = summary->upTo;
             }
         }
     }
     // What has been collected is told; the others are asked when the thread runs again.
-    for (const auto &[feed, quietUpTo] : site.due) {
+    for (const auto &[advises, quietUpTo] : site.due) {
         if (IsStopping())
             return;
-        Deliver(*feed, feed->Collect(quietUpTo));
+        Deliver(*advises, advises->Collect(quietUpTo));
     }
 }
 
-void Notifier::Deliver(Feed &feed, std::vector<Notice> notices) noexcept
+void Notifier::Deliver(Advises &advises, std::vector<TableNotice> notices) noexcept
 {
     // One at a time: those that follow may be ended by the one that is called.
-    ConnectionPtr connection;
+    SinkPtr advised;
     while (!notices.empty()) {
         {
             std::lock_guard hold(m_lock);
-            const auto next =
-                std::find_if(feed.m_connections.begin(), feed.m_connections.end(), [&](const ConnectionPtr &known) {
-                    return !connection || known->number > connection->number;
-                });
-            if (next == feed.m_connections.end())
+            const auto next = std::find_if(advises.m_sinks.begin(), advises.m_sinks.end(), [&](const SinkPtr &known) {
+                return !advised || known->number > advised->number;
+            });
+            if (next == advises.m_sinks.end())
                 return;
-            connection = *next;
+            advised = *next;
         }
-        Call(connection, notices);
+        Call(advised, notices);
     }
 }
 
-void Notifier::Call(const ConnectionPtr &connection, std::vector<Notice> &notices) noexcept
+void Notifier::Call(const SinkPtr &advised, std::vector<TableNotice> &notices) noexcept
 {
     NOTIFICATION reload = NotificationOf(ULONG{TABLE_RELOAD});
     NOTIFICATION *first = &reload;
     std::size_t count = 1;
     std::vector<NOTIFICATION> notifications;
     try {
-        for (Notice &notice : notices) {
+        for (TableNotice &notice : notices) {
             if (notice.event == TABLE_RELOAD)
-                connection->from = -1; // numbers start again where an older copy has taken the file's place
-            if (notice.entry > connection->from)
+                advised->from = -1; // numbers start again where an older copy has taken the file's place
+            if (notice.entry > advised->from)
                 notifications.push_back(NotificationOf(notice));
         }
         first = notifications.data();
@@ -183,22 +182,22 @@ void Notifier::Call(const ConnectionPtr &connection, std::vector<Notice> &notice
         return;
     {
         std::lock_guard hold(m_lock);
-        if (connection->ended)
+        if (advised->ended)
             return;
-        m_running = connection.get();
+        m_running = advised.get();
     }
     try {
-        connection->sink->OnNotify(static_cast<ULONG>(count), first);
+        advised->sink->OnNotify(static_cast<ULONG>(count), first);
     } catch (...) {
         // A client's exception ends here.
     }
     bool release = false;
     {
         std::lock_guard hold(m_lock);
-        release = connection->endedByItself;
+        release = advised->endedByItself;
     }
     if (release)
-        connection->sink.reset();
+        advised->sink.reset();
     {
         std::lock_guard hold(m_lock);
         m_running = nullptr;

@@ -1,3 +1,4 @@
+// Names and identifiers of named properties, translated to and from the site's numbering.
 #include "localmapi/provider/property/NamedProperties.h"
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/base/Memory.h"
@@ -59,7 +60,7 @@ std::vector<std::optional<PropertyName>> NamesFor(const storage::Site &site, con
     std::vector<std::uint16_t> ids;
     for (ULONG i = 0; i < tags.cValues; ++i)
         ids.push_back(static_cast<std::uint16_t>(PROP_ID(tags.aulPropTag[i])));
-    auto names = storage::Names(site).names(ids);
+    auto names = storage::Names(site).NamesOf(ids);
     for (std::size_t i = 0; i < ids.size(); ++i)
         if (ids[i] < kFirstNamed)
             names[i] = StandardName(ids[i]);
@@ -99,7 +100,7 @@ HRESULT GiveIdsOfNames(const storage::Site &site, bool mayCreate, ULONG count, M
     storage::Names known(site);
     if (!names) {
         Require(count == 0, "the names");
-        const auto all = known.all();
+        const auto all = known.All();
         auto given = NewTags(all.size());
         for (std::size_t i = 0; i < all.size(); ++i)
             given->aulPropTag[i] = PROP_TAG(PT_UNSPECIFIED, ULONG{all[i].first});
@@ -121,11 +122,11 @@ HRESULT GiveIdsOfNames(const storage::Site &site, bool mayCreate, ULONG count, M
                 ids[i] = static_cast<std::uint16_t>(*number);
         }
     }
-    auto found = known.ids(wanted, false);
+    auto found = known.Ids(wanted, false);
     if ((flags & MAPI_CREATE) && std::find(found.begin(), found.end(), 0) != found.end()) {
         if (!mayCreate)
             throw Failure(MAPI_E_NO_ACCESS, "Names can not be made: the store is open for reading only.");
-        found = known.ids(wanted, true);
+        found = known.Ids(wanted, true);
     }
     for (std::size_t i = 0; i < found.size(); ++i)
         ids[places[i]] = found[i];
@@ -152,7 +153,7 @@ HRESULT GiveNamesOfIds(const storage::Site &site, SPropTagArray **tags, const GU
     }
     std::vector<std::optional<PropertyName>> found;
     std::vector<ULONG> ids;
-    for (auto &[id, name] : storage::Names(site).all()) {
+    for (auto &[id, name] : storage::Names(site).All()) {
         const bool text = std::holds_alternative<std::string>(name.name);
         if ((set && name.set != GuidOf(*set)) || (flags & (text ? MAPI_NO_STRINGS : MAPI_NO_IDS)))
             continue;

@@ -1,3 +1,4 @@
+#include "localmapi/provider/property/PropArray.h"
 #include "localmapi/provider/base/Memory.h"
 #include "localmapi/provider/property/PropertyConvert.h"
 

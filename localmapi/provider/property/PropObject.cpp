@@ -31,7 +31,7 @@ storage::PropertyBag BagToSet(ULONG count, const SPropValue *values, const std::
         else if (computed(StorageTag(tag)))
             problems.Add(i, tag, MAPI_E_COMPUTED);
         else
-            bag.set(StorageTag(tag), ValueFromProp(values[i]));
+            bag.Set(StorageTag(tag), ValueFromProp(values[i]));
     }
     return bag;
 }

@@ -85,7 +85,7 @@ template <class Interface, class... More> class PropObject : public ComObject<In
                 const ULONG tag = tags->aulPropTag[i];
                 if (IsComputed(StorageTag(tag)))
                     found.Add(i, tag, MAPI_E_COMPUTED);
-                else if (!bag.findId(static_cast<std::uint16_t>(PROP_ID(tag))))
+                else if (!bag.FindId(static_cast<std::uint16_t>(PROP_ID(tag))))
                     found.Add(i, tag, MAPI_E_NOT_FOUND);
                 else
                     remove.push_back(StorageTag(tag));
@@ -124,7 +124,7 @@ template <class Interface, class... More> class PropObject : public ComObject<In
     virtual bool IsComputed(storage::Tag) { return false; }
     virtual HRESULT Open(ULONG tag, const IID &, ULONG, ULONG, IUnknown **)
     {
-        if (!Load().findId(static_cast<std::uint16_t>(PROP_ID(tag))))
+        if (!Load().FindId(static_cast<std::uint16_t>(PROP_ID(tag))))
             return MAPI_E_NOT_FOUND;
         NoSupport("opening a property of this object");
     }

@@ -21,7 +21,7 @@ storage::Tag StorageTag(ULONG tag);
 ULONG ClientTag(storage::Tag tag, bool wide);
 
 // A client's value. PT_NULL gives no value, PT_ERROR its code. Throws Failure: MAPI_E_INVALID_PARAMETER for a null
-// pointer where bytes are announced, MAPI_E_INVALID_TYPE for a type that is none.
+// pointer where bytes are announced, MAPI_E_INVALID_TYPE for a number that is no type.
 storage::Value ValueFromProp(const SPropValue &prop);
 // The same over the properties of an array; PT_NULL and PT_ERROR entries are left out.
 storage::PropertyBag BagFromProps(ULONG count, const SPropValue *props);
@@ -41,35 +41,5 @@ HRESULT GivePropList(const storage::PropertyBag &bag, ULONG flags, SPropTagArray
 // Times as they are stored: 100 ns since 1601.
 std::int64_t TimeFromFileTime(const FILETIME &time);
 FILETIME FileTimeFromTime(std::int64_t time);
-
-// Values as a table's rows take them: an array whose memory is one block.
-class PropArray
-{
-  public:
-    explicit PropArray(std::size_t capacity);
-    PropArray(PropArray &&) noexcept;
-    PropArray &operator=(PropArray &&) noexcept;
-    ~PropArray();
-
-    PropArray &Long(ULONG tag, LONG value);
-    PropArray &Boolean(ULONG tag, bool value);
-    PropArray &Binary(ULONG tag, const std::vector<BYTE> &bytes);
-    PropArray &Binary(ULONG tag, const void *bytes, std::size_t size);
-    // UTF-8, in the width of the tag.
-    PropArray &Text(ULONG tag, std::string_view text);
-    PropArray &Value(ULONG tag, const storage::Value &value);
-
-    ULONG count() const { return m_count; }
-    SPropValue *values() const { return m_values; }
-    // Hands over the block.
-    SPropValue *Release();
-
-  private:
-    SPropValue &Next(ULONG tag);
-
-    SPropValue *m_values = nullptr;
-    ULONG m_count = 0;
-    std::size_t m_capacity = 0;
-};
 
 } // namespace localmapi

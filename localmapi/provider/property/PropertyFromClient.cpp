@@ -160,7 +160,7 @@ storage::PropertyBag BagFromProps(ULONG count, const SPropValue *props)
     storage::PropertyBag bag;
     for (ULONG i = 0; i < count; ++i)
         if (PROP_TYPE(props[i].ulPropTag) != PT_NULL && PROP_TYPE(props[i].ulPropTag) != PT_ERROR)
-            bag.set(StorageTag(props[i].ulPropTag), ValueFromProp(props[i]));
+            bag.Set(StorageTag(props[i].ulPropTag), ValueFromProp(props[i]));
     return bag;
 }
 

@@ -25,16 +25,12 @@ class RowPacker
     // Throws std::bad_alloc.
     Block<SPropValue> Pack(std::span<const Cell> cells);
     // Whether the last array held a PT_ERROR.
-    bool anyError() const { return m_anyError; }
+    bool AnyError() const { return m_anyError; }
 
   private:
     class Arena;
 
     void PackOne(SPropValue &target, const Cell &cell, Arena &arena);
-    void PackSingle(SPropValue &target, const storage::Value &value, Arena &arena);
-    void PackList(SPropValue &target, const storage::Value &value, Arena &arena);
-    char *Narrow(const std::string &text, Arena &arena);
-    WCHAR *Wide(const std::string &text, Arena &arena);
 
     // Text that is not ASCII, converted while measuring and copied while writing.
     std::vector<std::string> m_converted;

@@ -1,3 +1,4 @@
+#include "localmapi/provider/session/Logon.h"
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/base/Text.h"
 #include "localmapi/provider/property/PropertyConvert.h"
@@ -25,13 +26,13 @@ std::string ProfileName(const storage::Profiles &profiles, const TCHAR *name, UL
 {
     const std::string given = Utf8FromClient(name, flags);
     if (!(flags & MAPI_USE_DEFAULT) && !given.empty()) {
-        const auto profile = profiles.find(given);
+        const auto profile = profiles.Find(given);
         if (!profile)
             throw Failure(MAPI_E_LOGON_FAILED, "There is no profile \"" + given + "\".");
         return profile->name;
     }
     if (flags & MAPI_USE_DEFAULT)
-        for (const storage::Profile &profile : profiles.list())
+        for (const storage::Profile &profile : profiles.List())
             if (profile.isDefault)
                 return profile.name;
     throw Failure(MAPI_E_LOGON_FAILED, "No profile was named and there is no default one.");
@@ -59,7 +60,7 @@ HRESULT Logon(const TCHAR *name, ULONG flags, IMAPISession **session) noexcept
             profileSite = OpenSite(FindSiteFile());
         } catch (const storage::Error &error) {
             // Where there is no site there are no profiles.
-            if (error.fault() == storage::Fault::NotFound)
+            if (error.GetFault() == storage::Fault::NotFound)
                 return MAPI_E_LOGON_FAILED;
             throw;
         }
@@ -68,13 +69,13 @@ HRESULT Logon(const TCHAR *name, ULONG flags, IMAPISession **session) noexcept
             std::make_shared<Profile>(profileSite, ProfileName(storage::Profiles(*profileSite), name, flags));
         context->profile->Keep();
         context->site = SiteOf(*context->profile);
-        context->uid = context->site->info().uid;
+        context->uid = context->site->Info().uid;
         const std::string server = SectionText(*context->profile, PR_PROFILE_HOME_SERVER);
         const std::string user = SectionText(*context->profile, PR_PROFILE_USER);
         if (context->profile->Services().empty() || server.empty() || user.empty())
             throw Failure(MAPI_E_UNCONFIGURED, "The profile's message service is not configured.");
         RequireServer(*context->site, server);
-        const auto found = storage::Directory(*context->site).userByDn(user);
+        const auto found = storage::Directory(*context->site).UserByDn(user);
         if (!found)
             throw Failure(MAPI_E_NOT_FOUND, "The profile's mailbox is not there.");
         context->user = *found;

@@ -33,10 +33,10 @@ void Uninitialize() noexcept
     while (count > 0 && !g_initialized.compare_exchange_weak(count, count - 1)) {
     }
     if (count == 1) {
-        StopNotifier();
+        Notifier::Get().Stop();
         // Whoever initialised meanwhile may have advised a sink that was stopped along.
         if (IsInitialized())
-            ResumeNotifier();
+            Notifier::Get().Resume();
     }
 }
 

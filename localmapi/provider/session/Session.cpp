@@ -1,14 +1,17 @@
+// IMAPISession: what was kept at logon, and the doors to stores, address book and profile sections. After Logoff each
+// method says MAPI_E_END_OF_SESSION.
 #include "localmapi/provider/session/Session.h"
 #include "localmapi/provider/addressbook/AddressBook.h"
 #include "localmapi/provider/base/ComObject.h"
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/base/Memory.h"
 #include "localmapi/provider/base/Text.h"
+#include "localmapi/provider/property/PropArray.h"
 #include "localmapi/provider/property/PropertyConvert.h"
 #include "localmapi/provider/site/ProfileSection.h"
 #include "localmapi/provider/site/ServiceAdmin.h"
 #include "localmapi/provider/site/SessionContext.h"
-#include "localmapi/provider/store/Store.h"
+#include "localmapi/provider/store/StoreLogon.h"
 #include "localmapi/provider/table/MemoryTable.h"
 
 namespace localmapi
@@ -162,7 +165,7 @@ STDMETHODIMP MapiSession::GetMsgStoresTable(ULONG flags, LPMAPITABLE *table)
             .Binary(PR_INSTANCE_KEY, entryId)
             .Binary(PR_RECORD_KEY, entryId);
         MemoryRows rows;
-        Check(rows.Add(row.count(), row.values()), "the row of a message store");
+        Check(rows.Add(row.Count(), row.Values()), "the row of a message store");
         MemoryTableSettings settings;
         settings.columns = {
             PR_ENTRYID,      PR_DEFAULT_STORE, PR_DISPLAY_NAME_W, PR_RESOURCE_TYPE, PR_PROVIDER_DISPLAY_W,
@@ -196,7 +199,7 @@ STDMETHODIMP MapiSession::OpenEntry(ULONG size, LPENTRYID entry, LPCIID iid, ULO
             return OpenAddressEntry(m_session, size, entry, iid, flags, type, object);
         RequireFlags(flags, MAPI_BEST_ACCESS | MAPI_MODIFY | MAPI_DEFERRED_ERRORS | MAPI_NO_CACHE);
         const ULONG storeFlags = flags & MAPI_MODIFY ? MDB_WRITE : MAPI_BEST_ACCESS;
-        Ref<IMsgStore> store;
+        ComPtr<IMsgStore> store;
         if (id.kind == EntryKind::Store) {
             const HRESULT hr = OpenStoreOf(id.object, iid, storeFlags, store.put());
             if (FAILED(hr))
@@ -206,7 +209,7 @@ STDMETHODIMP MapiSession::OpenEntry(ULONG size, LPENTRYID entry, LPCIID iid, ULO
             *object = store.release();
             return S_OK;
         }
-        const auto mailbox = storage::Directory(*m_session->site).mailboxOf(id.object);
+        const auto mailbox = storage::Directory(*m_session->site).MailboxOf(id.object);
         if (!mailbox)
             throw Failure(MAPI_E_NOT_FOUND, "The object is not there any more.");
         const HRESULT hr = OpenStoreOf(*mailbox, nullptr, storeFlags, store.put());

@@ -14,7 +14,7 @@ constexpr std::string_view kPrivateStore = "/cn=microsoft private mdb";
 
 std::string Folded(std::string_view text)
 {
-    return storage::foldText(std::string(text), true, false);
+    return storage::FoldText(std::string(text), true, false);
 }
 
 [[noreturn]] void NoServer(std::string_view name)
@@ -43,7 +43,7 @@ void RequireServer(const storage::Site &site, std::string_view name)
         if (server.size() > kPrivateStore.size() && server.ends_with(kPrivateStore))
             server.erase(server.size() - kPrivateStore.size());
     }
-    if (!server.empty() && server != Folded(site.info().server))
+    if (!server.empty() && server != Folded(site.Info().server))
         NoServer(name);
 }
 
@@ -52,7 +52,7 @@ storage::User ResolveMailboxDn(const storage::Site &site, std::string_view serve
     if (Folded(serverDn).find(kServersContainer) == std::string::npos)
         NoServer(serverDn);
     RequireServer(site, serverDn);
-    const auto user = storage::Directory(site).userByDn(std::string(mailboxDn));
+    const auto user = storage::Directory(site).UserByDn(std::string(mailboxDn));
     if (!user)
         NoMailbox(mailboxDn);
     return *user;
@@ -64,7 +64,7 @@ storage::User ResolveUserName(const storage::Site &site, std::string_view name)
     // Contacts have no mailbox: a name that fits one user and any number of contacts means the user.
     std::vector<storage::User> users;
     for (const storage::ObjectId id : MatchesOf(site, name, 100))
-        if (auto user = directory.user(id))
+        if (auto user = directory.GetUser(id))
             users.push_back(std::move(*user));
     if (users.empty())
         NoMailbox(name);

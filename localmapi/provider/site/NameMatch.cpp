@@ -1,3 +1,4 @@
+// How typed names find entries: filters over the directory, the strictest one first.
 #include "localmapi/provider/site/NameMatch.h"
 #include "localmapi/storage/Text.h"
 #include "localmapi/storage/View.h"
@@ -38,15 +39,15 @@ template <std::size_t Count> Filter AnyOf(const storage::Tag (&tags)[Count], Fil
 {
     std::vector<Filter> nodes;
     for (const storage::Tag tag : tags)
-        nodes.push_back(Filter::content(tag, match, std::string(text), true));
-    return Filter::any(std::move(nodes));
+        nodes.push_back(Filter::Content(tag, match, std::string(text), true));
+    return Filter::Any(std::move(nodes));
 }
 
 std::vector<storage::ObjectId> Find(const storage::Site &site, Filter filter, std::size_t limit)
 {
     const storage::View view(site, {storage::Container::Kind::Directory, 0}, std::move(filter));
     std::vector<storage::ObjectId> found;
-    for (const storage::Row &row : view.read(storage::Place::beginning(), storage::Direction::Forward, limit, {}))
+    for (const storage::Row &row : view.Read(storage::Place::beginning(), storage::Direction::Forward, limit, {}))
         found.push_back(row.id);
     return found;
 }
@@ -64,7 +65,7 @@ std::string_view Trimmed(std::string_view text)
 
 bool EqualIgnoringCase(std::string_view left, std::string_view right)
 {
-    return storage::foldText(std::string(left), true, false) == storage::foldText(std::string(right), true, false);
+    return storage::FoldText(std::string(left), true, false) == storage::FoldText(std::string(right), true, false);
 }
 
 Filter AnrFilter(std::string_view query)
@@ -73,17 +74,17 @@ Filter AnrFilter(std::string_view query)
     if (!query.empty() && query.front() == '=') {
         query = Trimmed(query.substr(1));
         if (query.empty())
-            return Filter::any({});
-        return Filter::any({AnyOf(kUniqueTags, Filter::Match::Whole, query),
-                            Filter::content(storage::kDisplayName, Filter::Match::Whole, std::string(query), true)});
+            return Filter::Any({});
+        return Filter::Any({AnyOf(kUniqueTags, Filter::Match::Whole, query),
+                            Filter::Content(storage::kDisplayName, Filter::Match::Whole, std::string(query), true)});
     }
     const std::vector<std::string_view> words = Words(query);
     if (words.empty())
-        return Filter::any({});
+        return Filter::Any({});
     std::vector<Filter> all;
     for (const std::string_view word : words)
         all.push_back(AnyOf(kWordTags, Filter::Match::WordPrefix, word));
-    return Filter::all(std::move(all));
+    return Filter::All(std::move(all));
 }
 
 std::vector<storage::ObjectId> MatchesOf(const storage::Site &site, std::string_view name, std::size_t limit)
@@ -96,7 +97,7 @@ std::vector<storage::ObjectId> MatchesOf(const storage::Site &site, std::string_
     auto found = Find(site, AnyOf(kUniqueTags, Filter::Match::Whole, text), limit);
     if (found.empty())
         found =
-            Find(site, Filter::content(storage::kDisplayName, Filter::Match::Whole, std::string(text), true), limit);
+            Find(site, Filter::Content(storage::kDisplayName, Filter::Match::Whole, std::string(text), true), limit);
     if (found.empty() && !exactOnly)
         found = Find(site, AnrFilter(text), limit);
     return found;

@@ -1,3 +1,5 @@
+// A profile in the file and as it was kept. Whether it is still the same one is seen by the key of its own section, so
+// that a new profile under an old name is not taken for it.
 #include "localmapi/provider/site/Profile.h"
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/base/Text.h"
@@ -42,13 +44,6 @@ storage::Guid GuidOf(const MAPIUID &uid)
     return guid;
 }
 
-MAPIUID UidOf(const storage::Guid &guid)
-{
-    MAPIUID uid;
-    std::memcpy(uid.ab, guid.data(), guid.size());
-    return uid;
-}
-
 storage::Guid NewGuid()
 {
     std::random_device random;
@@ -64,28 +59,28 @@ storage::Guid NewGuid()
 
 Profile::Profile(std::shared_ptr<storage::Site> site, const std::string &name) : m_site(std::move(site))
 {
-    const auto stored = Stored().find(name);
+    const auto stored = Stored().Find(name);
     if (!stored)
         NoProfile(name);
     m_name = stored->name;
-    const storage::PropertyBag section = Stored().section(m_name, kInstanceSection);
-    if (const storage::Value *key = section.find(kInstanceKey))
+    const storage::PropertyBag section = Stored().Section(m_name, kInstanceSection);
+    if (const storage::Value *key = section.Find(kInstanceKey))
         m_instance = *key;
 }
 
 bool Profile::IsThisOne(const std::string &name) const
 {
-    const storage::PropertyBag section = Stored().section(name, kInstanceSection);
-    const storage::Value *key = section.find(kInstanceKey);
+    const storage::PropertyBag section = Stored().Section(name, kInstanceSection);
+    const storage::Value *key = section.Find(kInstanceKey);
     return key ? m_instance == *key : !m_instance;
 }
 
 bool Profile::IsStored() const
 {
-    if (Stored().find(m_name) && IsThisOne(m_name))
+    if (Stored().Find(m_name) && IsThisOne(m_name))
         return true;
     if (m_instance)
-        for (const storage::Profile &other : Stored().list())
+        for (const storage::Profile &other : Stored().List())
             if (IsThisOne(other.name)) {
                 m_name = other.name;
                 return true;
@@ -101,7 +96,7 @@ void Profile::Keep()
     if (m_kept || !IsStored())
         return;
     Kept kept;
-    kept.services = Stored().services(m_name);
+    kept.services = Stored().Services(m_name);
     kept.sections[kGlobalSection] = StoredSection(kGlobalSection);
     kept.sections[kInstanceSection] = StoredSection(kInstanceSection);
     for (const storage::Service &service : kept.services)
@@ -109,7 +104,7 @@ void Profile::Keep()
     m_kept = std::move(kept);
 }
 
-std::string Profile::name() const
+std::string Profile::Name() const
 {
     std::lock_guard hold(m_lock);
     IsStored();
@@ -119,7 +114,7 @@ std::string Profile::name() const
 std::vector<storage::Service> Profile::Services() const
 {
     std::lock_guard hold(m_lock);
-    return IsStored() ? Stored().services(m_name) : m_kept->services;
+    return IsStored() ? Stored().Services(m_name) : m_kept->services;
 }
 
 storage::Service Profile::Service(const storage::Guid &uid) const
@@ -134,7 +129,7 @@ void Profile::AddService(const storage::Service &service)
 {
     std::lock_guard hold(m_lock);
     if (IsStored())
-        Stored().addService(m_name, service);
+        Stored().AddService(m_name, service);
     else
         m_kept->services.push_back(service);
 }
@@ -144,7 +139,7 @@ void Profile::RemoveService(const storage::Guid &uid)
     Service(uid);
     std::lock_guard hold(m_lock);
     if (IsStored()) {
-        Stored().removeService(m_name, uid);
+        Stored().RemoveService(m_name, uid);
     } else {
         std::erase_if(m_kept->services, [&](const storage::Service &service) { return service.uid == uid; });
         m_kept->sections.erase(uid);
@@ -153,9 +148,9 @@ void Profile::RemoveService(const storage::Guid &uid)
 
 storage::PropertyBag Profile::StoredSection(const storage::Guid &uid) const
 {
-    storage::PropertyBag bag = Stored().section(m_name, uid);
+    storage::PropertyBag bag = Stored().Section(m_name, uid);
     if (uid == kGlobalSection)
-        bag.set(Tag(PR_PROFILE_NAME), m_name);
+        bag.Set(Tag(PR_PROFILE_NAME), m_name);
     return bag;
 }
 
@@ -178,14 +173,14 @@ void Profile::ChangeSection(const storage::Guid &uid, const storage::PropertyBag
 {
     std::lock_guard hold(m_lock);
     if (IsStored()) {
-        Stored().changeSection(m_name, uid, set, remove);
+        Stored().ChangeSection(m_name, uid, set, remove);
         return;
     }
     storage::PropertyBag &bag = m_kept->sections[uid];
     for (const storage::Tag tag : remove)
-        bag.erase(tag);
+        bag.Erase(tag);
     for (const storage::Property &property : set)
-        bag.set(property.tag, property.value);
+        bag.Set(property.tag, property.value);
 }
 
 void RequireProfileName(const std::string &name)
@@ -199,14 +194,14 @@ void MakeProfile(const storage::Site &site, const std::string &name)
 {
     storage::Profiles profiles(site);
     try {
-        profiles.create(name);
+        profiles.Create(name);
     } catch (const storage::Error &error) {
-        if (error.fault() == storage::Fault::Collision)
+        if (error.GetFault() == storage::Fault::Collision)
             throw Failure(MAPI_E_NO_ACCESS, "There is a profile \"" + name + "\" already.");
         throw;
     }
     const storage::Guid key = NewGuid();
-    profiles.changeSection(name, kInstanceSection, {{kInstanceKey, storage::Bytes(key.begin(), key.end())}});
+    profiles.ChangeSection(name, kInstanceSection, {{kInstanceKey, storage::Bytes(key.begin(), key.end())}});
 }
 
 void ConfigureProfile(Profile &profile, const std::string &server, const std::string &mailbox)
@@ -214,7 +209,7 @@ void ConfigureProfile(Profile &profile, const std::string &server, const std::st
     const auto site = SiteOf(profile);
     RequireServer(*site, server);
     const storage::User user = ResolveUserName(*site, mailbox);
-    const storage::SiteInfo info = site->info();
+    const storage::SiteInfo info = site->Info();
     profile.ChangeSection(kGlobalSection, {{Tag(PR_PROFILE_UNRESOLVED_NAME), mailbox},
                                            {Tag(PR_PROFILE_UNRESOLVED_SERVER), server},
                                            {Tag(PR_PROFILE_HOME_SERVER), info.server},
@@ -238,11 +233,11 @@ void AddProfileFor(const std::shared_ptr<storage::Site> &site, const std::string
     try {
         Profile profile(site, name);
         profile.AddService({NewGuid(), kServiceName, kServiceDisplayName});
-        ConfigureProfile(profile, site->info().server, mailbox);
+        ConfigureProfile(profile, site->Info().server, mailbox);
         if (makeDefault)
-            profiles.setDefault(name);
+            profiles.SetDefault(name);
     } catch (...) {
-        profiles.remove(name);
+        profiles.Remove(name);
         throw;
     }
 }
@@ -251,8 +246,8 @@ std::shared_ptr<storage::Site> SiteOf(const Profile &profile)
 {
     const auto section = profile.Section(kGlobalSection);
     const std::string *path = section ? section->get<std::string>(Tag(PR_PROFILE_SITE_FILE)) : nullptr;
-    if (!path || path->empty() || *path == profile.site()->path())
-        return profile.site();
+    if (!path || path->empty() || *path == profile.GetSite()->Path())
+        return profile.GetSite();
     return OpenSite(*path);
 }
 

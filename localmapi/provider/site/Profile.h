@@ -23,7 +23,7 @@ class Profile
     // From here on the profile answers even when it is deleted.
     void Keep();
 
-    std::string name() const;
+    std::string Name() const;
     std::vector<storage::Service> Services() const;
     // The service's section too. MAPI_E_NOT_FOUND.
     storage::Service Service(const storage::Guid &uid) const;
@@ -35,7 +35,7 @@ class Profile
     void ChangeSection(const storage::Guid &uid, const storage::PropertyBag &set,
                        const std::vector<storage::Tag> &remove = {});
 
-    const std::shared_ptr<storage::Site> &site() const { return m_site; }
+    const std::shared_ptr<storage::Site> &GetSite() const { return m_site; }
 
   private:
     struct Kept {

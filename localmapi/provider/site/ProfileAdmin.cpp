@@ -1,7 +1,9 @@
+// IProfAdmin: making, copying, renaming and deleting profiles. What can not be copied whole is removed again.
 #include "localmapi/provider/site/ProfileAdmin.h"
 #include "localmapi/provider/base/ComObject.h"
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/base/Text.h"
+#include "localmapi/provider/property/PropArray.h"
 #include "localmapi/provider/property/PropertyConvert.h"
 #include "localmapi/provider/site/Profile.h"
 #include "localmapi/provider/site/ProfileTags.h"
@@ -51,7 +53,7 @@ std::string KnownName(const storage::Profiles &profiles, const TCHAR *name, ULON
 {
     Require(name != nullptr, "the profile's name");
     const std::string text = Utf8FromClient(name, flags);
-    const auto profile = profiles.find(text);
+    const auto profile = profiles.Find(text);
     if (!profile)
         throw Failure(MAPI_E_NOT_FOUND, "There is no profile \"" + text + "\".");
     return profile->name;
@@ -73,12 +75,12 @@ STDMETHODIMP ProfileAdmin::GetProfileTable(ULONG flags, LPMAPITABLE *table)
         *table = nullptr;
         RequireFlags(flags, MAPI_UNICODE);
         MemoryRows rows;
-        for (const storage::Profile &profile : storage::Profiles(*m_site).list()) {
+        for (const storage::Profile &profile : storage::Profiles(*m_site).List()) {
             PropArray row(3);
             row.Text(PR_DISPLAY_NAME_W, profile.name)
                 .Boolean(PR_DEFAULT_PROFILE, profile.isDefault)
                 .Binary(PR_INSTANCE_KEY, profile.name.data(), profile.name.size());
-            Check(rows.Add(row.count(), row.values()), "the row of a profile");
+            Check(rows.Add(row.Count(), row.Values()), "the row of a profile");
         }
         MemoryTableSettings settings;
         settings.columns = {PR_DISPLAY_NAME_W, PR_DEFAULT_PROFILE};
@@ -104,7 +106,7 @@ STDMETHODIMP ProfileAdmin::DeleteProfile(LPTSTR name, ULONG flags)
     return Run("IProfAdmin::DeleteProfile", [&]() -> HRESULT {
         RequireFlags(flags, MAPI_UNICODE);
         storage::Profiles profiles(*m_site);
-        profiles.remove(KnownName(profiles, name, flags));
+        profiles.Remove(KnownName(profiles, name, flags));
         return S_OK;
     });
 }
@@ -121,7 +123,7 @@ STDMETHODIMP ProfileAdmin::CopyProfile(LPTSTR oldName, LPTSTR, LPTSTR newName, U
             Profile copy(m_site, to);
             const auto copySection = [&](const storage::Guid &fromUid, const storage::Guid &toUid) {
                 if (auto section = source.Section(fromUid)) {
-                    section->erase(StorageTag(PR_PROFILE_NAME));
+                    section->Erase(StorageTag(PR_PROFILE_NAME));
                     copy.ChangeSection(toUid, *section);
                 }
             };
@@ -132,7 +134,7 @@ STDMETHODIMP ProfileAdmin::CopyProfile(LPTSTR oldName, LPTSTR, LPTSTR newName, U
                 copySection(service.uid, uid);
             }
         } catch (...) {
-            profiles.remove(to);
+            profiles.Remove(to);
             throw;
         }
         return S_OK;
@@ -145,10 +147,10 @@ STDMETHODIMP ProfileAdmin::RenameProfile(LPTSTR oldName, LPTSTR, LPTSTR newName,
         RequireFlags(flags, MAPI_DIALOG | MAPI_UNICODE);
         storage::Profiles profiles(*m_site);
         const std::string from = KnownName(profiles, oldName, flags), to = NewName(newName, flags);
-        const auto other = profiles.find(to);
+        const auto other = profiles.Find(to);
         if (other && other->name != from)
             throw Failure(MAPI_E_NO_ACCESS, "There is a profile \"" + to + "\" already.");
-        profiles.rename(from, to);
+        profiles.Rename(from, to);
         return S_OK;
     });
 }
@@ -159,7 +161,7 @@ STDMETHODIMP ProfileAdmin::SetDefaultProfile(LPTSTR name, ULONG flags)
         RequireFlags(flags, MAPI_UNICODE);
         storage::Profiles profiles(*m_site);
         // Null or empty: there is to be no default profile.
-        profiles.setDefault(Utf8FromClient(name, flags).empty() ? std::string() : KnownName(profiles, name, flags));
+        profiles.SetDefault(Utf8FromClient(name, flags).empty() ? std::string() : KnownName(profiles, name, flags));
         return S_OK;
     });
 }

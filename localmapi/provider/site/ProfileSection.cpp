@@ -20,7 +20,7 @@ class Section final : public PropObject<IProfSect>
     storage::PropertyBag Load() override
     {
         storage::PropertyBag bag = m_profile->Section(m_uid).value_or(storage::PropertyBag{});
-        bag.set(PR_OBJECT_TYPE, std::int32_t{MAPI_PROFSECT});
+        bag.Set(PR_OBJECT_TYPE, std::int32_t{MAPI_PROFSECT});
         return bag;
     }
     void Change(const storage::PropertyBag &set, const std::vector<storage::Tag> &remove) override

@@ -19,7 +19,6 @@ inline constexpr char kServiceDisplayName[] = "Microsoft Exchange Server";
 extern const MAPIUID kProfileInstance;
 
 storage::Guid GuidOf(const MAPIUID &uid);
-MAPIUID UidOf(const storage::Guid &guid);
 // A new identifier that nothing else has.
 storage::Guid NewGuid();
 

@@ -1,8 +1,10 @@
+// IMsgServiceAdmin: the services of a profile, of which there is one kind.
 #include "localmapi/provider/site/ServiceAdmin.h"
 #include "localmapi/provider/base/ComObject.h"
 #include "localmapi/provider/base/EntryId.h"
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/base/Text.h"
+#include "localmapi/provider/property/PropArray.h"
 #include "localmapi/provider/property/PropertyConvert.h"
 #include "localmapi/provider/site/NameMatch.h"
 #include "localmapi/provider/site/ProfileSection.h"
@@ -106,7 +108,7 @@ STDMETHODIMP ServiceAdmin::GetMsgServiceTable(ULONG flags, LPMAPITABLE *table)
                 .Text(PR_SERVICE_ENTRY_NAME, "ServiceEntry")
                 .Binary(PR_INSTANCE_KEY, BytesOf(service.uid))
                 .Long(PR_RESOURCE_TYPE, MAPI_PROFILE_PROVIDER);
-            Check(rows.Add(row.count(), row.values()), "the row of a message service");
+            Check(rows.Add(row.Count(), row.Values()), "the row of a message service");
         }
         MemoryTableSettings settings;
         settings.columns = {PR_SERVICE_UID,    PR_SERVICE_NAME_W,     PR_DISPLAY_NAME_W,    PR_INSTANCE_KEY,
@@ -138,7 +140,7 @@ STDMETHODIMP ServiceAdmin::GetProviderTable(ULONG flags, LPMAPITABLE *table)
                     .Text(PR_PROVIDER_DLL_NAME_W, kDllName)
                     .Long(PR_RESOURCE_TYPE, kind.resourceType)
                     .Long(PR_RESOURCE_FLAGS, kind.resourceType == MAPI_STORE_PROVIDER ? STATUS_DEFAULT_STORE : 0);
-                Check(rows.Add(row.count(), row.values()), "the row of a provider");
+                Check(rows.Add(row.Count(), row.Values()), "the row of a provider");
             }
         MemoryTableSettings settings;
         settings.columns = {PR_PROVIDER_UID,   PR_INSTANCE_KEY,        PR_SERVICE_UID,

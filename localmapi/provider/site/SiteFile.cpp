@@ -22,7 +22,7 @@ std::shared_ptr<storage::Site> OpenSite(const std::string &path)
     std::lock_guard hold(lock);
     if (auto site = open[path].lock())
         return site;
-    auto site = std::make_shared<storage::Site>(storage::Site::open(path));
+    auto site = std::make_shared<storage::Site>(storage::Site::Open(path));
     open[path] = site;
     return site;
 }

@@ -1,3 +1,4 @@
+// Finding the person behind a recipient: by entry ID, else by address, else by name; each says why it failed.
 #include "localmapi/provider/store/Addressing.h"
 #include "localmapi/provider/addressbook/AddressEntries.h"
 #include "localmapi/provider/addressbook/Recipients.h"
@@ -30,7 +31,7 @@ class Search
         const std::string type = TextIn(m_found.recipient, PR_ADDRTYPE_W);
         const std::string address = TextIn(m_found.recipient, PR_EMAIL_ADDRESS_W);
         if (!address.empty())
-            ByAddress(type.empty() && storage::isSmtpAddress(address) ? "SMTP" : type, address);
+            ByAddress(type.empty() && storage::IsSmtpAddress(address) ? "SMTP" : type, address);
         else
             ByName(TextIn(m_found.recipient, PR_DISPLAY_NAME_W));
         return std::move(m_found);
@@ -59,9 +60,9 @@ class Search
     {
         const bool here = EqualIgnoringCase(type, "EX");
         if (here)
-            m_found.user = m_store.directory.userByDn(address);
+            m_found.user = m_store.directory.UserByDn(address);
         else if (EqualIgnoringCase(type, "SMTP"))
-            m_found.user = m_store.directory.userBySmtp(address);
+            m_found.user = m_store.directory.UserBySmtp(address);
         if (m_found.user)
             Complete(m_found.user->id);
         else if (here)
@@ -85,8 +86,8 @@ class Search
 
     void ByEntry(storage::ObjectId id)
     {
-        m_found.user = m_store.directory.user(id);
-        const auto contact = m_found.user ? std::nullopt : m_store.directory.contact(id);
+        m_found.user = m_store.directory.GetUser(id);
+        const auto contact = m_found.user ? std::nullopt : m_store.directory.GetContact(id);
         if (!m_found.user && !contact)
             return Unknown("The recipient is not in the directory any more.");
         Complete(id);
@@ -101,8 +102,8 @@ class Search
                                           PR_SEARCH_KEY,     PR_OBJECT_TYPE, PR_DISPLAY_TYPE,    kPrSmtpAddress};
         const PropertyBag entry = DirectoryProperties(m_store.site, id);
         for (const storage::Tag tag : kTags)
-            if (const auto *value = entry.find(tag); value && !m_found.recipient.findId(storage::tagId(tag)))
-                m_found.recipient.set(tag, *value);
+            if (const auto *value = entry.Find(tag); value && !m_found.recipient.FindId(storage::TagId(tag)))
+                m_found.recipient.Set(tag, *value);
     }
 
     void Unknown(const char *reason)
@@ -136,8 +137,8 @@ void SetParty(PropertyBag &bag, const PartyTags &tags, const PropertyBag &entry)
                                                            {tags.entryId, PR_ENTRYID},
                                                            {tags.searchKey, PR_SEARCH_KEY}};
     for (const auto &[to, from] : pairs)
-        if (const auto *value = entry.find(from))
-            bag.set(to, *value);
+        if (const auto *value = entry.Find(from))
+            bag.Set(to, *value);
 }
 
 PropertyBag RecipientFrom(const PropertyBag &bag, const PartyTags &tags)
@@ -149,8 +150,8 @@ PropertyBag RecipientFrom(const PropertyBag &bag, const PartyTags &tags)
                                                            {PR_ENTRYID, tags.entryId},
                                                            {PR_SEARCH_KEY, tags.searchKey}};
     for (const auto &[to, from] : pairs)
-        if (const auto *value = bag.find(from))
-            recipient.set(to, *value);
+        if (const auto *value = bag.Find(from))
+            recipient.Set(to, *value);
     return recipient;
 }
 

@@ -1,3 +1,4 @@
+// IAttach: reads the stored attachment with the changes on top that are not saved yet.
 #include "localmapi/provider/store/Attachment.h"
 #include "localmapi/provider/store/StoreTags.h"
 #include "localmapi/storage/Error.h"
@@ -28,36 +29,35 @@ storage::Bytes NumberKey(std::int32_t number)
 void AddAttachmentProperties(const StoreContext &store, std::int32_t number, bool writable, PropertyBag &bag)
 {
     for (const storage::Property &property : store.Common(MAPI_ATTACH, kAccess, writable))
-        bag.set(property.tag, property.value);
-    bag.set(PR_ATTACH_NUM, number);
-    bag.set(PR_RECORD_KEY, NumberKey(number));
-    bag.set(PR_INSTANCE_KEY, NumberKey(number));
+        bag.Set(property.tag, property.value);
+    bag.Set(PR_ATTACH_NUM, number);
+    bag.Set(PR_RECORD_KEY, NumberKey(number));
+    bag.Set(PR_INSTANCE_KEY, NumberKey(number));
     for (const storage::Tag own : {storage::kObjectId, storage::kParentId, storage::kChangeNumber})
-        bag.erase(own);
+        bag.Erase(own);
 }
 
-PropertyDraft NewAttachmentProperties()
+storage::Changes NewAttachmentProperties()
 {
-    PropertyDraft properties;
-    properties.Set(PR_ATTACH_METHOD, std::int32_t{NO_ATTACHMENT});
-    properties.Set(PR_RENDERING_POSITION, std::int32_t{-1});
+    storage::Changes properties;
+    properties.SetLater(PR_ATTACH_METHOD, std::int32_t{NO_ATTACHMENT});
+    properties.SetLater(PR_RENDERING_POSITION, std::int32_t{-1});
     return properties;
 }
 
-Attachment::Attachment(StorePtr store, Ref<Message> message, std::int32_t number, AttachmentDraft draft, bool writable)
-    : StoredObject(std::move(store), writable), m_message(std::move(message)), m_number(number),
-      m_draft(std::move(draft))
+Attachment::Attachment(StorePtr store, ComPtr<Message> message, storage::AttachmentChanges draft, bool writable)
+    : StoredObject(std::move(store), writable), m_message(std::move(message)), m_draft(std::move(draft))
 {
 }
 
 PropertyBag Attachment::Stored(const std::vector<storage::Tag> *tags)
 {
     PropertyBag bag;
-    if (const storage::ObjectId id = m_message->StoredAttachment(m_number)) {
+    if (const storage::ObjectId id = m_message->StoredAttachment(m_draft.number)) {
         try {
-            bag = tags ? m_store->objects.read(id, *tags) : m_store->objects.read(id);
+            bag = tags ? m_store->objects.Read(id, *tags) : m_store->objects.Read(id);
         } catch (const storage::Error &error) {
-            if (error.fault() == storage::Fault::NotFound)
+            if (error.GetFault() == storage::Fault::NotFound)
                 throw Failure(MAPI_E_OBJECT_DELETED, "The attachment was deleted.");
             throw;
         }
@@ -69,11 +69,12 @@ PropertyBag Attachment::Stored(const std::vector<storage::Tag> *tags)
 void Attachment::AddComputed(PropertyBag &bag)
 {
     if (!m_draft.properties.empty() || m_draft.embedded) {
-        const std::uint64_t size = SizeOf(Stored(nullptr)) + (m_draft.embedded ? m_draft.embedded->Size() : 0);
-        bag.set(PR_ATTACH_SIZE,
+        const std::uint64_t size =
+            storage::ByteSize(Stored(nullptr)) + (m_draft.embedded ? m_draft.embedded->AddedSize() : 0);
+        bag.Set(PR_ATTACH_SIZE,
                 static_cast<std::int32_t>(std::min<std::uint64_t>(size, std::numeric_limits<std::int32_t>::max())));
     }
-    AddAttachmentProperties(*m_store, m_number, m_writable, bag);
+    AddAttachmentProperties(*m_store, m_draft.number, m_writable, bag);
 }
 
 PropertyBag Attachment::Load()
@@ -105,15 +106,15 @@ void Attachment::Change(const PropertyBag &set, const std::vector<storage::Tag> 
 {
     RequireWrite();
     for (const storage::Property &property : set)
-        m_draft.properties.Set(property.tag, property.value);
+        m_draft.properties.SetLater(property.tag, property.value);
     for (const storage::Tag tag : remove)
-        m_draft.properties.Remove(storage::tagId(tag));
+        m_draft.properties.RemoveLater(storage::TagId(tag));
 }
 
 HRESULT Attachment::Save(ULONG flags)
 {
     RequireWrite();
-    m_message->TakeAttachment(m_number, m_draft);
+    m_message->TakeAttachment(m_draft);
     if (!(flags & KEEP_OPEN_READWRITE))
         m_writable = false;
     return S_OK;
@@ -123,15 +124,15 @@ HRESULT Attachment::Save(ULONG flags)
 
 storage::ObjectId Attachment::StoredEmbedded()
 {
-    const storage::ObjectId attachment = m_message->StoredAttachment(m_number);
-    return attachment ? m_store->objects.embeddedMessage(attachment) : 0;
+    const storage::ObjectId attachment = m_message->StoredAttachment(m_draft.number);
+    return attachment ? m_store->objects.EmbeddedMessage(attachment) : 0;
 }
 
-void Attachment::TakeEmbedded(const MessageDraft &draft)
+void Attachment::TakeEmbedded(const storage::MessageChanges &draft)
 {
     std::lock_guard hold(m_lock);
     RequireWrite();
-    m_draft.embedded = std::make_shared<MessageDraft>(draft);
+    m_draft.embedded = std::make_shared<storage::MessageChanges>(draft);
 }
 
 void Attachment::OpenEmbedded(ULONG flags, const IID &iid, IUnknown **object)
@@ -141,22 +142,22 @@ void Attachment::OpenEmbedded(ULONG flags, const IID &iid, IUnknown **object)
         RequireWrite();
     const storage::ObjectId stored = StoredEmbedded();
     const bool fresh = (flags & MAPI_CREATE) != 0;
-    if (fresh && depth() >= kNestingLimit)
+    if (fresh && Depth() >= kNestingLimit)
         throw Failure(MAPI_E_TOO_COMPLEX, "Messages can not lie deeper in each other.");
     if (!stored && !m_draft.embedded && !fresh)
         throw Failure(MAPI_E_NOT_FOUND, "The attachment holds no message.");
-    MessageDraft draft;
+    storage::MessageChanges draft;
     if (m_draft.embedded && !fresh)
         draft = *m_draft.embedded;
     if (stored && fresh) {
         // A new message in the place of the old one: what that had goes.
-        for (const storage::Property &property : m_store->objects.readUpTo(stored, 0))
-            draft.properties.Remove(storage::tagId(property.tag));
+        for (const storage::Property &property : m_store->objects.ReadUpTo(stored, 0))
+            draft.properties.RemoveLater(storage::TagId(property.tag));
         draft.recipients.emplace();
-        for (const storage::ObjectInfo &attachment : m_store->objects.attachments(stored))
-            draft.removedAttachments.insert(attachment.number);
+        for (const storage::ObjectInfo &attachment : m_store->objects.Attachments(stored))
+            draft.ReplaceAttachment({attachment.number, true, {}, {}});
     }
-    auto message = MakeObject<Message>(m_store, Ref<Attachment>::Share(this), stored, std::move(draft), fresh, write);
+    auto message = MakeObject<Message>(m_store, Share<Attachment>(this), stored, std::move(draft), fresh, write);
     GiveObject(message.get(), &iid, object);
 }
 

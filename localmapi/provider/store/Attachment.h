@@ -13,13 +13,13 @@ inline constexpr int kNestingLimit = 64;
 class Attachment final : public StoredObject<IAttach>
 {
   public:
-    Attachment(StorePtr store, Ref<Message> message, std::int32_t number, AttachmentDraft draft, bool writable);
+    Attachment(StorePtr store, ComPtr<Message> message, storage::AttachmentChanges draft, bool writable);
 
     // In how many messages the attachment's own one lies.
-    int depth() const { return m_message->depth(); }
+    int Depth() const { return m_message->Depth(); }
 
     // For the message in this attachment, which calls without holding a lock of this attachment's.
-    void TakeEmbedded(const MessageDraft &draft);
+    void TakeEmbedded(const storage::MessageChanges &draft);
     storage::ObjectId StoredEmbedded();
 
   protected:
@@ -36,14 +36,13 @@ class Attachment final : public StoredObject<IAttach>
     void OpenEmbedded(ULONG flags, const IID &iid, IUnknown **object);
     void AddComputed(storage::PropertyBag &bag);
 
-    const Ref<Message> m_message;
-    const std::int32_t m_number;
-    AttachmentDraft m_draft;
+    const ComPtr<Message> m_message;
+    storage::AttachmentChanges m_draft; // with the attachment's number
 };
 
 // What a row of an attachment table, and the attachment itself, have beyond what is stored.
 void AddAttachmentProperties(const StoreContext &store, std::int32_t number, bool writable, storage::PropertyBag &bag);
 // The properties of a new attachment.
-PropertyDraft NewAttachmentProperties();
+storage::Changes NewAttachmentProperties();
 
 } // namespace localmapi

@@ -1,3 +1,4 @@
+// Writing to the target of a copy: short properties in one SetProps, long ones as streams, piece by piece.
 #include "localmapi/provider/store/CopyObject.h"
 #include "localmapi/provider/base/Memory.h"
 #include "localmapi/provider/base/Text.h"
@@ -35,7 +36,7 @@ storage::Bytes MappingOf(IMAPIProp &object)
 std::shared_ptr<const storage::Stream> BytesOf(const storage::Value &value, storage::Objects &objects)
 {
     if (const auto *stream = std::get_if<storage::StoredStream>(&value))
-        return objects.openStream(*stream);
+        return objects.OpenStream(*stream);
     if (const auto *spool = std::get_if<storage::SpoolPtr>(&value))
         return *spool;
     if (const auto *bytes = std::get_if<storage::Bytes>(&value))
@@ -47,7 +48,7 @@ void Pump(const storage::Stream &from, IStream &to)
 {
     std::vector<BYTE> piece(kPiece);
     std::uint64_t offset = 0;
-    while (const std::size_t read = from.read(offset, piece.data(), piece.size())) {
+    while (const std::size_t read = from.Read(offset, piece.data(), piece.size())) {
         for (std::size_t done = 0; done < read;) {
             ULONG written = 0;
             Check(to.Write(piece.data() + done, static_cast<ULONG>(read - done), &written), "IStream::Write");
@@ -77,7 +78,7 @@ CopyJob::CopyJob(IUnknown *source, const Arguments &arguments)
         m_ids.insert(static_cast<std::uint16_t>(PROP_ID(tags->aulPropTag[i])));
     }
     auto *target = static_cast<IUnknown *>(arguments.target);
-    Ref<IUnknown> asked, self, other;
+    ComPtr<IUnknown> asked, self, other;
     if (FAILED(target->QueryInterface(*arguments.iid, reinterpret_cast<void **>(asked.put()))) ||
         FAILED(target->QueryInterface(IID_IMAPIProp, reinterpret_cast<void **>(m_target.put()))))
         throw Failure(MAPI_E_INTERFACE_NOT_SUPPORTED, "The target does not have the interface that was named.");
@@ -100,7 +101,7 @@ void CopyJob::Problem(ULONG tag, SCODE code)
 void CopyJob::CopyProperties(const PropertyBag &bag, storage::Objects &objects)
 {
     std::set<ULONG> there;
-    if (!replaces()) {
+    if (!Replaces()) {
         Block<SPropTagArray> list;
         Check(m_target->GetPropList(MAPI_UNICODE, list.put()), "IMAPIProp::GetPropList");
         for (ULONG i = 0; i < list->cValues; ++i)
@@ -108,8 +109,8 @@ void CopyJob::CopyProperties(const PropertyBag &bag, storage::Objects &objects)
     }
     std::vector<std::uint16_t> named;
     for (const storage::Property &property : bag)
-        if (storage::tagId(property.tag) >= kFirstNamed && Wants(property.tag))
-            named.push_back(storage::tagId(property.tag));
+        if (storage::TagId(property.tag) >= kFirstNamed && Wants(property.tag))
+            named.push_back(storage::TagId(property.tag));
     MapNames(named);
     std::vector<const storage::Property *> few, many;
     for (const storage::Property &property : bag) {
@@ -118,7 +119,7 @@ void CopyJob::CopyProperties(const PropertyBag &bag, storage::Objects &objects)
             continue;
         const bool streamed = std::holds_alternative<storage::StoredStream>(property.value) ||
                               std::holds_alternative<storage::SpoolPtr>(property.value) ||
-                              storage::tagType(property.tag) == storage::Type::Object;
+                              storage::TagType(property.tag) == storage::Type::Object;
         (streamed ? many : few).push_back(&property);
     }
     CopyShort(few);
@@ -162,7 +163,7 @@ void CopyJob::MapNames(const std::vector<std::uint16_t> &ids)
 
 ULONG CopyJob::TargetTag(storage::Tag tag) const
 {
-    const auto named = m_names.find(storage::tagId(tag));
+    const auto named = m_names.find(storage::TagId(tag));
     const ULONG same = ClientTag(tag, true);
     if (named == m_names.end())
         return same;
@@ -194,7 +195,7 @@ void CopyJob::CopyLong(const storage::Property &property, storage::Objects &obje
     if (!content)
         return;
     const ULONG tag = TargetTag(property.tag);
-    Ref<IStream> stream;
+    ComPtr<IStream> stream;
     const HRESULT hr = m_target->OpenProperty(tag, &IID_IStream, STGM_READWRITE, MAPI_CREATE | MAPI_MODIFY,
                                               reinterpret_cast<LPUNKNOWN *>(stream.put()));
     if (FAILED(hr)) {
@@ -211,7 +212,7 @@ void CopyJob::Missing(const PropertyBag &bag, const std::set<std::uint16_t> &par
 {
     for (ULONG i = 0; !m_everything && i < m_tags.size(); ++i) {
         const auto id = static_cast<std::uint16_t>(PROP_ID(m_tags[i]));
-        if (!bag.findId(id) && !parts.count(id))
+        if (!bag.FindId(id) && !parts.count(id))
             m_problems.Add(i, m_tags[i], MAPI_E_NOT_FOUND);
     }
 }

@@ -27,13 +27,13 @@ class CopyJob
     CopyJob(IUnknown *source, const Arguments &arguments);
 
     bool Wants(ULONG tag) const { return m_everything != (m_ids.count(static_cast<std::uint16_t>(PROP_ID(tag))) != 0); }
-    bool replaces() const { return !(m_flags & MAPI_NOREPLACE); }
-    ULONG flags() const { return m_flags; }
+    bool Replaces() const { return !(m_flags & MAPI_NOREPLACE); }
+    ULONG Flags() const { return m_flags; }
     IMAPIProp *target() const { return m_target.get(); }
     // The target as what it may be; null when it is something else.
-    template <class Interface> Ref<Interface> TargetAs(const IID &iid) const
+    template <class Interface> ComPtr<Interface> TargetAs(const IID &iid) const
     {
-        Ref<Interface> object;
+        ComPtr<Interface> object;
         m_target->QueryInterface(iid, reinterpret_cast<void **>(object.put()));
         return object;
     }
@@ -59,8 +59,8 @@ class CopyJob
     std::set<std::uint16_t> m_ids;
     std::map<std::uint16_t, std::uint16_t> m_names; // identifiers in the source and in the target, where they differ
     ULONG m_flags;
-    Ref<IMAPIProp> m_source;
-    Ref<IMAPIProp> m_target;
+    ComPtr<IMAPIProp> m_source;
+    ComPtr<IMAPIProp> m_target;
     Problems m_problems;
 };
 

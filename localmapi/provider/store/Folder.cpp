@@ -1,7 +1,11 @@
+// IMAPIFolder itself: its properties, tables, subfolders. FolderMessages.cpp has what is done to messages,
+// FolderCopy.cpp the copies.
+#include "localmapi/provider/store/Folder.h"
 #include "localmapi/provider/base/Text.h"
-#include "localmapi/provider/store/FolderObject.h"
+#include "localmapi/provider/store/FolderTables.h"
 #include "localmapi/provider/store/Message.h"
 #include "localmapi/provider/store/StoreTags.h"
+#include "localmapi/provider/table/ViewTable.h"
 #include "localmapi/storage/Error.h"
 #include "localmapi/storage/View.h"
 
@@ -27,9 +31,9 @@ Folder::Folder(StorePtr store, const storage::ObjectInfo &info, bool writable)
 {
 }
 
-Ref<IMAPIFolder> MakeFolder(const StorePtr &store, const storage::ObjectInfo &info, bool writable)
+ComPtr<IMAPIFolder> MakeFolder(const StorePtr &store, const storage::ObjectInfo &info, bool writable)
 {
-    return Ref<IMAPIFolder>::Adopt(MakeObject<Folder>(store, info, writable).release());
+    return ComPtr<IMAPIFolder>(MakeObject<Folder>(store, info, writable).release());
 }
 
 // --- properties ---
@@ -37,9 +41,9 @@ Ref<IMAPIFolder> MakeFolder(const StorePtr &store, const storage::ObjectInfo &in
 PropertyBag Folder::Stored(const std::vector<storage::Tag> *tags)
 {
     try {
-        return tags ? m_store->objects.read(m_id, *tags) : m_store->objects.read(m_id);
+        return tags ? m_store->objects.Read(m_id, *tags) : m_store->objects.Read(m_id);
     } catch (const storage::Error &error) {
-        if (error.fault() == storage::Fault::NotFound)
+        if (error.GetFault() == storage::Fault::NotFound)
             throw Failure(MAPI_E_OBJECT_DELETED, "The folder was deleted.");
         throw;
     }
@@ -48,20 +52,20 @@ PropertyBag Folder::Stored(const std::vector<storage::Tag> *tags)
 void Folder::AddComputed(PropertyBag &bag)
 {
     for (const storage::Property &property : m_store->Common(MAPI_FOLDER, kAccess, m_writable))
-        bag.set(property.tag, property.value);
+        bag.Set(property.tag, property.value);
     const storage::Mailbox &mailbox = m_store->mailbox;
     const bool root = m_id == mailbox.root;
-    bag.set(PR_ENTRYID, m_store->FolderId(m_id));
-    bag.set(PR_RECORD_KEY, m_store->FolderId(m_id));
-    bag.set(PR_INSTANCE_KEY, InstanceKeyOf(m_id));
+    bag.Set(PR_ENTRYID, m_store->FolderId(m_id));
+    bag.Set(PR_RECORD_KEY, m_store->FolderId(m_id));
+    bag.Set(PR_INSTANCE_KEY, InstanceKeyOf(m_id));
     // The root is its own parent, as elsewhere in MAPI.
-    bag.set(PR_PARENT_ENTRYID, m_store->FolderId(root ? m_id : m_parent));
-    bag.set(PR_FOLDER_TYPE, static_cast<std::int32_t>(root ? FOLDER_ROOT : FOLDER_GENERIC));
+    bag.Set(PR_PARENT_ENTRYID, m_store->FolderId(root ? m_id : m_parent));
+    bag.Set(PR_FOLDER_TYPE, static_cast<std::int32_t>(root ? FOLDER_ROOT : FOLDER_GENERIC));
     // Where a client looks for the calendar.
     if (root || m_id == mailbox.inbox)
-        bag.set(kPrAppointmentEntryId, m_store->FolderId(mailbox.calendar));
+        bag.Set(kPrAppointmentEntryId, m_store->FolderId(mailbox.calendar));
     for (const storage::Tag own : {storage::kObjectId, storage::kParentId, storage::kChangeNumber})
-        bag.erase(own);
+        bag.Erase(own);
 }
 
 PropertyBag Folder::Load()
@@ -89,7 +93,7 @@ bool Folder::IsComputed(storage::Tag tag)
     case PROP_ID(kPrAssociatedCount):
     case PROP_ID(PR_SUBFOLDERS):
     case PROP_ID(PR_CREATION_TIME):
-    case storage::tagId(storage::kFolderChildCount):
+    case storage::TagId(storage::kFolderChildCount):
         return true;
     case PROP_ID(kPrAppointmentEntryId):
         return m_id == m_store->mailbox.root || m_id == m_store->mailbox.inbox;
@@ -101,7 +105,7 @@ bool Folder::IsComputed(storage::Tag tag)
 void Folder::Change(const PropertyBag &set, const std::vector<storage::Tag> &remove)
 {
     RequireWrite();
-    m_store->objects.change(m_id, {set, remove});
+    m_store->objects.Change(m_id, {set, remove});
 }
 
 HRESULT Folder::Open(ULONG tag, const IID &iid, ULONG options, ULONG flags, IUnknown **object)
@@ -193,12 +197,12 @@ std::vector<ObjectId> Folder::Subfolders(ObjectId folder) const
     std::vector<ObjectId> ids;
     storage::Place place = storage::Place::beginning();
     for (;;) {
-        const auto rows = view.read(place, storage::Direction::Forward, kPage, {});
+        const auto rows = view.Read(place, storage::Direction::Forward, kPage, {});
         if (rows.empty())
             return ids;
         for (const storage::Row &row : rows)
             ids.push_back(row.id);
-        place = rows.back().after();
+        place = rows.back().After();
     }
 }
 
@@ -225,7 +229,7 @@ STDMETHODIMP Folder::CreateFolder(ULONG ulFolderType, LPTSTR lpszFolderName, LPT
         if (!Implements<IMAPIFolder>(lpInterface))
             return MAPI_E_INTERFACE_NOT_SUPPORTED;
         RequireWrite();
-        const auto existing = m_store->objects.folderNamed(m_id, name);
+        const auto existing = m_store->objects.FolderNamed(m_id, name);
         if (existing && !(ulFlags & OPEN_IF_EXISTS))
             throw Failure(MAPI_E_COLLISION, "There is a folder of this name already.");
         ObjectId id = existing.value_or(0);
@@ -234,10 +238,10 @@ STDMETHODIMP Folder::CreateFolder(ULONG ulFolderType, LPTSTR lpszFolderName, LPT
                                    {PR_FOLDER_TYPE, std::int32_t{FOLDER_GENERIC}},
                                    {PR_CONTAINER_CLASS_W, std::string("IPF.Note")}};
             if (lpszFolderComment)
-                properties.set(PR_COMMENT_W, Utf8FromClient(lpszFolderComment, ulFlags));
-            id = m_store->objects.createFolder(m_id, properties);
+                properties.Set(PR_COMMENT_W, Utf8FromClient(lpszFolderComment, ulFlags));
+            id = m_store->objects.CreateFolder(m_id, properties);
         }
-        *lppFolder = MakeFolder(m_store, m_store->objects.info(id), true).release();
+        *lppFolder = MakeFolder(m_store, m_store->objects.Info(id), true).release();
         return S_OK;
     });
 }
@@ -258,14 +262,14 @@ STDMETHODIMP Folder::DeleteFolder(ULONG cbEntryID, LPENTRYID lpEntryID, ULONG, L
             throw Failure(MAPI_E_NO_ACCESS, "A special folder can not be deleted.");
         if (info.parent != m_id)
             throw Failure(MAPI_E_NOT_FOUND, "The folder is not in this one.");
-        const PropertyBag counts = m_store->objects.read(info.id, {storage::kContentCount, storage::kSubfolders});
+        const PropertyBag counts = m_store->objects.Read(info.id, {storage::kContentCount, storage::kSubfolders});
         const auto *messages = counts.get<std::int32_t>(storage::kContentCount);
         const auto *folders = counts.get<bool>(storage::kSubfolders);
         if (messages && *messages && !(ulFlags & DEL_MESSAGES))
             throw Failure(MAPI_E_HAS_MESSAGES, "The folder holds messages.");
         if (folders && *folders && !(ulFlags & DEL_FOLDERS))
             throw Failure(MAPI_E_HAS_FOLDERS, "The folder holds folders.");
-        m_store->objects.removeFolder(info.id);
+        m_store->objects.RemoveFolder(info.id);
         return S_OK;
     });
 }
@@ -280,17 +284,17 @@ STDMETHODIMP Folder::EmptyFolder(ULONG, LPMAPIPROGRESS, ULONG ulFlags)
             if (IsSpecial(folder))
                 complete = false;
             else
-                m_store->objects.removeFolder(folder);
+                m_store->objects.RemoveFolder(folder);
         }
-        m_store->objects.removeAllMessages(m_id);
+        m_store->objects.RemoveAllMessages(m_id);
         if (ulFlags & DEL_ASSOCIATED) {
             const storage::View view(m_store->site, {storage::Container::Kind::Associated, m_id});
-            for (auto rows = view.read({}, storage::Direction::Forward, kPage, {}); !rows.empty();
-                 rows = view.read({}, storage::Direction::Forward, kPage, {})) {
+            for (auto rows = view.Read({}, storage::Direction::Forward, kPage, {}); !rows.empty();
+                 rows = view.Read({}, storage::Direction::Forward, kPage, {})) {
                 std::vector<ObjectId> ids;
                 for (const storage::Row &row : rows)
                     ids.push_back(row.id);
-                m_store->objects.removeMessages(ids);
+                m_store->objects.RemoveMessages(ids);
             }
         }
         return complete ? S_OK : MAPI_W_PARTIAL_COMPLETION;

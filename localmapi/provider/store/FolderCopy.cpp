@@ -2,7 +2,7 @@
 #include "localmapi/provider/base/Memory.h"
 #include "localmapi/provider/base/Text.h"
 #include "localmapi/provider/store/CopyObject.h"
-#include "localmapi/provider/store/FolderObject.h"
+#include "localmapi/provider/store/Folder.h"
 #include "localmapi/provider/store/StoreTags.h"
 #include "localmapi/storage/View.h"
 
@@ -22,11 +22,11 @@ std::vector<ObjectId> MessagesIn(const storage::Site &site, const storage::Conta
     const storage::View view(site, container);
     std::vector<ObjectId> ids;
     storage::Place place = storage::Place::beginning();
-    for (auto rows = view.read(place, storage::Direction::Forward, kPage, {}); !rows.empty();
-         rows = view.read(place, storage::Direction::Forward, kPage, {})) {
+    for (auto rows = view.Read(place, storage::Direction::Forward, kPage, {}); !rows.empty();
+         rows = view.Read(place, storage::Direction::Forward, kPage, {})) {
         for (const storage::Row &row : rows)
             ids.push_back(row.id);
-        place = rows.back().after();
+        place = rows.back().After();
     }
     return ids;
 }
@@ -37,13 +37,13 @@ std::vector<ObjectId> MessagesIn(const storage::Site &site, const storage::Conta
 PropertyBag Folder::Copyable()
 {
     PropertyBag bag = StoredObject::Copyable();
-    bag.erase(PR_DISPLAY_NAME_W);
+    bag.Erase(PR_DISPLAY_NAME_W);
     return bag;
 }
 
 void Folder::CopyContents(const storage::Container &container, ObjectId to)
 {
-    m_store->objects.copyMessages(MessagesIn(m_store->site, container), to);
+    m_store->objects.CopyMessages(MessagesIn(m_store->site, container), to);
 }
 
 void Folder::Copy(CopyJob &job)
@@ -54,7 +54,7 @@ void Folder::Copy(CopyJob &job)
         if (folder == m_id)
             throw Failure(folder == to ? MAPI_E_NO_ACCESS : MAPI_E_FOLDER_CYCLE,
                           "The target is the folder itself or lies in it.");
-        const auto info = m_store->objects.find(folder);
+        const auto info = m_store->objects.Find(folder);
         folder = info ? info->parent : 0;
     }
     PropertyBag bag;
@@ -76,15 +76,15 @@ void Folder::Copy(CopyJob &job)
     if (!job.Wants(PR_CONTAINER_HIERARCHY))
         return;
     for (const ObjectId id : subfolders) {
-        const auto from = MakeFolder(m_store, m_store->objects.info(id), false);
-        const PropertyBag names = m_store->objects.read(id, {PR_DISPLAY_NAME_W});
+        const auto from = MakeFolder(m_store, m_store->objects.Info(id), false);
+        const PropertyBag names = m_store->objects.Read(id, {PR_DISPLAY_NAME_W});
         const auto *name = names.get<std::string>(PR_DISPLAY_NAME_W);
         WideText wide = WideFromUtf8(name ? *name : std::string());
-        Ref<IMAPIFolder> copy;
+        ComPtr<IMAPIFolder> copy;
         Check(target->CreateFolder(FOLDER_GENERIC, reinterpret_cast<LPTSTR>(wide.data()), nullptr, nullptr,
                                    MAPI_UNICODE | OPEN_IF_EXISTS, copy.put()),
               "IMAPIFolder::CreateFolder");
-        Check(from->CopyTo(0, nullptr, nullptr, 0, nullptr, &IID_IMAPIFolder, copy.get(), job.flags(), nullptr),
+        Check(from->CopyTo(0, nullptr, nullptr, 0, nullptr, &IID_IMAPIFolder, copy.get(), job.Flags(), nullptr),
               "IMAPIFolder::CopyTo");
     }
 }

@@ -1,7 +1,8 @@
 // What a folder does with its messages.
 #include "localmapi/provider/base/Memory.h"
-#include "localmapi/provider/store/FolderObject.h"
+#include "localmapi/provider/store/Folder.h"
 #include "localmapi/provider/store/Message.h"
+#include "localmapi/provider/store/ReadFlags.h"
 #include "localmapi/provider/store/StoreTags.h"
 
 #include <algorithm>
@@ -46,27 +47,6 @@ LONG LongOfObject(IMAPIProp &object, ULONG tag)
 
 } // namespace
 
-FlagChange ReadFlagChange(ULONG flags)
-{
-    constexpr ULONG kPending = CLEAR_RN_PENDING | CLEAR_NRN_PENDING;
-    RequireFlags(flags, SUPPRESS_RECEIPT | CLEAR_READ_FLAG | GENERATE_RECEIPT_ONLY | kPending | MAPI_DEFERRED_ERRORS |
-                            MESSAGE_DIALOG);
-    Require(!(flags & CLEAR_READ_FLAG) || !(flags & (SUPPRESS_RECEIPT | GENERATE_RECEIPT_ONLY)),
-            "read flags that exclude each other");
-    Require((flags & (SUPPRESS_RECEIPT | GENERATE_RECEIPT_ONLY)) != (SUPPRESS_RECEIPT | GENERATE_RECEIPT_ONLY),
-            "read flags that exclude each other");
-    FlagChange change;
-    if (flags & CLEAR_RN_PENDING)
-        change.clear |= MSGFLAG_RN_PENDING;
-    if (flags & CLEAR_NRN_PENDING)
-        change.clear |= MSGFLAG_NRN_PENDING;
-    if (flags & CLEAR_READ_FLAG)
-        change.clear |= MSGFLAG_READ;
-    else if (!(flags & (GENERATE_RECEIPT_ONLY | kPending)))
-        change.set |= MSGFLAG_READ;
-    return change;
-}
-
 Folder::Selection Folder::MessagesOf(const ENTRYLIST *list)
 {
     Require(list && list->cValues <= kEntryLimit && (list->lpbin || list->cValues == 0), "the list of messages");
@@ -77,7 +57,7 @@ Folder::Selection Folder::MessagesOf(const ENTRYLIST *list)
         Require(entry.lpb || entry.cb == 0, "an entry of the list of messages");
         const EntryId id =
             ParseEntryId(m_store->uid, entry.cb, reinterpret_cast<const ENTRYID *>(entry.lpb), EntryKind::Message);
-        const auto info = m_store->objects.find(id.object);
+        const auto info = m_store->objects.Find(id.object);
         if (info && info->kind == storage::ObjectKind::Message && info->parent == m_id)
             selection.messages.push_back(info->id);
         else
@@ -101,16 +81,16 @@ ObjectId Folder::DestinationOf(LPCIID iid, void *folder)
     if (!Implements<IMAPIFolder>(iid))
         throw Failure(MAPI_E_INTERFACE_NOT_SUPPORTED, "The destination is to be a folder.");
     // Its interface extends IUnknown and IMAPIProp, whichever of them was named.
-    Ref<IMAPIProp> object;
+    ComPtr<IMAPIProp> object;
     Check(static_cast<IUnknown *>(folder)->QueryInterface(IID_IMAPIProp, reinterpret_cast<void **>(object.put())),
           "IMAPIFolder::QueryInterface");
     const Bytes entry = BinaryOfObject(*object.get(), PR_ENTRYID);
     const EntryId id = ParseEntryId(m_store->uid, static_cast<ULONG>(entry.size()),
                                     reinterpret_cast<const ENTRYID *>(entry.data()), EntryKind::Folder);
-    const auto mailbox = m_store->directory.mailboxOf(id.object);
+    const auto mailbox = m_store->directory.MailboxOf(id.object);
     if (!mailbox)
         throw Failure(MAPI_E_NOT_FOUND, "The destination folder was deleted.");
-    if (!m_store->directory.mayOpen(m_store->user, *mailbox) ||
+    if (!m_store->directory.MayOpen(m_store->user, *mailbox) ||
         !(LongOfObject(*object.get(), PR_ACCESS_LEVEL) & static_cast<LONG>(MAPI_MODIFY)))
         throw Failure(MAPI_E_NO_ACCESS, "The destination folder can not be written to.");
     return id.object;
@@ -143,8 +123,8 @@ STDMETHODIMP Folder::CopyMessages(LPENTRYLIST lpMsgList, LPCIID lpInterface, LPV
         if (move)
             RequireWrite();
         Selection selection = MessagesOf(lpMsgList);
-        const auto done = move ? m_store->objects.moveMessages(selection.messages, destination)
-                               : m_store->objects.copyMessages(selection.messages, destination);
+        const auto done = move ? m_store->objects.MoveMessages(selection.messages, destination)
+                               : m_store->objects.CopyMessages(selection.messages, destination);
         return Completed(selection.complete && std::find(done.begin(), done.end(), 0) == done.end());
     });
 }
@@ -155,7 +135,7 @@ STDMETHODIMP Folder::DeleteMessages(LPENTRYLIST lpMsgList, ULONG, LPMAPIPROGRESS
         RequireFlags(ulFlags, MESSAGE_DIALOG | 0x10 /* DELETE_HARD_DELETE */);
         RequireWrite();
         const Selection selection = MessagesOf(lpMsgList);
-        const auto done = m_store->objects.removeMessages(selection.messages);
+        const auto done = m_store->objects.RemoveMessages(selection.messages);
         return Completed(selection.complete && std::find(done.begin(), done.end(), false) == done.end());
     });
 }
@@ -168,11 +148,11 @@ STDMETHODIMP Folder::SetReadFlags(LPENTRYLIST lpMsgList, ULONG, LPMAPIPROGRESS, 
         // No list: all messages of the folder.
         if (!lpMsgList) {
             if ((change.set | change.clear) & MSGFLAG_READ)
-                m_store->objects.setAllRead(m_id, (change.set & MSGFLAG_READ) != 0);
+                m_store->objects.SetAllRead(m_id, (change.set & MSGFLAG_READ) != 0);
             return S_OK;
         }
         const Selection selection = MessagesOf(lpMsgList);
-        const auto done = m_store->objects.changeFlags(selection.messages, change.set, change.clear);
+        const auto done = m_store->objects.ChangeFlags(selection.messages, change.set, change.clear);
         return Completed(selection.complete && std::find(done.begin(), done.end(), false) == done.end());
     });
 }
@@ -182,7 +162,7 @@ STDMETHODIMP Folder::GetMessageStatus(ULONG cbEntryID, LPENTRYID lpEntryID, ULON
     return Do("IMAPIFolder::GetMessageStatus", [&]() -> HRESULT {
         Require(lpulMessageStatus != nullptr, "where the status goes");
         RequireFlags(ulFlags, 0);
-        const PropertyBag bag = m_store->objects.read(MessageHere(cbEntryID, lpEntryID), {PR_MSG_STATUS});
+        const PropertyBag bag = m_store->objects.Read(MessageHere(cbEntryID, lpEntryID), {PR_MSG_STATUS});
         const auto *status = bag.get<std::int32_t>(PR_MSG_STATUS);
         *lpulMessageStatus = status ? static_cast<ULONG>(*status) : 0;
         return S_OK;
@@ -195,13 +175,13 @@ STDMETHODIMP Folder::SetMessageStatus(ULONG cbEntryID, LPENTRYID lpEntryID, ULON
     return Do("IMAPIFolder::SetMessageStatus", [&]() -> HRESULT {
         RequireWrite();
         const ObjectId message = MessageHere(cbEntryID, lpEntryID);
-        const PropertyBag bag = m_store->objects.read(message, {PR_MSG_STATUS});
+        const PropertyBag bag = m_store->objects.Read(message, {PR_MSG_STATUS});
         const auto *stored = bag.get<std::int32_t>(PR_MSG_STATUS);
         const ULONG old = stored ? static_cast<ULONG>(*stored) : 0;
         storage::MessageChanges changes;
-        changes.properties.set.set(
+        changes.properties.set.Set(
             PR_MSG_STATUS, static_cast<std::int32_t>((old & ~ulNewStatusMask) | (ulNewStatus & ulNewStatusMask)));
-        m_store->objects.changeMessage(message, changes);
+        m_store->objects.ChangeMessage(message, changes);
         if (lpulOldStatus)
             *lpulOldStatus = old;
         return S_OK;

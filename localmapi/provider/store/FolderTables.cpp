@@ -1,6 +1,6 @@
 // The schemas of contents and hierarchy tables.
+#include "localmapi/provider/store/FolderTables.h"
 #include "localmapi/provider/base/ErrorText.h"
-#include "localmapi/provider/store/Folder.h"
 #include "localmapi/provider/store/StoreTags.h"
 #include "localmapi/storage/Tags.h"
 
@@ -19,7 +19,7 @@ ObjectId NumberIn(const storage::Value &value)
     return number ? *number : 0;
 }
 
-// The number in an instance key; 0 for bytes that are none.
+// The number in an instance key; 0 for bytes that are no such key.
 ObjectId NumberOfKey(const storage::Bytes &key)
 {
     std::uint64_t id = 0;
@@ -32,7 +32,7 @@ ObjectId NumberOfKey(const storage::Bytes &key)
 
 Filter NumberIs(storage::Tag tag, ObjectId id)
 {
-    return id ? Filter::compare(tag, storage::Relation::Equal, std::int64_t{id}) : Filter::any({});
+    return id ? Filter::Compare(tag, storage::Relation::Equal, std::int64_t{id}) : Filter::Any({});
 }
 
 // PR_INSTANCE_KEY: the object's number, most significant byte first.
@@ -127,9 +127,9 @@ TableSchema ContentsSchema(const StoreContext &store, ObjectId folder, bool unic
     schema.unicode = unicode;
     schema.constants =
         store.Common(MAPI_MESSAGE, MAPI_ACCESS_MODIFY | MAPI_ACCESS_READ | MAPI_ACCESS_DELETE, store.writable);
-    schema.constants.set(PR_PARENT_ENTRYID, store.FolderId(folder));
-    schema.constants.set(PR_ROW_TYPE, std::int32_t{TBL_LEAF_ROW});
-    schema.constants.set(PR_DEPTH, std::int32_t{0});
+    schema.constants.Set(PR_PARENT_ENTRYID, store.FolderId(folder));
+    schema.constants.Set(PR_ROW_TYPE, std::int32_t{TBL_LEAF_ROW});
+    schema.constants.Set(PR_DEPTH, std::int32_t{0});
     schema.derived = {EntryIdColumn(store, PR_ENTRYID, storage::kObjectId, EntryKind::Message),
                       EntryIdColumn(store, PR_RECORD_KEY, storage::kObjectId, EntryKind::Message), InstanceKey()};
     schema.subObjects = true;
@@ -150,10 +150,10 @@ TableSchema HierarchySchema(const StoreContext &store, bool unicode, bool deep)
                      MAPI_ACCESS_MODIFY | MAPI_ACCESS_READ | MAPI_ACCESS_DELETE | MAPI_ACCESS_CREATE_HIERARCHY |
                          MAPI_ACCESS_CREATE_CONTENTS | MAPI_ACCESS_CREATE_ASSOCIATED,
                      store.writable);
-    schema.constants.set(PR_FOLDER_TYPE, std::int32_t{FOLDER_GENERIC});
-    schema.constants.set(PR_ROW_TYPE, std::int32_t{TBL_LEAF_ROW});
+    schema.constants.Set(PR_FOLDER_TYPE, std::int32_t{FOLDER_GENERIC});
+    schema.constants.Set(PR_ROW_TYPE, std::int32_t{TBL_LEAF_ROW});
     if (!deep)
-        schema.constants.set(PR_DEPTH, std::int32_t{1});
+        schema.constants.Set(PR_DEPTH, std::int32_t{1});
     schema.derived = {EntryIdColumn(store, PR_ENTRYID, storage::kObjectId, EntryKind::Folder),
                       EntryIdColumn(store, PR_RECORD_KEY, storage::kObjectId, EntryKind::Folder),
                       EntryIdColumn(store, PR_PARENT_ENTRYID, storage::kParentId, EntryKind::Folder), InstanceKey()};

@@ -1,7 +1,7 @@
 // IExchangeManageStore: entry identifiers of other mailboxes.
 #include "localmapi/provider/base/Text.h"
 #include "localmapi/provider/site/Mailboxes.h"
-#include "localmapi/provider/store/StoreObject.h"
+#include "localmapi/provider/store/Store.h"
 #include "localmapi/provider/store/StoreTags.h"
 #include "localmapi/provider/table/MemorySource.h"
 
@@ -58,7 +58,7 @@ STDMETHODIMP Store::GetMailboxTable(LPSTR lpszServerName, LPMAPITABLE *lppTable,
         RequireFlags(ulFlags, MAPI_UNICODE);
         RequireServer(m_store->site, NameFromClient(lpszServerName, ulFlags));
         std::vector<storage::PropertyBag> rows;
-        for (const storage::User &user : m_store->directory.users())
+        for (const storage::User &user : m_store->directory.Users())
             rows.push_back({{PR_DISPLAY_NAME_W, user.name},
                             {PR_EMAIL_ADDRESS_W, user.dn},
                             {PR_ENTRYID, MakeStoreEntryId(m_store->uid, user.mailbox, 0)}});

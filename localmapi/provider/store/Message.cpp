@@ -1,6 +1,9 @@
+// IMessage itself: its properties and its saving. MessageParts.cpp has recipients and attachments, MessageSubmit.cpp
+// and MessageCopy.cpp what their names say.
 #include "localmapi/provider/store/Message.h"
 #include "localmapi/provider/store/Attachment.h"
-#include "localmapi/provider/store/Folder.h"
+#include "localmapi/provider/store/FolderTables.h"
+#include "localmapi/provider/store/ReadFlags.h"
 #include "localmapi/provider/store/StoreTags.h"
 #include "localmapi/provider/store/Subject.h"
 #include "localmapi/storage/Error.h"
@@ -49,9 +52,9 @@ Message::Message(StorePtr store, const storage::ObjectInfo &info, bool associate
         BeginNew(associated);
 }
 
-Message::Message(StorePtr store, Ref<Attachment> holder, storage::ObjectId stored, MessageDraft draft, bool fresh,
-                 bool writable)
-    : StoredObject(std::move(store), writable), m_holder(std::move(holder)), m_depth(m_holder->depth() + 1),
+Message::Message(StorePtr store, ComPtr<Attachment> holder, storage::ObjectId stored, storage::MessageChanges draft,
+                 bool fresh, bool writable)
+    : StoredObject(std::move(store), writable), m_holder(std::move(holder)), m_depth(m_holder->Depth() + 1),
       m_id(stored), m_draft(std::move(draft))
 {
     if (fresh)
@@ -60,20 +63,20 @@ Message::Message(StorePtr store, Ref<Attachment> holder, storage::ObjectId store
 
 Message::~Message() = default;
 
-Ref<Message> MakeMessage(const StorePtr &store, const storage::ObjectInfo &info, bool writable)
+ComPtr<Message> MakeMessage(const StorePtr &store, const storage::ObjectInfo &info, bool writable)
 {
     return MakeObject<Message>(store, info, false, writable);
 }
 
 void Message::BeginNew(bool associated)
 {
-    PropertyDraft &properties = m_draft.properties;
-    properties.Set(PR_MESSAGE_CLASS_W, std::string("IPM.Note"));
-    properties.Set(PR_MESSAGE_FLAGS,
-                   std::int32_t{MSGFLAG_READ | MSGFLAG_UNSENT} | (associated ? storage::kFlagAssociated : 0));
-    properties.Set(PR_IMPORTANCE, std::int32_t{IMPORTANCE_NORMAL});
-    properties.Set(PR_SENSITIVITY, std::int32_t{SENSITIVITY_NONE});
-    properties.Set(PR_SEARCH_KEY, NewSearchKey());
+    storage::Changes &properties = m_draft.properties;
+    properties.SetLater(PR_MESSAGE_CLASS_W, std::string("IPM.Note"));
+    properties.SetLater(PR_MESSAGE_FLAGS,
+                        std::int32_t{MSGFLAG_READ | MSGFLAG_UNSENT} | (associated ? storage::kFlagAssociated : 0));
+    properties.SetLater(PR_IMPORTANCE, std::int32_t{IMPORTANCE_NORMAL});
+    properties.SetLater(PR_SENSITIVITY, std::int32_t{SENSITIVITY_NONE});
+    properties.SetLater(PR_SEARCH_KEY, NewSearchKey());
     FollowRecipients();
 }
 
@@ -86,9 +89,9 @@ PropertyBag Message::Stored(const std::vector<storage::Tag> *tags)
     PropertyBag bag;
     if (m_id) {
         try {
-            bag = tags ? m_store->objects.read(m_id, *tags) : m_store->objects.read(m_id);
+            bag = tags ? m_store->objects.Read(m_id, *tags) : m_store->objects.Read(m_id);
         } catch (const storage::Error &error) {
-            if (error.fault() == storage::Fault::NotFound)
+            if (error.GetFault() == storage::Fault::NotFound)
                 Deleted();
             throw;
         }
@@ -100,34 +103,36 @@ PropertyBag Message::Stored(const std::vector<storage::Tag> *tags)
 void Message::AddComputed(PropertyBag &bag)
 {
     for (const storage::Property &property : m_store->Common(MAPI_MESSAGE, kAccess, m_writable))
-        bag.set(property.tag, property.value);
+        bag.Set(property.tag, property.value);
     if (!IsEmbedded()) {
-        bag.set(PR_PARENT_ENTRYID, m_store->FolderId(m_folder));
+        bag.Set(PR_PARENT_ENTRYID, m_store->FolderId(m_folder));
         if (m_id) {
-            bag.set(PR_ENTRYID, m_store->MessageId(m_id));
-            bag.set(PR_RECORD_KEY, m_store->MessageId(m_id));
-            bag.set(PR_INSTANCE_KEY, InstanceKeyOf(m_id));
+            bag.Set(PR_ENTRYID, m_store->MessageId(m_id));
+            bag.Set(PR_RECORD_KEY, m_store->MessageId(m_id));
+            bag.Set(PR_INSTANCE_KEY, InstanceKeyOf(m_id));
         }
     }
     if (!m_id) {
-        const bool attachments = !m_draft.attachments.empty();
-        const std::uint64_t size = std::min<std::uint64_t>(m_draft.Size(), std::numeric_limits<std::int32_t>::max());
-        bag.set(PR_HASATTACH, attachments);
-        bag.set(PR_MESSAGE_SIZE, static_cast<std::int32_t>(size));
+        const bool attachments = std::any_of(m_draft.attachments.begin(), m_draft.attachments.end(),
+                                             [](const storage::AttachmentChanges &one) { return !one.remove; });
+        const std::uint64_t size =
+            std::min<std::uint64_t>(m_draft.AddedSize(), std::numeric_limits<std::int32_t>::max());
+        bag.Set(PR_HASATTACH, attachments);
+        bag.Set(PR_MESSAGE_SIZE, static_cast<std::int32_t>(size));
         if (const auto *flags = bag.get<std::int32_t>(PR_MESSAGE_FLAGS))
-            bag.set(PR_MESSAGE_FLAGS,
+            bag.Set(PR_MESSAGE_FLAGS,
                     attachments ? *flags | storage::kFlagHasAttachments : *flags & ~storage::kFlagHasAttachments);
     }
     // Of messages that were not written through this object, what follows from the subject.
     const std::string *subject = TextOf(bag, PR_SUBJECT_W);
-    if (subject && !bag.findId(PROP_ID(PR_NORMALIZED_SUBJECT))) {
+    if (subject && !bag.FindId(PROP_ID(PR_NORMALIZED_SUBJECT))) {
         const std::string *prefix = TextOf(bag, PR_SUBJECT_PREFIX_W);
         SubjectParts parts = SplitSubject(*subject, prefix ? std::optional(*prefix) : std::nullopt);
-        bag.set(PR_NORMALIZED_SUBJECT_W, std::move(parts.normalized));
-        bag.set(PR_SUBJECT_PREFIX_W, std::move(parts.prefix));
+        bag.Set(PR_NORMALIZED_SUBJECT_W, std::move(parts.normalized));
+        bag.Set(PR_SUBJECT_PREFIX_W, std::move(parts.prefix));
     }
     for (const storage::Tag own : {storage::kObjectId, storage::kParentId, storage::kChangeNumber})
-        bag.erase(own);
+        bag.Erase(own);
 }
 
 PropertyBag Message::Load()
@@ -183,14 +188,14 @@ void Message::Change(const PropertyBag &set, const std::vector<storage::Tag> &re
         const auto *flags = std::get_if<std::int32_t>(&property.value);
         if (property.tag == PR_MESSAGE_FLAGS && flags) {
             const auto *old = m_draft.properties.set.get<std::int32_t>(PR_MESSAGE_FLAGS);
-            m_draft.properties.Set(PR_MESSAGE_FLAGS, (*flags & ~kKeptFlags) | (old ? *old & kKeptFlags : 0));
+            m_draft.properties.SetLater(PR_MESSAGE_FLAGS, (*flags & ~kKeptFlags) | (old ? *old & kKeptFlags : 0));
         } else {
-            m_draft.properties.Set(property.tag, property.value);
+            m_draft.properties.SetLater(property.tag, property.value);
         }
     }
     for (const storage::Tag tag : remove) {
         subject |= concernsSubject(tag);
-        m_draft.properties.Remove(storage::tagId(tag));
+        m_draft.properties.RemoveLater(storage::TagId(tag));
     }
     if (subject)
         FollowSubject();
@@ -203,14 +208,14 @@ void Message::FollowSubject()
     const PropertyBag bag = Stored(&tags);
     const std::string *subject = TextOf(bag, PR_SUBJECT_W);
     if (!subject) {
-        m_draft.properties.Remove(PROP_ID(PR_NORMALIZED_SUBJECT));
+        m_draft.properties.RemoveLater(PROP_ID(PR_NORMALIZED_SUBJECT));
         return;
     }
     // A prefix counts when the client gave it beside this subject.
     const std::string *prefix = TextOf(m_draft.properties.set, PR_SUBJECT_PREFIX_W);
     SubjectParts parts = SplitSubject(*subject, prefix ? std::optional(*prefix) : std::nullopt);
-    m_draft.properties.Set(PR_NORMALIZED_SUBJECT_W, std::move(parts.normalized));
-    m_draft.properties.Set(PR_SUBJECT_PREFIX_W, std::move(parts.prefix));
+    m_draft.properties.SetLater(PR_NORMALIZED_SUBJECT_W, std::move(parts.normalized));
+    m_draft.properties.SetLater(PR_SUBJECT_PREFIX_W, std::move(parts.prefix));
 }
 
 HRESULT Message::Save(ULONG flags)
@@ -231,14 +236,13 @@ void Message::WriteDraft(bool force)
 {
     try {
         if (!m_id) {
-            m_id = m_store->objects.createMessage(m_folder, m_draft.ToChanges());
-            m_change = m_store->objects.info(m_id).change;
+            m_id = m_store->objects.CreateMessage(m_folder, m_draft);
+            m_change = m_store->objects.Info(m_id).change;
         } else if (!m_draft.empty()) {
-            m_change = m_store->objects.changeMessage(m_id, m_draft.ToChanges(),
-                                                      force ? std::nullopt : std::optional(m_change));
+            m_change = m_store->objects.ChangeMessage(m_id, m_draft, force ? std::nullopt : std::optional(m_change));
         }
     } catch (const storage::Error &error) {
-        if (error.fault() == storage::Fault::NotFound)
+        if (error.GetFault() == storage::Fault::NotFound)
             Deleted();
         throw;
     }
@@ -254,15 +258,15 @@ STDMETHODIMP Message::SetReadFlag(ULONG ulFlags)
             const std::vector<storage::Tag> tags = {PR_MESSAGE_FLAGS};
             const PropertyBag bag = Stored(&tags);
             const auto *old = bag.get<std::int32_t>(PR_MESSAGE_FLAGS);
-            m_draft.properties.Set(PR_MESSAGE_FLAGS, ((old ? *old : 0) | set) & ~clear);
+            m_draft.properties.SetLater(PR_MESSAGE_FLAGS, ((old ? *old : 0) | set) & ~clear);
             return S_OK;
         }
         m_store->RequireWritable();
-        const auto before = m_store->objects.find(m_id);
-        if (!before || !m_store->objects.changeFlags({m_id}, set, clear).front())
+        const auto before = m_store->objects.Find(m_id);
+        if (!before || !m_store->objects.ChangeFlags({m_id}, set, clear).front())
             Deleted();
         // This change is no reason to refuse what this object saves later.
-        const auto after = m_store->objects.find(m_id);
+        const auto after = m_store->objects.Find(m_id);
         if (before->change == m_change && after)
             m_change = after->change;
         return S_OK;

@@ -1,7 +1,6 @@
 // Messages. What is changed in an open message, its recipients and its attachments is a draft that nobody else sees;
 // SaveChanges writes it in one transaction. A message that an attachment holds saves into that attachment.
 #pragma once
-#include "localmapi/provider/store/Draft.h"
 #include "localmapi/provider/store/StoredObject.h"
 
 namespace localmapi
@@ -16,8 +15,8 @@ class Message final : public StoredObject<IMessage>
     Message(StorePtr store, const storage::ObjectInfo &info, bool associated, bool writable);
     // The message in an attachment: what is stored (0: nothing) and what was changed in it already; `fresh` makes a
     // new message of it.
-    Message(StorePtr store, Ref<Attachment> holder, storage::ObjectId stored, MessageDraft draft, bool fresh,
-            bool writable);
+    Message(StorePtr store, ComPtr<Attachment> holder, storage::ObjectId stored, storage::MessageChanges draft,
+            bool fresh, bool writable);
     ~Message() override;
 
     STDMETHODIMP GetAttachmentTable(ULONG ulFlags, LPMAPITABLE *lppTable) override;
@@ -32,11 +31,11 @@ class Message final : public StoredObject<IMessage>
     STDMETHODIMP SetReadFlag(ULONG ulFlags) override;
 
     // In how many messages it lies.
-    int depth() const { return m_depth; }
+    int Depth() const { return m_depth; }
 
     // For this message's attachments, which call without holding a lock of this message's.
     storage::ObjectId StoredAttachment(std::int32_t number);
-    void TakeAttachment(std::int32_t number, const AttachmentDraft &draft);
+    void TakeAttachment(const storage::AttachmentChanges &draft);
 
   protected:
     storage::PropertyBag Load() override;
@@ -65,18 +64,18 @@ class Message final : public StoredObject<IMessage>
     void SendAsItIs();
     void Send(storage::ChangeNumber expected);
 
-    const Ref<Attachment> m_holder;
+    const ComPtr<Attachment> m_holder;
     const int m_depth = 0;
     storage::ObjectId m_id = 0; // in the file; 0: not yet
     storage::ObjectId m_folder = 0;
     storage::ChangeNumber m_change = 0;
-    MessageDraft m_draft;
+    storage::MessageChanges m_draft;
     std::int32_t m_nextAttachment = 0;
     bool m_submitted = false;
 };
 
 // What tells a message, and every copy of it, from others.
 storage::Bytes NewSearchKey();
-Ref<Message> MakeMessage(const StorePtr &store, const storage::ObjectInfo &info, bool writable);
+ComPtr<Message> MakeMessage(const StorePtr &store, const storage::ObjectInfo &info, bool writable);
 
 } // namespace localmapi

@@ -4,7 +4,7 @@
 #include "localmapi/provider/store/Attachment.h"
 #include "localmapi/provider/store/CopyObject.h"
 #include "localmapi/provider/store/Message.h"
-#include "localmapi/provider/stream/Helpers.h"
+#include "localmapi/provider/table/QueryRows.h"
 
 namespace localmapi
 {
@@ -24,15 +24,15 @@ class Addresses
         for (const PropertyBag &recipient : recipients) {
             std::vector<Cell> cells;
             for (const storage::Property &property : recipient)
-                if (storage::tagType(property.tag) != storage::Type::Object && property.tag != PR_ROWID)
+                if (storage::TagType(property.tag) != storage::Type::Object && property.tag != PR_ROWID)
                     cells.push_back({ClientTag(property.tag, true), &property.value});
             m_rows.push_back(packer.Pack(cells));
-            ADRENTRY &entry = list()->aEntries[list()->cEntries++];
+            ADRENTRY &entry = List()->aEntries[List()->cEntries++];
             entry.cValues = static_cast<ULONG>(cells.size());
             entry.rgPropVals = m_rows.back().get();
         }
     }
-    ADRLIST *list() { return reinterpret_cast<ADRLIST *>(m_memory.data()); }
+    ADRLIST *List() { return reinterpret_cast<ADRLIST *>(m_memory.data()); }
 
   private:
     std::vector<BYTE> m_memory;
@@ -48,7 +48,7 @@ ULONG RowsIn(IMAPITable &table)
 
 std::vector<ULONG> AttachmentsIn(IMessage &message)
 {
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     Check(message.GetAttachmentTable(0, table.put()), "IMessage::GetAttachmentTable");
     SizedSPropTagArray(1, tags) = {1, {PR_ATTACH_NUM}};
     std::vector<ULONG> numbers;
@@ -63,7 +63,7 @@ std::vector<ULONG> AttachmentsIn(IMessage &message)
 
 void CopyAttachment(IMessage &from, ULONG number, IMessage &to, ULONG flags)
 {
-    Ref<IAttach> source, target;
+    ComPtr<IAttach> source, target;
     ULONG ignored = 0;
     Check(from.OpenAttach(number, nullptr, 0, source.put()), "IMessage::OpenAttach");
     Check(to.CreateAttach(nullptr, 0, &ignored, target.put()), "IMessage::CreateAttach");
@@ -83,7 +83,7 @@ PropertyBag Message::Copyable()
     const std::vector<storage::Tag> tags = {PR_MESSAGE_FLAGS};
     const PropertyBag marks = Stored(&tags);
     if (const auto *flags = marks.get<std::int32_t>(PR_MESSAGE_FLAGS))
-        bag.set(PR_MESSAGE_FLAGS, *flags);
+        bag.Set(PR_MESSAGE_FLAGS, *flags);
     return bag;
 }
 
@@ -102,19 +102,19 @@ void Message::Copy(CopyJob &job)
     if (!target)
         return;
     if (job.Wants(PR_MESSAGE_RECIPIENTS)) {
-        Ref<IMAPITable> there;
+        ComPtr<IMAPITable> there;
         Check(target->GetRecipientTable(0, there.put()), "IMessage::GetRecipientTable");
-        if (job.replaces() || RowsIn(*there.get()) == 0)
-            Check(target->ModifyRecipients(0, Addresses(recipients).list()), "IMessage::ModifyRecipients");
+        if (job.Replaces() || RowsIn(*there.get()) == 0)
+            Check(target->ModifyRecipients(0, Addresses(recipients).List()), "IMessage::ModifyRecipients");
     }
     if (job.Wants(PR_MESSAGE_ATTACHMENTS)) {
         const auto there = AttachmentsIn(*target.get());
-        if (!job.replaces() && !there.empty())
+        if (!job.Replaces() && !there.empty())
             return;
         for (const ULONG number : there)
             Check(target->DeleteAttach(number, 0, nullptr, 0), "IMessage::DeleteAttach");
         for (const ULONG number : AttachmentsIn(*this))
-            CopyAttachment(*this, number, *target.get(), job.flags());
+            CopyAttachment(*this, number, *target.get(), job.Flags());
     }
 }
 
@@ -129,19 +129,19 @@ void Attachment::Copy(CopyJob &job)
     }
     // The message is copied as such.
     if (holdsMessage)
-        bag.erase(PR_ATTACH_DATA_OBJ);
+        bag.Erase(PR_ATTACH_DATA_OBJ);
     job.CopyProperties(bag, m_store->objects);
     job.Missing(bag, {static_cast<std::uint16_t>(holdsMessage ? PROP_ID(PR_ATTACH_DATA_OBJ) : PROP_ID_NULL)});
     if (!holdsMessage || !job.Wants(PR_ATTACH_DATA_OBJ))
         return;
-    Ref<IMessage> from, to;
+    ComPtr<IMessage> from, to;
     Check(OpenProperty(PR_ATTACH_DATA_OBJ, &IID_IMessage, 0, 0, reinterpret_cast<LPUNKNOWN *>(from.put())),
           "IAttach::OpenProperty");
     Check(job.target()->OpenProperty(PR_ATTACH_DATA_OBJ, &IID_IMessage, 0, MAPI_CREATE | MAPI_MODIFY,
                                      reinterpret_cast<LPUNKNOWN *>(to.put())),
           "IAttach::OpenProperty");
     Check(
-        from->CopyTo(0, nullptr, nullptr, 0, nullptr, &IID_IMessage, to.get(), job.flags() & ~MAPI_NOREPLACE, nullptr),
+        from->CopyTo(0, nullptr, nullptr, 0, nullptr, &IID_IMessage, to.get(), job.Flags() & ~MAPI_NOREPLACE, nullptr),
         "IMessage::CopyTo");
     Check(to->SaveChanges(0), "IMessage::SaveChanges");
 }

@@ -43,9 +43,9 @@ std::int32_t NextRowId(const std::vector<PropertyBag> &rows)
 PropertyBag NewRecipient(const ADRENTRY &entry, std::int32_t id)
 {
     PropertyBag bag = BagFromProps(entry.cValues, entry.rgPropVals);
-    if (!bag.find(PR_RECIPIENT_TYPE))
-        bag.set(PR_RECIPIENT_TYPE, std::int32_t{MAPI_TO});
-    bag.set(PR_ROWID, id);
+    if (!bag.Find(PR_RECIPIENT_TYPE))
+        bag.Set(PR_RECIPIENT_TYPE, std::int32_t{MAPI_TO});
+    bag.Set(PR_ROWID, id);
     return bag;
 }
 
@@ -76,18 +76,18 @@ std::vector<PropertyBag> Message::Recipients()
         return *m_draft.recipients;
     if (!m_id)
         return {};
-    auto stored = m_store->objects.recipients(m_id);
+    auto stored = m_store->objects.Recipients(m_id);
     if (stored.empty())
-        m_store->objects.info(m_id); // nobody, and not a message that is gone
+        m_store->objects.Info(m_id); // nobody, and not a message that is gone
     return stored;
 }
 
 void Message::FollowRecipients()
 {
     const auto recipients = Recipients();
-    m_draft.properties.Set(PR_DISPLAY_TO_W, DisplayNames(recipients, MAPI_TO));
-    m_draft.properties.Set(PR_DISPLAY_CC_W, DisplayNames(recipients, MAPI_CC));
-    m_draft.properties.Set(PR_DISPLAY_BCC_W, DisplayNames(recipients, MAPI_BCC));
+    m_draft.properties.SetLater(PR_DISPLAY_TO_W, DisplayNames(recipients, MAPI_TO));
+    m_draft.properties.SetLater(PR_DISPLAY_CC_W, DisplayNames(recipients, MAPI_CC));
+    m_draft.properties.SetLater(PR_DISPLAY_BCC_W, DisplayNames(recipients, MAPI_BCC));
 }
 
 STDMETHODIMP Message::ModifyRecipients(ULONG ulFlags, LPADRLIST lpMods)
@@ -137,8 +137,8 @@ void Message::GiveRecipientTable(ULONG flags, IMAPITable **table)
     schema.unicode = (flags & MAPI_UNICODE) != 0;
     std::vector<PropertyBag> rows = Recipients();
     for (PropertyBag &row : rows)
-        if (!row.findId(PROP_ID(PR_OBJECT_TYPE)))
-            row.set(PR_OBJECT_TYPE, std::int32_t{MAPI_MAILUSER});
+        if (!row.FindId(PROP_ID(PR_OBJECT_TYPE)))
+            row.Set(PR_OBJECT_TYPE, std::int32_t{MAPI_MAILUSER});
     Check(CreateMemoryTable(std::move(rows), std::move(schema), table), "making the recipient table");
 }
 
@@ -157,7 +157,7 @@ STDMETHODIMP Message::GetRecipientTable(ULONG ulFlags, LPMAPITABLE *lppTable)
 
 std::vector<storage::ObjectInfo> Message::StoredAttachments()
 {
-    return m_id ? m_store->objects.attachments(m_id) : std::vector<storage::ObjectInfo>{};
+    return m_id ? m_store->objects.Attachments(m_id) : std::vector<storage::ObjectInfo>{};
 }
 
 storage::ObjectId Message::StoredAttachment(std::int32_t number)
@@ -169,30 +169,41 @@ storage::ObjectId Message::StoredAttachment(std::int32_t number)
     return 0;
 }
 
-void Message::TakeAttachment(std::int32_t number, const AttachmentDraft &draft)
+void Message::TakeAttachment(const storage::AttachmentChanges &draft)
 {
     std::lock_guard hold(m_lock);
     RequireWrite();
-    m_draft.removedAttachments.erase(number);
-    m_draft.attachments[number] = draft;
+    m_draft.ReplaceAttachment(draft);
 }
+
+namespace
+{
+
+bool IsRemoved(const storage::AttachmentChanges *draft)
+{
+    return draft && draft->remove;
+}
+
+} // namespace
 
 std::vector<PropertyBag> Message::AttachmentRows()
 {
     std::map<std::int32_t, PropertyBag> rows;
     for (const storage::ObjectInfo &stored : StoredAttachments())
-        if (!m_draft.removedAttachments.count(stored.number))
-            rows[stored.number] = m_store->objects.read(stored.id);
-    for (const auto &[number, draft] : m_draft.attachments) {
-        PropertyBag &bag = rows[number];
+        if (!IsRemoved(m_draft.FindAttachment(stored.number)))
+            rows[stored.number] = m_store->objects.Read(stored.id);
+    for (const storage::AttachmentChanges &draft : m_draft.attachments) {
+        if (draft.remove)
+            continue;
+        PropertyBag &bag = rows[draft.number];
         draft.properties.ApplyTo(bag);
-        const std::uint64_t size = SizeOf(bag) + (draft.embedded ? draft.embedded->Size() : 0);
-        bag.set(PR_ATTACH_SIZE, static_cast<std::int32_t>(std::min<std::uint64_t>(size, 0x7FFFFFFF)));
+        const std::uint64_t size = storage::ByteSize(bag) + (draft.embedded ? draft.embedded->AddedSize() : 0);
+        bag.Set(PR_ATTACH_SIZE, static_cast<std::int32_t>(std::min<std::uint64_t>(size, 0x7FFFFFFF)));
     }
     std::vector<PropertyBag> bags;
     for (auto &[number, bag] : rows) {
         // The data itself is nothing for a table.
-        bag.erase(PR_ATTACH_DATA_BIN);
+        bag.Erase(PR_ATTACH_DATA_BIN);
         AddAttachmentProperties(*m_store, number, m_writable, bag);
         bags.push_back(std::move(bag));
     }
@@ -241,9 +252,9 @@ STDMETHODIMP Message::OpenAttach(ULONG ulAttachmentNum, LPCIID lpInterface, ULON
         *lppAttach = nullptr;
         RequireFlags(ulFlags, kAttachFlags);
         const auto number = static_cast<std::int32_t>(ulAttachmentNum);
-        const auto draft = m_draft.attachments.find(number);
-        bool found = draft != m_draft.attachments.end();
-        if (!found && !m_draft.removedAttachments.count(number))
+        const storage::AttachmentChanges *draft = m_draft.FindAttachment(number);
+        bool found = draft && !draft->remove;
+        if (!draft)
             for (const storage::ObjectInfo &stored : StoredAttachments())
                 found |= stored.number == number;
         if (!found)
@@ -251,9 +262,8 @@ STDMETHODIMP Message::OpenAttach(ULONG ulAttachmentNum, LPCIID lpInterface, ULON
         if ((ulFlags & MAPI_MODIFY) && !(ulFlags & MAPI_BEST_ACCESS))
             RequireWrite();
         const bool write = m_writable && (ulFlags & (MAPI_MODIFY | MAPI_BEST_ACCESS));
-        auto attachment =
-            MakeObject<Attachment>(m_store, Ref<Message>::Share(this), number,
-                                   draft != m_draft.attachments.end() ? draft->second : AttachmentDraft{}, write);
+        auto attachment = MakeObject<Attachment>(
+            m_store, Share<Message>(this), draft ? *draft : storage::AttachmentChanges{number, false, {}, {}}, write);
         GiveObject(attachment.get(), lpInterface, lppAttach);
         return S_OK;
     });
@@ -269,11 +279,11 @@ STDMETHODIMP Message::CreateAttach(LPCIID lpInterface, ULONG ulFlags, ULONG *lpu
         std::int32_t number = m_nextAttachment;
         for (const storage::ObjectInfo &stored : StoredAttachments())
             number = std::max(number, stored.number + 1);
-        for (const auto &draft : m_draft.attachments)
-            number = std::max(number, draft.first + 1);
-        AttachmentDraft draft;
-        draft.properties = NewAttachmentProperties();
-        auto attachment = MakeObject<Attachment>(m_store, Ref<Message>::Share(this), number, std::move(draft), true);
+        for (const storage::AttachmentChanges &known : m_draft.attachments)
+            if (!known.remove)
+                number = std::max(number, known.number + 1);
+        storage::AttachmentChanges draft{number, false, NewAttachmentProperties(), {}};
+        auto attachment = MakeObject<Attachment>(m_store, Share<Message>(this), std::move(draft), true);
         GiveObject(attachment.get(), lpInterface, lppAttach);
         m_nextAttachment = number + 1;
         *lpulAttachmentNum = static_cast<ULONG>(number);
@@ -287,10 +297,16 @@ STDMETHODIMP Message::DeleteAttach(ULONG ulAttachmentNum, ULONG, LPMAPIPROGRESS,
         RequireFlags(ulFlags, ATTACH_DIALOG);
         RequireWrite();
         const auto number = static_cast<std::int32_t>(ulAttachmentNum);
-        bool found = m_draft.attachments.erase(number) != 0;
-        for (const storage::ObjectInfo &stored : StoredAttachments())
-            if (stored.number == number)
-                found |= m_draft.removedAttachments.insert(number).second;
+        const storage::AttachmentChanges *draft = m_draft.FindAttachment(number);
+        const bool removed = IsRemoved(draft);
+        bool stored = false;
+        for (const storage::ObjectInfo &known : StoredAttachments())
+            stored |= known.number == number;
+        const bool found = (draft && !removed) || (stored && !removed);
+        if (stored)
+            m_draft.ReplaceAttachment({number, true, {}, {}});
+        else if (draft && !removed)
+            m_draft.forgetAttachment(number);
         if (!found)
             throw Failure(MAPI_E_NOT_FOUND, "The message has no such attachment.");
         return S_OK;

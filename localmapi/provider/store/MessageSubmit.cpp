@@ -40,7 +40,7 @@ STDMETHODIMP Message::SubmitMessage(ULONG ulFlags)
             else
                 Send(m_change);
         } catch (const storage::Error &error) {
-            if (error.fault() == storage::Fault::NotFound)
+            if (error.GetFault() == storage::Fault::NotFound)
                 throw Failure(MAPI_E_OBJECT_DELETED, error.what());
             throw;
         }
@@ -57,9 +57,9 @@ void Message::SendAsItIs()
 {
     for (;;) {
         try {
-            return Send(m_id ? m_store->objects.info(m_id).change : 0);
+            return Send(m_id ? m_store->objects.Info(m_id).change : 0);
         } catch (const storage::Error &error) {
-            if (error.fault() != storage::Fault::Changed)
+            if (error.GetFault() != storage::Fault::Changed)
                 throw;
         }
     }
@@ -77,8 +77,8 @@ void Message::Send(storage::ChangeNumber expected)
     dispatch.message = m_id;
     if (m_id)
         dispatch.expected = expected;
-    dispatch.content = m_draft.ToChanges();
-    m_store->objects.dispatch(dispatch);
+    dispatch.content = m_draft;
+    m_store->objects.Send(dispatch);
 }
 
 } // namespace localmapi

@@ -1,6 +1,8 @@
+// The report about those who could not be reached: text, recipients with diagnoses, and room for the message itself.
 #include "localmapi/provider/store/NonDelivery.h"
 #include "localmapi/provider/store/Message.h"
 #include "localmapi/provider/store/StoreTags.h"
+#include "localmapi/storage/Time.h"
 
 #include <chrono>
 #include <cstdio>
@@ -26,9 +28,7 @@ std::string TextIn(const PropertyBag &bag, storage::Tag tag)
 std::string TimeText(std::int64_t time)
 {
     using namespace std::chrono;
-    constexpr std::int64_t kTicksPerMinute = 600000000;
-    const auto minutesOf1601 = minutes(time / kTicksPerMinute);
-    const auto since = sys_days(year(1601) / January / 1) + minutesOf1601;
+    const auto since = storage::kFirstDay + duration_cast<minutes>(storage::Ticks(time));
     const auto day = floor<days>(since);
     const year_month_day date(day);
     const auto minute = static_cast<int>((since - day).count());
@@ -63,49 +63,49 @@ storage::MessageChanges NonDeliveryReport(const Undelivered &undelivered)
         const std::string name = TextIn(addressee.recipient, PR_DISPLAY_NAME_W);
         names += (names.empty() ? "" : "; ") + (name.empty() ? TextIn(addressee.recipient, PR_EMAIL_ADDRESS_W) : name);
         PropertyBag recipient = addressee.recipient;
-        recipient.set(PR_REPORT_TEXT_W, addressee.reason);
-        recipient.set(PR_REPORT_TIME, undelivered.time);
-        recipient.set(PR_NDR_REASON_CODE, kTransferImpossible);
-        recipient.set(PR_NDR_DIAG_CODE, std::int32_t{addressee.diagnosis});
+        recipient.Set(PR_REPORT_TEXT_W, addressee.reason);
+        recipient.Set(PR_REPORT_TIME, undelivered.time);
+        recipient.Set(PR_NDR_REASON_CODE, kTransferImpossible);
+        recipient.Set(PR_NDR_DIAG_CODE, std::int32_t{addressee.diagnosis});
         report.recipients->push_back(std::move(recipient));
     }
     PropertyBag &set = report.properties.set;
     const std::string messageClass = TextIn(undelivered.message, PR_MESSAGE_CLASS_W);
     const std::string title = "Undeliverable: " + subject;
-    set.set(PR_MESSAGE_CLASS_W, "REPORT." + (messageClass.empty() ? std::string("IPM") : messageClass) + ".NDR");
-    set.set(PR_MESSAGE_FLAGS, std::int32_t{0});
-    set.set(PR_IMPORTANCE, std::int32_t{IMPORTANCE_NORMAL});
-    set.set(PR_SENSITIVITY, std::int32_t{SENSITIVITY_NONE});
-    set.set(PR_SUBJECT_W, title);
-    set.set(PR_NORMALIZED_SUBJECT_W, title);
-    set.set(PR_SUBJECT_PREFIX_W, std::string());
-    set.set(PR_CONVERSATION_TOPIC_W, subject);
-    set.set(PR_BODY_W, text);
-    set.set(PR_REPORT_TEXT_W, text);
-    set.set(PR_REPORT_TIME, undelivered.time);
-    set.set(PR_ORIGINAL_SUBJECT_W, subject);
-    set.set(PR_ORIGINAL_SUBMIT_TIME, undelivered.time);
-    set.set(PR_ORIG_MESSAGE_CLASS_W, messageClass);
+    set.Set(PR_MESSAGE_CLASS_W, "REPORT." + (messageClass.empty() ? std::string("IPM") : messageClass) + ".NDR");
+    set.Set(PR_MESSAGE_FLAGS, std::int32_t{0});
+    set.Set(PR_IMPORTANCE, std::int32_t{IMPORTANCE_NORMAL});
+    set.Set(PR_SENSITIVITY, std::int32_t{SENSITIVITY_NONE});
+    set.Set(PR_SUBJECT_W, title);
+    set.Set(PR_NORMALIZED_SUBJECT_W, title);
+    set.Set(PR_SUBJECT_PREFIX_W, std::string());
+    set.Set(PR_CONVERSATION_TOPIC_W, subject);
+    set.Set(PR_BODY_W, text);
+    set.Set(PR_REPORT_TEXT_W, text);
+    set.Set(PR_REPORT_TIME, undelivered.time);
+    set.Set(PR_ORIGINAL_SUBJECT_W, subject);
+    set.Set(PR_ORIGINAL_SUBMIT_TIME, undelivered.time);
+    set.Set(PR_ORIG_MESSAGE_CLASS_W, messageClass);
     if (const auto *key = undelivered.message.get<storage::Bytes>(PR_SEARCH_KEY))
-        set.set(PR_ORIGINAL_SEARCH_KEY, *key);
-    set.set(PR_SEARCH_KEY, NewSearchKey());
-    set.set(PR_CLIENT_SUBMIT_TIME, undelivered.time);
-    set.set(PR_MESSAGE_DELIVERY_TIME, undelivered.time);
+        set.Set(PR_ORIGINAL_SEARCH_KEY, *key);
+    set.Set(PR_SEARCH_KEY, NewSearchKey());
+    set.Set(PR_CLIENT_SUBMIT_TIME, undelivered.time);
+    set.Set(PR_MESSAGE_DELIVERY_TIME, undelivered.time);
     // Nobody to be answered: a name without an address.
-    set.set(PR_SENDER_NAME_W, std::string(kReporter));
-    set.set(PR_SENT_REPRESENTING_NAME_W, std::string(kReporter));
+    set.Set(PR_SENDER_NAME_W, std::string(kReporter));
+    set.Set(PR_SENT_REPRESENTING_NAME_W, std::string(kReporter));
     SetParty(set, kReceivedBy, undelivered.sender);
     SetParty(set, kReceivedFor, undelivered.sender);
-    set.set(PR_MESSAGE_TO_ME, true);
-    set.set(PR_DISPLAY_TO_W, names);
-    set.set(PR_DISPLAY_CC_W, std::string());
-    set.set(PR_DISPLAY_BCC_W, std::string());
+    set.Set(PR_MESSAGE_TO_ME, true);
+    set.Set(PR_DISPLAY_TO_W, names);
+    set.Set(PR_DISPLAY_CC_W, std::string());
+    set.Set(PR_DISPLAY_BCC_W, std::string());
 
     storage::AttachmentChanges original;
     PropertyBag &attached = original.properties.set;
-    attached.set(PR_ATTACH_METHOD, std::int32_t{ATTACH_EMBEDDED_MSG});
-    attached.set(PR_RENDERING_POSITION, std::int32_t{-1});
-    attached.set(PR_DISPLAY_NAME_W, subject);
+    attached.Set(PR_ATTACH_METHOD, std::int32_t{ATTACH_EMBEDDED_MSG});
+    attached.Set(PR_RENDERING_POSITION, std::int32_t{-1});
+    attached.Set(PR_DISPLAY_NAME_W, subject);
     report.attachments.push_back(std::move(original));
     return report;
 }

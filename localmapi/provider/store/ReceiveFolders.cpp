@@ -4,7 +4,7 @@
 #include "localmapi/provider/base/Memory.h"
 #include "localmapi/provider/base/Text.h"
 #include "localmapi/provider/site/NameMatch.h"
-#include "localmapi/provider/store/StoreObject.h"
+#include "localmapi/provider/store/Store.h"
 #include "localmapi/provider/store/StoreTags.h"
 #include "localmapi/provider/table/MemorySource.h"
 
@@ -45,7 +45,7 @@ bool IsOfClass(std::string_view text, std::string_view messageClass)
 std::vector<ReceiveFolder> ReceiveFoldersOf(const storage::Objects &objects, const storage::Mailbox &mailbox)
 {
     std::vector<ReceiveFolder> folders;
-    const PropertyBag bag = objects.read(mailbox.id, {storage::Tag{kReceiveFolders}});
+    const PropertyBag bag = objects.Read(mailbox.id, {storage::Tag{kReceiveFolders}});
     if (const auto *list = bag.get<std::vector<std::string>>(kReceiveFolders)) {
         for (const std::string &entry : *list) {
             const std::size_t bar = entry.find('|');
@@ -53,7 +53,7 @@ std::vector<ReceiveFolder> ReceiveFoldersOf(const storage::Objects &objects, con
             if (bar != std::string::npos)
                 std::from_chars(entry.data() + bar + 1, entry.data() + entry.size(), folder.folder);
             // A folder that was deleted receives nothing any more.
-            if (folder.folder && objects.find(folder.folder))
+            if (folder.folder && objects.Find(folder.folder))
                 folders.push_back(std::move(folder));
         }
     }
@@ -129,7 +129,7 @@ STDMETHODIMP Store::SetReceiveFolder(LPTSTR lpszMessageClass, ULONG ulFlags, ULO
         for (const ReceiveFolder &known : ReceiveFolders())
             if (!EqualIgnoringCase(known.messageClass, messageClass))
                 list.push_back(known.messageClass + "|" + std::to_string(known.folder));
-        m_store->objects.change(m_store->mailbox.id, {{{storage::Tag{kReceiveFolders}, std::move(list)}}, {}});
+        m_store->objects.Change(m_store->mailbox.id, {{{storage::Tag{kReceiveFolders}, std::move(list)}}, {}});
         return S_OK;
     });
 }

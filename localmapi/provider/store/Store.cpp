@@ -1,9 +1,10 @@
+// IMsgStore: opening entries, receive folders, logoff. Its own properties lie with the mailbox's.
 #include "localmapi/provider/store/Store.h"
 #include "localmapi/provider/base/Memory.h"
 #include "localmapi/provider/base/Text.h"
 #include "localmapi/provider/site/Mailboxes.h"
 #include "localmapi/provider/store/Folder.h"
-#include "localmapi/provider/store/StoreObject.h"
+#include "localmapi/provider/store/StoreLogon.h"
 #include "localmapi/provider/store/StoreTags.h"
 
 namespace localmapi
@@ -47,40 +48,40 @@ Store::Store(StorePtr store) : StoredObject(store, store->writable)
 void Store::AddComputed(PropertyBag &bag)
 {
     for (const storage::Property &property : m_store->Common(MAPI_STORE, kAccess, m_writable))
-        bag.set(property.tag, property.value);
+        bag.Set(property.tag, property.value);
     const storage::Mailbox &mailbox = m_store->mailbox;
-    bag.set(PR_ENTRYID, m_store->entryId);
-    bag.set(PR_RECORD_KEY, m_store->recordKey);
-    bag.set(PR_DISPLAY_NAME_W, "Mailbox - " + m_store->owner.name);
-    bag.set(PR_PROVIDER_DISPLAY_W, std::string("localmapi"));
-    bag.set(PR_MDB_PROVIDER, BytesOf(kStoreProvider));
-    bag.set(PR_DEFAULT_STORE, m_store->isDefault);
-    bag.set(PR_VALID_FOLDER_MASK, std::int32_t{kValidFolders});
-    bag.set(PR_IPM_SUBTREE_ENTRYID, m_store->FolderId(mailbox.ipmSubtree));
-    bag.set(PR_IPM_OUTBOX_ENTRYID, m_store->FolderId(mailbox.outbox));
-    bag.set(PR_IPM_SENTMAIL_ENTRYID, m_store->FolderId(mailbox.sentItems));
-    bag.set(PR_IPM_WASTEBASKET_ENTRYID, m_store->FolderId(mailbox.deletedItems));
-    bag.set(kPrMailboxOwnerName, m_store->owner.name);
-    bag.set(kPrMailboxOwnerEntryId, MakeEntryId(m_store->uid, EntryKind::MailUser, m_store->owner.id));
-    if (const auto user = m_store->directory.user(m_store->user)) {
-        bag.set(kPrUserName, user->name);
-        bag.set(kPrUserEntryId, MakeEntryId(m_store->uid, EntryKind::MailUser, user->id));
+    bag.Set(PR_ENTRYID, m_store->entryId);
+    bag.Set(PR_RECORD_KEY, m_store->recordKey);
+    bag.Set(PR_DISPLAY_NAME_W, "Mailbox - " + m_store->owner.name);
+    bag.Set(PR_PROVIDER_DISPLAY_W, std::string("localmapi"));
+    bag.Set(PR_MDB_PROVIDER, BytesOf(kStoreProvider));
+    bag.Set(PR_DEFAULT_STORE, m_store->isDefault);
+    bag.Set(PR_VALID_FOLDER_MASK, std::int32_t{kValidFolders});
+    bag.Set(PR_IPM_SUBTREE_ENTRYID, m_store->FolderId(mailbox.ipmSubtree));
+    bag.Set(PR_IPM_OUTBOX_ENTRYID, m_store->FolderId(mailbox.outbox));
+    bag.Set(PR_IPM_SENTMAIL_ENTRYID, m_store->FolderId(mailbox.sentItems));
+    bag.Set(PR_IPM_WASTEBASKET_ENTRYID, m_store->FolderId(mailbox.deletedItems));
+    bag.Set(kPrMailboxOwnerName, m_store->owner.name);
+    bag.Set(kPrMailboxOwnerEntryId, MakeEntryId(m_store->uid, EntryKind::MailUser, m_store->owner.id));
+    if (const auto user = m_store->directory.GetUser(m_store->user)) {
+        bag.Set(kPrUserName, user->name);
+        bag.Set(kPrUserEntryId, MakeEntryId(m_store->uid, EntryKind::MailUser, user->id));
     }
     for (const storage::Tag own :
          {storage::kObjectId, storage::kParentId, storage::kChangeNumber, storage::Tag{kReceiveFolders}})
-        bag.erase(own);
+        bag.Erase(own);
 }
 
 PropertyBag Store::Load()
 {
-    PropertyBag bag = m_store->objects.read(m_store->mailbox.id);
+    PropertyBag bag = m_store->objects.Read(m_store->mailbox.id);
     AddComputed(bag);
     return bag;
 }
 
 PropertyBag Store::ReadSome(const std::vector<storage::Tag> &tags)
 {
-    PropertyBag bag = m_store->objects.read(m_store->mailbox.id, tags);
+    PropertyBag bag = m_store->objects.Read(m_store->mailbox.id, tags);
     AddComputed(bag);
     return bag;
 }
@@ -89,14 +90,14 @@ bool Store::IsComputed(storage::Tag tag)
 {
     PropertyBag computed;
     AddComputed(computed);
-    return computed.findId(storage::tagId(tag)) || storage::tagId(tag) == PROP_ID(kReceiveFolders) ||
-           storage::tagId(tag) == PROP_ID(PR_CREATION_TIME) || IsComputedEverywhere(tag);
+    return computed.FindId(storage::TagId(tag)) || storage::TagId(tag) == PROP_ID(kReceiveFolders) ||
+           storage::TagId(tag) == PROP_ID(PR_CREATION_TIME) || IsComputedEverywhere(tag);
 }
 
 void Store::Change(const PropertyBag &set, const std::vector<storage::Tag> &remove)
 {
     RequireWrite();
-    m_store->objects.change(m_store->mailbox.id, {set, remove});
+    m_store->objects.Change(m_store->mailbox.id, {set, remove});
 }
 
 // --- entries ---

@@ -1,28 +1,53 @@
-// Message stores: a user's mailbox as IMsgStore, opened for the user that is logged on.
+// IMsgStore over a mailbox, and Exchange's administration of stores.
 #pragma once
-#include "localmapi/storage/Directory.h"
-
-#include <mapiutil.h>
-#include <mapix.h>
+#include "localmapi/provider/store/ReceiveFolders.h"
+#include "localmapi/provider/store/StoredObject.h"
 
 namespace localmapi
 {
 
-struct StoreLogon {
-    storage::Site site;
-    // The mailbox (storage::User::mailbox), and the user of the directory who works in it.
-    storage::ObjectId mailbox = 0;
-    storage::ObjectId user = 0;
-    // The flags of OpenMsgStore. MAPI_BEST_ACCESS: as much as the user may; MDB_WRITE: read and write; neither: read
-    // only. MDB_ONLINE, MDB_NO_DIALOG, MDB_TEMPORARY, MDB_NO_MAIL and MAPI_DEFERRED_ERRORS change nothing here; others
-    // are MAPI_E_UNKNOWN_FLAGS.
-    ULONG flags = 0;
-    // The store is the default one of the profile (PR_DEFAULT_STORE).
-    bool isDefault = false;
-};
+class Store final : public StoredObject<IMsgStore, IExchangeManageStore>
+{
+  public:
+    explicit Store(StorePtr store);
 
-// A store with one reference. Throws nothing; MAPI_E_NO_ACCESS when the user has no right to the mailbox,
-// MAPI_E_NOT_FOUND when there is no such mailbox, MAPI_E_INTERFACE_NOT_SUPPORTED for another interface than a store's.
-HRESULT CreateStore(const StoreLogon &logon, LPCIID lpInterface, IMsgStore **store);
+    STDMETHODIMP Advise(ULONG cbEntryID, LPENTRYID lpEntryID, ULONG ulEventMask, LPMAPIADVISESINK lpAdviseSink,
+                        ULONG *lpulConnection) override;
+    STDMETHODIMP Unadvise(ULONG ulConnection) override;
+    STDMETHODIMP CompareEntryIDs(ULONG cbEntryID1, LPENTRYID lpEntryID1, ULONG cbEntryID2, LPENTRYID lpEntryID2,
+                                 ULONG ulFlags, ULONG *lpulResult) override;
+    STDMETHODIMP OpenEntry(ULONG cbEntryID, LPENTRYID lpEntryID, LPCIID lpInterface, ULONG ulFlags, ULONG *lpulObjType,
+                           LPUNKNOWN *lppUnk) override;
+    STDMETHODIMP SetReceiveFolder(LPTSTR lpszMessageClass, ULONG ulFlags, ULONG cbEntryID,
+                                  LPENTRYID lpEntryID) override;
+    STDMETHODIMP GetReceiveFolder(LPTSTR lpszMessageClass, ULONG ulFlags, ULONG *lpcbEntryID, LPENTRYID *lppEntryID,
+                                  LPTSTR *lppszExplicitClass) override;
+    STDMETHODIMP GetReceiveFolderTable(ULONG ulFlags, LPMAPITABLE *lppTable) override;
+    STDMETHODIMP StoreLogoff(ULONG *lpulFlags) override;
+    STDMETHODIMP AbortSubmit(ULONG cbEntryID, LPENTRYID lpEntryID, ULONG ulFlags) override;
+    STDMETHODIMP GetOutgoingQueue(ULONG ulFlags, LPMAPITABLE *lppTable) override;
+    STDMETHODIMP SetLockState(LPMESSAGE lpMessage, ULONG ulLockState) override;
+    STDMETHODIMP FinishedMsg(ULONG ulFlags, ULONG cbEntryID, LPENTRYID lpEntryID) override;
+    STDMETHODIMP NotifyNewMail(LPNOTIFICATION lpNotification) override;
+
+    STDMETHODIMP CreateStoreEntryID(LPSTR lpszMsgStoreDN, LPSTR lpszMailboxDN, ULONG ulFlags, ULONG *lpcbEntryID,
+                                    LPENTRYID *lppEntryID) override;
+    STDMETHODIMP EntryIDFromSourceKey(ULONG cFolderKeySize, BYTE *lpFolderSourceKey, ULONG cMessageKeySize,
+                                      BYTE *lpMessageSourceKey, ULONG *lpcbEntryID, LPENTRYID *lppEntryID) override;
+    STDMETHODIMP GetRights(ULONG cbUserEntryID, LPENTRYID lpUserEntryID, ULONG cbEntryID, LPENTRYID lpEntryID,
+                           ULONG *lpulRights) override;
+    STDMETHODIMP GetMailboxTable(LPSTR lpszServerName, LPMAPITABLE *lppTable, ULONG ulFlags) override;
+    STDMETHODIMP GetPublicFolderTable(LPSTR lpszServerName, LPMAPITABLE *lppTable, ULONG ulFlags) override;
+
+  protected:
+    storage::PropertyBag Load() override;
+    storage::PropertyBag ReadSome(const std::vector<storage::Tag> &tags) override;
+    void Change(const storage::PropertyBag &set, const std::vector<storage::Tag> &remove) override;
+    bool IsComputed(storage::Tag tag) override;
+
+  private:
+    std::vector<ReceiveFolder> ReceiveFolders() const;
+    void AddComputed(storage::PropertyBag &bag);
+};
 
 } // namespace localmapi

@@ -1,3 +1,4 @@
+// Checks when a store is opened, and the opening of folders and messages through it.
 #include "localmapi/provider/store/StoreContext.h"
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/store/Folder.h"
@@ -20,7 +21,7 @@ constexpr LONG kSupport = STORE_ENTRYID_UNIQUE | STORE_MODIFY_OK | STORE_CREATE_
 
 storage::User OwnerOf(const storage::Directory &directory, const storage::Mailbox &mailbox)
 {
-    auto owner = directory.user(mailbox.owner);
+    auto owner = directory.GetUser(mailbox.owner);
     if (!owner)
         throw Failure(MAPI_E_NOT_FOUND, "The mailbox has no owner in the directory.");
     return *owner;
@@ -29,13 +30,13 @@ storage::User OwnerOf(const storage::Directory &directory, const storage::Mailbo
 } // namespace
 
 StoreContext::StoreContext(const StoreLogon &logon)
-    : site(logon.site), objects(logon.site), directory(logon.site), uid(logon.site.info().uid),
-      mailbox(directory.mailbox(logon.mailbox)), owner(OwnerOf(directory, mailbox)), user(logon.user),
+    : site(logon.site), objects(logon.site), directory(logon.site), uid(logon.site.Info().uid),
+      mailbox(directory.GetMailbox(logon.mailbox)), owner(OwnerOf(directory, mailbox)), user(logon.user),
       writable((logon.flags & (MDB_WRITE | MAPI_BEST_ACCESS)) != 0), isDefault(logon.isDefault),
       entryId(MakeStoreEntryId(uid, mailbox.id, 0)), recordKey(uid.begin(), uid.begin() + 8)
 {
     RequireFlags(logon.flags, kOpenStoreFlags);
-    if (!directory.mayOpen(user, mailbox.id))
+    if (!directory.MayOpen(user, mailbox.id))
         throw Failure(MAPI_E_NO_ACCESS, "The user has no right to the mailbox of " + owner.name + ".");
     for (int shift = 56; shift >= 0; shift -= 8)
         recordKey.push_back(static_cast<BYTE>(static_cast<std::uint64_t>(mailbox.id) >> shift));
@@ -43,9 +44,9 @@ StoreContext::StoreContext(const StoreLogon &logon)
 
 storage::ObjectInfo StoreContext::Find(const EntryId &id) const
 {
-    const auto found = objects.find(id.object);
+    const auto found = objects.Find(id.object);
     const auto kind = id.kind == EntryKind::Folder ? storage::ObjectKind::Folder : storage::ObjectKind::Message;
-    const auto home = found && found->kind == kind ? directory.mailboxOf(id.object) : std::nullopt;
+    const auto home = found && found->kind == kind ? directory.MailboxOf(id.object) : std::nullopt;
     if (!home || *home != mailbox.id)
         throw Failure(MAPI_E_NOT_FOUND, id.kind == EntryKind::Folder ? "There is no such folder in the mailbox."
                                                                      : "There is no such message in the mailbox.");

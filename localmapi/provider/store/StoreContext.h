@@ -4,8 +4,8 @@
 #include "ExchangeMapi.h"
 #include "localmapi/provider/base/EntryId.h"
 #include "localmapi/provider/base/ErrorText.h"
-#include "localmapi/provider/notify/Notifier.h"
-#include "localmapi/provider/store/Store.h"
+#include "localmapi/provider/notify/Advises.h"
+#include "localmapi/provider/store/StoreLogon.h"
 #include "localmapi/storage/Objects.h"
 
 #include <memory>

@@ -1,8 +1,10 @@
+// What stores, folders, messages and attachments share: GetProps over what was read, and streams over properties.
 #include "localmapi/provider/store/StoredObject.h"
 #include "localmapi/provider/base/Text.h"
 #include "localmapi/provider/property/RowPacker.h"
 #include "localmapi/provider/stream/Stream.h"
 #include "localmapi/provider/stream/TextStream.h"
+#include "localmapi/storage/Spool.h"
 
 #include <algorithm>
 
@@ -17,11 +19,11 @@ const storage::Value kOnlyOpened = storage::StoredStream{};
 
 const storage::Value *ValueFor(const storage::PropertyBag &bag, ULONG tag)
 {
-    const storage::Property *property = bag.findId(static_cast<std::uint16_t>(PROP_ID(tag)));
+    const storage::Property *property = bag.FindId(static_cast<std::uint16_t>(PROP_ID(tag)));
     if (!property)
         return nullptr;
     if (PROP_TYPE(tag) == PT_OBJECT)
-        return storage::tagType(property->tag) == storage::Type::Object ? &kOnlyOpened : nullptr;
+        return storage::TagType(property->tag) == storage::Type::Object ? &kOnlyOpened : nullptr;
     return property->tag == StorageTag(tag) ? &property->value : nullptr;
 }
 
@@ -40,9 +42,9 @@ bool IsComputedEverywhere(storage::Tag tag)
     case PROP_ID(PR_ACCESS):
     case PROP_ID(PR_ACCESS_LEVEL):
     case PROP_ID(PR_LAST_MODIFICATION_TIME):
-    case storage::tagId(storage::kObjectId):
-    case storage::tagId(storage::kParentId):
-    case storage::tagId(storage::kChangeNumber):
+    case storage::TagId(storage::kObjectId):
+    case storage::TagId(storage::kParentId):
+    case storage::TagId(storage::kChangeNumber):
         return true;
     default:
         return false;
@@ -74,7 +76,7 @@ HRESULT GivePackedProps(const storage::PropertyBag &bag, const SPropTagArray *ta
         cells.reserve(tags->cValues);
         for (ULONG i = 0; i < tags->cValues; ++i) {
             ULONG tag = tags->aulPropTag[i];
-            const auto *property = bag.findId(static_cast<std::uint16_t>(PROP_ID(tag)));
+            const auto *property = bag.FindId(static_cast<std::uint16_t>(PROP_ID(tag)));
             if (PROP_TYPE(tag) == PT_UNSPECIFIED && property)
                 tag = ClientTag(property->tag, wide);
             cells.push_back({tag, ValueFor(bag, tag)});
@@ -90,7 +92,7 @@ HRESULT GivePackedProps(const storage::PropertyBag &bag, const SPropTagArray *ta
     auto block = packer.Pack(cells);
     *count = static_cast<ULONG>(cells.size());
     *values = block.release();
-    return packer.anyError() ? MAPI_W_ERRORS_RETURNED : S_OK;
+    return packer.AnyError() ? MAPI_W_ERRORS_RETURNED : S_OK;
 }
 
 bool IsStreamInterface(const IID &iid)
@@ -109,7 +111,7 @@ std::shared_ptr<const storage::Stream> StoredBytes(storage::Objects &objects, co
     if (const auto *bytes = std::get_if<storage::Bytes>(&value))
         return StreamOfBytes(*bytes);
     if (const auto *stream = std::get_if<storage::StoredStream>(&value))
-        return std::shared_ptr<const storage::Stream>(objects.openStream(*stream));
+        return std::shared_ptr<const storage::Stream>(objects.OpenStream(*stream));
     if (const auto *spool = std::get_if<storage::SpoolPtr>(&value))
         return *spool;
     return nullptr;
@@ -120,7 +122,7 @@ storage::Value BytesFromClient(const std::shared_ptr<const storage::Spool> &cont
     if (content->size() > storage::Objects::kLongest)
         return content;
     storage::Bytes bytes(static_cast<std::size_t>(content->size()));
-    content->read(0, bytes.data(), bytes.size());
+    content->Read(0, bytes.data(), bytes.size());
     return bytes;
 }
 
@@ -135,16 +137,16 @@ void OpenPropertyStream(StreamHost &host, IUnknown *owner, const IID &iid, const
     if (!IsStreamInterface(iid) || (!text && type != PT_BINARY && type != PT_OBJECT))
         throw Failure(MAPI_E_INTERFACE_NOT_SUPPORTED, "The property can not be opened as what was asked for.");
     const storage::Tag tag = StorageTag(request.tag);
-    if (request.writes())
+    if (request.Writes())
         host.RequireStreamable(tag);
 
     const auto property = host.FindForStream(tag);
-    const bool fits = property && (storage::tagType(property->tag) == storage::Type::Text) == text;
+    const bool fits = property && (storage::TagType(property->tag) == storage::Type::Text) == text;
     if (!fits && !(request.flags & MAPI_CREATE))
         throw Failure(MAPI_E_NOT_FOUND, "The object does not have the property " + HexText(request.tag) + ".");
 
     StreamSettings settings;
-    settings.owner = Ref<IUnknown>::Share(owner);
+    settings.owner = Share<IUnknown>(owner);
     settings.append = (request.flags & STREAM_APPEND) != 0;
     if (request.flags & MAPI_CREATE) {
         settings.changed = true;
@@ -153,10 +155,10 @@ void OpenPropertyStream(StreamHost &host, IUnknown *owner, const IID &iid, const
         if (!settings.content)
             throw Failure(MAPI_E_INTERFACE_NOT_SUPPORTED, "The property can not be opened as a stream.");
         if (text)
-            settings.content = TextForClient(*settings.content, wide, !request.writes());
+            settings.content = TextForClient(*settings.content, wide, !request.Writes());
     }
     settings.opened = &host.StreamsForWriting();
-    if (request.writes()) {
+    if (request.Writes()) {
         // The object outlives the stream, which holds a reference to it.
         settings.commit = [&host, tag, text, wide](const std::shared_ptr<const storage::Spool> &content) {
             host.TakeFromStream(tag, text ? TextFromClient(*content, wide) : BytesFromClient(content));

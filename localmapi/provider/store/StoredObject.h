@@ -24,7 +24,7 @@ bool IsComputedEverywhere(storage::Tag tag);
 struct StreamRequest {
     ULONG tag = 0;
     ULONG flags = 0;
-    bool writes() const { return (flags & (MAPI_MODIFY | MAPI_CREATE)) != 0; }
+    bool Writes() const { return (flags & (MAPI_MODIFY | MAPI_CREATE)) != 0; }
 };
 
 // What the stream code needs of an object.
@@ -142,7 +142,7 @@ template <class Interface, class... More> class StoredObject : public PropObject
         storage::PropertyBag bag;
         for (const storage::Property &property : this->Load())
             if (!this->IsComputed(property.tag))
-                bag.set(property.tag, property.value);
+                bag.Set(property.tag, property.value);
         return bag;
     }
     // Called under no lock: the target is asked.
@@ -178,7 +178,7 @@ template <class Interface, class... More> class StoredObject : public PropObject
     std::optional<storage::Property> FindProperty(const std::vector<storage::Tag> &tags)
     {
         const storage::PropertyBag bag = ReadSome(tags);
-        const storage::Property *found = bag.findId(storage::tagId(tags.front()));
+        const storage::Property *found = bag.FindId(storage::TagId(tags.front()));
         return found ? std::optional(*found) : std::nullopt;
     }
 
@@ -198,9 +198,9 @@ template <class Interface, class... More> class StoredObject : public PropObject
     }
     std::optional<storage::Property> FindForStream(storage::Tag tag) override
     {
-        const std::uint16_t id = storage::tagId(tag);
-        return FindProperty({tag, storage::makeTag(id, storage::Type::Binary),
-                             storage::makeTag(id, storage::Type::Object), storage::makeTag(id, storage::Type::Text)});
+        const std::uint16_t id = storage::TagId(tag);
+        return FindProperty({tag, storage::MakeTag(id, storage::Type::Binary),
+                             storage::MakeTag(id, storage::Type::Object), storage::MakeTag(id, storage::Type::Text)});
     }
     void TakeFromStream(storage::Tag tag, storage::Value value) override
     {

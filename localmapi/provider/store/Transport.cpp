@@ -1,9 +1,11 @@
+// Where a submitted message goes: the sender's rights, each recipient's receive folder, the sent copy, the report.
 #include "localmapi/provider/store/Transport.h"
 #include "ExchangeMapi.h"
 #include "localmapi/provider/addressbook/AddressEntries.h"
 #include "localmapi/provider/store/Addressing.h"
 #include "localmapi/provider/store/NonDelivery.h"
 #include "localmapi/provider/store/ReceiveFolders.h"
+#include "localmapi/storage/Time.h"
 
 #include <algorithm>
 
@@ -86,12 +88,12 @@ class Router
     PropertyBag Represented() const
     {
         const PropertyBag named = RecipientFrom(m_message.properties, kRepresented);
-        if (!named.find(PR_EMAIL_ADDRESS_W) && !named.find(PR_ENTRYID))
+        if (!named.Find(PR_EMAIL_ADDRESS_W) && !named.Find(PR_ENTRYID))
             return m_sender;
         const Addressee found = FindAddressee(m_store, named);
-        const auto user = m_store.directory.user(m_store.user);
+        const auto user = m_store.directory.GetUser(m_store.user);
         const bool may = found.user ? found.user->id == m_store.owner.id ||
-                                          m_store.directory.mayOpen(m_store.user, found.user->mailbox)
+                                          m_store.directory.MayOpen(m_store.user, found.user->mailbox)
                                     : user && user->service;
         if (!may)
             throw Failure(MAPI_E_NO_ACCESS, "The user may not send for whom the message says.");
@@ -109,12 +111,12 @@ class Router
             return m_message.folder;
         const EntryId id = ParseEntryId(m_store.uid, static_cast<ULONG>(entry->size()),
                                         reinterpret_cast<const ENTRYID *>(entry->data()), EntryKind::Folder);
-        const auto info = m_store.objects.find(id.object);
+        const auto info = m_store.objects.Find(id.object);
         const auto mailbox =
-            info && info->kind == storage::ObjectKind::Folder ? m_store.directory.mailboxOf(id.object) : std::nullopt;
+            info && info->kind == storage::ObjectKind::Folder ? m_store.directory.MailboxOf(id.object) : std::nullopt;
         if (!mailbox)
             throw Failure(MAPI_E_NOT_FOUND, "The folder for the sent copy is not there.");
-        if (!m_store.directory.mayOpen(m_store.user, *mailbox))
+        if (!m_store.directory.MayOpen(m_store.user, *mailbox))
             throw Failure(MAPI_E_NO_ACCESS, "The user may not write to the folder for the sent copy.");
         return id.object;
     }
@@ -125,15 +127,15 @@ class Router
         storage::MessageChanges changes;
         changes.properties.remove = kForTheWay;
         PropertyBag &set = changes.properties.set;
-        set.set(PR_CLIENT_SUBMIT_TIME, m_now);
-        set.set(PR_MESSAGE_DELIVERY_TIME, m_now);
+        set.Set(PR_CLIENT_SUBMIT_TIME, m_now);
+        set.Set(PR_MESSAGE_DELIVERY_TIME, m_now);
         SetParty(set, kSender, m_sender);
         SetParty(set, kRepresented, m_represented);
         if (!Text(PR_CREATOR_NAME_W))
-            set.set(PR_CREATOR_NAME_W, *m_sender.get<std::string>(PR_DISPLAY_NAME_W));
+            set.Set(PR_CREATOR_NAME_W, *m_sender.get<std::string>(PR_DISPLAY_NAME_W));
         const std::string *topic = Text(PR_NORMALIZED_SUBJECT_W);
         if (topic && !Text(PR_CONVERSATION_TOPIC_W))
-            set.set(PR_CONVERSATION_TOPIC_W, *topic);
+            set.Set(PR_CONVERSATION_TOPIC_W, *topic);
         return changes;
     }
 
@@ -143,15 +145,15 @@ class Router
         const How &how = *std::find_if(m_how.begin(), m_how.end(), [&](const How &one) { return one.user == user.id; });
         Destination destination{Receiving(user, messageClass ? *messageClass : std::string()), Sent(), {}};
         PropertyBag &set = destination.changes.properties.set;
-        set.set(PR_MESSAGE_FLAGS, std::int32_t{0});
+        set.Set(PR_MESSAGE_FLAGS, std::int32_t{0});
         const PropertyBag receiver = DirectoryProperties(m_store.site, user.id);
         SetParty(set, kReceivedBy, receiver);
         SetParty(set, kReceivedFor, receiver);
-        set.set(PR_MESSAGE_TO_ME, how.to);
-        set.set(PR_MESSAGE_CC_ME, how.copy);
-        set.set(PR_MESSAGE_RECIP_ME, how.to || how.copy);
+        set.Set(PR_MESSAGE_TO_ME, how.to);
+        set.Set(PR_MESSAGE_CC_ME, how.copy);
+        set.Set(PR_MESSAGE_RECIP_ME, how.to || how.copy);
         // Nobody sees who got a blind copy.
-        set.set(PR_DISPLAY_BCC_W, std::string());
+        set.Set(PR_DISPLAY_BCC_W, std::string());
         destination.recipients = m_shown;
         return destination;
     }
@@ -159,7 +161,7 @@ class Router
     Destination SentCopy(storage::ObjectId folder) const
     {
         Destination destination{folder, Sent(), {}};
-        destination.changes.properties.set.set(PR_MESSAGE_FLAGS, std::int32_t{MSGFLAG_READ});
+        destination.changes.properties.set.Set(PR_MESSAGE_FLAGS, std::int32_t{MSGFLAG_READ});
         destination.recipients = m_all;
         return destination;
     }
@@ -168,7 +170,7 @@ class Router
     {
         // The message as it was submitted, so that it can be sent again.
         Destination destination;
-        destination.changes.properties.set.set(PR_CLIENT_SUBMIT_TIME, m_now);
+        destination.changes.properties.set.Set(PR_CLIENT_SUBMIT_TIME, m_now);
         destination.cover = NonDeliveryReport({m_message.properties, unreached, m_sender, m_now});
         destination.folder = Receiving(sender, *destination.cover->properties.set.get<std::string>(PR_MESSAGE_CLASS_W));
         return destination;
@@ -176,13 +178,13 @@ class Router
 
     storage::ObjectId Receiving(const storage::User &user, const std::string &messageClass) const
     {
-        const auto folders = ReceiveFoldersOf(m_store.objects, m_store.directory.mailbox(user.mailbox));
+        const auto folders = ReceiveFoldersOf(m_store.objects, m_store.directory.GetMailbox(user.mailbox));
         return ReceiveFolderFor(folders, messageClass).folder;
     }
 
     const StoreContext &m_store;
     const Outgoing &m_message;
-    const std::int64_t m_now = storage::currentTime();
+    const std::int64_t m_now = storage::CurrentTime();
     PropertyBag m_sender, m_represented;
     // Recipients, without and with those of blind copies.
     using List = std::shared_ptr<std::vector<PropertyBag>>;

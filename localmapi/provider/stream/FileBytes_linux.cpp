@@ -33,7 +33,7 @@ class FileBytes final : public storage::Stream
             throw Failure(STG_E_READFAULT, "The size of the file can not be read.");
         return static_cast<std::uint64_t>(status.st_size);
     }
-    std::size_t read(std::uint64_t offset, void *into, std::size_t length) const override
+    std::size_t Read(std::uint64_t offset, void *into, std::size_t length) const override
     {
         if (offset > static_cast<std::uint64_t>(std::numeric_limits<off_t>::max()))
             return 0;

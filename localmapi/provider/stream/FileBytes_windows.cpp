@@ -28,7 +28,7 @@ class FileBytes final : public storage::Stream
             throw Failure(STG_E_READFAULT, "The size of the file can not be read.", GetLastError());
         return static_cast<std::uint64_t>(size.QuadPart);
     }
-    std::size_t read(std::uint64_t offset, void *into, std::size_t length) const override
+    std::size_t Read(std::uint64_t offset, void *into, std::size_t length) const override
     {
         std::size_t done = 0;
         while (done < length) {

@@ -1,5 +1,8 @@
+// The stream: a place, and content that is shared until somebody writes. One lock, which all clones share, guards the
+// content and their places.
 #include "localmapi/provider/stream/Stream.h"
 #include "localmapi/provider/base/ErrorText.h"
+#include "localmapi/storage/Spool.h"
 
 #include <algorithm>
 #include <atomic>
@@ -21,7 +24,7 @@ template <class Held> class HeldBytes final : public storage::Stream
   public:
     explicit HeldBytes(Held held) : m_held(std::move(held)) {}
     std::uint64_t size() const override { return m_held.size(); }
-    std::size_t read(std::uint64_t offset, void *into, std::size_t length) const override
+    std::size_t Read(std::uint64_t offset, void *into, std::size_t length) const override
     {
         if (offset >= m_held.size())
             return 0;
@@ -51,17 +54,17 @@ class Content final : public OpenStreams::Writer
         (void)Guarded([&]() -> HRESULT { return Commit(); });
     }
 
-    std::mutex &lock() { return m_lock; }
-    bool writable() const { return static_cast<bool>(m_settings.commit); }
+    std::mutex &Lock() { return m_lock; }
+    bool Writable() const { return static_cast<bool>(m_settings.commit); }
     std::uint64_t size() const { return Current().size(); }
     std::size_t Read(std::uint64_t offset, void *into, std::size_t length) const
     {
-        return Current().read(offset, into, length);
+        return Current().Read(offset, into, length);
     }
     storage::Spool &ForWriting()
     {
         if (!m_spool)
-            m_spool = storage::spoolOf(*m_settings.content);
+            m_spool = storage::SpoolOf(*m_settings.content);
         m_changed = true;
         return *m_spool;
     }
@@ -75,7 +78,7 @@ class Content final : public OpenStreams::Writer
         if (!m_changed)
             return S_OK;
         if (!m_spool)
-            m_spool = storage::spoolOf(*m_settings.content);
+            m_spool = storage::SpoolOf(*m_settings.content);
         m_settings.commit(m_spool);
         // What was handed over changes no more: the next write begins a new copy.
         m_settings.content = std::exchange(m_spool, nullptr);
@@ -126,12 +129,12 @@ class PropertyStream final : public ComObject<IStream>
                 *pcbWritten = 0;
             if (!pv)
                 return STG_E_INVALIDPOINTER;
-            if (!m_content->writable())
+            if (!m_content->Writable())
                 return STG_E_ACCESSDENIED;
             if (m_place > kStreamLimit || cb > kStreamLimit - m_place)
                 return STG_E_MEDIUMFULL;
             if (cb) {
-                m_content->ForWriting().write(m_place, pv, cb);
+                m_content->ForWriting().Write(m_place, pv, cb);
                 m_place += cb;
             }
             if (pcbWritten)
@@ -165,7 +168,7 @@ class PropertyStream final : public ComObject<IStream>
     STDMETHODIMP SetSize(ULARGE_INTEGER libNewSize) override
     {
         return Do([&]() -> HRESULT {
-            if (!m_content->writable())
+            if (!m_content->Writable())
                 return STG_E_ACCESSDENIED;
             if (libNewSize.QuadPart > kStreamLimit)
                 return STG_E_MEDIUMFULL;
@@ -228,7 +231,7 @@ class PropertyStream final : public ComObject<IStream>
             *pstatstg = STATSTG{};
             pstatstg->type = STGTY_STREAM;
             pstatstg->cbSize.QuadPart = m_content->size();
-            pstatstg->grfMode = m_content->writable() ? STGM_READWRITE : STGM_READ;
+            pstatstg->grfMode = m_content->Writable() ? STGM_READWRITE : STGM_READ;
             return S_OK;
         });
     }
@@ -245,7 +248,7 @@ class PropertyStream final : public ComObject<IStream>
   private:
     template <class Body> HRESULT Do(Body &&body)
     {
-        std::lock_guard hold(m_content->lock());
+        std::lock_guard hold(m_content->Lock());
         return Guarded(std::forward<Body>(body));
     }
 
@@ -276,7 +279,7 @@ HRESULT OpenStreams::Commit()
     return S_OK;
 }
 
-Ref<IStream> MakeStream(StreamSettings settings)
+ComPtr<IStream> MakeStream(StreamSettings settings)
 {
     const std::uint64_t place = settings.append && settings.content ? settings.content->size() : 0;
     OpenStreams *opened = settings.commit ? settings.opened : nullptr;
@@ -284,7 +287,7 @@ Ref<IStream> MakeStream(StreamSettings settings)
     try {
         if (opened)
             opened->Add(content);
-        return Ref<IStream>::Adopt(MakeObject<PropertyStream>(content, place).release());
+        return ComPtr<IStream>(MakeObject<PropertyStream>(content, place).release());
     } catch (...) {
         // There was no stream: nothing is to be committed.
         content->Revert();

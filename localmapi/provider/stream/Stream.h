@@ -3,7 +3,9 @@
 // share bytes and have places of their own.
 #pragma once
 #include "localmapi/provider/base/ComObject.h"
+#include "localmapi/storage/Spool.h"
 #include "localmapi/storage/Stream.h"
+#include "localmapi/storage/Value.h"
 
 #include <functional>
 #include <memory>
@@ -50,10 +52,10 @@ struct StreamSettings {
     // Where a stream that can be written is entered; part of the owner.
     OpenStreams *opened = nullptr;
     // Kept until the stream goes.
-    Ref<IUnknown> owner;
+    ComPtr<IUnknown> owner;
 };
 
-Ref<IStream> MakeStream(StreamSettings settings);
+ComPtr<IStream> MakeStream(StreamSettings settings);
 
 // Bytes in memory as a stream.
 std::shared_ptr<const storage::Stream> StreamOfBytes(storage::Bytes bytes);

@@ -1,6 +1,8 @@
+// Text is converted in pieces that end between two characters, so that neither form is ever in memory whole.
 #include "localmapi/provider/stream/TextStream.h"
 #include "localmapi/provider/base/Text.h"
 #include "localmapi/storage/Objects.h"
+#include "localmapi/storage/Spool.h"
 
 #include <string>
 #include <string_view>
@@ -61,7 +63,7 @@ template <class Whole, class Take> void EachPiece(const storage::Stream &from, W
     for (;;) {
         const std::size_t kept = piece.size();
         piece.resize(kept + kPiece);
-        const std::size_t read = from.read(offset, piece.data() + kept, kPiece);
+        const std::size_t read = from.Read(offset, piece.data() + kept, kPiece);
         piece.resize(kept + read);
         offset += read;
         const bool last = read == 0;
@@ -86,7 +88,7 @@ std::basic_string<WCHAR> UnitsOf(std::string_view bytes)
 void Append(storage::Spool &to, const void *bytes, std::size_t size)
 {
     if (size)
-        to.write(to.size(), bytes, size);
+        to.Write(to.size(), bytes, size);
 }
 
 } // namespace
@@ -123,13 +125,13 @@ storage::Value TextFromClient(const storage::Stream &content, bool wide)
     // A terminator, and what a client left behind it, is no part of the text.
     std::uint64_t size = stored->size();
     char last = 0;
-    while (size > 0 && stored->read(size - 1, &last, 1) == 1 && last == 0)
+    while (size > 0 && stored->Read(size - 1, &last, 1) == 1 && last == 0)
         --size;
     stored->resize(size);
     if (size > storage::Objects::kLongest)
         return storage::SpoolPtr(std::move(stored));
     std::string text(static_cast<std::size_t>(size), '\0');
-    stored->read(0, text.data(), text.size());
+    stored->Read(0, text.data(), text.size());
     return text;
 }
 

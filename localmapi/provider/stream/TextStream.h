@@ -3,6 +3,7 @@
 // may carry it.
 #pragma once
 #include "localmapi/storage/Stream.h"
+#include "localmapi/storage/Value.h"
 
 #include <memory>
 

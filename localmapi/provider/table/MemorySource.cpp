@@ -1,3 +1,5 @@
+// Rows in memory, filtered and ordered as an array of indexes. Places are those of the storage, so that the table above
+// need not know the difference.
 #include "localmapi/provider/table/MemorySource.h"
 
 #include <algorithm>
@@ -15,7 +17,7 @@ const storage::Value kNone;
 
 const storage::Value &ValueOf(const storage::PropertyBag &bag, storage::Tag tag)
 {
-    const storage::Value *value = bag.find(tag);
+    const storage::Value *value = bag.Find(tag);
     return value ? *value : kNone;
 }
 
@@ -31,12 +33,12 @@ void MemorySource::Arrange(storage::Filter filter, std::vector<storage::SortKey>
 {
     std::vector<std::size_t> order;
     for (std::size_t row = 0; row < m_rows.size(); ++row)
-        if (storage::matches(filter, m_rows[row]))
+        if (storage::Matches(filter, m_rows[row]))
             order.push_back(row);
     std::stable_sort(order.begin(), order.end(), [&](std::size_t left, std::size_t right) {
         for (const storage::SortKey &key : sort) {
             const int compared =
-                storage::compareValues(ValueOf(m_rows[left], key.tag), ValueOf(m_rows[right], key.tag));
+                storage::CompareValues(ValueOf(m_rows[left], key.tag), ValueOf(m_rows[right], key.tag));
             if (compared != 0)
                 return key.descending ? compared > 0 : compared < 0;
         }
@@ -107,11 +109,11 @@ std::optional<storage::Row> MemorySource::Find(const Place &from, storage::Direc
     const std::size_t origin = Offset(from);
     if (direction == storage::Direction::Forward) {
         for (std::size_t offset = origin; offset < m_order.size(); ++offset)
-            if (storage::matches(filter, Bag(offset)))
+            if (storage::Matches(filter, Bag(offset)))
                 return RowAt(offset, {});
     } else {
         for (std::size_t offset = origin; offset-- > 0;)
-            if (storage::matches(filter, Bag(offset)))
+            if (storage::Matches(filter, Bag(offset)))
                 return RowAt(offset, {});
     }
     return {};

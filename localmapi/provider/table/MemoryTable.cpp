@@ -2,6 +2,7 @@
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/property/PropertyConvert.h"
 #include "localmapi/provider/table/MemorySource.h"
+#include "localmapi/provider/table/Table.h"
 
 #include <algorithm>
 
@@ -52,12 +53,12 @@ std::vector<storage::Tag> FurtherColumns(const std::vector<storage::PropertyBag>
 std::vector<storage::PropertyBag> WithInstanceKeys(std::vector<storage::PropertyBag> rows)
 {
     for (std::size_t i = 0; i < rows.size(); ++i) {
-        if (rows[i].findId(PROP_ID(PR_INSTANCE_KEY)))
+        if (rows[i].FindId(PROP_ID(PR_INSTANCE_KEY)))
             continue;
         storage::Bytes key(4);
         for (std::size_t byte = 0; byte < key.size(); ++byte)
             key[byte] = static_cast<std::uint8_t>((i + 1) >> (24 - 8 * byte));
-        rows[i].set(PR_INSTANCE_KEY, std::move(key));
+        rows[i].Set(PR_INSTANCE_KEY, std::move(key));
     }
     return rows;
 }

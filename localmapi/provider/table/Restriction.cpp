@@ -1,3 +1,5 @@
+// A client's restriction as a filter, checked while it is read, and a sort order as keys. Columns that a schema derives
+// are translated into what they are made of.
 #include "localmapi/provider/table/Restriction.h"
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/base/Text.h"
@@ -24,13 +26,13 @@ constexpr ULONG kAnrId = PROP_ID(PR_ANR);
 
 Filter Truth(bool value)
 {
-    return value ? Filter::all({}) : Filter::any({});
+    return value ? Filter::All({}) : Filter::Any({});
 }
 
 const DerivedColumn *Derived(const TableSchema &schema, ULONG tag)
 {
     const auto found = std::find_if(schema.derived.begin(), schema.derived.end(), [&](const DerivedColumn &column) {
-        return storage::tagId(column.tag) == PROP_ID(tag);
+        return storage::TagId(column.tag) == PROP_ID(tag);
     });
     return found == schema.derived.end() ? nullptr : &*found;
 }
@@ -38,7 +40,7 @@ const DerivedColumn *Derived(const TableSchema &schema, ULONG tag)
 // The constant with this id, whatever its type.
 const storage::Property *Constant(const TableSchema &schema, ULONG tag)
 {
-    return schema.constants.findId(static_cast<std::uint16_t>(PROP_ID(tag)));
+    return schema.constants.FindId(static_cast<std::uint16_t>(PROP_ID(tag)));
 }
 
 Relation RelationOf(ULONG relop)
@@ -113,11 +115,11 @@ class Translator
             TooComplex("the restriction has too many nodes");
         switch (node.rt) {
         case RES_AND:
-            return Filter::all(Children(node.res.resAnd.cRes, node.res.resAnd.lpRes, depth));
+            return Filter::All(Children(node.res.resAnd.cRes, node.res.resAnd.lpRes, depth));
         case RES_OR:
-            return Filter::any(Children(node.res.resOr.cRes, node.res.resOr.lpRes, depth));
+            return Filter::Any(Children(node.res.resOr.cRes, node.res.resOr.lpRes, depth));
         case RES_NOT:
-            return Filter::negate(Child(node.res.resNot.lpRes, depth));
+            return Filter::Negate(Child(node.res.resNot.lpRes, depth));
         case RES_CONTENT:
             return Content(node.res.resContent);
         case RES_PROPERTY:
@@ -162,7 +164,7 @@ class Translator
     Filter OnStored(Filter leaf) const
     {
         if (Constant(m_schema, leaf.tag))
-            return Truth(storage::matches(leaf, m_schema.constants));
+            return Truth(storage::Matches(leaf, m_schema.constants));
         if (Derived(m_schema, leaf.tag))
             TooComplex("property " + HexText(leaf.tag) + " can only be compared for equality");
         return leaf;
@@ -210,7 +212,7 @@ class Translator
         const bool text = single != PT_BINARY;
         const bool ignoreCase = text && (content.ulFuzzyLevel & (FL_IGNORECASE | FL_LOOSE)) != 0;
         const bool ignoreNonSpace = text && (content.ulFuzzyLevel & (FL_IGNORENONSPACE | FL_LOOSE)) != 0;
-        return OnStored(Filter::content(tag, match, std::move(value), ignoreCase, ignoreNonSpace));
+        return OnStored(Filter::Content(tag, match, std::move(value), ignoreCase, ignoreNonSpace));
     }
 
     Filter Property(const SPropertyRestriction &property) const
@@ -225,8 +227,8 @@ class Translator
         if (derived && relation == Relation::Equal)
             return Equality(*derived, tag, value);
         if (derived && relation == Relation::NotEqual)
-            return Filter::negate(Equality(*derived, tag, value));
-        return OnStored(Filter::compare(tag, relation, std::move(value)));
+            return Filter::Negate(Equality(*derived, tag, value));
+        return OnStored(Filter::Compare(tag, relation, std::move(value)));
     }
 
     Filter CompareProps(const SComparePropsRestriction &compare) const
@@ -239,14 +241,14 @@ class Translator
         const storage::Property *leftConstant = Constant(m_schema, left);
         const storage::Property *rightConstant = Constant(m_schema, right);
         if (leftConstant && rightConstant)
-            return Truth(storage::matches(Filter::compareProperties(left, relation, right), m_schema.constants));
+            return Truth(storage::Matches(Filter::CompareProperties(left, relation, right), m_schema.constants));
         if (rightConstant && rightConstant->tag == right)
-            return OnStored(Filter::compare(left, relation, rightConstant->value));
+            return OnStored(Filter::Compare(left, relation, rightConstant->value));
         if (leftConstant && leftConstant->tag == left)
-            return OnStored(Filter::compare(right, Mirrored(relation), leftConstant->value));
+            return OnStored(Filter::Compare(right, Mirrored(relation), leftConstant->value));
         if (Derived(m_schema, left) || Derived(m_schema, right))
             TooComplex("these properties can not be compared with each other");
-        return Filter::compareProperties(left, relation, right);
+        return Filter::CompareProperties(left, relation, right);
     }
 
     Filter BitMask(const SBitMaskRestriction &mask) const
@@ -255,7 +257,7 @@ class Translator
             TooComplex("only 32-bit integers have bits");
         if (mask.relBMR != BMR_EQZ && mask.relBMR != BMR_NEZ)
             throw Failure(MAPI_E_INVALID_PARAMETER, "The relation " + HexText(mask.relBMR) + " is not known.");
-        return OnStored(Filter::bits(mask.ulPropTag, mask.ulMask, mask.relBMR == BMR_EQZ));
+        return OnStored(Filter::Bits(mask.ulPropTag, mask.ulMask, mask.relBMR == BMR_EQZ));
     }
 
     Filter Size(const SSizeRestriction &size) const
@@ -263,7 +265,7 @@ class Translator
         const Relation relation = RelationOf(size.relop);
         const storage::Tag tag = ComparableTag(size.ulPropTag);
         const bool wide = (PROP_TYPE(size.ulPropTag) & ~ULONG{MV_FLAG}) == PT_UNICODE;
-        return OnStored(Filter::byteSize(tag, relation, size.cb, wide));
+        return OnStored(Filter::ByteSize(tag, relation, size.cb, wide));
     }
 
     Filter Exist(const SExistRestriction &exist) const
@@ -271,7 +273,7 @@ class Translator
         const storage::Tag tag = ComparableTag(exist.ulPropTag);
         if (const DerivedColumn *derived = Derived(m_schema, tag))
             return Truth(derived->tag == tag);
-        return OnStored(Filter::exists(tag));
+        return OnStored(Filter::Exists(tag));
     }
 
     Filter Sub(const SSubRestriction &sub, int depth)
@@ -285,7 +287,7 @@ class Translator
         parts.m_nodes = m_nodes;
         Filter child = parts.Translate(*sub.lpRes, depth + 1);
         m_nodes = parts.m_nodes;
-        return recipients ? Filter::anyRecipient(std::move(child)) : Filter::anyAttachment(std::move(child));
+        return recipients ? Filter::AnyRecipient(std::move(child)) : Filter::AnyAttachment(std::move(child));
     }
 
     const TableSchema &m_schema;

@@ -1,8 +1,10 @@
 // Where a table's rows are. The table above it knows cursors, bookmarks and columns; a source knows rows in an order,
 // under a filter, and places between them that stay good while rows come and go.
 #pragma once
-#include "localmapi/provider/notify/Notifier.h"
-#include "localmapi/provider/table/ViewTable.h"
+#include "localmapi/provider/table/TableSchema.h"
+#include "localmapi/storage/Watch.h"
+#include <mapix.h>
+#include <memory>
 
 namespace localmapi
 {
@@ -32,8 +34,5 @@ class RowSource
     // Everything stored with a row, for columns whose type the client leaves open.
     virtual storage::PropertyBag ReadWhole(storage::ObjectId row) const = 0;
 };
-
-// A table over a source, with one reference.
-HRESULT CreateTable(std::unique_ptr<RowSource> source, IMAPITable **table, std::shared_ptr<AdviseScope> scope = {});
 
 } // namespace localmapi

@@ -1,3 +1,5 @@
+// Filter, order and state of a table, and the methods for categories, which no table here has. TableColumns.cpp,
+// TableCursor.cpp and TableNotices.cpp have the rest.
 #include "localmapi/provider/table/Table.h"
 #include "localmapi/provider/base/Memory.h"
 #include "localmapi/provider/property/PropertyConvert.h"
@@ -43,7 +45,7 @@ STDMETHODIMP Table::GetStatus(ULONG *lpulTableStatus, ULONG *lpulTableType)
 void Table::Rearrange(storage::Filter filter, std::vector<storage::SortKey> keys)
 {
     m_source->Arrange(filter, keys);
-    if (m_feed && m_feed->Any()) {
+    if (m_advises && m_advises->Any()) {
         // What happened before concerned another view.
         try {
             m_watch = m_source->MakeWatch();

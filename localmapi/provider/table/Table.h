@@ -5,7 +5,7 @@
 #pragma once
 #include "localmapi/provider/base/ComObject.h"
 #include "localmapi/provider/base/ErrorText.h"
-#include "localmapi/provider/notify/Notifier.h"
+#include "localmapi/provider/notify/Advises.h"
 #include "localmapi/provider/property/RowPacker.h"
 #include "localmapi/provider/table/RowSource.h"
 
@@ -89,8 +89,8 @@ class Table final : public ComObject<IMAPITable>
     void Rearrange(storage::Filter filter, std::vector<storage::SortKey> keys);
     SRowSet *ReadRows(std::int64_t count, storage::Place &first, storage::Place &last);
     Block<SPropValue> PackRow(const storage::Row &row);
-    std::vector<Notice> CollectNotices(std::int64_t quietUpTo);
-    Notice NoticeOf(storage::RowChange &change);
+    std::vector<TableNotice> CollectNotices(std::int64_t quietUpTo);
+    TableNotice NoticeOf(storage::Notice &change);
     std::optional<storage::Bytes> InstanceKeyOfRow(storage::ObjectId row) const;
 
     ErrorTexts m_errors;
@@ -114,7 +114,10 @@ class Table final : public ComObject<IMAPITable>
     const std::shared_ptr<AdviseScope> m_scope;
     std::unique_ptr<storage::Watch> m_watch; // while somebody is advised
     bool m_missedNotices = false;
-    std::shared_ptr<Feed> m_feed; // made with the first advise
+    std::shared_ptr<Advises> m_advises; // made with the first advise
 };
+
+// A table over a source, with one reference.
+HRESULT CreateTable(std::unique_ptr<RowSource> source, IMAPITable **table, std::shared_ptr<AdviseScope> scope = {});
 
 } // namespace localmapi

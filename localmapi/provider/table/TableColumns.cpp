@@ -32,7 +32,7 @@ Table::Column Table::MakeColumn(ULONG tag)
     const ULONG id = PROP_ID(tag);
     const bool open = PROP_TYPE(tag) == PT_UNSPECIFIED;
     const storage::Tag stored = StorageTag(tag);
-    if (const auto *constant = schema.constants.findId(static_cast<std::uint16_t>(id))) {
+    if (const auto *constant = schema.constants.FindId(static_cast<std::uint16_t>(id))) {
         if (open)
             column.tag = ClientTag(constant->tag, true);
         if (open || constant->tag == stored) {
@@ -42,7 +42,7 @@ Table::Column Table::MakeColumn(ULONG tag)
         return column;
     }
     for (const DerivedColumn &derived : schema.derived) {
-        if (storage::tagId(derived.tag) != id)
+        if (storage::TagId(derived.tag) != id)
             continue;
         if (open)
             column.tag = ClientTag(derived.tag, true);
@@ -154,7 +154,7 @@ Block<SPropValue> Table::PackRow(const storage::Row &row)
             cell.value = &m_made[i];
             break;
         case Kind::AnyType:
-            if (const auto *property = whole.findId(static_cast<std::uint16_t>(PROP_ID(column.tag))))
+            if (const auto *property = whole.FindId(static_cast<std::uint16_t>(PROP_ID(column.tag))))
                 cell = {ClientTag(property->tag, true), &property->value};
             break;
         }

@@ -107,7 +107,7 @@ STDMETHODIMP Table::FindRow(LPSRestriction lpRestriction, BOOKMARK bkOrigin, ULO
             m_source->Find(origin.place, ulFlags & DIR_BACKWARD ? Direction::Backward : Direction::Forward, filter);
         if (!row)
             throw Failure(MAPI_E_NOT_FOUND, "No row satisfies the restriction.");
-        m_cursor = row->before();
+        m_cursor = row->Before();
         return origin.changed ? MAPI_W_POSITION_CHANGED : S_OK;
     });
 }
@@ -124,7 +124,7 @@ STDMETHODIMP Table::CreateBookmark(BOOKMARK *lpbkPosition)
         BOOKMARK bookmark = m_nextBookmark;
         while (bookmark <= BOOKMARK_END || m_bookmarks.count(bookmark))
             ++bookmark;
-        m_bookmarks.emplace(bookmark, next.empty() ? m_cursor : next.front().before());
+        m_bookmarks.emplace(bookmark, next.empty() ? m_cursor : next.front().Before());
         m_nextBookmark = bookmark + 1;
         *lpbkPosition = bookmark;
         return S_OK;
@@ -153,8 +153,8 @@ SRowSet *Table::ReadRows(std::int64_t count, Place &first, Place &last)
             rows.push_back(PackRow(row));
         if (!read.empty()) {
             if (rows.size() == read.size())
-                first = read.front().before();
-            last = read.back().after();
+                first = read.front().Before();
+            last = read.back().After();
         }
     };
     if (count < 0 && -count <= kPiece) {

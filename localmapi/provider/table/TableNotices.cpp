@@ -4,12 +4,12 @@
 namespace localmapi
 {
 
-using storage::RowChange;
+using storage::Notice;
 
 Table::~Table()
 {
-    if (m_feed)
-        m_feed->Close();
+    if (m_advises)
+        m_advises->Close();
 }
 
 STDMETHODIMP Table::Advise(ULONG ulEventMask, LPMAPIADVISESINK lpAdviseSink, ULONG *lpulConnection)
@@ -20,30 +20,30 @@ STDMETHODIMP Table::Advise(ULONG ulEventMask, LPMAPIADVISESINK lpAdviseSink, ULO
         Require(lpAdviseSink != nullptr, "the sink");
         if (!(ulEventMask & fnevTableModified))
             NoSupport("events that are none of a table's");
-        std::shared_ptr<Feed> feed;
+        std::shared_ptr<Advises> advises;
         std::int64_t from = 0;
         {
             std::lock_guard hold(m_lock);
-            if (m_feed && m_feed->Any()) {
-                from = m_watch->newest();
+            if (m_advises && m_advises->Any()) {
+                from = m_watch->Newest();
             } else {
                 auto watch = m_source->MakeWatch();
                 if (!watch)
                     NoSupport("notifications of a table whose rows never change");
-                if (!m_feed) {
-                    m_feed =
-                        std::make_shared<Feed>([this](std::int64_t quietUpTo) { return CollectNotices(quietUpTo); },
-                                               watch->site(), watch->container());
+                if (!m_advises) {
+                    m_advises =
+                        std::make_shared<Advises>([this](std::int64_t quietUpTo) { return CollectNotices(quietUpTo); },
+                                                  watch->GetSite(), watch->GetContainer());
                     if (m_scope)
-                        m_scope->Add(m_feed);
+                        m_scope->Add(m_advises);
                 }
-                from = watch->position();
+                from = watch->Position();
                 m_watch = std::move(watch);
             }
-            feed = m_feed;
+            advises = m_advises;
         }
         // Not under the lock, which the notifier's thread may be waiting for.
-        *lpulConnection = feed->Advise(lpAdviseSink, from);
+        *lpulConnection = advises->Advise(lpAdviseSink, from);
         return S_OK;
     });
 }
@@ -51,13 +51,13 @@ STDMETHODIMP Table::Advise(ULONG ulEventMask, LPMAPIADVISESINK lpAdviseSink, ULO
 STDMETHODIMP Table::Unadvise(ULONG ulConnection)
 {
     return Guarded(m_errors, "IMAPITable::Unadvise", [&]() -> HRESULT {
-        std::shared_ptr<Feed> feed;
+        std::shared_ptr<Advises> advises;
         {
             std::lock_guard hold(m_lock);
-            feed = m_feed;
+            advises = m_advises;
         }
         // Nor here: the sink that is waited for may be calling the table.
-        if (!feed || !feed->Unadvise(ulConnection))
+        if (!advises || !advises->Unadvise(ulConnection))
             throw Failure(MAPI_E_NOT_FOUND, "The table has no such advise connection.");
         return S_OK;
     });
@@ -75,50 +75,50 @@ std::optional<storage::Bytes> Table::InstanceKeyOfRow(storage::ObjectId row) con
     return {};
 }
 
-Notice Table::NoticeOf(RowChange &change)
+TableNotice Table::NoticeOf(storage::Notice &found)
 {
-    Notice notice;
-    notice.entry = change.entry;
-    switch (change.kind) {
-    case RowChange::Kind::Several:
+    TableNotice notice;
+    notice.entry = found.entry;
+    switch (found.kind) {
+    case storage::Notice::Kind::Several:
         notice.event = TABLE_CHANGED;
         return notice;
-    case RowChange::Kind::Lost:
+    case storage::Notice::Kind::Lost:
         notice.event = TABLE_RELOAD;
         return notice;
-    case RowChange::Kind::Removed:
+    case storage::Notice::Kind::Removed:
         notice.event = TABLE_ROW_DELETED;
-        notice.index = InstanceKeyOfRow(change.row.id);
+        notice.index = InstanceKeyOfRow(found.row.id);
         return notice;
-    case RowChange::Kind::Added:
+    case storage::Notice::Kind::Added:
         notice.event = TABLE_ROW_ADDED;
         break;
-    case RowChange::Kind::Modified:
+    case storage::Notice::Kind::Modified:
         notice.event = TABLE_ROW_MODIFIED;
         break;
     }
-    notice.index = InstanceKeyOfRow(change.row.id);
-    if (change.prior)
-        notice.prior = InstanceKeyOfRow(*change.prior);
-    notice.row = PackRow(change.row);
+    notice.index = InstanceKeyOfRow(found.row.id);
+    if (found.prior)
+        notice.prior = InstanceKeyOfRow(*found.prior);
+    notice.row = PackRow(found.row);
     notice.columns = static_cast<ULONG>(m_columns.size());
     return notice;
 }
 
-std::vector<Notice> Table::CollectNotices(std::int64_t quietUpTo)
+std::vector<TableNotice> Table::CollectNotices(std::int64_t quietUpTo)
 {
     std::lock_guard hold(m_lock);
-    std::vector<Notice> notices;
+    std::vector<TableNotice> notices;
     if (m_missedNotices) {
         notices.emplace_back();
         notices.back().event = TABLE_RELOAD;
     }
-    std::vector<RowChange> changes = m_watch->next(m_read, quietUpTo);
-    const bool missedBefore = std::exchange(m_missedNotices, !changes.empty() || m_missedNotices);
-    for (RowChange &change : changes)
-        notices.push_back(NoticeOf(change));
+    std::vector<storage::Notice> found = m_watch->Next(m_read, quietUpTo);
+    const bool missedBefore = std::exchange(m_missedNotices, !found.empty() || m_missedNotices);
+    for (storage::Notice &one : found)
+        notices.push_back(NoticeOf(one));
     if (missedBefore)
-        notices.front().entry = m_watch->position();
+        notices.front().entry = m_watch->Position();
     m_missedNotices = false;
     return notices;
 }

@@ -1,6 +1,7 @@
 #include "localmapi/provider/table/ViewTable.h"
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/table/RowSource.h"
+#include "localmapi/provider/table/Table.h"
 
 namespace localmapi
 {
@@ -23,11 +24,11 @@ class ViewSource final : public RowSource
         m_end.reset();
         m_view = storage::View(m_site, m_container, std::move(filter), std::move(sort));
     }
-    std::uint64_t Count() const override { return m_view.count(); }
-    std::uint64_t CountBefore(const storage::Place &place) const override { return m_view.countBefore(place); }
+    std::uint64_t Count() const override { return m_view.Count(); }
+    std::uint64_t CountBefore(const storage::Place &place) const override { return m_view.CountBefore(place); }
     storage::Moved Move(const storage::Place &from, std::int64_t rows) const override
     {
-        return m_view.move(from, rows);
+        return m_view.Move(from, rows);
     }
     // Who reads to the end asks once more to see that it is the end. As long as nothing in the site has changed the
     // answer is known, and the rows need not be looked for again.
@@ -35,25 +36,25 @@ class ViewSource final : public RowSource
                                    const std::vector<storage::Tag> &columns) const override
     {
         const bool forward = direction == storage::Direction::Forward;
-        const storage::ChangeNumber change = m_site.changeNumber();
+        const storage::ChangeNumber change = m_site.GetChangeNumber();
         if (forward && m_end && m_end->change == change && m_end->place == from)
             return {};
-        std::vector<storage::Row> read = m_view.read(from, direction, rows, columns);
+        std::vector<storage::Row> read = m_view.Read(from, direction, rows, columns);
         if (forward && !read.empty() && read.size() < rows)
-            m_end = End{read.back().after(), change};
+            m_end = End{read.back().After(), change};
         return read;
     }
     std::optional<storage::Row> Find(const storage::Place &from, storage::Direction direction,
                                      const storage::Filter &filter) const override
     {
-        return m_view.find(from, direction, filter);
+        return m_view.Find(from, direction, filter);
     }
-    bool Holds(const storage::Place &place) const override { return m_view.holds(place); }
+    bool Holds(const storage::Place &place) const override { return m_view.Holds(place); }
     std::unique_ptr<storage::Watch> MakeWatch() const override { return std::make_unique<storage::Watch>(m_view); }
     storage::PropertyBag ReadWhole(storage::ObjectId row) const override
     {
         // A row may go between the read of its page and this one.
-        return m_objects.find(row) ? m_objects.read(row) : storage::PropertyBag{};
+        return m_objects.Find(row) ? m_objects.Read(row) : storage::PropertyBag{};
     }
 
   private:

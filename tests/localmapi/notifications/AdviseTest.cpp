@@ -15,7 +15,7 @@ namespace
 class AdviseTest : public Notified
 {
   protected:
-    Ref<Sink> m_sink = MakeObject<Sink>();
+    ComPtr<Sink> m_sink = MakeObject<Sink>();
 };
 
 TEST_F(AdviseTest, N08_TheTableHoldsTheSinkUntilUnadvise)
@@ -170,7 +170,7 @@ TEST_F(AdviseTest, AStoreThatIsLoggedOffEndsTheAdvisesOfItsTables)
 {
     auto store = m_mailbox.StoreOf(m_mailbox.alice());
     auto folder = m_mailbox.Folder(0, store.get());
-    Ref<IMAPITable> contents, hierarchy;
+    ComPtr<IMAPITable> contents, hierarchy;
     ASSERT_CODE(folder->GetContentsTable(0, contents.put()), S_OK);
     ASSERT_CODE(folder->GetHierarchyTable(0, hierarchy.put()), S_OK);
     auto other = Inbox();
@@ -240,7 +240,7 @@ TEST_F(AdviseTest, WrongArgumentsAreRefused)
 
 TEST_F(AdviseTest, ATableWhoseRowsNeverChangeSaysThatItTellsNobody)
 {
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     ASSERT_CODE(CreateMemoryTable(MemoryRows(), {.columns = {kLabel}}, table.put()), S_OK);
     ULONG connection = 0;
     EXPECT_CODE(table->Advise(fnevTableModified, m_sink.get(), &connection), MAPI_E_NO_SUPPORT);

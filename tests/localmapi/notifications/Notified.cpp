@@ -98,14 +98,14 @@ Notified::~Notified()
     MAPIUninitialize();
 }
 
-Ref<IMAPITable> Notified::Inbox(ULONG flags)
+ComPtr<IMAPITable> Notified::Inbox(ULONG flags)
 {
     auto table = m_mailbox.Contents(flags);
     EXPECT_CODE(table->SetColumns(Tags{kLabel, PR_INSTANCE_KEY}, 0), S_OK);
     return table;
 }
 
-ULONG Notified::Advise(const Ref<IMAPITable> &table, const Ref<Sink> &sink)
+ULONG Notified::Advise(const ComPtr<IMAPITable> &table, const ComPtr<Sink> &sink)
 {
     ULONG connection = 0;
     EXPECT_CODE(table->Advise(fnevTableModified, sink.get(), &connection), S_OK);
@@ -113,7 +113,7 @@ ULONG Notified::Advise(const Ref<IMAPITable> &table, const Ref<Sink> &sink)
     return connection;
 }
 
-std::string Notified::Told(const Ref<Sink> &sink, std::size_t events)
+std::string Notified::Told(const ComPtr<Sink> &sink, std::size_t events)
 {
     static const std::map<ULONG, std::string> names = {{TABLE_CHANGED, "changed"},       {TABLE_ERROR, "error"},
                                                        {TABLE_ROW_ADDED, "added"},       {TABLE_ROW_DELETED, "deleted"},
@@ -150,7 +150,7 @@ EntryIdBytes Notified::AddTo(IMAPIFolder *folder, const char *label, Props more)
         std::lock_guard hold(m_labelling);
         submitTime = m_submitTime += 10000000;
     }
-    Ref<IMessage> message;
+    ComPtr<IMessage> message;
     EXPECT_CODE(folder->CreateMessage(nullptr, 0, message.put()), S_OK);
     more.insert(more.begin(), {Narrow(kLabel, label), Time(PR_CLIENT_SUBMIT_TIME, submitTime)});
     EXPECT_CODE(SetProps(message.get(), more), S_OK);

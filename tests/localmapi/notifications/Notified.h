@@ -92,10 +92,10 @@ class Notified : public testing::Test
     ~Notified() override;
 
     // The Inbox with the columns label and instance key, oldest first.
-    Ref<IMAPITable> Inbox(ULONG flags = 0);
-    static ULONG Advise(const Ref<IMAPITable> &table, const Ref<Sink> &sink);
+    ComPtr<IMAPITable> Inbox(ULONG flags = 0);
+    static ULONG Advise(const ComPtr<IMAPITable> &table, const ComPtr<Sink> &sink);
     // The next events of a sink in words: "added b after a", "modified a at the top", "deleted a", "changed".
-    std::string Told(const Ref<Sink> &sink, std::size_t events = 1);
+    std::string Told(const ComPtr<Sink> &sink, std::size_t events = 1);
     // A message in the Inbox that is known by its label from now on.
     EntryIdBytes Add(const char *label, Props more = {});
     EntryIdBytes AddTo(IMAPIFolder *folder, const char *label, Props more = {});
@@ -129,8 +129,8 @@ class Notified::Held
   private:
     Signal m_entered;
     Signal m_open;
-    Ref<IMAPITable> m_table;
-    Ref<Sink> m_sink;
+    ComPtr<IMAPITable> m_table;
+    ComPtr<Sink> m_sink;
     ULONG m_connection = 0;
 };
 

@@ -74,7 +74,7 @@ TEST_F(SinkTest, ASinkMayRestrictItsTableAndAdviseAnother)
 TEST_F(SinkTest, ASinkMayReleaseItsTable)
 {
     auto table = Inbox();
-    Ref<IMAPITable> *held = &table;
+    ComPtr<IMAPITable> *held = &table;
     Signal released;
     auto sink = MakeObject<Sink>([&](Sink &) {
         held->reset();
@@ -156,10 +156,10 @@ TEST_F(SinkTest, AdvisesThatComeAndGoInFourThreadsWhileMailArrivesAreNeverCalled
     std::atomic<bool> done{false};
     std::thread writer([&] {
         storage::Objects objects(m_mailbox.site());
-        const auto inbox = storage::Directory(m_mailbox.site()).mailbox(m_mailbox.alice().mailbox).inbox;
-        std::vector<storage::ObjectId> one{objects.createMessage(inbox, {})};
+        const auto inbox = storage::Directory(m_mailbox.site()).GetMailbox(m_mailbox.alice().mailbox).inbox;
+        std::vector<storage::ObjectId> one{objects.CreateMessage(inbox, {})};
         for (bool read = true; !done; read = !read)
-            objects.setRead(one, read);
+            objects.SetRead(one, read);
     });
     auto shared = Inbox();
     std::vector<std::thread> threads;

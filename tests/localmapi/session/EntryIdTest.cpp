@@ -25,7 +25,7 @@ HRESULT CodeOf(const Bytes &bytes, const SiteUid &site = kSite)
         Parse(bytes, site);
         return S_OK;
     } catch (const Failure &failure) {
-        return failure.code();
+        return failure.Code();
     }
 }
 

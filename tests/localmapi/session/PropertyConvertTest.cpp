@@ -25,7 +25,7 @@ HRESULT CodeOf(const std::function<void()> &action)
         action();
         return S_OK;
     } catch (const Failure &failure) {
-        return failure.code();
+        return failure.Code();
     }
 }
 
@@ -168,7 +168,7 @@ TEST(Properties, ErrorsAndNullsInAnArrayAreLeftOut)
     props[2].Value.l = 5;
     const storage::PropertyBag bag = BagFromProps(3, props);
     EXPECT_EQ(bag.size(), 1u);
-    EXPECT_NE(bag.find(PROP_TAG(PT_LONG, kId + 1)), nullptr);
+    EXPECT_NE(bag.Find(PROP_TAG(PT_LONG, kId + 1)), nullptr);
     EXPECT_CODE(CodeOf([] { BagFromProps(1, nullptr); }), MAPI_E_INVALID_PARAMETER);
 }
 
@@ -186,7 +186,7 @@ class GetPropsOfABag : public testing::Test
         try {
             return GiveProps(m_bag, tags, flags, &m_count, m_values.put());
         } catch (const Failure &failure) {
-            return failure.code();
+            return failure.Code();
         }
     }
 

@@ -21,7 +21,7 @@ class SiteFolder
         std::filesystem::create_directories(m_folder);
         const auto text = (m_folder / "site.db").u8string();
         const std::string file(text.begin(), text.end());
-        storage::Directory(storage::Site::create(file, "NORVIK1", "Norvik")).addUser("alice", "Alice Archer");
+        storage::Directory(storage::Site::Create(file, "NORVIK1", "Norvik")).AddUser("alice", "Alice Archer");
         m_variable.emplace("LOCALMAPI_FILE", file);
     }
     SiteFolder(const SiteFolder &) = delete;

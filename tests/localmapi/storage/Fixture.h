@@ -49,7 +49,7 @@ class SiteTest : public testing::Test
     ObjectId add(const std::string &subject, const PropertyBag &more = {});
     Container inbox() const { return {Container::Kind::Contents, box.inbox}; }
     std::vector<std::string> subjects(const View &view) const;
-    void expectSound() const; // check() has nothing to say
+    void expectSound() const; // Check() has nothing to say
 
     Folder folder;
     Site site;

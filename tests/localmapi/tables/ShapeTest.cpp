@@ -1,6 +1,7 @@
 // Proves order and filter of a table, how each is set and asked for, what a failing call leaves, and finding rows; over
 // rows in memory and over a folder alike.
 #include "TableFixture.h"
+#include "localmapi/provider/table/QueryRows.h"
 #include "localmapi/provider/table/Restriction.h"
 
 #include <algorithm>

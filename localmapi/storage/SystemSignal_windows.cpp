@@ -1,8 +1,8 @@
 // A commit sets the site's file's time of last write to now, and whoever watches its folder is told by the system:
 // after the commit can be seen, across sessions (in which a service and a user's program don't see each other's named
 // objects), and gone with the watcher however it ends.
-#include "localmapi/storage/ChangeSignal.h"
 #include "localmapi/storage/Error.h"
+#include "localmapi/storage/SystemSignal.h"
 #include <map>
 #include <vector>
 #include <windows.h>
@@ -13,7 +13,7 @@ namespace localmapi::storage
 namespace
 {
 
-std::wstring widened(const std::string &text)
+std::wstring Widened(const std::string &text)
 {
     int length = MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, nullptr, 0);
     std::wstring wide(static_cast<std::size_t>(length > 0 ? length : 1), L'\0');
@@ -22,10 +22,10 @@ std::wstring widened(const std::string &text)
     return wide;
 }
 
-std::wstring folderOf(const std::string &path)
+std::wstring FolderOf(const std::string &path)
 {
     std::size_t slash = path.find_last_of("/\\");
-    return widened(slash == path.npos ? "." : path.substr(0, slash + 1));
+    return Widened(slash == path.npos ? "." : path.substr(0, slash + 1));
 }
 
 } // namespace
@@ -48,11 +48,11 @@ SystemSignal::~SystemSignal()
     CloseHandle(m_impl->woken);
 }
 
-std::set<std::string> SystemSignal::listen(const std::set<std::string> &paths)
+std::set<std::string> SystemSignal::Listen(const std::set<std::string> &paths)
 {
     std::set<std::wstring> wanted;
     for (const std::string &path : paths)
-        wanted.insert(folderOf(path));
+        wanted.insert(FolderOf(path));
     std::erase_if(m_impl->folders, [&](const auto &folder) {
         if (wanted.count(folder.first))
             return false;
@@ -61,7 +61,7 @@ std::set<std::string> SystemSignal::listen(const std::set<std::string> &paths)
     });
     std::set<std::string> deaf;
     for (const std::string &path : paths) {
-        const std::wstring folder = folderOf(path);
+        const std::wstring folder = FolderOf(path);
         if (m_impl->folders.count(folder))
             continue;
         HANDLE handle = m_impl->folders.size() + 1 < MAXIMUM_WAIT_OBJECTS
@@ -76,7 +76,7 @@ std::set<std::string> SystemSignal::listen(const std::set<std::string> &paths)
     return deaf;
 }
 
-bool SystemSignal::wait(std::chrono::milliseconds longest)
+bool SystemSignal::Wait(std::chrono::milliseconds longest)
 {
     std::vector<HANDLE> handles{m_impl->woken};
     for (const auto &[folder, handle] : m_impl->folders)
@@ -99,16 +99,16 @@ bool SystemSignal::wait(std::chrono::milliseconds longest)
     return result != WAIT_TIMEOUT;
 }
 
-void SystemSignal::wake() noexcept
+void SystemSignal::Wake() noexcept
 {
     SetEvent(m_impl->woken);
 }
 
-void touch(const std::string &path) noexcept
+void Touch(const std::string &path) noexcept
 {
     try {
         HANDLE file =
-            CreateFileW(widened(path).c_str(), FILE_WRITE_ATTRIBUTES,
+            CreateFileW(Widened(path).c_str(), FILE_WRITE_ATTRIBUTES,
                         FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING, 0, nullptr);
         if (file == INVALID_HANDLE_VALUE)
             return; // the others find the change when they look of their own accord

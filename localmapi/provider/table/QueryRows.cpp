@@ -1,11 +1,7 @@
-#include "localmapi/provider/stream/Helpers.h"
-#include "localmapi/provider/base/ComObject.h"
+#include "localmapi/provider/table/QueryRows.h"
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/base/Memory.h"
-#include "localmapi/provider/stream/FileBytes.h"
-#include "localmapi/provider/stream/Stream.h"
 
-#include <limits>
 #include <vector>
 
 namespace localmapi
@@ -68,55 +64,6 @@ HRESULT QueryAllRows(IMAPITable *table, SPropTagArray *columns, SRestriction *re
         *rows = all.Release();
         return S_OK;
     });
-}
-
-HRESULT GetOneProp(IMAPIProp *object, ULONG tag, SPropValue **value) noexcept
-{
-    return Guarded([&]() -> HRESULT {
-        if (value)
-            *value = nullptr;
-        Require(object != nullptr && value != nullptr, "HrGetOneProp");
-        SPropTagArray tags = {1, {tag}};
-        ULONG count = 0;
-        Block<SPropValue> values;
-        const HRESULT hr = object->GetProps(&tags, 0, &count, values.put());
-        if (FAILED(hr))
-            return hr;
-        if (!values || count != 1)
-            return MAPI_E_NOT_FOUND;
-        if (PROP_TYPE(values->ulPropTag) == PT_ERROR)
-            return values->Value.err;
-        *value = values.release();
-        return S_OK;
-    });
-}
-
-HRESULT OpenFileStream(ULONG flags, const TCHAR *name, const TCHAR *prefix, IStream **stream) noexcept
-{
-    // How others may open the file meanwhile is left to them.
-    constexpr ULONG kShareModes = 0x70;
-    return Guarded([&]() -> HRESULT {
-        if (stream)
-            *stream = nullptr;
-        Require(stream != nullptr && name != nullptr && *name != 0, "OpenStreamOnFile");
-        if (flags & ~kShareModes || prefix)
-            NoSupport("files that are written");
-        StreamSettings settings;
-        settings.content = OpenFileBytes(name);
-        *stream = MakeStream(std::move(settings)).release();
-        return S_OK;
-    });
-}
-
-SPropValue *FindProp(SPropValue *values, ULONG count, ULONG tag) noexcept
-{
-    if (!values || PROP_TYPE(tag) == PT_ERROR)
-        return nullptr;
-    const bool anyType = PROP_TYPE(tag) == PT_UNSPECIFIED;
-    for (ULONG i = 0; i < count; ++i)
-        if (values[i].ulPropTag == tag || (anyType && PROP_ID(values[i].ulPropTag) == PROP_ID(tag)))
-            return &values[i];
-    return nullptr;
 }
 
 } // namespace localmapi

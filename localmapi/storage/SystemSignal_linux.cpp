@@ -1,7 +1,7 @@
 // A commit sets the times of the site's file to now, and whoever watches the file is told by inotify: after the commit
 // can be seen, without a file of its own, across processes and users, and gone with the watcher however it ends.
-#include "localmapi/storage/ChangeSignal.h"
 #include "localmapi/storage/Error.h"
+#include "localmapi/storage/SystemSignal.h"
 #include <cerrno>
 #include <fcntl.h>
 #include <map>
@@ -36,7 +36,7 @@ SystemSignal::~SystemSignal()
         close(m_impl->notices);
 }
 
-std::set<std::string> SystemSignal::listen(const std::set<std::string> &paths)
+std::set<std::string> SystemSignal::Listen(const std::set<std::string> &paths)
 {
     if (m_impl->notices < 0)
         return paths;
@@ -57,7 +57,7 @@ std::set<std::string> SystemSignal::listen(const std::set<std::string> &paths)
     return deaf;
 }
 
-bool SystemSignal::wait(std::chrono::milliseconds longest)
+bool SystemSignal::Wait(std::chrono::milliseconds longest)
 {
     pollfd sources[] = {{m_impl->woken, POLLIN, 0}, {m_impl->notices, POLLIN, 0}};
     if (poll(sources, m_impl->notices < 0 ? 1 : 2, static_cast<int>(longest.count())) <= 0)
@@ -70,14 +70,14 @@ bool SystemSignal::wait(std::chrono::milliseconds longest)
     return true;
 }
 
-void SystemSignal::wake() noexcept
+void SystemSignal::Wake() noexcept
 {
     const std::uint64_t one = 1;
     while (write(m_impl->woken, &one, sizeof one) < 0 && errno == EINTR) {
     }
 }
 
-void touch(const std::string &path) noexcept
+void Touch(const std::string &path) noexcept
 {
     // By name: a descriptor of the file that is closed would take SQLite's locks on it along. Where it is refused, the
     // others find the change when they look of their own accord.

@@ -8,5 +8,6 @@ function(precompiled_header name)
 endfunction()
 
 function(use_precompiled_header target name)
+    target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fpch-preprocess>) # ccache wants to see what is used
     target_precompile_headers(${target} REUSE_FROM precompiled_${name})
 endfunction()

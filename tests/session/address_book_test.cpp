@@ -5,7 +5,6 @@
 namespace
 {
 
-
 class AddressBookTest : public SessionTest
 {
   protected:

@@ -244,7 +244,7 @@ CalendarEvent Event(SYSTEMTIME start, LONG duration)
     event.lDuration = duration;
     return event;
 }
-std::string TextOf(const SYSTEMTIME &time)
+std::string ToTheMillisecond(const SYSTEMTIME &time)
 {
     char text[64];
     std::snprintf(text, sizeof text, "%04d-%02d-%02d(%d) %02d:%02d:%02d.%03d", time.wYear, time.wMonth, time.wDay,
@@ -268,8 +268,8 @@ TEST(RecurrenceMatchTest, AnOccurrenceKeepsItsTimeOfDayAndLength)
     for (const auto &example : cases) {
         CalendarEvent event = Event(example.start, example.duration);
         MoveToDay(event, Day(2026, 2, 28).stReference);
-        EXPECT_EQ(TextOf(event.stStart), example.startText);
-        EXPECT_EQ(TextOf(event.stEnd), example.endText);
+        EXPECT_EQ(ToTheMillisecond(event.stStart), example.startText);
+        EXPECT_EQ(ToTheMillisecond(event.stEnd), example.endText);
     }
 }
 
@@ -278,9 +278,9 @@ TEST(RecurrenceMatchTest, AnOccurrenceThatEndsBeyondAllDatesKeepsItsStoredEnd)
     for (const LONG duration : {LONG{0x7FFFFFFF}, static_cast<LONG>(0x80000000)}) {
         CalendarEvent event = Event({2020, 5, 1, 4, 12, 0, 0, 0}, duration);
         MoveToDay(event, Day(9000, 1, 1).stReference);
-        EXPECT_EQ(TextOf(event.stStart).substr(0, 10), "9000-01-01");
+        EXPECT_EQ(ToTheMillisecond(event.stStart).substr(0, 10), "9000-01-01");
         if (duration > 0) {
-            EXPECT_EQ(TextOf(event.stEnd), "2001-02-03(6) 04:05:06.000");
+            EXPECT_EQ(ToTheMillisecond(event.stEnd), "2001-02-03(6) 04:05:06.000");
         } else {
             EXPECT_EQ(event.stEnd.wYear, 4916);
         }

@@ -8,13 +8,6 @@ namespace localmapi::test
 namespace
 {
 
-// The texts that recipients are made of: as many as a test can have.
-char *Kept(const std::string &text)
-{
-    static std::list<std::string> texts;
-    return texts.emplace_back(text).data();
-}
-
 Rows RowsOf(IMAPITable *table, std::initializer_list<ULONG> tags)
 {
     Rows rows;
@@ -29,14 +22,28 @@ std::string Text(const SPropValue &value)
 
 } // namespace
 
+Recipient &Recipient::With(ULONG tag, const std::string &text)
+{
+    const auto &kept = m_texts.emplace_back(std::make_shared<std::string>(text));
+    m_values.push_back(Narrow(tag, kept->c_str()));
+    return *this;
+}
+
+Recipient &Recipient::With(const Recipient &more)
+{
+    m_values.insert(m_values.end(), more.m_values.begin(), more.m_values.end());
+    m_texts.insert(m_texts.end(), more.m_texts.begin(), more.m_texts.end());
+    return *this;
+}
+
 Recipient ByAddress(const char *type, const std::string &address, LONG as)
 {
-    return {Long(PR_RECIPIENT_TYPE, as), Narrow(PR_ADDRTYPE_A, type), Narrow(PR_EMAIL_ADDRESS_A, Kept(address))};
+    return Recipient{Long(PR_RECIPIENT_TYPE, as)}.With(PR_ADDRTYPE_A, type).With(PR_EMAIL_ADDRESS_A, address);
 }
 
 Recipient ByName(const std::string &name, LONG as)
 {
-    return {Long(PR_RECIPIENT_TYPE, as), Narrow(PR_DISPLAY_NAME_A, Kept(name))};
+    return Recipient{Long(PR_RECIPIENT_TYPE, as)}.With(PR_DISPLAY_NAME_A, name);
 }
 
 HRESULT Address(IMessage *message, std::vector<Recipient> recipients)
@@ -45,8 +52,8 @@ HRESULT Address(IMessage *message, std::vector<Recipient> recipients)
     auto *list = reinterpret_cast<ADRLIST *>(memory.data());
     list->cEntries = static_cast<ULONG>(recipients.size());
     for (std::size_t i = 0; i < recipients.size(); ++i) {
-        list->aEntries[i].cValues = static_cast<ULONG>(recipients[i].size());
-        list->aEntries[i].rgPropVals = recipients[i].data();
+        list->aEntries[i].cValues = static_cast<ULONG>(recipients[i].values().size());
+        list->aEntries[i].rgPropVals = recipients[i].values().data();
     }
     return message->ModifyRecipients(0, list);
 }

@@ -3,12 +3,27 @@
 #include "Helpers.h"
 #include "Mailbox.h"
 
+#include <initializer_list>
+#include <memory>
+#include <string>
 #include <vector>
 
 namespace localmapi::test
 {
 
-using Recipient = Props;
+// Somebody a message is for: values, and the texts of his own that they point to. Copies share the texts.
+class Recipient
+{
+  public:
+    Recipient(std::initializer_list<SPropValue> values) : m_values(values) {}
+    Recipient &With(ULONG tag, const std::string &text);
+    Recipient &With(const Recipient &more);
+    Props &values() { return m_values; }
+
+  private:
+    Props m_values;
+    std::vector<std::shared_ptr<std::string>> m_texts;
+};
 // Somebody by an address of a type; by a name alone; as the directory has him.
 Recipient ByAddress(const char *type, const std::string &address, LONG as = MAPI_TO);
 Recipient ByName(const std::string &name, LONG as = MAPI_TO);

@@ -65,8 +65,7 @@ TEST_F(NonDeliveryTest, WhoIsMeantFollowsFromEntryIdentifierThenAddressThenName)
     // What is no entry identifier of ours leaves the address to go by, and the name.
     Recipient foreign = ByEntryId(EntryIdBytes(30, 0x5A));
     EXPECT_EQ(Fate(foreign), unknown);
-    for (const SPropValue &value : ByAddress("EX", bob.dn))
-        foreign.push_back(value);
+    foreign.With(ByAddress("EX", bob.dn));
     EXPECT_EQ(Fate(foreign), "arrived");
 
     EXPECT_EQ(Fate(ByAddress("EX", bob.dn)), "arrived");

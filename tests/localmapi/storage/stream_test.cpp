@@ -35,13 +35,13 @@ TEST(Spools, HoldWhatWasWrittenAtAnyOffset)
     std::mt19937 random{11};
     Spool spool;
     std::vector<std::uint8_t> expected;
-    auto near = [&] {
+    auto around = [&] {
         std::int64_t at =
             static_cast<std::int64_t>(random() % 4 * kPiece) + static_cast<std::int64_t>(random() % 7) - 3;
         return static_cast<std::size_t>(std::max<std::int64_t>(at, 0));
     };
     for (int round = 0; round < 400; ++round) {
-        std::size_t offset = near();
+        std::size_t offset = around();
         switch (random() % 4) {
         case 0: {
             spool.resize(offset);

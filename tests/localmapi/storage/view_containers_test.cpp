@@ -59,7 +59,8 @@ TEST_F(Containers, OfFoldersShowTheirCountsAndTheirDepth)
     View deep(site, {Container::Kind::FoldersDeep, box.ipmSubtree});
     EXPECT_EQ(deep.count(), 7u);
     rows = deep.read(Place::beginning(), kForward, 99, columns);
-    EXPECT_EQ(subjectsOf(rows), (Subjects{"Calendar", "Deep", "Deleted Items", "Inbox", "Outbox", "Sent Items", "Sub"}));
+    EXPECT_EQ(subjectsOf(rows),
+              (Subjects{"Calendar", "Deep", "Deleted Items", "Inbox", "Outbox", "Sent Items", "Sub"}));
     EXPECT_EQ(rows[1].values[1], Value(std::int32_t{3}));
     EXPECT_EQ(rows[6].values[1], Value(std::int32_t{2}));
     View unread(site, {Container::Kind::FoldersDeep, box.ipmSubtree},

@@ -2,6 +2,7 @@
 #include "api/Frame.h"
 #include "api/ResultBlock.h"
 #include "common/trace/debug.h"
+#include "session/calendar/CalendarEvent.h"
 
 namespace
 {

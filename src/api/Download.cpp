@@ -1,6 +1,7 @@
 // The exports that fetch a message's text and save its recordings.
 #include "api/Frame.h"
 #include "api/ResultBlock.h"
+#include "messages/reading/DownloadedText.h"
 
 namespace
 {

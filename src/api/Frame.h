@@ -2,7 +2,7 @@
 #pragma once
 #include "OrlMapi32.h"
 #include "common/mapi/Contained.h"
-#include "session/CMAPIImpl.h"
+#include "session/SessionGuard.h"
 
 // An export's name and its own line. Every file of exports defines kFirstLine, the start of a range of a thousand, so
 // that no two exports report an exception with the same line: kFirstLine + n is line n of that file.

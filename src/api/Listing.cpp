@@ -64,24 +64,43 @@ class ListingHandles
     DWORD hBookmark;
 };
 
+// The arguments of a listing as callers give them.
+template <class Flavour> struct ListingArguments {
+    DWORD *phContentsTable;
+    DWORD *phOrigin;
+    LONG lRowCount;
+    typename Flavour::EmailHeader **ppHeaders;
+    ULONG *pcHeaders;
+    ULONG *pulTotalRows;
+    BYTE bRead;
+    BYTE bForward;
+    ULONG bkAbsBkmark;
+    BYTE bWithAttachments;
+    BYTE bPriority;
+    BYTE bFax;
+    BYTE bSummary;
+    const typename Flavour::Char *const *apszFaxServers;
+    ULONG cFaxServers;
+    BYTE bUM;
+
+    // A fax listing always lists attachments.
+    BYTE WithAttachments() const { return bFax ? BYTE{1} : bWithAttachments; }
+};
+
 template <class Flavour>
-HRESULT GetEmailHeaders(const Here &here, DWORD hConnection, OrlMailbox hMailbox, DWORD *phContentsTable,
-                        DWORD *phOrigin, LONG lRowCount, typename Flavour::EmailHeader **ppHeaders, ULONG *pcHeaders,
-                        ULONG *pulTotalRows, BYTE bRead, BYTE bForward, ULONG bkAbsBkmark, BYTE bWithAttachments,
-                        BYTE bPriority, BYTE bFax, BYTE bSummary, const typename Flavour::Char *const *apszFaxServers,
-                        ULONG cFaxServers, BYTE bUM)
+HRESULT GetEmailHeaders(const Here &here, DWORD hConnection, OrlMailbox hMailbox,
+                        const ListingArguments<Flavour> &arguments)
 {
-    *pcHeaders = 0;
+    *arguments.pcHeaders = 0;
     return WithMailbox(here, hConnection, hMailbox, [&](CMAPIImpl &session, IMsgStore *pIMsgStore) -> HRESULT {
-        const std::vector<tstring> servers = FaxServers<Flavour>(apszFaxServers, cFaxServers);
-        ListingHandles handles(session, phContentsTable, phOrigin);
+        const std::vector<tstring> servers = FaxServers<Flavour>(arguments.apszFaxServers, arguments.cFaxServers);
+        ListingHandles handles(session, arguments.phContentsTable, arguments.phOrigin);
         std::vector<Header> headers;
-        // A fax listing always lists attachments.
-        const BYTE fax = bFax != 0;
-        const HRESULT hr =
-            session.GetEmailHeaders(pIMsgStore, &handles.hTable, headers, &handles.hBookmark, lRowCount, pulTotalRows,
-                                    bRead, bForward, bkAbsBkmark, fax ? BYTE{1} : bWithAttachments, bPriority, fax,
-                                    bSummary, servers.data(), static_cast<ULONG>(servers.size()), bUM);
+        const HRESULT hr = session.GetEmailHeaders(
+            pIMsgStore, &handles.hTable, headers, &handles.hBookmark, arguments.lRowCount, arguments.pulTotalRows,
+            arguments.bRead, arguments.bForward, arguments.bkAbsBkmark, arguments.WithAttachments(),
+            arguments.bPriority, arguments.bFax != 0, arguments.bSummary, servers.data(),
+            static_cast<ULONG>(servers.size()), arguments.bUM);
         if (FAILED(hr))
             return hr;
 
@@ -95,8 +114,8 @@ HRESULT GetEmailHeaders(const Here &here, DWORD hConnection, OrlMailbox hMailbox
         }
         const HRESULT result = block.Result();
         if (auto *records = block.Release())
-            *ppHeaders = records;
-        *pcHeaders = completed;
+            *arguments.ppHeaders = records;
+        *arguments.pcHeaders = completed;
         handles.GiveToCaller();
         return result;
     });
@@ -109,9 +128,10 @@ HRESULT ORLAPI OrlGetEmailHeadersA(DWORD hConnection, OrlMailbox hMailbox, DWORD
                                    BYTE bRead, BYTE bForward, ULONG bkAbsBkmark, BYTE bWithAttachments, BYTE bPriority,
                                    BYTE bFax, BYTE bSummary, const LPCSTR *apszFaxServers, ULONG cFaxServers, BYTE bUM)
 {
-    return GetEmailHeaders<Narrow>(ORL_HERE("OrlGetEmailHeadersA"), hConnection, hMailbox, phContentsTable, phOrigin,
-                                   lRowCount, ppHeaders, pcHeaders, pulTotalRows, bRead, bForward, bkAbsBkmark,
-                                   bWithAttachments, bPriority, bFax, bSummary, apszFaxServers, cFaxServers, bUM);
+    return GetEmailHeaders<Narrow>(ORL_HERE("OrlGetEmailHeadersA"), hConnection, hMailbox,
+                                   {phContentsTable, phOrigin, lRowCount, ppHeaders, pcHeaders, pulTotalRows, bRead,
+                                    bForward, bkAbsBkmark, bWithAttachments, bPriority, bFax, bSummary, apszFaxServers,
+                                    cFaxServers, bUM});
 }
 
 HRESULT ORLAPI OrlGetEmailHeadersW(DWORD hConnection, OrlMailbox hMailbox, DWORD *phContentsTable, DWORD *phOrigin,
@@ -119,7 +139,8 @@ HRESULT ORLAPI OrlGetEmailHeadersW(DWORD hConnection, OrlMailbox hMailbox, DWORD
                                    BYTE bRead, BYTE bForward, ULONG bkAbsBkmark, BYTE bWithAttachments, BYTE bPriority,
                                    BYTE bFax, BYTE bSummary, const LPCWSTR *apszFaxServers, ULONG cFaxServers, BYTE bUM)
 {
-    return GetEmailHeaders<Wide>(ORL_HERE("OrlGetEmailHeadersW"), hConnection, hMailbox, phContentsTable, phOrigin,
-                                 lRowCount, ppHeaders, pcHeaders, pulTotalRows, bRead, bForward, bkAbsBkmark,
-                                 bWithAttachments, bPriority, bFax, bSummary, apszFaxServers, cFaxServers, bUM);
+    return GetEmailHeaders<Wide>(ORL_HERE("OrlGetEmailHeadersW"), hConnection, hMailbox,
+                                 {phContentsTable, phOrigin, lRowCount, ppHeaders, pcHeaders, pulTotalRows, bRead,
+                                  bForward, bkAbsBkmark, bWithAttachments, bPriority, bFax, bSummary, apszFaxServers,
+                                  cFaxServers, bUM});
 }

@@ -2,6 +2,7 @@
 #include "api/Frame.h"
 #include "api/ResultBlock.h"
 #include "api/TextFlavour.h"
+#include "session/Profile.h"
 
 namespace
 {

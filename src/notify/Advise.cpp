@@ -1,13 +1,11 @@
 // Watching a mailbox: making its sink, and ending sinks.
 #include "notify/AdviseSink.h"
 #include "notify/SinkRegistry.h"
+#include "session/SessionDependent.h"
 #include <new>
 
 namespace
 {
-
-constexpr char kEntryCounter[] = "%s[%d]: At entry, counter=[%ld]";
-constexpr char kExitCounter[] = "%s[%d]: At Exit, counter=[%ld]";
 
 void EndSink(CAdviseSink *pSink)
 {
@@ -16,6 +14,26 @@ void EndSink(CAdviseSink *pSink)
 
 // The reference that the host and the session have together. Whoever lets it go ends the sink.
 using AdvisedSink = Owner<CAdviseSink, EndSink>;
+
+// The sinks of a session end with it. Those that other threads are just ending are theirs. A callback that has ended
+// its own sink, or whose sink was ended by a provider that does not wait for it, may still be working on the session.
+class SessionSinks final : public SessionDependent
+{
+  public:
+    void EndFor(const CMAPIImpl &session) override
+    {
+        while (CAdviseSink *pSink = SinkRegistry::RemoveFirstOf(&session))
+            EndSink(pSink);
+        SinkRegistry::AwaitNotifications(&session);
+    }
+};
+
+// Before the first sink is a session's.
+void EndSinksWithTheirSessions()
+{
+    static constinit SessionSinks sinks;
+    [[maybe_unused]] static const bool registered = (RegisterDependent(sinks), true);
+}
 
 // A mailbox that is logged off again unless it is kept.
 class OpenedMailbox
@@ -57,7 +75,7 @@ HRESULT CMAPIImpl::Advise(const tstring &szMailbox, CAdviseSink **ppSink, Mailbo
                           ULONG_PTR ulContext, IMsgStore **ppMailboxMDB)
 {
     Operation op("CMAPIImpl::Advise", "szMailbox: \"%s\"", szMailbox.c_str());
-    op.ShowCounter(m_lOpenObjects, kEntryCounter, kExitCounter);
+    op.ShowCounter(OpenObjects(), kAtEntry, kAtExitCapital);
 
     OpenedMailbox mailbox(*this);
     HRESULT hr = mailbox.Open(szMailbox);
@@ -66,7 +84,7 @@ HRESULT CMAPIImpl::Advise(const tstring &szMailbox, CAdviseSink **ppSink, Mailbo
     *ppMailboxMDB = nullptr;
 
     VoiceMailTables tables;
-    hr = OpenVoiceMailTables(op, mailbox.get(), m_lOpenObjects, tables);
+    hr = OpenVoiceMailTables(op, mailbox.get(), OpenObjects(), tables);
     if (FAILED(hr) || !tables.Complete()) {
         op.Error("Failed to create message tables for %s", szMailbox.c_str());
         if (SUCCEEDED(hr)) {
@@ -82,8 +100,9 @@ HRESULT CMAPIImpl::Advise(const tstring &szMailbox, CAdviseSink **ppSink, Mailbo
         return E_OUTOFMEMORY;
     }
     IMsgStore *const pMailboxMDB = mailbox.Keep();
-    ScopedCount countedMailbox = ScopedCount::Adopt(m_lOpenObjects);
+    ScopedCount countedMailbox = ScopedCount::Adopt(OpenObjects());
     sink->Advise();
+    EndSinksWithTheirSessions();
     SinkRegistry::Enter(sink.get(), this);
     countedMailbox.Keep();
     *ppSink = sink.release();
@@ -99,13 +118,4 @@ HRESULT CMAPIImpl::Unadvise(CAdviseSink *pSink, ULONG *pulCount)
     if (sink)
         *pulCount = sink.release()->Unadvise();
     return S_OK;
-}
-
-// Sinks that other threads are just ending are theirs. A callback that has ended its own sink, or whose sink was ended
-// by a provider that does not wait for it, may still be working on the session.
-void CMAPIImpl::CancelSinks()
-{
-    while (CAdviseSink *pSink = SinkRegistry::RemoveFirstOf(this))
-        EndSink(pSink);
-    SinkRegistry::AwaitNotifications(this);
 }

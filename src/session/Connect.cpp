@@ -4,7 +4,9 @@
 #include "common/mapi/Operation.h"
 #include "common/mapi/Restriction.h"
 #include "session/CMAPIImpl.h"
+#include "session/LogOff.h"
 #include "session/OpenOptions.h"
+#include "session/SessionDependent.h"
 
 namespace
 {
@@ -78,6 +80,40 @@ HRESULT OpenDefaultStore(const Operation &op, IMAPISession *pSession, ComPtr<IMs
     return hr;
 }
 
+// Leaves what the failing step left: a session without a default store is still a session.
+HRESULT LogOn(CMAPIImpl &session, const Operation &op, const tstring &szProfile)
+{
+    if (!CMAPIImpl::IsMapiInitialised())
+        return op.Failed("MAPIInitialize", "trying to initialize MAPI support", E_FAIL);
+
+    ULONG ulFlags = MAPI_TIMEOUT_SHORT | MAPI_NO_MAIL | MAPI_EXTENDED | MAPI_NEW_SESSION;
+    if (CMAPIImpl::IsService()) {
+        DebugOutputA(kTraceState, "Configuring for service.");
+        ulFlags |= MAPI_NT_SERVICE;
+    }
+
+    const ServiceProfile serviceProfile(szProfile.empty());
+    ComPtr<IMAPISession> mapiSession;
+    HRESULT hr;
+    if (!szProfile.empty()) {
+        DebugOutputA(kTraceState, "Attempting to logon to MAPI using profile %s.", szProfile.c_str());
+        hr = LogOnTo(op, szProfile.c_str(), ulFlags | MAPI_EXPLICIT_PROFILE, mapiSession);
+    } else if (SUCCEEDED(session.CreateMailboxProfile(kServiceProfile))) {
+        DebugOutputA(kTraceState, "Attempting to logon to MAPI using profile MAPIImpl.");
+        hr = LogOnTo(op, kServiceProfile, ulFlags | MAPI_EXPLICIT_PROFILE, mapiSession);
+    } else {
+        DebugOutputA(kTraceState, "Attempting to logon to MAPI using default profile.");
+        hr = LogOnTo(op, nullptr, ulFlags | MAPI_USE_DEFAULT, mapiSession);
+    }
+    if (FAILED(hr))
+        return hr;
+
+    ComPtr<IMsgStore> store;
+    hr = OpenDefaultStore(op, mapiSession.get(), store);
+    session.State().Exchange(mapiSession, store);
+    return hr;
+}
+
 } // namespace
 
 HRESULT CMAPIImpl::Connect(const tstring &szServer, const tstring &szDefaultMailbox, const tstring &szProfile)
@@ -85,70 +121,29 @@ HRESULT CMAPIImpl::Connect(const tstring &szServer, const tstring &szDefaultMail
     const Operation op("CMAPIImpl::Connect", "Exchange Server: <%s>, Default Mailbox: <%s>, Profile: <%s>",
                        szServer.c_str(), szDefaultMailbox.c_str(), szProfile.c_str());
     Disconnect();
-    SetText(m_strServer, szServer);
-    SetText(m_strDefaultMailbox, szDefaultMailbox);
-    SetText(m_strProfile, szProfile);
+    m_state.SetServer(szServer);
+    m_state.SetDefaultMailbox(szDefaultMailbox);
+    m_state.SetProfile(szProfile);
 
-    const HRESULT hr = LogOn(op, szProfile);
-    const std::lock_guard lock(m_stateLock);
-    m_hrLast = hr;
-    return hr;
-}
-
-// Leaves what the failing step left: a session without a default store is still a session.
-HRESULT CMAPIImpl::LogOn(const Operation &op, const tstring &szProfile)
-{
-    if (!IsMapiInitialised())
-        return op.Failed("MAPIInitialize", "trying to initialize MAPI support", E_FAIL);
-
-    ULONG ulFlags = MAPI_TIMEOUT_SHORT | MAPI_NO_MAIL | MAPI_EXTENDED | MAPI_NEW_SESSION;
-    if (IsService()) {
-        DebugOutputA(kTraceState, "Configuring for service.");
-        ulFlags |= MAPI_NT_SERVICE;
-    }
-
-    const ServiceProfile serviceProfile(szProfile.empty());
-    ComPtr<IMAPISession> session;
-    HRESULT hr;
-    if (!szProfile.empty()) {
-        DebugOutputA(kTraceState, "Attempting to logon to MAPI using profile %s.", szProfile.c_str());
-        hr = LogOnTo(op, szProfile.c_str(), ulFlags | MAPI_EXPLICIT_PROFILE, session);
-    } else if (SUCCEEDED(CreateMailboxProfile(kServiceProfile))) {
-        DebugOutputA(kTraceState, "Attempting to logon to MAPI using profile MAPIImpl.");
-        hr = LogOnTo(op, kServiceProfile, ulFlags | MAPI_EXPLICIT_PROFILE, session);
-    } else {
-        DebugOutputA(kTraceState, "Attempting to logon to MAPI using default profile.");
-        hr = LogOnTo(op, nullptr, ulFlags | MAPI_USE_DEFAULT, session);
-    }
-    if (FAILED(hr))
-        return hr;
-
-    ComPtr<IMsgStore> store;
-    hr = OpenDefaultStore(op, session.get(), store);
-    const std::lock_guard lock(m_stateLock);
-    std::swap(m_lpSession, session);
-    std::swap(m_lpMDB, store);
+    const HRESULT hr = LogOn(*this, op, szProfile);
+    m_state.SetResult(hr);
     return hr;
 }
 
 HRESULT CMAPIImpl::Disconnect()
 {
     const Operation op("CMAPIImpl::Disconnect");
-    LogOff();
+    LogOff(*this);
     return S_OK;
 }
 
-void CMAPIImpl::LogOff()
+void LogOff(CMAPIImpl &session)
 {
-    CancelSinks();
-    ComPtr<IMAPISession> session;
+    EndDependentsOf(session);
+    ComPtr<IMAPISession> mapiSession;
     ComPtr<IMsgStore> store;
-    {
-        const std::lock_guard lock(m_stateLock);
-        std::swap(m_lpSession, session);
-        std::swap(m_lpMDB, store);
-    }
+    session.State().Exchange(mapiSession, store);
     store.reset();
-    if (session)
-        session->Logoff(0, 0, 0);
+    if (mapiSession)
+        mapiSession->Logoff(0, 0, 0);
 }

@@ -3,6 +3,7 @@
 #include "common/mapi/MapiArguments.h"
 #include "common/mapi/Operation.h"
 #include "session/CMAPIImpl.h"
+#include "session/MailboxIdentity.h"
 #include "session/OpenOptions.h"
 
 namespace
@@ -10,51 +11,31 @@ namespace
 
 constexpr HRESULT kMapiNotInitialised = static_cast<HRESULT>(0x8001011F);
 
-} // namespace
-
-HRESULT CMAPIImpl::Logon(const tstring &szMailbox, IMsgStore **ppMailboxMDB)
-{
-    const Operation op("CMAPIImpl::Logon", "szMailbox: \"%s\", pMailboxMDB: %p, FolderCounter=[%ld]", szMailbox.c_str(),
-                       ppMailboxMDB, m_lOpenObjects.load());
-    if (!IsMapiInitialised())
-        return kMapiNotInitialised;
-    const ComPtr<IMAPISession> session = MapiSession();
-    if (!session)
-        return NotConnected();
-
-    MailboxIdentity identity;
-    const HRESULT hr = ObtainMailboxName(szMailbox, identity);
-    if (FAILED(hr))
-        return hr;
-    DebugOutputA(kTraceState, "%s - DisplayName=%s, Email=%s, Address Type=%s", szMailbox.c_str(),
-                 identity.strDisplayName.c_str(), identity.strEmailAddress.c_str(), identity.strAddressType.c_str());
-    return OpenMailbox(op, session.get(), identity.strEmailAddress, ppMailboxMDB);
-}
-
 // The text that names the server in its distinguished name; asked for once where the host gave none.
-tstring CMAPIImpl::ServerName()
+tstring ServerName(CMAPIImpl &session)
 {
-    tstring strServer = Text(m_strServer);
+    tstring strServer = session.State().Server();
     if (strServer.empty()) {
         tstring strUser;
         bool bMatched = false;
-        GetExchangeServerName(strServer, Text(m_strProfile), strUser, bMatched);
-        SetText(m_strServer, strServer);
+        session.GetExchangeServerName(strServer, session.State().Profile(), strUser, bMatched);
+        session.State().SetServer(strServer);
     }
     return strServer;
 }
 
 // The server's distinguished name carries no organisation and no site, whatever the mailbox's one has.
-HRESULT CMAPIImpl::OpenMailbox(const Operation &op, IMAPISession *pSession, const tstring &strMailboxDN,
-                               IMsgStore **ppMailboxMDB)
+HRESULT OpenMailbox(CMAPIImpl &session, const Operation &op, IMAPISession *pSession, const tstring &strMailboxDN,
+                    IMsgStore **ppMailboxMDB)
 {
-    const tstring strServer = ServerName();
-    const ComPtr<IMsgStore> defaultStore = DefaultStore();
+    const tstring strServer = ServerName(session);
+    const ComPtr<IMsgStore> defaultStore = session.State().DefaultStore();
     if (!defaultStore) {
         op.Error("Error m_lpMDB is NULL.");
         return E_UNEXPECTED;
     }
 
+    std::atomic<LONG> &counter = session.OpenObjects();
     ComPtr<IExchangeManageStore> manageStore;
     HRESULT hr =
         Acquired(defaultStore->QueryInterface(IID_IExchangeManageStore, reinterpret_cast<void **>(manageStore.put())),
@@ -62,7 +43,7 @@ HRESULT CMAPIImpl::OpenMailbox(const Operation &op, IMAPISession *pSession, cons
     if (FAILED(hr))
         return op.Failed("QueryInterface(IID_IExchangeManageStore)",
                          "trying to query the interface to managing Exchange message stores", defaultStore.get(), hr);
-    const ScopedCount countedManageStore(m_lOpenObjects);
+    const ScopedCount countedManageStore(counter);
 
     const tstring strServerDN = "/cn=Configuration/cn=Servers/cn=" + strServer + "/cn=Microsoft Private MDB";
     OwnedEntryID entryID;
@@ -71,7 +52,7 @@ HRESULT CMAPIImpl::OpenMailbox(const Operation &op, IMAPISession *pSession, cons
                                                  OpenOptions::StoreEntryIDFlags(), &entryID.cb, entryID.pEntryID.put()),
                  entryID.pEntryID);
     // Counted whatever came of it, and uncounted only with an entry ID to free.
-    ScopedCount countedEntryID(m_lOpenObjects);
+    ScopedCount countedEntryID(counter);
     if (!entryID.pEntryID)
         countedEntryID.Keep();
     if (FAILED(hr))
@@ -90,11 +71,32 @@ HRESULT CMAPIImpl::OpenMailbox(const Operation &op, IMAPISession *pSession, cons
     if (FAILED(hr))
         return op.Failed("OpenMsgStore", "trying to open the message store (Server=%s, Mailbox=%s).", pSession, hr,
                          strServer.c_str(), strMailboxDN.c_str());
-    ScopedCount(m_lOpenObjects).Keep();
+    ScopedCount(counter).Keep();
     op.State("Successfully opened the message store (ServerDN=%s, MailboxDN=%s). FolderCount[%ld]", strServerDN.c_str(),
-             strMailboxDN.c_str(), m_lOpenObjects.load());
+             strMailboxDN.c_str(), counter.load());
     *ppMailboxMDB = store.release();
     return hr;
+}
+
+} // namespace
+
+HRESULT CMAPIImpl::Logon(const tstring &szMailbox, IMsgStore **ppMailboxMDB)
+{
+    const Operation op("CMAPIImpl::Logon", "szMailbox: \"%s\", pMailboxMDB: %p, FolderCounter=[%ld]", szMailbox.c_str(),
+                       ppMailboxMDB, m_lOpenObjects.load());
+    if (!IsMapiInitialised())
+        return kMapiNotInitialised;
+    const ComPtr<IMAPISession> session = m_state.MapiSession();
+    if (!session)
+        return m_state.NotConnected();
+
+    MailboxIdentity identity;
+    const HRESULT hr = ObtainMailboxName(szMailbox, identity);
+    if (FAILED(hr))
+        return hr;
+    DebugOutputA(kTraceState, "%s - DisplayName=%s, Email=%s, Address Type=%s", szMailbox.c_str(),
+                 identity.strDisplayName.c_str(), identity.strEmailAddress.c_str(), identity.strAddressType.c_str());
+    return OpenMailbox(*this, op, session.get(), identity.strEmailAddress, ppMailboxMDB);
 }
 
 HRESULT CMAPIImpl::Logoff(IMsgStore *pMailboxMDB)

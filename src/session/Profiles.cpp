@@ -5,6 +5,7 @@
 #include "common/mapi/Restriction.h"
 #include "common/text/Multibyte.h"
 #include "session/CMAPIImpl.h"
+#include "session/Profile.h"
 #include <cstring>
 
 namespace
@@ -92,8 +93,8 @@ HRESULT AdminServices(const Operation &op, IMAPISession *pSession, const tstring
 HRESULT CMAPIImpl::CreateMailboxProfile(const tstring &szProfile)
 {
     const Operation op("CMAPIImpl::CreateMailboxProfile", "szProfile: \"%s\"", szProfile.c_str());
-    const tstring strMailbox = Text(m_strDefaultMailbox);
-    const tstring strServer = Text(m_strServer);
+    const tstring strMailbox = m_state.DefaultMailbox();
+    const tstring strServer = m_state.Server();
     if (strMailbox.empty() || strServer.empty()) {
         DebugOutputA(kTraceError, "[%d]: Need a default mailbox and server name in-order to create the profile \"%s\"",
                      __LINE__, szProfile.c_str());
@@ -123,7 +124,7 @@ HRESULT CMAPIImpl::CreateMailboxProfile(const tstring &szProfile)
 HRESULT CMAPIImpl::GetAvailableProfiles(std::vector<Profile> &profiles)
 {
     Operation op("CMAPIImpl::GetAvailableProfiles");
-    op.ShowCounter(m_lOpenObjects, "%s[%d]: At entry, counter=[%ld]", "%s[%d]: At exit, counter=[%ld]");
+    op.ShowCounter(m_lOpenObjects, kAtEntry, kAtExit);
     profiles.clear();
     if (!IsMapiInitialised()) {
         op.Error("Error MAPI has not been initialised.");
@@ -170,7 +171,7 @@ HRESULT CMAPIImpl::GetExchangeServerName(tstring &strServer, const tstring &szPr
         return E_UNEXPECTED;
     }
 
-    const ComPtr<IMAPISession> session = MapiSession();
+    const ComPtr<IMAPISession> session = m_state.MapiSession();
     ComPtr<IMsgServiceAdmin> serviceAdmin;
     HRESULT hr = AdminServices(op, session.get(), szProfile, serviceAdmin);
     if (FAILED(hr))

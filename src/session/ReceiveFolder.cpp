@@ -8,7 +8,7 @@ HRESULT OpenReceiveFolder(const Operation &operation, IMsgStore *pIMsgStore, std
                                 entryID.pEntryID);
     if (FAILED(hr))
         return operation.Failed("GetReceiveFolder", "trying to obtain the ID for the receive folder.", pIMsgStore, hr);
-    return OpenCounted(operation, pIMsgStore, entryID.cb, entryID.pEntryID.get(), &IID_IMAPIFolder, MAPI_BEST_ACCESS,
+    return OpenCounted(operation, {pIMsgStore, entryID.cb, entryID.pEntryID.get()}, &IID_IMAPIFolder, MAPI_BEST_ACCESS,
                        counter, "trying to access and open the receive folder.", inbox.folder);
 }
 

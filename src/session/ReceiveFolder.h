@@ -1,8 +1,8 @@
 // The folder that new messages arrive in, and the shaping of its contents tables. A failing step is reported under the
 // operation's name, and its HRESULT is given back.
 #pragma once
-#include "common/mapi/Counted.h"
 #include "common/mapi/Restriction.h"
+#include "session/OpenCounted.h"
 
 // Counted in the session's open-object counter while it is held, and held together with its entry ID.
 struct ReceiveFolder {

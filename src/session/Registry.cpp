@@ -2,7 +2,8 @@
 // serialises all of it.
 #include "common/mapi/Contained.h"
 #include "common/trace/debug.h"
-#include "session/CMAPIImpl.h"
+#include "session/SessionDependent.h"
+#include "session/SessionGuard.h"
 #include "session/SessionReferences.h"
 #include <cstdlib>
 #include <new>
@@ -88,8 +89,8 @@ SessionGuard CMAPIImpl::Locate(DWORD hConnection)
 }
 
 // The session itself ends outside the lock: what it cancels and logs off may wait for a callback of the host's that is
-// running, and that may be waiting for the lock. Its sinks are cancelled here, on the closing thread, also where
-// another thread is still inside a call and will let the session go.
+// running, and that may be waiting for the lock. What depends on it ends here, on the closing thread, also
+// where another thread is still inside a call and will let the session go.
 bool CMAPIImpl::Free(DWORD hConnection)
 {
     SessionGuard freed;
@@ -99,7 +100,7 @@ bool CMAPIImpl::Free(DWORD hConnection)
         return Erase(g_connections, hConnection);
     });
     if (freed)
-        Contained({"CMAPIImpl::Free", __LINE__}, [&] { freed->CancelSinks(); });
+        Contained({"CMAPIImpl::Free", __LINE__}, [&] { EndDependentsOf(*freed); });
     return bRemoved;
 }
 

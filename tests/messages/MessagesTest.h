@@ -3,6 +3,7 @@
 #pragma once
 #include "OrlMapi32.h"
 #include "session/CMAPIImpl.h"
+#include "session/SessionGuard.h"
 #include "support/MapiDouble.h"
 #include <optional>
 #include <string>

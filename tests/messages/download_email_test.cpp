@@ -1,5 +1,6 @@
 // Downloading a message's text: what is asked of the message, and how a text too large to come at once is read.
 #include "messages/MessagesTest.h"
+#include "messages/reading/DownloadedText.h"
 
 using namespace messages_test;
 using testing::Contains;

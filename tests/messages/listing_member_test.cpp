@@ -1,6 +1,7 @@
 // A listing below its export: the list and the handles that the member works on, the sentence of each failing step, and
 // exceptions that reach the export itself.
 #include "messages/MessagesTest.h"
+#include "messages/listing/Header.h"
 #include <functional>
 #include <new>
 #include <set>

@@ -1,6 +1,7 @@
 // A header listing, as a conversation: what it asks of the store and the table, in which order and with which flags,
 // what it makes of each row, and what it writes into the trace.
 #include "messages/MessagesTest.h"
+#include "messages/listing/Header.h"
 #include <algorithm>
 #include <atomic>
 #include <new>

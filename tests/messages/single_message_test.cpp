@@ -2,6 +2,7 @@
 // refuses.
 #include "messages/MessagesTest.h"
 #include "messages/listing/FaxSettings.h"
+#include "messages/listing/Header.h"
 #include <cstring>
 #include <new>
 

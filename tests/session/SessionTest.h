@@ -2,7 +2,10 @@
 #pragma once
 #include "OrlMapi32.h"
 #include "session/CMAPIImpl.h"
+#include "session/MailboxIdentity.h"
 #include "session/OpenOptions.h"
+#include "session/Profile.h"
+#include "session/SessionGuard.h"
 #include "support/MapiDouble.h"
 #include "support/TraceCapture.h"
 #include <gmock/gmock.h>

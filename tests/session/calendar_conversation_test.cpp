@@ -1,6 +1,7 @@
 // What reading a day of the calendar asks MAPI, in which order and with which flags, what it traces, and what it does
 // with every failure.
 #include "session/CalendarTest.h"
+#include "session/calendar/CalendarEvent.h"
 #include <algorithm>
 
 using namespace calendar_test;

@@ -1,5 +1,6 @@
 // Which recurring appointments fall on a day: every branch of the rules, with the points in which they are not what a
 // calendar shows, and the occurrence of the day.
+#include "session/calendar/CalendarEvent.h"
 #include "session/calendar/RecurrenceMatch.h"
 #include <gtest/gtest.h>
 #include <string>

@@ -1,6 +1,7 @@
 // What becomes of the rows of a day: their fields, which of them are left out, recurring ones, and the block that the
 // caller gets.
 #include "session/CalendarTest.h"
+#include "session/calendar/CalendarEvent.h"
 
 using namespace calendar_test;
 using testing::ElementsAre;

@@ -1,6 +1,6 @@
 // Many threads at once: creating, using and closing connections, sharing one, and closing it under the others' feet.
 #include "OrlMapi32.h"
-#include "session/CMAPIImpl.h"
+#include "session/SessionGuard.h"
 #include "support/MapiDouble.h"
 #include "support/TraceCapture.h"
 #include <atomic>

@@ -1,8 +1,7 @@
-// A MAPI object that a running operation holds, counted in the session's open-object counter while it does.
+// What a running operation holds of MAPI, counted in the session's open-object counter while it does: an object, and
+// the properties of one. Each belongs to its operation's thread.
 #pragma once
 #include "common/base/Owners.h"
-#include "common/mapi/Operation.h"
-#include "session/OpenEntry.h"
 
 template <class Interface> struct Counted {
     ComPtr<Interface> object;
@@ -38,27 +37,24 @@ template <class Interface> struct Counted {
     }
 };
 
-// Opens an entry and counts it; a failure is reported with the sentence.
-template <class Interface>
-HRESULT OpenCounted(const Operation &operation, IMsgStore *pIMsgStore, ULONG cbEntryID, const void *lpEntryID,
-                    LPCIID lpInterface, ULONG ulFlags, std::atomic<LONG> &counter, const char *sentence,
-                    Counted<Interface> &opened)
+// Values in the order in which they were asked for; none where the object gave none.
+class CountedProperties
 {
-    const HRESULT hr =
-        opened.Count(HrOpenEntry(pIMsgStore, cbEntryID, lpEntryID, lpInterface, ulFlags, opened.object), counter);
-    return FAILED(hr) ? operation.Failed("HrOpenEntry", sentence, pIMsgStore, hr) : hr;
-}
+  public:
+    HRESULT Get(IMAPIProp *pObject, LPSPropTagArray tags, std::atomic<LONG> &counter)
+    {
+        const HRESULT hr = pObject->GetProps(tags, 0, &m_cValues, m_values.put());
+        if (SUCCEEDED(hr))
+            m_count = ScopedCount(counter);
+        return hr;
+    }
+    const SPropValue *begin() const { return m_values.get(); }
+    const SPropValue *end() const { return m_values.get() + size(); }
+    ULONG size() const { return m_values ? m_cValues : 0; }
+    const SPropValue &operator[](ULONG i) const { return m_values.get()[i]; }
 
-inline HRESULT OpenMessage(const Operation &operation, IMsgStore *pIMsgStore, ULONG cbEntryID, const void *lpEntryID,
-                           std::atomic<LONG> &counter, Counted<IMessage> &message)
-{
-    return OpenCounted(operation, pIMsgStore, cbEntryID, lpEntryID, &IID_IMessage, MAPI_BEST_ACCESS, counter,
-                       "trying to access and open the message.", message);
-}
-
-// The refusal of every operation on a message without a store.
-inline HRESULT NoStore(const Operation &operation)
-{
-    operation.Error("Error pIMsgStore is NULL.");
-    return E_POINTER;
-}
+  private:
+    ULONG m_cValues = 0;
+    MapiBuffer<SPropValue> m_values;
+    ScopedCount m_count;
+};

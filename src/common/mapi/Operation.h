@@ -7,6 +7,12 @@
 #include <atomic>
 #include <string>
 
+// How the counter is written. Operations differ in the spelling, and each keeps its own.
+inline constexpr char kAtEntry[] = "%s[%d]: At entry, counter=[%ld]";
+inline constexpr char kAtEntryCapital[] = "%s[%d]: At Entry, counter=[%ld]";
+inline constexpr char kAtExit[] = "%s[%d]: At exit, counter=[%ld]";
+inline constexpr char kAtExitCapital[] = "%s[%d]: At Exit, counter=[%ld]";
+
 class Operation
 {
   public:
@@ -34,8 +40,7 @@ class Operation
 
     const char *Name() const { return m_szFunction; }
 
-    // Writes the counter now with `entry` and when the function is left with `exit`. Both texts are whole formats:
-    // "%s[%d]: At entry, counter=[%ld]".
+    // Writes the counter now with `entry` and when the function is left with `exit`, two of the formats above.
     void ShowCounter(const std::atomic<LONG> &counter, At entry, At exit)
     {
         ShowCounterAtExit(counter, exit);
@@ -86,11 +91,12 @@ class Operation
     }
 
   private:
+    static std::string LineFormat(const char *szText);
     template <class... Arguments> void Line(DWORD value, const At &text, Arguments... arguments) const
     {
         if (!IsDebugEnabled(value))
             return;
-        const std::string format = std::string("%s[%d]: ") + text.szText;
+        const std::string format = LineFormat(text.szText);
         DebugOutputA(value, format.c_str(), m_szFunction, text.nLine, arguments...);
     }
     void WriteCounter(int nLine, const char *format) const

@@ -1,14 +1,11 @@
 // The library's text type: a narrow standard string whose members test pointers that come from outside and
 // report a bad one in the trace instead of crashing.
 #pragma once
+#include "common/base/Encoding.h"
 #include <cstdarg>
-#include <string>
 #include <windows.h>
 
 #include <oleauto.h>
-
-// Wide text is UTF-16 on every target: wchar_t on Windows, char16_t on Linux.
-using wtext = std::basic_string<WCHAR>;
 
 class tstring : public std::string
 {

@@ -1,33 +1,10 @@
+// tstring from and to wide text, GUIDs and the values of automation.
 #include "common/text/TextReports.h"
 #include "common/text/tstring.h"
 #include "common/trace/debug.h"
-#include <cstring>
 
 namespace
 {
-
-// Text of a length as the conversions count it.
-int Length(std::size_t length)
-{
-    return static_cast<int>(length);
-}
-
-// Only these code pages take the flag that refuses invalid text; the others always find a substitute.
-DWORD StrictFlags(UINT codePage)
-{
-    return codePage == CP_UTF8 || codePage == 54936 ? WC_ERR_INVALID_CHARS : 0;
-}
-
-// True when text was measured and is wholly valid in its code page.
-bool Measured(int length)
-{
-    return length > 0 && GetLastError() != ERROR_NO_UNICODE_TRANSLATION;
-}
-
-template <class Text> void CutAtNul(Text &text)
-{
-    text.resize(std::char_traits<typename Text::value_type>::length(text.c_str()));
-}
 
 template <class Integer> bool ReadHex(const char *text, int digits, Integer &value)
 {
@@ -64,37 +41,14 @@ bool ReadGuid(const std::string &text, GUID &guid)
 
 void tstring::ToWide(wtext &wide, UINT codePage) const
 {
-    if (empty())
-        return;
-    DWORD flags = codePage ? MB_ERR_INVALID_CHARS : 0;
-    SetLastError(ERROR_SUCCESS);
-    int length = MultiByteToWideChar(codePage, flags, data(), Length(size()), nullptr, 0);
-    if (codePage && !Measured(length)) {
-        codePage = CP_ACP;
-        flags = 0;
-        length = MultiByteToWideChar(codePage, flags, data(), Length(size()), nullptr, 0);
-    }
-    wtext converted(static_cast<std::size_t>(length), WCHAR{});
-    MultiByteToWideChar(codePage, flags, data(), Length(size()), converted.data(), length);
-    CutAtNul(converted);
-    wide = std::move(converted);
+    if (!empty())
+        wide = WidenText(*this, codePage);
 }
 
 void tstring::FromWide(const wtext &wide, UINT codePage)
 {
-    if (wide.empty())
-        return;
-    DWORD flags = StrictFlags(codePage);
-    SetLastError(ERROR_SUCCESS);
-    int length = WideCharToMultiByte(codePage, flags, wide.data(), Length(wide.size()), nullptr, 0, nullptr, nullptr);
-    if (codePage && !Measured(length)) {
-        codePage = CP_ACP;
-        flags = 0;
-        length = WideCharToMultiByte(codePage, flags, wide.data(), Length(wide.size()), nullptr, 0, nullptr, nullptr);
-    }
-    resize(static_cast<size_type>(length));
-    WideCharToMultiByte(codePage, flags, wide.data(), Length(wide.size()), data(), length, nullptr, nullptr);
-    CutAtNul(*this);
+    if (!wide.empty())
+        assign(NarrowText(wide, codePage));
 }
 
 tstring::tstring(const GUID &guid)

@@ -1,8 +1,8 @@
 #include "common/trace/DebugTrace.h"
 #include "common/base/AnyConvention.h"
+#include "common/base/Encoding.h"
 #include "common/base/FaultGuard.h"
 #include "common/base/SystemCalls.h"
-#include "common/text/tstring.h"
 #include "common/trace/TraceLine.h"
 #include <algorithm>
 #include <cstdio>
@@ -57,8 +57,7 @@ void DebugTrace::Identify(Identity &identity, HMODULE hModule, const char *szMod
 
     name.resize(kNameLength, ' ');
     identity.szName[name.copy(identity.szName, kNameLength)] = 0;
-    wtext wide;
-    tstring(name).ToWide(wide, CP_UTF8);
+    wtext wide = WidenText(name, CP_UTF8);
     wide.resize(kNameLength, ' ');
     identity.szWideName[wide.copy(identity.szWideName, kNameLength)] = 0;
 }

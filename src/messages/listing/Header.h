@@ -1,14 +1,7 @@
 // What a listing or a single-message read knows of a message, before it is copied into the caller's records.
 #pragma once
-#include "common/text/tstring.h"
+#include "messages/reading/Attachment.h"
 #include <vector>
-
-struct Attachment {
-    ULONG ulSize = 0;
-    ULONG ulAttachNum = 0;
-    tstring strMimeTag;
-    tstring strFilename;
-};
 
 struct Header {
     bool bRead = false;

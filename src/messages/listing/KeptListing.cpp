@@ -53,3 +53,21 @@ HRESULT KeptListing::CreateBookmark()
     return m_operation.Failed("CreateBookmark", "trying to mark the position of the next page in the table.",
                               m_table.get(), hr);
 }
+
+HRESULT CMAPIImpl::ReleaseHandles(DWORD hTable, DWORD hBookmark)
+{
+    const auto shown = [](DWORD handle) { return reinterpret_cast<void *>(static_cast<ULONG_PTR>(handle)); };
+    Operation operation("CMAPIImpl::ReleaseHandles", "hTable: %p, hBookmark: %p", shown(hTable), shown(hBookmark));
+    operation.ShowCounter(OpenObjects(), kAtEntry, kAtExitCapital);
+
+    KeptListing listing(*this, operation);
+    operation.Stage([&] {
+        listing.TakeBack(hTable, hBookmark);
+        return S_OK;
+    });
+    operation.Stage([&] {
+        listing.FreeBookmark();
+        return S_OK;
+    });
+    return S_OK;
+}

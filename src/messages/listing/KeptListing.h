@@ -1,7 +1,10 @@
-// A contents table and the bookmark at which its next page begins, while a call owns them. Between calls they stand
-// in the session's registries, where the table stays counted as an open object.
+// The one owner of a listing's contents table and of the bookmark at which its next page begins. A call that has taken
+// them back owns them until it hands them over again, or gives them up with this object. Between calls they belong to
+// the caller's two handles: the session's registries record them, the table stays counted as an open object, and only a
+// call that takes them back can give them back to MAPI. On the thread of that call.
 #pragma once
 #include "common/mapi/Counted.h"
+#include "common/mapi/Operation.h"
 #include "session/CMAPIImpl.h"
 
 class KeptListing

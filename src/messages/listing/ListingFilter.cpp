@@ -13,7 +13,7 @@ constexpr Property kCreatorName{PR_CREATOR_NAME_A, "PR_CREATOR_NAME"};
 constexpr Property kSenderAddress{PR_SENDER_EMAIL_ADDRESS_A, "PR_SENDER_EMAIL_ADDRESS"};
 
 // Faxes of every server named, read and unread, and of the fax product's own domain.
-Restriction FaxesOfServers(const std::vector<tstring> &faxServers)
+Restriction FaxesOfServers(std::span<const tstring> faxServers)
 {
     std::vector<Restriction> origins;
     for (const tstring &server : faxServers)
@@ -30,7 +30,7 @@ Restriction FaxesByKnowledge(const FaxKnowledge &fax)
     return Any({Is(kCreatorName, fax.strCreatorName), Is(kSenderAddress, fax.strCreatorName)});
 }
 
-std::optional<Restriction> FaxOrigin(const ListingFlags &flags, const std::vector<tstring> &faxServers,
+std::optional<Restriction> FaxOrigin(const ListingFlags &flags, std::span<const tstring> faxServers,
                                      const FaxKnowledge &fax)
 {
     if (flags.bSummary && flags.bFax)
@@ -45,7 +45,7 @@ std::optional<Restriction> FaxOrigin(const ListingFlags &flags, const std::vecto
 
 } // namespace
 
-Restriction ListingFilter(const ListingFlags &flags, const std::vector<tstring> &faxServers, const FaxKnowledge &fax)
+Restriction ListingFilter(const ListingFlags &flags, std::span<const tstring> faxServers, const FaxKnowledge &fax)
 {
     std::vector<Restriction> conditions;
     conditions.push_back(IsNot(kMessageClass, kOwnVoiceMessageClass));

@@ -2,7 +2,7 @@
 #pragma once
 #include "common/mapi/Restriction.h"
 #include "common/text/tstring.h"
-#include <vector>
+#include <span>
 
 struct ListingFlags {
     bool bRead = false;
@@ -21,4 +21,4 @@ struct FaxKnowledge {
 // The filter and, in its description, the text under which it is traced. Every listing is split by priority, by read
 // state (except a summary of faxes), by unified-messaging class and by fax origin; the voicemail server's own
 // messages never appear. The fax servers' names matter to a summary of faxes only.
-Restriction ListingFilter(const ListingFlags &flags, const std::vector<tstring> &faxServers, const FaxKnowledge &fax);
+Restriction ListingFilter(const ListingFlags &flags, std::span<const tstring> faxServers, const FaxKnowledge &fax);

@@ -1,5 +1,9 @@
+// A message's attachments: their numbers, what a listing shows of one, and saving the recording in one, wherever its
+// bytes are stored.
 #include "common/mapi/Counted.h"
 #include "common/mapi/MapiArguments.h"
+#include "common/mapi/Operation.h"
+#include "messages/reading/Attachment.h"
 #include "messages/reading/AttachmentStorage.h"
 #include "messages/reading/VoiceStream.h"
 #include "session/CMAPIImpl.h"
@@ -122,7 +126,7 @@ HRESULT CMAPIImpl::HrPopulateAttachList(IMessage *pmsg, std::vector<ULONG> &atta
 {
     Operation operation("CMAPIImpl::HrPopulateAttachList", "pmsg: %p", static_cast<void *>(pmsg));
     Counted<IMAPITable> table;
-    HRESULT hr = table.Count(pmsg->GetAttachmentTable(0, table.object.put()), m_lOpenObjects);
+    HRESULT hr = table.Count(pmsg->GetAttachmentTable(0, table.object.put()), OpenObjects());
     if (FAILED(hr))
         return operation.Failed("GetAttachmentTable", "trying to get the attachment table for the message.", pmsg, hr);
 
@@ -131,7 +135,7 @@ HRESULT CMAPIImpl::HrPopulateAttachList(IMessage *pmsg, std::vector<ULONG> &atta
     if (FAILED(hr))
         return operation.Failed("HrQueryAllRows", "trying to get the list of attachments for the message.", table.get(),
                                 hr);
-    const ScopedCount counted(m_lOpenObjects);
+    const ScopedCount counted(OpenObjects());
     for (ULONG i = 0; i < rows->cRows; ++i) {
         const SRow &row = rows->aRow[i];
         for (ULONG column = 0; row.lpProps && column < row.cValues; ++column) {
@@ -151,7 +155,7 @@ HRESULT CMAPIImpl::HrProcessAttachment(IMessage *pmsg, ULONG ulAttachNum, Attach
     Operation operation("CMAPIImpl::HrProcessAttachment", "pmsg: %p, ulAttachNum: %u", static_cast<void *>(pmsg),
                         ulAttachNum);
     Counted<IAttach> attach;
-    HRESULT hr = OpenAttachment(operation, pmsg, ulAttachNum, m_lOpenObjects, attach);
+    HRESULT hr = OpenAttachment(operation, pmsg, ulAttachNum, OpenObjects(), attach);
     if (FAILED(hr))
         return hr;
     ULONG cValues = 0;
@@ -177,7 +181,7 @@ HRESULT CMAPIImpl::HrStreamInAttachment(IMessage *pmsg, ULONG ulAttachNum, const
     Operation operation("CMAPIImpl::HrStreamInAttachment", "pmsg: %p, ulAttachNum: %u, szFilename: \"%s\"",
                         static_cast<void *>(pmsg), ulAttachNum, szFilename.c_str());
     Counted<IAttach> attach;
-    HRESULT hr = OpenAttachment(operation, pmsg, ulAttachNum, m_lOpenObjects, attach);
+    HRESULT hr = OpenAttachment(operation, pmsg, ulAttachNum, OpenObjects(), attach);
     if (FAILED(hr))
         return hr;
 
@@ -194,7 +198,7 @@ HRESULT CMAPIImpl::HrStreamInAttachment(IMessage *pmsg, ULONG ulAttachNum, const
     }
 
     AttachmentStream source;
-    hr = attachment.IsVoice() ? OpenByMethod(attach.get(), attachment, m_lOpenObjects, source) : E_FAIL;
+    hr = attachment.IsVoice() ? OpenByMethod(attach.get(), attachment, OpenObjects(), source) : E_FAIL;
     if (FAILED(hr))
         return operation.Failed(
             "OpenAttach",

@@ -1,6 +1,8 @@
-#include "common/mapi/Counted.h"
+// Saving what a message holds: its text, and its recordings as files.
 #include "common/mapi/MapiArguments.h"
+#include "messages/reading/DownloadedText.h"
 #include "session/CMAPIImpl.h"
+#include "session/OpenCounted.h"
 
 namespace
 {
@@ -25,28 +27,27 @@ tstring TextOrLargeText(const Operation &operation, IMessage *pMessage, const SP
 
 HRESULT CMAPIImpl::DownloadEmail(IMsgStore *pIMsgStore, ULONG cbEntryID, const BYTE *lpEntryID, DownloadedText &text)
 {
+    const StoreEntry entry(pIMsgStore, cbEntryID, lpEntryID);
     Operation operation("CMAPIImpl::DownloadEmail", "pIMsgStore: %p, EntryID: \"%s\", ...",
-                        static_cast<void *>(pIMsgStore), GetEntryIDString(cbEntryID, lpEntryID).c_str());
-    operation.ShowCounter(m_lOpenObjects, "%s[%d]: At Entry, counter=[%ld]", "%s[%d]: At Exit, counter=[%ld]");
+                        static_cast<void *>(entry.pIMsgStore), entry.Text().c_str());
+    operation.ShowCounter(OpenObjects(), kAtEntryCapital, kAtExitCapital);
     return operation.Stage([&]() -> HRESULT {
-        if (!pIMsgStore)
+        if (!entry.pIMsgStore)
             return NoStore(operation);
         Counted<IMessage> message;
-        HRESULT hr = OpenMessage(operation, pIMsgStore, cbEntryID, lpEntryID, m_lOpenObjects, message);
+        HRESULT hr = OpenMessage(operation, entry, OpenObjects(), message);
         if (FAILED(hr))
             return hr;
-        ULONG cValues = 0;
-        MapiBuffer<SPropValue> values;
-        hr = message->GetProps(PropTags<PR_BODY_A, PR_SUBJECT_A>(), 0, &cValues, values.put());
+        CountedProperties properties;
+        hr = properties.Get(message.get(), PropTags<PR_BODY_A, PR_SUBJECT_A>(), OpenObjects());
         if (FAILED(hr))
             return operation.Failed("GetProps", "trying to determine specific properties the message.", message.get(),
                                     hr);
-        const ScopedCount counted(m_lOpenObjects);
-        // Values come in the order in which they were asked for, also those that are errors.
-        if (values && cValues > 0)
-            text.strBody = TextOrLargeText(operation, message.get(), values.get()[0], PR_BODY_A);
-        if (values && cValues > 1)
-            text.strSubject = TextOrLargeText(operation, message.get(), values.get()[1], PR_SUBJECT_A);
+        // Also those that are errors have their place.
+        if (properties.size() > 0)
+            text.strBody = TextOrLargeText(operation, message.get(), properties[0], PR_BODY_A);
+        if (properties.size() > 1)
+            text.strSubject = TextOrLargeText(operation, message.get(), properties[1], PR_SUBJECT_A);
         return hr;
     });
 }
@@ -54,16 +55,16 @@ HRESULT CMAPIImpl::DownloadEmail(IMsgStore *pIMsgStore, ULONG cbEntryID, const B
 HRESULT CMAPIImpl::DownloadAttachment(IMsgStore *pIMsgStore, ULONG cbEntryID, const BYTE *lpEntryID, ULONG ulAttachNum,
                                       const tstring &szFilename)
 {
+    const StoreEntry entry(pIMsgStore, cbEntryID, lpEntryID);
     Operation operation("CMAPIImpl::DownloadAttachment",
                         "pIMsgStore: %p, EntryID: \"%s\", ulAttachNum: %lu, szFilename: \"%s\"",
-                        static_cast<void *>(pIMsgStore), GetEntryIDString(cbEntryID, lpEntryID).c_str(), ulAttachNum,
-                        szFilename.c_str());
-    operation.ShowCounter(m_lOpenObjects, "%s[%d]: At entry, counter=[%ld]", "%s[%d]: At exit, counter=[%ld]");
+                        static_cast<void *>(entry.pIMsgStore), entry.Text().c_str(), ulAttachNum, szFilename.c_str());
+    operation.ShowCounter(OpenObjects(), kAtEntry, kAtExit);
     return operation.Stage([&]() -> HRESULT {
-        if (!pIMsgStore)
+        if (!entry.pIMsgStore)
             return NoStore(operation);
         Counted<IMessage> message;
-        const HRESULT hr = OpenMessage(operation, pIMsgStore, cbEntryID, lpEntryID, m_lOpenObjects, message);
+        const HRESULT hr = OpenMessage(operation, entry, OpenObjects(), message);
         if (FAILED(hr))
             return hr;
         return HrStreamInAttachment(message.get(), ulAttachNum, szFilename);

@@ -1,5 +1,6 @@
 // Attaching a file to a message.
 #include "common/mapi/Counted.h"
+#include "common/mapi/Operation.h"
 #include "common/mapi/PropertyValues.h"
 #include "session/CMAPIImpl.h"
 #include <cstdlib>
@@ -55,7 +56,7 @@ HRESULT CMAPIImpl::AttachFile(IMessage *pMsg, IStream *pSourceStream, const char
     Operation operation("CMAPIImpl::AttachFile",
                         "pMsg: %p, pSourceStream: %p, szFilename: \"%s\", szDisplayName: \"%s\"",
                         static_cast<void *>(pMsg), static_cast<void *>(pSourceStream), szFilename, szDisplayName);
-    operation.ShowCounter(m_lOpenObjects, "%s[%d]: At entry, counter=[%ld]", "%s[%d]: At Exit, counter=[%ld]");
+    operation.ShowCounter(OpenObjects(), kAtEntry, kAtExitCapital);
 
     HRESULT hr = pSourceStream->Seek(LARGE_INTEGER{}, STREAM_SEEK_SET, nullptr);
     if (FAILED(hr))
@@ -63,14 +64,14 @@ HRESULT CMAPIImpl::AttachFile(IMessage *pMsg, IStream *pSourceStream, const char
 
     ULONG ulAttachNum = 0;
     Counted<IAttach> attach;
-    hr = attach.Count(pMsg->CreateAttach(nullptr, 0, &ulAttachNum, attach.object.put()), m_lOpenObjects);
+    hr = attach.Count(pMsg->CreateAttach(nullptr, 0, &ulAttachNum, attach.object.put()), OpenObjects());
     if (FAILED(hr))
         return operation.Failed("CreateAttach", "trying to create the attachment", pMsg, hr);
 
     Counted<IStream> data;
     hr = data.Count(attach->OpenProperty(PR_ATTACH_DATA_BIN, &IID_IStream, 0, MAPI_CREATE | MAPI_MODIFY,
                                          reinterpret_cast<IUnknown **>(data.object.put())),
-                    m_lOpenObjects);
+                    OpenObjects());
     if (FAILED(hr))
         return operation.Failed("OpenProperty", "trying to open the attachment property for storing the binary data",
                                 attach.get(), hr);

@@ -9,9 +9,6 @@
 namespace
 {
 
-constexpr char kEntryCounter[] = "%s[%d]: At entry, counter=[%ld]";
-constexpr char kExitCounter[] = "%s[%d]: At exit, counter=[%ld]";
-
 // Values of PR_LAST_VERB_EXECUTED and PR_ICON_INDEX as mail clients know them.
 constexpr LONG kVerbReplyToSender = 102;
 constexpr LONG kVerbForward = 104;
@@ -76,13 +73,13 @@ HRESULT CopyContent(const Operation &operation, const Copy &copy)
 
 // The original, marked, and a new message with its content. Once there is a new message, marking, saving and copying
 // follow each other whatever became of the step before, and the last one gives the result.
-HRESULT CopyOriginal(const Operation &operation, IMsgStore *pIMsgStore, ULONG cbEntryID, const BYTE *lpEntryID,
-                     LONG lVerb, std::atomic<LONG> &counter, Copy &copy)
+HRESULT CopyOriginal(const Operation &operation, const StoreEntry &original, LONG lVerb, std::atomic<LONG> &counter,
+                     Copy &copy)
 {
-    HRESULT hr = OpenCounted(operation, pIMsgStore, cbEntryID, lpEntryID, &IID_IMessage, MAPI_BEST_ACCESS, counter,
+    HRESULT hr = OpenCounted(operation, original, &IID_IMessage, MAPI_BEST_ACCESS, counter,
                              "trying to access and open the original message.", copy.original);
     if (SUCCEEDED(hr))
-        hr = OpenOutbox(operation, pIMsgStore, counter, copy.outbox);
+        hr = OpenOutbox(operation, original.pIMsgStore, counter, copy.outbox);
     if (SUCCEEDED(hr))
         hr = CreateMessage(operation, copy.outbox, counter, copy.message);
     if (FAILED(hr))
@@ -109,18 +106,14 @@ HRESULT KeepInSentItems(const Operation &operation, IMsgStore *pIMsgStore, IMess
 // The address of the original's sender; empty where it has none.
 HRESULT ReadSender(const Operation &operation, IMessage *pOriginal, std::atomic<LONG> &counter, tstring &strSender)
 {
-    ULONG cValues = 0;
-    MapiBuffer<SPropValue> values;
-    const HRESULT hr = pOriginal->GetProps(PropTags<PR_SENDER_EMAIL_ADDRESS_A>(), 0, &cValues, values.put());
+    CountedProperties properties;
+    const HRESULT hr = properties.Get(pOriginal, PropTags<PR_SENDER_EMAIL_ADDRESS_A>(), counter);
     if (FAILED(hr))
         return operation.Failed("GetProps", "trying to retrieve the specified properties from the original message.",
                                 pOriginal, hr);
-    const ScopedCount counted(counter);
-    for (ULONG i = 0; values && i < cValues; ++i) {
-        const SPropValue &value = values.get()[i];
+    for (const SPropValue &value : properties)
         if (value.ulPropTag == PR_SENDER_EMAIL_ADDRESS_A && value.Value.lpszA)
             strSender = value.Value.lpszA;
-    }
     return hr;
 }
 
@@ -134,31 +127,31 @@ HRESULT SaveAndSubmit(const Operation &operation, IMessage *pMessage)
 
 HRESULT CMAPIImpl::ForwardEmail(ULONG cbEntryID, const BYTE *lpEntryID, const tstring &m_TargetAlias)
 {
-    const ComPtr<IMsgStore> store = DefaultStore();
+    const ComPtr<IMsgStore> store = m_state.DefaultStore();
     return ForwardEmail(store.get(), cbEntryID, lpEntryID, m_TargetAlias);
 }
 
 HRESULT CMAPIImpl::RespondEmail(ULONG cbEntryID, const BYTE *lpEntryID, const tstring &szFile,
                                 const tstring &szFilename, ULONG ulUnused)
 {
-    const ComPtr<IMsgStore> store = DefaultStore();
+    const ComPtr<IMsgStore> store = m_state.DefaultStore();
     return RespondEmail(store.get(), cbEntryID, lpEntryID, szFile, szFilename, ulUnused);
 }
 
 HRESULT CMAPIImpl::ForwardEmail(IMsgStore *pIMsgStore, ULONG cbEntryID, const BYTE *lpEntryID,
                                 const tstring &m_TargetAlias)
 {
+    const StoreEntry original(pIMsgStore, cbEntryID, lpEntryID);
     Operation operation("CMAPIImpl::ForwardEmail", "pIMsgStore: %p, EntryID: \"%s\", m_TargetAlias: \"%s\"",
-                        static_cast<void *>(pIMsgStore), GetEntryIDString(cbEntryID, lpEntryID).c_str(),
-                        m_TargetAlias.c_str());
-    operation.ShowCounter(m_lOpenObjects, kEntryCounter, kExitCounter);
-    if (!pIMsgStore)
+                        static_cast<void *>(original.pIMsgStore), original.Text().c_str(), m_TargetAlias.c_str());
+    operation.ShowCounter(OpenObjects(), kAtEntry, kAtExit);
+    if (!original.pIMsgStore)
         return NoStore(operation);
     Copy copy;
-    HRESULT hr = CopyOriginal(operation, pIMsgStore, cbEntryID, lpEntryID, kVerbForward, m_lOpenObjects, copy);
+    HRESULT hr = CopyOriginal(operation, original, kVerbForward, OpenObjects(), copy);
     if (!copy.message)
         return hr;
-    hr = FirstFailure(hr, KeepInSentItems(operation, pIMsgStore, copy.message.get(), m_lOpenObjects));
+    hr = FirstFailure(hr, KeepInSentItems(operation, original.pIMsgStore, copy.message.get(), OpenObjects()));
     AddressList recipients;
     if (SUCCEEDED(hr))
         hr = CreateAddressList(recipients.put(), m_TargetAlias.c_str());
@@ -172,30 +165,30 @@ HRESULT CMAPIImpl::ForwardEmail(IMsgStore *pIMsgStore, ULONG cbEntryID, const BY
 HRESULT CMAPIImpl::RespondEmail(IMsgStore *pIMsgStore, ULONG cbEntryID, const BYTE *lpEntryID, const tstring &szFile,
                                 const tstring &szFilename, ULONG)
 {
-    Operation operation("CMAPIImpl::RespondEmail",
-                        "pIMsgStore: %p, EntryID: \"%s\", szFile: \"%s\", szFilename: \"%s\"",
-                        static_cast<void *>(pIMsgStore), GetEntryIDString(cbEntryID, lpEntryID).c_str(), szFile.c_str(),
-                        szFilename.c_str());
-    operation.ShowCounter(m_lOpenObjects, kEntryCounter, kExitCounter);
-    if (!pIMsgStore)
+    const StoreEntry original(pIMsgStore, cbEntryID, lpEntryID);
+    Operation operation(
+        "CMAPIImpl::RespondEmail", "pIMsgStore: %p, EntryID: \"%s\", szFile: \"%s\", szFilename: \"%s\"",
+        static_cast<void *>(original.pIMsgStore), original.Text().c_str(), szFile.c_str(), szFilename.c_str());
+    operation.ShowCounter(OpenObjects(), kAtEntry, kAtExit);
+    if (!original.pIMsgStore)
         return NoStore(operation);
     Copy copy;
-    HRESULT hr = CopyOriginal(operation, pIMsgStore, cbEntryID, lpEntryID, kVerbReplyToSender, m_lOpenObjects, copy);
+    HRESULT hr = CopyOriginal(operation, original, kVerbReplyToSender, OpenObjects(), copy);
     if (!copy.message)
         return hr;
     Counted<IStream> source;
     if (SUCCEEDED(hr) && !szFile.empty()) {
-        hr = OpenSource(operation, szFile, m_lOpenObjects, source);
+        hr = OpenSource(operation, szFile, OpenObjects(), source);
         if (SUCCEEDED(hr))
             hr = AttachFile(copy.message.get(), source.get(), szFile.c_str(), szFilename.c_str());
     }
     hr = FirstFailure(hr, SaveMessage(operation, copy.message.get()));
-    hr = FirstFailure(hr, KeepInSentItems(operation, pIMsgStore, copy.message.get(), m_lOpenObjects));
+    hr = FirstFailure(hr, KeepInSentItems(operation, original.pIMsgStore, copy.message.get(), OpenObjects()));
 
     tstring strSender;
     AddressList recipients;
     if (SUCCEEDED(hr))
-        hr = ReadSender(operation, copy.original.get(), m_lOpenObjects, strSender);
+        hr = ReadSender(operation, copy.original.get(), OpenObjects(), strSender);
     if (SUCCEEDED(hr))
         hr = CreateAddressList(recipients.put(), strSender.c_str());
     if (SUCCEEDED(hr))

@@ -19,8 +19,7 @@ HRESULT OpenOutbox(const Operation &operation, IMsgStore *pIMsgStore, std::atomi
                                     counter, outbox.id);
     if (FAILED(hr))
         return hr;
-    const SBinary &id = outbox.id.Bytes();
-    return OpenCounted(operation, pIMsgStore, id.cb, id.lpb, &IID_IMAPIFolder, MAPI_MODIFY, counter,
+    return OpenCounted(operation, {pIMsgStore, outbox.id.Bytes()}, &IID_IMAPIFolder, MAPI_MODIFY, counter,
                        "trying to access and open the outbox folder.", outbox.folder);
 }
 

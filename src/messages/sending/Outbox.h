@@ -1,8 +1,8 @@
 // What every message that leaves a mailbox takes: the store's outbox, a new message in it, recipients, a file, and its
 // submission. Each step reports its own failure; what it gives counts as an open object while it is held.
 #pragma once
-#include "common/mapi/Counted.h"
 #include "common/text/tstring.h"
+#include "session/OpenCounted.h"
 
 // A property of a store that names one of its folders.
 struct FolderID {

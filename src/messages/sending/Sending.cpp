@@ -3,13 +3,12 @@
 #include "common/mapi/MessageTerms.h"
 #include "common/mapi/PropertyValues.h"
 #include "messages/sending/Outbox.h"
+#include "messages/sending/OutgoingEmail.h"
 #include "session/CMAPIImpl.h"
 #include <vector>
 
 namespace
 {
-
-constexpr char kExitCounter[] = "%s[%d]: At Exit, counter=[%ld]";
 
 std::vector<SPropValue> PropertiesOf(const OutgoingEmail &email)
 {
@@ -48,65 +47,26 @@ const char *PrivateText(const OutgoingEmail &email)
     return email.bPrivate ? ", PRIVATE" : "";
 }
 
-} // namespace
-
-HRESULT CMAPIImpl::SendEmail(const OutgoingEmail &email)
-{
-    const ComPtr<IMsgStore> store = DefaultStore();
-    return SendEmail(store.get(), email);
-}
-
-HRESULT CMAPIImpl::SendUMEmail(const OutgoingEmail &email, const VoiceDetails &voice)
-{
-    const ComPtr<IMsgStore> store = DefaultStore();
-    return SendUMEmail(store.get(), email, voice);
-}
-
-HRESULT CMAPIImpl::SendEmail(IMsgStore *pIMsgStore, const OutgoingEmail &email)
-{
-    Operation operation("CMAPIImpl::SendEmail",
-                        "pIMsgStore: %p, m_TargetAlias: \"%s\", szSubject: \"%s\", szBody: \"%s\"%s%s, szFile: \"%s\", "
-                        "szFilename: \"%s\"",
-                        static_cast<void *>(pIMsgStore), email.m_TargetAlias.c_str(), email.strSubject.c_str(),
-                        email.strBody.c_str(), UrgentText(email), PrivateText(email), email.strFile.c_str(),
-                        email.strFilename.c_str());
-    operation.ShowCounter(m_lOpenObjects, "%s[%d]: At Entry, counter=[%ld]", kExitCounter);
-    return Send(operation, pIMsgStore, email, nullptr);
-}
-
-HRESULT CMAPIImpl::SendUMEmail(IMsgStore *pIMsgStore, const OutgoingEmail &email, const VoiceDetails &voice)
-{
-    Operation operation("CMAPIImpl::SendUMEmail",
-                        "pIMsgStore: %p, m_TargetAlias: \"%s\", szSubject: \"%s\", szBody: \"%s\"%s%s, szFile: \"%s\", "
-                        "szFilename: \"%s\", lSecs: %ld, szNumber: %s, szName: \"%s\", szOrder: %s, offset: %ld, "
-                        "ulMsgReceived: %lu",
-                        static_cast<void *>(pIMsgStore), email.m_TargetAlias.c_str(), email.strSubject.c_str(),
-                        email.strBody.c_str(), UrgentText(email), PrivateText(email), email.strFile.c_str(),
-                        email.strFilename.c_str(), voice.lSecs, voice.strNumber.c_str(), voice.strName.c_str(),
-                        voice.strOrder.c_str(), voice.offset, voice.ulMsgReceived);
-    operation.ShowCounter(m_lOpenObjects, "%s[%d]: At entry, counter=[%ld]", kExitCounter);
-    return Send(operation, pIMsgStore, email, &voice);
-}
-
 // A plain message without voice details. What fails leaves a message that was never saved and goes with its last
 // reference.
-HRESULT CMAPIImpl::Send(const Operation &operation, IMsgStore *pIMsgStore, const OutgoingEmail &email,
-                        const VoiceDetails *pVoice)
+HRESULT Send(CMAPIImpl &session, const Operation &operation, IMsgStore *pIMsgStore, const OutgoingEmail &email,
+             const VoiceDetails *pVoice)
 {
     if (!pIMsgStore)
         return NoStore(operation);
+    std::atomic<LONG> &counter = session.OpenObjects();
     Outbox outbox;
-    HRESULT hr = OpenOutbox(operation, pIMsgStore, m_lOpenObjects, outbox);
+    HRESULT hr = OpenOutbox(operation, pIMsgStore, counter, outbox);
     if (FAILED(hr))
         return hr;
     Counted<IMessage> message;
-    hr = CreateMessage(operation, outbox, m_lOpenObjects, message);
+    hr = CreateMessage(operation, outbox, counter, message);
     if (FAILED(hr))
         return hr;
 
     Counted<IStream> source;
     AddressList recipients;
-    hr = CreateAddressList(recipients.put(), email.m_TargetAlias.c_str());
+    hr = session.CreateAddressList(recipients.put(), email.m_TargetAlias.c_str());
     if (SUCCEEDED(hr))
         hr = ModifyRecipients(operation, message.get(), recipients.get());
     if (FAILED(hr))
@@ -120,15 +80,55 @@ HRESULT CMAPIImpl::Send(const Operation &operation, IMsgStore *pIMsgStore, const
         return hr;
 
     if (!email.strFile.empty()) {
-        hr = OpenSource(operation, email.strFile, m_lOpenObjects, source);
+        hr = OpenSource(operation, email.strFile, counter, source);
         if (SUCCEEDED(hr))
-            hr = AttachFile(message.get(), source.get(), email.strFile.c_str(), email.strFilename.c_str());
+            hr = session.AttachFile(message.get(), source.get(), email.strFile.c_str(), email.strFilename.c_str());
         if (FAILED(hr))
             return hr;
     }
 
     hr = SubmitMessage(operation, message.get());
     if (SUCCEEDED(hr) && pVoice)
-        operation.State("Message submitted successfully.[%ld]", m_lOpenObjects.load());
+        operation.State("Message submitted successfully.[%ld]", counter.load());
     return hr;
+}
+
+} // namespace
+
+HRESULT CMAPIImpl::SendEmail(const OutgoingEmail &email)
+{
+    const ComPtr<IMsgStore> store = m_state.DefaultStore();
+    return SendEmail(store.get(), email);
+}
+
+HRESULT CMAPIImpl::SendUMEmail(const OutgoingEmail &email, const VoiceDetails &voice)
+{
+    const ComPtr<IMsgStore> store = m_state.DefaultStore();
+    return SendUMEmail(store.get(), email, voice);
+}
+
+HRESULT CMAPIImpl::SendEmail(IMsgStore *pIMsgStore, const OutgoingEmail &email)
+{
+    Operation operation("CMAPIImpl::SendEmail",
+                        "pIMsgStore: %p, m_TargetAlias: \"%s\", szSubject: \"%s\", szBody: \"%s\"%s%s, szFile: \"%s\", "
+                        "szFilename: \"%s\"",
+                        static_cast<void *>(pIMsgStore), email.m_TargetAlias.c_str(), email.strSubject.c_str(),
+                        email.strBody.c_str(), UrgentText(email), PrivateText(email), email.strFile.c_str(),
+                        email.strFilename.c_str());
+    operation.ShowCounter(OpenObjects(), kAtEntryCapital, kAtExitCapital);
+    return Send(*this, operation, pIMsgStore, email, nullptr);
+}
+
+HRESULT CMAPIImpl::SendUMEmail(IMsgStore *pIMsgStore, const OutgoingEmail &email, const VoiceDetails &voice)
+{
+    Operation operation("CMAPIImpl::SendUMEmail",
+                        "pIMsgStore: %p, m_TargetAlias: \"%s\", szSubject: \"%s\", szBody: \"%s\"%s%s, szFile: \"%s\", "
+                        "szFilename: \"%s\", lSecs: %ld, szNumber: %s, szName: \"%s\", szOrder: %s, offset: %ld, "
+                        "ulMsgReceived: %lu",
+                        static_cast<void *>(pIMsgStore), email.m_TargetAlias.c_str(), email.strSubject.c_str(),
+                        email.strBody.c_str(), UrgentText(email), PrivateText(email), email.strFile.c_str(),
+                        email.strFilename.c_str(), voice.lSecs, voice.strNumber.c_str(), voice.strName.c_str(),
+                        voice.strOrder.c_str(), voice.offset, voice.ulMsgReceived);
+    operation.ShowCounter(OpenObjects(), kAtEntry, kAtExitCapital);
+    return Send(*this, operation, pIMsgStore, email, &voice);
 }

@@ -1,9 +1,10 @@
 // A day of the calendar: its folder, the appointments that lie within the day, and those that recur on it.
 #include "ExchangeMapi.h"
-#include "common/mapi/Counted.h"
 #include "common/mapi/MapiArguments.h"
 #include "common/mapi/Restriction.h"
 #include "session/CMAPIImpl.h"
+#include "session/ReceiveFolder.h"
+#include "session/calendar/CalendarEvent.h"
 #include "session/calendar/RecurrenceMatch.h"
 #include <array>
 #include <stdio.h>
@@ -196,23 +197,16 @@ HRESULT CMAPIImpl::ObtainCalendarEvents(IMsgStore *pIMsgStore, const tstring &sz
         if (!pIMsgStore)
             return NoStore(operation);
         events.clear();
-        Counted<IMAPIFolder> folder;
-        OwnedEntryID inbox;
-        HRESULT hr = Acquired(pIMsgStore->GetReceiveFolder(nullptr, 0, &inbox.cb, inbox.pEntryID.put(), nullptr),
-                              inbox.pEntryID);
-        if (FAILED(hr))
-            return operation.Failed("GetReceiveFolder", "trying to obtain the ID for the receive folder.", pIMsgStore,
-                                    hr);
-        hr = OpenCounted(operation, pIMsgStore, inbox.cb, inbox.pEntryID.get(), &IID_IMAPIFolder, MAPI_BEST_ACCESS,
-                         m_lOpenObjects, "trying to access and open the receive folder.", folder);
+        ReceiveFolder inbox;
+        HRESULT hr = OpenReceiveFolder(operation, pIMsgStore, OpenObjects(), inbox);
         if (FAILED(hr))
             return hr;
 
         ULONG cValues = 0;
         MapiBuffer<SPropValue> values;
-        hr = folder->GetProps(PropTags<PR_IPM_APPOINTMENT_ENTRYID>(), 0, &cValues, values.put());
+        hr = inbox.get()->GetProps(PropTags<PR_IPM_APPOINTMENT_ENTRYID>(), 0, &cValues, values.put());
         if (FAILED(hr))
-            return operation.Failed("GetProps", "trying to determine the ID for the Outlook Calendar.", folder.get(),
+            return operation.Failed("GetProps", "trying to determine the ID for the Outlook Calendar.", inbox.get(),
                                     hr);
         for (ULONG i = 0; values && i < cValues; ++i) {
             const SPropValue &value = values.get()[i];
@@ -226,17 +220,17 @@ HRESULT CMAPIImpl::ObtainCalendarEvents(IMsgStore *pIMsgStore, const tstring &sz
 HRESULT CMAPIImpl::ScanCalendarFolder(IMsgStore *pIMsgStore, ULONG cbEntryID, const BYTE *lpEntryID,
                                       const tstring &szDate, std::vector<CalendarEvent> &events)
 {
+    const StoreEntry calendar(pIMsgStore, cbEntryID, lpEntryID);
     const Operation operation("CMAPIImpl::ScanCalendarFolder", "pIMsgStore: %p, EntryID: %s, szDate: \"%s\", ...",
-                              static_cast<void *>(pIMsgStore), GetEntryIDString(cbEntryID, lpEntryID).c_str(),
-                              szDate.c_str());
+                              static_cast<void *>(calendar.pIMsgStore), calendar.Text().c_str(), szDate.c_str());
     return operation.Stage([&]() -> HRESULT {
         Counted<IMAPIFolder> folder;
-        HRESULT hr = OpenCounted(operation, pIMsgStore, cbEntryID, lpEntryID, &IID_IMAPIFolder, MAPI_BEST_ACCESS,
-                                 m_lOpenObjects, "trying to access and open the Calender folder.", folder);
+        HRESULT hr = OpenCounted(operation, calendar, &IID_IMAPIFolder, MAPI_BEST_ACCESS, OpenObjects(),
+                                 "trying to access and open the Calender folder.", folder);
         if (FAILED(hr))
             return hr;
         Counted<IMAPITable> table;
-        hr = table.Count(folder->GetContentsTable(0, table.object.put()), m_lOpenObjects);
+        hr = table.Count(folder->GetContentsTable(0, table.object.put()), OpenObjects());
         if (FAILED(hr))
             return operation.Failed("GetContentsTable",
                                     "trying to retrieve the contents table for the Calender folder.", folder.get(), hr);
@@ -249,7 +243,7 @@ HRESULT CMAPIImpl::ScanCalendarFolder(IMsgStore *pIMsgStore, ULONG cbEntryID, co
         hr = QueryDay(operation, table.get(), columns, day, rows);
         if (FAILED(hr))
             return hr;
-        const ScopedCount rowsCounted(m_lOpenObjects);
+        const ScopedCount rowsCounted(OpenObjects());
         for (ULONG i = 0; rows && i < rows->cRows; ++i) {
             Appointment appointment = ReadRow(operation, columns, rows->aRow[i], day);
             if (appointment.bInclude)

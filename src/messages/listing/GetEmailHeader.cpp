@@ -1,0 +1,26 @@
+// The header of one message, by the columns of the listing.
+#include "messages/listing/HeaderColumns.h"
+#include "session/CMAPIImpl.h"
+#include "session/OpenCounted.h"
+
+HRESULT CMAPIImpl::GetEmailHeader(IMsgStore *pIMsgStore, ULONG cbEntryID, const BYTE *lpEntryID, Header &header)
+{
+    const StoreEntry entry(pIMsgStore, cbEntryID, lpEntryID);
+    Operation operation("CMAPIImpl::GetEmailHeader", "pIMsgStore: %p, EntryID: \"%s\", ...",
+                        static_cast<void *>(entry.pIMsgStore), entry.Text().c_str());
+    operation.ShowCounter(OpenObjects(), kAtEntry, "%s[%d]: At ecit, counter=[%ld]");
+    return operation.Stage([&]() -> HRESULT {
+        if (!entry.pIMsgStore)
+            return NoStore(operation);
+        Counted<IMessage> message;
+        HRESULT hr = OpenMessage(operation, entry, OpenObjects(), message);
+        if (FAILED(hr))
+            return hr;
+        CountedProperties properties;
+        hr = properties.Get(message.get(), HeaderTags(), OpenObjects());
+        if (FAILED(hr))
+            return operation.Failed("GetProps", "trying to retrieve properties for the message.", message.get(), hr);
+        HeaderFromMessage(properties.begin(), properties.size(), header);
+        return hr;
+    });
+}

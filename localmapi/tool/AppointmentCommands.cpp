@@ -166,18 +166,6 @@ BusyStatus BusyStatusOf(const std::string &text)
                                  : BusyStatus::Busy;
 }
 
-std::string IsoTime(std::int64_t ticks)
-{
-    const FILETIME time = {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
-    SYSTEMTIME utc;
-    if (!FileTimeToSystemTime(&time, &utc))
-        return {};
-    char text[64];
-    std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:00Z", utc.wYear, utc.wMonth, utc.wDay, utc.wHour,
-                  utc.wMinute);
-    return text;
-}
-
 } // namespace
 
 void AddAppointment(const Common &common, const AppointmentOptions &options)

@@ -34,18 +34,6 @@ template <class T> T ValueOr(const storage::Value &value, T absent)
     return found ? *found : absent;
 }
 
-// "2026-11-21T08:15:30Z" of 100 ns since 1601; empty for none.
-std::string IsoTime(std::int64_t ticks)
-{
-    if (ticks == 0)
-        return {};
-    const std::time_t seconds =
-        static_cast<std::time_t>(ticks / storage::kTicksPerSecond - storage::kUnixEpoch / storage::kTicksPerSecond);
-    const std::tm *utc = std::gmtime(&seconds);
-    char text[32];
-    return utc && std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", utc) ? text : "";
-}
-
 } // namespace
 
 void ListFolder(const Common &common, const std::string &alias, const std::string &folder)

@@ -1,8 +1,10 @@
 #include "localmapi/tool/Tool.h"
 #include "localmapi/provider/site/SiteFile.h"
+#include "localmapi/storage/Time.h"
 #include "tools/common/Program.h"
 #include <chrono>
 #include <cstdio>
+#include <ctime>
 #include <system_error>
 
 namespace localmapi::tool
@@ -42,6 +44,17 @@ void PrintLine(const std::string &line)
 void PrintJson(const nlohmann::ordered_json &document)
 {
     PrintLine(document.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
+}
+
+std::string IsoTime(std::int64_t ticks)
+{
+    if (ticks == 0)
+        return {};
+    const auto seconds =
+        static_cast<std::time_t>(ticks / storage::kTicksPerSecond - storage::kUnixEpoch / storage::kTicksPerSecond);
+    const std::tm *utc = std::gmtime(&seconds);
+    char text[32];
+    return utc && std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", utc) ? text : "";
 }
 
 namespace

@@ -30,6 +30,9 @@ std::filesystem::path PathOf(const std::string &utf8);
 // "hello.wav: No such file or directory"
 std::string FileError(const std::string &file, const std::exception &error);
 
+// "2026-11-21T08:15:30Z" of 100 ns since 1601; empty for 0.
+std::string IsoTime(std::int64_t ticks);
+
 void PrintLine(const std::string &line);
 void PrintJson(const nlohmann::ordered_json &document);
 

@@ -1,7 +1,7 @@
 // The standard's mutex, lock guard and condition, with the annotations of Annotations.h, which the standard library's
 // own lack.
 #pragma once
-#include "sync/Annotations.h"
+#include "platform/sync/Annotations.h"
 #include <chrono>
 #include <condition_variable>
 #include <mutex>

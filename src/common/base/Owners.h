@@ -1,6 +1,7 @@
 // Owners of what MAPI hands out, so that no operation ends with a list of releases, and the scoped count of the
 // session's open-object counter.
 #pragma once
+#include "platform/com/ComPtr.h"
 #include <atomic>
 #include <mapiutil.h>
 #include <mapix.h>
@@ -41,10 +42,6 @@ template <class T, void (*Close)(T *)> class Owner
     T *m_held = nullptr;
 };
 
-template <class T> void ReleaseObject(T *object)
-{
-    object->Release();
-}
 template <class T> void FreeMapiBuffer(T *block)
 {
     MAPIFreeBuffer(block);
@@ -59,15 +56,7 @@ inline void FreeAddressList(ADRLIST *list)
     FreePadrlist(list);
 }
 
-template <class T> using ComPtr = Owner<T, ReleaseObject<T>>;
 template <class T> using MapiBuffer = Owner<T, FreeMapiBuffer<T>>;
-// Another reference to an object, or nothing.
-template <class T> ComPtr<T> Share(T *object)
-{
-    if (object)
-        object->AddRef();
-    return ComPtr<T>(object);
-}
 
 // The result of a call that acquires: one that says it succeeded and gave nothing has failed.
 template <class Held> HRESULT Acquired(HRESULT hr, const Held &held)

@@ -1,7 +1,8 @@
 #include "Sites.h"
 #include "localmapi/delivery/Compose.h"
 #include "localmapi/delivery/Fill.h"
-#include "localmapi/storage/profiles.h"
+#include "localmapi/storage/Profiles.h"
+#include "localmapi/storage/Time.h"
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -20,10 +21,10 @@ storage::User NewSite(const std::string &path)
 {
     for (const char *suffix : {"", "-wal", "-shm"})
         std::filesystem::remove(path + suffix);
-    storage::Site site = storage::Site::create(path, "NORVIK1", "Norvik");
+    storage::Site site = storage::Site::Create(path, "NORVIK1", "Norvik");
     storage::Directory directory(site);
-    directory.addUser("vm", "Voicemail Service", "", true);
-    return directory.addUser("alice", "Alice Archer");
+    directory.AddUser("vm", "Voicemail Service", "", true);
+    return directory.AddUser("alice", "Alice Archer");
 }
 
 void Require(HRESULT hr, const char *what)
@@ -50,7 +51,7 @@ const std::string &SiteWith(std::uint64_t messages)
     const std::string making = path + ".new";
     {
         const storage::User alice = NewSite(making);
-        localmapi::delivery::fill(storage::Site::open(making), alice, messages, {}, localmapi::storage::currentTime());
+        localmapi::delivery::Fill(storage::Site::Open(making), alice, messages, {}, localmapi::storage::CurrentTime());
     }
     std::filesystem::rename(making, path);
     return path;
@@ -66,12 +67,12 @@ std::string SiteWithRecording(const std::string &wav)
 {
     const std::string path = "site-recording.db";
     const storage::User alice = NewSite(path);
-    storage::Site site = storage::Site::open(path);
+    storage::Site site = storage::Site::Open(path);
     localmapi::delivery::Voicemail voicemail;
     voicemail.number = "+15550100";
-    storage::MessageChanges message = compose(voicemail, alice, localmapi::storage::currentTime());
-    localmapi::delivery::attach(message, wav, "audio/wav");
-    storage::Objects(site).createMessage(storage::Directory(site).mailbox(alice.mailbox).inbox, message);
+    storage::MessageChanges message = Compose(voicemail, alice, localmapi::storage::CurrentTime());
+    localmapi::delivery::Attach(message, wav, "audio/wav");
+    storage::Objects(site).CreateMessage(storage::Directory(site).GetMailbox(alice.mailbox).inbox, message);
     return path;
 }
 
@@ -79,7 +80,7 @@ std::string SiteForSending()
 {
     const std::string path = "site-sending.db";
     NewSite(path);
-    storage::Directory(storage::Site::open(path)).addUser("bob", "Bob Baker");
+    storage::Directory(storage::Site::Open(path)).AddUser("bob", "Bob Baker");
     return path;
 }
 

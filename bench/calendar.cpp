@@ -40,7 +40,7 @@ delivery::Appointment AppointmentOf(int number)
     if (recurs) {
         appointment.rule.emplace();
         appointment.rule->kind = delivery::RecurrenceRule::Kind::Weeks;
-        appointment.rule->weekdays = delivery::weekdayBit(appointment.first);
+        appointment.rule->weekdays = delivery::WeekdayBit(appointment.first);
     }
     return appointment;
 }
@@ -49,15 +49,15 @@ const std::string &SiteWithCalendar()
 {
     static const std::string path = [] {
         std::string file = SiteWith(0);
-        storage::Site site = storage::Site::open(file);
-        const storage::User alice = *storage::Directory(site).userByAlias("alice");
-        const storage::ObjectId calendar = storage::Directory(site).mailbox(alice.mailbox).calendar;
+        storage::Site site = storage::Site::Open(file);
+        const storage::User alice = *storage::Directory(site).UserByAlias("alice");
+        const storage::ObjectId calendar = storage::Directory(site).GetMailbox(alice.mailbox).calendar;
         std::vector<storage::NewMessage> messages;
         for (int i = 0; i < kAppointments; ++i)
-            messages.push_back({calendar, compose(site, AppointmentOf(i), alice)});
+            messages.push_back({calendar, Compose(site, AppointmentOf(i), alice)});
         storage::Objects objects(site);
-        objects.removeAllMessages(calendar);
-        objects.createMessages(messages);
+        objects.RemoveAllMessages(calendar);
+        objects.CreateMessages(messages);
         return file;
     }();
     return path;
@@ -85,15 +85,15 @@ class PlainDay
   public:
     explicit PlainDay(const std::string &path)
     {
-        storage::Site site = storage::Site::open(path);
-        const storage::User alice = *storage::Directory(site).userByAlias("alice");
+        storage::Site site = storage::Site::Open(path);
+        const storage::User alice = *storage::Directory(site).UserByAlias("alice");
         const storage::Guid set = {0x02, 0x20, 0x06, 0, 0, 0, 0, 0, 0xC0, 0, 0, 0, 0, 0, 0, 0x46};
         const storage::Guid meeting = {0x90, 0xDA, 0xD8, 0x6E, 0x0B, 0x45, 0x1B, 0x10,
                                        0x98, 0xDA, 0x00, 0xAA, 0x00, 0x3F, 0x13, 0x05};
-        const auto ids = storage::Names(site).ids(
+        const auto ids = storage::Names(site).Ids(
             {{set, 0x820D}, {set, 0x820E}, {meeting, 0x0005}, {set, 0x8208}, {set, 0x8216}}, false);
         const auto tag = [&](std::size_t i, storage::Type type) {
-            return std::to_string(storage::makeTag(ids[i], type));
+            return std::to_string(storage::MakeTag(ids[i], type));
         };
         const auto value = [](const std::string &of) {
             return "(SELECT value FROM property WHERE object = o.id AND tag = " + of + ")";
@@ -102,7 +102,7 @@ class PlainDay
         const std::string sql = "SELECT " + start + " AS start, " + value(tag(3, storage::Type::Text)) + ", " +
                                 value(tag(4, storage::Type::Binary)) + ", " + value(std::to_string(0x0E1D001Fu)) +
                                 ", " + value(std::to_string(0x1000001Fu)) + " FROM object o WHERE parent = " +
-                                std::to_string(storage::Directory(site).mailbox(alice.mailbox).calendar) +
+                                std::to_string(storage::Directory(site).GetMailbox(alice.mailbox).calendar) +
                                 " AND kind = 3 AND ((" + end + " <= " + std::to_string(Ticks(kDay, 1439)) + " AND " +
                                 start + " >= " + std::to_string(Ticks(kDay, 0)) + ") OR " +
                                 value(tag(2, storage::Type::Boolean)) + ") ORDER BY start";

@@ -1,6 +1,6 @@
 # Header-only libraries from Debian's packages. Cross builds must not see the rest of /usr/include, so just these
 # folders are linked into an include folder of the build tree.
-set(HOST_INCLUDE_DIR ${CMAKE_BINARY_DIR}/host-include)
+set(HOST_INCLUDE_DIR ${PROJECT_BINARY_DIR}/host-include)
 file(MAKE_DIRECTORY ${HOST_INCLUDE_DIR})
 foreach(folder CLI nlohmann)
     if(NOT EXISTS /usr/include/${folder})

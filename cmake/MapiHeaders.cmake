@@ -2,7 +2,7 @@
 # headers are copied into a folder of their own, so that none of the toolchain's other headers is seen.
 if(NOT WIN32)
     set(MINGW_W64_INCLUDE /usr/share/mingw-w64/include CACHE PATH "Where mapix.h and its siblings are")
-    set(MAPI_INCLUDE_DIR ${CMAKE_BINARY_DIR}/mapi-include)
+    set(MAPI_INCLUDE_DIR ${PROJECT_BINARY_DIR}/mapi-include)
     foreach(header mapix mapidefs mapiutil mapitags mapiguid mapicode)
         if(NOT EXISTS ${MINGW_W64_INCLUDE}/${header}.h)
             message(FATAL_ERROR "${MINGW_W64_INCLUDE}/${header}.h is missing: run scripts/setup (package mingw-w64-common)")

@@ -1,7 +1,7 @@
 # sqlite3: Debian's library on Linux; on Windows the amalgamation that scripts/setup fetched (or one the user
 # names with SQLITE3_AMALGAMATION), compiled here.
 if(WIN32)
-    set(SQLITE3_AMALGAMATION ${CMAKE_SOURCE_DIR}/build/deps/sqlite3 CACHE PATH "Folder of sqlite3.c and sqlite3.h")
+    set(SQLITE3_AMALGAMATION ${PROJECT_SOURCE_DIR}/build/deps/sqlite3 CACHE PATH "Folder of sqlite3.c and sqlite3.h")
     if(NOT EXISTS ${SQLITE3_AMALGAMATION}/sqlite3.c)
         message(FATAL_ERROR "${SQLITE3_AMALGAMATION}/sqlite3.c is missing: run scripts/setup, or set SQLITE3_AMALGAMATION")
     endif()

@@ -1,7 +1,7 @@
 // An entry ID as a client hands it in: refused with one of two results, or understood and then made again as it was.
-#include "EntryId.h"
-#include "ErrorText.h"
 #include "Fuzz.h"
+#include "localmapi/provider/base/EntryId.h"
+#include "localmapi/provider/base/ErrorText.h"
 
 using namespace localmapi;
 
@@ -15,7 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     try {
         id = parse(data, size);
     } catch (const Failure &failure) {
-        Confirm(failure.code() == MAPI_E_INVALID_ENTRYID || failure.code() == MAPI_E_UNKNOWN_ENTRYID,
+        Confirm(failure.Code() == MAPI_E_INVALID_ENTRYID || failure.Code() == MAPI_E_UNKNOWN_ENTRYID,
                 "an entry ID is invalid or unknown");
         return 0;
     }

@@ -15,7 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         Confirm(stream.position() <= size, "a chunk's data begin within the stream");
 
     std::istringstream file(std::string(reinterpret_cast<const char *>(data), size));
-    const auto recording = localmapi::delivery::examineRecording(file, size);
+    const auto recording = localmapi::delivery::ExamineRecording(file, size);
     if (recording && recording->seconds)
         Confirm(*recording->seconds >= 0, "a recording's length is no negative number");
     return 0;

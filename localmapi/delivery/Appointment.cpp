@@ -1,11 +1,13 @@
-#include "Appointment.h"
-#include "Tags.h"
+// An appointment as a calendar message: its named properties, its times in the owner's own time zone, its recurrence.
+#include "localmapi/delivery/Appointment.h"
+#include "localmapi/delivery/Tags.h"
+#include "localmapi/storage/Time.h"
 #include <array>
 
 namespace localmapi::delivery
 {
 
-using storage::makeTag;
+using storage::MakeTag;
 using storage::PropertyBag;
 using storage::Type;
 
@@ -44,7 +46,7 @@ enum Name : std::size_t {
     CommonEndName,
     SideEffectsName,
     IsRecurringName,
-    kNameCount
+    NameCount
 };
 
 struct NamedProperty {
@@ -52,106 +54,105 @@ struct NamedProperty {
     std::int32_t number;
     Type type;
 };
-constexpr std::array<NamedProperty, kNameCount> kNames = {{{&kAppointmentSet, 0x8205, Type::Int32},
-                                                           {&kAppointmentSet, 0x8208, Type::Text},
-                                                           {&kAppointmentSet, 0x820D, Type::Time},
-                                                           {&kAppointmentSet, 0x820E, Type::Time},
-                                                           {&kAppointmentSet, 0x8213, Type::Int32},
-                                                           {&kAppointmentSet, 0x8215, Type::Boolean},
-                                                           {&kAppointmentSet, 0x8217, Type::Int32},
-                                                           {&kAppointmentSet, 0x8216, Type::Binary},
-                                                           {&kAppointmentSet, 0x8223, Type::Boolean},
-                                                           {&kAppointmentSet, 0x8224, Type::Int32},
-                                                           {&kAppointmentSet, 0x8231, Type::Int32},
-                                                           {&kAppointmentSet, 0x8232, Type::Text},
-                                                           {&kAppointmentSet, 0x8235, Type::Time},
-                                                           {&kAppointmentSet, 0x8236, Type::Time},
-                                                           {&kCommonSet, 0x8516, Type::Time},
-                                                           {&kCommonSet, 0x8517, Type::Time},
-                                                           {&kCommonSet, 0x8510, Type::Int32},
-                                                           {&kMeetingSet, 0x0005, Type::Boolean}}};
+constexpr std::array<NamedProperty, NameCount> kNames = {{{&kAppointmentSet, 0x8205, Type::Int32},
+                                                          {&kAppointmentSet, 0x8208, Type::Text},
+                                                          {&kAppointmentSet, 0x820D, Type::Time},
+                                                          {&kAppointmentSet, 0x820E, Type::Time},
+                                                          {&kAppointmentSet, 0x8213, Type::Int32},
+                                                          {&kAppointmentSet, 0x8215, Type::Boolean},
+                                                          {&kAppointmentSet, 0x8217, Type::Int32},
+                                                          {&kAppointmentSet, 0x8216, Type::Binary},
+                                                          {&kAppointmentSet, 0x8223, Type::Boolean},
+                                                          {&kAppointmentSet, 0x8224, Type::Int32},
+                                                          {&kAppointmentSet, 0x8231, Type::Int32},
+                                                          {&kAppointmentSet, 0x8232, Type::Text},
+                                                          {&kAppointmentSet, 0x8235, Type::Time},
+                                                          {&kAppointmentSet, 0x8236, Type::Time},
+                                                          {&kCommonSet, 0x8516, Type::Time},
+                                                          {&kCommonSet, 0x8517, Type::Time},
+                                                          {&kCommonSet, 0x8510, Type::Int32},
+                                                          {&kMeetingSet, 0x0005, Type::Boolean}}};
 
-using Tags = std::array<Tag, kNameCount>;
+using Tags = std::array<Tag, NameCount>;
 
-Tags tagsOf(storage::Site site)
+Tags TagsOf(storage::Site site)
 {
     std::vector<storage::PropertyName> names;
     for (const NamedProperty &property : kNames)
         names.push_back({*property.set, property.number});
-    const std::vector<std::uint16_t> ids = storage::Names(std::move(site)).ids(names, true);
+    const std::vector<std::uint16_t> ids = storage::Names(std::move(site)).Ids(names, true);
     Tags tags;
-    for (std::size_t i = 0; i < kNameCount; ++i)
-        tags[i] = makeTag(ids[i], kNames[i].type);
+    for (std::size_t i = 0; i < NameCount; ++i)
+        tags[i] = MakeTag(ids[i], kNames[i].type);
     return tags;
 }
 
-std::int64_t midnight(Day day)
+std::int64_t Midnight(Day day)
 {
-    constexpr auto kOrigin = Day(std::chrono::year(1601) / 1 / 1);
-    return (day - kOrigin).count() * 1440 * kMinute;
+    return (day - storage::kFirstDay).count() * 1440 * kMinute;
 }
 
 // The end of what never ends: the last minute of this day.
-std::int64_t endOfTime()
+std::int64_t EndOfTime()
 {
-    return midnight(Day(std::chrono::year(4500) / 8 / 31)) + 1439 * kMinute;
+    return Midnight(Day(std::chrono::year(4500) / 8 / 31)) + 1439 * kMinute;
 }
 
-void setRecurrence(PropertyBag &bag, const Tags &tags, const Appointment &appointment, std::int32_t minutes)
+void SetRecurrence(PropertyBag &bag, const Tags &tags, const Appointment &appointment, std::int32_t minutes)
 {
     const RecurrenceRule &rule = *appointment.rule;
-    bag.set(tags[RecurrenceName],
-            recurrenceStructure(rule, appointment.first, appointment.startMinute, static_cast<unsigned>(minutes)));
-    bag.set(tags[RecurrenceTextName], describe(rule));
-    bag.set(tags[ClipStartName], midnight(appointment.first));
-    const auto occurrences = rule.until || rule.times ? occurrencesFrom(rule, appointment.first) : std::nullopt;
-    bag.set(tags[ClipEndName], occurrences ? midnight(occurrences->last) : endOfTime());
+    bag.Set(tags[RecurrenceName],
+            RecurrenceStructure(rule, appointment.first, appointment.startMinute, static_cast<unsigned>(minutes)));
+    bag.Set(tags[RecurrenceTextName], Describe(rule));
+    bag.Set(tags[ClipStartName], Midnight(appointment.first));
+    const auto occurrences = rule.until || rule.times ? OccurrencesFrom(rule, appointment.first) : std::nullopt;
+    bag.Set(tags[ClipEndName], occurrences ? Midnight(occurrences->last) : EndOfTime());
 }
 
 } // namespace
 
-storage::MessageChanges compose(storage::Site site, const Appointment &appointment, const storage::User &owner)
+storage::MessageChanges Compose(storage::Site site, const Appointment &appointment, const storage::User &owner)
 {
     constexpr std::int32_t kSingleIcon = 1024, kRecurringIcon = 1025;
     constexpr std::int32_t kSideEffects = 0x171; // clients open it as a whole, and not for what is new
-    const Tags tags = tagsOf(std::move(site));
+    const Tags tags = TagsOf(std::move(site));
     const auto minutes = static_cast<std::int32_t>((appointment.end - appointment.start) / kMinute);
     const bool recurs = appointment.rule.has_value();
 
     storage::MessageChanges message;
     PropertyBag &bag = message.properties.set;
-    bag.set(storage::kMessageClass, std::string("IPM.Appointment"));
-    bag.set(storage::kMessageFlags, storage::kFlagRead);
-    bag.set(kSensitivity, std::int32_t{0});
-    bag.set(storage::kImportance, std::int32_t{1});
-    bag.set(kSubject, appointment.subject);
-    bag.set(kNormalizedSubject, appointment.subject);
-    bag.set(kConversationTopic, appointment.subject);
-    bag.set(kBody, appointment.body);
-    bag.set(kIconIndex, recurs ? kRecurringIcon : kSingleIcon);
+    bag.Set(storage::kMessageClass, std::string("IPM.Appointment"));
+    bag.Set(storage::kMessageFlags, storage::kFlagRead);
+    bag.Set(kSensitivity, std::int32_t{0});
+    bag.Set(storage::kImportance, std::int32_t{1});
+    bag.Set(kSubject, appointment.subject);
+    bag.Set(kNormalizedSubject, appointment.subject);
+    bag.Set(kConversationTopic, appointment.subject);
+    bag.Set(kBody, appointment.body);
+    bag.Set(kIconIndex, recurs ? kRecurringIcon : kSingleIcon);
     for (const auto &[name, type, address] :
          {std::array{kSenderName, kSenderAddressType, kSenderAddress},
           std::array{kRepresentedName, kRepresentedAddressType, kRepresentedAddress}}) {
-        bag.set(name, owner.name);
-        bag.set(type, std::string("EX"));
-        bag.set(address, owner.dn);
+        bag.Set(name, owner.name);
+        bag.Set(type, std::string("EX"));
+        bag.Set(address, owner.dn);
     }
     for (const Tag tag : {kStartDate, tags[StartName], tags[CommonStartName], tags[ClipStartName]})
-        bag.set(tag, appointment.start);
+        bag.Set(tag, appointment.start);
     for (const Tag tag : {kEndDate, tags[EndName], tags[CommonEndName], tags[ClipEndName]})
-        bag.set(tag, appointment.end);
-    bag.set(tags[BusyStatusName], static_cast<std::int32_t>(appointment.busy));
-    bag.set(tags[IntendedBusyName], static_cast<std::int32_t>(appointment.busy));
-    bag.set(tags[LocationName], appointment.location);
-    bag.set(tags[DurationName], minutes);
-    bag.set(tags[AllDayName], false);
-    bag.set(tags[StateFlagsName], std::int32_t{0});
-    bag.set(tags[SideEffectsName], kSideEffects);
-    bag.set(tags[RecurringName], recurs);
-    bag.set(tags[IsRecurringName], recurs);
-    bag.set(tags[RecurrenceTypeName], recurs ? recurrenceType(*appointment.rule) : 0);
+        bag.Set(tag, appointment.end);
+    bag.Set(tags[BusyStatusName], static_cast<std::int32_t>(appointment.busy));
+    bag.Set(tags[IntendedBusyName], static_cast<std::int32_t>(appointment.busy));
+    bag.Set(tags[LocationName], appointment.location);
+    bag.Set(tags[DurationName], minutes);
+    bag.Set(tags[AllDayName], false);
+    bag.Set(tags[StateFlagsName], std::int32_t{0});
+    bag.Set(tags[SideEffectsName], kSideEffects);
+    bag.Set(tags[RecurringName], recurs);
+    bag.Set(tags[IsRecurringName], recurs);
+    bag.Set(tags[RecurrenceTypeName], recurs ? RecurrenceType(*appointment.rule) : 0);
     if (recurs)
-        setRecurrence(bag, tags, appointment, minutes);
+        SetRecurrence(bag, tags, appointment, minutes);
     return message;
 }
 

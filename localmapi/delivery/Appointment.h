@@ -1,8 +1,8 @@
 // Appointments as they lie in a calendar folder, with the named properties by which calendars find them.
 #pragma once
-#include "RecurrenceRule.h"
-#include "localmapi/storage/directory.h"
-#include "localmapi/storage/objects.h"
+#include "localmapi/delivery/RecurrenceRule.h"
+#include "localmapi/storage/Directory.h"
+#include "localmapi/storage/Objects.h"
 
 namespace localmapi::delivery
 {
@@ -22,6 +22,6 @@ struct Appointment {
 };
 
 // The message for a folder of this site; names that the site does not know yet are made.
-storage::MessageChanges compose(storage::Site site, const Appointment &appointment, const storage::User &owner);
+storage::MessageChanges Compose(storage::Site site, const Appointment &appointment, const storage::User &owner);
 
 } // namespace localmapi::delivery

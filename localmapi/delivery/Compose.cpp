@@ -1,7 +1,10 @@
-#include "Compose.h"
-#include "OpenFile.h"
-#include "Tags.h"
-#include "localmapi/storage/text.h"
+// Voicemails, mails and faxes as the messages that arrive: sender, recipient, times, text and attached files.
+#include "localmapi/delivery/Compose.h"
+#include "localmapi/delivery/OpenFile.h"
+#include "localmapi/delivery/Tags.h"
+#include "localmapi/storage/Spool.h"
+#include "localmapi/storage/Text.h"
+#include "localmapi/storage/Time.h"
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -22,7 +25,7 @@ constexpr std::int32_t kSensitivityNone = 0, kSensitivityPrivate = 2;
 constexpr std::int32_t kToRecipient = 1;
 constexpr std::int32_t kObjectMailUser = 6;
 
-std::string upper(std::string text)
+std::string Upper(std::string text)
 {
     for (char &c : text)
         if (c >= 'a' && c <= 'z')
@@ -31,15 +34,15 @@ std::string upper(std::string text)
 }
 
 // A search key is the address type and the address in capitals, with the terminating zero.
-storage::Bytes searchKey(const std::string &type, const std::string &address)
+storage::Bytes SearchKey(const std::string &type, const std::string &address)
 {
-    const std::string key = upper(type + ":" + address);
+    const std::string key = Upper(type + ":" + address);
     storage::Bytes bytes(key.begin(), key.end());
     bytes.push_back(0);
     return bytes;
 }
 
-storage::Bytes uniqueKey()
+storage::Bytes UniqueKey()
 {
     static thread_local std::mt19937_64 random{std::random_device{}()};
     storage::Bytes key(16);
@@ -48,64 +51,64 @@ storage::Bytes uniqueKey()
     return key;
 }
 
-void setSender(PropertyBag &bag, const Sender &from)
+void SetSender(PropertyBag &bag, const Sender &from)
 {
-    bag.set(kSenderName, from.name);
-    bag.set(kRepresentedName, from.name);
+    bag.Set(kSenderName, from.name);
+    bag.Set(kRepresentedName, from.name);
     if (from.addressType.empty())
         return;
     for (const auto &[type, address, key] :
          {std::array{kSenderAddressType, kSenderAddress, kSenderSearchKey},
           std::array{kRepresentedAddressType, kRepresentedAddress, kRepresentedSearchKey}}) {
-        bag.set(type, from.addressType);
-        bag.set(address, from.address);
-        bag.set(key, searchKey(from.addressType, from.address));
+        bag.Set(type, from.addressType);
+        bag.Set(address, from.address);
+        bag.Set(key, SearchKey(from.addressType, from.address));
     }
 }
 
-storage::MessageChanges delivered(const std::string &messageClass, const Sender &from, const std::string &subject,
+storage::MessageChanges Delivered(const std::string &messageClass, const Sender &from, const std::string &subject,
                                   const std::string &body, const Traits &traits, const storage::User &to,
                                   std::int64_t time)
 {
     storage::MessageChanges message;
     PropertyBag &bag = message.properties.set;
-    bag.set(storage::kMessageClass, messageClass);
-    bag.set(storage::kImportance, traits.urgent ? kImportanceHigh : kImportanceNormal);
-    bag.set(kPriority, traits.urgent ? kPriorityUrgent : kPriorityNormal);
-    bag.set(kSensitivity, traits.isPrivate ? kSensitivityPrivate : kSensitivityNone);
-    bag.set(storage::kMessageFlags, std::int32_t{0});
-    bag.set(kSubject, subject);
-    bag.set(kNormalizedSubject, subject);
-    bag.set(kConversationTopic, subject);
-    bag.set(kBody, body);
-    bag.set(kSearchKey, uniqueKey());
-    bag.set(kMessageToMe, true);
-    bag.set(storage::kClientSubmitTime, time);
-    bag.set(storage::kMessageDeliveryTime, time);
-    setSender(bag, from);
+    bag.Set(storage::kMessageClass, messageClass);
+    bag.Set(storage::kImportance, traits.urgent ? kImportanceHigh : kImportanceNormal);
+    bag.Set(kPriority, traits.urgent ? kPriorityUrgent : kPriorityNormal);
+    bag.Set(kSensitivity, traits.isPrivate ? kSensitivityPrivate : kSensitivityNone);
+    bag.Set(storage::kMessageFlags, std::int32_t{0});
+    bag.Set(kSubject, subject);
+    bag.Set(kNormalizedSubject, subject);
+    bag.Set(kConversationTopic, subject);
+    bag.Set(kBody, body);
+    bag.Set(kSearchKey, UniqueKey());
+    bag.Set(kMessageToMe, true);
+    bag.Set(storage::kClientSubmitTime, time);
+    bag.Set(storage::kMessageDeliveryTime, time);
+    SetSender(bag, from);
     for (const auto &[name, type, address] :
          {std::array{kReceivedByName, kReceivedByAddressType, kReceivedByAddress},
           std::array{kReceivedForName, kReceivedForAddressType, kReceivedForAddress}}) {
-        bag.set(name, to.name);
-        bag.set(type, std::string("EX"));
-        bag.set(address, to.dn);
+        bag.Set(name, to.name);
+        bag.Set(type, std::string("EX"));
+        bag.Set(address, to.dn);
     }
 
     PropertyBag recipient;
-    recipient.set(kRecipientType, kToRecipient);
-    recipient.set(kResponsibility, true);
-    recipient.set(storage::makeTag(0x0FFE, storage::Type::Int32), kObjectMailUser);
-    recipient.set(storage::makeTag(0x3900, storage::Type::Int32), std::int32_t{0}); // shown as a mail user
-    recipient.set(storage::kDisplayName, to.name);
-    recipient.set(storage::kAddressType, std::string("EX"));
-    recipient.set(storage::kEmailAddress, to.dn);
-    recipient.set(storage::kSmtpAddress, to.smtp);
+    recipient.Set(kRecipientType, kToRecipient);
+    recipient.Set(kResponsibility, true);
+    recipient.Set(storage::MakeTag(0x0FFE, storage::Type::Int32), kObjectMailUser);
+    recipient.Set(storage::MakeTag(0x3900, storage::Type::Int32), std::int32_t{0}); // shown as a mail user
+    recipient.Set(storage::kDisplayName, to.name);
+    recipient.Set(storage::kAddressType, std::string("EX"));
+    recipient.Set(storage::kEmailAddress, to.dn);
+    recipient.Set(storage::kSmtpAddress, to.smtp);
     message.recipients.emplace({std::move(recipient)});
     return message;
 }
 
 // "message one.wave" becomes "messag~1.wav": at most 8 and 3 characters; multi-byte characters are never cut.
-std::string shortName(const std::string &name)
+std::string ShortName(const std::string &name)
 {
     const auto cut = [](const std::string &text, std::size_t bytes) {
         if (text.size() <= bytes)
@@ -124,7 +127,7 @@ std::string shortName(const std::string &name)
     return extension.empty() ? base : base + "." + cut(extension, 3);
 }
 
-std::string utf8Of(const std::filesystem::path &path)
+std::string Utf8Of(const std::filesystem::path &path)
 {
     const std::u8string text = path.u8string();
     return {text.begin(), text.end()};
@@ -132,30 +135,30 @@ std::string utf8Of(const std::filesystem::path &path)
 
 } // namespace
 
-std::optional<Sender> senderNamed(const storage::Site &site, const std::string &text)
+std::optional<Sender> SenderNamed(const storage::Site &site, const std::string &text)
 {
     const storage::Directory directory(site);
-    std::optional<storage::User> user = directory.userByAlias(text);
+    std::optional<storage::User> user = directory.UserByAlias(text);
     if (!user)
-        user = directory.userBySmtp(text);
+        user = directory.UserBySmtp(text);
     if (!user)
-        user = directory.userByDn(text);
+        user = directory.UserByDn(text);
     if (!user) {
-        for (const storage::User &candidate : directory.users())
-            if (storage::foldText(candidate.name, true, false) == storage::foldText(text, true, false))
+        for (const storage::User &candidate : directory.Users())
+            if (storage::FoldText(candidate.name, true, false) == storage::FoldText(text, true, false))
                 user = candidate;
     }
     if (user)
         return Sender{user->name, "EX", user->dn};
-    for (const storage::Contact &contact : directory.contacts())
-        if (storage::foldCase(contact.smtp) == storage::foldCase(text))
+    for (const storage::Contact &contact : directory.Contacts())
+        if (storage::FoldCase(contact.smtp) == storage::FoldCase(text))
             return Sender{contact.name, "SMTP", contact.smtp};
-    if (storage::isSmtpAddress(text))
+    if (storage::IsSmtpAddress(text))
         return Sender{text, "SMTP", text};
     return std::nullopt;
 }
 
-storage::MessageChanges compose(const Voicemail &voicemail, const storage::User &to, std::int64_t time)
+storage::MessageChanges Compose(const Voicemail &voicemail, const storage::User &to, std::int64_t time)
 {
     std::string caller = voicemail.name.empty() ? voicemail.number : voicemail.name;
     if (!voicemail.name.empty() && !voicemail.number.empty())
@@ -167,57 +170,57 @@ storage::MessageChanges compose(const Voicemail &voicemail, const storage::User 
     const std::string body =
         "You received a voice mail" + (caller.empty() ? std::string() : " from " + caller) + ".\r\n";
     storage::MessageChanges message =
-        delivered("IPM.Note.Microsoft.Voicemail.UM", voicemail.from, subject, body, voicemail.traits, to, time);
+        Delivered("IPM.Note.Microsoft.Voicemail.UM", voicemail.from, subject, body, voicemail.traits, to, time);
     PropertyBag &bag = message.properties.set;
-    bag.set(kVoiceSeconds, voicemail.seconds);
-    bag.set(kVoiceNumber, voicemail.number);
-    bag.set(kVoiceName, voicemail.name);
-    bag.set(kVoiceOffset, std::int32_t{0});
+    bag.Set(kVoiceSeconds, voicemail.seconds);
+    bag.Set(kVoiceNumber, voicemail.number);
+    bag.Set(kVoiceName, voicemail.name);
+    bag.Set(kVoiceOffset, std::int32_t{0});
     // Seconds since 1970, as a voicemail server counts them.
-    bag.set(kVoiceReceived, static_cast<std::int32_t>((time - 116444736000000000) / 10000000));
+    bag.Set(kVoiceReceived, static_cast<std::int32_t>((time - storage::kUnixEpoch) / storage::kTicksPerSecond));
     return message;
 }
 
-storage::MessageChanges compose(const Mail &mail, const storage::User &to, std::int64_t time)
+storage::MessageChanges Compose(const Mail &mail, const storage::User &to, std::int64_t time)
 {
-    storage::MessageChanges message = delivered("IPM.Note", mail.from, mail.subject, mail.body, mail.traits, to, time);
-    message.properties.set.set(kCreatorName, mail.creator.empty() ? mail.from.name : mail.creator);
+    storage::MessageChanges message = Delivered("IPM.Note", mail.from, mail.subject, mail.body, mail.traits, to, time);
+    message.properties.set.Set(kCreatorName, mail.creator.empty() ? mail.from.name : mail.creator);
     return message;
 }
 
-void attach(storage::MessageChanges &message, const std::filesystem::path &path, const std::string &mimeTag)
+void Attach(storage::MessageChanges &message, const std::filesystem::path &path, const std::string &mimeTag)
 {
-    std::ifstream file = openFile(path);
+    std::ifstream file = OpenFile(path);
     auto data = std::make_shared<storage::Spool>();
     std::vector<char> piece(64 * 1024);
     std::uint64_t at = 0;
     while (file.read(piece.data(), static_cast<std::streamsize>(piece.size())) || file.gcount() > 0) {
-        data->write(at, piece.data(), static_cast<std::size_t>(file.gcount()));
+        data->Write(at, piece.data(), static_cast<std::size_t>(file.gcount()));
         at += static_cast<std::uint64_t>(file.gcount());
     }
     if (file.bad())
         throw std::system_error(errno ? errno : EIO, std::generic_category(), "reading it");
 
-    const std::string name = utf8Of(path.filename());
+    const std::string name = Utf8Of(path.filename());
     storage::AttachmentChanges attachment;
     attachment.number = static_cast<std::int32_t>(message.attachments.size());
     PropertyBag &bag = attachment.properties.set;
-    bag.set(kAttachMethod, std::int32_t{1}); // by value
-    bag.set(kAttachFilename, shortName(name));
-    bag.set(kAttachLongFilename, name);
-    bag.set(storage::kDisplayName, name);
+    bag.Set(kAttachMethod, std::int32_t{1}); // by value
+    bag.Set(kAttachFilename, ShortName(name));
+    bag.Set(kAttachLongFilename, name);
+    bag.Set(storage::kDisplayName, name);
     if (path.has_extension())
-        bag.set(kAttachExtension, utf8Of(path.extension()));
+        bag.Set(kAttachExtension, Utf8Of(path.extension()));
     if (!mimeTag.empty())
-        bag.set(kAttachMimeTag, mimeTag);
-    bag.set(kRenderingPosition, std::int32_t{-1});
-    bag.set(kAttachData, storage::SpoolPtr(std::move(data)));
+        bag.Set(kAttachMimeTag, mimeTag);
+    bag.Set(kRenderingPosition, std::int32_t{-1});
+    bag.Set(kAttachData, storage::SpoolPtr(std::move(data)));
     message.attachments.push_back(std::move(attachment));
 
     // The order in which recordings are to be played, by name.
     const std::string *order = message.properties.set.get<std::string>(kVoiceAttachmentOrder);
-    if (message.properties.set.find(kVoiceSeconds))
-        message.properties.set.set(kVoiceAttachmentOrder, order ? *order + ";" + name : name);
+    if (message.properties.set.Find(kVoiceSeconds))
+        message.properties.set.Set(kVoiceAttachmentOrder, order ? *order + ";" + name : name);
 }
 
 } // namespace localmapi::delivery

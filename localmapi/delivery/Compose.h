@@ -1,7 +1,7 @@
 // Messages as they arrive in an Inbox: with all that a mail system puts on them at delivery.
 #pragma once
-#include "localmapi/storage/directory.h"
-#include "localmapi/storage/objects.h"
+#include "localmapi/storage/Directory.h"
+#include "localmapi/storage/Objects.h"
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -39,13 +39,13 @@ struct Mail {
 };
 
 // A user by alias, display name, address or distinguished name; any other text with an @ is an address elsewhere.
-std::optional<Sender> senderNamed(const storage::Site &site, const std::string &text);
+std::optional<Sender> SenderNamed(const storage::Site &site, const std::string &text);
 
-storage::MessageChanges compose(const Voicemail &voicemail, const storage::User &to, std::int64_t time);
-storage::MessageChanges compose(const Mail &mail, const storage::User &to, std::int64_t time);
+storage::MessageChanges Compose(const Voicemail &voicemail, const storage::User &to, std::int64_t time);
+storage::MessageChanges Compose(const Mail &mail, const storage::User &to, std::int64_t time);
 
 // Adds an attachment by value, whose data is read from the file in pieces. Throws std::system_error where the file
 // cannot be read.
-void attach(storage::MessageChanges &message, const std::filesystem::path &file, const std::string &mimeTag);
+void Attach(storage::MessageChanges &message, const std::filesystem::path &file, const std::string &mimeTag);
 
 } // namespace localmapi::delivery

@@ -1,5 +1,5 @@
-#include "Fill.h"
-#include "Compose.h"
+#include "localmapi/delivery/Fill.h"
+#include "localmapi/delivery/Compose.h"
 #include <algorithm>
 #include <array>
 #include <random>
@@ -17,7 +17,7 @@ constexpr std::array kNames = {"Ada Lind",     "Boris Novak",  "Chloé Martin", 
                                "Farid Haddad", "Grace Kimani", "Hiro Tanaka",  "Inês Costa",    "Jakub Král"};
 constexpr std::array kSubjects = {"Figures for the week", "Meeting moved", "Your question", "Offer", "Visit on Friday"};
 
-storage::MessageChanges messageOf(int kind, std::mt19937_64 &random, const storage::User &user, std::int64_t time)
+storage::MessageChanges MessageOf(int kind, std::mt19937_64 &random, const storage::User &user, std::int64_t time)
 {
     const std::string name = kNames[random() % kNames.size()];
     const Traits traits{random() % 4 == 0, random() % 20 == 0};
@@ -25,18 +25,18 @@ storage::MessageChanges messageOf(int kind, std::mt19937_64 &random, const stora
     if (kind == 0) {
         const std::string number = "+1555" + std::to_string(1000000 + random() % 9000000);
         message =
-            compose(Voicemail{{name, "", ""}, number, name, static_cast<std::int32_t>(3 + random() % 120), "", traits},
+            Compose(Voicemail{{name, "", ""}, number, name, static_cast<std::int32_t>(3 + random() % 120), "", traits},
                     user, time);
     } else if (kind == 1) {
         const std::string subject = kSubjects[random() % kSubjects.size()];
-        message = compose(Mail{{name, "SMTP", "sender" + std::to_string(random() % 1000) + "@elsewhere.example"},
+        message = Compose(Mail{{name, "SMTP", "sender" + std::to_string(random() % 1000) + "@elsewhere.example"},
                                "",
                                subject,
                                "Please see below.\r\n",
                                traits},
                           user, time);
     } else {
-        message = compose(Mail{{"Fax", "SMTP", "fax@" + std::to_string(random() % 100) + ".elsewhere.example"},
+        message = Compose(Mail{{"Fax", "SMTP", "fax@" + std::to_string(random() % 100) + ".elsewhere.example"},
                                "Fax Server",
                                "Fax received",
                                "",
@@ -44,16 +44,16 @@ storage::MessageChanges messageOf(int kind, std::mt19937_64 &random, const stora
                           user, time);
     }
     if (random() % 5 < 2)
-        message.properties.set.set(storage::kMessageFlags, storage::kFlagRead);
+        message.properties.set.Set(storage::kMessageFlags, storage::kFlagRead);
     return message;
 }
 
 } // namespace
 
-void fill(storage::Site site, const storage::User &user, std::uint64_t count, Mix mix, std::int64_t last,
+void Fill(storage::Site site, const storage::User &user, std::uint64_t count, Mix mix, std::int64_t last,
           const std::function<void(std::uint64_t)> &progress)
 {
-    const storage::ObjectId inbox = storage::Directory(site).mailbox(user.mailbox).inbox;
+    const storage::ObjectId inbox = storage::Directory(site).GetMailbox(user.mailbox).inbox;
     storage::Objects objects(site);
     std::vector<int> kinds;
     if (mix.voicemail)
@@ -68,9 +68,9 @@ void fill(storage::Site site, const storage::User &user, std::uint64_t count, Mi
         batch.clear();
         for (std::uint64_t i = done; i < std::min(count, done + kBatch); ++i) {
             const std::int64_t time = last - static_cast<std::int64_t>(count - 1 - i) * kMinute;
-            batch.push_back({inbox, messageOf(kinds[i % kinds.size()], random, user, time)});
+            batch.push_back({inbox, MessageOf(kinds[i % kinds.size()], random, user, time)});
         }
-        objects.createMessages(batch);
+        objects.CreateMessages(batch);
         if (progress)
             progress(done + batch.size());
     }

@@ -1,11 +1,11 @@
-#include "OpenFile.h"
+#include "localmapi/delivery/OpenFile.h"
 #include <cerrno>
 #include <system_error>
 
 namespace localmapi::delivery
 {
 
-std::ifstream openFile(const std::filesystem::path &path)
+std::ifstream OpenFile(const std::filesystem::path &path)
 {
     std::error_code none;
     if (std::filesystem::is_directory(path, none))

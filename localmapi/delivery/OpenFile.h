@@ -7,6 +7,6 @@ namespace localmapi::delivery
 {
 
 // For reading, as bytes. Throws std::system_error with the reason where it cannot be opened, or is a folder.
-std::ifstream openFile(const std::filesystem::path &path);
+std::ifstream OpenFile(const std::filesystem::path &path);
 
 } // namespace localmapi::delivery

@@ -1,5 +1,5 @@
-#include "Recording.h"
-#include "OpenFile.h"
+#include "localmapi/delivery/Recording.h"
+#include "localmapi/delivery/OpenFile.h"
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -12,14 +12,14 @@ namespace localmapi::delivery
 namespace
 {
 
-std::uint32_t little(const unsigned char *bytes)
+std::uint32_t Little(const unsigned char *bytes)
 {
     return bytes[0] | bytes[1] << 8 | bytes[2] << 16 | static_cast<std::uint32_t>(bytes[3]) << 24;
 }
 
 // Seconds of a WAVE file: the data chunk's bytes by the format chunk's bytes a second. A data chunk that claims more
 // than the file holds (a recorder that was cut off leaves 0 or 0xFFFFFFFF) counts what is there.
-std::optional<std::int32_t> waveSeconds(std::istream &file, std::uint64_t fileSize)
+std::optional<std::int32_t> WaveSeconds(std::istream &file, std::uint64_t fileSize)
 {
     std::uint32_t bytesASecond = 0;
     std::uint64_t at = 12;
@@ -28,12 +28,12 @@ std::optional<std::int32_t> waveSeconds(std::istream &file, std::uint64_t fileSi
         file.seekg(static_cast<std::streamoff>(at));
         if (!file.read(reinterpret_cast<char *>(bytes.data()), 8))
             return std::nullopt;
-        const std::uint32_t size = little(&bytes[4]);
+        const std::uint32_t size = Little(&bytes[4]);
         const std::uint64_t rest = fileSize - at - 8;
         if (std::memcmp(bytes.data(), "fmt ", 4) == 0) {
             if (size < 16 || !file.read(reinterpret_cast<char *>(bytes.data()), 16))
                 return std::nullopt;
-            bytesASecond = little(&bytes[8]);
+            bytesASecond = Little(&bytes[8]);
         } else if (std::memcmp(bytes.data(), "data", 4) == 0) {
             if (bytesASecond == 0)
                 return std::nullopt;
@@ -52,7 +52,7 @@ constexpr std::array<unsigned char, 16> kAsfHeader = {0x30, 0x26, 0xB2, 0x75, 0x
 
 } // namespace
 
-std::optional<Recording> examineRecording(std::istream &file, std::uint64_t size)
+std::optional<Recording> ExamineRecording(std::istream &file, std::uint64_t size)
 {
     std::array<unsigned char, 16> head{};
     file.read(reinterpret_cast<char *>(head.data()), head.size());
@@ -61,16 +61,16 @@ std::optional<Recording> examineRecording(std::istream &file, std::uint64_t size
         throw std::system_error(errno ? errno : EIO, std::generic_category(), "reading it");
     file.clear();
     if (got >= 12 && std::memcmp(head.data(), "RIFF", 4) == 0 && std::memcmp(&head[8], "WAVE", 4) == 0)
-        return Recording{"audio/wav", waveSeconds(file, size)};
+        return Recording{"audio/wav", WaveSeconds(file, size)};
     if (got == head.size() && head == kAsfHeader)
         return Recording{"audio/x-ms-wma", std::nullopt};
     return std::nullopt;
 }
 
-std::optional<Recording> examineRecording(const std::filesystem::path &path)
+std::optional<Recording> ExamineRecording(const std::filesystem::path &path)
 {
-    std::ifstream file = openFile(path);
-    return examineRecording(file, std::filesystem::file_size(path));
+    std::ifstream file = OpenFile(path);
+    return ExamineRecording(file, std::filesystem::file_size(path));
 }
 
 } // namespace localmapi::delivery

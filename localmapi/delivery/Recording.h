@@ -16,8 +16,8 @@ struct Recording {
 
 // Told by the content, not by the name. Nothing where the file is neither WAVE nor Windows Media audio. Throws
 // std::system_error where it cannot be read.
-std::optional<Recording> examineRecording(const std::filesystem::path &file);
+std::optional<Recording> ExamineRecording(const std::filesystem::path &file);
 // The same for a file of so many bytes that is open.
-std::optional<Recording> examineRecording(std::istream &file, std::uint64_t size);
+std::optional<Recording> ExamineRecording(std::istream &file, std::uint64_t size);
 
 } // namespace localmapi::delivery

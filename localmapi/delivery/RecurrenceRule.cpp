@@ -1,6 +1,7 @@
 // The structure is the one of the published appointment and meeting object protocol: a recurrence pattern, then the
 // appointment's own part of it.
-#include "RecurrenceRule.h"
+#include "localmapi/delivery/RecurrenceRule.h"
+#include "localmapi/storage/Time.h"
 #include <algorithm>
 #include <array>
 
@@ -14,7 +15,6 @@ namespace
 
 using Kind = RecurrenceRule::Kind;
 
-constexpr Day kOrigin = sys_days(year(1601) / January / 1);
 constexpr Day kNoEnd = sys_days(year(4500) / August / 31); // the end of what never ends
 constexpr std::uint32_t kMinutesADay = 1440;
 constexpr unsigned kMostDays = 999, kMostWeeks = 99, kMostMonths = 99, kMostTimes = 999;
@@ -24,76 +24,77 @@ constexpr std::array kMonths = {"January", "February", "March",     "April",   "
                                 "July",    "August",   "September", "October", "November", "December"};
 constexpr std::array kWeeks = {"first", "second", "third", "fourth", "last"};
 
-std::uint32_t minutesOf(Day day)
+std::uint32_t MinutesOf(Day day)
 {
-    return static_cast<std::uint32_t>((day - kOrigin).count()) * kMinutesADay;
+    return static_cast<std::uint32_t>((day - storage::kFirstDay).count()) * kMinutesADay;
 }
 
-int monthNumber(const year_month_day &date)
+int MonthNumber(const year_month_day &date)
 {
-    return (static_cast<int>(date.year()) - 1601) * 12 + static_cast<int>(static_cast<unsigned>(date.month())) - 1;
+    return static_cast<int>((date.year() - storage::kFirstYear).count()) * 12 +
+           static_cast<int>(static_cast<unsigned>(date.month())) - 1;
 }
 
-unsigned daysIn(const year_month_day &date)
+unsigned DaysIn(const year_month_day &date)
 {
     return static_cast<unsigned>((date.year() / date.month() / last).day());
 }
 
 // Whether the day is the n-th, or the last, of those of its month that fall on the weekdays.
-bool isInWeek(const RecurrenceRule &rule, Day day)
+bool IsInWeek(const RecurrenceRule &rule, Day day)
 {
-    if (!(rule.weekdays & weekdayBit(day)))
+    if (!(rule.weekdays & WeekdayBit(day)))
         return false;
     const year_month_day date(day);
     unsigned place = 0, behind = 0;
-    for (unsigned other = 1; other <= daysIn(date); ++other) {
-        if (!(rule.weekdays & weekdayBit(sys_days(date.year() / date.month() / other))))
+    for (unsigned other = 1; other <= DaysIn(date); ++other) {
+        if (!(rule.weekdays & WeekdayBit(sys_days(date.year() / date.month() / other))))
             continue;
         (other <= static_cast<unsigned>(date.day()) ? place : behind) += 1;
     }
     return rule.week == 5 ? behind == 0 : place == rule.week;
 }
 
-bool isDayOfMonth(const RecurrenceRule &rule, const year_month_day &date)
+bool IsDayOfMonth(const RecurrenceRule &rule, const year_month_day &date)
 {
-    return static_cast<unsigned>(date.day()) == std::min(rule.day, daysIn(date));
+    return static_cast<unsigned>(date.day()) == std::min(rule.day, DaysIn(date));
 }
 
-bool isMonth(const RecurrenceRule &rule, const year_month_day &date)
+bool IsMonth(const RecurrenceRule &rule, const year_month_day &date)
 {
     return static_cast<unsigned>(date.month()) == rule.month;
 }
 
 // Whether the rule falls on the day, whatever its interval.
-bool fallsOn(const RecurrenceRule &rule, Day day)
+bool FallsOn(const RecurrenceRule &rule, Day day)
 {
     const year_month_day date(day);
     switch (rule.kind) {
     case Kind::Days:
         return true;
     case Kind::Workdays:
-        return (kWorkdays & weekdayBit(day)) != 0;
+        return (kWorkdays & WeekdayBit(day)) != 0;
     case Kind::Weeks:
-        return (rule.weekdays & weekdayBit(day)) != 0;
+        return (rule.weekdays & WeekdayBit(day)) != 0;
     case Kind::DayOfMonth:
-        return isDayOfMonth(rule, date);
+        return IsDayOfMonth(rule, date);
     case Kind::WeekOfMonth:
-        return isInWeek(rule, day);
+        return IsInWeek(rule, day);
     case Kind::DayOfYear:
-        return isMonth(rule, date) && isDayOfMonth(rule, date);
+        return IsMonth(rule, date) && IsDayOfMonth(rule, date);
     case Kind::WeekOfYear:
-        return isMonth(rule, date) && isInWeek(rule, day);
+        return IsMonth(rule, date) && IsInWeek(rule, day);
     }
     return false;
 }
 
-Day weekOf(Day day)
+Day WeekOf(Day day)
 {
     return day - days(weekday(day).c_encoding());
 }
 
 // Whether a day is a whole number of intervals after the first one.
-bool isInInterval(const RecurrenceRule &rule, Day first, Day day)
+bool IsInInterval(const RecurrenceRule &rule, Day first, Day day)
 {
     const auto interval = static_cast<int>(rule.interval);
     switch (rule.kind) {
@@ -102,13 +103,13 @@ bool isInInterval(const RecurrenceRule &rule, Day first, Day day)
     case Kind::Workdays:
         return true;
     case Kind::Weeks:
-        return (weekOf(day) - weekOf(first)).count() / 7 % interval == 0;
+        return (WeekOf(day) - WeekOf(first)).count() / 7 % interval == 0;
     case Kind::DayOfMonth:
     case Kind::WeekOfMonth:
-        return (monthNumber(day) - monthNumber(first)) % interval == 0;
+        return (MonthNumber(day) - MonthNumber(first)) % interval == 0;
     case Kind::DayOfYear:
     case Kind::WeekOfYear:
-        return (monthNumber(day) - monthNumber(first)) % (interval * 12) == 0;
+        return (MonthNumber(day) - MonthNumber(first)) % (interval * 12) == 0;
     }
     return false;
 }
@@ -132,7 +133,7 @@ struct Shape {
     std::uint32_t period;
 };
 
-Shape shapeOf(const RecurrenceRule &rule)
+Shape ShapeOf(const RecurrenceRule &rule)
 {
     constexpr std::uint16_t kDaily = 0x200A, kWeekly = 0x200B, kMonthly = 0x200C, kYearly = 0x200D;
     constexpr std::uint16_t kDay = 0, kWeek = 1, kMonth = 2, kMonthNth = 3;
@@ -157,25 +158,25 @@ Shape shapeOf(const RecurrenceRule &rule)
 
 // Where the counting of periods begins: the first day of the period that the first occurrence lies in, less the whole
 // cycles since 1601.
-std::uint32_t firstDateTime(const RecurrenceRule &rule, const Shape &shape, Day first)
+std::uint32_t FirstDateTime(const RecurrenceRule &rule, const Shape &shape, Day first)
 {
     switch (rule.kind) {
     case Kind::Days:
-        return minutesOf(first) % shape.period;
+        return MinutesOf(first) % shape.period;
     case Kind::Workdays:
     case Kind::Weeks: {
         // The first week of 1601 begins in 1600.
         const std::uint32_t cycle = shape.period * 7 * kMinutesADay;
-        return (minutesOf(weekOf(first) + days(7)) + cycle - 7 * kMinutesADay) % cycle;
+        return (MinutesOf(WeekOf(first) + days(7)) + cycle - 7 * kMinutesADay) % cycle;
     }
     default: {
-        const int months = monthNumber(first) % static_cast<int>(shape.period);
-        return minutesOf(sys_days(year_month_day(kOrigin) + std::chrono::months(months)));
+        const int months = MonthNumber(first) % static_cast<int>(shape.period);
+        return MinutesOf(sys_days(year_month_day(storage::kFirstDay) + std::chrono::months(months)));
     }
     }
 }
 
-std::string listOf(std::uint32_t weekdays)
+std::string ListOf(std::uint32_t weekdays)
 {
     if (weekdays == kEveryDay)
         return "day";
@@ -188,19 +189,19 @@ std::string listOf(std::uint32_t weekdays)
     return list;
 }
 
-std::string every(unsigned interval, const std::string &unit)
+std::string Every(unsigned interval, const std::string &unit)
 {
     return interval == 1 ? "Every " + unit : "Every " + std::to_string(interval) + " " + unit + "s";
 }
 
 } // namespace
 
-std::uint32_t weekdayBit(Day day)
+std::uint32_t WeekdayBit(Day day)
 {
     return 1u << weekday(day).c_encoding();
 }
 
-std::string mistakeIn(const RecurrenceRule &rule)
+std::string MistakeIn(const RecurrenceRule &rule)
 {
     const bool byMonth = rule.kind == Kind::DayOfMonth || rule.kind == Kind::WeekOfMonth;
     const bool byYear = rule.kind == Kind::DayOfYear || rule.kind == Kind::WeekOfYear;
@@ -229,21 +230,21 @@ std::string mistakeIn(const RecurrenceRule &rule)
     return "";
 }
 
-std::optional<Day> firstOccurrence(const RecurrenceRule &rule, Day start)
+std::optional<Day> FirstOccurrence(const RecurrenceRule &rule, Day start)
 {
     const Day end = rule.until.value_or(kNoEnd - days(1));
     for (Day day = start; day <= end; day += days(1))
-        if (fallsOn(rule, day))
+        if (FallsOn(rule, day))
             return day;
     return std::nullopt;
 }
 
-std::optional<Occurrences> occurrencesFrom(const RecurrenceRule &rule, Day first)
+std::optional<Occurrences> OccurrencesFrom(const RecurrenceRule &rule, Day first)
 {
     const Day end = rule.until.value_or(kNoEnd - days(1));
     Occurrences found{first, 0};
     for (Day day = first; day <= end; day += days(1)) {
-        if (!fallsOn(rule, day) || !isInInterval(rule, first, day))
+        if (!FallsOn(rule, day) || !IsInInterval(rule, first, day))
             continue;
         found.last = day;
         if (++found.count == rule.times)
@@ -252,13 +253,13 @@ std::optional<Occurrences> occurrencesFrom(const RecurrenceRule &rule, Day first
     return rule.times || found.count == 0 ? std::nullopt : std::optional(found);
 }
 
-storage::Bytes recurrenceStructure(const RecurrenceRule &rule, Day first, unsigned startMinute, unsigned minutes)
+storage::Bytes RecurrenceStructure(const RecurrenceRule &rule, Day first, unsigned startMinute, unsigned minutes)
 {
     constexpr std::uint32_t kUntil = 0x2021, kTimes = 0x2022, kForEver = 0x2023;
     constexpr std::uint32_t kForEverCount = 10, kForEverEnd = 0x5AE980DF;
     constexpr std::uint32_t kFirstDayOfWeek = 0; // Sunday
-    const Shape shape = shapeOf(rule);
-    const auto occurrences = rule.until || rule.times ? occurrencesFrom(rule, first) : std::nullopt;
+    const Shape shape = ShapeOf(rule);
+    const auto occurrences = rule.until || rule.times ? OccurrencesFrom(rule, first) : std::nullopt;
 
     ByteWriter bytes;
     bytes.Put(0x3004, 2); // reader and writer version
@@ -266,7 +267,7 @@ storage::Bytes recurrenceStructure(const RecurrenceRule &rule, Day first, unsign
     bytes.Put(shape.frequency, 2);
     bytes.Put(shape.type, 2);
     bytes.Put(0, 2); // the default calendar
-    bytes.Put(firstDateTime(rule, shape, first), 4);
+    bytes.Put(FirstDateTime(rule, shape, first), 4);
     bytes.Put(shape.period, 4);
     bytes.Put(0, 4); // no sliding
     switch (rule.kind) {
@@ -293,8 +294,8 @@ storage::Bytes recurrenceStructure(const RecurrenceRule &rule, Day first, unsign
     bytes.Put(kFirstDayOfWeek, 4);
     bytes.Put(0, 4); // deleted and changed occurrences
     bytes.Put(0, 4);
-    bytes.Put(minutesOf(first), 4);
-    bytes.Put(occurrences ? minutesOf(occurrences->last) : kForEverEnd, 4);
+    bytes.Put(MinutesOf(first), 4);
+    bytes.Put(occurrences ? MinutesOf(occurrences->last) : kForEverEnd, 4);
 
     bytes.Put(0x3006, 4); // reader and writer version of the appointment's part
     bytes.Put(0x3009, 4);
@@ -306,32 +307,32 @@ storage::Bytes recurrenceStructure(const RecurrenceRule &rule, Day first, unsign
     return bytes.Take();
 }
 
-std::string describe(const RecurrenceRule &rule)
+std::string Describe(const RecurrenceRule &rule)
 {
     std::string text;
-    const auto week = [&] { return std::string(kWeeks[rule.week - 1]) + " " + listOf(rule.weekdays); };
+    const auto week = [&] { return std::string(kWeeks[rule.week - 1]) + " " + ListOf(rule.weekdays); };
     const auto month = [&] { return std::string(kMonths[rule.month - 1]); };
     switch (rule.kind) {
     case Kind::Days:
-        text = every(rule.interval, "day");
+        text = Every(rule.interval, "day");
         break;
     case Kind::Workdays:
         text = "Every weekday";
         break;
     case Kind::Weeks:
-        text = every(rule.interval, "week") + " on " + listOf(rule.weekdays);
+        text = Every(rule.interval, "week") + " on " + ListOf(rule.weekdays);
         break;
     case Kind::DayOfMonth:
-        text = every(rule.interval, "month") + " on day " + std::to_string(rule.day);
+        text = Every(rule.interval, "month") + " on day " + std::to_string(rule.day);
         break;
     case Kind::WeekOfMonth:
-        text = every(rule.interval, "month") + " on the " + week();
+        text = Every(rule.interval, "month") + " on the " + week();
         break;
     case Kind::DayOfYear:
-        text = every(rule.interval, "year") + " on " + month() + " " + std::to_string(rule.day);
+        text = Every(rule.interval, "year") + " on " + month() + " " + std::to_string(rule.day);
         break;
     case Kind::WeekOfYear:
-        text = every(rule.interval, "year") + " on the " + week() + " of " + month();
+        text = Every(rule.interval, "year") + " on the " + week() + " of " + month();
         break;
     }
     if (rule.times)
@@ -346,7 +347,7 @@ std::string describe(const RecurrenceRule &rule)
     return text;
 }
 
-std::int32_t recurrenceType(const RecurrenceRule &rule)
+std::int32_t RecurrenceType(const RecurrenceRule &rule)
 {
     switch (rule.kind) {
     case Kind::Days:

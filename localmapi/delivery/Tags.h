@@ -1,6 +1,6 @@
 // The properties that a delivered message has, by their published numbers; text under the wide type.
 #pragma once
-#include "localmapi/storage/tags.h"
+#include "localmapi/storage/Tags.h"
 
 namespace localmapi::delivery
 {

@@ -17,6 +17,6 @@ struct AppointmentOptions {
     unsigned every = 1, times = 0, day = 0, month = 0; // 0: not given
 };
 
-void addAppointment(const Common &common, const AppointmentOptions &options);
+void AddAppointment(const Common &common, const AppointmentOptions &options);
 
 } // namespace localmapi::tool

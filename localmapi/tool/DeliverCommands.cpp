@@ -1,10 +1,12 @@
-#include "Tool.h"
-#include "common/CommandLine.h"
-#include "common/Text.h"
+// localmapi deliver and fill: messages that arrive, made of files and options.
 #include "localmapi/delivery/Compose.h"
 #include "localmapi/delivery/Fill.h"
 #include "localmapi/delivery/OpenFile.h"
 #include "localmapi/delivery/Recording.h"
+#include "localmapi/storage/Time.h"
+#include "localmapi/tool/Tool.h"
+#include "tools/common/CommandLine.h"
+#include "tools/common/Text.h"
 #include <iterator>
 
 namespace localmapi::tool
@@ -15,72 +17,72 @@ using namespace localmapi::delivery;
 namespace
 {
 
-void attachFile(storage::MessageChanges &message, const std::string &file, const std::string &mimeTag)
+void AttachFile(storage::MessageChanges &message, const std::string &file, const std::string &mimeTag)
 {
     try {
-        attach(message, pathOf(file), mimeTag);
+        Attach(message, PathOf(file), mimeTag);
     } catch (const std::system_error &error) {
-        throw Failure(fileError(file, error));
+        throw Failure(FileError(file, error));
     }
 }
 
-Recording recordingIn(const std::string &file)
+Recording RecordingIn(const std::string &file)
 {
     try {
-        if (auto recording = examineRecording(pathOf(file)))
+        if (auto recording = ExamineRecording(PathOf(file)))
             return *recording;
     } catch (const std::system_error &error) {
-        throw Failure(fileError(file, error));
+        throw Failure(FileError(file, error));
     }
     throw Failure(file + ": this is neither a WAVE file nor Windows Media audio");
 }
 
 // Bodies are kept as UTF-8: anything else would come out broken much later.
-std::string readText(const std::string &file)
+std::string ReadText(const std::string &file)
 {
     std::string text;
     try {
-        std::ifstream stream = openFile(pathOf(file));
+        std::ifstream stream = OpenFile(PathOf(file));
         text.assign(std::istreambuf_iterator<char>(stream), {});
     } catch (const std::system_error &error) {
-        throw Failure(fileError(file, error));
+        throw Failure(FileError(file, error));
     }
     if (!::tool::IsUtf8(text))
         throw Failure(file + ": this is not text in UTF-8");
     return text;
 }
 
-std::string bodyOf(const DeliverOptions &options)
+std::string BodyOf(const DeliverOptions &options)
 {
-    return options.bodyFile.empty() ? options.body : readText(options.bodyFile);
+    return options.bodyFile.empty() ? options.body : ReadText(options.bodyFile);
 }
 
-void put(const Common &common, const storage::Site &site, const storage::User &to,
+void Put(const Common &common, const storage::Site &site, const storage::User &to,
          const storage::MessageChanges &message)
 {
-    const storage::ObjectId inbox = storage::Directory(site).mailbox(to.mailbox).inbox;
-    storage::Objects(site).createMessage(inbox, message);
+    const storage::ObjectId inbox = storage::Directory(site).GetMailbox(to.mailbox).inbox;
+    storage::Objects(site).CreateMessage(inbox, message);
     const auto *subject = message.properties.set.get<std::string>(0x0037001F);
     if (common.json)
-        printJson({{"to", to.alias}, {"subject", *subject}, {"attachments", message.attachments.size()}});
+        PrintJson({{"to", to.alias}, {"subject", *subject}, {"attachments", message.attachments.size()}});
     else
-        printLine("delivered to " + to.alias + ": " + *subject);
+        PrintLine("delivered to " + to.alias + ": " + *subject);
 }
 
-Sender senderOrFailure(const storage::Site &site, const std::string &from)
+Sender SenderOrFailure(const storage::Site &site, const std::string &from)
 {
-    if (auto sender = senderNamed(site, from))
+    if (auto sender = SenderNamed(site, from))
         return *sender;
     throw Failure("\"" + from + "\" is neither a user nor an address");
 }
 
 } // namespace
 
-void deliverVoicemail(const Common &common, const DeliverOptions &options)
+void DeliverVoicemail(const Common &common, const DeliverOptions &options)
 {
-    const storage::Site site = openSite(common);
-    const storage::User to = userNamed(site, options.to);
-    const Recording recording = recordingIn(options.wav);
+    const storage::Site site = OpenSite(common);
+    const storage::User to = UserNamed(site, options.to);
+    const Recording recording = RecordingIn(options.wav);
     if (options.seconds < 0 && !recording.seconds)
         throw ::tool::Misuse(options.wav + " does not tell how long it is: give --seconds");
 
@@ -92,45 +94,45 @@ void deliverVoicemail(const Common &common, const DeliverOptions &options)
     voicemail.traits = {options.urgent, options.isPrivate};
     // A caller whose name is a user's is that user, who can then be answered.
     const std::string caller = !options.name.empty() ? options.name : options.number;
-    const auto known = options.name.empty() ? std::nullopt : senderNamed(site, options.name);
+    const auto known = options.name.empty() ? std::nullopt : SenderNamed(site, options.name);
     voicemail.from = known ? *known : Sender{caller, "", ""};
 
-    storage::MessageChanges message = compose(voicemail, to, storage::currentTime());
-    attachFile(message, options.wav, recording.mimeTag);
-    put(common, site, to, message);
+    storage::MessageChanges message = Compose(voicemail, to, storage::CurrentTime());
+    AttachFile(message, options.wav, recording.mimeTag);
+    Put(common, site, to, message);
 }
 
-void deliverMail(const Common &common, const DeliverOptions &options)
+void DeliverMail(const Common &common, const DeliverOptions &options)
 {
-    const storage::Site site = openSite(common);
-    const storage::User to = userNamed(site, options.to);
-    storage::MessageChanges message = compose(Mail{senderOrFailure(site, options.from),
+    const storage::Site site = OpenSite(common);
+    const storage::User to = UserNamed(site, options.to);
+    storage::MessageChanges message = Compose(Mail{SenderOrFailure(site, options.from),
                                                    "",
                                                    options.subject,
-                                                   bodyOf(options),
+                                                   BodyOf(options),
                                                    {options.urgent, options.isPrivate}},
-                                              to, storage::currentTime());
+                                              to, storage::CurrentTime());
     for (const std::string &file : options.attachments)
-        attachFile(message, file, "");
-    put(common, site, to, message);
+        AttachFile(message, file, "");
+    Put(common, site, to, message);
 }
 
-void deliverFax(const Common &common, const DeliverOptions &options)
+void DeliverFax(const Common &common, const DeliverOptions &options)
 {
-    const storage::Site site = openSite(common);
-    const storage::User to = userNamed(site, options.to);
-    const Sender from = options.from.empty() ? Sender{options.creator, "", ""} : senderOrFailure(site, options.from);
+    const storage::Site site = OpenSite(common);
+    const storage::User to = UserNamed(site, options.to);
+    const Sender from = options.from.empty() ? Sender{options.creator, "", ""} : SenderOrFailure(site, options.from);
     storage::MessageChanges message =
-        compose(Mail{from, options.creator, "Fax from " + from.name, "", {}}, to, storage::currentTime());
+        Compose(Mail{from, options.creator, "Fax from " + from.name, "", {}}, to, storage::CurrentTime());
     for (const std::string &file : options.attachments)
-        attachFile(message, file, "");
-    put(common, site, to, message);
+        AttachFile(message, file, "");
+    Put(common, site, to, message);
 }
 
-void fillMailbox(const Common &common, const FillOptions &options)
+void FillMailbox(const Common &common, const FillOptions &options)
 {
-    const storage::Site site = openSite(common);
-    const storage::User user = userNamed(site, options.user);
+    const storage::Site site = OpenSite(common);
+    const storage::User user = UserNamed(site, options.user);
     Mix mix;
     if (!options.mix.empty()) {
         mix = {false, false, false};
@@ -139,12 +141,12 @@ void fillMailbox(const Common &common, const FillOptions &options)
     }
     {
         Progress progress("messages", options.count);
-        fill(site, user, options.count, mix, storage::currentTime(), [&](std::uint64_t done) { progress.at(done); });
+        Fill(site, user, options.count, mix, storage::CurrentTime(), [&](std::uint64_t done) { progress.At(done); });
     }
     if (common.json)
-        printJson({{"user", user.alias}, {"count", options.count}});
+        PrintJson({{"user", user.alias}, {"count", options.count}});
     else
-        printLine("put " + std::to_string(options.count) + " messages into the Inbox of " + user.alias);
+        PrintLine("put " + std::to_string(options.count) + " messages into the Inbox of " + user.alias);
 }
 
 } // namespace localmapi::tool

@@ -1,9 +1,11 @@
-#include "EntryId.h"
-#include "Tool.h"
-#include "common/Program.h"
-#include "common/Text.h"
+// localmapi list: a folder's messages as lines or as JSON.
 #include "localmapi/delivery/Tags.h"
-#include "localmapi/storage/view.h"
+#include "localmapi/provider/base/EntryId.h"
+#include "localmapi/storage/Time.h"
+#include "localmapi/storage/View.h"
+#include "localmapi/tool/Tool.h"
+#include "tools/common/Program.h"
+#include "tools/common/Text.h"
 #include <algorithm>
 #include <cstdio>
 #include <ctime>
@@ -16,7 +18,7 @@ namespace localmapi::tool
 namespace
 {
 
-storage::ObjectId folderNamed(const storage::Mailbox &mailbox, const std::string &name)
+storage::ObjectId FolderNamed(const storage::Mailbox &mailbox, const std::string &name)
 {
     const std::map<std::string, storage::ObjectId> folders = {{"inbox", mailbox.inbox},
                                                               {"outbox", mailbox.outbox},
@@ -26,18 +28,19 @@ storage::ObjectId folderNamed(const storage::Mailbox &mailbox, const std::string
     return folders.at(name);
 }
 
-template <class T> T valueOr(const storage::Value &value, T absent)
+template <class T> T ValueOr(const storage::Value &value, T absent)
 {
     const T *found = std::get_if<T>(&value);
     return found ? *found : absent;
 }
 
 // "2026-11-21T08:15:30Z" of 100 ns since 1601; empty for none.
-std::string isoTime(std::int64_t ticks)
+std::string IsoTime(std::int64_t ticks)
 {
     if (ticks == 0)
         return {};
-    const std::time_t seconds = static_cast<std::time_t>(ticks / 10000000 - 11644473600);
+    const std::time_t seconds =
+        static_cast<std::time_t>(ticks / storage::kTicksPerSecond - storage::kUnixEpoch / storage::kTicksPerSecond);
     const std::tm *utc = std::gmtime(&seconds);
     char text[32];
     return utc && std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", utc) ? text : "";
@@ -45,12 +48,12 @@ std::string isoTime(std::int64_t ticks)
 
 } // namespace
 
-void listFolder(const Common &common, const std::string &alias, const std::string &folder)
+void ListFolder(const Common &common, const std::string &alias, const std::string &folder)
 {
-    const storage::Site site = openSite(common, true);
-    const storage::User user = userNamed(site, alias);
-    const storage::Mailbox mailbox = storage::Directory(site).mailbox(user.mailbox);
-    const storage::View view(site, {storage::Container::Kind::Contents, folderNamed(mailbox, folder)});
+    const storage::Site site = OpenSite(common, true);
+    const storage::User user = UserNamed(site, alias);
+    const storage::Mailbox mailbox = storage::Directory(site).GetMailbox(user.mailbox);
+    const storage::View view(site, {storage::Container::Kind::Contents, FolderNamed(mailbox, folder)});
     const std::vector<storage::Tag> columns = {storage::kClientSubmitTime, storage::kMessageFlags, storage::kImportance,
                                                storage::kMessageSize,      delivery::kSenderName,  delivery::kSubject,
                                                storage::kMessageClass,     delivery::kSensitivity};
@@ -61,21 +64,21 @@ void listFolder(const Common &common, const std::string &alias, const std::strin
     std::uint64_t done = 0;
     std::optional<Progress> progress; // lines show progress enough
     if (common.json)
-        progress.emplace("messages", view.count());
+        progress.emplace("messages", view.Count());
     for (;;) {
-        const std::vector<storage::Row> rows = view.read(place, storage::Direction::Forward, kPage, columns);
+        const std::vector<storage::Row> rows = view.Read(place, storage::Direction::Forward, kPage, columns);
         for (const storage::Row &row : rows) {
-            const std::string submitted = isoTime(valueOr<std::int64_t>(row.values[0], 0));
-            const bool read = (valueOr<std::int32_t>(row.values[1], 0) & storage::kFlagRead) != 0;
-            const bool urgent = valueOr<std::int32_t>(row.values[2], 1) == 2;
-            const bool isPrivate = valueOr<std::int32_t>(row.values[7], 0) == 2;
-            const std::int32_t size = valueOr<std::int32_t>(row.values[3], 0);
-            const std::string sender = valueOr<std::string>(row.values[4], {});
-            const std::string subject = valueOr<std::string>(row.values[5], {});
+            const std::string submitted = IsoTime(ValueOr<std::int64_t>(row.values[0], 0));
+            const bool read = (ValueOr<std::int32_t>(row.values[1], 0) & storage::kFlagRead) != 0;
+            const bool urgent = ValueOr<std::int32_t>(row.values[2], 1) == 2;
+            const bool isPrivate = ValueOr<std::int32_t>(row.values[7], 0) == 2;
+            const std::int32_t size = ValueOr<std::int32_t>(row.values[3], 0);
+            const std::string sender = ValueOr<std::string>(row.values[4], {});
+            const std::string subject = ValueOr<std::string>(row.values[5], {});
             if (common.json) {
-                const Bytes id = MakeEntryId(site.info().uid, EntryKind::Message, row.id);
+                const Bytes id = MakeEntryId(site.Info().uid, EntryKind::Message, row.id);
                 document.push_back({{"entryId", ::tool::ToHex(id.data(), id.size())},
-                                    {"class", valueOr<std::string>(row.values[6], {})},
+                                    {"class", ValueOr<std::string>(row.values[6], {})},
                                     {"submitTime", submitted},
                                     {"read", read},
                                     {"urgent", urgent},
@@ -89,18 +92,18 @@ void listFolder(const Common &common, const std::string &alias, const std::strin
             std::string line = ::tool::Fit(submitted, 20) + ' ' + flags + ' ' + ::tool::Fit(sender, 18) + ' ';
             line += ::tool::Fit(subject, width - ::tool::Columns(line) - 1);
             line.erase(line.find_last_not_of(' ') + 1);
-            printLine(line);
+            PrintLine(line);
         }
         done += rows.size();
         if (progress)
-            progress->at(done);
+            progress->At(done);
         if (rows.size() < kPage)
             break;
-        place = rows.back().after();
+        place = rows.back().After();
     }
     progress.reset();
     if (common.json)
-        printJson(document);
+        PrintJson(document);
 }
 
 } // namespace localmapi::tool

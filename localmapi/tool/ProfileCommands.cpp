@@ -1,35 +1,35 @@
-#include "ErrorText.h"
-#include "Profile.h"
-#include "SiteFile.h"
-#include "Tool.h"
-#include "common/CommandLine.h"
-#include "common/Text.h"
+#include "localmapi/provider/base/ErrorText.h"
+#include "localmapi/provider/site/Profile.h"
+#include "localmapi/provider/site/SiteFile.h"
+#include "localmapi/tool/Tool.h"
+#include "tools/common/CommandLine.h"
+#include "tools/common/Text.h"
 #include <algorithm>
 
 namespace localmapi::tool
 {
 
-void addProfile(const Common &common, const std::string &name, const std::string &user, bool makeDefault)
+void AddProfile(const Common &common, const std::string &name, const std::string &user, bool makeDefault)
 {
     try {
         RequireProfileName(name);
     } catch (const localmapi::Failure &failure) {
-        throw ::tool::Misuse(failure.text());
+        throw ::tool::Misuse(failure.Text());
     }
-    const auto site = std::make_shared<storage::Site>(openSite(common));
-    if (storage::Profiles(*site).find(name))
+    const auto site = std::make_shared<storage::Site>(OpenSite(common));
+    if (storage::Profiles(*site).Find(name))
         throw Failure("there is a profile " + name + " already");
-    const storage::User owner = userNamed(*site, user);
+    const storage::User owner = UserNamed(*site, user);
     AddProfileFor(site, name, owner.alias, makeDefault);
     if (common.json)
-        printJson({{"name", name}, {"user", owner.alias}, {"default", storage::Profiles(*site).find(name)->isDefault}});
+        PrintJson({{"name", name}, {"user", owner.alias}, {"default", storage::Profiles(*site).Find(name)->isDefault}});
     else
-        printLine("added the profile " + name + " of " + owner.alias);
+        PrintLine("added the profile " + name + " of " + owner.alias);
 }
 
-void listProfiles(const Common &common)
+void ListProfiles(const Common &common)
 {
-    const std::vector<storage::Profile> profiles = storage::Profiles(openSite(common, true)).list();
+    const std::vector<storage::Profile> profiles = storage::Profiles(OpenSite(common, true)).List();
     nlohmann::ordered_json document = nlohmann::ordered_json::array();
     std::size_t width = 0;
     for (const storage::Profile &profile : profiles)
@@ -38,22 +38,22 @@ void listProfiles(const Common &common)
         if (common.json)
             document.push_back({{"name", profile.name}, {"default", profile.isDefault}});
         else
-            printLine(profile.isDefault ? ::tool::Fit(profile.name, width) + "  (default)" : profile.name);
+            PrintLine(profile.isDefault ? ::tool::Fit(profile.name, width) + "  (default)" : profile.name);
     }
     if (common.json)
-        printJson(document);
+        PrintJson(document);
 }
 
-void removeProfile(const Common &common, const std::string &name)
+void RemoveProfile(const Common &common, const std::string &name)
 {
-    storage::Profiles profiles(openSite(common));
-    if (!profiles.find(name))
+    storage::Profiles profiles(OpenSite(common));
+    if (!profiles.Find(name))
         throw Failure("there is no profile " + name);
-    profiles.remove(name);
+    profiles.Remove(name);
     if (common.json)
-        printJson({{"removed", name}});
+        PrintJson({{"removed", name}});
     else
-        printLine("removed the profile " + name);
+        PrintLine("removed the profile " + name);
 }
 
 } // namespace localmapi::tool

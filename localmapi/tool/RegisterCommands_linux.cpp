@@ -1,16 +1,16 @@
-#include "Tool.h"
+#include "localmapi/tool/Tool.h"
 
 namespace localmapi::tool
 {
 
-void registerMailClient(const Common &)
+void RegisterMailClient(const Common &)
 {
     throw Failure("there is nothing to register here: programs use the libmapi32.so.1 beside them");
 }
 
-void unregisterMailClient(const Common &common)
+void UnregisterMailClient(const Common &common)
 {
-    registerMailClient(common);
+    RegisterMailClient(common);
 }
 
 } // namespace localmapi::tool

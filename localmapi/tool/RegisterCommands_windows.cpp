@@ -1,5 +1,5 @@
-#include "Tool.h"
-#include "common/Text.h"
+#include "localmapi/tool/Tool.h"
+#include "tools/common/Text.h"
 #include <cstdio>
 #include <windows.h>
 
@@ -10,7 +10,7 @@ namespace
 {
 
 // The DLL beside this program registers itself, so that what is registered is its own path.
-void call(const char *entryPoint, const char *tried)
+void Call(const char *entryPoint, const char *tried)
 {
     WCHAR path[MAX_PATH] = {};
     if (GetModuleFileNameW(nullptr, path, MAX_PATH) == 0)
@@ -33,22 +33,22 @@ void call(const char *entryPoint, const char *tried)
 
 } // namespace
 
-void registerMailClient(const Common &common)
+void RegisterMailClient(const Common &common)
 {
-    call("DllRegisterServer", "localmapi could not be made the default mail client");
+    Call("DllRegisterServer", "localmapi could not be made the default mail client");
     if (common.json)
-        printJson({{"registered", true}});
+        PrintJson({{"registered", true}});
     else
-        printLine("localmapi is the default mail client");
+        PrintLine("localmapi is the default mail client");
 }
 
-void unregisterMailClient(const Common &common)
+void UnregisterMailClient(const Common &common)
 {
-    call("DllUnregisterServer", "the former default mail client could not be put back");
+    Call("DllUnregisterServer", "the former default mail client could not be put back");
     if (common.json)
-        printJson({{"registered", false}});
+        PrintJson({{"registered", false}});
     else
-        printLine("the former default mail client is put back");
+        PrintLine("the former default mail client is put back");
 }
 
 } // namespace localmapi::tool

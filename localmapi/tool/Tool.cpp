@@ -1,6 +1,6 @@
-#include "Tool.h"
-#include "SiteFile.h"
-#include "common/Program.h"
+#include "localmapi/tool/Tool.h"
+#include "localmapi/provider/site/SiteFile.h"
+#include "tools/common/Program.h"
 #include <chrono>
 #include <cstdio>
 #include <system_error>
@@ -8,46 +8,46 @@
 namespace localmapi::tool
 {
 
-storage::Site openSite(const Common &common, bool readOnly)
+storage::Site OpenSite(const Common &common, bool readOnly)
 {
     storage::OpenOptions options;
     options.readOnly = readOnly;
-    return storage::Site::open(common.file.empty() ? FindSiteFile() : common.file, options);
+    return storage::Site::Open(common.file.empty() ? FindSiteFile() : common.file, options);
 }
 
-storage::User userNamed(const storage::Site &site, const std::string &alias)
+storage::User UserNamed(const storage::Site &site, const std::string &alias)
 {
-    if (auto user = storage::Directory(site).userByAlias(alias))
+    if (auto user = storage::Directory(site).UserByAlias(alias))
         return *user;
     throw Failure("there is no user " + alias);
 }
 
-std::filesystem::path pathOf(const std::string &utf8)
+std::filesystem::path PathOf(const std::string &utf8)
 {
     return std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
 }
 
-std::string fileError(const std::string &file, const std::exception &error)
+std::string FileError(const std::string &file, const std::exception &error)
 {
     const auto *system = dynamic_cast<const std::system_error *>(&error);
     return file + ": " + (system ? system->code().message() : std::string(error.what()));
 }
 
-void printLine(const std::string &line)
+void PrintLine(const std::string &line)
 {
     std::fwrite(line.data(), 1, line.size(), stdout);
     std::fputc('\n', stdout);
 }
 
-void printJson(const nlohmann::ordered_json &document)
+void PrintJson(const nlohmann::ordered_json &document)
 {
-    printLine(document.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
+    PrintLine(document.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
 }
 
 namespace
 {
 
-std::int64_t milliseconds()
+std::int64_t Milliseconds()
 {
     return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now().time_since_epoch())
         .count();
@@ -56,7 +56,7 @@ std::int64_t milliseconds()
 } // namespace
 
 Progress::Progress(std::string unit, std::uint64_t total)
-    : m_unit(std::move(unit)), m_total(total), m_started(milliseconds())
+    : m_unit(std::move(unit)), m_total(total), m_started(Milliseconds())
 {
 }
 
@@ -66,9 +66,9 @@ Progress::~Progress()
         std::fputs("\r\033[K", stderr);
 }
 
-void Progress::at(std::uint64_t done)
+void Progress::At(std::uint64_t done)
 {
-    if (!::tool::IsTerminal(2) || milliseconds() - m_started < 1000)
+    if (!::tool::IsTerminal(2) || Milliseconds() - m_started < 1000)
         return;
     m_shown = true;
     std::fprintf(stderr, "\r%llu of %llu %s", static_cast<unsigned long long>(done),

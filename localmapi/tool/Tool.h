@@ -1,6 +1,6 @@
 // What the tool's commands share: their options, the site they work on, how they print and fail.
 #pragma once
-#include "localmapi/storage/directory.h"
+#include "localmapi/storage/Directory.h"
 #include <cstdint>
 #include <filesystem>
 #include <nlohmann/json.hpp>
@@ -23,15 +23,15 @@ struct Common {
     bool json = false;
 };
 
-storage::Site openSite(const Common &common, bool readOnly = false);
-storage::User userNamed(const storage::Site &site, const std::string &alias); // Failure where there is none
+storage::Site OpenSite(const Common &common, bool readOnly = false);
+storage::User UserNamed(const storage::Site &site, const std::string &alias); // Failure where there is none
 
-std::filesystem::path pathOf(const std::string &utf8);
+std::filesystem::path PathOf(const std::string &utf8);
 // "hello.wav: No such file or directory"
-std::string fileError(const std::string &file, const std::exception &error);
+std::string FileError(const std::string &file, const std::exception &error);
 
-void printLine(const std::string &line);
-void printJson(const nlohmann::ordered_json &document);
+void PrintLine(const std::string &line);
+void PrintJson(const nlohmann::ordered_json &document);
 
 // On a terminal, for what takes longer than a second: "12000 of 1000000 messages", written over itself.
 class Progress
@@ -41,7 +41,7 @@ class Progress
     ~Progress();
     Progress(const Progress &) = delete;
     Progress &operator=(const Progress &) = delete;
-    void at(std::uint64_t done);
+    void At(std::uint64_t done);
 
   private:
     std::string m_unit;
@@ -68,24 +68,24 @@ struct FillOptions {
     std::vector<std::string> mix;
 };
 
-void initSite(const Common &common, const std::string &server, const std::string &organization);
-void addUser(const Common &common, const UserOptions &options);
-void listUsers(const Common &common);
-void addContact(const Common &common, const std::string &name, const std::string &smtp);
-void checkSite(const Common &common, bool repair);
+void InitSite(const Common &common, const std::string &server, const std::string &organization);
+void AddUser(const Common &common, const UserOptions &options);
+void ListUsers(const Common &common);
+void AddContact(const Common &common, const std::string &name, const std::string &smtp);
+void CheckSite(const Common &common, bool repair);
 
-void addProfile(const Common &common, const std::string &name, const std::string &user, bool makeDefault);
-void listProfiles(const Common &common);
-void removeProfile(const Common &common, const std::string &name);
+void AddProfile(const Common &common, const std::string &name, const std::string &user, bool makeDefault);
+void ListProfiles(const Common &common);
+void RemoveProfile(const Common &common, const std::string &name);
 
-void deliverVoicemail(const Common &common, const DeliverOptions &options);
-void deliverMail(const Common &common, const DeliverOptions &options);
-void deliverFax(const Common &common, const DeliverOptions &options);
-void fillMailbox(const Common &common, const FillOptions &options);
-void listFolder(const Common &common, const std::string &user, const std::string &folder);
+void DeliverVoicemail(const Common &common, const DeliverOptions &options);
+void DeliverMail(const Common &common, const DeliverOptions &options);
+void DeliverFax(const Common &common, const DeliverOptions &options);
+void FillMailbox(const Common &common, const FillOptions &options);
+void ListFolder(const Common &common, const std::string &user, const std::string &folder);
 
 // Windows: the default mail client. Elsewhere there is none, and they say so.
-void registerMailClient(const Common &common);
-void unregisterMailClient(const Common &common);
+void RegisterMailClient(const Common &common);
+void UnregisterMailClient(const Common &common);
 
 } // namespace localmapi::tool

@@ -1,5 +1,6 @@
 // MultiByteToWideChar and WideCharToMultiByte: UTF-8 by our own reader, every other encoding by glibc's iconv.
 #include "code_page.h"
+#include "last_error.h"
 #include "locale_names.h"
 #include <algorithm>
 #include <cerrno>
@@ -220,11 +221,6 @@ bool NarrowByIconv(const Conversion &conversion, const WCHAR *text, const WCHAR 
     return valid;
 }
 
-int Fail(DWORD error)
-{
-    SetLastError(error);
-    return 0;
-}
 } // namespace
 
 namespace platform
@@ -280,10 +276,10 @@ int MultiByteToWideChar(UINT CodePage, DWORD dwFlags, LPCSTR lpMultiByteStr, int
 {
     const char *name = platform::CodePageName(CodePage);
     if (!name || !lpMultiByteStr || cbMultiByte == 0 || cchWideChar < 0 || (cchWideChar > 0 && !lpWideCharStr))
-        return Fail(ERROR_INVALID_PARAMETER);
+        return Fail<int>(ERROR_INVALID_PARAMETER);
     const DWORD known = CodePage == CP_UTF8 ? MB_ERR_INVALID_CHARS : (MB_PRECOMPOSED | MB_ERR_INVALID_CHARS);
     if (dwFlags & ~known)
-        return Fail(ERROR_INVALID_FLAGS);
+        return Fail<int>(ERROR_INVALID_FLAGS);
 
     const std::size_t length =
         cbMultiByte < 0 ? std::strlen(lpMultiByteStr) + 1 : static_cast<std::size_t>(cbMultiByte);
@@ -294,11 +290,11 @@ int MultiByteToWideChar(UINT CodePage, DWORD dwFlags, LPCSTR lpMultiByteStr, int
     } else {
         const Conversion conversion("UTF-16LE", name);
         if (!conversion)
-            return Fail(ERROR_INVALID_PARAMETER);
+            return Fail<int>(ERROR_INVALID_PARAMETER);
         valid = WidenByIconv(conversion, lpMultiByteStr, lpMultiByteStr + length, out);
     }
     if (out.fits && !valid && (dwFlags & MB_ERR_INVALID_CHARS))
-        return Fail(ERROR_NO_UNICODE_TRANSLATION);
+        return Fail<int>(ERROR_NO_UNICODE_TRANSLATION);
     return out.Finish();
 }
 
@@ -307,12 +303,12 @@ int WideCharToMultiByte(UINT CodePage, DWORD dwFlags, LPCWSTR lpWideCharStr, int
 {
     const char *name = platform::CodePageName(CodePage);
     if (!name || !lpWideCharStr || cchWideChar == 0 || cbMultiByte < 0 || (cbMultiByte > 0 && !lpMultiByteStr))
-        return Fail(ERROR_INVALID_PARAMETER);
+        return Fail<int>(ERROR_INVALID_PARAMETER);
     if (CodePage == CP_UTF8 && (lpDefaultChar || lpUsedDefaultChar))
-        return Fail(ERROR_INVALID_PARAMETER);
+        return Fail<int>(ERROR_INVALID_PARAMETER);
     const DWORD known = CodePage == CP_UTF8 ? WC_ERR_INVALID_CHARS : (WC_ERR_INVALID_CHARS | WC_NO_BEST_FIT_CHARS);
     if (dwFlags & ~known)
-        return Fail(ERROR_INVALID_FLAGS);
+        return Fail<int>(ERROR_INVALID_FLAGS);
 
     const std::size_t length =
         cchWideChar < 0 ? std::char_traits<WCHAR>::length(lpWideCharStr) + 1 : static_cast<std::size_t>(cchWideChar);
@@ -321,11 +317,11 @@ int WideCharToMultiByte(UINT CodePage, DWORD dwFlags, LPCWSTR lpWideCharStr, int
     if (platform::IsUtf8(name)) {
         valid = NarrowUtf8(lpWideCharStr, lpWideCharStr + length, out);
         if (out.fits && !valid && (dwFlags & WC_ERR_INVALID_CHARS))
-            return Fail(ERROR_NO_UNICODE_TRANSLATION);
+            return Fail<int>(ERROR_NO_UNICODE_TRANSLATION);
     } else {
         const Conversion conversion(name, "UTF-16LE");
         if (!conversion)
-            return Fail(ERROR_INVALID_PARAMETER);
+            return Fail<int>(ERROR_INVALID_PARAMETER);
         valid =
             NarrowByIconv(conversion, lpWideCharStr, lpWideCharStr + length, lpDefaultChar ? lpDefaultChar : "?", out);
     }

@@ -1,4 +1,5 @@
 // GetDateFormat and GetTimeFormat: pictures, and a locale's own forms.
+#include "last_error.h"
 #include "time_locale.h"
 #include <algorithm>
 #include <cstring>
@@ -47,12 +48,6 @@ int Give(const std::string &text, LPSTR target, int size)
     }
     std::copy(text.c_str(), text.c_str() + needed, target);
     return needed;
-}
-
-int Fail(DWORD error)
-{
-    SetLastError(error);
-    return 0;
 }
 
 tm ToTm(const SYSTEMTIME &time)
@@ -132,9 +127,9 @@ int GetDateFormatA(LCID, DWORD dwFlags, const SYSTEMTIME *lpDate, LPCSTR lpForma
 {
     constexpr DWORD kForms = DATE_SHORTDATE | DATE_LONGDATE;
     if (cchDate < 0 || (cchDate > 0 && !lpDateStr))
-        return Fail(ERROR_INVALID_PARAMETER);
+        return Fail<int>(ERROR_INVALID_PARAMETER);
     if ((lpFormat && (dwFlags & kForms)) || (dwFlags & kForms) == kForms)
-        return Fail(ERROR_INVALID_FLAGS);
+        return Fail<int>(ERROR_INVALID_FLAGS);
     SYSTEMTIME date;
     if (lpDate)
         date = *lpDate;
@@ -144,7 +139,7 @@ int GetDateFormatA(LCID, DWORD dwFlags, const SYSTEMTIME *lpDate, LPCSTR lpForma
     date.wHour = date.wMinute = date.wSecond = date.wMilliseconds = 0;
     FILETIME checked;
     if (!SystemTimeToFileTime(&date, &checked) || !FileTimeToSystemTime(&checked, &date))
-        return Fail(ERROR_INVALID_PARAMETER);
+        return Fail<int>(ERROR_INVALID_PARAMETER);
     const TimeLocale locale;
     const tm time = ToTm(date);
     if (lpFormat)
@@ -160,14 +155,14 @@ int GetTimeFormatA(LCID, DWORD dwFlags, const SYSTEMTIME *lpTime, LPCSTR lpForma
     constexpr DWORD kPictureFlags =
         TIME_NOMINUTESORSECONDS | TIME_NOSECONDS | TIME_NOTIMEMARKER | TIME_FORCE24HOURFORMAT;
     if (cchTime < 0 || (cchTime > 0 && !lpTimeStr))
-        return Fail(ERROR_INVALID_PARAMETER);
+        return Fail<int>(ERROR_INVALID_PARAMETER);
     SYSTEMTIME now;
     if (!lpTime) {
         GetLocalTime(&now);
         lpTime = &now;
     }
     if (lpTime->wHour > 23 || lpTime->wMinute > 59 || lpTime->wSecond > 59 || lpTime->wMilliseconds > 999)
-        return Fail(ERROR_INVALID_PARAMETER);
+        return Fail<int>(ERROR_INVALID_PARAMETER);
     const TimeLocale locale;
     if (!lpFormat && !locale.IsAmerican() && !(dwFlags & kPictureFlags)) {
         // Only the time of day counts.

@@ -36,7 +36,7 @@ const Sink &DebugSink()
     return sink;
 }
 
-void Output(std::string_view text)
+void WriteToSink(std::string_view text)
 {
     const Sink &sink = DebugSink();
     const int savedErrno = errno;
@@ -61,12 +61,12 @@ void OutputDebugStringA(LPCSTR lpOutputString)
 {
     std::size_t length;
     if (HasSink() && lpOutputString && platform::ReadableLength(lpOutputString, INT_MAX, &length))
-        Output({lpOutputString, length});
+        WriteToSink({lpOutputString, length});
 }
 
 void OutputDebugStringW(LPCWSTR lpOutputString)
 {
     std::size_t length;
     if (HasSink() && lpOutputString && platform::ReadableLength(lpOutputString, INT_MAX, &length))
-        Output(platform::Narrow(lpOutputString, length));
+        WriteToSink(platform::Narrow(lpOutputString, length));
 }

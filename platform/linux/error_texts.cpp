@@ -1,4 +1,5 @@
 // FormatMessageA: the system's texts for Win32 codes.
+#include "last_error.h"
 #include "message_catalogue.h"
 #include <algorithm>
 #include <cerrno>
@@ -107,11 +108,6 @@ std::string SystemText(DWORD id)
     return strerror_r(found->errnoValue, buffer, sizeof buffer);
 }
 
-DWORD Fail(DWORD error)
-{
-    SetLastError(error);
-    return 0;
-}
 } // namespace
 
 DWORD FormatMessageA(DWORD dwFlags, LPCVOID lpSource, DWORD dwMessageId, DWORD, LPSTR lpBuffer, DWORD nSize, va_list *)
@@ -120,14 +116,14 @@ DWORD FormatMessageA(DWORD dwFlags, LPCVOID lpSource, DWORD dwMessageId, DWORD, 
     constexpr DWORD kKnown =
         kSources | FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_MAX_WIDTH_MASK;
     if (!lpBuffer || !(dwFlags & kSources) || !(dwFlags & FORMAT_MESSAGE_IGNORE_INSERTS) || (dwFlags & ~kKnown))
-        return Fail(ERROR_INVALID_PARAMETER);
+        return Fail<DWORD>(ERROR_INVALID_PARAMETER);
     std::string text;
     if (dwFlags & FORMAT_MESSAGE_FROM_HMODULE)
         text = platform::CatalogueText(static_cast<HMODULE>(const_cast<void *>(lpSource)), dwMessageId);
     if (text.empty() && (dwFlags & FORMAT_MESSAGE_FROM_SYSTEM))
         text = SystemText(dwMessageId);
     if (text.empty())
-        return Fail(ERROR_MR_MID_NOT_FOUND);
+        return Fail<DWORD>(ERROR_MR_MID_NOT_FOUND);
     while (!text.empty() && (text.back() == '\n' || text.back() == '\r'))
         text.pop_back();
     // With a width given, the line break that a message ends with is left out.
@@ -139,9 +135,9 @@ DWORD FormatMessageA(DWORD dwFlags, LPCVOID lpSource, DWORD dwMessageId, DWORD, 
         target = static_cast<char *>(std::malloc(std::max<std::size_t>(nSize, text.size() + 1)));
         *reinterpret_cast<char **>(lpBuffer) = target;
         if (!target)
-            return Fail(ERROR_NOT_ENOUGH_MEMORY);
+            return Fail<DWORD>(ERROR_NOT_ENOUGH_MEMORY);
     } else if (nSize <= text.size()) {
-        return Fail(ERROR_INSUFFICIENT_BUFFER);
+        return Fail<DWORD>(ERROR_INSUFFICIENT_BUFFER);
     }
     std::copy(text.c_str(), text.c_str() + text.size() + 1, target);
     return static_cast<DWORD>(text.size());

@@ -1,4 +1,5 @@
 // Modules by the dynamic loader. An HMODULE of an image is the loader's own record of it.
+#include "last_error.h"
 #include "message_catalogue.h"
 #include <algorithm>
 #include <climits>
@@ -23,12 +24,6 @@ Modules &Known()
 {
     static Modules &modules = *new Modules;
     return modules;
-}
-
-HMODULE Fail(DWORD error)
-{
-    SetLastError(error);
-    return nullptr;
 }
 
 link_map *ImageOf(const void *address)
@@ -77,7 +72,7 @@ HMODULE LoadImage(const std::string &name)
     void *image = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!image) {
         const bool there = path.find('/') != std::string::npos && access(path.c_str(), F_OK) == 0;
-        return Fail(there ? ERROR_BAD_EXE_FORMAT : ERROR_MOD_NOT_FOUND);
+        return Fail<HMODULE>(there ? ERROR_BAD_EXE_FORMAT : ERROR_MOD_NOT_FOUND);
     }
     const auto module = static_cast<HMODULE>(image);
     std::lock_guard<std::mutex> held(Known().lock);
@@ -89,7 +84,7 @@ HMODULE LoadCatalogue(const std::string &name)
 {
     const nl_catd catalogue = catopen(name.c_str(), NL_CAT_LOCALE);
     if (catalogue == reinterpret_cast<nl_catd>(-1))
-        return Fail(ERROR_MOD_NOT_FOUND);
+        return Fail<HMODULE>(ERROR_MOD_NOT_FOUND);
     std::lock_guard<std::mutex> held(Known().lock);
     // Odd, as Windows' own handles of data files are, so that none is an image's.
     const auto module = reinterpret_cast<HMODULE>((Known().lastCatalogue += 2) | 1);
@@ -119,7 +114,7 @@ HMODULE LoadLibraryA(LPCSTR lpLibFileName)
 HMODULE LoadLibraryExA(LPCSTR lpLibFileName, HANDLE hFile, DWORD dwFlags)
 {
     if (!lpLibFileName || !*lpLibFileName || hFile || (dwFlags & ~DWORD{LOAD_LIBRARY_AS_DATAFILE}))
-        return Fail(ERROR_INVALID_PARAMETER);
+        return Fail<HMODULE>(ERROR_INVALID_PARAMETER);
     return dwFlags ? LoadCatalogue(lpLibFileName) : LoadImage(lpLibFileName);
 }
 
@@ -187,13 +182,13 @@ BOOL GetModuleHandleExA(DWORD dwFlags, LPCSTR lpModuleName, HMODULE *phModule)
 {
     constexpr DWORD kFlags = GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
     if (!phModule || dwFlags != kFlags) {
-        Fail(ERROR_INVALID_PARAMETER);
+        Fail<HMODULE>(ERROR_INVALID_PARAMETER);
         return FALSE;
     }
     link_map *image = ImageOf(lpModuleName);
     *phModule = reinterpret_cast<HMODULE>(image);
     if (!image) {
-        Fail(ERROR_MOD_NOT_FOUND);
+        Fail<HMODULE>(ERROR_MOD_NOT_FOUND);
         return FALSE;
     }
     std::lock_guard<std::mutex> held(Known().lock);

@@ -1,4 +1,5 @@
 // Times between their forms.
+#include "last_error.h"
 #include <time.h>
 #include <windows.h>
 
@@ -7,7 +8,7 @@ namespace
 constexpr ULONGLONG kTicksPerSecond = 10000000;
 constexpr ULONGLONG kTicksPerDay = 86400 * kTicksPerSecond;
 // From 1601 to 1970.
-constexpr LONGLONG kDaysToUnix = 134774;
+constexpr LONGLONG kDaysFrom1601ToUnix = 134774;
 
 ULONGLONG Ticks(const FILETIME &time)
 {
@@ -17,12 +18,6 @@ ULONGLONG Ticks(const FILETIME &time)
 FILETIME FromTicks(ULONGLONG ticks)
 {
     return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
-}
-
-BOOL Fail()
-{
-    SetLastError(ERROR_INVALID_PARAMETER);
-    return FALSE;
 }
 
 bool IsLeapYear(int year)
@@ -82,7 +77,7 @@ ULONGLONG LocalOffset()
 BOOL SystemTimeToFileTime(const SYSTEMTIME *lpSystemTime, LPFILETIME lpFileTime)
 {
     if (!IsValid(*lpSystemTime))
-        return Fail();
+        return Fail<BOOL>(ERROR_INVALID_PARAMETER);
     const ULONGLONG seconds = (lpSystemTime->wHour * 60ull + lpSystemTime->wMinute) * 60ull + lpSystemTime->wSecond;
     *lpFileTime = FromTicks(static_cast<ULONGLONG>(DaysOf(*lpSystemTime)) * kTicksPerDay + seconds * kTicksPerSecond +
                             lpSystemTime->wMilliseconds * 10000ull);
@@ -93,8 +88,8 @@ BOOL FileTimeToSystemTime(const FILETIME *lpFileTime, LPSYSTEMTIME lpSystemTime)
 {
     const ULONGLONG ticks = Ticks(*lpFileTime);
     if (ticks >> 63)
-        return Fail();
-    const auto seconds = static_cast<time_t>(ticks / kTicksPerSecond) - kDaysToUnix * 86400;
+        return Fail<BOOL>(ERROR_INVALID_PARAMETER);
+    const auto seconds = static_cast<time_t>(ticks / kTicksPerSecond) - kDaysFrom1601ToUnix * 86400;
     tm utc;
     gmtime_r(&seconds, &utc);
     *lpSystemTime = FromTm(utc, static_cast<WORD>(ticks % kTicksPerSecond / 10000));
@@ -117,7 +112,7 @@ BOOL SystemTimeToTzSpecificLocalTime(const TIME_ZONE_INFORMATION *lpTimeZone, co
                                      LPSYSTEMTIME lpLocalTime)
 {
     if (lpTimeZone || !IsValid(*lpUniversalTime))
-        return Fail();
+        return Fail<BOOL>(ERROR_INVALID_PARAMETER);
     tm utc = ToTm(*lpUniversalTime);
     const time_t seconds = timegm(&utc);
     tm local;
@@ -130,7 +125,7 @@ BOOL TzSpecificLocalTimeToSystemTime(const TIME_ZONE_INFORMATION *lpTimeZone, co
                                      LPSYSTEMTIME lpUniversalTime)
 {
     if (lpTimeZone || !IsValid(*lpLocalTime))
-        return Fail();
+        return Fail<BOOL>(ERROR_INVALID_PARAMETER);
     tm local = ToTm(*lpLocalTime);
     const time_t seconds = mktime(&local);
     tm utc;

@@ -1,5 +1,6 @@
 // Thread-local slots. A slot has a generation, which its release moves on: what threads had stored before is then out
 // of date without being visited.
+#include "last_error.h"
 #include <atomic>
 #include <windows.h>
 
@@ -17,11 +18,6 @@ struct Value {
 // Needs no destructor, so that it can be used to a thread's very end.
 thread_local Value values[kSlots];
 
-BOOL Fail()
-{
-    SetLastError(ERROR_INVALID_PARAMETER);
-    return FALSE;
-}
 } // namespace
 
 DWORD TlsAlloc()
@@ -38,7 +34,7 @@ DWORD TlsAlloc()
 LPVOID TlsGetValue(DWORD dwTlsIndex)
 {
     if (dwTlsIndex >= kSlots) {
-        Fail();
+        Fail<BOOL>(ERROR_INVALID_PARAMETER);
         return nullptr;
     }
     SetLastError(ERROR_SUCCESS);
@@ -49,7 +45,7 @@ LPVOID TlsGetValue(DWORD dwTlsIndex)
 BOOL TlsSetValue(DWORD dwTlsIndex, LPVOID lpTlsValue)
 {
     if (dwTlsIndex >= kSlots)
-        return Fail();
+        return Fail<BOOL>(ERROR_INVALID_PARAMETER);
     values[dwTlsIndex] = {generations[dwTlsIndex], lpTlsValue};
     return TRUE;
 }
@@ -57,10 +53,10 @@ BOOL TlsSetValue(DWORD dwTlsIndex, LPVOID lpTlsValue)
 BOOL TlsFree(DWORD dwTlsIndex)
 {
     if (dwTlsIndex >= kSlots)
-        return Fail();
+        return Fail<BOOL>(ERROR_INVALID_PARAMETER);
     std::uint32_t generation = generations[dwTlsIndex];
     while (generation % 2 == 1)
         if (generations[dwTlsIndex].compare_exchange_weak(generation, generation + 1))
             return TRUE;
-    return Fail();
+    return Fail<BOOL>(ERROR_INVALID_PARAMETER);
 }

@@ -9,7 +9,7 @@ constexpr double kFirst = -657435; // below 1st January 100
 constexpr double kEnd = 2958466;   // 1st January 10000
 constexpr long long kSecondsPerDay = 86400;
 // From 1899-12-30 to 1970-01-01.
-constexpr long long kDaysToUnix = 25569;
+constexpr long long kDaysFrom1899ToUnix = 25569;
 } // namespace
 
 INT VariantTimeToSystemTime(DOUBLE vtime, LPSYSTEMTIME lpSystemTime)
@@ -19,7 +19,7 @@ INT VariantTimeToSystemTime(DOUBLE vtime, LPSYSTEMTIME lpSystemTime)
     const double day = std::trunc(vtime);
     // To the nearest second; the last one of a day may be the next day's first.
     const auto seconds = static_cast<long long>(std::floor(std::fabs(vtime - day) * kSecondsPerDay + 0.5));
-    const time_t unixTime = (static_cast<long long>(day) - kDaysToUnix) * kSecondsPerDay + seconds;
+    const time_t unixTime = (static_cast<long long>(day) - kDaysFrom1899ToUnix) * kSecondsPerDay + seconds;
     tm utc;
     gmtime_r(&unixTime, &utc);
     *lpSystemTime = {static_cast<WORD>(utc.tm_year + 1900), static_cast<WORD>(utc.tm_mon + 1),
@@ -42,7 +42,7 @@ INT SystemTimeToVariantTime(LPSYSTEMTIME lpSystemTime, DOUBLE *pvtime)
     utc.tm_hour = time.wHour;
     utc.tm_min = time.wMinute;
     utc.tm_sec = time.wSecond;
-    const long long seconds = timegm(&utc) + kDaysToUnix * kSecondsPerDay;
+    const long long seconds = timegm(&utc) + kDaysFrom1899ToUnix * kSecondsPerDay;
     const double day = std::floor(static_cast<double>(seconds) / kSecondsPerDay);
     const double part = static_cast<double>(seconds - static_cast<long long>(day) * kSecondsPerDay) / kSecondsPerDay;
     const double value = day < 0 ? day - part : day + part;

@@ -20,8 +20,8 @@ BehaviourTest::BehaviourTest() : m_folder(NewFolder())
 {
     SetVariable("LOCALMAPI_FILE", File("site.db"));
     SetVariable("ORLMAPI_SETTINGS", File("settings.json"));
-    m_site = storage::Site::create(Utf8Path(File("site.db")), "NORVIK1", "Norvik");
-    storage::Directory(site()).addUser("vm", "Voicemail Service", "", true);
+    m_site = storage::Site::Create(Utf8Path(File("site.db")), "NORVIK1", "Norvik");
+    storage::Directory(site()).AddUser("vm", "Voicemail Service", "", true);
     AddUser("alice", "Alice Archer");
     AddUser("bob", "Bob Baker");
 }
@@ -41,7 +41,7 @@ BehaviourTest::~BehaviourTest()
 
 storage::User BehaviourTest::AddUser(const std::string &alias, const std::string &name)
 {
-    return storage::Directory(site()).addUser(alias, name);
+    return storage::Directory(site()).AddUser(alias, name);
 }
 
 void BehaviourTest::AddProfile(const char *name)
@@ -77,20 +77,20 @@ void BehaviourTest::AddProfile(const char *name)
 storage::ObjectId BehaviourTest::Deliver(const std::string &alias, const storage::MessageChanges &message)
 {
     const storage::Directory directory(site());
-    return storage::Objects(site()).createMessage(directory.mailbox(directory.userByAlias(alias)->mailbox).inbox,
+    return storage::Objects(site()).CreateMessage(directory.GetMailbox(directory.UserByAlias(alias)->mailbox).inbox,
                                                   message);
 }
 
 void BehaviourTest::DeliverVoicemail(const std::string &alias, const std::string &caller, bool urgent,
                                      const std::string &wav, bool isPrivate)
 {
-    const storage::User to = *storage::Directory(site()).userByAlias(alias);
+    const storage::User to = *storage::Directory(site()).UserByAlias(alias);
     // A second apart, so that their order is known.
     m_time += 10000000;
     storage::MessageChanges message =
-        compose(delivery::Voicemail{{caller, "", ""}, "+15550100", caller, 7, "", {urgent, isPrivate}}, to, m_time);
+        Compose(delivery::Voicemail{{caller, "", ""}, "+15550100", caller, 7, "", {urgent, isPrivate}}, to, m_time);
     if (!wav.empty())
-        delivery::attach(message, wav, "audio/wav");
+        delivery::Attach(message, wav, "audio/wav");
     Deliver(alias, message);
 }
 

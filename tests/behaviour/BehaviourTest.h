@@ -7,7 +7,8 @@
 #include "OrlMapi32.h"
 #include "behaviour/Environment.h"
 #include "localmapi/delivery/Compose.h"
-#include "localmapi/storage/profiles.h"
+#include "localmapi/storage/Profiles.h"
+#include "localmapi/storage/Time.h"
 #include <functional>
 #include <gmock/gmock.h>
 #include <optional>
@@ -67,5 +68,5 @@ class BehaviourTest : public testing::Test
   private:
     std::filesystem::path m_folder;
     std::optional<localmapi::storage::Site> m_site;
-    std::int64_t m_time = localmapi::storage::currentTime();
+    std::int64_t m_time = localmapi::storage::CurrentTime();
 };

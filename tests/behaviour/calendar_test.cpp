@@ -54,9 +54,9 @@ class CalendarBehaviour : public BehaviourTest
         appointment.first = day;
         appointment.startMinute = start;
         const storage::Directory directory(site());
-        const storage::User owner = *directory.userByAlias("alice");
-        storage::Objects(site()).createMessage(directory.mailbox(owner.mailbox).calendar,
-                                               compose(site(), appointment, owner));
+        const storage::User owner = *directory.UserByAlias("alice");
+        storage::Objects(site()).CreateMessage(directory.GetMailbox(owner.mailbox).calendar,
+                                               Compose(site(), appointment, owner));
     }
 
     struct Event {

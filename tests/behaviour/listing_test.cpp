@@ -1,6 +1,7 @@
 // Listing real mailboxes: what each filter shows, pages in both directions, handles between calls.
 #include "behaviour/BehaviourTest.h"
 #include "localmapi/delivery/Tags.h"
+#include "localmapi/storage/Time.h"
 #include <numeric>
 
 using namespace localmapi;
@@ -14,12 +15,12 @@ class ListingBehaviour : public BehaviourTest
     void DeliverMail(const std::string &sender, const std::string &address, const std::string &creator, bool read,
                      bool urgent, const std::string &messageClass = "IPM.Note")
     {
-        const storage::User to = *storage::Directory(site()).userByAlias("alice");
+        const storage::User to = *storage::Directory(site()).UserByAlias("alice");
         storage::MessageChanges message =
-            compose(delivery::Mail{{sender, "SMTP", address}, creator, "Subject", "Body", {urgent, false}}, to,
-                    storage::currentTime());
-        message.properties.set.set(storage::kMessageClass, messageClass);
-        message.properties.set.set(storage::kMessageFlags, std::int32_t{read ? 1 : 0});
+            Compose(delivery::Mail{{sender, "SMTP", address}, creator, "Subject", "Body", {urgent, false}}, to,
+                    storage::CurrentTime());
+        message.properties.set.Set(storage::kMessageClass, messageClass);
+        message.properties.set.Set(storage::kMessageFlags, std::int32_t{read ? 1 : 0});
         Deliver("alice", message);
     }
     // Voice mails "1" to "n", unread and not urgent, oldest first.
@@ -221,11 +222,11 @@ TEST_F(ListingBehaviour, HandlesOfOneSessionMeanNothingInAnother)
 
 TEST_F(ListingBehaviour, OffsetStandsForAMissingReceivedTime)
 {
-    const storage::User to = *storage::Directory(site()).userByAlias("alice");
+    const storage::User to = *storage::Directory(site()).UserByAlias("alice");
     storage::MessageChanges message =
-        compose(delivery::Voicemail{{"x", "", ""}, "", "x", 3, "", {}}, to, storage::currentTime());
-    message.properties.set.set(delivery::kVoiceOffset, std::int32_t{41});
-    message.properties.set.erase(delivery::kVoiceReceived);
+        Compose(delivery::Voicemail{{"x", "", ""}, "", "x", 3, "", {}}, to, storage::CurrentTime());
+    message.properties.set.Set(delivery::kVoiceOffset, std::int32_t{41});
+    message.properties.set.Erase(delivery::kVoiceReceived);
     Deliver("alice", message);
     Connect();
     const OrlMailbox mailbox = Open("alice");

@@ -1,6 +1,7 @@
 // One message of a real mailbox: header, flags, marking, deleting, text and recordings.
 #include "behaviour/BehaviourTest.h"
 #include "localmapi/delivery/Tags.h"
+#include "localmapi/storage/Time.h"
 #include <fstream>
 
 using namespace localmapi;
@@ -23,14 +24,14 @@ class MessageBehaviour : public BehaviourTest
     ULONG Size(const Id &id) const { return static_cast<ULONG>(id.size()); }
     Id DeliverMail(const std::string &subject, const std::string &body)
     {
-        const storage::User to = *storage::Directory(site()).userByAlias("alice");
+        const storage::User to = *storage::Directory(site()).UserByAlias("alice");
         storage::MessageChanges message =
-            compose(delivery::Mail{{"Bob", "SMTP", "bob@elsewhere.example"}, "", subject, body, {}}, to,
-                    storage::currentTime());
+            Compose(delivery::Mail{{"Bob", "SMTP", "bob@elsewhere.example"}, "", subject, body, {}}, to,
+                    storage::CurrentTime());
         if (subject.empty())
             for (const storage::Tag tag :
                  {delivery::kSubject, delivery::kNormalizedSubject, delivery::kConversationTopic})
-                message.properties.set.erase(tag);
+                message.properties.set.Erase(tag);
         Deliver("alice", message);
         Filter mail;
         mail.um = 0;
@@ -60,9 +61,9 @@ TEST_F(MessageBehaviour, FlagsTellPrivateUrgentAndRead)
 
 TEST_F(MessageBehaviour, AFaxGivesItsSenderAddressAsTheCreatorName)
 {
-    const storage::User to = *storage::Directory(site()).userByAlias("alice");
-    Deliver("alice", compose(delivery::Mail{{"Fax", "SMTP", "4711@FAX.norvik.example"}, "Somebody", "Fax", "", {}}, to,
-                             storage::currentTime()));
+    const storage::User to = *storage::Directory(site()).UserByAlias("alice");
+    Deliver("alice", Compose(delivery::Mail{{"Fax", "SMTP", "4711@FAX.norvik.example"}, "Somebody", "Fax", "", {}}, to,
+                             storage::CurrentTime()));
     Filter mail;
     mail.um = 0;
     const Id id = Only(mail);
@@ -105,9 +106,9 @@ TEST_F(MessageBehaviour, ADeletedMessageIsInDeletedItemsUnderANewIdentifierAndMa
     EXPECT_LT(OrlDeleteEmail(m_connection, m_mailbox, Size(id), id.data()), 0);
 
     const storage::Directory directory(site());
-    const storage::Mailbox mailbox = directory.mailbox(directory.userByAlias("alice")->mailbox);
+    const storage::Mailbox mailbox = directory.GetMailbox(directory.UserByAlias("alice")->mailbox);
     EXPECT_EQ(std::int32_t{1},
-              *storage::Objects(site()).read(mailbox.deletedItems).get<std::int32_t>(storage::kContentCount));
+              *storage::Objects(site()).Read(mailbox.deletedItems).get<std::int32_t>(storage::kContentCount));
 }
 
 TEST_F(MessageBehaviour, TextComesWholeUpTo64KiB)

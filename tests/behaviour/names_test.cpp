@@ -1,6 +1,7 @@
 // Names beyond ASCII through both conversions of the boundary: arguments go to the ANSI code page, results are read as
 // UTF-8. Where the ANSI code page cannot hold a name, it cannot be named, and says so.
 #include "behaviour/BehaviourTest.h"
+#include "localmapi/storage/Time.h"
 #include <windows.h>
 
 using namespace localmapi;
@@ -102,9 +103,9 @@ TEST_F(NamesBehaviour, BrokenTextIsNoNameAndNoCrash)
 TEST_F(NamesBehaviour, HostileTextInEveryFieldIsListedReadAndSavedAsItIs)
 {
     const std::string hostile = "%s%s%s%s%n%1000000d";
-    const storage::User to = *storage::Directory(site()).userByAlias("alice");
-    Deliver("alice", compose(delivery::Mail{{hostile, "SMTP", hostile + "@x"}, hostile, hostile, hostile, {}}, to,
-                             storage::currentTime()));
+    const storage::User to = *storage::Directory(site()).UserByAlias("alice");
+    Deliver("alice", Compose(delivery::Mail{{hostile, "SMTP", hostile + "@x"}, hostile, hostile, hostile, {}}, to,
+                             storage::CurrentTime()));
     Connect();
     const OrlMailbox mailbox = Open("alice");
     Filter mail;

@@ -1,6 +1,7 @@
 // Watching real mailboxes: what the callback is told when messages come, are read, marked and deleted, and how watches
 // end. Every wait is for the counts themselves.
 #include "behaviour/BehaviourTest.h"
+#include "localmapi/storage/Time.h"
 #include <array>
 #include <atomic>
 #include <condition_variable>
@@ -156,9 +157,9 @@ TEST_F(NotificationBehaviour, MailAndFaxesChangeNoCount)
     Watched alice, bob;
     Watch(alice, "alice");
     Watch(bob, "bob");
-    const storage::User to = *storage::Directory(site()).userByAlias("alice");
+    const storage::User to = *storage::Directory(site()).UserByAlias("alice");
     Deliver("alice",
-            compose(delivery::Mail{{"Bob Baker", "", ""}, "", "No voice", "", {}}, to, storage::currentTime()));
+            Compose(delivery::Mail{{"Bob Baker", "", ""}, "", "No voice", "", {}}, to, storage::CurrentTime()));
     // What is told to Bob comes after whatever there was to tell to Alice.
     DeliverVoicemail("bob", "1");
     EXPECT_TRUE(bob.Becomes({1, 0, 0}));

@@ -2,17 +2,17 @@
 // happens when they can't.
 #include "behaviour/BehaviourTest.h"
 #include "localmapi/delivery/Tags.h"
-#include "localmapi/storage/view.h"
+#include "localmapi/storage/View.h"
 #include <fstream>
 
 using namespace localmapi;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr storage::Tag kLastVerb = storage::makeTag(0x1081, storage::Type::Int32);
-constexpr storage::Tag kIconIndex = storage::makeTag(0x1080, storage::Type::Int32);
-constexpr storage::Tag kFilename = storage::makeTag(0x3704, storage::Type::Text);
-constexpr storage::Tag kLongFilename = storage::makeTag(0x3707, storage::Type::Text);
+constexpr storage::Tag kLastVerb = storage::MakeTag(0x1081, storage::Type::Int32);
+constexpr storage::Tag kIconIndex = storage::MakeTag(0x1080, storage::Type::Int32);
+constexpr storage::Tag kFilename = storage::MakeTag(0x3704, storage::Type::Text);
+constexpr storage::Tag kLongFilename = storage::MakeTag(0x3707, storage::Type::Text);
 
 class SendingBehaviour : public BehaviourTest
 {
@@ -35,11 +35,11 @@ class SendingBehaviour : public BehaviourTest
     std::vector<std::string> Subjects(const std::string &alias, storage::ObjectId storage::Mailbox::*folder)
     {
         const storage::Directory directory(site());
-        const storage::Mailbox mailbox = directory.mailbox(directory.userByAlias(alias)->mailbox);
+        const storage::Mailbox mailbox = directory.GetMailbox(directory.UserByAlias(alias)->mailbox);
         const storage::View view(site(), {storage::Container::Kind::Contents, mailbox.*folder});
         std::vector<std::string> subjects;
         for (const storage::Row &row :
-             view.read(storage::Place::beginning(), storage::Direction::Forward, 1000, {delivery::kSubject})) {
+             view.Read(storage::Place::beginning(), storage::Direction::Forward, 1000, {delivery::kSubject})) {
             const auto *subject = std::get_if<std::string>(&row.values[0]);
             subjects.push_back(subject ? *subject : "");
         }
@@ -82,9 +82,9 @@ class SendingBehaviour : public BehaviourTest
     std::vector<storage::Row> FirstOf(const std::string &alias, const std::vector<storage::Tag> &tags)
     {
         const storage::Directory directory(site());
-        const storage::Mailbox mailbox = directory.mailbox(directory.userByAlias(alias)->mailbox);
+        const storage::Mailbox mailbox = directory.GetMailbox(directory.UserByAlias(alias)->mailbox);
         const storage::View view(site(), {storage::Container::Kind::Contents, mailbox.inbox});
-        return view.read(storage::Place::beginning(), storage::Direction::Forward, 2, tags);
+        return view.Read(storage::Place::beginning(), storage::Direction::Forward, 2, tags);
     }
     // The last verb that was done on the one message of an Inbox, and its icon; 0 for none.
     std::pair<std::int32_t, std::int32_t> MarksOf(const std::string &alias)
@@ -208,13 +208,13 @@ TEST_F(SendingBehaviour, NamesOfEveryLengthArriveAsShortOrLongOnes)
         const storage::Objects objects(site());
         const auto rows = FirstOf("alice", {});
         ASSERT_EQ(1U, rows.size());
-        const auto attachments = objects.attachments(rows[0].id);
+        const auto attachments = objects.Attachments(rows[0].id);
         ASSERT_EQ(1U, attachments.size());
-        const auto bag = objects.read(attachments[0].id, {kFilename, kLongFilename});
+        const auto bag = objects.Read(attachments[0].id, {kFilename, kLongFilename});
         const auto *taken = bag.get<std::string>(isShort ? kFilename : kLongFilename);
         ASSERT_TRUE(taken);
         EXPECT_EQ(name, *taken);
-        EXPECT_FALSE(bag.find(isShort ? kLongFilename : kFilename));
+        EXPECT_FALSE(bag.Find(isShort ? kLongFilename : kFilename));
         const Id id = Only(m_alice, Mail());
         EXPECT_HR(0, OrlDeleteEmail(m_connection, m_alice, Size(id), id.data()));
     }

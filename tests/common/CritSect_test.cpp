@@ -1,6 +1,7 @@
 // The lock knows who holds it and says what goes wrong, letter by letter; the guards take it and give it back.
 #include "CritSectLines.h"
 #include "ReplacedCalls.h"
+#include "support/Gate.h"
 #include "support/TraceCapture.h"
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -234,17 +235,17 @@ TEST_F(Lock, OneThreadAtATimeIsInside)
 TEST_F(Lock, DestructionWaitsForTheHolder)
 {
     auto doomed = std::make_unique<CriticalSection>(false, "doomed", false);
-    std::atomic<bool> held{false};
+    Gate held, ending;
     std::atomic<bool> released{false};
     std::thread holder([&, target = doomed.get()] {
         target->Lock("holder", 1, true);
-        held = true;
-        Sleep(50);
+        held.Open();
+        EXPECT_TRUE(ending.Pass());
         released = true;
         target->Unlock("holder", 2, nullptr, nullptr, true);
     });
-    while (!held)
-        Sleep(1);
+    EXPECT_TRUE(held.Pass());
+    ending.Open();
     doomed.reset();
     EXPECT_TRUE(released);
     holder.join();

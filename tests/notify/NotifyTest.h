@@ -2,7 +2,7 @@
 // their own, and a callback that remembers what it was told.
 #pragma once
 #include "session/SessionTest.h"
-#include <condition_variable>
+#include "support/Gate.h"
 #include <functional>
 #include <mutex>
 #include <thread>
@@ -14,30 +14,6 @@ struct Told {
     ULONG read = 0;
     ULONG_PTR context = 0;
     std::thread::id thread;
-};
-
-// Waits for each other in tests; generous, never in the way of one that works.
-class Gate
-{
-  public:
-    void Open()
-    {
-        {
-            const std::lock_guard lock(m_lock);
-            m_open = true;
-        }
-        m_opened.notify_all();
-    }
-    bool Pass()
-    {
-        std::unique_lock lock(m_lock);
-        return m_opened.wait_for(lock, std::chrono::seconds(30), [&] { return m_open; });
-    }
-
-  private:
-    std::mutex m_lock;
-    std::condition_variable m_opened;
-    bool m_open = false;
 };
 
 class NotifyTest : public SessionTest

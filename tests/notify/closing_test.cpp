@@ -8,6 +8,22 @@ namespace
 
 class ClosingTest : public NotifyTest
 {
+  protected:
+    // Opens the gate when the last table of a sink ends from now on. A connection ends its sinks before it waits for
+    // the callbacks that are still at work.
+    void OpenWhenASinkEnds(Gate &gate)
+    {
+        mapi.script.Tell("Table(unread priority).Unadvise", Does([&gate] { gate.Open(); }));
+    }
+    // More than is left to do for one who would not wait.
+    static void WorkOn()
+    {
+        for (int i = 0; i < 20; ++i) {
+            DWORD another = 0;
+            EXPECT_EQ(OrlCreateConnection(&another, 0), S_OK);
+            EXPECT_EQ(OrlCloseConnection(&another), S_OK);
+        }
+    }
 };
 
 TEST_F(ClosingTest, DisconnectCancelsEverySinkBeforeItLogsOff)
@@ -145,24 +161,25 @@ TEST_F(ClosingTest, ClosingWaitsForACallbackThatHasEndedItsOwnSinkAndIsStillInsi
 {
     LetUnadviseWait();
     Watch();
-    Gate inside;
+    const OrlSink own = sink;
+    Watch();
+    Gate inside, closing;
     std::atomic<bool> returned{false};
     const DWORD handle = hConnection;
     mapi.script.Tell("MAPIAdminProfiles", Does([&] {
+                         OpenWhenASinkEnds(closing);
                          inside.Open();
-                         while (OrlIsMAPIAvailable(handle))
-                             std::this_thread::yield();
-                         // For a close that would not wait to go on.
-                         std::this_thread::sleep_for(std::chrono::milliseconds(50));
+                         EXPECT_TRUE(closing.Pass());
                      }));
     mapi.script.Tell("Session.Logoff", Does([&] { EXPECT_TRUE(returned) << "logged off under the callback"; }));
     Answer([&](const Told &) -> BOOL {
-        EXPECT_EQ(OrlUnadvise(handle, sink, nullptr), S_OK);
+        EXPECT_EQ(OrlUnadvise(handle, own, nullptr), S_OK);
         ExchangeProfileA *profiles = nullptr;
         ULONG count = 0;
         EXPECT_EQ(OrlGetExchangeProfilesA(handle, &profiles, &count), S_OK);
         OrlMapiFreeBuffer(profiles);
         EXPECT_EQ(OrlMapiDisconnect(handle), E_INVALIDARG);
+        WorkOn();
         returned = true;
         return 1;
     });
@@ -178,17 +195,21 @@ TEST_F(ClosingTest, ClosingWaitsForACallbackThatHasEndedItsOwnSinkAndIsStillInsi
 TEST_F(ClosingTest, DisconnectWaitsForACallbackWhoseSinkHasEndedWithoutWaiting)
 {
     Watch();
-    Gate inside;
+    const OrlSink first = sink;
+    Watch();
+    Gate inside, disconnecting;
     std::atomic<bool> returned{false};
     Answer([&](const Told &) -> BOOL {
         inside.Open();
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        EXPECT_TRUE(disconnecting.Pass());
+        WorkOn();
         returned = true;
         return 1;
     });
     std::thread notifying = NotifyMeanwhile("Table(unread)");
     ASSERT_TRUE(inside.Pass());
-    EXPECT_EQ(Unadvise(sink), S_OK);
+    EXPECT_EQ(Unadvise(first), S_OK);
+    OpenWhenASinkEnds(disconnecting);
     EXPECT_EQ(OrlMapiDisconnect(hConnection), S_OK);
     EXPECT_TRUE(returned);
     notifying.join();

@@ -3,6 +3,7 @@
 #include "OrlMapi32.h"
 #include "session/CMAPIImpl.h"
 #include "session/ProcessResources.h"
+#include "support/Gate.h"
 #include "support/MapiDouble.h"
 #include "support/TraceCapture.h"
 #include <atomic>
@@ -129,20 +130,19 @@ TEST_F(LifecycleTest, AQuitMessageIsLoggedAndTheThreadKeepsPumping)
 TEST_F(LifecycleTest, ASessionClosedWhileAThreadIsInsideEndsWithThatThread)
 {
     const DWORD h = Create();
-    std::atomic<bool> inside{false};
-    std::atomic<bool> leave{false};
+    Gate inside, leave;
     mapi.script.Tell("MAPILogonEx", Does([&] {
-                         inside = true;
-                         WaitFor([&] { return leave.load(); });
+                         inside.Open();
+                         EXPECT_TRUE(leave.Pass());
                      }));
     HRESULT hr = E_FAIL;
     std::thread worker([&] { hr = OrlMapiConnectA(h, "NORVIK1", "vm", "Voicemail"); });
-    ASSERT_TRUE(WaitFor([&] { return inside.load(); }));
+    EXPECT_TRUE(inside.Pass());
     CloseIt(h);
     EXPECT_EQ(OrlMapiDisconnect(h), E_INVALIDARG) << "the handle is unknown at once";
     EXPECT_FALSE(trace.Has("> CMAPIImpl::~CMAPIImpl()"));
     EXPECT_EQ(mapi.recorder.Count("MAPIUninitialize"), 0);
-    leave = true;
+    leave.Open();
     worker.join();
     EXPECT_EQ(hr, S_OK);
     EXPECT_TRUE(trace.Has("> CMAPIImpl::~CMAPIImpl()"));
@@ -203,6 +203,7 @@ TEST_F(LifecycleTest, AFailureOfComsStartIsReportedAndMapiIsStartedAllTheSame)
     EXPECT_EQ(OrlIsMAPIAvailable(h), 1);
     CloseIt(h);
     SetOutputHooks(nullptr, nullptr);
+    const std::lock_guard lock(g_lock);
     EXPECT_THAT(g_lines, Contains(testing::AllOf(testing::HasSubstr("(66,2)"),
                                                  testing::HasSubstr(" CMAPIImpl::MAPIMessagePump["),
                                                  testing::HasSubstr("]: Error 0x80010106 ["),

@@ -5,8 +5,9 @@ namespace mapi_double
 
 std::recursive_mutex &Mutex()
 {
-    static std::recursive_mutex mutex;
-    return mutex;
+    // Never destroyed: a thread of the code under test may outlive main's statics.
+    static auto *mutex = new std::recursive_mutex;
+    return *mutex;
 }
 
 std::string Record::Text() const

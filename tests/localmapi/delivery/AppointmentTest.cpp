@@ -56,7 +56,7 @@ class AppointmentTest : public SiteTest
     }
     Tag Named(const Guid &set, std::int32_t number, Type type)
     {
-        return makeTag(Names(site).ids({{set, number}}, false).front(), type);
+        return MakeTag(Names(site).Ids({{set, number}}, false).front(), type);
     }
     std::int64_t Time(const MessageChanges &message, const Guid &set, std::int32_t number)
     {
@@ -74,7 +74,7 @@ class AppointmentTest : public SiteTest
 
 TEST_F(AppointmentTest, has_the_properties_of_a_message)
 {
-    const MessageChanges message = compose(site, Meeting(), alice);
+    const MessageChanges message = Compose(site, Meeting(), alice);
     EXPECT_EQ(Of<std::string>(message, kMessageClass), "IPM.Appointment");
     EXPECT_EQ(Of<std::int32_t>(message, kMessageFlags), kFlagRead);
     EXPECT_EQ(Of<std::string>(message, kSubject), "Meeting");
@@ -89,7 +89,7 @@ TEST_F(AppointmentTest, has_the_properties_of_a_message)
 
 TEST_F(AppointmentTest, of_one_day_has_its_times_under_all_their_names)
 {
-    const MessageChanges message = compose(site, Meeting(), alice);
+    const MessageChanges message = Compose(site, Meeting(), alice);
     for (const auto &[set, number] :
          {std::pair(kAppointmentSet, 0x820D), std::pair(kAppointmentSet, 0x8235), std::pair(kCommonSet, 0x8516)})
         EXPECT_EQ(Time(message, set, number), At(On(2026, 11, 23), 480)) << std::hex << number;
@@ -105,22 +105,22 @@ TEST_F(AppointmentTest, of_one_day_has_its_times_under_all_their_names)
     EXPECT_FALSE(Flag(message, kAppointmentSet, 0x8223));
     EXPECT_FALSE(Flag(message, kMeetingSet, 0x0005));
     EXPECT_EQ(Of<std::string>(message, Named(kAppointmentSet, 0x8208, Type::Text)), "Room 1");
-    EXPECT_EQ(message.properties.set.find(Named(kAppointmentSet, 0x8216, Type::Binary)), nullptr);
+    EXPECT_EQ(message.properties.set.Find(Named(kAppointmentSet, 0x8216, Type::Binary)), nullptr);
 }
 
 TEST_F(AppointmentTest, that_recurs_says_so_with_its_rule_and_its_first_and_last_day)
 {
     RecurrenceRule rule = Mondays();
     rule.times = 3;
-    const MessageChanges message = compose(site, Meeting(rule), alice);
+    const MessageChanges message = Compose(site, Meeting(rule), alice);
     EXPECT_TRUE(Flag(message, kAppointmentSet, 0x8223));
     EXPECT_TRUE(Flag(message, kMeetingSet, 0x0005));
     EXPECT_EQ(Number(message, kAppointmentSet, 0x8231), 2);
     EXPECT_EQ(Of<std::int32_t>(message, 0x10800003), 1025) << "the icon of a series";
     EXPECT_EQ(Of<Bytes>(message, Named(kAppointmentSet, 0x8216, Type::Binary)),
-              recurrenceStructure(rule, On(2026, 11, 23), 540, 30))
+              RecurrenceStructure(rule, On(2026, 11, 23), 540, 30))
         << "in local time";
-    EXPECT_EQ(Of<std::string>(message, Named(kAppointmentSet, 0x8232, Type::Text)), describe(rule));
+    EXPECT_EQ(Of<std::string>(message, Named(kAppointmentSet, 0x8232, Type::Text)), Describe(rule));
     EXPECT_EQ(Time(message, kAppointmentSet, 0x820D), At(On(2026, 11, 23), 480));
     EXPECT_EQ(Time(message, kAppointmentSet, 0x8235), At(On(2026, 11, 23), 0));
     EXPECT_EQ(Time(message, kAppointmentSet, 0x8236), At(On(2026, 12, 7), 0));
@@ -128,18 +128,18 @@ TEST_F(AppointmentTest, that_recurs_says_so_with_its_rule_and_its_first_and_last
 
 TEST_F(AppointmentTest, that_never_ends_has_the_published_end)
 {
-    const MessageChanges message = compose(site, Meeting(Mondays()), alice);
+    const MessageChanges message = Compose(site, Meeting(Mondays()), alice);
     EXPECT_EQ(Time(message, kAppointmentSet, 0x8236), At(On(4500, 8, 31), 23 * 60 + 59));
 }
 
 TEST_F(AppointmentTest, names_its_properties_once_in_a_site)
 {
-    compose(site, Meeting(), alice);
-    const std::size_t names = Names(site).all().size();
+    Compose(site, Meeting(), alice);
+    const std::size_t names = Names(site).All().size();
     const Tag start = Named(kAppointmentSet, 0x820D, Type::Time);
     EXPECT_GE(start >> 16, 0x8000u);
-    compose(site, Meeting(Mondays()), alice);
-    EXPECT_EQ(Names(site).all().size(), names);
+    Compose(site, Meeting(Mondays()), alice);
+    EXPECT_EQ(Names(site).All().size(), names);
     EXPECT_EQ(Named(kAppointmentSet, 0x820D, Type::Time), start);
 }
 

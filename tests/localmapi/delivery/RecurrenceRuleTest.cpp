@@ -58,10 +58,10 @@ std::string TextOf(Day day)
 std::vector<std::string> Days(RecurrenceRule rule, Day start, unsigned count)
 {
     std::vector<std::string> found;
-    const auto first = firstOccurrence(rule, start);
+    const auto first = FirstOccurrence(rule, start);
     for (unsigned times = 1; first && times <= count; ++times) {
         rule.times = times;
-        const auto occurrences = occurrencesFrom(rule, *first);
+        const auto occurrences = OccurrencesFrom(rule, *first);
         if (!occurrences)
             break;
         EXPECT_EQ(occurrences->count, times);
@@ -120,49 +120,49 @@ TEST(RecurrenceRule, a_series_ends_with_its_last_occurrence_before_the_day_given
 {
     RecurrenceRule rule = Weekly(kMonday);
     rule.until = On(2026, 12, 10);
-    const auto occurrences = occurrencesFrom(rule, On(2026, 11, 23));
+    const auto occurrences = OccurrencesFrom(rule, On(2026, 11, 23));
     ASSERT_TRUE(occurrences);
     EXPECT_EQ(TextOf(occurrences->last), "2026-12-07");
     EXPECT_EQ(occurrences->count, 3u);
     rule.until = On(2026, 11, 22);
-    EXPECT_FALSE(firstOccurrence(rule, On(2026, 11, 20)));
-    EXPECT_FALSE(occurrencesFrom(rule, On(2026, 11, 23)));
+    EXPECT_FALSE(FirstOccurrence(rule, On(2026, 11, 20)));
+    EXPECT_FALSE(OccurrencesFrom(rule, On(2026, 11, 23)));
 }
 
 TEST(RecurrenceRule, more_times_than_there_are_days_are_no_series)
 {
     RecurrenceRule rule = ByDay(Kind::DayOfYear, 1, 1, 8);
     rule.times = 999;
-    EXPECT_FALSE(occurrencesFrom(rule, On(2026, 1, 1)));
+    EXPECT_FALSE(OccurrencesFrom(rule, On(2026, 1, 1)));
 }
 
 TEST(RecurrenceRule, that_makes_no_sense_is_told_why)
 {
-    EXPECT_EQ(mistakeIn(Rule(Kind::Days, 999)), "");
-    EXPECT_EQ(mistakeIn(Rule(Kind::Days, 1000)), "the interval must be 1 to 999");
-    EXPECT_EQ(mistakeIn(Rule(Kind::Days, 0)), "the interval must be 1 to 999");
-    EXPECT_EQ(mistakeIn(Rule(Kind::Workdays, 2)), "the interval must be 1 to 1");
-    EXPECT_EQ(mistakeIn(Weekly(kMonday, 99)), "");
-    EXPECT_EQ(mistakeIn(Weekly(kMonday, 100)), "the interval must be 1 to 99");
-    EXPECT_EQ(mistakeIn(Weekly(0)), "a day of the week is missing");
-    EXPECT_EQ(mistakeIn(Weekly(0x80)), "a day of the week is missing");
-    EXPECT_EQ(mistakeIn(ByDay(Kind::DayOfMonth, 31, 0, 99)), "");
-    EXPECT_EQ(mistakeIn(ByDay(Kind::DayOfMonth, 32)), "the day of the month must be 1 to 31");
-    EXPECT_EQ(mistakeIn(ByDay(Kind::DayOfMonth, 0)), "the day of the month must be 1 to 31");
-    EXPECT_EQ(mistakeIn(ByDay(Kind::DayOfYear, 1, 13)), "the month must be 1 to 12");
-    EXPECT_EQ(mistakeIn(ByDay(Kind::DayOfYear, 1, 1, 9)), "the interval must be 1 to 8");
-    EXPECT_EQ(mistakeIn(ByWeek(Kind::WeekOfMonth, 6, kMonday)), "the week of the month must be 1 to 5");
-    EXPECT_EQ(mistakeIn(ByWeek(Kind::WeekOfYear, 1, 0, 1)), "a day of the week is missing");
+    EXPECT_EQ(MistakeIn(Rule(Kind::Days, 999)), "");
+    EXPECT_EQ(MistakeIn(Rule(Kind::Days, 1000)), "the interval must be 1 to 999");
+    EXPECT_EQ(MistakeIn(Rule(Kind::Days, 0)), "the interval must be 1 to 999");
+    EXPECT_EQ(MistakeIn(Rule(Kind::Workdays, 2)), "the interval must be 1 to 1");
+    EXPECT_EQ(MistakeIn(Weekly(kMonday, 99)), "");
+    EXPECT_EQ(MistakeIn(Weekly(kMonday, 100)), "the interval must be 1 to 99");
+    EXPECT_EQ(MistakeIn(Weekly(0)), "a day of the week is missing");
+    EXPECT_EQ(MistakeIn(Weekly(0x80)), "a day of the week is missing");
+    EXPECT_EQ(MistakeIn(ByDay(Kind::DayOfMonth, 31, 0, 99)), "");
+    EXPECT_EQ(MistakeIn(ByDay(Kind::DayOfMonth, 32)), "the day of the month must be 1 to 31");
+    EXPECT_EQ(MistakeIn(ByDay(Kind::DayOfMonth, 0)), "the day of the month must be 1 to 31");
+    EXPECT_EQ(MistakeIn(ByDay(Kind::DayOfYear, 1, 13)), "the month must be 1 to 12");
+    EXPECT_EQ(MistakeIn(ByDay(Kind::DayOfYear, 1, 1, 9)), "the interval must be 1 to 8");
+    EXPECT_EQ(MistakeIn(ByWeek(Kind::WeekOfMonth, 6, kMonday)), "the week of the month must be 1 to 5");
+    EXPECT_EQ(MistakeIn(ByWeek(Kind::WeekOfYear, 1, 0, 1)), "a day of the week is missing");
     RecurrenceRule rule = Rule(Kind::Days);
     rule.times = 999;
-    EXPECT_EQ(mistakeIn(rule), "");
+    EXPECT_EQ(MistakeIn(rule), "");
     rule.times = 1000;
-    EXPECT_EQ(mistakeIn(rule), "the number of times must be 1 to 999");
+    EXPECT_EQ(MistakeIn(rule), "the number of times must be 1 to 999");
     rule.until = On(2026, 1, 1);
-    EXPECT_EQ(mistakeIn(rule), "a series ends on a day or after a number of times, not both");
+    EXPECT_EQ(MistakeIn(rule), "a series ends on a day or after a number of times, not both");
     rule.times.reset();
     rule.until = On(4500, 8, 31);
-    EXPECT_EQ(mistakeIn(rule), "the last day is too late");
+    EXPECT_EQ(MistakeIn(rule), "the last day is too late");
 }
 
 std::string Hex(const storage::Bytes &bytes)
@@ -181,7 +181,7 @@ TEST(RecurrenceRule, is_written_as_the_published_example_of_a_weekly_series)
 {
     RecurrenceRule rule = Weekly(kMonday | kThursday | kFriday);
     rule.times = 12;
-    EXPECT_EQ(Hex(recurrenceStructure(rule, On(2007, 3, 26), 600, 30)),
+    EXPECT_EQ(Hex(RecurrenceStructure(rule, On(2007, 3, 26), 600, 30)),
               "043004300B2001000000C0210000010000000000000032000000222000000C0000000000000000000000000000008020BC0C20AD"
               "BC0C0630000009300000580200007602000000000000000000000000");
 }
@@ -191,7 +191,7 @@ TEST(RecurrenceRule, is_written_as_the_published_example_of_a_daily_series)
 {
     RecurrenceRule rule = Rule(Kind::Days, 3);
     rule.until = On(2011, 5, 4);
-    EXPECT_EQ(Hex(recurrenceStructure(rule, On(2011, 4, 7), 480, 30)),
+    EXPECT_EQ(Hex(RecurrenceStructure(rule, On(2011, 4, 7), 480, 30)),
               "043004300A2000000000A0050000E010000000000000212000000A000000000000000000000000000000207EDC0C0016DD0C0630"
               "000009300000E0010000FE01000000000000000000000000");
 }
@@ -220,8 +220,8 @@ TEST(RecurrenceRule, of_months_and_years_is_written_with_its_months)
         {ByWeek(Kind::WeekOfYear, 1, kTuesday, 4), 0x0003200D, 90 * 1440, 12, {4, 1}},
     };
     for (const auto &example : cases) {
-        SCOPED_TRACE(describe(example.rule));
-        const storage::Bytes bytes = recurrenceStructure(example.rule, On(2026, 4, 7), 540, 60);
+        SCOPED_TRACE(Describe(example.rule));
+        const storage::Bytes bytes = RecurrenceStructure(example.rule, On(2026, 4, 7), 540, 60);
         EXPECT_EQ(NumberAt(bytes, 4), example.frequencyAndType);
         EXPECT_EQ(NumberAt(bytes, 10), example.firstDateTime);
         EXPECT_EQ(NumberAt(bytes, 14), example.period);
@@ -243,7 +243,7 @@ TEST(RecurrenceRule, of_months_and_years_is_written_with_its_months)
 TEST(RecurrenceRule, of_weeks_is_counted_from_the_first_week_of_1601)
 {
     const auto firstDateTime = [](const RecurrenceRule &rule, Day first) {
-        return NumberAt(recurrenceStructure(rule, first, 0, 0), 10);
+        return NumberAt(RecurrenceStructure(rule, first, 0, 0), 10);
     };
     EXPECT_EQ(firstDateTime(Weekly(kMonday), On(1601, 1, 1)), 6u * 1440);
     EXPECT_EQ(firstDateTime(Weekly(kMonday, 2), On(1601, 1, 1)), 13u * 1440);
@@ -255,32 +255,32 @@ TEST(RecurrenceRule, of_weeks_is_counted_from_the_first_week_of_1601)
 
 TEST(RecurrenceRule, is_described_in_a_line)
 {
-    EXPECT_EQ(describe(Rule(Kind::Days)), "Every day");
-    EXPECT_EQ(describe(Rule(Kind::Days, 3)), "Every 3 days");
-    EXPECT_EQ(describe(Rule(Kind::Workdays)), "Every weekday");
+    EXPECT_EQ(Describe(Rule(Kind::Days)), "Every day");
+    EXPECT_EQ(Describe(Rule(Kind::Days, 3)), "Every 3 days");
+    EXPECT_EQ(Describe(Rule(Kind::Workdays)), "Every weekday");
     RecurrenceRule weekly = Weekly(kMonday | kFriday, 2);
     weekly.until = On(2026, 12, 31);
-    EXPECT_EQ(describe(weekly), "Every 2 weeks on Monday and Friday until 2026-12-31");
+    EXPECT_EQ(Describe(weekly), "Every 2 weeks on Monday and Friday until 2026-12-31");
     RecurrenceRule monthly = ByDay(Kind::DayOfMonth, 31);
     monthly.times = 1;
-    EXPECT_EQ(describe(monthly), "Every month on day 31, 1 time");
+    EXPECT_EQ(Describe(monthly), "Every month on day 31, 1 time");
     monthly.times = 5;
-    EXPECT_EQ(describe(monthly), "Every month on day 31, 5 times");
-    EXPECT_EQ(describe(ByWeek(Kind::WeekOfMonth, 5, kWorkdays)), "Every month on the last weekday");
-    EXPECT_EQ(describe(ByWeek(Kind::WeekOfMonth, 1, kEveryDay)), "Every month on the first day");
-    EXPECT_EQ(describe(ByDay(Kind::DayOfYear, 24, 12, 2)), "Every 2 years on December 24");
-    EXPECT_EQ(describe(ByWeek(Kind::WeekOfYear, 4, kThursday, 11)), "Every year on the fourth Thursday of November");
+    EXPECT_EQ(Describe(monthly), "Every month on day 31, 5 times");
+    EXPECT_EQ(Describe(ByWeek(Kind::WeekOfMonth, 5, kWorkdays)), "Every month on the last weekday");
+    EXPECT_EQ(Describe(ByWeek(Kind::WeekOfMonth, 1, kEveryDay)), "Every month on the first day");
+    EXPECT_EQ(Describe(ByDay(Kind::DayOfYear, 24, 12, 2)), "Every 2 years on December 24");
+    EXPECT_EQ(Describe(ByWeek(Kind::WeekOfYear, 4, kThursday, 11)), "Every year on the fourth Thursday of November");
 }
 
 TEST(RecurrenceRule, has_a_type_for_clients)
 {
-    EXPECT_EQ(recurrenceType(Rule(Kind::Days)), 1);
-    EXPECT_EQ(recurrenceType(Rule(Kind::Workdays)), 1);
-    EXPECT_EQ(recurrenceType(Rule(Kind::Weeks)), 2);
-    EXPECT_EQ(recurrenceType(Rule(Kind::DayOfMonth)), 3);
-    EXPECT_EQ(recurrenceType(Rule(Kind::WeekOfMonth)), 3);
-    EXPECT_EQ(recurrenceType(Rule(Kind::DayOfYear)), 4);
-    EXPECT_EQ(recurrenceType(Rule(Kind::WeekOfYear)), 4);
+    EXPECT_EQ(RecurrenceType(Rule(Kind::Days)), 1);
+    EXPECT_EQ(RecurrenceType(Rule(Kind::Workdays)), 1);
+    EXPECT_EQ(RecurrenceType(Rule(Kind::Weeks)), 2);
+    EXPECT_EQ(RecurrenceType(Rule(Kind::DayOfMonth)), 3);
+    EXPECT_EQ(RecurrenceType(Rule(Kind::WeekOfMonth)), 3);
+    EXPECT_EQ(RecurrenceType(Rule(Kind::DayOfYear)), 4);
+    EXPECT_EQ(RecurrenceType(Rule(Kind::WeekOfYear)), 4);
 }
 
 } // namespace

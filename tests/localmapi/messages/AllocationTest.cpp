@@ -92,7 +92,7 @@ TEST_F(AllocationTest, PropertiesAndEntryIdentifiersFailCleanly)
             FreeBuffer(entry);
             FreeBuffer(text);
         });
-    Ref<IExchangeManageStore> manager;
+    ComPtr<IExchangeManageStore> manager;
     ASSERT_CODE(m_mailbox.store()->QueryInterface(IID_IExchangeManageStore, reinterpret_cast<void **>(manager.put())),
                 S_OK);
     std::string server = "/cn=Configuration/cn=Servers/cn=NORVIK1/cn=Microsoft Private MDB";

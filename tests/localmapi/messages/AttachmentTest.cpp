@@ -1,8 +1,8 @@
 // Proves attachments: by value, by reference, embedded messages and OLE data; the attachment table; and that nothing of
 // them is seen before attachment and message are saved.
 #include "ExchangeMapi.h"
-#include "Helpers.h"
 #include "Mailbox.h"
+#include "localmapi/provider/table/QueryRows.h"
 
 #include <mapiguid.h>
 
@@ -15,23 +15,23 @@ namespace
 class AttachmentTest : public testing::Test
 {
   protected:
-    Ref<IAttach> Create(const Ref<IMessage> &message, ULONG *number = nullptr)
+    ComPtr<IAttach> Create(const ComPtr<IMessage> &message, ULONG *number = nullptr)
     {
         ULONG made = 0;
-        Ref<IAttach> attachment;
+        ComPtr<IAttach> attachment;
         EXPECT_CODE(message->CreateAttach(nullptr, 0, &made, attachment.put()), S_OK);
         if (number)
             *number = made;
         return attachment;
     }
-    Ref<IAttach> Open(const Ref<IMessage> &message, ULONG number, ULONG flags = MAPI_BEST_ACCESS)
+    ComPtr<IAttach> Open(const ComPtr<IMessage> &message, ULONG number, ULONG flags = MAPI_BEST_ACCESS)
     {
-        Ref<IAttach> attachment;
+        ComPtr<IAttach> attachment;
         EXPECT_CODE(message->OpenAttach(number, nullptr, flags, attachment.put()), S_OK);
         return attachment;
     }
     // A file as a voicemail server attaches it.
-    ULONG AddFile(const Ref<IMessage> &message, const char *name, const std::string &data)
+    ULONG AddFile(const ComPtr<IMessage> &message, const char *name, const std::string &data)
     {
         ULONG number = 0;
         auto attachment = Create(message, &number);
@@ -43,9 +43,9 @@ class AttachmentTest : public testing::Test
         return number;
     }
     // "number=name" of each row.
-    std::string List(const Ref<IMessage> &message)
+    std::string List(const ComPtr<IMessage> &message)
     {
-        Ref<IMAPITable> table;
+        ComPtr<IMAPITable> table;
         EXPECT_CODE(message->GetAttachmentTable(0, table.put()), S_OK);
         Rows rows;
         EXPECT_CODE(
@@ -59,7 +59,7 @@ class AttachmentTest : public testing::Test
         }
         return list;
     }
-    HRESULT OpenEmbedded(const Ref<IAttach> &attachment, ULONG flags, Ref<IMessage> &message)
+    HRESULT OpenEmbedded(const ComPtr<IAttach> &attachment, ULONG flags, ComPtr<IMessage> &message)
     {
         return attachment->OpenProperty(PR_ATTACH_DATA_OBJ, &IID_IMessage, 0, flags,
                                         reinterpret_cast<LPUNKNOWN *>(message.put()));
@@ -144,7 +144,7 @@ TEST_F(AttachmentTest, ADeletedAttachmentIsGoneAfterSaveChanges)
     EXPECT_CODE(opened->DeleteAttach(0, 0, nullptr, 0), S_OK);
     EXPECT_CODE(opened->DeleteAttach(0, 0, nullptr, 0), MAPI_E_NOT_FOUND);
     EXPECT_EQ(List(opened), "1=b");
-    Ref<IAttach> attachment;
+    ComPtr<IAttach> attachment;
     EXPECT_CODE(opened->OpenAttach(0, nullptr, 0, attachment.put()), MAPI_E_NOT_FOUND);
     EXPECT_EQ(List(m_mailbox.Open(id)), "0=a 1=b");
     ASSERT_CODE(opened->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
@@ -183,7 +183,7 @@ TEST_F(AttachmentTest, OleDataIsAStreamUnderEitherTag)
     auto attachment = Create(message);
     ASSERT_CODE(SetProps(attachment.get(), {Long(PR_ATTACH_METHOD, ATTACH_OLE)}), S_OK);
     {
-        Ref<IStream> stream;
+        ComPtr<IStream> stream;
         ASSERT_CODE(attachment->OpenProperty(PR_ATTACH_DATA_OBJ, &IID_IStreamDocfile, 0, MAPI_CREATE | MAPI_MODIFY,
                                              reinterpret_cast<LPUNKNOWN *>(stream.put())),
                     S_OK);
@@ -194,7 +194,7 @@ TEST_F(AttachmentTest, OleDataIsAStreamUnderEitherTag)
     auto opened = Open(m_mailbox.Open(id), 0);
     EXPECT_EQ(ReadProperty(opened.get(), PR_ATTACH_DATA_OBJ), "\xD0\xCF\x11\xE0 a document");
     EXPECT_EQ(ReadProperty(opened.get(), PR_ATTACH_DATA_BIN), "\xD0\xCF\x11\xE0 a document");
-    Ref<IUnknown> object;
+    ComPtr<IUnknown> object;
     EXPECT_CODE(opened->OpenProperty(PR_ATTACH_DATA_OBJ, &IID_IStreamDocfile, 0, 0, object.put()), S_OK);
     EXPECT_CODE(opened->OpenProperty(PR_ATTACH_DATA_OBJ, &IID_IStorage, 0, 0, object.put()),
                 MAPI_E_INTERFACE_NOT_SUPPORTED);
@@ -207,7 +207,7 @@ TEST_F(AttachmentTest, AMessageCanBeAttachedToAMessage)
     auto message = m_mailbox.NewMessage();
     auto attachment = Create(message);
     ASSERT_CODE(SetProps(attachment.get(), {Long(PR_ATTACH_METHOD, ATTACH_EMBEDDED_MSG)}), S_OK);
-    Ref<IMessage> inner;
+    ComPtr<IMessage> inner;
     EXPECT_CODE(OpenEmbedded(attachment, 0, inner), MAPI_E_NOT_FOUND);
     ASSERT_CODE(OpenEmbedded(attachment, MAPI_CREATE | MAPI_MODIFY, inner), S_OK);
     ASSERT_CODE(SetProps(inner.get(), {Narrow(PR_SUBJECT_A, "RE: inner"), Narrow(PR_BODY_A, "inner body")}), S_OK);
@@ -239,7 +239,7 @@ TEST_F(AttachmentTest, AnAttachedMessageIsChangedAndReplaced)
 {
     auto message = m_mailbox.NewMessage();
     auto attachment = Create(message);
-    Ref<IMessage> inner;
+    ComPtr<IMessage> inner;
     ASSERT_CODE(OpenEmbedded(attachment, MAPI_CREATE | MAPI_MODIFY, inner), S_OK);
     ASSERT_CODE(SetProps(inner.get(), {Narrow(PR_SUBJECT_A, "first"), Narrow(PR_BODY_A, "body")}), S_OK);
     AddFile(inner, "inner.txt", "inner data");
@@ -279,7 +279,7 @@ TEST_F(AttachmentTest, TheAttachmentTableDescribesWithoutGivingTheData)
     AddFile(message, "a.wav", "1234");
     m_mailbox.Save(message);
     AddFile(message, "b.wav", "56");
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     ASSERT_CODE(message->GetAttachmentTable(0, table.put()), S_OK);
     Rows rows;
     ASSERT_CODE(QueryAllRows(table.get(),
@@ -307,7 +307,7 @@ TEST_F(AttachmentTest, AttachmentsAreOpenedForWritingOnlyWhereTheMessageIs)
     AddFile(message, "a.wav", "1234");
     const EntryIdBytes id = m_mailbox.Save(message);
     auto readOnly = m_mailbox.Open(id, 0);
-    Ref<IAttach> attachment;
+    ComPtr<IAttach> attachment;
     ULONG number = 0;
     EXPECT_CODE(readOnly->OpenAttach(0, nullptr, MAPI_MODIFY, attachment.put()), MAPI_E_NO_ACCESS);
     EXPECT_CODE(readOnly->CreateAttach(nullptr, 0, &number, attachment.put()), MAPI_E_NO_ACCESS);
@@ -317,7 +317,7 @@ TEST_F(AttachmentTest, AttachmentsAreOpenedForWritingOnlyWhereTheMessageIs)
     SPropValue name = Narrow(PR_ATTACH_FILENAME_A, "x");
     EXPECT_CODE(attachment->SetProps(1, &name, nullptr), MAPI_E_NO_ACCESS);
     EXPECT_CODE(attachment->SaveChanges(0), MAPI_E_NO_ACCESS);
-    Ref<IStream> stream;
+    ComPtr<IStream> stream;
     EXPECT_CODE(OpenStream(attachment.get(), PR_ATTACH_DATA_BIN, MAPI_MODIFY, stream), MAPI_E_NO_ACCESS);
 }
 
@@ -325,7 +325,7 @@ TEST_F(AttachmentTest, BadArgumentsAreRefused)
 {
     auto message = m_mailbox.NewMessage();
     AddFile(message, "a.wav", "1234");
-    Ref<IAttach> attachment;
+    ComPtr<IAttach> attachment;
     ULONG number = 0;
     EXPECT_CODE(message->OpenAttach(77, nullptr, 0, attachment.put()), MAPI_E_NOT_FOUND);
     EXPECT_CODE(message->OpenAttach(0xFFFFFFFF, nullptr, 0, attachment.put()), MAPI_E_NOT_FOUND);

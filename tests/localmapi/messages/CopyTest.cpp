@@ -29,7 +29,7 @@ class CopyTest : public WithLetters
         return from->CopyProps(Tags(tags), 0, nullptr, &IID_IMessage, to, flags, problems);
     }
     // A message with something of everything.
-    Ref<IMessage> Source()
+    ComPtr<IMessage> Source()
     {
         m_longs = {1, -2, 3};
         auto message = LetterTo({Bob(), ByName("vm", MAPI_CC)},
@@ -38,7 +38,7 @@ class CopyTest : public WithLetters
                                  Longs(kList, m_longs), Long(PR_IMPORTANCE, IMPORTANCE_HIGH)});
         Attach(message.get(), "short.txt", "short");
         Attach(message.get(), "message.wav", m_recording);
-        Ref<IAttach> attachment;
+        ComPtr<IAttach> attachment;
         ULONG number = 0;
         EXPECT_CODE(message->CreateAttach(nullptr, 0, &number, attachment.put()), S_OK);
         EXPECT_CODE(SetProps(attachment.get(), {Long(PR_ATTACH_METHOD, ATTACH_EMBEDDED_MSG)}), S_OK);
@@ -71,7 +71,7 @@ class CopyTest : public WithLetters
         EXPECT_EQ(RecipientsOf(inner.get()), "(none)/1");
         EXPECT_EQ(AttachmentsOf(inner.get()), "deep.txt=deep");
     }
-    Ref<IMessage> Empty() { return m_mailbox.NewMessage(); }
+    ComPtr<IMessage> Empty() { return m_mailbox.NewMessage(); }
 
     const std::string m_body = std::string(50000, 'b'); // longer than GetProps gives
     const std::string m_recording = std::string(300000, 'w');
@@ -104,12 +104,12 @@ TEST_F(CopyTest, AMessageIsCopiedWithAllThatItHolds)
 TEST_F(CopyTest, NothingOfACopyIsThereBeforeItsOwnSave)
 {
     auto source = Source();
-    const auto changes = m_mailbox.site().changeNumber();
+    const auto changes = m_mailbox.site().GetChangeNumber();
     {
         auto copy = Empty();
         ASSERT_CODE(CopyTo(source.get(), copy.get()), S_OK);
     }
-    EXPECT_EQ(m_mailbox.site().changeNumber(), changes);
+    EXPECT_EQ(m_mailbox.site().GetChangeNumber(), changes);
     EXPECT_EQ(CountIn(m_mailbox.inbox()), 0u);
 }
 
@@ -154,8 +154,8 @@ TEST_F(CopyTest, AMessageThatArrivedBecomesADraftAgain)
     auto letter = Source();
     ASSERT_CODE(letter->SubmitMessage(0), S_OK);
     auto arrived = MessageIn(m_bobsInbox.get());
-    Ref<IMAPIFolder> outbox = m_mailbox.Folder(PR_IPM_OUTBOX_ENTRYID, m_bobsStore.get());
-    Ref<IMessage> answer;
+    ComPtr<IMAPIFolder> outbox = m_mailbox.Folder(PR_IPM_OUTBOX_ENTRYID, m_bobsStore.get());
+    ComPtr<IMessage> answer;
     ASSERT_CODE(outbox->CreateMessage(nullptr, 0, answer.put()), S_OK);
     ASSERT_CODE(CopyTo(arrived.get(), answer.get(),
                        {PR_CLIENT_SUBMIT_TIME, PR_MESSAGE_DELIVERY_TIME, PR_MESSAGE_FLAGS, PR_SENDER_NAME_A,
@@ -236,7 +236,7 @@ TEST_F(CopyTest, NamedPropertiesHaveTheirNamesInAnotherSiteToo)
 {
     Mailbox other(Mailbox::Of::AnotherSite);
     auto target = other.NewMessage(), bare = other.NewMessage(), source = Empty();
-    const auto tag = [](const Ref<IMessage> &message, const WCHAR *text, ULONG type, ULONG flags = 0) -> ULONG {
+    const auto tag = [](const ComPtr<IMessage> &message, const WCHAR *text, ULONG type, ULONG flags = 0) -> ULONG {
         GUID set = PS_PUBLIC_STRINGS;
         MAPINAMEID name{}, *names = &name;
         name.lpguid = &set;
@@ -251,7 +251,7 @@ TEST_F(CopyTest, NamedPropertiesHaveTheirNamesInAnotherSiteToo)
     const ULONG recording = tag(source, OLESTR("recording"), PT_BINARY, MAPI_CREATE);
     ASSERT_EQ(tag(target, OLESTR("second"), PT_LONG, MAPI_CREATE), first) << "the same number, of another name";
     ASSERT_CODE(SetProps(source.get(), {Long(first, 1), Long(second, 2), Long(kOwn, 3)}), S_OK);
-    Ref<IStream> stream;
+    ComPtr<IStream> stream;
     ASSERT_CODE(OpenStream(source.get(), recording, MAPI_CREATE | MAPI_MODIFY, stream), S_OK);
     ASSERT_CODE(WriteStream(stream.get(), m_recording), S_OK);
     ASSERT_CODE(stream->Commit(0), S_OK);
@@ -295,7 +295,7 @@ TEST_F(CopyTest, AttachmentsAreCopiedByThemselvesToo)
 {
     auto source = Source();
     auto message = Empty();
-    Ref<IAttach> target;
+    ComPtr<IAttach> target;
     ULONG number = 0;
     ASSERT_CODE(message->CreateAttach(nullptr, 0, &number, target.put()), S_OK);
     ASSERT_CODE(CopyTo(AttachmentOf(source.get(), 2, 0).get(), target.get(), {}, 0, IID_IAttachment), S_OK);
@@ -312,7 +312,7 @@ TEST_F(CopyTest, AttachmentsAreCopiedByThemselvesToo)
 TEST_F(CopyTest, AFolderIsCopiedWithItsMessagesAndFolders)
 {
     const auto make = [](IMAPIFolder *in, std::string name) {
-        Ref<IMAPIFolder> folder;
+        ComPtr<IMAPIFolder> folder;
         EXPECT_CODE(in->CreateFolder(FOLDER_GENERIC, name.data(), nullptr, nullptr, 0, folder.put()), S_OK);
         return folder;
     };
@@ -320,7 +320,7 @@ TEST_F(CopyTest, AFolderIsCopiedWithItsMessagesAndFolders)
     auto below = make(from.get(), "Below");
     ASSERT_CODE(SetProps(from.get(), {Narrow(PR_COMMENT_A, "a comment")}), S_OK);
     const auto put = [&](IMAPIFolder *in, const char *subject, ULONG flags = 0) {
-        Ref<IMessage> message;
+        ComPtr<IMessage> message;
         ASSERT_CODE(in->CreateMessage(nullptr, flags, message.put()), S_OK);
         ASSERT_CODE(SetProps(message.get(), {Narrow(PR_SUBJECT_A, subject)}), S_OK);
         ASSERT_CODE(message->SaveChanges(0), S_OK);
@@ -335,7 +335,7 @@ TEST_F(CopyTest, AFolderIsCopiedWithItsMessagesAndFolders)
     EXPECT_EQ(SubjectsIn(to.get()), "one, two");
     EXPECT_EQ(SubjectsIn(from.get()), "one, two");
     EXPECT_EQ(LongOf(to.get(), PROP_TAG(PT_LONG, 0x3617)), 1) << "the associated one";
-    Ref<IMAPIFolder> copied;
+    ComPtr<IMAPIFolder> copied;
     std::string name = "Below";
     ASSERT_CODE(to->CreateFolder(FOLDER_GENERIC, name.data(), nullptr, nullptr, OPEN_IF_EXISTS, copied.put()), S_OK);
     EXPECT_EQ(SubjectsIn(copied.get()), "deep");

@@ -1,7 +1,7 @@
 // Proves folders: their properties, their tables, and what they do with messages and folders in them.
 #include "ExchangeMapi.h"
-#include "Helpers.h"
 #include "Mailbox.h"
+#include "localmapi/provider/table/QueryRows.h"
 
 #include <mapiguid.h>
 
@@ -16,7 +16,7 @@ class FolderTest : public testing::Test
   protected:
     std::string Subjects(IMAPIFolder *folder, ULONG flags = 0)
     {
-        Ref<IMAPITable> table;
+        ComPtr<IMAPITable> table;
         EXPECT_CODE(folder->GetContentsTable(flags, table.put()), S_OK);
         Rows rows;
         EXPECT_CODE(QueryAllRows(table.get(), Tags{PR_SUBJECT_A}, nullptr, Sort{{PR_SUBJECT_A, TABLE_SORT_ASCEND}}, 0,
@@ -29,7 +29,7 @@ class FolderTest : public testing::Test
     }
     std::string Folders(IMAPIFolder *folder, ULONG flags = 0)
     {
-        Ref<IMAPITable> table;
+        ComPtr<IMAPITable> table;
         EXPECT_CODE(folder->GetHierarchyTable(flags, table.put()), S_OK);
         Rows rows;
         EXPECT_CODE(QueryAllRows(table.get(), Tags{PR_DISPLAY_NAME_A, PR_DEPTH}, nullptr, nullptr, 0, rows.put()),
@@ -40,9 +40,9 @@ class FolderTest : public testing::Test
                      std::to_string(rows[row].lpProps[1].Value.l);
         return names;
     }
-    Ref<IMAPIFolder> Create(IMAPIFolder *parent, const char *name)
+    ComPtr<IMAPIFolder> Create(IMAPIFolder *parent, const char *name)
     {
-        Ref<IMAPIFolder> folder;
+        ComPtr<IMAPIFolder> folder;
         EXPECT_CODE(parent->CreateFolder(FOLDER_GENERIC, reinterpret_cast<LPTSTR>(const_cast<char *>(name)), nullptr,
                                          nullptr, 0, folder.put()),
                     S_OK);
@@ -88,10 +88,10 @@ TEST_F(FolderTest, AFolderSaysWhatItIs)
 TEST_F(FolderTest, TheCalendarIsNamedByInboxAndRoot)
 {
     const EntryIdBytes calendar = BytesOf(m_mailbox.inbox(), PR_IPM_APPOINTMENT_ENTRYID);
-    Ref<IMAPIFolder> folder;
+    ComPtr<IMAPIFolder> folder;
     ASSERT_CODE(OpenEntry(m_mailbox.store(), calendar, nullptr, 0, reinterpret_cast<IUnknown **>(folder.put())), S_OK);
     EXPECT_EQ(TextOf(folder.get(), PR_CONTAINER_CLASS_A), "IPF.Appointment");
-    Ref<IMAPIFolder> root;
+    ComPtr<IMAPIFolder> root;
     ASSERT_CODE(
         m_mailbox.store()->OpenEntry(0, nullptr, nullptr, 0, nullptr, reinterpret_cast<IUnknown **>(root.put())), S_OK);
     EXPECT_EQ(BytesOf(root.get(), PR_IPM_APPOINTMENT_ENTRYID), calendar);
@@ -140,7 +140,7 @@ TEST_F(FolderTest, TheContentsTableBeginsWithTextInTheWidthAskedFor)
         for (ULONG i = 0; i < columns->cValues; ++i)
             EXPECT_NE(PROP_TYPE(columns->aulPropTag[i]), flags ? PT_STRING8 : PT_UNICODE);
     }
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     EXPECT_CODE(m_mailbox.inbox()->GetContentsTable(0x01000000, table.put()), MAPI_E_UNKNOWN_FLAGS);
     EXPECT_CODE(m_mailbox.inbox()->GetContentsTable(0, nullptr), MAPI_E_INVALID_PARAMETER);
 }
@@ -148,14 +148,14 @@ TEST_F(FolderTest, TheContentsTableBeginsWithTextInTheWidthAskedFor)
 TEST_F(FolderTest, TablesOpenAsPropertiesToo)
 {
     m_mailbox.Add({Narrow(PR_SUBJECT_A, "hello")});
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     ASSERT_CODE(m_mailbox.inbox()->OpenProperty(PR_CONTAINER_CONTENTS, &IID_IMAPITable, 0, 0,
                                                 reinterpret_cast<LPUNKNOWN *>(table.put())),
                 S_OK);
     ULONG count = 0;
     EXPECT_CODE(table->GetRowCount(0, &count), S_OK);
     EXPECT_EQ(count, 1u);
-    Ref<IUnknown> object;
+    ComPtr<IUnknown> object;
     EXPECT_CODE(m_mailbox.inbox()->OpenProperty(PR_CONTAINER_CONTENTS, &IID_IStream, 0, 0, object.put()),
                 MAPI_E_INTERFACE_NOT_SUPPORTED);
 }
@@ -163,7 +163,7 @@ TEST_F(FolderTest, TablesOpenAsPropertiesToo)
 TEST_F(FolderTest, AssociatedMessagesStandInATableOfTheirOwn)
 {
     m_mailbox.Add({Narrow(PR_SUBJECT_A, "mail")});
-    Ref<IMessage> message;
+    ComPtr<IMessage> message;
     ASSERT_CODE(m_mailbox.inbox()->CreateMessage(nullptr, MAPI_ASSOCIATED, message.put()), S_OK);
     ASSERT_CODE(SetProps(message.get(), {Narrow(PR_SUBJECT_A, "hidden"), Long(PR_MESSAGE_FLAGS, 0)}), S_OK);
     ASSERT_CODE(message->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
@@ -188,7 +188,7 @@ TEST_F(FolderTest, CreateFolderMakesOneOrOpensTheOneThatIsThere)
 {
     auto made = Create(m_mailbox.inbox(), "Projects");
     EXPECT_EQ(BytesOf(made.get(), PR_PARENT_ENTRYID), BytesOf(m_mailbox.inbox(), PR_ENTRYID));
-    Ref<IMAPIFolder> folder;
+    ComPtr<IMAPIFolder> folder;
     const auto create = [&](ULONG type, const WCHAR *name, ULONG flags) {
         return m_mailbox.inbox()->CreateFolder(type, reinterpret_cast<LPTSTR>(const_cast<WCHAR *>(name)), nullptr,
                                                nullptr, MAPI_UNICODE | flags, folder.put());
@@ -206,7 +206,7 @@ TEST_F(FolderTest, DeleteFolderNeedsLeaveForWhatIsInIt)
 {
     auto folder = Create(m_mailbox.inbox(), "Full");
     const EntryIdBytes id = BytesOf(folder.get(), PR_ENTRYID);
-    Ref<IMessage> message;
+    ComPtr<IMessage> message;
     ASSERT_CODE(folder->CreateMessage(nullptr, 0, message.put()), S_OK);
     ASSERT_CODE(message->SaveChanges(0), S_OK);
     EXPECT_CODE(DeleteFolder(m_mailbox.inbox(), id, 0), MAPI_E_HAS_MESSAGES);
@@ -227,7 +227,7 @@ TEST_F(FolderTest, EmptyFolderTakesMessagesAndFoldersAndLeavesAssociatedOnes)
 {
     m_mailbox.Add({Narrow(PR_SUBJECT_A, "mail")});
     Create(m_mailbox.inbox(), "Inner");
-    Ref<IMessage> hidden;
+    ComPtr<IMessage> hidden;
     ASSERT_CODE(m_mailbox.inbox()->CreateMessage(nullptr, MAPI_ASSOCIATED, hidden.put()), S_OK);
     ASSERT_CODE(SetProps(hidden.get(), {Narrow(PR_SUBJECT_A, "hidden")}), S_OK);
     ASSERT_CODE(hidden->SaveChanges(0), S_OK);
@@ -255,9 +255,9 @@ TEST_F(FolderTest, AMovedMessageHasANewEntryIdentifierAndTheOldOneNamesNothing)
     EXPECT_CODE(Copy({id}, deleted.get(), MESSAGE_MOVE), S_OK);
     EXPECT_EQ(Subjects(m_mailbox.inbox()), "");
     EXPECT_EQ(Subjects(deleted.get()), "gone");
-    Ref<IUnknown> object;
+    ComPtr<IUnknown> object;
     EXPECT_CODE(OpenEntry(m_mailbox.store(), id, nullptr, 0, object.put()), MAPI_E_NOT_FOUND);
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     ASSERT_CODE(deleted->GetContentsTable(0, table.put()), S_OK);
     Rows rows;
     ASSERT_CODE(QueryAllRows(table.get(), Tags{PR_ENTRYID}, nullptr, nullptr, 0, rows.put()), S_OK);
@@ -286,7 +286,7 @@ TEST_F(FolderTest, CopyingAndMovingWithinOneFolderWorks)
     EXPECT_EQ(Subjects(m_mailbox.inbox()), "same same");
     EXPECT_CODE(Copy({id}, m_mailbox.inbox(), MESSAGE_MOVE), S_OK);
     EXPECT_EQ(Subjects(m_mailbox.inbox()), "same same");
-    Ref<IUnknown> object;
+    ComPtr<IUnknown> object;
     EXPECT_CODE(OpenEntry(m_mailbox.store(), id, nullptr, 0, object.put()), MAPI_E_NOT_FOUND);
 }
 
@@ -296,7 +296,7 @@ TEST_F(FolderTest, MessagesGoToAnotherMailboxOnlyWithTheRightToIt)
     auto bobs = m_mailbox.StoreOf(m_mailbox.bob());
     auto bobsInbox = m_mailbox.Folder(0, bobs.get());
     EXPECT_CODE(Copy({id}, bobsInbox.get(), 0), MAPI_E_NO_ACCESS);
-    Ref<IMsgStore> asService;
+    ComPtr<IMsgStore> asService;
     ASSERT_CODE(m_mailbox.OpenStore(m_mailbox.alice(), m_mailbox.service(), MAPI_BEST_ACCESS, asService), S_OK);
     auto inbox = m_mailbox.Folder(0, asService.get());
     const std::vector<EntryIdBytes> ids{id};

@@ -1,6 +1,6 @@
 #include "Letters.h"
-
-#include "localmapi/storage/check.h"
+#include "localmapi/provider/table/QueryRows.h"
+#include "localmapi/storage/Check.h"
 
 namespace localmapi::test
 {
@@ -61,13 +61,13 @@ HRESULT Address(IMessage *message, std::vector<Recipient> recipients)
 ULONG Attach(IMessage *message, const char *name, const std::string &data)
 {
     ULONG number = 0;
-    Ref<IAttach> attachment;
+    ComPtr<IAttach> attachment;
     EXPECT_CODE(message->CreateAttach(nullptr, 0, &number, attachment.put()), S_OK);
     EXPECT_CODE(
         SetProps(attachment.get(), {Long(PR_ATTACH_METHOD, ATTACH_BY_VALUE), Narrow(PR_ATTACH_LONG_FILENAME_A, name)}),
         S_OK);
     {
-        Ref<IStream> stream;
+        ComPtr<IStream> stream;
         EXPECT_CODE(OpenStream(attachment.get(), PR_ATTACH_DATA_BIN, MAPI_CREATE | MAPI_MODIFY, stream), S_OK);
         EXPECT_CODE(WriteStream(stream.get(), data), S_OK);
     }
@@ -77,7 +77,7 @@ ULONG Attach(IMessage *message, const char *name, const std::string &data)
 
 std::string SubjectsIn(IMAPIFolder *folder)
 {
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     EXPECT_CODE(folder->GetContentsTable(0, table.put()), S_OK);
     const Rows rows = RowsOf(table.get(), {PR_SUBJECT_A});
     std::string subjects;
@@ -93,7 +93,7 @@ ULONG CountIn(IMAPIFolder *folder)
 
 std::vector<EntryIdBytes> MessagesIn(IMAPIFolder *folder)
 {
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     EXPECT_CODE(folder->GetContentsTable(0, table.put()), S_OK);
     const Rows rows = RowsOf(table.get(), {PR_ENTRYID});
     std::vector<EntryIdBytes> ids;
@@ -104,10 +104,10 @@ std::vector<EntryIdBytes> MessagesIn(IMAPIFolder *folder)
     return ids;
 }
 
-Ref<IMessage> MessageIn(IMAPIFolder *folder, std::size_t index, ULONG flags)
+ComPtr<IMessage> MessageIn(IMAPIFolder *folder, std::size_t index, ULONG flags)
 {
     EntryIdBytes id = MessagesIn(folder).at(index);
-    Ref<IMessage> message;
+    ComPtr<IMessage> message;
     ULONG type = 0;
     EXPECT_CODE(folder->OpenEntry(static_cast<ULONG>(id.size()), reinterpret_cast<LPENTRYID>(id.data()), &IID_IMessage,
                                   flags, &type, reinterpret_cast<LPUNKNOWN *>(message.put())),
@@ -117,7 +117,7 @@ Ref<IMessage> MessageIn(IMAPIFolder *folder, std::size_t index, ULONG flags)
 
 std::string RecipientsOf(IMessage *message)
 {
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     EXPECT_CODE(message->GetRecipientTable(0, table.put()), S_OK);
     const Rows rows = RowsOf(table.get(), {PR_DISPLAY_NAME_A, PR_RECIPIENT_TYPE});
     std::string list;
@@ -128,7 +128,7 @@ std::string RecipientsOf(IMessage *message)
 
 std::string AttachmentsOf(IMessage *message)
 {
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     EXPECT_CODE(message->GetAttachmentTable(0, table.put()), S_OK);
     const Rows rows = RowsOf(table.get(), {PR_ATTACH_NUM, PR_ATTACH_LONG_FILENAME_A});
     std::string list;
@@ -140,16 +140,16 @@ std::string AttachmentsOf(IMessage *message)
     return list;
 }
 
-Ref<IAttach> AttachmentOf(IMessage *message, ULONG number, ULONG flags)
+ComPtr<IAttach> AttachmentOf(IMessage *message, ULONG number, ULONG flags)
 {
-    Ref<IAttach> attachment;
+    ComPtr<IAttach> attachment;
     EXPECT_CODE(message->OpenAttach(number, nullptr, flags, attachment.put()), S_OK);
     return attachment;
 }
 
-Ref<IMessage> EmbeddedIn(IAttach *attachment, ULONG flags)
+ComPtr<IMessage> EmbeddedIn(IAttach *attachment, ULONG flags)
 {
-    Ref<IMessage> message;
+    ComPtr<IMessage> message;
     EXPECT_CODE(attachment->OpenProperty(PR_ATTACH_DATA_OBJ, &IID_IMessage, 0, flags,
                                          reinterpret_cast<LPUNKNOWN *>(message.put())),
                 S_OK);
@@ -158,13 +158,13 @@ Ref<IMessage> EmbeddedIn(IAttach *attachment, ULONG flags)
 
 void WithLetters::TearDown()
 {
-    for (const storage::Finding &finding : storage::check(m_mailbox.site(), false))
+    for (const storage::Finding &finding : storage::Check(m_mailbox.site(), false))
         ADD_FAILURE() << finding.text;
 }
 
-Ref<IMessage> WithLetters::LetterTo(std::vector<Recipient> recipients, const Props &props)
+ComPtr<IMessage> WithLetters::LetterTo(std::vector<Recipient> recipients, const Props &props)
 {
-    Ref<IMessage> message;
+    ComPtr<IMessage> message;
     EXPECT_CODE(m_outbox->CreateMessage(nullptr, 0, message.put()), S_OK);
     if (!props.empty()) {
         EXPECT_CODE(SetProps(message.get(), props), S_OK);
@@ -173,7 +173,7 @@ Ref<IMessage> WithLetters::LetterTo(std::vector<Recipient> recipients, const Pro
     return message;
 }
 
-Ref<IMessage> WithLetters::Letter(const Props &props)
+ComPtr<IMessage> WithLetters::Letter(const Props &props)
 {
     return LetterTo({Bob()}, props);
 }

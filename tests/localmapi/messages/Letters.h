@@ -1,6 +1,5 @@
 // Messages that are written, addressed, sent and found again, for the tests of submission and copying.
 #pragma once
-#include "Helpers.h"
 #include "Mailbox.h"
 
 #include <initializer_list>
@@ -37,13 +36,13 @@ std::string SubjectsIn(IMAPIFolder *folder);
 ULONG CountIn(IMAPIFolder *folder);
 // The messages of a folder, in order; and one of them, opened.
 std::vector<EntryIdBytes> MessagesIn(IMAPIFolder *folder);
-Ref<IMessage> MessageIn(IMAPIFolder *folder, std::size_t index = 0, ULONG flags = MAPI_BEST_ACCESS);
+ComPtr<IMessage> MessageIn(IMAPIFolder *folder, std::size_t index = 0, ULONG flags = MAPI_BEST_ACCESS);
 // "name/type" of each recipient.
 std::string RecipientsOf(IMessage *message);
 // "name=data" of each attachment by value.
 std::string AttachmentsOf(IMessage *message);
-Ref<IAttach> AttachmentOf(IMessage *message, ULONG number, ULONG flags = MAPI_BEST_ACCESS);
-Ref<IMessage> EmbeddedIn(IAttach *attachment, ULONG flags = 0);
+ComPtr<IAttach> AttachmentOf(IMessage *message, ULONG number, ULONG flags = MAPI_BEST_ACCESS);
+ComPtr<IMessage> EmbeddedIn(IAttach *attachment, ULONG flags = 0);
 
 // Alice's and Bob's folders, and letters that Alice writes.
 class WithLetters : public testing::Test
@@ -52,17 +51,17 @@ class WithLetters : public testing::Test
     // Whatever was done, the file's own check has nothing to say.
     void TearDown() override;
     // A new message in Alice's Outbox, to Bob.
-    Ref<IMessage> Letter(const Props &props = {});
-    Ref<IMessage> LetterTo(std::vector<Recipient> recipients, const Props &props = {});
+    ComPtr<IMessage> Letter(const Props &props = {});
+    ComPtr<IMessage> LetterTo(std::vector<Recipient> recipients, const Props &props = {});
     Recipient Bob(LONG as = MAPI_TO) { return ByAddress("EX", m_mailbox.bob().dn, as); }
     Recipient Alice(LONG as = MAPI_TO) { return ByAddress("EX", m_mailbox.alice().dn, as); }
 
     LiveCountsAreZeroAtTheEnd m_counts;
     Mailbox m_mailbox;
-    Ref<IMsgStore> m_bobsStore = m_mailbox.StoreOf(m_mailbox.bob());
-    Ref<IMAPIFolder> m_outbox = m_mailbox.Folder(PR_IPM_OUTBOX_ENTRYID);
-    Ref<IMAPIFolder> m_sent = m_mailbox.Folder(PR_IPM_SENTMAIL_ENTRYID);
-    Ref<IMAPIFolder> m_bobsInbox = m_mailbox.Folder(0, m_bobsStore.get());
+    ComPtr<IMsgStore> m_bobsStore = m_mailbox.StoreOf(m_mailbox.bob());
+    ComPtr<IMAPIFolder> m_outbox = m_mailbox.Folder(PR_IPM_OUTBOX_ENTRYID);
+    ComPtr<IMAPIFolder> m_sent = m_mailbox.Folder(PR_IPM_SENTMAIL_ENTRYID);
+    ComPtr<IMAPIFolder> m_bobsInbox = m_mailbox.Folder(0, m_bobsStore.get());
 };
 
 } // namespace localmapi::test

@@ -1,6 +1,7 @@
 // Proves that a long recording is attached from a file, sent, copied and read without lying in memory whole.
 #include "../storage/MemoryGauge.h"
 #include "Letters.h"
+#include "localmapi/provider/stream/FileStream.h"
 
 #include <filesystem>
 #include <fstream>
@@ -36,9 +37,9 @@ class LongRecordingTest : public WithLetters
     {
         const std::u8string text = m_path.u8string();
         std::string name = AnsiFromUtf8(std::string(text.begin(), text.end()));
-        Ref<IStream> file, data;
+        ComPtr<IStream> file, data;
         ASSERT_CODE(OpenFileStream(0, name.data(), nullptr, file.put()), S_OK);
-        Ref<IAttach> attachment;
+        ComPtr<IAttach> attachment;
         ULONG number = 0;
         ASSERT_CODE(message->CreateAttach(nullptr, 0, &number, attachment.put()), S_OK);
         ASSERT_CODE(OpenStream(attachment.get(), PR_ATTACH_DATA_BIN, MAPI_CREATE | MAPI_MODIFY, data), S_OK);
@@ -53,7 +54,7 @@ class LongRecordingTest : public WithLetters
     }
     void ExpectRecording(IMessage *message)
     {
-        Ref<IStream> data;
+        ComPtr<IStream> data;
         ASSERT_CODE(OpenStream(AttachmentOf(message, 0).get(), PR_ATTACH_DATA_BIN, 0, data), S_OK);
         EXPECT_EQ(SizeOfStream(data.get()), kLength);
         char bytes[5] = "";

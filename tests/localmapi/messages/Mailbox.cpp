@@ -1,6 +1,5 @@
 #include "Mailbox.h"
-
-#include "PropertyConvert.h"
+#include "localmapi/provider/property/PropertyConvert.h"
 
 #include <atomic>
 #include <filesystem>
@@ -40,10 +39,10 @@ class Template
   public:
     Template() : m_path(NewPath())
     {
-        storage::Directory directory(storage::Site::create(m_path, "NORVIK1", "Norvik"));
-        directory.addUser("alice", "Alice Archer");
-        directory.addUser("bob", "Bob Baker");
-        directory.addUser("vm", "Voicemail Service", {}, true);
+        storage::Directory directory(storage::Site::Create(m_path, "NORVIK1", "Norvik"));
+        directory.AddUser("alice", "Alice Archer");
+        directory.AddUser("bob", "Bob Baker");
+        directory.AddUser("vm", "Voicemail Service", {}, true);
     }
     ~Template() { RemoveSite(m_path); }
     std::string Copy() const
@@ -213,14 +212,14 @@ std::string ReadAll(IStream *stream)
     return all;
 }
 
-HRESULT OpenStream(IMAPIProp *object, ULONG tag, ULONG flags, Ref<IStream> &stream)
+HRESULT OpenStream(IMAPIProp *object, ULONG tag, ULONG flags, ComPtr<IStream> &stream)
 {
     return object->OpenProperty(tag, &IID_IStream, 0, flags, reinterpret_cast<LPUNKNOWN *>(stream.put()));
 }
 
 std::string ReadProperty(IMAPIProp *object, ULONG tag)
 {
-    Ref<IStream> stream;
+    ComPtr<IStream> stream;
     const HRESULT hr = OpenStream(object, tag, 0, stream);
     return hr == S_OK ? ReadAll(stream.get()) : "(" + CodeName(hr) + ")";
 }
@@ -254,12 +253,12 @@ HRESULT SeekTo(IStream *stream, LONGLONG distance, DWORD origin, ULONGLONG *posi
 }
 
 Mailbox::Mailbox(Of of)
-    : m_path(of == Of::TheSameSite ? CopyOfTemplate() : Template().Copy()), m_site(storage::Site::open(m_path))
+    : m_path(of == Of::TheSameSite ? CopyOfTemplate() : Template().Copy()), m_site(storage::Site::Open(m_path))
 {
     const storage::Directory directory(*m_site);
-    m_alice = directory.userByAlias("alice").value();
-    m_bob = directory.userByAlias("bob").value();
-    m_service = directory.userByAlias("vm").value();
+    m_alice = directory.UserByAlias("alice").value();
+    m_bob = directory.UserByAlias("bob").value();
+    m_service = directory.UserByAlias("vm").value();
     m_store = StoreOf(m_alice);
     m_inbox = Folder(0);
 }
@@ -272,24 +271,24 @@ Mailbox::~Mailbox()
     RemoveSite(m_path);
 }
 
-HRESULT Mailbox::OpenStore(const storage::User &owner, const storage::User &user, ULONG flags, Ref<IMsgStore> &store,
+HRESULT Mailbox::OpenStore(const storage::User &owner, const storage::User &user, ULONG flags, ComPtr<IMsgStore> &store,
                            bool isDefault)
 {
     return CreateStore({*m_site, owner.mailbox, user.id, flags, isDefault}, nullptr, store.put());
 }
 
-Ref<IMsgStore> Mailbox::StoreOf(const storage::User &owner, ULONG flags)
+ComPtr<IMsgStore> Mailbox::StoreOf(const storage::User &owner, ULONG flags)
 {
-    Ref<IMsgStore> store;
+    ComPtr<IMsgStore> store;
     EXPECT_CODE(OpenStore(owner, owner, flags, store), S_OK);
     return store;
 }
 
-Ref<IMAPIFolder> Mailbox::Folder(ULONG tag, IMsgStore *store)
+ComPtr<IMAPIFolder> Mailbox::Folder(ULONG tag, IMsgStore *store)
 {
     if (!store)
         store = m_store.get();
-    Ref<IMAPIFolder> folder;
+    ComPtr<IMAPIFolder> folder;
     EntryIdBytes id;
     if (tag) {
         id = BytesOf(store, tag);
@@ -304,9 +303,9 @@ Ref<IMAPIFolder> Mailbox::Folder(ULONG tag, IMsgStore *store)
     return folder;
 }
 
-Ref<IMessage> Mailbox::NewMessage()
+ComPtr<IMessage> Mailbox::NewMessage()
 {
-    Ref<IMessage> message;
+    ComPtr<IMessage> message;
     EXPECT_CODE(m_inbox->CreateMessage(nullptr, 0, message.put()), S_OK);
     return message;
 }
@@ -320,15 +319,15 @@ EntryIdBytes Mailbox::Add(const Props &props)
     return Save(message);
 }
 
-EntryIdBytes Mailbox::Save(const Ref<IMessage> &message)
+EntryIdBytes Mailbox::Save(const ComPtr<IMessage> &message)
 {
     EXPECT_CODE(message->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
     return BytesOf(message.get(), PR_ENTRYID);
 }
 
-Ref<IMessage> Mailbox::Open(const EntryIdBytes &id, ULONG flags)
+ComPtr<IMessage> Mailbox::Open(const EntryIdBytes &id, ULONG flags)
 {
-    Ref<IMessage> message;
+    ComPtr<IMessage> message;
     EXPECT_CODE(OpenEntry(m_store.get(), id, &IID_IMessage, flags, reinterpret_cast<IUnknown **>(message.put())), S_OK);
     return message;
 }
@@ -339,9 +338,9 @@ void Mailbox::Delete(const EntryIdBytes &id)
     EXPECT_CODE(m_inbox->DeleteMessages(EntryList(ids), 0, nullptr, 0), S_OK);
 }
 
-Ref<IMAPITable> Mailbox::Contents(ULONG flags)
+ComPtr<IMAPITable> Mailbox::Contents(ULONG flags)
 {
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     EXPECT_CODE(m_inbox->GetContentsTable(flags, table.put()), S_OK);
     return table;
 }

@@ -2,8 +2,8 @@
 // messages, attachments and streams. The file goes with it.
 #pragma once
 #include "../tables/Properties.h"
-#include "Store.h"
-#include "Text.h"
+#include "localmapi/provider/base/Text.h"
+#include "localmapi/provider/store/StoreLogon.h"
 
 #include <gtest/gtest.h>
 
@@ -51,7 +51,7 @@ class Given
 };
 Given GetProps(IMAPIProp &object, std::initializer_list<ULONG> tags, ULONG flags = 0);
 Given GetAllProps(IMAPIProp &object, ULONG flags = 0);
-template <class Object> Given GetProps(const Ref<Object> &object, std::initializer_list<ULONG> tags, ULONG flags = 0)
+template <class Object> Given GetProps(const ComPtr<Object> &object, std::initializer_list<ULONG> tags, ULONG flags = 0)
 {
     return GetProps(*object.get(), tags, flags);
 }
@@ -67,7 +67,7 @@ SCODE ProblemOf(IMAPIProp *object, SPropValue value);
 // All bytes that a stream has from where it stands.
 std::string ReadAll(IStream *stream);
 std::string ReadProperty(IMAPIProp *object, ULONG tag);
-HRESULT OpenStream(IMAPIProp *object, ULONG tag, ULONG flags, Ref<IStream> &stream);
+HRESULT OpenStream(IMAPIProp *object, ULONG tag, ULONG flags, ComPtr<IStream> &stream);
 HRESULT WriteStream(IStream *stream, const std::string &bytes);
 ULONGLONG SizeOfStream(IStream *stream);
 HRESULT SeekTo(IStream *stream, LONGLONG distance, DWORD origin = STREAM_SEEK_SET, ULONGLONG *position = nullptr);
@@ -88,20 +88,20 @@ class Mailbox
     IMAPIFolder *inbox() { return m_inbox.get(); }
 
     // The mailbox of `owner` as `user` opens it.
-    HRESULT OpenStore(const storage::User &owner, const storage::User &user, ULONG flags, Ref<IMsgStore> &store,
+    HRESULT OpenStore(const storage::User &owner, const storage::User &user, ULONG flags, ComPtr<IMsgStore> &store,
                       bool isDefault = false);
-    Ref<IMsgStore> StoreOf(const storage::User &owner, ULONG flags = MAPI_BEST_ACCESS);
+    ComPtr<IMsgStore> StoreOf(const storage::User &owner, ULONG flags = MAPI_BEST_ACCESS);
     // A folder by the store's property that names it; 0 is the Inbox.
-    Ref<IMAPIFolder> Folder(ULONG tag, IMsgStore *store = nullptr);
+    ComPtr<IMAPIFolder> Folder(ULONG tag, IMsgStore *store = nullptr);
 
     // A new, unsaved message in the Inbox.
-    Ref<IMessage> NewMessage();
+    ComPtr<IMessage> NewMessage();
     // A saved message in the Inbox; those without a submit time have one later than the one before.
     EntryIdBytes Add(const Props &props);
-    EntryIdBytes Save(const Ref<IMessage> &message);
-    Ref<IMessage> Open(const EntryIdBytes &id, ULONG flags = MAPI_BEST_ACCESS);
+    EntryIdBytes Save(const ComPtr<IMessage> &message);
+    ComPtr<IMessage> Open(const EntryIdBytes &id, ULONG flags = MAPI_BEST_ACCESS);
     void Delete(const EntryIdBytes &id);
-    Ref<IMAPITable> Contents(ULONG flags = 0);
+    ComPtr<IMAPITable> Contents(ULONG flags = 0);
 
   private:
     std::string m_path;
@@ -109,8 +109,8 @@ class Mailbox
     storage::User m_alice;
     storage::User m_bob;
     storage::User m_service;
-    Ref<IMsgStore> m_store;
-    Ref<IMAPIFolder> m_inbox;
+    ComPtr<IMsgStore> m_store;
+    ComPtr<IMAPIFolder> m_inbox;
     std::uint64_t m_submitTime = 0x01DA000000000000ULL;
 };
 

@@ -1,7 +1,7 @@
 // Proves Exchange's administration interface of a store: entry identifiers of other mailboxes, and their table.
-#include "EntryId.h"
 #include "ExchangeMapi.h"
 #include "StoreFixture.h"
+#include "localmapi/provider/base/EntryId.h"
 
 #include <mapiguid.h>
 
@@ -27,7 +27,7 @@ class ManageStoreTest : public StoreTest
                                              flags, &m_size, m_entry.put());
     }
 
-    Ref<IExchangeManageStore> m_manager;
+    ComPtr<IExchangeManageStore> m_manager;
     ULONG m_size = 0;
     Block<ENTRYID> m_entry;
 };
@@ -37,7 +37,7 @@ const char *const kServerDn = "/cn=Configuration/cn=Servers/cn=NORVIK1/cn=Micros
 TEST_F(ManageStoreTest, ServerAndMailboxNamesMakeAStoreEntryIdentifier)
 {
     ASSERT_CODE(Create(kServerDn, m_mailbox.bob().dn), S_OK);
-    const SiteUid uid = m_mailbox.site().info().uid;
+    const SiteUid uid = m_mailbox.site().Info().uid;
     const EntryId id = ParseEntryId(uid, m_size, m_entry.get(), EntryKind::Store);
     EXPECT_EQ(id.object, m_mailbox.bob().mailbox);
     EXPECT_EQ(id.openFlags, 0x0Cu);
@@ -64,7 +64,7 @@ TEST_F(ManageStoreTest, AWrongServerOrMailboxIsRefused)
 
 TEST_F(ManageStoreTest, TheMailboxTableListsEveryMailboxOfTheServer)
 {
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     ASSERT_CODE(m_manager->GetMailboxTable(const_cast<char *>("NORVIK1"), table.put(), 0), S_OK);
     ULONG count = 0;
     ASSERT_CODE(table->GetRowCount(0, &count), S_OK);

@@ -16,92 +16,109 @@ class MessageTest : public InAMailbox
 {
 };
 
+using AnyValue = decltype(SPropValue::Value);
+
+// A list as the value of a property; the elements must live as long.
+template <class List, class Element, std::size_t count>
+SPropValue Listed(ULONG tag, List AnyValue::*member, Element (&elements)[count])
+{
+    SPropValue value{};
+    value.ulPropTag = tag;
+    value.Value.*member = List{count, elements};
+    return value;
+}
+
+// A value of every type, and what must be read of it.
+class EveryType
+{
+    static constexpr GUID kGuid = {0x11223344, 5, 6, {7, 8, 9, 10, 11, 12, 13, 14}};
+    char m_text[5] = "text";
+    LONG m_longs[3] = {1, -2, 3};
+    short m_shorts[2] = {-1, 2};
+    LARGE_INTEGER m_bigs[2] = {Big(0, 0).Value.li, Big(0, -9000000000LL).Value.li};
+    double m_doubles[2] = {0.5, -0.25};
+    float m_floats[1] = {1.5f};
+    FILETIME m_times[2] = {{1, 2}, {3, 4}};
+    GUID m_guids[2] = {kGuid, kGuid};
+    char *m_texts[2] = {m_text, m_text};
+    SBinary m_binaries[2] = {{0, nullptr}, {4, reinterpret_cast<BYTE *>(m_text)}};
+
+  public:
+    using Kept = const AnyValue &;
+    struct Case {
+        SPropValue value;
+        void (*expectKept)(Kept kept);
+    };
+    const Case cases[24] = {
+        {Short(PROP_TAG(PT_I2, 0x6A30), -7), [](Kept kept) { EXPECT_EQ(kept.i, -7); }},
+        {Long(PROP_TAG(PT_LONG, 0x6A31), -8), [](Kept kept) { EXPECT_EQ(kept.l, -8); }},
+        {Float(PROP_TAG(PT_R4, 0x6A32), 1.25f), [](Kept kept) { EXPECT_EQ(kept.flt, 1.25f); }},
+        {Double(PROP_TAG(PT_DOUBLE, 0x6A33), 2.5), [](Kept kept) { EXPECT_EQ(kept.dbl, 2.5); }},
+        {Big(PROP_TAG(PT_CURRENCY, 0x6A34), 123456789012LL),
+         [](Kept kept) { EXPECT_EQ(kept.li.QuadPart, 123456789012LL); }},
+        {Double(PROP_TAG(PT_APPTIME, 0x6A35), 40000.5), [](Kept kept) { EXPECT_EQ(kept.at, 40000.5); }},
+        {Bool(PROP_TAG(PT_BOOLEAN, 0x6A36), true), [](Kept kept) { EXPECT_EQ(kept.b, 1); }},
+        {Big(PROP_TAG(PT_I8, 0x6A37), -1), [](Kept kept) { EXPECT_EQ(kept.li.QuadPart, -1); }},
+        {Narrow(PROP_TAG(PT_STRING8, 0x6A38), "narrow"), [](Kept kept) { EXPECT_STREQ(kept.lpszA, "narrow"); }},
+        {Wide(PROP_TAG(PT_UNICODE, 0x6A39), OLESTR("wide")),
+         [](Kept kept) { EXPECT_EQ(Utf8FromWide(kept.lpszW), "wide"); }},
+        {Time(PROP_TAG(PT_SYSTIME, 0x6A3A), 0x1122334455667788ULL),
+         [](Kept kept) {
+             EXPECT_EQ(kept.ft.dwHighDateTime, 0x11223344u);
+             EXPECT_EQ(kept.ft.dwLowDateTime, 0x55667788u);
+         }},
+        {Guid(PROP_TAG(PT_CLSID, 0x6A3B), kGuid), [](Kept kept) { EXPECT_TRUE(*kept.lpguid == kGuid); }},
+        {Binary(PROP_TAG(PT_BINARY, 0x6A3C), "\0\1\2", 3),
+         [](Kept kept) {
+             ASSERT_EQ(kept.bin.cb, 3u);
+             EXPECT_EQ(std::memcmp(kept.bin.lpb, "\0\1\2", 3), 0);
+         }},
+        {Binary(PROP_TAG(PT_BINARY, 0x6A3D), nullptr, 0), [](Kept kept) { EXPECT_EQ(kept.bin.cb, 0u); }},
+        {Listed(PROP_TAG(PT_MV_LONG, 0x6A3E), &AnyValue::MVl, m_longs),
+         [](Kept kept) { EXPECT_EQ(kept.MVl.lpl[1], -2); }},
+        {Listed(PROP_TAG(PT_MV_STRING8, 0x6A3F), &AnyValue::MVszA, m_texts),
+         [](Kept kept) { EXPECT_STREQ(kept.MVszA.lppszA[1], "text"); }},
+        {Listed(PROP_TAG(PT_MV_I2, 0x6A40), &AnyValue::MVi, m_shorts),
+         [](Kept kept) { EXPECT_EQ(kept.MVi.lpi[0], -1); }},
+        {Listed(PROP_TAG(PT_MV_I8, 0x6A41), &AnyValue::MVli, m_bigs),
+         [](Kept kept) { EXPECT_EQ(kept.MVli.lpli[1].QuadPart, -9000000000LL); }},
+        {Listed(PROP_TAG(PT_MV_DOUBLE, 0x6A42), &AnyValue::MVdbl, m_doubles),
+         [](Kept kept) { EXPECT_EQ(kept.MVdbl.lpdbl[1], -0.25); }},
+        {Listed(PROP_TAG(PT_MV_R4, 0x6A43), &AnyValue::MVflt, m_floats),
+         [](Kept kept) { EXPECT_EQ(kept.MVflt.lpflt[0], 1.5f); }},
+        {Listed(PROP_TAG(PT_MV_SYSTIME, 0x6A44), &AnyValue::MVft, m_times),
+         [](Kept kept) { EXPECT_EQ(kept.MVft.lpft[1].dwHighDateTime, 4u); }},
+        {Listed(PROP_TAG(PT_MV_CLSID, 0x6A45), &AnyValue::MVguid, m_guids),
+         [](Kept kept) { EXPECT_TRUE(kept.MVguid.lpguid[1] == kGuid); }},
+        {Listed(PROP_TAG(PT_MV_BINARY, 0x6A46), &AnyValue::MVbin, m_binaries),
+         [](Kept kept) {
+             EXPECT_EQ(kept.MVbin.lpbin[0].cb, 0u);
+             EXPECT_EQ(std::memcmp(kept.MVbin.lpbin[1].lpb, "text", 4), 0);
+         }},
+        {Long(PROP_TAG(PT_MV_LONG, 0x6A47), 0), [](Kept kept) { EXPECT_EQ(kept.MVl.cValues, 0u); }},
+    };
+};
+
 TEST_F(MessageTest, EveryTypeOfPropertyIsKept)
 {
-    const GUID guid = {0x11223344, 5, 6, {7, 8, 9, 10, 11, 12, 13, 14}};
-    std::vector<LONG> longs{1, -2, 3};
-    std::vector<short> shorts{-1, 2};
-    std::vector<LARGE_INTEGER> bigs(2);
-    bigs[1].QuadPart = -9000000000LL;
-    std::vector<double> doubles{0.5, -0.25};
-    std::vector<float> floats{1.5f};
-    std::vector<FILETIME> times{{1, 2}, {3, 4}};
-    std::vector<GUID> guids{guid, guid};
-    std::string text = "text";
-    std::vector<char *> texts{text.data(), text.data()};
-    std::vector<SBinary> binaries(2);
-    binaries[1].cb = 4;
-    binaries[1].lpb = reinterpret_cast<BYTE *>(text.data());
-    SPropValue values[24] = {Short(PROP_TAG(PT_I2, 0x6A30), -7),
-                             Long(PROP_TAG(PT_LONG, 0x6A31), -8),
-                             Float(PROP_TAG(PT_R4, 0x6A32), 1.25f),
-                             Double(PROP_TAG(PT_DOUBLE, 0x6A33), 2.5),
-                             Big(PROP_TAG(PT_CURRENCY, 0x6A34), 123456789012LL),
-                             Double(PROP_TAG(PT_APPTIME, 0x6A35), 40000.5),
-                             Bool(PROP_TAG(PT_BOOLEAN, 0x6A36), true),
-                             Big(PROP_TAG(PT_I8, 0x6A37), -1),
-                             Narrow(PROP_TAG(PT_STRING8, 0x6A38), "narrow"),
-                             Wide(PROP_TAG(PT_UNICODE, 0x6A39), OLESTR("wide")),
-                             Time(PROP_TAG(PT_SYSTIME, 0x6A3A), 0x1122334455667788ULL),
-                             Guid(PROP_TAG(PT_CLSID, 0x6A3B), guid),
-                             Binary(PROP_TAG(PT_BINARY, 0x6A3C), "\0\1\2", 3),
-                             Binary(PROP_TAG(PT_BINARY, 0x6A3D), nullptr, 0),
-                             Longs(PROP_TAG(PT_MV_LONG, 0x6A3E), longs),
-                             Narrows(PROP_TAG(PT_MV_STRING8, 0x6A3F), texts)};
-    SPropValue *more = values + 16;
-    more[0].ulPropTag = PROP_TAG(PT_MV_I2, 0x6A40);
-    more[0].Value.MVi = {2, shorts.data()};
-    more[1].ulPropTag = PROP_TAG(PT_MV_I8, 0x6A41);
-    more[1].Value.MVli = {2, bigs.data()};
-    more[2].ulPropTag = PROP_TAG(PT_MV_DOUBLE, 0x6A42);
-    more[2].Value.MVdbl = {2, doubles.data()};
-    more[3].ulPropTag = PROP_TAG(PT_MV_R4, 0x6A43);
-    more[3].Value.MVflt = {1, floats.data()};
-    more[4].ulPropTag = PROP_TAG(PT_MV_SYSTIME, 0x6A44);
-    more[4].Value.MVft = {2, times.data()};
-    more[5].ulPropTag = PROP_TAG(PT_MV_CLSID, 0x6A45);
-    more[5].Value.MVguid = {2, guids.data()};
-    more[6].ulPropTag = PROP_TAG(PT_MV_BINARY, 0x6A46);
-    more[6].Value.MVbin = {2, binaries.data()};
-    more[7].ulPropTag = PROP_TAG(PT_MV_LONG, 0x6A47);
-    more[7].Value.MVl = {0, nullptr};
-    const EntryIdBytes id = m_mailbox.Add(Props(std::begin(values), std::end(values)));
-
-    auto message = m_mailbox.Open(id);
+    const EveryType all;
+    Props values;
     std::vector<ULONG> tags;
-    for (const SPropValue &value : values)
-        tags.push_back(value.ulPropTag);
+    for (const EveryType::Case &one : all.cases) {
+        values.push_back(one.value);
+        tags.push_back(one.value.ulPropTag);
+    }
+    const EntryIdBytes id = m_mailbox.Add(values);
+
     ULONG count = 0;
     Block<SPropValue> got;
-    ASSERT_CODE(message->GetProps(Tags(tags), 0, &count, got.put()), S_OK);
-    ASSERT_EQ(count, std::size(values));
-    for (ULONG i = 0; i < count; ++i)
-        ASSERT_EQ(got[i].ulPropTag, tags[i]) << i;
-    EXPECT_EQ(got[0].Value.i, -7);
-    EXPECT_EQ(got[1].Value.l, -8);
-    EXPECT_EQ(got[2].Value.flt, 1.25f);
-    EXPECT_EQ(got[3].Value.dbl, 2.5);
-    EXPECT_EQ(got[4].Value.li.QuadPart, 123456789012LL);
-    EXPECT_EQ(got[5].Value.at, 40000.5);
-    EXPECT_EQ(got[6].Value.b, 1);
-    EXPECT_EQ(got[7].Value.li.QuadPart, -1);
-    EXPECT_STREQ(got[8].Value.lpszA, "narrow");
-    EXPECT_EQ(Utf8FromWide(got[9].Value.lpszW), "wide");
-    EXPECT_EQ(got[10].Value.ft.dwHighDateTime, 0x11223344u);
-    EXPECT_TRUE(*got[11].Value.lpguid == guid);
-    EXPECT_EQ(got[12].Value.bin.cb, 3u);
-    EXPECT_EQ(got[13].Value.bin.cb, 0u);
-    EXPECT_EQ(got[14].Value.MVl.lpl[1], -2);
-    EXPECT_STREQ(got[15].Value.MVszA.lppszA[1], "text");
-    EXPECT_EQ(got[16].Value.MVi.lpi[0], -1);
-    EXPECT_EQ(got[17].Value.MVli.lpli[1].QuadPart, -9000000000LL);
-    EXPECT_EQ(got[18].Value.MVdbl.lpdbl[1], -0.25);
-    EXPECT_EQ(got[19].Value.MVflt.lpflt[0], 1.5f);
-    EXPECT_EQ(got[20].Value.MVft.lpft[1].dwHighDateTime, 4u);
-    EXPECT_TRUE(got[21].Value.MVguid.lpguid[1] == guid);
-    EXPECT_EQ(got[22].Value.MVbin.lpbin[0].cb, 0u);
-    EXPECT_EQ(std::memcmp(got[22].Value.MVbin.lpbin[1].lpb, "text", 4), 0);
-    EXPECT_EQ(got[23].Value.MVl.cValues, 0u);
+    ASSERT_CODE(m_mailbox.Open(id)->GetProps(Tags(tags), 0, &count, got.put()), S_OK);
+    ASSERT_EQ(count, tags.size());
+    for (ULONG i = 0; i < count; ++i) {
+        SCOPED_TRACE(HexText(tags[i]));
+        ASSERT_EQ(got[i].ulPropTag, tags[i]);
+        all.cases[i].expectKept(got[i].Value);
+    }
 }
 
 TEST_F(MessageTest, OneStoredTextIsNarrowAndWide)

@@ -43,7 +43,7 @@ class NamedPropertyTest : public testing::Test
 
     LiveCountsAreZeroAtTheEnd m_counts;
     Mailbox m_mailbox;
-    Ref<IMessage> m_message = m_mailbox.NewMessage();
+    ComPtr<IMessage> m_message = m_mailbox.NewMessage();
     std::list<MAPINAMEID> m_names;
     std::list<GUID> m_sets;
     std::vector<ULONG> m_tags, m_again;
@@ -75,10 +75,10 @@ TEST_F(NamedPropertyTest, ANameHasOneIdentifierEverywhereInTheSite)
 TEST_F(NamedPropertyTest, AnUnknownNameIsAnErrorInItsPlace)
 {
     ASSERT_CODE(Ids(m_message.get(), {Number(5)}, MAPI_CREATE, m_tags), S_OK);
-    const auto changes = m_mailbox.site().changeNumber();
+    const auto changes = m_mailbox.site().GetChangeNumber();
     EXPECT_CODE(Ids(m_message.get(), {Number(6), Number(5), Text(OLESTR("x"))}, 0, m_again), MAPI_W_ERRORS_RETURNED);
     EXPECT_EQ(m_again, (std::vector<ULONG>{PROP_TAG(PT_ERROR, 0), m_tags[0], PROP_TAG(PT_ERROR, 0)}));
-    EXPECT_EQ(m_mailbox.site().changeNumber(), changes);
+    EXPECT_EQ(m_mailbox.site().GetChangeNumber(), changes);
 }
 
 TEST_F(NamedPropertyTest, TheStandardSetNamesTheStandardIdentifiers)
@@ -151,7 +151,7 @@ TEST_F(NamedPropertyTest, WhatIsNoNameIsRefused)
     EXPECT_CODE(Ids(m_message.get(), {Text(OLESTR(""))}, MAPI_CREATE, m_tags), MAPI_E_INVALID_PARAMETER);
     EXPECT_CODE(Ids(m_message.get(), {Text(nullptr)}, MAPI_CREATE, m_tags), MAPI_E_INVALID_PARAMETER);
     EXPECT_CODE(Ids(m_message.get(), {Number(1)}, 1, m_tags), MAPI_E_UNKNOWN_FLAGS);
-    Ref<IMsgStore> store;
+    ComPtr<IMsgStore> store;
     ASSERT_CODE(m_mailbox.OpenStore(m_mailbox.alice(), m_mailbox.alice(), 0, store), S_OK);
     EXPECT_CODE(Ids(store.get(), {Number(1)}, MAPI_CREATE, m_tags), MAPI_E_NO_ACCESS) << "open for reading";
     EXPECT_CODE(Ids(store.get(), {Number(1)}, 0, m_tags), MAPI_W_ERRORS_RETURNED);

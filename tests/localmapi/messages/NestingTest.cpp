@@ -1,10 +1,10 @@
 // Proves that messages within messages, and folders within folders, end somewhere: as deep as they may lie they are
 // saved, sent, copied and deleted whole; what would lie deeper is refused. And that copying ends where the target lies
 // within the source.
-#include "Attachment.h"
 #include "Letters.h"
-
-#include "localmapi/storage/objects.h"
+#include "localmapi/provider/store/Attachment.h"
+#include "localmapi/provider/table/QueryRows.h"
+#include "localmapi/storage/Objects.h"
 
 namespace localmapi::test
 {
@@ -19,8 +19,8 @@ class NestingTest : public WithLetters
     // made.
     HRESULT Nest(IMessage *outermost, int levels)
     {
-        std::vector<Ref<IMessage>> messages;
-        std::vector<Ref<IAttach>> attachments;
+        std::vector<ComPtr<IMessage>> messages;
+        std::vector<ComPtr<IAttach>> attachments;
         for (int level = 0; level < levels; ++level) {
             IMessage *outer = messages.empty() ? outermost : messages.back().get();
             ULONG number = 0;
@@ -44,7 +44,7 @@ class NestingTest : public WithLetters
     // The level that the innermost message says.
     LONG Deepest(IMessage *outermost)
     {
-        Ref<IMessage> message = Ref<IMessage>::Share(outermost);
+        ComPtr<IMessage> message = Share<IMessage>(outermost);
         LONG level = 0;
         while (AttachmentCount(message.get()) == 1) {
             message = EmbeddedIn(AttachmentOf(message.get(), 0, 0).get());
@@ -57,7 +57,7 @@ class NestingTest : public WithLetters
     // The numbers of a message's attachments.
     static std::vector<ULONG> Numbers(IMessage *message)
     {
-        Ref<IMAPITable> table;
+        ComPtr<IMAPITable> table;
         EXPECT_CODE(message->GetAttachmentTable(0, table.put()), S_OK);
         Rows rows;
         EXPECT_CODE(QueryAllRows(table.get(), Tags{PR_ATTACH_NUM}, nullptr, nullptr, 0, rows.put()), S_OK);
@@ -100,7 +100,7 @@ TEST_F(NestingTest, WhatWouldLieDeeperIsRefused)
     EXPECT_CODE(Nest(message.get(), kNestingLimit + 1), MAPI_E_TOO_COMPLEX);
     ASSERT_CODE(Nest(message.get(), kNestingLimit), S_OK);
     auto outer = m_mailbox.NewMessage();
-    Ref<IAttach> attachment;
+    ComPtr<IAttach> attachment;
     ULONG number = 0;
     ASSERT_CODE(outer->CreateAttach(nullptr, 0, &number, attachment.put()), S_OK);
     auto inner = EmbeddedIn(attachment.get(), MAPI_CREATE | MAPI_MODIFY);
@@ -109,16 +109,16 @@ TEST_F(NestingTest, WhatWouldLieDeeperIsRefused)
 
 TEST_F(NestingTest, AsDeepAsFoldersMayLieTheyAreCopiedAndDeleted)
 {
-    const auto create = [](IMAPIFolder *in, std::string name, Ref<IMAPIFolder> &folder) {
+    const auto create = [](IMAPIFolder *in, std::string name, ComPtr<IMAPIFolder> &folder) {
         return in->CreateFolder(FOLDER_GENERIC, name.data(), nullptr, nullptr, 0, folder.put());
     };
-    Ref<IMAPIFolder> from, to;
+    ComPtr<IMAPIFolder> from, to;
     ASSERT_CODE(create(m_mailbox.inbox(), "From", from), S_OK);
     ASSERT_CODE(create(m_mailbox.inbox(), "To", to), S_OK);
     HRESULT hr = S_OK;
     int depth = 4; // the root, what users see of it, the Inbox and this one
-    for (auto last = Ref<IMAPIFolder>::Share(from.get()); hr == S_OK;) {
-        Ref<IMAPIFolder> below;
+    for (auto last = Share<IMAPIFolder>(from.get()); hr == S_OK;) {
+        ComPtr<IMAPIFolder> below;
         hr = create(last.get(), "Below", below);
         if (hr == S_OK)
             last = std::move(below), ++depth;

@@ -1,7 +1,8 @@
 // Proves what becomes of recipients who can't be reached: whom submission takes for whom, the report that the sender
 // gets, and that it tells nothing and takes nothing from those who can be reached.
-#include "EntryId.h"
 #include "Letters.h"
+#include "localmapi/provider/base/EntryId.h"
+#include "localmapi/provider/table/QueryRows.h"
 
 namespace localmapi::test
 {
@@ -21,7 +22,7 @@ class NonDeliveryTest : public WithLetters
         const auto reports = MessagesIn(m_mailbox.inbox());
         std::string fate = arrived ? "arrived" : "";
         for (std::size_t i = 0; i < reports.size(); ++i) {
-            Ref<IMAPITable> table;
+            ComPtr<IMAPITable> table;
             Rows rows;
             EXPECT_CODE(MessageIn(m_mailbox.inbox(), i)->GetRecipientTable(0, table.put()), S_OK);
             EXPECT_CODE(QueryAllRows(table.get(), Tags{PR_NDR_DIAG_CODE}, nullptr, nullptr, 0, rows.put()), S_OK);
@@ -45,11 +46,11 @@ class NonDeliveryTest : public WithLetters
 
 TEST_F(NonDeliveryTest, WhoIsMeantFollowsFromEntryIdentifierThenAddressThenName)
 {
-    const SiteUid site = m_mailbox.site().info().uid;
+    const SiteUid site = m_mailbox.site().Info().uid;
     const storage::User &bob = m_mailbox.bob();
     storage::Directory directory(m_mailbox.site());
-    const auto contact = directory.addContact("Bobby", "bobby@elsewhere.example");
-    directory.addUser("bart", "Bart Baker");
+    const auto contact = directory.AddContact("Bobby", "bobby@elsewhere.example");
+    directory.AddUser("bart", "Bart Baker");
     const std::string unknown = "report " + std::to_string(MAPI_DIAG_OR_NAME_UNRECOGNIZED);
     const std::string ambiguous = "report " + std::to_string(MAPI_DIAG_OR_NAME_AMBIGUOUS);
     const std::string away = "report " + std::to_string(MAPI_DIAG_RECIPIENT_UNAVAILABLE);
@@ -85,7 +86,7 @@ TEST_F(NonDeliveryTest, WhoIsMeantFollowsFromEntryIdentifierThenAddressThenName)
     EXPECT_EQ(Fate(Recipient{Long(PR_RECIPIENT_TYPE, MAPI_TO)}), unknown);
     EXPECT_EQ(Fate(ByName("Bobby")), away) << "a contact";
     EXPECT_EQ(Fate(ByName("bobby@elsewhere.example")), away);
-    EXPECT_THROW(directory.addContact("Robert", bob.smtp), storage::Error) << "nobody is a user and a contact";
+    EXPECT_THROW(directory.AddContact("Robert", bob.smtp), storage::Error) << "nobody is a user and a contact";
 }
 
 TEST_F(NonDeliveryTest, TheReportNamesTheUnreachedAndHoldsTheMessage)
@@ -134,7 +135,7 @@ TEST_F(NonDeliveryTest, ASavedMessageIsReportedWithAllThatItHolds)
     auto letter = LetterTo({ByName("nobody")}, {Narrow(PR_SUBJECT_A, "saved"), Bool(PR_DELETE_AFTER_SUBMIT, true)});
     Attach(letter.get(), "menu.txt", std::string(100000, 'm'));
     {
-        Ref<IAttach> attachment;
+        ComPtr<IAttach> attachment;
         ULONG number = 0;
         ASSERT_CODE(letter->CreateAttach(nullptr, 0, &number, attachment.put()), S_OK);
         ASSERT_CODE(SetProps(attachment.get(), {Long(PR_ATTACH_METHOD, ATTACH_EMBEDDED_MSG)}), S_OK);
@@ -155,7 +156,7 @@ TEST_F(NonDeliveryTest, ASavedMessageIsReportedWithAllThatItHolds)
 
 TEST_F(NonDeliveryTest, ReportsGoToTheSenderAlsoWhenAServiceWrites)
 {
-    Ref<IMsgStore> store;
+    ComPtr<IMsgStore> store;
     ASSERT_CODE(m_mailbox.OpenStore(m_mailbox.alice(), m_mailbox.service(), MAPI_BEST_ACCESS, store), S_OK);
     m_outbox = m_mailbox.Folder(PR_IPM_OUTBOX_ENTRYID, store.get());
     ASSERT_CODE(LetterTo({ByName("nobody")})->SubmitMessage(0), S_OK);

@@ -1,6 +1,6 @@
 // Proves a message's recipients: how the list is changed, what the recipient table shows and what follows from it.
-#include "Helpers.h"
 #include "Mailbox.h"
+#include "localmapi/provider/table/QueryRows.h"
 
 namespace localmapi::test
 {
@@ -13,7 +13,7 @@ class RecipientTest : public testing::Test
   protected:
     using Entry = Props;
 
-    HRESULT Modify(const Ref<IMessage> &message, ULONG flags, std::vector<Entry> entries)
+    HRESULT Modify(const ComPtr<IMessage> &message, ULONG flags, std::vector<Entry> entries)
     {
         std::vector<BYTE> memory(CbNewADRLIST(entries.size() + 1));
         auto *list = reinterpret_cast<ADRLIST *>(memory.data());
@@ -30,9 +30,9 @@ class RecipientTest : public testing::Test
                 Narrow(PR_EMAIL_ADDRESS_A, name)};
     }
     // "number=name/type" of each row.
-    std::string List(const Ref<IMessage> &message)
+    std::string List(const ComPtr<IMessage> &message)
     {
-        Ref<IMAPITable> table;
+        ComPtr<IMAPITable> table;
         EXPECT_CODE(message->GetRecipientTable(0, table.put()), S_OK);
         Rows rows;
         EXPECT_CODE(QueryAllRows(table.get(), Tags{PR_ROWID, PR_DISPLAY_NAME_A, PR_RECIPIENT_TYPE}, nullptr, nullptr, 0,
@@ -103,7 +103,7 @@ TEST_F(RecipientTest, ARecipientKeepsEveryPropertyThatItCameWith)
     entry.push_back(Long(PROP_TAG(PT_LONG, 0x6A50), 77));
     ASSERT_CODE(Modify(message, MODRECIP_ADD, {entry}), S_OK);
     const EntryIdBytes id = m_mailbox.Save(message);
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     ASSERT_CODE(m_mailbox.Open(id)->GetRecipientTable(MAPI_UNICODE, table.put()), S_OK);
     Rows rows;
     ASSERT_CODE(QueryAllRows(table.get(),
@@ -141,7 +141,7 @@ TEST_F(RecipientTest, AListMayHave65536RecipientsInACall)
     ASSERT_CODE(message->ModifyRecipients(0, list), S_OK);
     list->cEntries = 1;
     ASSERT_CODE(message->ModifyRecipients(MODRECIP_ADD, list), S_OK);
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     ASSERT_CODE(message->GetRecipientTable(0, table.put()), S_OK);
     ASSERT_CODE(table->SetColumns(Tags{PR_ROWID}, 0), S_OK);
     LONG sought = 0;
@@ -171,7 +171,7 @@ TEST_F(RecipientTest, BadCallsAreRefusedAndChangeNothing)
     huge.aEntries[0].cValues = 3;
     EXPECT_CODE(message->ModifyRecipients(MODRECIP_ADD, &huge), MAPI_E_INVALID_PARAMETER);
     EXPECT_EQ(List(message), "0=ann/1");
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     EXPECT_CODE(message->GetRecipientTable(1, table.put()), MAPI_E_UNKNOWN_FLAGS);
     EXPECT_CODE(message->GetRecipientTable(0, nullptr), MAPI_E_INVALID_PARAMETER);
 }

@@ -16,7 +16,7 @@ class StoreTest : public testing::Test
 
     LiveCountsAreZeroAtTheEnd m_counts;
     Mailbox m_mailbox;
-    Ref<IUnknown> m_object;
+    ComPtr<IUnknown> m_object;
 };
 
 } // namespace localmapi::test

@@ -1,9 +1,9 @@
 // Proves a user's mailbox as a message store: its properties, who may open it and how, opening by entry identifier,
 // receive folders and logoff.
-#include "EntryId.h"
 #include "ExchangeMapi.h"
-#include "Helpers.h"
 #include "StoreFixture.h"
+#include "localmapi/provider/base/EntryId.h"
+#include "localmapi/provider/table/QueryRows.h"
 
 #include <mapiguid.h>
 
@@ -34,7 +34,7 @@ TEST_F(StoreTest, AStoreSaysWhatItIs)
 
 TEST_F(StoreTest, TheDefaultStoreOfAProfileIsMarked)
 {
-    Ref<IMsgStore> store;
+    ComPtr<IMsgStore> store;
     ASSERT_CODE(m_mailbox.OpenStore(m_mailbox.alice(), m_mailbox.alice(), MAPI_BEST_ACCESS, store, true), S_OK);
     EXPECT_EQ(LongOf(store.get(), PR_DEFAULT_STORE), 1);
 }
@@ -69,7 +69,7 @@ TEST_F(StoreTest, PropertiesOfTheStoreCanBeSetReadAndDeleted)
 
 TEST_F(StoreTest, WhoHasNoRightToAMailboxGetsNoAccess)
 {
-    Ref<IMsgStore> store;
+    ComPtr<IMsgStore> store;
     EXPECT_CODE(m_mailbox.OpenStore(m_mailbox.alice(), m_mailbox.bob(), MAPI_BEST_ACCESS, store), MAPI_E_NO_ACCESS);
     EXPECT_FALSE(store);
     EXPECT_CODE(m_mailbox.OpenStore(m_mailbox.alice(), m_mailbox.service(), MAPI_BEST_ACCESS, store), S_OK);
@@ -78,7 +78,7 @@ TEST_F(StoreTest, WhoHasNoRightToAMailboxGetsNoAccess)
 
 TEST_F(StoreTest, AMailboxThatIsNotThereIsNotFound)
 {
-    Ref<IMsgStore> store;
+    ComPtr<IMsgStore> store;
     EXPECT_CODE(CreateStore({m_mailbox.site(), 4711, m_mailbox.alice().id, 0, false}, nullptr, store.put()),
                 MAPI_E_NOT_FOUND);
     EXPECT_CODE(
@@ -91,12 +91,12 @@ TEST_F(StoreTest, AMailboxThatIsNotThereIsNotFound)
 
 TEST_F(StoreTest, TheStoreAnswersForItsInterfacesOnly)
 {
-    Ref<IUnknown> object;
+    ComPtr<IUnknown> object;
     for (const IID *iid : {&IID_IMsgStore, &IID_IMAPIProp, &IID_IExchangeManageStore, &IID_IUnknown})
         EXPECT_CODE(m_mailbox.store()->QueryInterface(*iid, reinterpret_cast<void **>(object.put())), S_OK);
     EXPECT_CODE(m_mailbox.store()->QueryInterface(IID_IMessage, reinterpret_cast<void **>(object.put())),
                 MAPI_E_INTERFACE_NOT_SUPPORTED);
-    Ref<IMsgStore> store;
+    ComPtr<IMsgStore> store;
     EXPECT_CODE(CreateStore({m_mailbox.site(), m_mailbox.alice().mailbox, m_mailbox.alice().id, 0, false},
                             &IID_IMAPIFolder, store.put()),
                 MAPI_E_INTERFACE_NOT_SUPPORTED);
@@ -106,7 +106,7 @@ TEST_F(StoreTest, AStoreThatIsOpenForReadingWritesNothing)
 {
     const EntryIdBytes id = m_mailbox.Add({Narrow(PR_SUBJECT_A, "kept")});
     auto store = m_mailbox.StoreOf(m_mailbox.alice(), 0);
-    Ref<IMessage> message;
+    ComPtr<IMessage> message;
     EXPECT_CODE(OpenEntry(store.get(), id, nullptr, MAPI_MODIFY, reinterpret_cast<IUnknown **>(message.put())),
                 MAPI_E_NO_ACCESS);
     ASSERT_CODE(OpenEntry(store.get(), id, nullptr, MAPI_BEST_ACCESS, reinterpret_cast<IUnknown **>(message.put())),
@@ -118,7 +118,7 @@ TEST_F(StoreTest, AStoreThatIsOpenForReadingWritesNothing)
     EXPECT_CODE(message->SetReadFlag(0), MAPI_E_NO_ACCESS);
     EXPECT_CODE(message->SaveChanges(0), MAPI_E_NO_ACCESS);
     auto inbox = m_mailbox.Folder(0, store.get());
-    Ref<IMessage> made;
+    ComPtr<IMessage> made;
     EXPECT_CODE(inbox->CreateMessage(nullptr, 0, made.put()), MAPI_E_NO_ACCESS);
     EXPECT_CODE(inbox->DeleteMessages(EntryList({id}), 0, nullptr, 0), MAPI_E_NO_ACCESS);
     EXPECT_EQ(TextOf(message.get(), PR_SUBJECT_A), "kept");
@@ -220,7 +220,7 @@ std::string ReceiveFolder(IMsgStore *store, const char *messageClass)
                                                entry.put(), explicitClass.put());
     if (hr != S_OK)
         return CodeName(hr);
-    Ref<IUnknown> folder;
+    ComPtr<IUnknown> folder;
     ULONG type = 0;
     EXPECT_CODE(store->OpenEntry(size, entry.get(), nullptr, 0, &type, folder.put()), S_OK);
     return TextOf(static_cast<IMAPIFolder *>(folder.get()), PR_DISPLAY_NAME_A) + ":" +
@@ -274,7 +274,7 @@ TEST_F(StoreTest, TheReceiveFolderTableListsClassesAndFolders)
 {
     const EntryIdBytes sent = BytesOf(m_mailbox.store(), PR_IPM_SENTMAIL_ENTRYID);
     ASSERT_CODE(SetReceiveFolder(m_mailbox.store(), "IPM.Note", sent), S_OK);
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     ASSERT_CODE(m_mailbox.store()->GetReceiveFolderTable(0, table.put()), S_OK);
     Rows rows;
     ASSERT_CODE(QueryAllRows(table.get(), Tags{PR_MESSAGE_CLASS_A, PR_ENTRYID}, nullptr,
@@ -302,7 +302,7 @@ TEST_F(StoreTest, ObjectsStayUsableAfterTheirStoreIsReleased)
     auto store = m_mailbox.StoreOf(m_mailbox.bob());
     auto folder = m_mailbox.Folder(PR_IPM_OUTBOX_ENTRYID, store.get());
     store.reset();
-    Ref<IMessage> message;
+    ComPtr<IMessage> message;
     ASSERT_CODE(folder->CreateMessage(nullptr, 0, message.put()), S_OK);
     folder.reset();
     ASSERT_CODE(SetProps(message.get(), {Narrow(PR_SUBJECT_A, "alone")}), S_OK);
@@ -314,7 +314,7 @@ TEST_F(StoreTest, NotificationsAndTheTransportSayThatTheyAreNotSupported)
 {
     IMsgStore *store = m_mailbox.store();
     ULONG connection = 0;
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     EXPECT_CODE(store->Advise(0, nullptr, fnevNewMail, nullptr, &connection), MAPI_E_NO_SUPPORT);
     EXPECT_CODE(store->Unadvise(1), MAPI_E_NO_SUPPORT);
     EXPECT_CODE(store->AbortSubmit(0, nullptr, 0), MAPI_E_NO_SUPPORT);

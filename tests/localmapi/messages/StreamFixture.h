@@ -9,9 +9,9 @@ class StreamTest : public testing::Test
 {
   protected:
     // A stream for writing a new property of a new message.
-    Ref<IStream> NewStream(ULONG tag = kBytes)
+    ComPtr<IStream> NewStream(ULONG tag = kBytes)
     {
-        Ref<IStream> stream;
+        ComPtr<IStream> stream;
         EXPECT_CODE(OpenStream(m_message.get(), tag, MAPI_CREATE | MAPI_MODIFY, stream), S_OK);
         return stream;
     }
@@ -26,7 +26,7 @@ class StreamTest : public testing::Test
 
     LiveCountsAreZeroAtTheEnd m_counts;
     Mailbox m_mailbox;
-    Ref<IMessage> m_message = m_mailbox.NewMessage();
+    ComPtr<IMessage> m_message = m_mailbox.NewMessage();
 };
 
 } // namespace localmapi::test

@@ -33,7 +33,7 @@ TEST_F(StreamTest, WhatIsWrittenIsSeenInTheObjectAfterCommitAndInTheStoreAfterSa
 TEST_F(StreamTest, SaveChangesTakesOverWhatIsInStreamsThatAreStillOpen)
 {
     auto stream = NewStream();
-    Ref<IStream> clone;
+    ComPtr<IStream> clone;
     ASSERT_CODE(stream->Clone(clone.put()), S_OK);
     auto other = NewStream(PROP_TAG(PT_BINARY, 0x6A23));
     ASSERT_CODE(WriteStream(stream.get(), "hello"), S_OK);
@@ -52,9 +52,9 @@ TEST_F(StreamTest, SaveChangesTakesOverWhatIsInStreamsThatAreStillOpen)
 TEST_F(StreamTest, AnAttachmentIsSavedWithItsOpenStream)
 {
     ULONG number = 0;
-    Ref<IAttach> attachment;
+    ComPtr<IAttach> attachment;
     ASSERT_CODE(m_message->CreateAttach(nullptr, 0, &number, attachment.put()), S_OK);
-    Ref<IStream> stream;
+    ComPtr<IStream> stream;
     ASSERT_CODE(OpenStream(attachment.get(), PR_ATTACH_DATA_BIN, MAPI_CREATE | MAPI_MODIFY, stream), S_OK);
     ASSERT_CODE(WriteStream(stream.get(), "sound"), S_OK);
     ASSERT_CODE(attachment->SaveChanges(0), S_OK);
@@ -101,7 +101,7 @@ TEST_F(StreamTest, APropertyIsCreatedEmptyAndReplacedWhenItWasThere)
 TEST_F(StreamTest, AnExistingPropertyIsChangedInPlaceOrAppendedTo)
 {
     ASSERT_CODE(SetProps(m_message.get(), {Binary(kBytes, "before", 6)}), S_OK);
-    Ref<IStream> stream;
+    ComPtr<IStream> stream;
     ASSERT_CODE(OpenStream(m_message.get(), kBytes, MAPI_MODIFY, stream), S_OK);
     ASSERT_CODE(WriteStream(stream.get(), "BE"), S_OK);
     stream.reset();
@@ -180,7 +180,7 @@ TEST_F(StreamTest, BadPointersAndUnsupportedCallsAreRefused)
     char byte = 0;
     EXPECT_CODE(stream->Read(&byte, 0, &count), S_OK);
     EXPECT_CODE(stream->Read(&byte, 1, nullptr), S_OK);
-    Ref<IUnknown> other;
+    ComPtr<IUnknown> other;
     EXPECT_CODE(stream->QueryInterface(IID_ISequentialStream, reinterpret_cast<void **>(other.put())), S_OK);
     EXPECT_CODE(stream->QueryInterface(IID_IMessage, reinterpret_cast<void **>(other.put())),
                 MAPI_E_INTERFACE_NOT_SUPPORTED);
@@ -189,7 +189,7 @@ TEST_F(StreamTest, BadPointersAndUnsupportedCallsAreRefused)
 TEST_F(StreamTest, AStreamForReadingWritesNothing)
 {
     ASSERT_CODE(SetProps(m_message.get(), {Binary(kBytes, "before", 6)}), S_OK);
-    Ref<IStream> stream;
+    ComPtr<IStream> stream;
     ASSERT_CODE(OpenStream(m_message.get(), kBytes, 0, stream), S_OK);
     EXPECT_CODE(WriteStream(stream.get(), "x"), STG_E_ACCESSDENIED);
     EXPECT_CODE(stream->SetSize({}), STG_E_ACCESSDENIED);
@@ -200,7 +200,7 @@ TEST_F(StreamTest, AStreamForReadingWritesNothing)
 TEST_F(StreamTest, WhatCanNotBeOpenedSaysWhy)
 {
     ASSERT_CODE(SetProps(m_message.get(), {Long(PROP_TAG(PT_LONG, 0x6A21), 1)}), S_OK);
-    Ref<IStream> stream;
+    ComPtr<IStream> stream;
     EXPECT_CODE(OpenStream(m_message.get(), kBytes, 0, stream), MAPI_E_NOT_FOUND);
     EXPECT_CODE(OpenStream(m_message.get(), kBytes, MAPI_MODIFY, stream), MAPI_E_NOT_FOUND);
     EXPECT_CODE(OpenStream(m_message.get(), PROP_TAG(PT_LONG, 0x6A21), 0, stream), MAPI_E_INTERFACE_NOT_SUPPORTED);
@@ -208,7 +208,7 @@ TEST_F(StreamTest, WhatCanNotBeOpenedSaysWhy)
                 MAPI_E_INTERFACE_NOT_SUPPORTED);
     EXPECT_CODE(OpenStream(m_message.get(), PR_DISPLAY_TO_A, MAPI_CREATE | MAPI_MODIFY, stream), MAPI_E_COMPUTED);
     EXPECT_CODE(OpenStream(m_message.get(), kBytes, 0x100, stream), MAPI_E_UNKNOWN_FLAGS);
-    Ref<IUnknown> object;
+    ComPtr<IUnknown> object;
     ASSERT_CODE(SetProps(m_message.get(), {Binary(kBytes, "x", 1)}), S_OK);
     EXPECT_CODE(m_message->OpenProperty(kBytes, &IID_IMAPITable, 0, 0, object.put()), MAPI_E_INTERFACE_NOT_SUPPORTED);
     EXPECT_CODE(m_message->OpenProperty(kBytes, nullptr, 0, 0, object.put()), MAPI_E_INVALID_PARAMETER);
@@ -220,7 +220,7 @@ TEST_F(StreamTest, ClonesShareBytesAndHavePlacesOfTheirOwn)
     auto stream = NewStream();
     ASSERT_CODE(WriteStream(stream.get(), "0123456789"), S_OK);
     EXPECT_CODE(SeekTo(stream.get(), 2), S_OK);
-    Ref<IStream> clone;
+    ComPtr<IStream> clone;
     ASSERT_CODE(stream->Clone(clone.put()), S_OK);
     EXPECT_EQ(Read(clone.get(), 2), "23");
     EXPECT_EQ(Read(stream.get(), 1), "2");
@@ -237,7 +237,7 @@ TEST_F(StreamTest, ClonesShareBytesAndHavePlacesOfTheirOwn)
 TEST_F(StreamTest, CopyToCopiesUpToSoManyBytes)
 {
     ASSERT_CODE(SetProps(m_message.get(), {Binary(kBytes, "0123456789", 10)}), S_OK);
-    Ref<IStream> from;
+    ComPtr<IStream> from;
     ASSERT_CODE(OpenStream(m_message.get(), kBytes, 0, from), S_OK);
     auto to = NewStream(PROP_TAG(PT_BINARY, 0x6A23));
     ULARGE_INTEGER count{};
@@ -254,7 +254,7 @@ TEST_F(StreamTest, CopyToCopiesUpToSoManyBytes)
     EXPECT_EQ(ReadProperty(m_message.get(), PROP_TAG(PT_BINARY, 0x6A23)), "0123456789");
     // Within one stream and its clone.
     ASSERT_CODE(OpenStream(m_message.get(), kBytes, MAPI_MODIFY, from), S_OK);
-    Ref<IStream> end;
+    ComPtr<IStream> end;
     ASSERT_CODE(from->Clone(end.put()), S_OK);
     ASSERT_CODE(SeekTo(end.get(), 0, STREAM_SEEK_END), S_OK);
     count.QuadPart = 5;
@@ -265,7 +265,7 @@ TEST_F(StreamTest, CopyToCopiesUpToSoManyBytes)
 TEST_F(StreamTest, AStreamKeepsItsMessageAlive)
 {
     ASSERT_CODE(SetProps(m_message.get(), {Binary(kBytes, "before", 6)}), S_OK);
-    Ref<IStream> stream;
+    ComPtr<IStream> stream;
     ASSERT_CODE(OpenStream(m_message.get(), kBytes, MAPI_MODIFY, stream), S_OK);
     m_message.reset();
     EXPECT_EQ(ReadAll(stream.get()), "before");
@@ -294,9 +294,9 @@ TEST_F(StreamTest, ALongRecordingIsWrittenAndReadInPieces)
     };
     {
         ULONG number = 0;
-        Ref<IAttach> attachment;
+        ComPtr<IAttach> attachment;
         ASSERT_CODE(m_message->CreateAttach(nullptr, 0, &number, attachment.put()), S_OK);
-        Ref<IStream> stream;
+        ComPtr<IStream> stream;
         ASSERT_CODE(OpenStream(attachment.get(), PR_ATTACH_DATA_BIN, MAPI_CREATE | MAPI_MODIFY, stream), S_OK);
         for (ULONG i = 0; i < kPieces; ++i) {
             fill(i);
@@ -310,12 +310,12 @@ TEST_F(StreamTest, ALongRecordingIsWrittenAndReadInPieces)
     }
     const EntryIdBytes id = m_mailbox.Save(m_message);
     auto message = m_mailbox.Open(id);
-    Ref<IAttach> attachment;
+    ComPtr<IAttach> attachment;
     ASSERT_CODE(message->OpenAttach(0, nullptr, 0, attachment.put()), S_OK);
     EXPECT_CODE(GetProps(attachment, {PR_ATTACH_DATA_BIN}).Error(PROP_ID(PR_ATTACH_DATA_BIN)),
                 MAPI_E_NOT_ENOUGH_MEMORY);
     EXPECT_GE(LongOf(attachment.get(), PR_ATTACH_SIZE), static_cast<LONG>(kPiece * kPieces));
-    Ref<IStream> stream;
+    ComPtr<IStream> stream;
     ASSERT_CODE(OpenStream(attachment.get(), PR_ATTACH_DATA_BIN, 0, stream), S_OK);
     EXPECT_EQ(SizeOfStream(stream.get()), ULONGLONG{kPiece} * kPieces);
     std::vector<BYTE> read(kPiece);
@@ -330,7 +330,7 @@ TEST_F(StreamTest, ALongRecordingIsWrittenAndReadInPieces)
 
 TEST_F(StreamTest, StoresAndFoldersHaveStreamsThatWriteAtOnce)
 {
-    Ref<IStream> stream;
+    ComPtr<IStream> stream;
     ASSERT_CODE(OpenStream(m_mailbox.inbox(), kBytes, MAPI_CREATE | MAPI_MODIFY, stream), S_OK);
     ASSERT_CODE(WriteStream(stream.get(), "folder"), S_OK);
     stream.reset();

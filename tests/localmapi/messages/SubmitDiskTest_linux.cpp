@@ -49,7 +49,7 @@ TEST_F(SubmitDiskTest, WhereThereIsNoRoomNothingIsSentAndTheMessageCanBeSentLate
     // Three long recordings: more than the log holds that the limit leaves.
     for (const char *name : {"1.wav", "2.wav", "3.wav"})
         Attach(letter.get(), name, std::string(250000, 'w'));
-    const auto change = m_mailbox.site().changeNumber();
+    const auto change = m_mailbox.site().GetChangeNumber();
     int failures = 0;
     for (rlim_t room = 256 * 1024;; room += 512 * 1024) {
         ASSERT_LT(failures, 20);
@@ -62,7 +62,7 @@ TEST_F(SubmitDiskTest, WhereThereIsNoRoomNothingIsSentAndTheMessageCanBeSentLate
             break;
         ++failures;
         EXPECT_CODE(hr, MAPI_E_NOT_ENOUGH_DISK) << room;
-        EXPECT_EQ(m_mailbox.site().changeNumber(), change);
+        EXPECT_EQ(m_mailbox.site().GetChangeNumber(), change);
         EXPECT_EQ(CountIn(m_bobsInbox.get()) + CountIn(m_sent.get()) + CountIn(m_mailbox.inbox()), 0u);
     }
     EXPECT_GT(failures, 1);

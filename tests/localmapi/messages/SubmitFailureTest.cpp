@@ -106,7 +106,7 @@ TEST_F(SubmitFailureTest, TwoObjectsOfOneMessageSendItOnce)
             auto letter = Letter({Bool(PR_DELETE_AFTER_SUBMIT, true)});
             ASSERT_CODE(letter->SaveChanges(0), S_OK);
         }
-        const Ref<IMessage> both[] = {MessageIn(m_outbox.get()), MessageIn(m_outbox.get())};
+        const ComPtr<IMessage> both[] = {MessageIn(m_outbox.get()), MessageIn(m_outbox.get())};
         ExpectOneOfAllSubmits({both[0].get(), both[1].get()}, 0, MAPI_E_OBJECT_DELETED);
         EXPECT_EQ(CountIn(m_bobsInbox.get()), static_cast<ULONG>(round + 1));
     }
@@ -119,7 +119,7 @@ TEST_F(SubmitFailureTest, OfSeveralObjectsThatAreForcedOneSendsTheMessage)
         auto letter = Letter();
         ASSERT_CODE(letter->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
         const EntryIdBytes id = BytesOf(letter.get(), PR_ENTRYID);
-        const Ref<IMessage> more[] = {m_mailbox.Open(id), m_mailbox.Open(id), m_mailbox.Open(id)};
+        const ComPtr<IMessage> more[] = {m_mailbox.Open(id), m_mailbox.Open(id), m_mailbox.Open(id)};
         ExpectOneOfAllSubmits({letter.get(), more[0].get(), more[1].get(), more[2].get()}, FORCE_SUBMIT,
                               MAPI_E_SUBMITTED);
         EXPECT_EQ(CountIn(m_bobsInbox.get()), static_cast<ULONG>(round + 1));
@@ -152,7 +152,7 @@ TEST_F(SubmitFailureTest, ManySendersAtOnceLoseNothing)
     for (int i = 0; i < 4; ++i)
         threads.emplace_back([&] {
             for (int round = 0; round < 10; ++round) {
-                Ref<IMessage> message;
+                ComPtr<IMessage> message;
                 failed += m_outbox->CreateMessage(nullptr, 0, message.put()) != S_OK;
                 SPropValue value = Bool(PR_DELETE_AFTER_SUBMIT, true);
                 failed += message->SetProps(1, &value, nullptr) != S_OK;

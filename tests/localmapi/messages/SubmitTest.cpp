@@ -1,9 +1,10 @@
 // Proves submission: where a message arrives and what it says there, what becomes of the one that was sent, what can't
 // be submitted, and that all of it is one change of the site.
-#include "EntryId.h"
 #include "ExchangeMapi.h"
 #include "Letters.h"
-#include "NameMatch.h"
+#include "localmapi/provider/base/EntryId.h"
+#include "localmapi/provider/site/NameMatch.h"
+#include "localmapi/storage/Time.h"
 
 #include <mapiguid.h>
 
@@ -16,7 +17,7 @@ namespace
 class SubmitTest : public WithLetters
 {
   protected:
-    std::int64_t Changes() { return m_mailbox.site().changeNumber(); }
+    std::int64_t Changes() { return m_mailbox.site().GetChangeNumber(); }
     LONGLONG TimeOf(IMessage *message, ULONG tag)
     {
         const Given given = GetProps(*message, {tag});
@@ -59,9 +60,9 @@ TEST_F(SubmitTest, AMessageArrivesInTheInboxAsItWasWritten)
 TEST_F(SubmitTest, TheDeliveryPropertiesTellWhoSentItWhoGotItAndWhen)
 {
     auto letter = Letter({Narrow(PR_SUBJECT_A, "RE: lunch"), Narrow(PR_SENDER_NAME_A, "Somebody else")});
-    const std::int64_t before = storage::currentTime();
+    const std::int64_t before = storage::CurrentTime();
     ASSERT_CODE(letter->SubmitMessage(0), S_OK);
-    const std::int64_t after = storage::currentTime();
+    const std::int64_t after = storage::CurrentTime();
     auto arrived = MessageIn(m_bobsInbox.get());
     const struct {
         ULONG name, type, address, id, key;
@@ -80,7 +81,7 @@ TEST_F(SubmitTest, TheDeliveryPropertiesTellWhoSentItWhoGotItAndWhen)
         EXPECT_EQ(TextOf(arrived.get(), party.type), "EX");
         EXPECT_EQ(TextOf(arrived.get(), party.address), party.who.dn);
         EXPECT_EQ(BytesOf(arrived.get(), party.id),
-                  MakeEntryId(m_mailbox.site().info().uid, EntryKind::MailUser, party.who.id));
+                  MakeEntryId(m_mailbox.site().Info().uid, EntryKind::MailUser, party.who.id));
         EXPECT_FALSE(BytesOf(arrived.get(), party.key).empty());
     }
     for (const ULONG tag : {PR_CLIENT_SUBMIT_TIME, PR_MESSAGE_DELIVERY_TIME}) {
@@ -178,7 +179,7 @@ TEST_F(SubmitTest, AMessageWithoutRecipientsIsNotSubmittedAndCanBeMended)
 TEST_F(SubmitTest, AMessageIsSubmittedOnce)
 {
     auto letter = Letter({Bool(PR_DELETE_AFTER_SUBMIT, true)});
-    Ref<IAttach> attachment;
+    ComPtr<IAttach> attachment;
     ULONG number = 0;
     ASSERT_CODE(letter->CreateAttach(nullptr, 0, &number, attachment.put()), S_OK);
     ASSERT_CODE(letter->SubmitMessage(0), S_OK);
@@ -205,7 +206,7 @@ TEST_F(SubmitTest, UnknownFlagsAndReadersAreRefused)
 TEST_F(SubmitTest, AMessageInAnAttachmentIsNotSubmitted)
 {
     auto letter = Letter();
-    Ref<IAttach> attachment;
+    ComPtr<IAttach> attachment;
     ULONG number = 0;
     ASSERT_CODE(letter->CreateAttach(nullptr, 0, &number, attachment.put()), S_OK);
     auto embedded = EmbeddedIn(attachment.get(), MAPI_CREATE | MAPI_MODIFY);
@@ -233,7 +234,7 @@ TEST_F(SubmitTest, WhatWasChangedSinceTheLastSaveIsSentToo)
 TEST_F(SubmitTest, WhatWasWrittenToAStreamThatIsStillOpenIsSentToo)
 {
     auto letter = Letter();
-    Ref<IStream> body;
+    ComPtr<IStream> body;
     ASSERT_CODE(OpenStream(letter.get(), PR_BODY_A, MAPI_CREATE | MAPI_MODIFY, body), S_OK);
     ASSERT_CODE(WriteStream(body.get(), "not committed"), S_OK);
     ASSERT_CODE(letter->SubmitMessage(0), S_OK);
@@ -305,7 +306,7 @@ TEST_F(SubmitTest, OneCanWriteToOneself)
     EXPECT_EQ(SubjectsIn(m_mailbox.inbox()), "note");
     EXPECT_EQ(SubjectsIn(m_sent.get()), "note");
     // From the very folder in which it arrives.
-    Ref<IMessage> here = m_mailbox.NewMessage();
+    ComPtr<IMessage> here = m_mailbox.NewMessage();
     ASSERT_CODE(Address(here.get(), {Alice()}), S_OK);
     ASSERT_CODE(here->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
     ASSERT_CODE(here->SubmitMessage(0), S_OK);
@@ -314,7 +315,7 @@ TEST_F(SubmitTest, OneCanWriteToOneself)
 
 TEST_F(SubmitTest, AServiceInSomebodysMailboxSendsAsItsOwner)
 {
-    Ref<IMsgStore> store;
+    ComPtr<IMsgStore> store;
     ASSERT_CODE(m_mailbox.OpenStore(m_mailbox.alice(), m_mailbox.service(), MAPI_BEST_ACCESS, store), S_OK);
     m_outbox = m_mailbox.Folder(PR_IPM_OUTBOX_ENTRYID, store.get());
     ASSERT_CODE(Letter()->SubmitMessage(0), S_OK);
@@ -335,7 +336,7 @@ TEST_F(SubmitTest, OnlyWhoMayOpenAMailboxSpeaksForItsOwner)
     EXPECT_CODE(Letter(speakingFor(alice))->SubmitMessage(0), S_OK);
     EXPECT_EQ(TextOf(MessageIn(m_bobsInbox.get()).get(), PR_SENT_REPRESENTING_NAME_A), "Alice Archer");
 
-    Ref<IMsgStore> store;
+    ComPtr<IMsgStore> store;
     ASSERT_CODE(m_mailbox.OpenStore(m_mailbox.service(), m_mailbox.service(), MAPI_BEST_ACCESS, store), S_OK);
     m_outbox = m_mailbox.Folder(PR_IPM_OUTBOX_ENTRYID, store.get());
     EXPECT_CODE(Letter(speakingFor(alice))->SubmitMessage(0), S_OK);
@@ -351,7 +352,7 @@ TEST_F(SubmitTest, AFolderForSentCopiesMustBeThereAndOnesOwn)
     const auto changes = Changes();
     EntryIdBytes folder = BytesOf(m_bobsInbox.get(), PR_ENTRYID);
     EXPECT_CODE(Letter({SentTo(folder)})->SubmitMessage(0), MAPI_E_NO_ACCESS);
-    folder = MakeEntryId(m_mailbox.site().info().uid, EntryKind::Folder, 999999);
+    folder = MakeEntryId(m_mailbox.site().Info().uid, EntryKind::Folder, 999999);
     EXPECT_CODE(Letter({SentTo(folder)})->SubmitMessage(0), MAPI_E_NOT_FOUND);
     folder = BytesOf(m_mailbox.store(), PR_ENTRYID);
     EXPECT_CODE(Letter({SentTo(folder)})->SubmitMessage(0), MAPI_E_INVALID_ENTRYID);
@@ -363,7 +364,7 @@ TEST_F(SubmitTest, AFolderForSentCopiesMustBeThereAndOnesOwn)
 
 TEST_F(SubmitTest, AMessageArrivesInTheFolderThatReceivesItsClass)
 {
-    Ref<IMAPIFolder> folder;
+    ComPtr<IMAPIFolder> folder;
     std::string name = "Faxes", messageClass = "IPM.Note.Fax";
     ASSERT_CODE(m_bobsInbox->CreateFolder(FOLDER_GENERIC, name.data(), nullptr, nullptr, 0, folder.put()), S_OK);
     EntryIdBytes id = BytesOf(folder.get(), PR_ENTRYID);

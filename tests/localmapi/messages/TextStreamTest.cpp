@@ -37,7 +37,7 @@ TEST_F(TextStreamTest, TextIsWrittenInEitherWidthWithOrWithoutATerminator)
         EXPECT_EQ(TextOf(m_message.get(), PR_BODY_A), "hello");
         EXPECT_EQ(TextOf(m_message.get(), PR_BODY_W), "hello");
     }
-    Ref<IStream> stream;
+    ComPtr<IStream> stream;
     ASSERT_CODE(OpenStream(m_message.get(), PR_BODY_A, MAPI_MODIFY | STREAM_APPEND, stream), S_OK);
     ASSERT_CODE(WriteStream(stream.get(), " you"), S_OK);
     stream.reset();

@@ -39,7 +39,7 @@ TEST_F(ThreadTest, OneTableServesSeveralThreadsWhileTheFolderChanges)
     InThreads([&](int number) {
         for (int round = 0; round < kRounds; ++round) {
             if (number == 0) {
-                Ref<IMessage> message;
+                ComPtr<IMessage> message;
                 EXPECT_CODE(m_mailbox.inbox()->CreateMessage(nullptr, 0, message.put()), S_OK);
                 EXPECT_CODE(message->SaveChanges(0), S_OK);
                 continue;
@@ -70,9 +70,9 @@ TEST_F(ThreadTest, OneMessageAndItsAttachmentsServeSeveralThreads)
             if (round % 5 != 0)
                 continue;
             ULONG attachmentNumber = 0;
-            Ref<IAttach> attachment;
+            ComPtr<IAttach> attachment;
             EXPECT_CODE(message->CreateAttach(nullptr, 0, &attachmentNumber, attachment.put()), S_OK);
-            Ref<IStream> stream;
+            ComPtr<IStream> stream;
             EXPECT_CODE(OpenStream(attachment.get(), PR_ATTACH_DATA_BIN, MAPI_CREATE | MAPI_MODIFY, stream), S_OK);
             EXPECT_CODE(WriteStream(stream.get(), "data"), S_OK);
             stream.reset();
@@ -81,7 +81,7 @@ TEST_F(ThreadTest, OneMessageAndItsAttachmentsServeSeveralThreads)
         }
     });
     const EntryIdBytes id = m_mailbox.Save(message);
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     ASSERT_CODE(m_mailbox.Open(id)->GetAttachmentTable(0, table.put()), S_OK);
     ULONG count = 0;
     EXPECT_CODE(table->GetRowCount(0, &count), S_OK);

@@ -1,9 +1,8 @@
 // Proves what a table's sink is told: the event for each kind of change, with the keys and the row that MAPI asks for,
 // and nothing of rows that the table does not show.
 #include "Notified.h"
-
-#include "ViewTable.h"
-#include "localmapi/storage/check.h"
+#include "localmapi/provider/table/ViewTable.h"
+#include "localmapi/storage/Check.h"
 #include <sqlite3.h>
 
 namespace localmapi::test
@@ -36,7 +35,7 @@ class NotificationTest : public Notified
     }
 
     Tree m_tree;
-    Ref<Sink> m_sink = MakeObject<Sink>();
+    ComPtr<Sink> m_sink = MakeObject<Sink>();
 };
 
 TEST_F(NotificationTest, N01_NothingIsToldOfRowsThatARestrictionHides)
@@ -174,7 +173,7 @@ TEST_F(NotificationTest, N04_ADeletedRowHasItsKeyAndNothingElse)
     ASSERT_EQ(events.size(), 1u);
     EXPECT_EQ(events[0].event, ULONG{TABLE_ROW_DELETED});
     EXPECT_EQ(events[0].indexTag, PR_INSTANCE_KEY);
-    EXPECT_EQ(m_labels[events[0].index], "a");
+    EXPECT_EQ(LabelOf(events[0].index), "a");
     EXPECT_EQ(events[0].priorTag, PR_NULL);
     EXPECT_TRUE(events[0].columns.empty());
     EXPECT_FALSE(events[0].hasRow);
@@ -254,7 +253,7 @@ TEST_F(NotificationTest, N06_AChangeLogThatIsLostIsAReload)
     {
         Held held(*this);
         sqlite3 *raw = nullptr;
-        ASSERT_EQ(sqlite3_open(m_mailbox.site().path().c_str(), &raw), SQLITE_OK);
+        ASSERT_EQ(sqlite3_open(m_mailbox.site().Path().c_str(), &raw), SQLITE_OK);
         ASSERT_EQ(sqlite3_exec(raw, "DELETE FROM change_entry", nullptr, nullptr, nullptr), SQLITE_OK);
         sqlite3_close(raw);
         m_mailbox.Add({Narrow(kLabel, "unseen")});
@@ -271,10 +270,10 @@ TEST_F(NotificationTest, N06_AChangeLogThatWasPrunedMeanwhileIsAReload)
     {
         Held held(*this);
         storage::Objects objects(m_mailbox.site());
-        const auto inbox = storage::Directory(m_mailbox.site()).mailbox(m_mailbox.alice().mailbox).inbox;
-        const std::vector<storage::ObjectId> one{objects.createMessage(inbox, {})};
+        const auto inbox = storage::Directory(m_mailbox.site()).GetMailbox(m_mailbox.alice().mailbox).inbox;
+        const std::vector<storage::ObjectId> one{objects.CreateMessage(inbox, {})};
         sqlite3 *raw = nullptr;
-        ASSERT_EQ(sqlite3_open(m_mailbox.site().path().c_str(), &raw), SQLITE_OK);
+        ASSERT_EQ(sqlite3_open(m_mailbox.site().Path().c_str(), &raw), SQLITE_OK);
         ASSERT_EQ(sqlite3_exec(raw,
                                "WITH RECURSIVE n (i) AS (VALUES (1) UNION ALL SELECT i + 1 FROM n WHERE i < 20000) "
                                "INSERT INTO change_entry (number, kind, event, container, object) SELECT "
@@ -284,16 +283,16 @@ TEST_F(NotificationTest, N06_AChangeLogThatWasPrunedMeanwhileIsAReload)
         sqlite3_close(raw);
         // Writers prune from time to time.
         for (int i = 0; i < 600; ++i)
-            objects.setRead(one, i % 2 == 0);
+            objects.SetRead(one, i % 2 == 0);
     }
     EXPECT_EQ(Told(m_sink), "reload");
     EXPECT_EQ(m_sink->Events(), 1u);
 }
 
-// Whose log has lower numbers than the sinks have heard of.
+// Whose entries have lower numbers than the sinks have heard of.
 TEST_F(NotificationTest, N06_AnOlderCopyInTheFilesPlaceIsAReloadAndWhatFollowsIsTold)
 {
-    const std::string path = m_mailbox.site().path(), copy = path + ".copy";
+    const std::string path = m_mailbox.site().Path(), copy = path + ".copy";
     CopySite(path, copy);
     for (const char *label : {"a", "b", "c"})
         Add(label);
@@ -301,7 +300,7 @@ TEST_F(NotificationTest, N06_AnOlderCopyInTheFilesPlaceIsAReloadAndWhatFollowsIs
     Advise(table, m_sink);
     // What happens elsewhere is known not to concern the table.
     const auto outbox = m_mailbox.Folder(PR_IPM_OUTBOX_ENTRYID);
-    Ref<IMAPITable> others;
+    ComPtr<IMAPITable> others;
     ASSERT_CODE(outbox->GetContentsTable(0, others.put()), S_OK);
     auto otherSink = MakeObject<Sink>();
     Advise(others, otherSink);
@@ -323,10 +322,10 @@ TEST_F(NotificationTest, N06_ARepairOfTheFileIsAReload)
     Add("a");
     Advise(table, m_sink);
     sqlite3 *raw = nullptr;
-    ASSERT_EQ(sqlite3_open(m_mailbox.site().path().c_str(), &raw), SQLITE_OK);
+    ASSERT_EQ(sqlite3_open(m_mailbox.site().Path().c_str(), &raw), SQLITE_OK);
     ASSERT_EQ(sqlite3_exec(raw, "UPDATE facet SET count = count + 5", nullptr, nullptr, nullptr), SQLITE_OK);
     sqlite3_close(raw);
-    EXPECT_FALSE(storage::check(m_mailbox.site(), true).empty());
+    EXPECT_FALSE(storage::Check(m_mailbox.site(), true).empty());
     EXPECT_EQ(Told(m_sink), "reload");
 }
 
@@ -336,7 +335,7 @@ TEST_F(NotificationTest, N07_ARowThatCanNotBeReadIsATableErrorWithItsCodeAndWhat
     ASSERT_CODE(table->SetColumns(Tags{kLabel, PR_BODY_A}, 0), S_OK);
     Advise(table, m_sink);
     sqlite3 *raw = nullptr;
-    ASSERT_EQ(sqlite3_open(m_mailbox.site().path().c_str(), &raw), SQLITE_OK);
+    ASSERT_EQ(sqlite3_open(m_mailbox.site().Path().c_str(), &raw), SQLITE_OK);
     ASSERT_EQ(sqlite3_exec(raw, "CREATE TRIGGER t AFTER INSERT ON change_entry BEGIN DELETE FROM chunk; END", nullptr,
                            nullptr, nullptr),
               SQLITE_OK);

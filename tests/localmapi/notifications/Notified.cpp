@@ -98,14 +98,14 @@ Notified::~Notified()
     MAPIUninitialize();
 }
 
-Ref<IMAPITable> Notified::Inbox(ULONG flags)
+ComPtr<IMAPITable> Notified::Inbox(ULONG flags)
 {
     auto table = m_mailbox.Contents(flags);
     EXPECT_CODE(table->SetColumns(Tags{kLabel, PR_INSTANCE_KEY}, 0), S_OK);
     return table;
 }
 
-ULONG Notified::Advise(const Ref<IMAPITable> &table, const Ref<Sink> &sink)
+ULONG Notified::Advise(const ComPtr<IMAPITable> &table, const ComPtr<Sink> &sink)
 {
     ULONG connection = 0;
     EXPECT_CODE(table->Advise(fnevTableModified, sink.get(), &connection), S_OK);
@@ -113,26 +113,29 @@ ULONG Notified::Advise(const Ref<IMAPITable> &table, const Ref<Sink> &sink)
     return connection;
 }
 
-std::string Notified::Told(const Ref<Sink> &sink, std::size_t events)
+std::string Notified::Told(const ComPtr<Sink> &sink, std::size_t events)
 {
     static const std::map<ULONG, std::string> names = {{TABLE_CHANGED, "changed"},       {TABLE_ERROR, "error"},
                                                        {TABLE_ROW_ADDED, "added"},       {TABLE_ROW_DELETED, "deleted"},
                                                        {TABLE_ROW_MODIFIED, "modified"}, {TABLE_RELOAD, "reload"}};
-    const auto labelled = [&](const EntryIdBytes &key) {
-        const auto known = m_labels.find(key);
-        return known == m_labels.end() ? "?" : known->second;
-    };
     std::string told;
     for (const Event &event : sink->Take(events)) {
         EXPECT_EQ(event.type, fnevTableModified);
         told += told.empty() ? "" : ", ";
         told += names.count(event.event) ? names.at(event.event) : std::to_string(event.event);
         if (event.indexTag == PR_INSTANCE_KEY)
-            told += " " + labelled(event.index);
+            told += " " + LabelOf(event.index);
         if (event.event == TABLE_ROW_ADDED || event.event == TABLE_ROW_MODIFIED)
-            told += event.priorTag == PR_INSTANCE_KEY ? " after " + labelled(event.prior) : " at the top";
+            told += event.priorTag == PR_INSTANCE_KEY ? " after " + LabelOf(event.prior) : " at the top";
     }
     return told;
+}
+
+std::string Notified::LabelOf(const EntryIdBytes &instanceKey)
+{
+    std::lock_guard hold(m_labelling);
+    const auto known = m_labels.find(instanceKey);
+    return known == m_labels.end() ? "?" : known->second;
 }
 
 EntryIdBytes Notified::Add(const char *label, Props more)
@@ -142,14 +145,19 @@ EntryIdBytes Notified::Add(const char *label, Props more)
 
 EntryIdBytes Notified::AddTo(IMAPIFolder *folder, const char *label, Props more)
 {
-    static std::uint64_t submitTime = 0x01DB000000000000ULL;
-    submitTime += 10000000;
-    Ref<IMessage> message;
+    std::uint64_t submitTime = 0;
+    {
+        std::lock_guard hold(m_labelling);
+        submitTime = m_submitTime += 10000000;
+    }
+    ComPtr<IMessage> message;
     EXPECT_CODE(folder->CreateMessage(nullptr, 0, message.put()), S_OK);
     more.insert(more.begin(), {Narrow(kLabel, label), Time(PR_CLIENT_SUBMIT_TIME, submitTime)});
     EXPECT_CODE(SetProps(message.get(), more), S_OK);
     EntryIdBytes id = m_mailbox.Save(message);
-    m_labels[BytesOf(message.get(), PR_INSTANCE_KEY)] = label;
+    const EntryIdBytes instanceKey = BytesOf(message.get(), PR_INSTANCE_KEY);
+    std::lock_guard hold(m_labelling);
+    m_labels[instanceKey] = label;
     return id;
 }
 

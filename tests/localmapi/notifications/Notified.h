@@ -92,10 +92,10 @@ class Notified : public testing::Test
     ~Notified() override;
 
     // The Inbox with the columns label and instance key, oldest first.
-    Ref<IMAPITable> Inbox(ULONG flags = 0);
-    static ULONG Advise(const Ref<IMAPITable> &table, const Ref<Sink> &sink);
+    ComPtr<IMAPITable> Inbox(ULONG flags = 0);
+    static ULONG Advise(const ComPtr<IMAPITable> &table, const ComPtr<Sink> &sink);
     // The next events of a sink in words: "added b after a", "modified a at the top", "deleted a", "changed".
-    std::string Told(const Ref<Sink> &sink, std::size_t events = 1);
+    std::string Told(const ComPtr<Sink> &sink, std::size_t events = 1);
     // A message in the Inbox that is known by its label from now on.
     EntryIdBytes Add(const char *label, Props more = {});
     EntryIdBytes AddTo(IMAPIFolder *folder, const char *label, Props more = {});
@@ -103,12 +103,20 @@ class Notified : public testing::Test
     void MarkRead(const EntryIdBytes &message, bool read = true);
     void Move(const EntryIdBytes &message, IMAPIFolder *from, IMAPIFolder *to);
 
+    // The label of a row's message; "?" for none that was added here.
+    std::string LabelOf(const EntryIdBytes &instanceKey);
+
     // Holds the notifier's thread in a sink of its own, so that what happens meanwhile is told at once.
     class Held;
 
     LiveCountsAreZeroAtTheEnd m_counts;
     Mailbox m_mailbox;
+
+  private:
+    // A sink may add messages too, on the notifier's thread.
+    std::mutex m_labelling;
     std::map<EntryIdBytes, std::string> m_labels; // by instance key
+    std::uint64_t m_submitTime = 0x01DB000000000000ULL;
 };
 
 class Notified::Held
@@ -121,8 +129,8 @@ class Notified::Held
   private:
     Signal m_entered;
     Signal m_open;
-    Ref<IMAPITable> m_table;
-    Ref<Sink> m_sink;
+    ComPtr<IMAPITable> m_table;
+    ComPtr<Sink> m_sink;
     ULONG m_connection = 0;
 };
 

@@ -1,8 +1,8 @@
 // Proves that changes of another process are told, all of them and in order, also while this process and several others
 // write; and that one who writes very much does not flood the sinks.
 #include "Notified.h"
-
-#include "localmapi/storage/objects.h"
+#include "localmapi/storage/Objects.h"
+#include "localmapi/storage/Time.h"
 #include <filesystem>
 #include <gmock/gmock.h>
 
@@ -20,7 +20,7 @@ class ProcessTest : public Notified
     // A process that adds so many messages, "<label> 0" onwards, each in a transaction of its own or all in one.
     storage::Process Writer(const std::string &label, int count, bool atOnce = false)
     {
-        return {g_program, {atOnce ? "--at-once" : "--each", m_mailbox.site().path(), label, std::to_string(count)}};
+        return {g_program, {atOnce ? "--at-once" : "--each", m_mailbox.site().Path(), label, std::to_string(count)}};
     }
 };
 
@@ -82,21 +82,21 @@ TEST_F(ProcessTest, TenThousandMessagesInOneTransactionAreOneEvent)
 
 int Write(const std::string &how, const std::string &path, const std::string &label, int count)
 {
-    storage::Site site = storage::Site::open(path);
+    storage::Site site = storage::Site::Open(path);
     const storage::Directory directory(site);
-    const auto inbox = directory.mailbox(directory.userByAlias("alice")->mailbox).inbox;
+    const auto inbox = directory.GetMailbox(directory.UserByAlias("alice")->mailbox).inbox;
     std::vector<storage::NewMessage> messages;
     for (int i = 0; i < count; ++i) {
         storage::NewMessage message{inbox, {}};
-        message.content.properties.set.set(PR_SUBJECT_W, label + " " + std::to_string(i));
-        message.content.properties.set.set(PR_CLIENT_SUBMIT_TIME, storage::currentTime());
+        message.content.properties.set.Set(PR_SUBJECT_W, label + " " + std::to_string(i));
+        message.content.properties.set.Set(PR_CLIENT_SUBMIT_TIME, storage::CurrentTime());
         if (how == "--at-once")
             messages.push_back(std::move(message));
         else
-            storage::Objects(site).createMessage(inbox, message.content);
+            storage::Objects(site).CreateMessage(inbox, message.content);
     }
     if (!messages.empty())
-        storage::Objects(site).createMessages(messages);
+        storage::Objects(site).CreateMessages(messages);
     return 0;
 }
 

@@ -1,7 +1,6 @@
 // Proves that a sink may do what it likes: call the table and the mailbox, end advises, throw, take its time.
 #include "Notified.h"
-
-#include "localmapi/storage/objects.h"
+#include "localmapi/storage/Objects.h"
 
 #include <atomic>
 
@@ -75,7 +74,7 @@ TEST_F(SinkTest, ASinkMayRestrictItsTableAndAdviseAnother)
 TEST_F(SinkTest, ASinkMayReleaseItsTable)
 {
     auto table = Inbox();
-    Ref<IMAPITable> *held = &table;
+    ComPtr<IMAPITable> *held = &table;
     Signal released;
     auto sink = MakeObject<Sink>([&](Sink &) {
         held->reset();
@@ -129,13 +128,13 @@ TEST_F(SinkTest, AnExceptionOfOneSinkDoesNotReachTheOthers)
     EXPECT_EQ(Told(thrower, 2), "added a at the top, added b after a");
 }
 
-TEST_F(SinkTest, ASinkThatTakesASecondDelaysTheOthersButLosesThemNothing)
+TEST_F(SinkTest, ASinkThatTakesItsTimeDelaysTheOthersButLosesThemNothing)
 {
     auto table = Inbox();
-    Signal entered;
+    Signal entered, leave;
     auto slow = MakeObject<Sink>([&](Sink &) {
         entered.Set();
-        std::this_thread::sleep_for(std::chrono::milliseconds(1200));
+        EXPECT_TRUE(leave.Await());
     });
     auto next = MakeObject<Sink>();
     const ULONG connection = Advise(table, slow);
@@ -145,6 +144,7 @@ TEST_F(SinkTest, ASinkThatTakesASecondDelaysTheOthersButLosesThemNothing)
     Add("b");
     // The writer does not wait for it.
     EXPECT_EQ(next->Events(), 0u);
+    leave.Set();
     EXPECT_CODE(table->Unadvise(connection), S_OK);
     EXPECT_EQ(Told(next, 2), "added a at the top, added b after a");
 }
@@ -156,10 +156,10 @@ TEST_F(SinkTest, AdvisesThatComeAndGoInFourThreadsWhileMailArrivesAreNeverCalled
     std::atomic<bool> done{false};
     std::thread writer([&] {
         storage::Objects objects(m_mailbox.site());
-        const auto inbox = storage::Directory(m_mailbox.site()).mailbox(m_mailbox.alice().mailbox).inbox;
-        std::vector<storage::ObjectId> one{objects.createMessage(inbox, {})};
+        const auto inbox = storage::Directory(m_mailbox.site()).GetMailbox(m_mailbox.alice().mailbox).inbox;
+        std::vector<storage::ObjectId> one{objects.CreateMessage(inbox, {})};
         for (bool read = true; !done; read = !read)
-            objects.setRead(one, read);
+            objects.SetRead(one, read);
     });
     auto shared = Inbox();
     std::vector<std::thread> threads;

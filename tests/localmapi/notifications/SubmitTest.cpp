@@ -12,22 +12,22 @@ namespace
 class SubmissionIsTold : public Notified
 {
   protected:
-    Ref<Sink> Watch(const Ref<IMAPIFolder> &folder)
+    ComPtr<Sink> Watch(const ComPtr<IMAPIFolder> &folder)
     {
-        Ref<IMAPITable> &table = m_tables.emplace_back();
+        ComPtr<IMAPITable> &table = m_tables.emplace_back();
         EXPECT_CODE(folder->GetContentsTable(0, table.put()), S_OK);
         EXPECT_CODE(table->SetColumns(Tags{kLabel, PR_INSTANCE_KEY}, 0), S_OK);
         auto sink = MakeObject<Sink>();
         Advise(table, sink);
         return sink;
     }
-    static std::string First(const Ref<Sink> &sink)
+    static std::string First(const ComPtr<Sink> &sink)
     {
         const Event event = sink->Take(1).front();
         return std::to_string(event.event) + " " + event.label;
     }
 
-    std::vector<Ref<IMAPITable>> m_tables;
+    std::vector<ComPtr<IMAPITable>> m_tables;
 };
 
 TEST_F(SubmissionIsTold, ToTheInboxTheOutboxAndTheFolderOfSentMessages)
@@ -38,7 +38,7 @@ TEST_F(SubmissionIsTold, ToTheInboxTheOutboxAndTheFolderOfSentMessages)
     auto outbox = Watch(outboxFolder);
     auto sent = Watch(m_mailbox.Folder(PR_IPM_SENTMAIL_ENTRYID));
     const EntryIdBytes keep = BytesOf(m_mailbox.store(), PR_IPM_SENTMAIL_ENTRYID);
-    Ref<IMessage> letter;
+    ComPtr<IMessage> letter;
     ASSERT_CODE(outboxFolder->CreateMessage(nullptr, 0, letter.put()), S_OK);
     ASSERT_CODE(SetProps(letter.get(), {Narrow(kLabel, "letter"),
                                         Binary(PR_SENTMAIL_ENTRYID, keep.data(), static_cast<ULONG>(keep.size()))}),

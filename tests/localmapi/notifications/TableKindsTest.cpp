@@ -1,8 +1,7 @@
 // Proves that every kind of table over the storage tells what happens to it, by whatever way it happens.
 #include "Notified.h"
-
-#include "ViewTable.h"
-#include "localmapi/storage/objects.h"
+#include "localmapi/provider/table/ViewTable.h"
+#include "localmapi/storage/Objects.h"
 #include <sqlite3.h>
 
 namespace localmapi::test
@@ -17,13 +16,13 @@ class TableKindsTest : public Notified
     SRestriction *Urgent() { return m_tree.Property(RELOP_EQ, Long(PR_IMPORTANCE, IMPORTANCE_HIGH)); }
 
     Tree m_tree;
-    Ref<Sink> m_sink = MakeObject<Sink>();
+    ComPtr<Sink> m_sink = MakeObject<Sink>();
 };
 
 TEST_F(TableKindsTest, AnEmptyFoldersTableIsTold)
 {
     auto folder = m_mailbox.Folder(PR_IPM_WASTEBASKET_ENTRYID);
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     ASSERT_CODE(folder->GetContentsTable(0, table.put()), S_OK);
     Advise(table, m_sink);
     AddTo(folder.get(), "first");
@@ -33,7 +32,7 @@ TEST_F(TableKindsTest, AnEmptyFoldersTableIsTold)
 TEST_F(TableKindsTest, AMoveDeletesTheRowHereAndAddsOneThere)
 {
     auto target = m_mailbox.Folder(PR_IPM_WASTEBASKET_ENTRYID);
-    Ref<IMAPITable> there;
+    ComPtr<IMAPITable> there;
     ASSERT_CODE(target->GetContentsTable(0, there.put()), S_OK);
     ASSERT_CODE(there->SetColumns(Tags{kLabel}, 0), S_OK);
     auto here = Inbox();
@@ -56,7 +55,7 @@ TEST_F(TableKindsTest, AssociatedMessagesAreToldToTheirTableOnly)
     auto associatedSink = MakeObject<Sink>();
     Advise(contents, m_sink);
     Advise(associated, associatedSink);
-    Ref<IMessage> message;
+    ComPtr<IMessage> message;
     ASSERT_CODE(m_mailbox.inbox()->CreateMessage(nullptr, MAPI_ASSOCIATED, message.put()), S_OK);
     ASSERT_CODE(SetProps(message.get(), {Narrow(kLabel, "hidden form")}), S_OK);
     ASSERT_CODE(message->SaveChanges(0), S_OK);
@@ -70,21 +69,21 @@ TEST_F(TableKindsTest, AssociatedMessagesAreToldToTheirTableOnly)
 
 TEST_F(TableKindsTest, AHierarchyTableIsToldOfFoldersAndOfTheirCounts)
 {
-    Ref<IMAPIFolder> tree = m_mailbox.Folder(PR_IPM_SUBTREE_ENTRYID);
+    ComPtr<IMAPIFolder> tree = m_mailbox.Folder(PR_IPM_SUBTREE_ENTRYID);
     for (const ULONG depth : {ULONG{0}, CONVENIENT_DEPTH}) {
-        Ref<IMAPITable> table;
+        ComPtr<IMAPITable> table;
         ASSERT_CODE(tree->GetHierarchyTable(depth, table.put()), S_OK);
         ASSERT_CODE(table->SetColumns(Tags{PR_DISPLAY_NAME_A, PR_CONTENT_UNREAD, PR_DEPTH}, 0), S_OK);
         auto sink = MakeObject<Sink>();
         Advise(table, sink);
         Add("mail");
         EXPECT_EQ(sink->Take(1)[0].event, ULONG{TABLE_ROW_MODIFIED});
-        Ref<IMAPIFolder> made;
+        ComPtr<IMAPIFolder> made;
         ASSERT_CODE(tree->CreateFolder(FOLDER_GENERIC, LPTSTR("zoo"), nullptr, nullptr, 0, made.put()), S_OK);
         EXPECT_EQ(sink->Take(1)[0].event, ULONG{TABLE_ROW_ADDED});
         ASSERT_CODE(SetProps(made.get(), {Narrow(PR_COMMENT_A, "animals")}), S_OK);
         EXPECT_EQ(sink->Take(1)[0].event, ULONG{TABLE_ROW_MODIFIED});
-        Ref<IMAPIFolder> deeper;
+        ComPtr<IMAPIFolder> deeper;
         ASSERT_CODE(made->CreateFolder(FOLDER_GENERIC, LPTSTR("ape"), nullptr, nullptr, 0, deeper.put()), S_OK);
         // The parent's row says whether it has subfolders.
         EXPECT_EQ(sink->Take(1)[0].event, depth ? ULONG{TABLE_ROW_ADDED} : ULONG{TABLE_ROW_MODIFIED});
@@ -105,11 +104,11 @@ TEST_F(TableKindsTest, AHierarchyTableIsToldOfFoldersAndOfTheirCounts)
 
 TEST_F(TableKindsTest, TheContentsOfAFolderThatIsDeletedAreChanged)
 {
-    Ref<IMAPIFolder> tree = m_mailbox.Folder(PR_IPM_SUBTREE_ENTRYID);
-    Ref<IMAPIFolder> made;
+    ComPtr<IMAPIFolder> tree = m_mailbox.Folder(PR_IPM_SUBTREE_ENTRYID);
+    ComPtr<IMAPIFolder> made;
     ASSERT_CODE(tree->CreateFolder(FOLDER_GENERIC, LPTSTR("zoo"), nullptr, nullptr, 0, made.put()), S_OK);
     AddTo(made.get(), "ape");
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     ASSERT_CODE(made->GetContentsTable(0, table.put()), S_OK);
     Advise(table, m_sink);
     const EntryIdBytes id = BytesOf(made.get(), PR_ENTRYID);
@@ -139,8 +138,8 @@ TEST_F(TableKindsTest, ASiteOpenedASecondTimeInTheProcessIsTheSameSite)
 {
     auto table = Inbox();
     Advise(table, m_sink);
-    storage::Site again = storage::Site::open(m_mailbox.site().path());
-    storage::Objects(again).createMessage(storage::Directory(again).mailbox(m_mailbox.alice().mailbox).inbox, {});
+    storage::Site again = storage::Site::Open(m_mailbox.site().Path());
+    storage::Objects(again).CreateMessage(storage::Directory(again).GetMailbox(m_mailbox.alice().mailbox).inbox, {});
     EXPECT_EQ(m_sink->Take(1)[0].event, ULONG{TABLE_ROW_ADDED});
 }
 
@@ -148,11 +147,11 @@ TEST_F(TableKindsTest, AChangeThatNobodyAnnouncedIsFoundAllTheSame)
 {
     auto table = Inbox();
     Advise(table, m_sink);
-    const auto inbox = storage::Directory(m_mailbox.site()).mailbox(m_mailbox.alice().mailbox).inbox;
+    const auto inbox = storage::Directory(m_mailbox.site()).GetMailbox(m_mailbox.alice().mailbox).inbox;
     const std::string entry =
         "INSERT INTO change_entry (kind, event, container, object) VALUES (3, 4, " + std::to_string(inbox) + ", 0)";
     sqlite3 *raw = nullptr;
-    ASSERT_EQ(sqlite3_open(m_mailbox.site().path().c_str(), &raw), SQLITE_OK);
+    ASSERT_EQ(sqlite3_open(m_mailbox.site().Path().c_str(), &raw), SQLITE_OK);
     ASSERT_EQ(sqlite3_exec(raw, entry.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
     EXPECT_EQ(Told(m_sink), "changed");
     sqlite3_close(raw);
@@ -160,12 +159,12 @@ TEST_F(TableKindsTest, AChangeThatNobodyAnnouncedIsFoundAllTheSame)
 
 TEST_F(TableKindsTest, APersonWhoIsAddedIsToldToTheAddressBooksTable)
 {
-    auto table = Ref<IMAPITable>();
+    auto table = ComPtr<IMAPITable>();
     TableSchema schema;
     schema.columns = {PR_DISPLAY_NAME_W};
     ASSERT_CODE(CreateViewTable(m_mailbox.site(), {storage::Container::Kind::Directory, 0}, schema, table.put()), S_OK);
     Advise(table, m_sink);
-    storage::Directory(m_mailbox.site()).addContact("Carol", "carol@elsewhere.example");
+    storage::Directory(m_mailbox.site()).AddContact("Carol", "carol@elsewhere.example");
     EXPECT_EQ(m_sink->Take(1)[0].event, ULONG{TABLE_ROW_ADDED});
 }
 

@@ -1,10 +1,10 @@
 // The address book from its root down: containers, the global address list as a table, recipients as objects, one-off
 // recipients.
-#include "AddressEntries.h"
-#include "EntryId.h"
 #include "ExchangeMapi.h"
 #include "SiteFixture.h"
-#include "Text.h"
+#include "localmapi/provider/addressbook/AddressEntries.h"
+#include "localmapi/provider/base/EntryId.h"
+#include "localmapi/provider/base/Text.h"
 
 #include <gtest/gtest.h>
 
@@ -34,22 +34,22 @@ class AddressBook : public SiteTest
         m_book.reset();
         SiteTest::TearDown();
     }
-    template <class T> Ref<T> Open(Bytes entry, ULONG flags = MAPI_BEST_ACCESS, ULONG *type = nullptr)
+    template <class T> ComPtr<T> Open(Bytes entry, ULONG flags = MAPI_BEST_ACCESS, ULONG *type = nullptr)
     {
-        Ref<IUnknown> object;
+        ComPtr<IUnknown> object;
         EXPECT_CODE(OpenAs(std::move(entry), flags, nullptr, object, type), S_OK);
-        return Ref<T>::Adopt(static_cast<T *>(object.release()));
+        return ComPtr<T>(static_cast<T *>(object.release()));
     }
-    HRESULT OpenAs(Bytes entry, ULONG flags, LPCIID iid, Ref<IUnknown> &object, ULONG *type = nullptr)
+    HRESULT OpenAs(Bytes entry, ULONG flags, LPCIID iid, ComPtr<IUnknown> &object, ULONG *type = nullptr)
     {
         return m_book->OpenEntry(static_cast<ULONG>(entry.size()), reinterpret_cast<LPENTRYID>(entry.data()), iid,
                                  flags, type, object.put());
     }
-    Ref<IABContainer> Root() { return Open<IABContainer>({}); }
-    Ref<IABContainer> GlobalList() { return Open<IABContainer>(MakeEntryId(Uid(), EntryKind::GlobalAddressList)); }
-    Ref<IMAPITable> Contents()
+    ComPtr<IABContainer> Root() { return Open<IABContainer>({}); }
+    ComPtr<IABContainer> GlobalList() { return Open<IABContainer>(MakeEntryId(Uid(), EntryKind::GlobalAddressList)); }
+    ComPtr<IMAPITable> Contents()
     {
-        Ref<IMAPITable> table;
+        ComPtr<IMAPITable> table;
         EXPECT_CODE(GlobalList()->GetContentsTable(0, table.put()), S_OK);
         return table;
     }
@@ -81,15 +81,15 @@ class AddressBook : public SiteTest
         value.Value.lpszW = const_cast<WCHAR *>(text);
         return NamesWhere(PR_ANR_W, value);
     }
-    SiteUid Uid() { return OpenedSite().info().uid; }
-    storage::User User(const char *alias) { return *storage::Directory(OpenedSite()).userByAlias(alias); }
+    SiteUid Uid() { return OpenedSite().Info().uid; }
+    storage::User User(const char *alias) { return *storage::Directory(OpenedSite()).UserByAlias(alias); }
 
-    Ref<IAddrBook> m_book;
+    ComPtr<IAddrBook> m_book;
 };
 
 TEST_F(AddressBook, NoBytesOpenTheRoot)
 {
-    Ref<IUnknown> object;
+    ComPtr<IUnknown> object;
     ULONG type = 0;
     for (const ULONG flags : {MAPI_BEST_ACCESS, MAPI_BEST_ACCESS | MAPI_NO_CACHE, MAPI_DEFERRED_ERRORS}) {
         ASSERT_CODE(m_book->OpenEntry(0, nullptr, nullptr, flags, &type, object.put()), S_OK);
@@ -101,7 +101,7 @@ TEST_F(AddressBook, NoBytesOpenTheRoot)
 
 TEST_F(AddressBook, TheRootHoldsTheGlobalAddressList)
 {
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     ASSERT_CODE(Root()->GetHierarchyTable(0, table.put()), S_OK);
     SPropValue global{};
     global.ulPropTag = PR_DISPLAY_TYPE;
@@ -149,7 +149,7 @@ TEST_F(AddressBook, ARowOpensThroughTheListAndTheBook)
     const auto list = GlobalList();
     for (ULONG i = 0; i < rows.count(); ++i) {
         const SBinary &id = rows[i].lpProps[0].Value.bin;
-        Ref<IUnknown> object;
+        ComPtr<IUnknown> object;
         ULONG type = 0;
         ASSERT_CODE(list->OpenEntry(id.cb, reinterpret_cast<LPENTRYID>(id.lpb), nullptr,
                                     MAPI_BEST_ACCESS | MAPI_NO_CACHE, &type, object.put()),
@@ -249,7 +249,7 @@ TEST_F(AddressBook, RowsAreFoundByEveryColumn)
 
 TEST_F(AddressBook, TheListIsReadOnly)
 {
-    Ref<IUnknown> object;
+    ComPtr<IUnknown> object;
     EXPECT_CODE(OpenAs(MakeEntryId(Uid(), EntryKind::GlobalAddressList), MAPI_MODIFY, nullptr, object),
                 MAPI_E_NO_ACCESS);
     const auto user = Open<IMailUser>(MakeEntryId(Uid(), EntryKind::MailUser, User("alice").id));
@@ -262,7 +262,7 @@ TEST_F(AddressBook, TheListIsReadOnly)
 
 TEST_F(AddressBook, BadEntriesAreRefused)
 {
-    Ref<IUnknown> object;
+    ComPtr<IUnknown> object;
     EXPECT_CODE(OpenAs({1, 2, 3}, 0, nullptr, object), MAPI_E_INVALID_ENTRYID);
     EXPECT_CODE(OpenAs(MakeEntryId(Uid(), EntryKind::Message, 1), 0, nullptr, object), MAPI_E_INVALID_ENTRYID);
     EXPECT_CODE(OpenAs(MakeEntryId(Uid(), EntryKind::MailUser, 999999), 0, nullptr, object), MAPI_E_NOT_FOUND);
@@ -277,7 +277,7 @@ TEST_F(AddressBook, BadEntriesAreRefused)
 
 TEST_F(AddressBook, TablesOpenAsPropertiesToo)
 {
-    Ref<IUnknown> object;
+    ComPtr<IUnknown> object;
     ASSERT_CODE(Root()->OpenProperty(PR_CONTAINER_HIERARCHY, &IID_IMAPITable, 0, 0, object.put()), S_OK);
     ULONG count = 0;
     EXPECT_CODE(static_cast<IMAPITable *>(object.get())->GetRowCount(0, &count), S_OK);
@@ -293,7 +293,7 @@ TEST_F(AddressBook, TablesOpenAsPropertiesToo)
 TEST_F(AddressBook, WhatAContainerLacksSaysSo)
 {
     const auto root = Root(), list = GlobalList();
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     EXPECT_CODE(root->GetContentsTable(0, table.put()), MAPI_E_NO_SUPPORT);
     EXPECT_CODE(list->GetHierarchyTable(0, table.put()), MAPI_E_NO_SUPPORT);
     EXPECT_CODE(list->GetContentsTable(MAPI_ASSOCIATED, table.put()), MAPI_E_UNKNOWN_FLAGS);

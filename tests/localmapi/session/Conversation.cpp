@@ -1,6 +1,5 @@
 #include "Conversation.h"
-
-#include "ComObject.h"
+#include "localmapi/provider/base/ComObject.h"
 
 #include <gtest/gtest.h>
 
@@ -25,11 +24,11 @@ class Client
 
     void Run()
     {
-        Ref<IProfAdmin> admin;
+        ComPtr<IProfAdmin> admin;
         ASSERT_EQ(m_mapi.adminProfiles(0, admin.put()), S_OK);
         ASSERT_EQ(admin->CreateProfile(Text("Conversation"), Text(""), 0, 0), S_OK);
         Configure(admin.get());
-        Ref<IMAPISession> session;
+        ComPtr<IMAPISession> session;
         ASSERT_EQ(m_mapi.logonEx(0, Text("Conversation"), nullptr,
                                  MAPI_EXTENDED | MAPI_NEW_SESSION | MAPI_EXPLICIT_PROFILE, session.put()),
                   S_OK);
@@ -42,10 +41,10 @@ class Client
   private:
     void Configure(IProfAdmin *admin)
     {
-        Ref<IMsgServiceAdmin> services;
+        ComPtr<IMsgServiceAdmin> services;
         ASSERT_EQ(admin->AdminServices(Text("Conversation"), Text(""), 0, 0, services.put()), S_OK);
         ASSERT_EQ(services->CreateMsgService(Text("MSEMS"), Text("Microsoft Exchange Server"), 0, 0), S_OK);
-        Ref<IMAPITable> table;
+        ComPtr<IMAPITable> table;
         ASSERT_EQ(services->GetMsgServiceTable(0, table.put()), S_OK);
         MAPIUID uid{};
         SRowSet *rows = Query(table.get(), PR_SERVICE_UID);
@@ -64,7 +63,7 @@ class Client
     // A client's own memory goes in, the provider's comes out, and the client frees that.
     void Resolve(IMAPISession *session)
     {
-        Ref<IAddrBook> book;
+        ComPtr<IAddrBook> book;
         ASSERT_EQ(session->OpenAddressBook(0, nullptr, AB_NO_DIALOG, book.put()), S_OK);
         void *block = nullptr, *text = nullptr;
         ASSERT_EQ(m_mapi.allocateBuffer(sizeof(SPropValue), &block), S_OK);
@@ -86,12 +85,12 @@ class Client
 
     void OpenStore(IMAPISession *session)
     {
-        Ref<IMAPITable> table;
+        ComPtr<IMAPITable> table;
         ASSERT_EQ(session->GetMsgStoresTable(0, table.put()), S_OK);
         SRowSet *rows = Query(table.get(), PR_ENTRYID);
         ASSERT_NE(rows, nullptr);
         const SBinary &entry = rows->aRow[0].lpProps[0].Value.bin;
-        Ref<IMsgStore> store;
+        ComPtr<IMsgStore> store;
         EXPECT_EQ(session->OpenMsgStore(0, entry.cb, reinterpret_cast<LPENTRYID>(entry.lpb), nullptr,
                                         MAPI_BEST_ACCESS | MDB_ONLINE | MDB_NO_DIALOG, store.put()),
                   S_OK);

@@ -1,8 +1,7 @@
 // Entry IDs: what is made is read back, and no other bytes are believed.
-#include "EntryId.h"
-
-#include "ErrorText.h"
+#include "localmapi/provider/base/EntryId.h"
 #include "SiteFixture.h"
+#include "localmapi/provider/base/ErrorText.h"
 
 #include <gtest/gtest.h>
 
@@ -26,7 +25,7 @@ HRESULT CodeOf(const Bytes &bytes, const SiteUid &site = kSite)
         Parse(bytes, site);
         return S_OK;
     } catch (const Failure &failure) {
-        return failure.code();
+        return failure.Code();
     }
 }
 

@@ -1,10 +1,9 @@
 // What went wrong is told twice: by the HRESULT, and by the object's last error in either width. No exception leaves a
 // method.
-#include "ErrorText.h"
-
+#include "localmapi/provider/base/ErrorText.h"
 #include "SiteFixture.h"
-#include "Text.h"
-#include "localmapi/storage/error.h"
+#include "localmapi/provider/base/Text.h"
+#include "localmapi/storage/Error.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,7 @@
 // Proves OpenStreamOnFile: a file's bytes as a stream for reading, in pieces however long it is, and what no file, a
 // folder and wrong arguments give.
-#include "Helpers.h"
 #include "SiteFixture.h"
-#include "Text.h"
+#include "localmapi/provider/base/Text.h"
 
 #include <gtest/gtest.h>
 
@@ -41,7 +40,7 @@ class FileStream : public SiteTest
         std::ofstream(m_folder / name, std::ios::binary) << bytes;
         return Name(name);
     }
-    static HRESULT Open(const std::string &name, Ref<IStream> &stream, ULONG flags = 0)
+    static HRESULT Open(const std::string &name, ComPtr<IStream> &stream, ULONG flags = 0)
     {
         std::string text = name;
         return OpenStreamOnFile(MAPIAllocateBuffer, MAPIFreeBuffer, flags, text.data(), nullptr, stream.put());
@@ -67,7 +66,7 @@ class FileStream : public SiteTest
 TEST_F(FileStream, AFileIsReadFromAnyPlace)
 {
     const std::string name = File("there.txt", "0123456789");
-    Ref<IStream> stream;
+    ComPtr<IStream> stream;
     ASSERT_CODE(Open(name, stream), S_OK);
     EXPECT_EQ(Size(stream.get()), 10u);
     EXPECT_EQ(Read(stream.get(), 4), "0123");
@@ -83,7 +82,7 @@ TEST_F(FileStream, AFileIsReadFromAnyPlace)
 TEST_F(FileStream, TheFileIsOnlyRead)
 {
     const std::string name = File("there.txt", "0123456789");
-    Ref<IStream> stream;
+    ComPtr<IStream> stream;
     ASSERT_CODE(Open(name, stream, STGM_READ | STGM_SHARE_DENY_WRITE), S_OK);
     ULONG written = 1;
     EXPECT_CODE(stream->Write("x", 1, &written), STG_E_ACCESSDENIED);
@@ -94,7 +93,7 @@ TEST_F(FileStream, TheFileIsOnlyRead)
 
 TEST_F(FileStream, AnEmptyFileIsAnEmptyStream)
 {
-    Ref<IStream> stream;
+    ComPtr<IStream> stream;
     ASSERT_CODE(Open(File("empty.txt", ""), stream), S_OK);
     EXPECT_EQ(Size(stream.get()), 0u);
     EXPECT_EQ(Read(stream.get(), 10), "");
@@ -102,7 +101,7 @@ TEST_F(FileStream, AnEmptyFileIsAnEmptyStream)
 
 TEST_F(FileStream, WhatIsNotThereIsNotFoundAndNotMade)
 {
-    Ref<IStream> stream;
+    ComPtr<IStream> stream;
     EXPECT_CODE(Open(Name("missing.txt"), stream), MAPI_E_NOT_FOUND);
     EXPECT_CODE(Open(Name("missing/there.txt"), stream), MAPI_E_NOT_FOUND);
     EXPECT_FALSE(stream);
@@ -114,7 +113,7 @@ TEST_F(FileStream, WhatIsNotThereIsNotFoundAndNotMade)
 TEST_F(FileStream, AFolderIsNoFile)
 {
     fs::create_directories(m_folder / "folder");
-    Ref<IStream> stream;
+    ComPtr<IStream> stream;
     EXPECT_CODE(Open(Name("folder"), stream), MAPI_E_NO_ACCESS);
     EXPECT_FALSE(stream);
 }
@@ -122,7 +121,7 @@ TEST_F(FileStream, AFolderIsNoFile)
 TEST_F(FileStream, WrongArgumentsAndWritingAreRefused)
 {
     std::string name = File("there.txt", "0123456789");
-    Ref<IStream> stream;
+    ComPtr<IStream> stream;
     EXPECT_CODE(OpenStreamOnFile(nullptr, nullptr, 0, nullptr, nullptr, stream.put()), MAPI_E_INVALID_PARAMETER);
     EXPECT_CODE(OpenStreamOnFile(nullptr, nullptr, 0, name.data(), nullptr, nullptr), MAPI_E_INVALID_PARAMETER);
     EXPECT_CODE(Open("", stream), MAPI_E_INVALID_PARAMETER);
@@ -148,7 +147,7 @@ TEST_F(FileStream, AFileOfMoreThan4GBIsReadAtItsEnd)
         file.seekp(static_cast<std::streamoff>(kSize - 4));
         file << "last";
     }
-    Ref<IStream> stream;
+    ComPtr<IStream> stream;
     ASSERT_CODE(Open(name, stream), S_OK);
     EXPECT_EQ(Size(stream.get()), kSize);
     LARGE_INTEGER place{};

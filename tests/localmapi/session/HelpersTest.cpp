@@ -1,9 +1,8 @@
 // The utility functions beside the entry points: all rows of a table, one property, a property in an array.
-#include "Helpers.h"
-
-#include "MemoryTable.h"
-#include "PropertyConvert.h"
 #include "SiteFixture.h"
+#include "localmapi/provider/property/PropArray.h"
+#include "localmapi/provider/property/PropertyConvert.h"
+#include "localmapi/provider/table/MemoryTable.h"
 
 #include <gtest/gtest.h>
 
@@ -21,17 +20,17 @@ class Helpers : public SiteTest
     Helpers() { m_makeSite = false; }
 
     // A table with the numbers from 0 up.
-    Ref<IMAPITable> TableOf(LONG count)
+    ComPtr<IMAPITable> TableOf(LONG count)
     {
         MemoryRows rows;
         for (LONG i = 0; i < count; ++i) {
             PropArray row(1);
             row.Long(kNumber, i);
-            EXPECT_CODE(rows.Add(row.count(), row.values()), S_OK);
+            EXPECT_CODE(rows.Add(row.Count(), row.Values()), S_OK);
         }
         MemoryTableSettings settings;
         settings.columns = {kNumber};
-        Ref<IMAPITable> table;
+        ComPtr<IMAPITable> table;
         EXPECT_CODE(CreateMemoryTable(std::move(rows), std::move(settings), table.put()), S_OK);
         return table;
     }

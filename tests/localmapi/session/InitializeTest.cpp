@@ -1,6 +1,6 @@
 // MAPIInitialize is counted and looks at what it is given; without it there is no logon and no profile administration.
-#include "Process.h"
 #include "SiteFixture.h"
+#include "localmapi/provider/session/Process.h"
 
 #include <gtest/gtest.h>
 
@@ -17,7 +17,7 @@ class Initialize : public testing::Test
   protected:
     HRESULT LogOn()
     {
-        Ref<IMAPISession> session;
+        ComPtr<IMAPISession> session;
         return MAPILogonEx(0, Narrow("Nobody"), nullptr, MAPI_EXTENDED, session.put());
     }
     HRESULT With(ULONG version, ULONG flags)
@@ -37,7 +37,7 @@ TEST_F(Initialize, WithoutItThereIsNoLogonAndNoAdministration)
 {
     ASSERT_FALSE(IsInitialized());
     EXPECT_CODE(LogOn(), MAPI_E_NOT_INITIALIZED);
-    Ref<IProfAdmin> admin;
+    ComPtr<IProfAdmin> admin;
     EXPECT_CODE(MAPIAdminProfiles(0, admin.put()), MAPI_E_NOT_INITIALIZED);
 }
 

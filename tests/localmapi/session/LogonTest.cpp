@@ -1,8 +1,8 @@
 // MAPILogonEx: which profile is taken, and what its state makes of the logon.
-#include "Mailboxes.h"
-#include "Profile.h"
-#include "ProfileTags.h"
 #include "SiteFixture.h"
+#include "localmapi/provider/site/Mailboxes.h"
+#include "localmapi/provider/site/Profile.h"
+#include "localmapi/provider/site/ProfileTags.h"
 
 #include <gtest/gtest.h>
 
@@ -30,7 +30,7 @@ class Logon : public SiteTest
     void SetGlobal(const char *profile, ULONG tag, const std::string &text)
     {
         MAPIUID uid = kGlobalProfileSection;
-        Ref<IProfSect> section;
+        ComPtr<IProfSect> section;
         ASSERT_CODE(Services(Admin(), profile)->OpenProfileSection(&uid, nullptr, MAPI_MODIFY, section.put()), S_OK);
         SPropValue prop{};
         prop.ulPropTag = tag;
@@ -42,12 +42,12 @@ class Logon : public SiteTest
         ULONG size = 0;
         Block<ENTRYID> entry;
         EXPECT_CODE(m_session->QueryIdentity(&size, entry.put()), S_OK);
-        Ref<IUnknown> object;
+        ComPtr<IUnknown> object;
         EXPECT_CODE(m_session->OpenEntry(size, entry.get(), &IID_IMailUser, 0, nullptr, object.put()), S_OK);
         return object ? TextOf(static_cast<IMAPIProp *>(object.get()), PR_DISPLAY_NAME_A) : "";
     }
 
-    Ref<IMAPISession> m_session;
+    ComPtr<IMAPISession> m_session;
 };
 
 TEST_F(Logon, ANamedProfileIsTaken)
@@ -137,7 +137,7 @@ TEST_F(Logon, AMailboxThatIsNotThereHasACodeOfItsOwn)
 TEST_F(Logon, AProfileMayNameAnotherSite)
 {
     const std::string other = PathOf("other.db");
-    storage::Directory(storage::Site::create(other, "OTHER", "Elsewhere")).addUser("carol", "Carol Clark");
+    storage::Directory(storage::Site::Create(other, "OTHER", "Elsewhere")).AddUser("carol", "Carol Clark");
     const auto admin = Admin();
     ASSERT_CODE(admin->CreateProfile(Narrow("Far"), nullptr, 0, 0), S_OK);
     SetGlobal("Far", PR_PROFILE_SITE_FILE, other);
@@ -165,10 +165,10 @@ TEST_F(Logon, ASessionOutlivesItsProfile)
     ASSERT_CODE(Admin()->DeleteProfile(Narrow("Brief"), 0), S_OK);
     EXPECT_EQ(ProfileNames(), std::vector<std::string>());
     AddProfile("Brief", "albert");
-    Ref<IMsgServiceAdmin> services;
+    ComPtr<IMsgServiceAdmin> services;
     ASSERT_CODE(m_session->AdminServices(0, services.put()), S_OK);
     MAPIUID uid = kGlobalProfileSection;
-    Ref<IProfSect> section;
+    ComPtr<IProfSect> section;
     ASSERT_CODE(services->OpenProfileSection(&uid, nullptr, MAPI_MODIFY, section.put()), S_OK);
     EXPECT_EQ(TextOf(section.get(), PR_PROFILE_NAME_A), "Brief");
     EXPECT_EQ(TextOf(section.get(), PR_PROFILE_HOME_SERVER), "NORVIK1");
@@ -179,7 +179,7 @@ TEST_F(Logon, ASessionOutlivesItsProfile)
     EXPECT_CODE(section->SetProps(1, &prop, nullptr), S_OK);
     EXPECT_EQ(TextOf(section.get(), PR_PROFILE_UNRESOLVED_NAME), "changed");
     const MAPIUID service = ServiceUid(services);
-    Ref<IMsgServiceAdmin> others = Services(Admin(), "Brief");
+    ComPtr<IMsgServiceAdmin> others = Services(Admin(), "Brief");
     const MAPIUID otherService = ServiceUid(others);
     EXPECT_FALSE(IsEqualMAPIUID(&service, &otherService)) << "the new profile is another one";
     ASSERT_CODE(others->OpenProfileSection(&uid, nullptr, 0, section.put()), S_OK);
@@ -193,7 +193,7 @@ TEST_F(Logon, ASessionFollowsItsProfilesNewName)
     ASSERT_CODE(LogOnAs("Old"), S_OK);
     ASSERT_CODE(Admin()->RenameProfile(Narrow("Old"), nullptr, Narrow("New"), 0, 0), S_OK);
     MAPIUID uid = kGlobalProfileSection;
-    Ref<IProfSect> section;
+    ComPtr<IProfSect> section;
     ASSERT_CODE(m_session->OpenProfileSection(&uid, nullptr, 0, section.put()), S_OK);
     EXPECT_EQ(TextOf(section.get(), PR_PROFILE_NAME_A), "New");
 }
@@ -206,9 +206,9 @@ class WithoutASite : public SiteTest
 
 TEST_F(WithoutASite, ThereIsNoProfileToLogOnWith)
 {
-    Ref<IMAPISession> session;
+    ComPtr<IMAPISession> session;
     EXPECT_CODE(MAPILogonEx(0, nullptr, nullptr, MAPI_EXTENDED | MAPI_USE_DEFAULT, session.put()), MAPI_E_LOGON_FAILED);
-    Ref<IProfAdmin> admin;
+    ComPtr<IProfAdmin> admin;
     EXPECT_CODE(MAPIAdminProfiles(0, admin.put()), MAPI_E_NOT_FOUND);
     EXPECT_FALSE(std::filesystem::exists(m_file)) << "looking for a site makes none";
 }

@@ -27,10 +27,10 @@ HRESULT ReadAll(IMAPITable *table)
 
 HRESULT ThroughTheProfile()
 {
-    Ref<IProfAdmin> admin;
-    Ref<IMAPITable> table;
-    Ref<IMsgServiceAdmin> services;
-    Ref<IProfSect> section;
+    ComPtr<IProfAdmin> admin;
+    ComPtr<IMAPITable> table;
+    ComPtr<IMsgServiceAdmin> services;
+    ComPtr<IProfSect> section;
     STEP(MAPIAdminProfiles(0, admin.put()));
     STEP(admin->GetProfileTable(0, table.put()));
     STEP(ReadAll(table.get()));
@@ -49,15 +49,15 @@ HRESULT ThroughTheProfile()
 
 HRESULT ThroughTheSession()
 {
-    Ref<IMAPISession> session;
-    Ref<IMAPITable> table;
+    ComPtr<IMAPISession> session;
+    ComPtr<IMAPITable> table;
     STEP(MAPILogonEx(0, Narrow("Work"), nullptr, MAPI_EXTENDED | MAPI_EXPLICIT_PROFILE, session.put()));
     STEP(session->GetMsgStoresTable(0, table.put()));
     STEP(ReadAll(table.get()));
     ULONG size = 0;
     Block<ENTRYID> entry;
     STEP(session->QueryIdentity(&size, entry.put()));
-    Ref<IUnknown> object;
+    ComPtr<IUnknown> object;
     STEP(session->OpenEntry(size, entry.get(), nullptr, 0, nullptr, object.put()));
     Block<LPTSTR> types;
     ULONG count = 0;
@@ -67,10 +67,10 @@ HRESULT ThroughTheSession()
 
 HRESULT ThroughTheAddressBook()
 {
-    Ref<IMAPISession> session;
-    Ref<IAddrBook> book;
-    Ref<IUnknown> root;
-    Ref<IMAPITable> table;
+    ComPtr<IMAPISession> session;
+    ComPtr<IAddrBook> book;
+    ComPtr<IUnknown> root;
+    ComPtr<IMAPITable> table;
     STEP(MAPILogonEx(0, Narrow("Work"), nullptr, MAPI_EXTENDED | MAPI_EXPLICIT_PROFILE, session.put()));
     STEP(session->OpenAddressBook(0, nullptr, 0, book.put()));
     STEP(book->OpenEntry(0, nullptr, nullptr, 0, nullptr, root.put()));
@@ -79,7 +79,7 @@ HRESULT ThroughTheAddressBook()
     ULONG size = 0;
     Block<ENTRYID> entry;
     STEP(book->GetDefaultDir(&size, entry.put()));
-    Ref<IUnknown> list;
+    ComPtr<IUnknown> list;
     STEP(book->OpenEntry(size, entry.get(), nullptr, 0, nullptr, list.put()));
     STEP(static_cast<IABContainer *>(list.get())->GetContentsTable(MAPI_UNICODE, table.put()));
     STEP(ReadAll(table.get()));

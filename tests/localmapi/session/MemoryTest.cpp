@@ -1,7 +1,6 @@
 // MAPI's memory: child blocks go with their root, pointers that are no root are recognised, and nothing is lost when
 // memory runs out.
-#include "Memory.h"
-
+#include "localmapi/provider/base/Memory.h"
 #include "SiteFixture.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // IProfAdmin: the profile table, making, deleting, renaming and copying profiles, and the default one.
-#include "ProfileTags.h"
 #include "SiteFixture.h"
-#include "Text.h"
+#include "localmapi/provider/base/Text.h"
+#include "localmapi/provider/site/ProfileTags.h"
 
 #include <gtest/gtest.h>
 
@@ -26,7 +26,7 @@ TEST_F(ProfileAdmin, AProfileIsMadeAndDeleted)
     EXPECT_CODE(admin->CreateProfile(Wide(OLESTR("\x6771 profile")), Wide(OLESTR("")), 0, MAPI_UNICODE), S_OK);
     EXPECT_EQ(ProfileNames().size(), 2u);
     EXPECT_CODE(admin->DeleteProfile(Narrow("ONE"), 0), S_OK) << "names have no case";
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     ASSERT_CODE(admin->GetProfileTable(MAPI_UNICODE, table.put()), S_OK);
     const Rows rows = AllRows(table.get(), {PR_DISPLAY_NAME_W});
     ASSERT_EQ(rows.count(), 1u);
@@ -39,7 +39,7 @@ TEST_F(ProfileAdmin, TheTableShowsNameAndDefault)
     ASSERT_CODE(admin->CreateProfile(Narrow("One"), nullptr, 0, 0), S_OK);
     ASSERT_CODE(admin->CreateProfile(Narrow("Two"), nullptr, 0, 0), S_OK);
     ASSERT_CODE(admin->SetDefaultProfile(Narrow("Two"), 0), S_OK);
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     ASSERT_CODE(admin->GetProfileTable(0, table.put()), S_OK);
     Block<SPropTagArray> columns;
     ASSERT_CODE(table->QueryColumns(0, columns.put()), S_OK);
@@ -77,7 +77,7 @@ TEST_F(ProfileAdmin, BadNamesAreRefused)
 TEST_F(ProfileAdmin, UnknownProfilesAreNotFound)
 {
     const auto admin = Admin();
-    Ref<IMsgServiceAdmin> services;
+    ComPtr<IMsgServiceAdmin> services;
     EXPECT_CODE(admin->DeleteProfile(Narrow("None"), 0), MAPI_E_NOT_FOUND);
     EXPECT_CODE(admin->SetDefaultProfile(Narrow("None"), 0), MAPI_E_NOT_FOUND);
     EXPECT_CODE(admin->RenameProfile(Narrow("None"), nullptr, Narrow("Other"), 0, 0), MAPI_E_NOT_FOUND);
@@ -89,9 +89,9 @@ TEST_F(ProfileAdmin, UnknownProfilesAreNotFound)
 TEST_F(ProfileAdmin, UnknownFlagsAreRefused)
 {
     const auto admin = Admin();
-    Ref<IMsgServiceAdmin> services;
-    Ref<IMAPITable> table;
-    Ref<IProfAdmin> other;
+    ComPtr<IMsgServiceAdmin> services;
+    ComPtr<IMAPITable> table;
+    ComPtr<IProfAdmin> other;
     EXPECT_CODE(admin->CreateProfile(Narrow("One"), nullptr, 0, 0x400), MAPI_E_UNKNOWN_FLAGS);
     EXPECT_CODE(admin->DeleteProfile(Narrow("One"), 0x400), MAPI_E_UNKNOWN_FLAGS);
     EXPECT_CODE(admin->SetDefaultProfile(Narrow("One"), 0x400), MAPI_E_UNKNOWN_FLAGS);
@@ -115,7 +115,7 @@ TEST_F(ProfileAdmin, ThereCanBeNoDefaultProfile)
     AddProfile("Work", "alice", true);
     const auto admin = Admin();
     ASSERT_CODE(admin->SetDefaultProfile(nullptr, 0), S_OK);
-    Ref<IMAPISession> session;
+    ComPtr<IMAPISession> session;
     EXPECT_CODE(MAPILogonEx(0, nullptr, nullptr, MAPI_EXTENDED | MAPI_USE_DEFAULT, session.put()), MAPI_E_LOGON_FAILED);
 }
 
@@ -144,7 +144,7 @@ TEST_F(ProfileAdmin, ACopyStandsOnItsOwn)
     const auto session = LogOn("Copy");
     ASSERT_TRUE(session);
     MAPIUID global = kGlobalProfileSection;
-    Ref<IProfSect> section;
+    ComPtr<IProfSect> section;
     ASSERT_CODE(session->OpenProfileSection(&global, nullptr, 0, section.put()), S_OK);
     EXPECT_EQ(TextOf(section.get(), PR_PROFILE_NAME_A), "Copy");
 }
@@ -153,7 +153,7 @@ TEST_F(ProfileAdmin, DefaultServicesAreTheExchangeService)
 {
     const auto admin = Admin();
     ASSERT_CODE(admin->CreateProfile(Narrow("One"), nullptr, 0, MAPI_DEFAULT_SERVICES), S_OK);
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     ASSERT_CODE(Services(admin, "One")->GetMsgServiceTable(0, table.put()), S_OK);
     const Rows rows = AllRows(table.get(), {PR_SERVICE_NAME_A});
     ASSERT_EQ(rows.count(), 1u);
@@ -172,7 +172,7 @@ TEST_F(ProfileAdmin, PasswordsAreNotSupported)
 TEST_F(ProfileAdmin, TheObjectHasItsInterfaces)
 {
     const auto admin = Admin();
-    Ref<IUnknown> unknown;
+    ComPtr<IUnknown> unknown;
     EXPECT_CODE(admin->QueryInterface(IID_IUnknown, reinterpret_cast<void **>(unknown.put())), S_OK);
     EXPECT_CODE(admin->QueryInterface(IID_IProfAdmin, reinterpret_cast<void **>(unknown.put())), S_OK);
     EXPECT_CODE(admin->QueryInterface(IID_IMsgStore, reinterpret_cast<void **>(unknown.put())),

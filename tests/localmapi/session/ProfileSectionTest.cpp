@@ -1,7 +1,7 @@
 // Profile sections: properties under an identifier, changed at once, read only unless MAPI_MODIFY was given.
-#include "ProfileTags.h"
 #include "SiteFixture.h"
-#include "Text.h"
+#include "localmapi/provider/base/Text.h"
+#include "localmapi/provider/site/ProfileTags.h"
 
 #include <gtest/gtest.h>
 
@@ -28,7 +28,7 @@ class ProfileSection : public SiteTest
         m_services.reset();
         SiteTest::TearDown();
     }
-    HRESULT Open(const MAPIUID &uid, ULONG flags, Ref<IProfSect> &section, LPCIID iid = nullptr)
+    HRESULT Open(const MAPIUID &uid, ULONG flags, ComPtr<IProfSect> &section, LPCIID iid = nullptr)
     {
         MAPIUID copy = uid;
         return m_services->OpenProfileSection(&copy, iid, flags, section.put());
@@ -42,16 +42,16 @@ class ProfileSection : public SiteTest
     }
 
     static constexpr MAPIUID kOwn = {{9, 8, 7, 6, 5, 4, 3, 2, 1, 0, 1, 2, 3, 4, 5, 6}};
-    Ref<IMsgServiceAdmin> m_services;
+    ComPtr<IMsgServiceAdmin> m_services;
 };
 
 TEST_F(ProfileSection, ANewOneIsMadeWithMapiModifyOnly)
 {
-    Ref<IProfSect> section;
+    ComPtr<IProfSect> section;
     EXPECT_CODE(Open(kOwn, 0, section), MAPI_E_NOT_FOUND);
     ASSERT_CODE(Open(kOwn, MAPI_MODIFY, section), S_OK);
     ASSERT_CODE(SetText(section.get(), kOwnText, "text"), S_OK);
-    Ref<IProfSect> again;
+    ComPtr<IProfSect> again;
     ASSERT_CODE(Open(kOwn, 0, again), S_OK) << "changes take effect at once";
     EXPECT_EQ(TextOf(again.get(), kOwnText), "text");
     EXPECT_EQ(TextOf(again.get(), CHANGE_PROP_TYPE(kOwnText, PT_UNICODE)), "text");
@@ -60,7 +60,7 @@ TEST_F(ProfileSection, ANewOneIsMadeWithMapiModifyOnly)
 
 TEST_F(ProfileSection, TheGlobalOneIsAlwaysThere)
 {
-    Ref<IProfSect> section;
+    ComPtr<IProfSect> section;
     ASSERT_CODE(Open(kGlobalProfileSection, 0, section), S_OK);
     EXPECT_EQ(TextOf(section.get(), PR_PROFILE_NAME_A), "Work");
     EXPECT_EQ(TextOf(section.get(), PR_PROFILE_NAME_W), "Work");
@@ -75,7 +75,7 @@ TEST_F(ProfileSection, TheGlobalOneIsAlwaysThere)
 
 TEST_F(ProfileSection, EachProfileHasAKeyOfItsOwn)
 {
-    Ref<IProfSect> section;
+    ComPtr<IProfSect> section;
     ASSERT_CODE(Open(kProfileInstance, 0, section), S_OK);
     const auto key = BytesOf(section.get(), PR_SEARCH_KEY);
     EXPECT_EQ(key.size(), 16u);
@@ -87,7 +87,7 @@ TEST_F(ProfileSection, EachProfileHasAKeyOfItsOwn)
 
 TEST_F(ProfileSection, WithoutMapiModifyNothingIsChanged)
 {
-    Ref<IProfSect> section;
+    ComPtr<IProfSect> section;
     ASSERT_CODE(Open(kGlobalProfileSection, 0, section), S_OK);
     EXPECT_CODE(SetText(section.get(), kOwnText, "text"), MAPI_E_NO_ACCESS);
     SPropTagArray tags = {1, {PR_PROFILE_HOME_SERVER}};
@@ -97,7 +97,7 @@ TEST_F(ProfileSection, WithoutMapiModifyNothingIsChanged)
 
 TEST_F(ProfileSection, WhatCanNotBeSetIsAProblemOfItsOwn)
 {
-    Ref<IProfSect> section;
+    ComPtr<IProfSect> section;
     ASSERT_CODE(Open(kGlobalProfileSection, MAPI_MODIFY, section), S_OK);
     SPropValue props[5] = {};
     props[0].ulPropTag = PR_PROFILE_NAME_A;
@@ -125,7 +125,7 @@ TEST_F(ProfileSection, WhatCanNotBeSetIsAProblemOfItsOwn)
 
 TEST_F(ProfileSection, PropertiesAreDeleted)
 {
-    Ref<IProfSect> section;
+    ComPtr<IProfSect> section;
     ASSERT_CODE(Open(kOwn, MAPI_MODIFY, section), S_OK);
     ASSERT_CODE(SetText(section.get(), kOwnText, "text"), S_OK);
     std::vector<ULONG> tags = {2, kOwnText, kOwnNumber};
@@ -139,7 +139,7 @@ TEST_F(ProfileSection, PropertiesAreDeleted)
 
 TEST_F(ProfileSection, BadArgumentsAreRefused)
 {
-    Ref<IProfSect> section;
+    ComPtr<IProfSect> section;
     ASSERT_CODE(Open(kOwn, MAPI_MODIFY, section), S_OK);
     EXPECT_CODE(section->SetProps(0, nullptr, nullptr), MAPI_E_INVALID_PARAMETER);
     EXPECT_CODE(section->SetProps(1, nullptr, nullptr), MAPI_E_INVALID_PARAMETER);
@@ -148,7 +148,7 @@ TEST_F(ProfileSection, BadArgumentsAreRefused)
     EXPECT_CODE(section->GetPropList(0, nullptr), MAPI_E_INVALID_PARAMETER);
     EXPECT_CODE(section->SaveChanges(0x400), MAPI_E_UNKNOWN_FLAGS);
     EXPECT_CODE(m_services->OpenProfileSection(nullptr, nullptr, 0, nullptr), MAPI_E_INVALID_PARAMETER);
-    Ref<IProfSect> other;
+    ComPtr<IProfSect> other;
     EXPECT_CODE(Open(kOwn, 0x400, other), MAPI_E_UNKNOWN_FLAGS);
     EXPECT_CODE(Open(kOwn, MAPI_MODIFY, other, &IID_IMsgStore), MAPI_E_INTERFACE_NOT_SUPPORTED);
     EXPECT_CODE(Open(kOwn, MAPI_MODIFY, other, &IID_IMAPIProp), S_OK);
@@ -157,9 +157,9 @@ TEST_F(ProfileSection, BadArgumentsAreRefused)
 
 TEST_F(ProfileSection, WhatIsNotThereSaysSo)
 {
-    Ref<IProfSect> section;
+    ComPtr<IProfSect> section;
     ASSERT_CODE(Open(kGlobalProfileSection, 0, section), S_OK);
-    Ref<IUnknown> object;
+    ComPtr<IUnknown> object;
     EXPECT_CODE(section->CopyTo(0, nullptr, nullptr, 0, nullptr, nullptr, nullptr, 0, nullptr), MAPI_E_NO_SUPPORT);
     EXPECT_CODE(section->CopyProps(nullptr, 0, nullptr, nullptr, nullptr, 0, nullptr), MAPI_E_NO_SUPPORT);
     EXPECT_CODE(section->GetNamesFromIDs(nullptr, nullptr, 0, nullptr, nullptr), MAPI_E_NO_SUPPORT);

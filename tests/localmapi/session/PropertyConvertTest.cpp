@@ -1,11 +1,10 @@
 // Properties of every type go into the storage's values and come back, in either width of text; what a client can get
 // wrong is refused.
-#include "PropertyConvert.h"
-
-#include "ErrorText.h"
-#include "Memory.h"
+#include "localmapi/provider/property/PropertyConvert.h"
 #include "SiteFixture.h"
-#include "Text.h"
+#include "localmapi/provider/base/ErrorText.h"
+#include "localmapi/provider/base/Memory.h"
+#include "localmapi/provider/base/Text.h"
 
 #include <gtest/gtest.h>
 
@@ -26,7 +25,7 @@ HRESULT CodeOf(const std::function<void()> &action)
         action();
         return S_OK;
     } catch (const Failure &failure) {
-        return failure.code();
+        return failure.Code();
     }
 }
 
@@ -169,7 +168,7 @@ TEST(Properties, ErrorsAndNullsInAnArrayAreLeftOut)
     props[2].Value.l = 5;
     const storage::PropertyBag bag = BagFromProps(3, props);
     EXPECT_EQ(bag.size(), 1u);
-    EXPECT_NE(bag.find(PROP_TAG(PT_LONG, kId + 1)), nullptr);
+    EXPECT_NE(bag.Find(PROP_TAG(PT_LONG, kId + 1)), nullptr);
     EXPECT_CODE(CodeOf([] { BagFromProps(1, nullptr); }), MAPI_E_INVALID_PARAMETER);
 }
 
@@ -187,7 +186,7 @@ class GetPropsOfABag : public testing::Test
         try {
             return GiveProps(m_bag, tags, flags, &m_count, m_values.put());
         } catch (const Failure &failure) {
-            return failure.code();
+            return failure.Code();
         }
     }
 

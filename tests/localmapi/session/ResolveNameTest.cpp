@@ -1,8 +1,8 @@
 // IAddrBook::ResolveName and IABContainer::ResolveNames: names become entries, what is ambiguous or unknown is told,
 // what is resolved stays, and the entries' other properties are kept.
-#include "EntryId.h"
 #include "SiteFixture.h"
-#include "Text.h"
+#include "localmapi/provider/base/EntryId.h"
+#include "localmapi/provider/base/Text.h"
 
 #include <gtest/gtest.h>
 
@@ -87,9 +87,9 @@ class ResolveName : public SiteTest
         EXPECT_EQ(list.Resolved(0), hr == S_OK) << name;
         return hr == S_OK ? list.Text(0, PR_EMAIL_ADDRESS_A) : CodeName(hr);
     }
-    std::string Dn(const char *alias) { return storage::Directory(OpenedSite()).userByAlias(alias)->dn; }
+    std::string Dn(const char *alias) { return storage::Directory(OpenedSite()).UserByAlias(alias)->dn; }
 
-    Ref<IAddrBook> m_book;
+    ComPtr<IAddrBook> m_book;
 };
 
 TEST_F(ResolveName, AnEntryGetsWhatTheDirectoryKnows)
@@ -125,7 +125,7 @@ TEST_F(ResolveName, TheResolvedEntryOpens)
     const AddressList list({"bob"});
     ASSERT_CODE(Resolve(list), S_OK);
     const SBinary &id = PpropFindProp(list[0].rgPropVals, list[0].cValues, PR_ENTRYID)->Value.bin;
-    Ref<IUnknown> object;
+    ComPtr<IUnknown> object;
     ASSERT_CODE(
         m_book->OpenEntry(id.cb, reinterpret_cast<LPENTRYID>(id.lpb), nullptr, MAPI_BEST_ACCESS, nullptr, object.put()),
         S_OK);
@@ -170,11 +170,11 @@ TEST_F(ResolveName, SeveralMatchesAreAmbiguous)
 
 TEST_F(ResolveName, AnExactMatchWinsOverAPartialOne)
 {
-    storage::Directory(OpenedSite()).addUser("al", "Albertine");
+    storage::Directory(OpenedSite()).AddUser("al", "Albertine");
     EXPECT_EQ(Resolved("al"), Dn("al"));
-    storage::Directory(OpenedSite()).addUser("a2", "Archer");
+    storage::Directory(OpenedSite()).AddUser("a2", "Archer");
     EXPECT_EQ(Resolved("archer"), Dn("a2"));
-    storage::Directory(OpenedSite()).addUser("a3", "Archer");
+    storage::Directory(OpenedSite()).AddUser("a3", "Archer");
     EXPECT_EQ(Resolved("archer"), "MAPI_E_AMBIGUOUS_RECIP");
     EXPECT_EQ(Resolved("a3"), Dn("a3"));
 }
@@ -309,7 +309,7 @@ TEST_F(ResolveName, AContainerResolvesIntoFlags)
     ULONG size = 0;
     Block<ENTRYID> entry;
     ASSERT_CODE(m_book->GetDefaultDir(&size, entry.put()), S_OK);
-    Ref<IUnknown> object;
+    ComPtr<IUnknown> object;
     ASSERT_CODE(m_book->OpenEntry(size, entry.get(), nullptr, 0, nullptr, object.put()), S_OK);
     auto *container = static_cast<IABContainer *>(object.get());
     const AddressList list({"alice", "archer", "nobody", "carol@x.example", "bob"});

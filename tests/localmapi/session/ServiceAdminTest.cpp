@@ -1,8 +1,8 @@
 // IMsgServiceAdmin: the one service there is, its configuration from the names that a person gives, and the table of
 // services and of providers.
-#include "ProfileTags.h"
 #include "SiteFixture.h"
-#include "Text.h"
+#include "localmapi/provider/base/Text.h"
+#include "localmapi/provider/site/ProfileTags.h"
 
 #include <gtest/gtest.h>
 
@@ -49,18 +49,18 @@ class ServiceAdmin : public SiteTest
     std::string Global(ULONG tag)
     {
         MAPIUID uid = kGlobalProfileSection;
-        Ref<IProfSect> section;
+        ComPtr<IProfSect> section;
         EXPECT_CODE(m_services->OpenProfileSection(&uid, nullptr, 0, section.put()), S_OK);
         return section ? TextOf(section.get(), tag) : "";
     }
 
-    Ref<IProfAdmin> m_admin;
-    Ref<IMsgServiceAdmin> m_services;
+    ComPtr<IProfAdmin> m_admin;
+    ComPtr<IMsgServiceAdmin> m_services;
 };
 
 TEST_F(ServiceAdmin, ANewProfileHasNoServices)
 {
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     ASSERT_CODE(m_services->GetMsgServiceTable(0, table.put()), S_OK);
     EXPECT_EQ(AllRows(table.get(), {PR_SERVICE_UID}).count(), 0u);
 }
@@ -68,7 +68,7 @@ TEST_F(ServiceAdmin, ANewProfileHasNoServices)
 TEST_F(ServiceAdmin, TheServiceIsFoundByItsName)
 {
     ASSERT_CODE(Create(), S_OK);
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     ASSERT_CODE(m_services->GetMsgServiceTable(0, table.put()), S_OK);
     SPropValue name{};
     name.ulPropTag = PR_SERVICE_NAME_A;
@@ -193,7 +193,7 @@ TEST_F(ServiceAdmin, ADeletedServiceTakesItsConfigurationAlong)
 TEST_F(ServiceAdmin, ProvidersAreStoreAndAddressBook)
 {
     ASSERT_CODE(Create(), S_OK);
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     ASSERT_CODE(m_services->GetProviderTable(0, table.put()), S_OK);
     const Rows rows = AllRows(table.get(), {PR_RESOURCE_TYPE, PR_PROVIDER_UID, PR_SERVICE_UID});
     ASSERT_EQ(rows.count(), 2u);
@@ -206,7 +206,7 @@ TEST_F(ServiceAdmin, ProvidersAreStoreAndAddressBook)
 TEST_F(ServiceAdmin, AProfileThatIsGoneIsNotFound)
 {
     ASSERT_CODE(m_admin->DeleteProfile(Narrow("One"), 0), S_OK);
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     EXPECT_CODE(m_services->GetMsgServiceTable(0, table.put()), MAPI_E_NOT_FOUND);
     ASSERT_CODE(m_admin->CreateProfile(Narrow("One"), nullptr, 0, 0), S_OK);
     EXPECT_CODE(m_services->GetMsgServiceTable(0, table.put()), MAPI_E_NOT_FOUND)
@@ -216,7 +216,7 @@ TEST_F(ServiceAdmin, AProfileThatIsGoneIsNotFound)
 TEST_F(ServiceAdmin, WhatIsNotThereSaysSo)
 {
     MAPIUID uid{};
-    Ref<IUnknown> object;
+    ComPtr<IUnknown> object;
     EXPECT_CODE(m_services->CopyMsgService(&uid, nullptr, nullptr, nullptr, nullptr, 0, 0), MAPI_E_NO_SUPPORT);
     EXPECT_CODE(m_services->RenameMsgService(&uid, 0, Narrow("x")), MAPI_E_NO_SUPPORT);
     EXPECT_CODE(m_services->MsgServiceTransportOrder(0, nullptr, 0), MAPI_E_NO_SUPPORT);

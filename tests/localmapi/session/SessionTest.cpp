@@ -1,8 +1,8 @@
 // IMAPISession: its stores, entries, identity and end.
-#include "EntryId.h"
 #include "ExchangeMapi.h"
 #include "SiteFixture.h"
-#include "Text.h"
+#include "localmapi/provider/base/EntryId.h"
+#include "localmapi/provider/base/Text.h"
 
 #include <gtest/gtest.h>
 
@@ -29,7 +29,7 @@ class Session : public SiteTest
     }
     Bytes DefaultStore()
     {
-        Ref<IMAPITable> table;
+        ComPtr<IMAPITable> table;
         EXPECT_CODE(m_session->GetMsgStoresTable(0, table.put()), S_OK);
         SPropValue yes{};
         yes.ulPropTag = PR_DEFAULT_STORE;
@@ -44,23 +44,23 @@ class Session : public SiteTest
         return rows.count() ? BytesIn(rows[0], PR_ENTRYID) : Bytes();
     }
     static LPENTRYID Entry(Bytes &bytes) { return reinterpret_cast<LPENTRYID>(bytes.data()); }
-    HRESULT OpenStore(Bytes bytes, ULONG flags, Ref<IMsgStore> &store, LPCIID iid = nullptr)
+    HRESULT OpenStore(Bytes bytes, ULONG flags, ComPtr<IMsgStore> &store, LPCIID iid = nullptr)
     {
         return m_session->OpenMsgStore(0, static_cast<ULONG>(bytes.size()), Entry(bytes), iid, flags, store.put());
     }
-    HRESULT Open(Bytes bytes, ULONG flags, Ref<IUnknown> &object, ULONG *type = nullptr, LPCIID iid = nullptr)
+    HRESULT Open(Bytes bytes, ULONG flags, ComPtr<IUnknown> &object, ULONG *type = nullptr, LPCIID iid = nullptr)
     {
         return m_session->OpenEntry(static_cast<ULONG>(bytes.size()), Entry(bytes), iid, flags, type, object.put());
     }
-    SiteUid Uid() { return OpenedSite().info().uid; }
-    storage::User User(const char *alias) { return *storage::Directory(OpenedSite()).userByAlias(alias); }
+    SiteUid Uid() { return OpenedSite().Info().uid; }
+    storage::User User(const char *alias) { return *storage::Directory(OpenedSite()).UserByAlias(alias); }
 
-    Ref<IMAPISession> m_session;
+    ComPtr<IMAPISession> m_session;
 };
 
 TEST_F(Session, TheStoresTableShowsTheMailbox)
 {
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     ASSERT_CODE(m_session->GetMsgStoresTable(MAPI_UNICODE, table.put()), S_OK);
     const Rows rows = AllRows(table.get(), {PR_ENTRYID, PR_DEFAULT_STORE, PR_DISPLAY_NAME_W, PR_RESOURCE_TYPE,
                                             PR_PROVIDER_DISPLAY_A, PR_MDB_PROVIDER});
@@ -78,7 +78,7 @@ TEST_F(Session, TheDefaultStoreOpens)
     for (const ULONG flags : {MAPI_BEST_ACCESS | MDB_ONLINE | MDB_NO_DIALOG, MAPI_BEST_ACCESS | MDB_NO_DIALOG,
                               MAPI_BEST_ACCESS | MDB_TEMPORARY | MDB_NO_DIALOG | MDB_ONLINE, MDB_WRITE, ULONG{0},
                               MDB_NO_MAIL | MAPI_DEFERRED_ERRORS}) {
-        Ref<IMsgStore> store;
+        ComPtr<IMsgStore> store;
         ASSERT_CODE(OpenStore(entry, flags, store), S_OK) << HexText(flags);
         EXPECT_EQ(LongOf(store.get(), PR_OBJECT_TYPE), LONG{MAPI_STORE});
     }
@@ -86,7 +86,7 @@ TEST_F(Session, TheDefaultStoreOpens)
 
 TEST_F(Session, BadArgumentsOfOpeningAStoreAreRefused)
 {
-    Ref<IMsgStore> store;
+    ComPtr<IMsgStore> store;
     EXPECT_CODE(OpenStore(DefaultStore(), 0x1000, store), MAPI_E_UNKNOWN_FLAGS);
     EXPECT_CODE(OpenStore({}, 0, store), MAPI_E_INVALID_ENTRYID);
     EXPECT_CODE(OpenStore(MakeEntryId(Uid(), EntryKind::Folder, 1), 0, store), MAPI_E_INVALID_ENTRYID);
@@ -103,7 +103,7 @@ TEST_F(Session, BadArgumentsOfOpeningAStoreAreRefused)
 
 TEST_F(Session, AnotherUsersMailboxIsClosedButToServiceAccounts)
 {
-    Ref<IMsgStore> store;
+    ComPtr<IMsgStore> store;
     const Bytes albert = MakeStoreEntryId(Uid(), User("albert").mailbox, OPENSTORE_TAKE_OWNERSHIP);
     EXPECT_CODE(OpenStore(albert, MAPI_BEST_ACCESS, store), MAPI_E_NO_ACCESS);
     EXPECT_NE(LastError(m_session.get(), MAPI_E_NO_ACCESS), "");
@@ -115,8 +115,8 @@ TEST_F(Session, AnotherUsersMailboxIsClosedButToServiceAccounts)
 
 TEST_F(Session, AnyEntryOpens)
 {
-    const storage::Mailbox mailbox = storage::Directory(OpenedSite()).mailbox(User("alice").mailbox);
-    Ref<IUnknown> object;
+    const storage::Mailbox mailbox = storage::Directory(OpenedSite()).GetMailbox(User("alice").mailbox);
+    ComPtr<IUnknown> object;
     ULONG type = 0;
     ASSERT_CODE(Open(MakeEntryId(Uid(), EntryKind::Folder, mailbox.inbox), MAPI_BEST_ACCESS, object, &type), S_OK);
     EXPECT_EQ(type, MAPI_FOLDER);
@@ -131,14 +131,14 @@ TEST_F(Session, AnyEntryOpens)
 
 TEST_F(Session, EntriesThatAreNotThereAreNotFound)
 {
-    Ref<IUnknown> object;
+    ComPtr<IUnknown> object;
     ULONG type = 7;
     EXPECT_CODE(Open(MakeEntryId(Uid(), EntryKind::Message, 999999), 0, object, &type), MAPI_E_NOT_FOUND);
     EXPECT_EQ(type, 0u);
     EXPECT_CODE(Open(MakeEntryId(Uid(), EntryKind::MailUser, 999999), 0, object), MAPI_E_NOT_FOUND);
     EXPECT_CODE(Open({1, 2, 3}, 0, object), MAPI_E_INVALID_ENTRYID);
     EXPECT_CODE(Open(DefaultStore(), 0x1000, object), MAPI_E_UNKNOWN_FLAGS);
-    const storage::Mailbox albert = storage::Directory(OpenedSite()).mailbox(User("albert").mailbox);
+    const storage::Mailbox albert = storage::Directory(OpenedSite()).GetMailbox(User("albert").mailbox);
     EXPECT_CODE(Open(MakeEntryId(Uid(), EntryKind::Folder, albert.inbox), 0, object), MAPI_E_NO_ACCESS);
     EXPECT_FALSE(object);
 }
@@ -178,10 +178,10 @@ TEST_F(Session, AfterLogoffNothingMoreIsGiven)
     EXPECT_CODE(m_session->Logoff(0, 0x400, 0), MAPI_E_UNKNOWN_FLAGS);
     EXPECT_CODE(m_session->Logoff(0, 0, 1), MAPI_E_INVALID_PARAMETER);
     ASSERT_CODE(m_session->Logoff(0, MAPI_LOGOFF_SHARED | MAPI_LOGOFF_UI, 0), S_OK);
-    Ref<IMAPITable> table;
-    Ref<IAddrBook> other;
-    Ref<IMsgServiceAdmin> services;
-    Ref<IUnknown> object;
+    ComPtr<IMAPITable> table;
+    ComPtr<IAddrBook> other;
+    ComPtr<IMsgServiceAdmin> services;
+    ComPtr<IUnknown> object;
     EXPECT_CODE(m_session->GetMsgStoresTable(0, table.put()), MAPI_E_END_OF_SESSION);
     EXPECT_CODE(m_session->OpenAddressBook(0, nullptr, 0, other.put()), MAPI_E_END_OF_SESSION);
     EXPECT_CODE(m_session->AdminServices(0, services.put()), MAPI_E_END_OF_SESSION);
@@ -199,7 +199,7 @@ TEST_F(Session, ReleasedWithoutLogoffItIsGone)
 
 TEST_F(Session, WhatIsNotThereSaysSo)
 {
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     ULONG connection = 0;
     EXPECT_CODE(m_session->GetStatusTable(0, table.put()), MAPI_E_NO_SUPPORT);
     EXPECT_CODE(m_session->Advise(0, nullptr, 0, nullptr, &connection), MAPI_E_NO_SUPPORT);
@@ -222,7 +222,7 @@ TEST_F(Session, NowhereToPutTheResultIsRefused)
     EXPECT_CODE(m_session->QueryIdentity(&size, nullptr), MAPI_E_INVALID_PARAMETER);
     EXPECT_CODE(m_session->OpenEntry(0, nullptr, nullptr, 0, nullptr, nullptr), MAPI_E_INVALID_PARAMETER);
     EXPECT_CODE(m_session->GetLastError(MAPI_E_INVALID_PARAMETER, 0, nullptr), MAPI_E_INVALID_PARAMETER);
-    Ref<IAddrBook> book;
+    ComPtr<IAddrBook> book;
     EXPECT_CODE(m_session->OpenAddressBook(0, &IID_IMsgStore, 0, book.put()), MAPI_E_INTERFACE_NOT_SUPPORTED);
     EXPECT_CODE(m_session->OpenAddressBook(0, nullptr, 0x1000, book.put()), MAPI_E_UNKNOWN_FLAGS);
 }

@@ -1,6 +1,5 @@
 // Where the site's file is looked for, and that it is opened once for all who use it.
-#include "SiteFile.h"
-
+#include "localmapi/provider/site/SiteFile.h"
 #include "SiteFixture.h"
 
 #include <gtest/gtest.h>
@@ -87,20 +86,20 @@ TEST_F(SiteFile, ThenAFileInTheUsersDataFolder)
 
 TEST_F(SiteFile, OneHandleServesAll)
 {
-    storage::Site::create(m_file, "NORVIK1", "Norvik");
+    storage::Site::Create(m_file, "NORVIK1", "Norvik");
     const auto first = OpenSite(m_file), second = OpenSite(m_file);
     EXPECT_EQ(first, second);
-    EXPECT_EQ(first->info().server, "NORVIK1");
+    EXPECT_EQ(first->Info().server, "NORVIK1");
 }
 
 TEST_F(SiteFile, ANewFileOfTheSameNameIsAnotherSite)
 {
-    storage::Site::create(m_file, "NORVIK1", "Norvik");
-    EXPECT_EQ(OpenSite(m_file)->info().server, "NORVIK1");
+    storage::Site::Create(m_file, "NORVIK1", "Norvik");
+    EXPECT_EQ(OpenSite(m_file)->Info().server, "NORVIK1");
     std::filesystem::remove_all(m_folder);
     std::filesystem::create_directories(m_folder);
-    storage::Site::create(m_file, "NORVIK2", "Norvik");
-    EXPECT_EQ(OpenSite(m_file)->info().server, "NORVIK2");
+    storage::Site::Create(m_file, "NORVIK2", "Norvik");
+    EXPECT_EQ(OpenSite(m_file)->Info().server, "NORVIK2");
 }
 
 TEST_F(SiteFile, AMissingFileIsNotMade)

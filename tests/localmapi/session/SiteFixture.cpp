@@ -1,9 +1,8 @@
 #include "SiteFixture.h"
-
-#include "EntryId.h"
-#include "Profile.h"
-#include "PropertyConvert.h"
-#include "Text.h"
+#include "localmapi/provider/base/EntryId.h"
+#include "localmapi/provider/base/Text.h"
+#include "localmapi/provider/property/PropertyConvert.h"
+#include "localmapi/provider/site/Profile.h"
 
 #include <random>
 
@@ -133,12 +132,12 @@ void SiteTest::SetUp()
     ASSERT_CODE(MAPIInitialize(nullptr), S_OK);
     if (!m_makeSite)
         return;
-    storage::Directory directory(storage::Site::create(m_file, "NORVIK1", "Norvik"));
-    directory.addUser("alice", "Alice Archer");
-    directory.addUser("albert", "Albert Archer", "bert@norvik.example");
-    directory.addUser("vm", "Voicemail Service", {}, true);
-    directory.addUser("zoe", "Zo\xC3\xAB \xCE\x91\xCE\xB8\xCE\xB7\xCE\xBD\xCE\xAC \xE6\x9D\xB1");
-    directory.addContact("Bob Baker", "bob@elsewhere.example");
+    storage::Directory directory(storage::Site::Create(m_file, "NORVIK1", "Norvik"));
+    directory.AddUser("alice", "Alice Archer");
+    directory.AddUser("albert", "Albert Archer", "bert@norvik.example");
+    directory.AddUser("vm", "Voicemail Service", {}, true);
+    directory.AddUser("zoe", "Zo\xC3\xAB \xCE\x91\xCE\xB8\xCE\xB7\xCE\xBD\xCE\xAC \xE6\x9D\xB1");
+    directory.AddContact("Bob Baker", "bob@elsewhere.example");
 }
 
 void SiteTest::TearDown()
@@ -162,39 +161,39 @@ void SiteTest::AddProfile(const std::string &name, const std::string &user, bool
     AddProfileFor(std::make_shared<storage::Site>(OpenedSite()), name, user, makeDefault);
 }
 
-Ref<IMAPISession> SiteTest::LogOn(const std::string &profile)
+ComPtr<IMAPISession> SiteTest::LogOn(const std::string &profile)
 {
-    Ref<IMAPISession> session;
+    ComPtr<IMAPISession> session;
     EXPECT_CODE(MAPILogonEx(0, Narrow(profile.c_str()), nullptr,
                             MAPI_EXTENDED | MAPI_NEW_SESSION | MAPI_EXPLICIT_PROFILE, session.put()),
                 S_OK);
     return session;
 }
 
-Ref<IAddrBook> SiteTest::OpenBook(const Ref<IMAPISession> &session)
+ComPtr<IAddrBook> SiteTest::OpenBook(const ComPtr<IMAPISession> &session)
 {
-    Ref<IAddrBook> book;
+    ComPtr<IAddrBook> book;
     EXPECT_CODE(session->OpenAddressBook(0, nullptr, AB_NO_DIALOG, book.put()), S_OK);
     return book;
 }
 
-Ref<IProfAdmin> SiteTest::Admin()
+ComPtr<IProfAdmin> SiteTest::Admin()
 {
-    Ref<IProfAdmin> admin;
+    ComPtr<IProfAdmin> admin;
     EXPECT_CODE(MAPIAdminProfiles(0, admin.put()), S_OK);
     return admin;
 }
 
-Ref<IMsgServiceAdmin> SiteTest::Services(const Ref<IProfAdmin> &admin, const char *profile)
+ComPtr<IMsgServiceAdmin> SiteTest::Services(const ComPtr<IProfAdmin> &admin, const char *profile)
 {
-    Ref<IMsgServiceAdmin> services;
+    ComPtr<IMsgServiceAdmin> services;
     EXPECT_CODE(admin->AdminServices(Narrow(profile), Narrow(""), 0, 0, services.put()), S_OK);
     return services;
 }
 
-MAPIUID SiteTest::ServiceUid(const Ref<IMsgServiceAdmin> &services)
+MAPIUID SiteTest::ServiceUid(const ComPtr<IMsgServiceAdmin> &services)
 {
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     EXPECT_CODE(services->GetMsgServiceTable(0, table.put()), S_OK);
     const Rows rows = AllRows(table.get(), {PR_SERVICE_UID});
     MAPIUID uid{};
@@ -206,7 +205,7 @@ MAPIUID SiteTest::ServiceUid(const Ref<IMsgServiceAdmin> &services)
 
 std::vector<std::string> SiteTest::ProfileNames()
 {
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     EXPECT_CODE(Admin()->GetProfileTable(0, table.put()), S_OK);
     const Rows rows = AllRows(table.get(), {PR_DISPLAY_NAME_A});
     std::vector<std::string> names;

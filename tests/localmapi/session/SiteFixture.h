@@ -1,11 +1,11 @@
 // A site of a few people in a file of its own, found through LOCALMAPI_FILE, and what the tests of sessions, profiles
 // and the address book use again and again. At the end of each test no object and no block of MAPI's is left.
 #pragma once
-#include "ComObject.h"
 #include "Environment.h"
-#include "Memory.h"
-#include "localmapi/storage/directory.h"
-#include "localmapi/storage/profiles.h"
+#include "localmapi/provider/base/ComObject.h"
+#include "localmapi/provider/base/Memory.h"
+#include "localmapi/storage/Directory.h"
+#include "localmapi/storage/Profiles.h"
 
 #include <gtest/gtest.h>
 
@@ -70,15 +70,15 @@ class SiteTest : public testing::Test
     void TearDown() override;
 
     std::string PathOf(const std::string &name) const;
-    storage::Site OpenedSite() const { return storage::Site::open(m_file); }
+    storage::Site OpenedSite() const { return storage::Site::Open(m_file); }
     // A profile "Work" or of another name for a user, ready to log on with.
     void AddProfile(const std::string &name = "Work", const std::string &user = "alice", bool makeDefault = false);
-    Ref<IMAPISession> LogOn(const std::string &profile = "Work");
-    Ref<IAddrBook> OpenBook(const Ref<IMAPISession> &session);
-    Ref<IProfAdmin> Admin();
-    Ref<IMsgServiceAdmin> Services(const Ref<IProfAdmin> &admin, const char *profile);
+    ComPtr<IMAPISession> LogOn(const std::string &profile = "Work");
+    ComPtr<IAddrBook> OpenBook(const ComPtr<IMAPISession> &session);
+    ComPtr<IProfAdmin> Admin();
+    ComPtr<IMsgServiceAdmin> Services(const ComPtr<IProfAdmin> &admin, const char *profile);
     // The first service of the profile.
-    MAPIUID ServiceUid(const Ref<IMsgServiceAdmin> &services);
+    MAPIUID ServiceUid(const ComPtr<IMsgServiceAdmin> &services);
     std::vector<std::string> ProfileNames();
 
     std::filesystem::path m_folder;

@@ -1,7 +1,7 @@
 // A folder of a test's own with a site in it, found through LOCALMAPI_FILE.
 #pragma once
 #include "Environment.h"
-#include "localmapi/storage/directory.h"
+#include "localmapi/storage/Directory.h"
 
 #include <filesystem>
 #include <optional>
@@ -21,7 +21,7 @@ class SiteFolder
         std::filesystem::create_directories(m_folder);
         const auto text = (m_folder / "site.db").u8string();
         const std::string file(text.begin(), text.end());
-        storage::Directory(storage::Site::create(file, "NORVIK1", "Norvik")).addUser("alice", "Alice Archer");
+        storage::Directory(storage::Site::Create(file, "NORVIK1", "Norvik")).AddUser("alice", "Alice Archer");
         m_variable.emplace("LOCALMAPI_FILE", file);
     }
     SiteFolder(const SiteFolder &) = delete;

@@ -1,7 +1,6 @@
 // Text between a client's two widths and UTF-8 inside, valid and broken.
-#include "Text.h"
-
-#include "Memory.h"
+#include "localmapi/provider/base/Text.h"
+#include "localmapi/provider/base/Memory.h"
 
 #include <gtest/gtest.h>
 

@@ -35,7 +35,7 @@ TEST_F(Threads, SessionsOfTheirOwn)
             {
                 const auto session = LogOn();
                 ASSERT_TRUE(session);
-                Ref<IMAPITable> table;
+                ComPtr<IMAPITable> table;
                 EXPECT_CODE(session->GetMsgStoresTable(0, table.put()), S_OK);
                 EXPECT_EQ(AllRows(table.get(), {PR_ENTRYID}).count(), 1u);
                 EXPECT_CODE(session->Logoff(0, 0, 0), S_OK);
@@ -52,7 +52,7 @@ TEST_F(Threads, OneSessionShared)
     const auto book = OpenBook(session);
     InParallel(6, [&](int thread) {
         for (int round = 0; round < 10; ++round) {
-            Ref<IUnknown> object;
+            ComPtr<IUnknown> object;
             EXPECT_CODE(book->OpenEntry(0, nullptr, nullptr, 0, nullptr, object.put()), S_OK);
             auto values = NewRoot<SPropValue>(1);
             values->ulPropTag = PR_DISPLAY_NAME_A;
@@ -63,9 +63,9 @@ TEST_F(Threads, OneSessionShared)
             if (thread % 2 == 0) {
                 EXPECT_NE(LastError(book.get(), MAPI_E_NOT_FOUND), "");
             }
-            Ref<IMsgServiceAdmin> services;
+            ComPtr<IMsgServiceAdmin> services;
             EXPECT_CODE(session->AdminServices(0, services.put()), S_OK);
-            Ref<IProfSect> section;
+            ComPtr<IProfSect> section;
             EXPECT_CODE(services->OpenProfileSection(nullptr, nullptr, MAPI_MODIFY, section.put()), S_OK);
             EXPECT_EQ(TextOf(section.get(), PR_PROFILE_NAME_A), "Work");
         }

@@ -30,8 +30,8 @@ std::string Folder::file(const std::string &name) const
 }
 
 SiteTest::SiteTest()
-    : site(Site::create(folder.file("site.db"), "NORVIK1", "Norvik")), objects(site),
-      alice(Directory(site).addUser("alice", "Alice Archer")), box(Directory(site).mailbox(alice.mailbox))
+    : site(Site::Create(folder.file("site.db"), "NORVIK1", "Norvik")), objects(site),
+      alice(Directory(site).AddUser("alice", "Alice Archer")), box(Directory(site).GetMailbox(alice.mailbox))
 {
 }
 
@@ -42,23 +42,23 @@ MessageChanges SiteTest::message(const std::string &subject, const PropertyBag &
     MessageChanges content;
     content.properties.set = {{kMessageClass, std::string("IPM.Note")}, {kSubject, subject}};
     for (const Property &property : more)
-        content.properties.set.set(property.tag, property.value);
+        content.properties.set.Set(property.tag, property.value);
     return content;
 }
 
 ObjectId SiteTest::add(const std::string &subject, const PropertyBag &more)
 {
-    return objects.createMessage(box.inbox, message(subject, more));
+    return objects.CreateMessage(box.inbox, message(subject, more));
 }
 
 std::vector<std::string> SiteTest::subjects(const View &view) const
 {
-    return subjectsOf(view.read(Place::beginning(), Direction::Forward, 1000, {kSubject}));
+    return subjectsOf(view.Read(Place::beginning(), Direction::Forward, 1000, {kSubject}));
 }
 
 void SiteTest::expectSound() const
 {
-    for (const Finding &finding : check(site, false))
+    for (const Finding &finding : Check(site, false))
         ADD_FAILURE() << finding.text;
 }
 
@@ -78,7 +78,7 @@ std::optional<Fault> faultOf(const std::function<void()> &work)
         work();
     } catch (const Error &error) {
         EXPECT_STRNE(error.what(), "");
-        return error.fault();
+        return error.GetFault();
     }
     return {};
 }

@@ -1,9 +1,9 @@
 // A site of its own for every test, in a folder that goes with it, and short ways to fill it.
 #pragma once
-#include "localmapi/storage/check.h"
-#include "localmapi/storage/directory.h"
-#include "localmapi/storage/profiles.h"
-#include "localmapi/storage/view.h"
+#include "localmapi/storage/Check.h"
+#include "localmapi/storage/Directory.h"
+#include "localmapi/storage/Profiles.h"
+#include "localmapi/storage/View.h"
 #include <filesystem>
 #include <functional>
 #include <gmock/gmock.h>
@@ -49,7 +49,7 @@ class SiteTest : public testing::Test
     ObjectId add(const std::string &subject, const PropertyBag &more = {});
     Container inbox() const { return {Container::Kind::Contents, box.inbox}; }
     std::vector<std::string> subjects(const View &view) const;
-    void expectSound() const; // check() has nothing to say
+    void expectSound() const; // Check() has nothing to say
 
     Folder folder;
     Site site;

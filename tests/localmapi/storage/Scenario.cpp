@@ -9,7 +9,7 @@ namespace
 
 Mailbox boxOf(Site site, const std::string &alias)
 {
-    return Directory(site).mailbox(Directory(site).userByAlias(alias).value().mailbox);
+    return Directory(site).GetMailbox(Directory(site).UserByAlias(alias).value().mailbox);
 }
 
 MessageChanges mail(const std::string &subject, std::size_t data = 0)
@@ -30,7 +30,7 @@ std::vector<ObjectId> messagesIn(Site site, ObjectId folder)
 {
     std::vector<ObjectId> ids;
     View view(site, {Container::Kind::Contents, folder});
-    for (const Row &row : view.read(Place::beginning(), Direction::Forward, 1000, {}))
+    for (const Row &row : view.Read(Place::beginning(), Direction::Forward, 1000, {}))
         ids.push_back(row.id);
     return ids;
 }
@@ -56,17 +56,17 @@ void writeFolder(std::ostream &text, Site site, ObjectId folder, const std::stri
 {
     Objects objects(site);
     text << indent << "folder";
-    write(text, objects.read(folder));
+    write(text, objects.Read(folder));
     for (ObjectId id : messagesIn(site, folder)) {
         text << indent << " message";
-        write(text, objects.read(id));
-        for (const PropertyBag &recipient : objects.recipients(id))
+        write(text, objects.Read(id));
+        for (const PropertyBag &recipient : objects.Recipients(id))
             write(text << indent << "  to", recipient);
-        for (const ObjectInfo &attachment : objects.attachments(id))
-            write(text << indent << "  attachment", objects.read(attachment.id));
+        for (const ObjectInfo &attachment : objects.Attachments(id))
+            write(text << indent << "  attachment", objects.Read(attachment.id));
     }
     View folders(site, {Container::Kind::Folders, folder});
-    for (const Row &row : folders.read(Place::beginning(), Direction::Forward, 1000, {}))
+    for (const Row &row : folders.Read(Place::beginning(), Direction::Forward, 1000, {}))
         writeFolder(text, site, row.id, indent + " ");
 }
 
@@ -74,20 +74,20 @@ void writeFolder(std::ostream &text, Site site, ObjectId folder, const std::stri
 
 void makeScenarioSite(const std::string &path)
 {
-    Site site = Site::create(path, "NORVIK1", "Norvik");
-    Directory(site).addUser("alice", "Alice Archer");
+    Site site = Site::Create(path, "NORVIK1", "Norvik");
+    Directory(site).AddUser("alice", "Alice Archer");
     Mailbox box = boxOf(site, "alice");
-    Objects(site).createMessages(
+    Objects(site).CreateMessages(
         {{box.inbox, mail("one")}, {box.inbox, mail("two!", 300000)}, {box.inbox, mail("three")}});
 }
 
 const std::vector<Step> &scenarioSteps()
 {
     static const std::vector<Step> kSteps = {
-        [](Site site) { Objects(site).createMessage(boxOf(site, "alice").inbox, mail("new mail", 400000)); },
+        [](Site site) { Objects(site).CreateMessage(boxOf(site, "alice").inbox, mail("new mail", 400000)); },
         [](Site site) {
             ObjectId inbox = boxOf(site, "alice").inbox;
-            Objects(site).setRead({messagesIn(site, inbox).at(0), messagesIn(site, inbox).at(1)}, true);
+            Objects(site).SetRead({messagesIn(site, inbox).at(0), messagesIn(site, inbox).at(1)}, true);
         },
         [](Site site) {
             MessageChanges changes;
@@ -95,17 +95,17 @@ const std::vector<Step> &scenarioSteps()
             changes.properties.remove = {kSubject};
             changes.recipients = std::vector<PropertyBag>{};
             changes.attachments = {{3, false, {{{kAttachData, Bytes(9000)}}, {}}, nullptr}};
-            Objects(site).changeMessage(messagesIn(site, boxOf(site, "alice").inbox).at(2), changes);
+            Objects(site).ChangeMessage(messagesIn(site, boxOf(site, "alice").inbox).at(2), changes);
         },
         [](Site site) {
             Mailbox box = boxOf(site, "alice");
-            Objects(site).moveMessages(messagesIn(site, box.inbox), box.deletedItems);
+            Objects(site).MoveMessages(messagesIn(site, box.inbox), box.deletedItems);
         },
-        [](Site site) { Directory(site).addUser("bob", "Bob Baker"); },
+        [](Site site) { Directory(site).AddUser("bob", "Bob Baker"); },
         [](Site site) {
             Mailbox box = boxOf(site, "alice");
             std::vector<ObjectId> ids = messagesIn(site, box.deletedItems);
-            Objects(site).copyMessages(ids, boxOf(site, "bob").inbox);
+            Objects(site).CopyMessages(ids, boxOf(site, "bob").inbox);
         },
         // A message that was not saved before is sent: to two Inboxes, with a copy and a report that holds it.
         [](Site site) {
@@ -116,28 +116,28 @@ const std::vector<Step> &scenarioSteps()
             report.attachments = {{0, false, {{{kAttachName, std::string("sent")}}, {}}, nullptr}};
             sent.destinations = {{alice.inbox, {}, report}, {bob.inbox, {}, {}}, {alice.inbox, {}, {}}};
             sent.destinations.push_back({alice.sentItems, {}, {}});
-            Objects(site).dispatch(sent);
+            Objects(site).Send(sent);
         },
         // One that was: it moves on, and a copy arrives.
         [](Site site) {
             Mailbox alice = boxOf(site, "alice"), bob = boxOf(site, "bob");
             Dispatch forwarded;
             forwarded.message = messagesIn(site, alice.sentItems).at(0);
-            forwarded.content.properties.set.set(kSubject, std::string("forwarded"));
+            forwarded.content.properties.set.Set(kSubject, std::string("forwarded"));
             forwarded.destinations = {{bob.inbox, {}, {}}, {alice.deletedItems, {}, {}}};
-            forwarded.destinations[0].changes.properties.set.set(kMessageFlags, std::int32_t{0});
-            Objects(site).dispatch(forwarded);
+            forwarded.destinations[0].changes.properties.set.Set(kMessageFlags, std::int32_t{0});
+            Objects(site).Send(forwarded);
         },
-        [](Site site) { Profiles(site).create("Voicemail"); },
+        [](Site site) { Profiles(site).Create("Voicemail"); },
         [](Site site) {
-            Profiles(site).changeSection("Voicemail", Guid{1}, {{kDisplayName, std::string("NORVIK1")}});
+            Profiles(site).ChangeSection("Voicemail", Guid{1}, {{kDisplayName, std::string("NORVIK1")}});
         },
-        [](Site site) { Objects(site).removeAllMessages(boxOf(site, "alice").deletedItems); },
+        [](Site site) { Objects(site).RemoveAllMessages(boxOf(site, "alice").deletedItems); },
         [](Site site) {
-            Objects(site).createFolder(boxOf(site, "bob").inbox, {{kDisplayName, std::string("Old")}});
+            Objects(site).CreateFolder(boxOf(site, "bob").inbox, {{kDisplayName, std::string("Old")}});
         },
-        [](Site site) { Objects(site).setAllRead(boxOf(site, "bob").inbox, true); },
-        [](Site site) { Profiles(site).remove("Voicemail"); },
+        [](Site site) { Objects(site).SetAllRead(boxOf(site, "bob").inbox, true); },
+        [](Site site) { Profiles(site).Remove("Voicemail"); },
     };
     return kSteps;
 }
@@ -145,13 +145,13 @@ const std::vector<Step> &scenarioSteps()
 std::string stateOf(Site site)
 {
     std::ostringstream text;
-    for (const User &user : Directory(site).users()) {
+    for (const User &user : Directory(site).Users()) {
         text << "user " << user.alias << "\n";
-        writeFolder(text, site, Directory(site).mailbox(user.mailbox).root, " ");
+        writeFolder(text, site, Directory(site).GetMailbox(user.mailbox).root, " ");
     }
-    for (const Profile &profile : Profiles(site).list()) {
+    for (const Profile &profile : Profiles(site).List()) {
         text << "profile " << profile.name << profile.isDefault;
-        write(text, Profiles(site).section(profile.name, Guid{1}));
+        write(text, Profiles(site).Section(profile.name, Guid{1}));
     }
     return text.str();
 }

@@ -1,7 +1,7 @@
 // Proves that waiting for changes ends with a commit of whoever, with a wake-up, and with a file that appears late.
 #include "Fixture.h"
-#include "localmapi/storage/change_signal.h"
-#include "localmapi/storage/changes.h"
+#include "localmapi/storage/ChangeSignal.h"
+#include "localmapi/storage/EntryReader.h"
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -21,26 +21,26 @@ TEST_F(Signalled, AWaitEndsWithACommitOfWhoeverAndWithAWakeUp)
 {
     constexpr std::chrono::seconds kBound{60};
     ChangeSignal signal;
-    ASSERT_TRUE(signal.listen({site.path()}));
-    ChangeLog log(site);
+    ASSERT_TRUE(signal.Listen({site.Path()}));
+    EntryReader reader(site);
     auto begun = std::chrono::steady_clock::now();
-    std::thread writer([&] { Objects(Site::open(site.path())).createMessage(box.inbox, {}); });
-    while (log.next().empty())
-        signal.wait(kBound);
+    std::thread writer([&] { Objects(Site::Open(site.Path())).CreateMessage(box.inbox, {}); });
+    while (reader.Next().empty())
+        signal.Wait(kBound);
     writer.join();
-    std::thread waker([&] { signal.wake(); });
-    signal.wait(kBound);
+    std::thread waker([&] { signal.Wake(); });
+    signal.Wait(kBound);
     waker.join();
     EXPECT_LT(std::chrono::steady_clock::now() - begun, kBound);
-    EXPECT_TRUE(signal.listen({}));
-    signal.wait(std::chrono::milliseconds(1));
+    EXPECT_TRUE(signal.Listen({}));
+    signal.Wait(std::chrono::milliseconds(1));
 }
 
 TEST_F(Signalled, AFileOfWhichTheSystemTellsNothingIsLookedAt)
 {
     ChangeSignal signal;
-    EXPECT_FALSE(signal.listen({folder.file("nowhere/site.db")}));
-    ChangeSignal::announce(folder.file("nowhere/site.db"));
+    EXPECT_FALSE(signal.Listen({folder.file("nowhere/site.db")}));
+    ChangeSignal::Announce(folder.file("nowhere/site.db"));
     constexpr std::chrono::seconds kBound{60};
     auto begun = std::chrono::steady_clock::now();
     std::thread maker([&] {
@@ -48,10 +48,10 @@ TEST_F(Signalled, AFileOfWhichTheSystemTellsNothingIsLookedAt)
         std::filesystem::create_directory(later);
         std::ofstream(later / "site.db") << "here";
     });
-    signal.wait(kBound);
+    signal.Wait(kBound);
     maker.join();
     EXPECT_LT(std::chrono::steady_clock::now() - begun, kBound);
-    EXPECT_TRUE(signal.listen({site.path()}));
+    EXPECT_TRUE(signal.Listen({site.Path()}));
 }
 
 } // namespace

@@ -19,14 +19,14 @@ class Checks : public SiteTest
         MessageChanges content = message("m", {{kBody, std::string(30000, 'b')}});
         content.recipients = std::vector<PropertyBag>{{{kDisplayName, std::string("Ann")}}};
         content.attachments = {{0, false, {{{kAttachData, Bytes(600000)}}, {}}, nullptr}};
-        id = objects.createMessage(box.inbox, content);
+        id = objects.CreateMessage(box.inbox, content);
         other = add("other", {{kMessageFlags, kFlagRead}});
     }
     // Changes the file behind the back of the storage layer.
     void damage(const std::string &sql)
     {
         sqlite3 *handle = nullptr;
-        ASSERT_EQ(sqlite3_open(site.path().c_str(), &handle), SQLITE_OK);
+        ASSERT_EQ(sqlite3_open(site.Path().c_str(), &handle), SQLITE_OK);
         char *text = nullptr;
         EXPECT_EQ(sqlite3_exec(handle, sql.c_str(), nullptr, nullptr, &text), SQLITE_OK) << (text ? text : "");
         EXPECT_GT(sqlite3_total_changes(handle), 0) << sql;
@@ -35,7 +35,7 @@ class Checks : public SiteTest
     std::string told(bool repair)
     {
         std::string all;
-        for (const Finding &finding : check(site, repair))
+        for (const Finding &finding : Check(site, repair))
             all += finding.text + (finding.repaired ? " (repaired)\n" : "\n");
         return all;
     }
@@ -46,7 +46,7 @@ class Checks : public SiteTest
 TEST_F(Checks, EveryStepIsTold)
 {
     std::vector<std::uint64_t> told;
-    EXPECT_TRUE(check(site, false, [&](std::uint64_t done) { told.push_back(done); }).empty());
+    EXPECT_TRUE(Check(site, false, [&](std::uint64_t done) { told.push_back(done); }).empty());
     ASSERT_EQ(told.size(), kCheckSteps);
     for (std::uint64_t step = 0; step < kCheckSteps; ++step)
         EXPECT_EQ(told[step], step + 1);
@@ -55,9 +55,9 @@ TEST_F(Checks, EveryStepIsTold)
 TEST_F(Checks, OfASoundFileFindNothing)
 {
     EXPECT_EQ(told(false), "");
-    ChangeNumber before = site.changeNumber();
+    ChangeNumber before = site.GetChangeNumber();
     EXPECT_EQ(told(true), "");
-    EXPECT_GE(site.changeNumber(), before);
+    EXPECT_GE(site.GetChangeNumber(), before);
 }
 
 TEST_F(Checks, FindAndRepairWhatIsWrong)
@@ -90,8 +90,8 @@ TEST_F(Checks, FindAndRepairWhatIsWrong)
         EXPECT_EQ(told(false), before) << one.sql; // looking changes nothing
         EXPECT_THAT(told(true), HasSubstr(std::string(one.finding))) << one.sql;
         EXPECT_EQ(told(false), "") << one.sql;
-        EXPECT_TRUE(objects.find(id)) << one.sql;
-        EXPECT_NO_THROW(objects.read(id)) << one.sql;
+        EXPECT_TRUE(objects.Find(id)) << one.sql;
+        EXPECT_NO_THROW(objects.Read(id)) << one.sql;
     }
     EXPECT_NO_THROW(add("later"));
     EXPECT_EQ(told(false), "");
@@ -110,8 +110,8 @@ TEST_F(Checks, RepairSeveralThingsAtOnce)
     damage("DELETE FROM facet; UPDATE object SET size = 0; DELETE FROM stream");
     EXPECT_NE(told(true), "");
     EXPECT_EQ(told(false), "");
-    EXPECT_EQ(View(site, inbox()).count(), 2u);
-    EXPECT_EQ(*objects.read(other).get<std::string>(kSubject), "other");
+    EXPECT_EQ(View(site, inbox()).Count(), 2u);
+    EXPECT_EQ(*objects.Read(other).get<std::string>(kSubject), "other");
 }
 
 } // namespace

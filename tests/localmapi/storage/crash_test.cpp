@@ -39,7 +39,7 @@ class Crashes : public testing::Test
     // The states before the first step and after each one.
     std::vector<std::string> states()
     {
-        Site site = Site::open(freshCopy());
+        Site site = Site::Open(freshCopy());
         std::vector<std::string> states{stateOf(site)};
         for (const Step &step : scenarioSteps()) {
             step(site);
@@ -50,7 +50,7 @@ class Crashes : public testing::Test
     }
     static void expectSound(const std::string &path)
     {
-        for (const Finding &finding : check(Site::open(path), false))
+        for (const Finding &finding : Check(Site::Open(path), false))
             ADD_FAILURE() << finding.text;
     }
     static std::size_t linesIn(const std::string &path)
@@ -77,13 +77,13 @@ TEST_F(Crashes, AFullDiskAtAnyWriteLeavesEachStepDoneOrUndone)
         std::string path = freshCopy();
         std::size_t done = 0;
         {
-            Site site = Site::open(path);
+            Site site = Site::Open(path);
             setWriteFault(WriteFault::DiskFull, n);
             struck = false;
             for (const Step &step : scenarioSteps()) {
                 std::optional<Fault> fault = faultOf([&] { step(site); });
                 if (fault) {
-                    EXPECT_EQ(*fault, Fault::Full) << faultName(*fault) << " at write " << n;
+                    EXPECT_EQ(*fault, Fault::Full) << FaultName(*fault) << " at write " << n;
                     struck = true;
                     break;
                 }
@@ -108,7 +108,7 @@ TEST_F(Crashes, ASiteThatThereIsNoRoomForIsNotThere)
     for (int n = 1;; ++n) {
         std::string path = folder.file("new.db");
         setWriteFault(WriteFault::DiskFull, n);
-        std::optional<Fault> fault = faultOf([&] { Site::create(path, "S", "O"); });
+        std::optional<Fault> fault = faultOf([&] { Site::Create(path, "S", "O"); });
         setWriteFault(WriteFault::None, 0);
         if (!fault) {
             EXPECT_GT(n, 3);
@@ -116,7 +116,7 @@ TEST_F(Crashes, ASiteThatThereIsNoRoomForIsNotThere)
         }
         EXPECT_EQ(*fault, Fault::Full) << n;
         EXPECT_FALSE(fs::exists(pathOf(path))) << n;
-        EXPECT_NO_THROW(Site::create(path, "S", "O")) << n;
+        EXPECT_NO_THROW(Site::Create(path, "S", "O")) << n;
         fs::remove(pathOf(path));
     }
 }
@@ -133,13 +133,13 @@ TEST_F(Crashes, AProcessThatEndsAtAnyWriteLeavesWhatItReported)
         ended = worker.wait();
         ASSERT_TRUE(ended == 42 || ended == 0) << ended;
         std::size_t done = linesIn(report);
-        Site site = Site::open(path);
+        Site site = Site::Open(path);
         std::string state = stateOf(site);
         if (ended == 0)
             EXPECT_EQ(done, scenarioSteps().size());
         else
             EXPECT_TRUE(state == expected[done] || state == expected.at(done + 1)) << "write " << n << ", " << done;
-        for (const Finding &finding : check(site, false))
+        for (const Finding &finding : Check(site, false))
             ADD_FAILURE() << "write " << n << ": " << finding.text;
         ++rounds;
     }
@@ -162,13 +162,13 @@ TEST_F(Crashes, AProcessThatIsKilledAtAnyMomentLeavesWhatItReported)
             worker.wait();
         }
         std::size_t done = linesIn(report);
-        Site site = Site::open(path);
+        Site site = Site::Open(path);
         View view(site, {Container::Kind::Contents,
-                         Directory(site).mailbox(Directory(site).userByAlias("alice")->mailbox).inbox});
-        std::size_t count = static_cast<std::size_t>(view.count());
+                         Directory(site).GetMailbox(Directory(site).UserByAlias("alice")->mailbox).inbox});
+        std::size_t count = static_cast<std::size_t>(view.Count());
         EXPECT_GE(count, before + done);
         EXPECT_LE(count, before + done + 1);
-        for (const Row &row : view.read(Place::beginning(), Direction::Forward, 100000, {kSubject}))
+        for (const Row &row : view.Read(Place::beginning(), Direction::Forward, 100000, {kSubject}))
             ASSERT_TRUE(std::holds_alternative<std::string>(row.values[0]));
         expectSound(path);
         before = count;
@@ -181,16 +181,16 @@ TEST_F(Crashes, ProcessesThatWriteAtOnceLoseNothing)
     constexpr int kEach = 40;
     Process first(theProgram, {"--append", path, folder.file("r1"), std::to_string(kEach)});
     Process second(theProgram, {"--append", path, folder.file("r2"), std::to_string(kEach)});
-    Site site = Site::open(path);
-    Mailbox box = Directory(site).mailbox(Directory(site).userByAlias("alice")->mailbox);
+    Site site = Site::Open(path);
+    Mailbox box = Directory(site).GetMailbox(Directory(site).UserByAlias("alice")->mailbox);
     for (int i = 0; i < kEach; ++i) {
         MessageChanges content;
-        content.properties.set.set(kSubject, "here " + std::to_string(i));
-        Objects(site).createMessage(box.inbox, content);
+        content.properties.set.Set(kSubject, "here " + std::to_string(i));
+        Objects(site).CreateMessage(box.inbox, content);
     }
     EXPECT_EQ(first.wait(), 0);
     EXPECT_EQ(second.wait(), 0);
-    EXPECT_EQ(View(site, {Container::Kind::Contents, box.inbox}).count(), 3u + 3 * kEach);
+    EXPECT_EQ(View(site, {Container::Kind::Contents, box.inbox}).Count(), 3u + 3 * kEach);
     expectSound(path);
 }
 
@@ -199,7 +199,7 @@ int workOn(const std::string &what, const std::string &path, const std::string &
 {
     std::ofstream lines(pathOf(report), std::ios::app);
     if (what == "--scenario") {
-        Site site = Site::open(path);
+        Site site = Site::Open(path);
         setWriteFault(WriteFault::Exit, n);
         for (const Step &step : scenarioSteps()) {
             step(site);
@@ -207,14 +207,14 @@ int workOn(const std::string &what, const std::string &path, const std::string &
         }
         return 0;
     }
-    Site site = Site::open(path);
-    Mailbox box = Directory(site).mailbox(Directory(site).userByAlias("alice")->mailbox);
+    Site site = Site::Open(path);
+    Mailbox box = Directory(site).GetMailbox(Directory(site).UserByAlias("alice")->mailbox);
     for (int i = 0; i < n; ++i) {
         MessageChanges content;
-        content.properties.set.set(kSubject, "message " + std::to_string(i));
+        content.properties.set.Set(kSubject, "message " + std::to_string(i));
         content.attachments = {
             {0, false, {{{kAttachData, Bytes(static_cast<std::size_t>(i % 5) * 100000)}}, {}}, nullptr}};
-        Objects(site).createMessage(box.inbox, content);
+        Objects(site).CreateMessage(box.inbox, content);
         lines << "done" << std::endl;
     }
     return 0;

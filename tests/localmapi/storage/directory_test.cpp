@@ -26,36 +26,36 @@ TEST_F(DirectoryTest, AUserHasANameAnAddressAndAMailbox)
                    {box.deletedItems, box.ipmSubtree, "Deleted Items"},
                    {box.calendar, box.ipmSubtree, "Calendar"}};
     for (const auto &one : folders) {
-        EXPECT_EQ(objects.info(one.folder).parent, one.parent) << one.name;
-        EXPECT_EQ(*objects.read(one.folder).get<std::string>(kDisplayName), one.name);
-        EXPECT_EQ(Directory(site).mailboxOf(one.folder), box.id);
+        EXPECT_EQ(objects.Info(one.folder).parent, one.parent) << one.name;
+        EXPECT_EQ(*objects.Read(one.folder).get<std::string>(kDisplayName), one.name);
+        EXPECT_EQ(Directory(site).MailboxOf(one.folder), box.id);
     }
-    PropertyBag bag = objects.read(alice.id);
+    PropertyBag bag = objects.Read(alice.id);
     EXPECT_EQ(*bag.get<std::string>(kAddressType), "EX");
     EXPECT_EQ(*bag.get<std::string>(kEmailAddress), alice.dn);
     EXPECT_EQ(*bag.get<std::string>(kAccount), "alice");
     EXPECT_EQ(*bag.get<std::string>(kSmtpAddress), alice.smtp);
-    EXPECT_FALSE(Directory(site).mailboxOf(alice.id));
-    EXPECT_FALSE(Directory(site).mailboxOf(999999));
-    EXPECT_EQ(faultOf([&] { Directory(site).mailbox(999999); }), Fault::NotFound);
+    EXPECT_FALSE(Directory(site).MailboxOf(alice.id));
+    EXPECT_FALSE(Directory(site).MailboxOf(999999));
+    EXPECT_EQ(faultOf([&] { Directory(site).GetMailbox(999999); }), Fault::NotFound);
 }
 
 TEST_F(DirectoryTest, UsersAreFoundByAliasNameAndAddressWhateverTheCase)
 {
     Directory directory(site);
-    User bob = directory.addUser("Bob", "Bob \xc3\x84pfel", "Bob@Else.example", true);
-    for (auto found :
-         {directory.userByAlias("BOB"), directory.userBySmtp("bob@ELSE.example"),
-          directory.userByDn("/O=NORVIK/ou=first administrative group/cn=recipients/cn=bob"), directory.user(bob.id)}) {
+    User bob = directory.AddUser("Bob", "Bob \xc3\x84pfel", "Bob@Else.example", true);
+    for (auto found : {directory.UserByAlias("BOB"), directory.UserBySmtp("bob@ELSE.example"),
+                       directory.UserByDn("/O=NORVIK/ou=first administrative group/cn=recipients/cn=bob"),
+                       directory.GetUser(bob.id)}) {
         ASSERT_TRUE(found);
         EXPECT_EQ(found->id, bob.id);
         EXPECT_EQ(found->name, "Bob \xc3\x84pfel");
         EXPECT_EQ(found->mailbox, bob.mailbox);
         EXPECT_TRUE(found->service);
     }
-    EXPECT_FALSE(directory.userByAlias("carol"));
-    EXPECT_FALSE(directory.userByAlias(""));
-    std::vector<User> users = directory.users();
+    EXPECT_FALSE(directory.UserByAlias("carol"));
+    EXPECT_FALSE(directory.UserByAlias(""));
+    std::vector<User> users = directory.Users();
     ASSERT_EQ(users.size(), 2u);
     EXPECT_EQ(users[1].alias, "Bob");
 }
@@ -63,49 +63,49 @@ TEST_F(DirectoryTest, UsersAreFoundByAliasNameAndAddressWhateverTheCase)
 TEST_F(DirectoryTest, NobodyIsThereTwice)
 {
     Directory directory(site);
-    EXPECT_EQ(faultOf([&] { directory.addUser("ALICE", "Another"); }), Fault::Collision);
-    EXPECT_EQ(faultOf([&] { directory.addUser("al", "Another", "Alice@norvik.example"); }), Fault::Collision);
-    EXPECT_EQ(faultOf([&] { directory.addContact("Al", "alice@norvik.EXAMPLE"); }), Fault::Collision);
+    EXPECT_EQ(faultOf([&] { directory.AddUser("ALICE", "Another"); }), Fault::Collision);
+    EXPECT_EQ(faultOf([&] { directory.AddUser("al", "Another", "Alice@norvik.example"); }), Fault::Collision);
+    EXPECT_EQ(faultOf([&] { directory.AddContact("Al", "alice@norvik.EXAMPLE"); }), Fault::Collision);
     for (const char *alias : {"", "a b", "a/b", "a=b", "a@b"})
-        EXPECT_EQ(faultOf([&] { directory.addUser(alias, "A"); }), Fault::Invalid) << alias;
-    EXPECT_EQ(directory.users().size(), 1u);
-    EXPECT_EQ(directory.addUser("nameless", "").name, "nameless");
+        EXPECT_EQ(faultOf([&] { directory.AddUser(alias, "A"); }), Fault::Invalid) << alias;
+    EXPECT_EQ(directory.Users().size(), 1u);
+    EXPECT_EQ(directory.AddUser("nameless", "").name, "nameless");
 }
 
 TEST_F(DirectoryTest, ContactsHaveANameAndAnAddressElsewhere)
 {
     Directory directory(site);
-    Contact zed = directory.addContact("zed", "z@else.example");
-    Contact ann = directory.addContact("Ann", "a@else.example");
-    directory.addContact("Ann", "ann2@else.example"); // names need not differ
-    std::vector<Contact> contacts = directory.contacts();
+    Contact zed = directory.AddContact("zed", "z@else.example");
+    Contact ann = directory.AddContact("Ann", "a@else.example");
+    directory.AddContact("Ann", "ann2@else.example"); // names need not differ
+    std::vector<Contact> contacts = directory.Contacts();
     ASSERT_EQ(contacts.size(), 3u);
     EXPECT_EQ(contacts[0].id, ann.id);
     EXPECT_EQ(contacts[2].id, zed.id);
-    EXPECT_EQ(directory.contact(zed.id)->smtp, "z@else.example");
-    EXPECT_FALSE(directory.contact(alice.id));
-    EXPECT_FALSE(directory.user(zed.id));
-    EXPECT_EQ(*objects.read(zed.id).get<std::string>(kAddressType), "SMTP");
-    EXPECT_EQ(faultOf([&] { directory.addContact("", "x@else.example"); }), Fault::Invalid);
-    EXPECT_EQ(faultOf([&] { directory.addContact("x", ""); }), Fault::Invalid);
+    EXPECT_EQ(directory.GetContact(zed.id)->smtp, "z@else.example");
+    EXPECT_FALSE(directory.GetContact(alice.id));
+    EXPECT_FALSE(directory.GetUser(zed.id));
+    EXPECT_EQ(*objects.Read(zed.id).get<std::string>(kAddressType), "SMTP");
+    EXPECT_EQ(faultOf([&] { directory.AddContact("", "x@else.example"); }), Fault::Invalid);
+    EXPECT_EQ(faultOf([&] { directory.AddContact("x", ""); }), Fault::Invalid);
     for (const char *address : {"x", "@", "x@", "@x", "x@y@z", "x y@z", "x@y\n"}) {
-        EXPECT_EQ(faultOf([&] { directory.addContact("x", address); }), Fault::Invalid) << address;
-        EXPECT_EQ(faultOf([&] { directory.addUser("x", "X", address); }), Fault::Invalid) << address;
+        EXPECT_EQ(faultOf([&] { directory.AddContact("x", address); }), Fault::Invalid) << address;
+        EXPECT_EQ(faultOf([&] { directory.AddUser("x", "X", address); }), Fault::Invalid) << address;
     }
-    EXPECT_FALSE(directory.userByAlias("x"));
+    EXPECT_FALSE(directory.UserByAlias("x"));
 }
 
 TEST_F(DirectoryTest, AMailboxIsOpenToItsOwnerAndToServiceAccounts)
 {
     Directory directory(site);
-    User bob = directory.addUser("bob", "Bob"), vm = directory.addUser("vm", "Voicemail", {}, true);
-    EXPECT_TRUE(directory.mayOpen(alice.id, alice.mailbox));
-    EXPECT_FALSE(directory.mayOpen(bob.id, alice.mailbox));
-    EXPECT_TRUE(directory.mayOpen(vm.id, alice.mailbox));
-    EXPECT_TRUE(directory.mayOpen(vm.id, vm.mailbox));
-    EXPECT_FALSE(directory.mayOpen(alice.id, vm.mailbox));
-    EXPECT_FALSE(directory.mayOpen(vm.id, 999999));
-    EXPECT_FALSE(directory.mayOpen(999999, alice.mailbox));
+    User bob = directory.AddUser("bob", "Bob"), vm = directory.AddUser("vm", "Voicemail", {}, true);
+    EXPECT_TRUE(directory.MayOpen(alice.id, alice.mailbox));
+    EXPECT_FALSE(directory.MayOpen(bob.id, alice.mailbox));
+    EXPECT_TRUE(directory.MayOpen(vm.id, alice.mailbox));
+    EXPECT_TRUE(directory.MayOpen(vm.id, vm.mailbox));
+    EXPECT_FALSE(directory.MayOpen(alice.id, vm.mailbox));
+    EXPECT_FALSE(directory.MayOpen(vm.id, 999999));
+    EXPECT_FALSE(directory.MayOpen(999999, alice.mailbox));
 }
 
 class ProfilesTest : public SiteTest
@@ -114,7 +114,7 @@ class ProfilesTest : public SiteTest
     Profiles profiles{site};
     std::string defaultName() const
     {
-        for (const Profile &profile : profiles.list())
+        for (const Profile &profile : profiles.List())
             if (profile.isDefault)
                 return profile.name;
         return {};
@@ -123,79 +123,79 @@ class ProfilesTest : public SiteTest
 
 TEST_F(ProfilesTest, AreMadeRenamedAndRemoved)
 {
-    profiles.create("Voicemail");
-    profiles.create("another");
-    EXPECT_EQ(faultOf([&] { profiles.create("VOICEMAIL"); }), Fault::Collision);
-    EXPECT_EQ(faultOf([&] { profiles.create(""); }), Fault::Invalid);
-    EXPECT_EQ(profiles.find("voicemail")->name, "Voicemail");
-    EXPECT_FALSE(profiles.find("none"));
-    std::vector<Profile> list = profiles.list();
+    profiles.Create("Voicemail");
+    profiles.Create("another");
+    EXPECT_EQ(faultOf([&] { profiles.Create("VOICEMAIL"); }), Fault::Collision);
+    EXPECT_EQ(faultOf([&] { profiles.Create(""); }), Fault::Invalid);
+    EXPECT_EQ(profiles.Find("voicemail")->name, "Voicemail");
+    EXPECT_FALSE(profiles.Find("none"));
+    std::vector<Profile> list = profiles.List();
     ASSERT_EQ(list.size(), 2u);
     EXPECT_EQ(list[0].name, "another");
-    profiles.rename("voicemail", "VoiceMail");
-    EXPECT_EQ(faultOf([&] { profiles.rename("another", "voicemail"); }), Fault::Collision);
-    EXPECT_EQ(faultOf([&] { profiles.rename("none", "x"); }), Fault::NotFound);
-    EXPECT_EQ(profiles.find("voicemail")->name, "VoiceMail");
-    profiles.remove("VOICEMAIL");
-    EXPECT_EQ(faultOf([&] { profiles.remove("VoiceMail"); }), Fault::NotFound);
-    EXPECT_EQ(profiles.list().size(), 1u);
+    profiles.Rename("voicemail", "VoiceMail");
+    EXPECT_EQ(faultOf([&] { profiles.Rename("another", "voicemail"); }), Fault::Collision);
+    EXPECT_EQ(faultOf([&] { profiles.Rename("none", "x"); }), Fault::NotFound);
+    EXPECT_EQ(profiles.Find("voicemail")->name, "VoiceMail");
+    profiles.Remove("VOICEMAIL");
+    EXPECT_EQ(faultOf([&] { profiles.Remove("VoiceMail"); }), Fault::NotFound);
+    EXPECT_EQ(profiles.List().size(), 1u);
     expectSound();
 }
 
 TEST_F(ProfilesTest, HaveOneDefaultWhichIsTheFirstUntilAnotherIsChosen)
 {
     EXPECT_EQ(defaultName(), "");
-    profiles.create("one");
-    profiles.create("two");
+    profiles.Create("one");
+    profiles.Create("two");
     EXPECT_EQ(defaultName(), "one");
-    profiles.setDefault("TWO");
+    profiles.SetDefault("TWO");
     EXPECT_EQ(defaultName(), "two");
-    EXPECT_EQ(faultOf([&] { profiles.setDefault("none"); }), Fault::NotFound);
+    EXPECT_EQ(faultOf([&] { profiles.SetDefault("none"); }), Fault::NotFound);
     EXPECT_EQ(defaultName(), "two");
-    profiles.remove("two");
+    profiles.Remove("two");
     EXPECT_EQ(defaultName(), "");
-    profiles.setDefault("one");
-    profiles.setDefault("");
+    profiles.SetDefault("one");
+    profiles.SetDefault("");
     EXPECT_EQ(defaultName(), "");
 }
 
 TEST_F(ProfilesTest, KeepSectionsOfProperties)
 {
-    profiles.create("P");
-    profiles.create("Q");
-    EXPECT_TRUE(profiles.section("P", Guid{1}).empty());
-    profiles.changeSection("p", Guid{1}, {{kDisplayName, std::string("NORVIK1")}, {kSubject, std::string(20000, 's')}});
-    profiles.changeSection("P", Guid{1}, {{kDisplayName, std::string("NORVIK2")}}, {kSubject});
-    profiles.changeSection("P", Guid{2}, {{kSubject, std::string(20000, 't')}});
-    EXPECT_EQ(profiles.section("P", Guid{1}).size(), 1u);
-    EXPECT_EQ(*profiles.section("P", Guid{1}).get<std::string>(kDisplayName), "NORVIK2");
-    EXPECT_EQ(profiles.section("P", Guid{2}).get<std::string>(kSubject)->size(), 20000u);
-    EXPECT_TRUE(profiles.section("Q", Guid{1}).empty());
-    EXPECT_EQ(faultOf([&] { profiles.section("none", Guid{1}); }), Fault::NotFound);
-    EXPECT_EQ(faultOf([&] { profiles.changeSection("none", Guid{1}, {}); }), Fault::NotFound);
-    profiles.remove("P");
-    profiles.create("P");
-    EXPECT_TRUE(profiles.section("P", Guid{1}).empty());
+    profiles.Create("P");
+    profiles.Create("Q");
+    EXPECT_TRUE(profiles.Section("P", Guid{1}).empty());
+    profiles.ChangeSection("p", Guid{1}, {{kDisplayName, std::string("NORVIK1")}, {kSubject, std::string(20000, 's')}});
+    profiles.ChangeSection("P", Guid{1}, {{kDisplayName, std::string("NORVIK2")}}, {kSubject});
+    profiles.ChangeSection("P", Guid{2}, {{kSubject, std::string(20000, 't')}});
+    EXPECT_EQ(profiles.Section("P", Guid{1}).size(), 1u);
+    EXPECT_EQ(*profiles.Section("P", Guid{1}).get<std::string>(kDisplayName), "NORVIK2");
+    EXPECT_EQ(profiles.Section("P", Guid{2}).get<std::string>(kSubject)->size(), 20000u);
+    EXPECT_TRUE(profiles.Section("Q", Guid{1}).empty());
+    EXPECT_EQ(faultOf([&] { profiles.Section("none", Guid{1}); }), Fault::NotFound);
+    EXPECT_EQ(faultOf([&] { profiles.ChangeSection("none", Guid{1}, {}); }), Fault::NotFound);
+    profiles.Remove("P");
+    profiles.Create("P");
+    EXPECT_TRUE(profiles.Section("P", Guid{1}).empty());
     expectSound();
 }
 
 TEST_F(ProfilesTest, KeepServicesInTheOrderOfTheirMaking)
 {
-    profiles.create("P");
-    profiles.addService("P", {Guid{9}, "MSEMS", "Microsoft Exchange Server"});
-    profiles.addService("P", {Guid{1}, "CONTAB", "Contacts"});
-    EXPECT_EQ(faultOf([&] { profiles.addService("P", {Guid{9}, "X", "X"}); }), Fault::Collision);
-    EXPECT_EQ(faultOf([&] { profiles.addService("none", {Guid{9}, "X", "X"}); }), Fault::NotFound);
-    profiles.changeSection("P", Guid{9}, {{kDisplayName, std::string("section")}});
-    std::vector<Service> services = profiles.services("P");
+    profiles.Create("P");
+    profiles.AddService("P", {Guid{9}, "MSEMS", "Microsoft Exchange Server"});
+    profiles.AddService("P", {Guid{1}, "CONTAB", "Contacts"});
+    EXPECT_EQ(faultOf([&] { profiles.AddService("P", {Guid{9}, "X", "X"}); }), Fault::Collision);
+    EXPECT_EQ(faultOf([&] { profiles.AddService("none", {Guid{9}, "X", "X"}); }), Fault::NotFound);
+    profiles.ChangeSection("P", Guid{9}, {{kDisplayName, std::string("section")}});
+    std::vector<Service> services = profiles.Services("P");
     ASSERT_EQ(services.size(), 2u);
     EXPECT_EQ(services[0].uid, Guid{9});
     EXPECT_EQ(services[0].name, "MSEMS");
     EXPECT_EQ(services[1].displayName, "Contacts");
-    profiles.removeService("P", Guid{9});
-    EXPECT_TRUE(profiles.section("P", Guid{9}).empty());
-    EXPECT_EQ(profiles.services("P").size(), 1u);
-    EXPECT_EQ(faultOf([&] { profiles.removeService("P", Guid{9}); }), Fault::NotFound);
+    profiles.RemoveService("P", Guid{9});
+    EXPECT_TRUE(profiles.Section("P", Guid{9}).empty());
+    EXPECT_EQ(profiles.Services("P").size(), 1u);
+    EXPECT_EQ(faultOf([&] { profiles.RemoveService("P", Guid{9}); }), Fault::NotFound);
     expectSound();
 }
 

@@ -49,28 +49,28 @@ class DispatchTest : public SiteTest
     }
     void expectLetter(ObjectId id, const std::string &subject, std::int32_t flags, std::size_t recipients = 2)
     {
-        PropertyBag bag = objects.read(id);
+        PropertyBag bag = objects.Read(id);
         EXPECT_EQ(*bag.get<std::string>(kSubject), subject);
         EXPECT_EQ(*bag.get<std::int32_t>(kMessageFlags), flags | kFlagHasAttachments);
         EXPECT_EQ(bag.get<std::int32_t>(kNumber), nullptr);
         EXPECT_EQ(bag.get<std::string>(kBody)->size(), 20000u);
-        EXPECT_EQ(objects.recipients(id).size(), recipients);
-        std::vector<ObjectInfo> attachments = objects.attachments(id);
+        EXPECT_EQ(objects.Recipients(id).size(), recipients);
+        std::vector<ObjectInfo> attachments = objects.Attachments(id);
         ASSERT_EQ(attachments.size(), 2u);
         EXPECT_EQ(attachments[1].number, 4);
-        std::unique_ptr<Stream> data = objects.openProperty(attachments[0].id, kAttachData);
+        std::unique_ptr<Stream> data = objects.OpenProperty(attachments[0].id, kAttachData);
         ASSERT_TRUE(data);
         EXPECT_EQ(data->size(), 300000u);
         char last = 0;
-        EXPECT_EQ(data->read(299999, &last, 1), 1u);
+        EXPECT_EQ(data->Read(299999, &last, 1), 1u);
         EXPECT_EQ(last, 'w');
-        PropertyBag within = objects.read(objects.embeddedMessage(attachments[1].id));
+        PropertyBag within = objects.Read(objects.EmbeddedMessage(attachments[1].id));
         EXPECT_EQ(*within.get<std::string>(kSubject), "within");
         EXPECT_EQ(within.get<std::string>(kBody)->size(), 9000u);
     }
     std::size_t countIn(ObjectId where)
     {
-        return static_cast<std::size_t>(View(site, {Container::Kind::Contents, where}).count());
+        return static_cast<std::size_t>(View(site, {Container::Kind::Contents, where}).Count());
     }
 };
 
@@ -81,9 +81,9 @@ TEST_F(DispatchTest, WhatIsNotStoredArrivesEverywhereInOneChange)
     dispatch.destinations = {to(box.inbox, 0), to(box.sentItems, kFlagRead)};
     dispatch.destinations[0].recipients =
         std::make_shared<std::vector<PropertyBag>>(1, PropertyBag{{kDisplayName, std::string("Bob")}});
-    ChangeNumber before = site.changeNumber();
-    std::vector<ObjectId> ids = objects.dispatch(dispatch);
-    EXPECT_EQ(site.changeNumber(), before + 1);
+    ChangeNumber before = site.GetChangeNumber();
+    std::vector<ObjectId> ids = objects.Send(dispatch);
+    EXPECT_EQ(site.GetChangeNumber(), before + 1);
     ASSERT_EQ(ids.size(), 2u);
     expectLetter(ids[0], "new", 0, 1);
     expectLetter(ids[1], "new", kFlagRead);
@@ -93,33 +93,33 @@ TEST_F(DispatchTest, WhatIsNotStoredArrivesEverywhereInOneChange)
 
 TEST_F(DispatchTest, WhatIsStoredIsCarriedToTheLastPlaceAndCopiedToTheOthers)
 {
-    ObjectId stored = objects.createMessage(box.outbox, letter("stored"));
+    ObjectId stored = objects.CreateMessage(box.outbox, letter("stored"));
     Dispatch dispatch;
     dispatch.message = stored;
-    dispatch.content.properties.set.set(kSubject, std::string("changed"));
+    dispatch.content.properties.set.Set(kSubject, std::string("changed"));
     dispatch.destinations = {to(box.inbox, 0), report(box.inbox), to(box.sentItems, kFlagRead)};
     dispatch.destinations[2].recipients = std::make_shared<std::vector<PropertyBag>>(3);
-    std::vector<ObjectId> ids = objects.dispatch(dispatch);
-    EXPECT_FALSE(objects.find(stored)) << "it has another number where it is now";
+    std::vector<ObjectId> ids = objects.Send(dispatch);
+    EXPECT_FALSE(objects.Find(stored)) << "it has another number where it is now";
     EXPECT_EQ(countIn(box.outbox), 0u);
     expectLetter(ids[0], "changed", 0);
     expectLetter(ids[2], "changed", kFlagRead, 3);
-    std::vector<ObjectInfo> held = objects.attachments(ids[1]);
+    std::vector<ObjectInfo> held = objects.Attachments(ids[1]);
     ASSERT_EQ(held.size(), 1u);
-    ObjectId original = objects.embeddedMessage(held[0].id);
-    EXPECT_EQ(objects.attachments(original).size(), 2u);
-    EXPECT_EQ(objects.recipients(original).size(), 2u);
-    EXPECT_GT(*objects.read(ids[1]).get<std::int32_t>(kMessageSize), 300000) << "with what it holds";
+    ObjectId original = objects.EmbeddedMessage(held[0].id);
+    EXPECT_EQ(objects.Attachments(original).size(), 2u);
+    EXPECT_EQ(objects.Recipients(original).size(), 2u);
+    EXPECT_GT(*objects.Read(ids[1]).get<std::int32_t>(kMessageSize), 300000) << "with what it holds";
     expectSound();
 }
 
 TEST_F(DispatchTest, ItStaysWhereItIsWhenThatIsADestination)
 {
-    ObjectId stored = objects.createMessage(box.outbox, letter("stays"));
+    ObjectId stored = objects.CreateMessage(box.outbox, letter("stays"));
     Dispatch dispatch;
     dispatch.message = stored;
     dispatch.destinations = {to(box.inbox, 0), to(box.outbox, kFlagRead)};
-    std::vector<ObjectId> ids = objects.dispatch(dispatch);
+    std::vector<ObjectId> ids = objects.Send(dispatch);
     EXPECT_EQ(ids[1], stored);
     expectLetter(stored, "stays", kFlagRead);
     expectLetter(ids[0], "stays", 0);
@@ -128,28 +128,28 @@ TEST_F(DispatchTest, ItStaysWhereItIsWhenThatIsADestination)
 
 TEST_F(DispatchTest, WithoutAPlaceForItTheStoredOneGoes)
 {
-    ObjectId stored = objects.createMessage(box.outbox, letter("gone"));
+    ObjectId stored = objects.CreateMessage(box.outbox, letter("gone"));
     Dispatch dispatch;
     dispatch.message = stored;
     dispatch.destinations = {report(box.inbox)};
-    objects.dispatch(dispatch);
+    objects.Send(dispatch);
     EXPECT_EQ(countIn(box.outbox), 0u);
     EXPECT_EQ(countIn(box.inbox), 1u);
-    dispatch.message = objects.createMessage(box.outbox, letter("gone too"));
+    dispatch.message = objects.CreateMessage(box.outbox, letter("gone too"));
     dispatch.destinations.clear();
-    EXPECT_TRUE(objects.dispatch(dispatch).empty());
+    EXPECT_TRUE(objects.Send(dispatch).empty());
     EXPECT_EQ(countIn(box.outbox), 0u);
     expectSound();
 }
 
 TEST_F(DispatchTest, CountsOfReadAndUnreadFollow)
 {
-    ObjectId stored = objects.createMessage(box.outbox, letter("counted"));
+    ObjectId stored = objects.CreateMessage(box.outbox, letter("counted"));
     Dispatch dispatch;
     dispatch.message = stored;
     dispatch.destinations = {to(box.inbox, 0), to(box.inbox, kFlagRead), to(box.sentItems, kFlagRead)};
-    objects.dispatch(dispatch);
-    const auto count = [&](ObjectId where, Tag tag) { return *objects.read(where).get<std::int32_t>(tag); };
+    objects.Send(dispatch);
+    const auto count = [&](ObjectId where, Tag tag) { return *objects.Read(where).get<std::int32_t>(tag); };
     EXPECT_EQ(count(box.inbox, kContentCount), 2);
     EXPECT_EQ(count(box.inbox, kContentUnread), 1);
     EXPECT_EQ(count(box.outbox, kContentCount), 0);
@@ -159,25 +159,25 @@ TEST_F(DispatchTest, CountsOfReadAndUnreadFollow)
 
 TEST_F(DispatchTest, AFailureLeavesEverythingAsItWas)
 {
-    ObjectId stored = objects.createMessage(box.outbox, letter("stored"));
-    ChangeNumber change = objects.info(stored).change;
+    ObjectId stored = objects.CreateMessage(box.outbox, letter("stored"));
+    ChangeNumber change = objects.Info(stored).change;
     Dispatch dispatch;
     dispatch.message = stored;
     dispatch.expected = change + 1;
-    dispatch.content.properties.set.set(kSubject, std::string("changed"));
+    dispatch.content.properties.set.Set(kSubject, std::string("changed"));
     dispatch.destinations = {to(box.inbox, 0), to(box.sentItems, kFlagRead)};
-    EXPECT_EQ(faultOf([&] { objects.dispatch(dispatch); }), Fault::Changed);
+    EXPECT_EQ(faultOf([&] { objects.Send(dispatch); }), Fault::Changed);
     dispatch.expected.reset();
     dispatch.destinations.push_back(to(stored, 0));
-    EXPECT_EQ(faultOf([&] { objects.dispatch(dispatch); }), Fault::Invalid) << "a message is no folder";
+    EXPECT_EQ(faultOf([&] { objects.Send(dispatch); }), Fault::Invalid) << "a message is no folder";
     dispatch.destinations.back().folder = 999999;
-    EXPECT_EQ(faultOf([&] { objects.dispatch(dispatch); }), Fault::NotFound);
+    EXPECT_EQ(faultOf([&] { objects.Send(dispatch); }), Fault::NotFound);
     dispatch.destinations.pop_back();
     dispatch.message = 999999;
-    EXPECT_EQ(faultOf([&] { objects.dispatch(dispatch); }), Fault::NotFound);
-    EXPECT_EQ(objects.info(stored).change, change);
+    EXPECT_EQ(faultOf([&] { objects.Send(dispatch); }), Fault::NotFound);
+    EXPECT_EQ(objects.Info(stored).change, change);
     EXPECT_EQ(countIn(box.inbox), 0u);
-    EXPECT_EQ(*objects.read(stored).get<std::string>(kSubject), "stored");
+    EXPECT_EQ(*objects.Read(stored).get<std::string>(kSubject), "stored");
     expectSound();
 }
 

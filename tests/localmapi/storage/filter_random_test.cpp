@@ -36,7 +36,7 @@ class RandomFilters : public SiteTest
     }
     Value single(Tag tag)
     {
-        switch (tagType(tag)) {
+        switch (TagType(tag)) {
         case Type::Int16:
             return static_cast<std::int16_t>(pick(4) - 1);
         case Type::Int32:
@@ -55,11 +55,11 @@ class RandomFilters : public SiteTest
     }
     Value value(Tag tag)
     {
-        if (!isMultiple(tag))
+        if (!IsMultiple(tag))
             return single(tag);
-        if (tagType(tag) == Type::Int32)
+        if (TagType(tag) == Type::Int32)
             return std::vector<std::int32_t>(static_cast<std::size_t>(pick(3)), pick(3));
-        if (tagType(tag) == Type::Binary)
+        if (TagType(tag) == Type::Binary)
             return std::vector<Bytes>(static_cast<std::size_t>(pick(3)), Bytes{1});
         return std::vector<std::string>(static_cast<std::size_t>(pick(3)), text());
     }
@@ -87,9 +87,9 @@ class RandomFilters : public SiteTest
         PropertyBag bag;
         for (Tag tag : kTags)
             if (pick(2))
-                bag.set(tag, tag == kMessageFlags ? Value(std::int32_t{pick(4)}) : value(tag));
+                bag.Set(tag, tag == kMessageFlags ? Value(std::int32_t{pick(4)}) : value(tag));
         if (pick(6) == 0)
-            bag.set(kBody, std::string(10000, 'A') + text());
+            bag.Set(kBody, std::string(10000, 'A') + text());
         return bag;
     }
 
@@ -99,24 +99,24 @@ class RandomFilters : public SiteTest
         Relation relation = kRelations[pick(6)];
         switch (pick(7)) {
         case 0:
-            return Filter::exists(tag);
+            return Filter::Exists(tag);
         case 1:
-            return Filter::byteSize(tag, relation, static_cast<std::uint64_t>(pick(6)), pick(2) != 0);
+            return Filter::ByteSize(tag, relation, static_cast<std::uint64_t>(pick(6)), pick(2) != 0);
         case 2:
-            return Filter::bits(pick(2) ? kMessageFlags : kNumber, static_cast<std::uint32_t>(pick(4)), pick(2) != 0);
+            return Filter::Bits(pick(2) ? kMessageFlags : kNumber, static_cast<std::uint32_t>(pick(4)), pick(2) != 0);
         case 3: {
             constexpr Tag kPairs[][2] = {{kNumber, kOther}, {kNumber, kMessageFlags},   {kImportance, kMessageFlags},
                                          {kNote, kBody},    {kWhen, kClientSubmitTime}, {kNote, kMessageClass}};
             auto &pair = kPairs[pick(6)];
-            return Filter::compareProperties(pair[0], relation, pair[1]);
+            return Filter::CompareProperties(pair[0], relation, pair[1]);
         }
         case 4:
         case 5:
-            if (tagType(tag) == Type::Text || tagType(tag) == Type::Binary)
-                return Filter::content(tag, static_cast<M>(pick(4)), single(tag), pick(2) != 0, pick(2) != 0);
+            if (TagType(tag) == Type::Text || TagType(tag) == Type::Binary)
+                return Filter::Content(tag, static_cast<M>(pick(4)), single(tag), pick(2) != 0, pick(2) != 0);
             [[fallthrough]];
         default:
-            return Filter::compare(tag, relation, single(tag));
+            return Filter::Compare(tag, relation, single(tag));
         }
     }
     Filter filter(int depth)
@@ -124,11 +124,11 @@ class RandomFilters : public SiteTest
         if (depth == 0 || pick(3) == 0)
             return leaf();
         if (pick(4) == 0)
-            return Filter::negate(filter(depth - 1));
+            return Filter::Negate(filter(depth - 1));
         std::vector<Filter> children;
         for (int i = pick(4); i > 0; --i)
             children.push_back(filter(depth - 1));
-        return pick(2) ? Filter::all(std::move(children)) : Filter::any(std::move(children));
+        return pick(2) ? Filter::All(std::move(children)) : Filter::Any(std::move(children));
     }
 };
 
@@ -137,26 +137,26 @@ TEST_F(RandomFilters, MeanTheSameInTheFileAsInMemory)
     std::vector<NewMessage> messages;
     for (int i = 0; i < 150; ++i)
         messages.push_back({box.inbox, {{row(), {}}, {}, {}}});
-    std::vector<ObjectId> ids = objects.createMessages(messages);
+    std::vector<ObjectId> ids = objects.CreateMessages(messages);
     std::vector<PropertyBag> rows;
     for (ObjectId id : ids)
-        rows.push_back(objects.readUpTo(id, UINT64_MAX));
+        rows.push_back(objects.ReadUpTo(id, UINT64_MAX));
     for (int round = 0; round < 1200; ++round) {
         Filter one = filter(round < 400 ? 0 : 4);
         std::vector<ObjectId> expected;
         for (std::size_t i = 0; i < ids.size(); ++i)
-            if (matches(one, rows[i]))
+            if (Matches(one, rows[i]))
                 expected.push_back(ids[i]);
         View indexed(site, inbox(), one), sorted(site, inbox(), one, {{kObjectId}});
         std::vector<ObjectId> inOrder, byTime;
-        for (const Row &found : sorted.read(Place::beginning(), Direction::Forward, 1000, {}))
+        for (const Row &found : sorted.Read(Place::beginning(), Direction::Forward, 1000, {}))
             inOrder.push_back(found.id);
-        for (const Row &found : indexed.read(Place::beginning(), Direction::Forward, 1000, {}))
+        for (const Row &found : indexed.Read(Place::beginning(), Direction::Forward, 1000, {}))
             byTime.push_back(found.id);
         std::sort(byTime.begin(), byTime.end());
         ASSERT_EQ(inOrder, expected) << "round " << round << ": " << written(one);
         ASSERT_EQ(byTime, expected) << "round " << round << ": " << written(one);
-        ASSERT_EQ(indexed.count(), expected.size()) << "round " << round << ": " << written(one);
+        ASSERT_EQ(indexed.Count(), expected.size()) << "round " << round << ": " << written(one);
     }
 }
 

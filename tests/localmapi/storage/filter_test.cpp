@@ -1,6 +1,6 @@
 // Proves what each kind of condition means, rule by rule, in the file and in memory.
 #include "FilterColumns.h"
-#include "localmapi/storage/filter_order.h"
+#include "localmapi/storage/FilterOrder.h"
 
 namespace localmapi::storage
 {
@@ -16,10 +16,10 @@ class Filters : public SiteTest
     {
         ObjectId id = add("row", row);
         View view(site, inbox(), filter);
-        bool inFile = view.count() == 1;
-        EXPECT_EQ(view.read(Place::beginning(), Direction::Forward, 2, {}).size(), inFile ? 1u : 0u);
-        EXPECT_EQ(matches(filter, objects.readUpTo(id, UINT64_MAX)), inFile);
-        objects.removeMessages({id});
+        bool inFile = view.Count() == 1;
+        EXPECT_EQ(view.Read(Place::beginning(), Direction::Forward, 2, {}).size(), inFile ? 1u : 0u);
+        EXPECT_EQ(Matches(filter, objects.ReadUpTo(id, UINT64_MAX)), inFile);
+        objects.RemoveMessages({id});
         return inFile;
     }
 };
@@ -35,7 +35,7 @@ TEST_F(Filters, RelationsCompareTheValueWithTheConstant)
                  {-1, {true, true, false, false, false, true}}};
     for (const auto &one : cases)
         for (std::size_t i = 0; i < 6; ++i)
-            EXPECT_EQ(holds(Filter::compare(kNumber, kRelations[i], std::int32_t{5}), {{kNumber, one.value}}),
+            EXPECT_EQ(holds(Filter::Compare(kNumber, kRelations[i], std::int32_t{5}), {{kNumber, one.value}}),
                       one.holds[i])
                 << one.value << " relation " << i;
 }
@@ -44,62 +44,62 @@ TEST_F(Filters, APropertyThatARowLacksIsLessThanEveryValue)
 {
     bool expected[] = {true, true, false, false, false, true};
     for (std::size_t i = 0; i < 6; ++i) {
-        EXPECT_EQ(holds(Filter::compare(kNumber, kRelations[i], INT32_MIN), {}), expected[i]) << i;
-        EXPECT_EQ(holds(Filter::compare(kNote, kRelations[i], std::string()), {}), expected[i]) << i;
-        EXPECT_EQ(holds(Filter::compare(kClientSubmitTime, kRelations[i], std::int64_t{0}), {}), expected[i]) << i;
-        EXPECT_EQ(holds(Filter::compare(kImportance, kRelations[i], std::int32_t{0}), {}), expected[i]) << i;
-        EXPECT_EQ(holds(Filter::compare(kNumbers, kRelations[i], std::int32_t{0}), {}), expected[i]) << i;
-        EXPECT_EQ(holds(Filter::byteSize(kNote, kRelations[i], 0), {}), expected[i]) << i;
+        EXPECT_EQ(holds(Filter::Compare(kNumber, kRelations[i], INT32_MIN), {}), expected[i]) << i;
+        EXPECT_EQ(holds(Filter::Compare(kNote, kRelations[i], std::string()), {}), expected[i]) << i;
+        EXPECT_EQ(holds(Filter::Compare(kClientSubmitTime, kRelations[i], std::int64_t{0}), {}), expected[i]) << i;
+        EXPECT_EQ(holds(Filter::Compare(kImportance, kRelations[i], std::int32_t{0}), {}), expected[i]) << i;
+        EXPECT_EQ(holds(Filter::Compare(kNumbers, kRelations[i], std::int32_t{0}), {}), expected[i]) << i;
+        EXPECT_EQ(holds(Filter::ByteSize(kNote, kRelations[i], 0), {}), expected[i]) << i;
     }
 }
 
 TEST_F(Filters, ContentAndBitsOfAPropertyThatARowLacksAreFalseAndNotFollowsFromItsChild)
 {
-    Filter content = Filter::content(kNote, M::Substring, std::string());
+    Filter content = Filter::Content(kNote, M::Substring, std::string());
     EXPECT_FALSE(holds(content, {}));
-    EXPECT_TRUE(holds(Filter::negate(content), {}));
+    EXPECT_TRUE(holds(Filter::Negate(content), {}));
     for (bool zero : {true, false}) {
-        EXPECT_FALSE(holds(Filter::bits(kNumber, 1, zero), {}));
-        EXPECT_FALSE(holds(Filter::bits(kImportance, 1, zero), {}));
-        EXPECT_TRUE(holds(Filter::negate(Filter::bits(kNumber, 1, zero)), {}));
+        EXPECT_FALSE(holds(Filter::Bits(kNumber, 1, zero), {}));
+        EXPECT_FALSE(holds(Filter::Bits(kImportance, 1, zero), {}));
+        EXPECT_TRUE(holds(Filter::Negate(Filter::Bits(kNumber, 1, zero)), {}));
     }
-    EXPECT_FALSE(holds(Filter::negate(Filter::compare(kNumber, Relation::Less, std::int32_t{0})), {}));
+    EXPECT_FALSE(holds(Filter::Negate(Filter::Compare(kNumber, Relation::Less, std::int32_t{0})), {}));
 }
 
 TEST_F(Filters, AndOfNothingIsTrueAndOrOfNothingIsFalse)
 {
-    EXPECT_TRUE(holds(Filter::all({}), {}));
-    EXPECT_FALSE(holds(Filter::any({}), {}));
-    Filter yes = Filter::exists(kNumber), no = Filter::exists(kOther);
+    EXPECT_TRUE(holds(Filter::All({}), {}));
+    EXPECT_FALSE(holds(Filter::Any({}), {}));
+    Filter yes = Filter::Exists(kNumber), no = Filter::Exists(kOther);
     PropertyBag row{{kNumber, std::int32_t{1}}};
-    EXPECT_TRUE(holds(Filter::all({yes, yes}), row));
-    EXPECT_FALSE(holds(Filter::all({yes, no}), row));
-    EXPECT_TRUE(holds(Filter::any({no, yes}), row));
-    EXPECT_FALSE(holds(Filter::any({no, no}), row));
-    EXPECT_TRUE(holds(Filter::negate(Filter::any({})), row));
+    EXPECT_TRUE(holds(Filter::All({yes, yes}), row));
+    EXPECT_FALSE(holds(Filter::All({yes, no}), row));
+    EXPECT_TRUE(holds(Filter::Any({no, yes}), row));
+    EXPECT_FALSE(holds(Filter::Any({no, no}), row));
+    EXPECT_TRUE(holds(Filter::Negate(Filter::Any({})), row));
 }
 
 TEST_F(Filters, ExistsAsksForTheExactTag)
 {
-    EXPECT_TRUE(holds(Filter::exists(kNumber), {{kNumber, std::int32_t{0}}}));
-    EXPECT_FALSE(holds(Filter::exists(makeTag(0x6001, Type::Text)), {{kNumber, std::int32_t{0}}}));
-    EXPECT_TRUE(holds(Filter::exists(kMessageSize), {}));
-    EXPECT_TRUE(holds(Filter::exists(kMessageFlags), {}));
-    EXPECT_FALSE(holds(Filter::exists(kImportance), {}));
-    EXPECT_TRUE(holds(Filter::exists(kImportance), {{kImportance, std::int32_t{0}}}));
-    EXPECT_FALSE(holds(Filter::exists(kClientSubmitTime), {}));
-    EXPECT_TRUE(holds(Filter::exists(kClientSubmitTime), {{kClientSubmitTime, std::int64_t{0}}}));
+    EXPECT_TRUE(holds(Filter::Exists(kNumber), {{kNumber, std::int32_t{0}}}));
+    EXPECT_FALSE(holds(Filter::Exists(MakeTag(0x6001, Type::Text)), {{kNumber, std::int32_t{0}}}));
+    EXPECT_TRUE(holds(Filter::Exists(kMessageSize), {}));
+    EXPECT_TRUE(holds(Filter::Exists(kMessageFlags), {}));
+    EXPECT_FALSE(holds(Filter::Exists(kImportance), {}));
+    EXPECT_TRUE(holds(Filter::Exists(kImportance), {{kImportance, std::int32_t{0}}}));
+    EXPECT_FALSE(holds(Filter::Exists(kClientSubmitTime), {}));
+    EXPECT_TRUE(holds(Filter::Exists(kClientSubmitTime), {{kClientSubmitTime, std::int64_t{0}}}));
 }
 
 TEST_F(Filters, TextRelationsFollowTheOrderOfSorting)
 {
     auto note = [](const char *text) { return PropertyBag{{kNote, std::string(text)}}; };
-    Filter lessThanM = Filter::compare(kNote, Relation::Less, std::string("m"));
+    Filter lessThanM = Filter::Compare(kNote, Relation::Less, std::string("m"));
     EXPECT_TRUE(holds(lessThanM, note("L")));
     EXPECT_TRUE(holds(lessThanM, note("l")));
     EXPECT_FALSE(holds(lessThanM, note("N")));
     EXPECT_TRUE(holds(lessThanM, note("M"))); // equal but for case: by code points
-    Filter isM = Filter::compare(kNote, Relation::Equal, std::string("m"));
+    Filter isM = Filter::Compare(kNote, Relation::Equal, std::string("m"));
     EXPECT_TRUE(holds(isM, note("m")));
     EXPECT_FALSE(holds(isM, note("M")));
 }
@@ -125,7 +125,7 @@ TEST_F(Filters, ContentMatchesWholeSubstringPrefixAndWords)
                  {M::WordPrefix, "archarch arch", "arch", true},
                  {M::WordPrefix, "o\xc3\xa9tat", "tat", false}};
     for (const auto &one : cases)
-        EXPECT_EQ(holds(Filter::content(kNote, one.match, std::string(one.pattern)), {{kNote, std::string(one.value)}}),
+        EXPECT_EQ(holds(Filter::Content(kNote, one.match, std::string(one.pattern)), {{kNote, std::string(one.value)}}),
                   one.holds)
             << one.value << " " << one.pattern;
 }
@@ -134,7 +134,7 @@ TEST_F(Filters, ContentIgnoresCaseAndAccentsWhenToldTo)
 {
     PropertyBag row{{kNote, std::string("R\xc3\xa9sum\xc3\x89")}};
     auto content = [](const char *pattern, bool noCase, bool noAccents) {
-        return Filter::content(kNote, M::Whole, std::string(pattern), noCase, noAccents);
+        return Filter::Content(kNote, M::Whole, std::string(pattern), noCase, noAccents);
     };
     EXPECT_TRUE(holds(content("r\xc3\x89SUM\xc3\xa9", true, false), row));
     EXPECT_FALSE(holds(content("resume", true, false), row));
@@ -146,20 +146,20 @@ TEST_F(Filters, ContentIgnoresCaseAndAccentsWhenToldTo)
 TEST_F(Filters, BinaryContentIsBytesAndIgnoresNoCase)
 {
     PropertyBag row{{kData, Bytes{'A', 0, 'B', 0}}};
-    EXPECT_TRUE(holds(Filter::content(kData, M::Substring, Bytes{0, 'B'}), row));
-    EXPECT_TRUE(holds(Filter::content(kData, M::Prefix, Bytes{'A', 0}, true), row));
-    EXPECT_FALSE(holds(Filter::content(kData, M::Prefix, Bytes{'a', 0}, true), row));
-    EXPECT_TRUE(holds(Filter::content(kData, M::Whole, Bytes{'A', 0, 'B', 0}), row));
+    EXPECT_TRUE(holds(Filter::Content(kData, M::Substring, Bytes{0, 'B'}), row));
+    EXPECT_TRUE(holds(Filter::Content(kData, M::Prefix, Bytes{'A', 0}, true), row));
+    EXPECT_FALSE(holds(Filter::Content(kData, M::Prefix, Bytes{'a', 0}, true), row));
+    EXPECT_TRUE(holds(Filter::Content(kData, M::Whole, Bytes{'A', 0, 'B', 0}), row));
 }
 
 TEST_F(Filters, BitsAskForAnyOrForNone)
 {
-    EXPECT_TRUE(holds(Filter::bits(kNumber, 6, false), {{kNumber, std::int32_t{4}}}));
-    EXPECT_FALSE(holds(Filter::bits(kNumber, 6, true), {{kNumber, std::int32_t{4}}}));
-    EXPECT_TRUE(holds(Filter::bits(kNumber, 6, true), {{kNumber, std::int32_t{9}}}));
-    EXPECT_TRUE(holds(Filter::bits(kNumber, 0x80000000, false), {{kNumber, std::int32_t{-1}}}));
-    EXPECT_TRUE(holds(Filter::bits(kMessageFlags, 1, true), {}));
-    EXPECT_TRUE(holds(Filter::bits(kMessageFlags, 1, false), {{kMessageFlags, kFlagRead}}));
+    EXPECT_TRUE(holds(Filter::Bits(kNumber, 6, false), {{kNumber, std::int32_t{4}}}));
+    EXPECT_FALSE(holds(Filter::Bits(kNumber, 6, true), {{kNumber, std::int32_t{4}}}));
+    EXPECT_TRUE(holds(Filter::Bits(kNumber, 6, true), {{kNumber, std::int32_t{9}}}));
+    EXPECT_TRUE(holds(Filter::Bits(kNumber, 0x80000000, false), {{kNumber, std::int32_t{-1}}}));
+    EXPECT_TRUE(holds(Filter::Bits(kMessageFlags, 1, true), {}));
+    EXPECT_TRUE(holds(Filter::Bits(kMessageFlags, 1, false), {{kMessageFlags, kFlagRead}}));
 }
 
 TEST_F(Filters, SizeCountsBytesWithoutATerminator)
@@ -169,7 +169,7 @@ TEST_F(Filters, SizeCountsBytesWithoutATerminator)
                     {kBody, std::string(20000, 'x')},
                     {kKeywords, std::vector<std::string>{"ab", "\xc3\xa9"}}};
     auto size = [](Tag tag, std::uint64_t bytes, bool wide = false) {
-        return Filter::byteSize(tag, Relation::Equal, bytes, wide);
+        return Filter::ByteSize(tag, Relation::Equal, bytes, wide);
     };
     EXPECT_TRUE(holds(size(kNote, 7), row));
     EXPECT_TRUE(holds(size(kNote, 8, true), row)); // 1 + 1 + 2 units
@@ -187,17 +187,17 @@ TEST_F(Filters, AListSatisfiesAConditionIfOneOfItsValuesDoes)
     PropertyBag row{{kNumbers, std::vector<std::int32_t>{1, 5, 9}},
                     {kKeywords, std::vector<std::string>{"Red", "gr\xc3\xbcn"}},
                     {kBlobs, std::vector<Bytes>{{1, 2}, {3}}}};
-    EXPECT_TRUE(holds(Filter::compare(kNumbers, Relation::Equal, std::int32_t{5}), row));
-    EXPECT_FALSE(holds(Filter::compare(kNumbers, Relation::Equal, std::int32_t{4}), row));
-    EXPECT_TRUE(holds(Filter::compare(kNumbers, Relation::Greater, std::int32_t{8}), row));
-    EXPECT_TRUE(holds(Filter::compare(kNumbers, Relation::NotEqual, std::int32_t{5}), row));
-    EXPECT_TRUE(holds(Filter::compare(kKeywords, Relation::Equal, std::string("Red")), row));
-    EXPECT_TRUE(holds(Filter::content(kKeywords, M::Prefix, std::string("GR"), true), row));
-    EXPECT_FALSE(holds(Filter::content(kKeywords, M::Whole, std::string("green"), true), row));
-    EXPECT_TRUE(holds(Filter::content(kBlobs, M::Whole, Bytes{3}), row));
+    EXPECT_TRUE(holds(Filter::Compare(kNumbers, Relation::Equal, std::int32_t{5}), row));
+    EXPECT_FALSE(holds(Filter::Compare(kNumbers, Relation::Equal, std::int32_t{4}), row));
+    EXPECT_TRUE(holds(Filter::Compare(kNumbers, Relation::Greater, std::int32_t{8}), row));
+    EXPECT_TRUE(holds(Filter::Compare(kNumbers, Relation::NotEqual, std::int32_t{5}), row));
+    EXPECT_TRUE(holds(Filter::Compare(kKeywords, Relation::Equal, std::string("Red")), row));
+    EXPECT_TRUE(holds(Filter::Content(kKeywords, M::Prefix, std::string("GR"), true), row));
+    EXPECT_FALSE(holds(Filter::Content(kKeywords, M::Whole, std::string("green"), true), row));
+    EXPECT_TRUE(holds(Filter::Content(kBlobs, M::Whole, Bytes{3}), row));
     PropertyBag empty{{kNumbers, std::vector<std::int32_t>{}}};
-    EXPECT_TRUE(holds(Filter::exists(kNumbers), empty));
-    EXPECT_FALSE(holds(Filter::compare(kNumbers, Relation::NotEqual, std::int32_t{5}), empty));
+    EXPECT_TRUE(holds(Filter::Exists(kNumbers), empty));
+    EXPECT_FALSE(holds(Filter::Compare(kNumbers, Relation::NotEqual, std::int32_t{5}), empty));
 }
 
 TEST_F(Filters, TwoPropertiesAreComparedWithAbsentOnesLeast)
@@ -205,9 +205,9 @@ TEST_F(Filters, TwoPropertiesAreComparedWithAbsentOnesLeast)
     auto both = [](std::optional<std::int32_t> left, std::optional<std::int32_t> right) {
         PropertyBag bag;
         if (left)
-            bag.set(kNumber, *left);
+            bag.Set(kNumber, *left);
         if (right)
-            bag.set(kOther, *right);
+            bag.Set(kOther, *right);
         return bag;
     };
     struct {
@@ -219,7 +219,7 @@ TEST_F(Filters, TwoPropertiesAreComparedWithAbsentOnesLeast)
         for (std::size_t i = 0; i < 6; ++i) {
             bool expected[] = {one.order<0, one.order <= 0, one.order> 0, one.order >= 0, one.order == 0,
                                one.order != 0};
-            EXPECT_EQ(holds(Filter::compareProperties(kNumber, kRelations[i], kOther), one.row), expected[i]) << i;
+            EXPECT_EQ(holds(Filter::CompareProperties(kNumber, kRelations[i], kOther), one.row), expected[i]) << i;
         }
 }
 
@@ -231,60 +231,60 @@ TEST_F(Filters, SubobjectsAreMatchedOneByOne)
         std::vector<PropertyBag>{{{kAddress, std::string("a@x.example")}, {kDisplayName, std::string("Ann")}},
                                  {{kAddress, std::string("b@x.example")}, {kDisplayName, std::string("Bob")}}};
     content.attachments = {{3, false, {{{kAttachName, std::string("voice.wav")}}, {}}, nullptr}};
-    objects.createMessage(box.inbox, content);
+    objects.CreateMessage(box.inbox, content);
     add("none");
-    auto counted = [&](Filter filter) { return View(site, inbox(), std::move(filter)).count(); };
-    auto address = [](const char *text) { return Filter::compare(kAddress, Relation::Equal, std::string(text)); };
-    auto name = [](const char *text) { return Filter::compare(kDisplayName, Relation::Equal, std::string(text)); };
-    EXPECT_EQ(counted(Filter::anyRecipient(address("b@x.example"))), 1u);
-    EXPECT_EQ(counted(Filter::anyRecipient(Filter::all({address("b@x.example"), name("Ann")}))), 0u);
-    EXPECT_EQ(counted(Filter::all({Filter::anyRecipient(address("b@x.example")), Filter::anyRecipient(name("Ann"))})),
+    auto counted = [&](Filter filter) { return View(site, inbox(), std::move(filter)).Count(); };
+    auto address = [](const char *text) { return Filter::Compare(kAddress, Relation::Equal, std::string(text)); };
+    auto name = [](const char *text) { return Filter::Compare(kDisplayName, Relation::Equal, std::string(text)); };
+    EXPECT_EQ(counted(Filter::AnyRecipient(address("b@x.example"))), 1u);
+    EXPECT_EQ(counted(Filter::AnyRecipient(Filter::All({address("b@x.example"), name("Ann")}))), 0u);
+    EXPECT_EQ(counted(Filter::All({Filter::AnyRecipient(address("b@x.example")), Filter::AnyRecipient(name("Ann"))})),
               1u);
-    EXPECT_EQ(counted(Filter::negate(Filter::anyRecipient(Filter::all({})))), 1u);
-    EXPECT_EQ(counted(Filter::anyAttachment(Filter::compare(kAttachNumber, Relation::Equal, std::int32_t{3}))), 1u);
-    EXPECT_EQ(counted(Filter::anyAttachment(Filter::content(kAttachName, M::Substring, std::string("WAV"), true))), 1u);
-    EXPECT_EQ(counted(Filter::anyAttachment(Filter::exists(kSubject))), 0u);
+    EXPECT_EQ(counted(Filter::Negate(Filter::AnyRecipient(Filter::All({})))), 1u);
+    EXPECT_EQ(counted(Filter::AnyAttachment(Filter::Compare(kAttachNumber, Relation::Equal, std::int32_t{3}))), 1u);
+    EXPECT_EQ(counted(Filter::AnyAttachment(Filter::Content(kAttachName, M::Substring, std::string("WAV"), true))), 1u);
+    EXPECT_EQ(counted(Filter::AnyAttachment(Filter::Exists(kSubject))), 0u);
 }
 
 TEST_F(Filters, ThatMixTypesAreRefusedWhenTheyAreMade)
 {
-    EXPECT_EQ(faultOf([] { Filter::compare(kNumber, Relation::Equal, std::string("5")); }), Fault::Invalid);
-    EXPECT_EQ(faultOf([] { Filter::compareProperties(kNumber, Relation::Equal, kNote); }), Fault::Invalid);
-    EXPECT_EQ(faultOf([] { Filter::content(kNumber, M::Whole, std::int32_t{5}); }), Fault::Invalid);
-    EXPECT_EQ(faultOf([] { Filter::content(kNote, M::Whole, Bytes{5}); }), Fault::Invalid);
-    EXPECT_EQ(faultOf([] { Filter::bits(kNote, 1, true); }), Fault::Invalid);
+    EXPECT_EQ(faultOf([] { Filter::Compare(kNumber, Relation::Equal, std::string("5")); }), Fault::Invalid);
+    EXPECT_EQ(faultOf([] { Filter::CompareProperties(kNumber, Relation::Equal, kNote); }), Fault::Invalid);
+    EXPECT_EQ(faultOf([] { Filter::Content(kNumber, M::Whole, std::int32_t{5}); }), Fault::Invalid);
+    EXPECT_EQ(faultOf([] { Filter::Content(kNote, M::Whole, Bytes{5}); }), Fault::Invalid);
+    EXPECT_EQ(faultOf([] { Filter::Bits(kNote, 1, true); }), Fault::Invalid);
 }
 
 TEST_F(Filters, OfThousandsOfConditionsAndOfManyLevelsWork)
 {
     add("m", {{kNumber, std::int32_t{2999}}});
-    Filter wide = Filter::any({});
+    Filter wide = Filter::Any({});
     for (std::int32_t i = 0; i < 3000; ++i)
-        wide.children.push_back(Filter::compare(kNumber, Relation::Equal, i));
-    EXPECT_EQ(View(site, inbox(), wide).count(), 1u);
-    Filter deep = Filter::compare(kNumber, Relation::Equal, std::int32_t{2999});
+        wide.children.push_back(Filter::Compare(kNumber, Relation::Equal, i));
+    EXPECT_EQ(View(site, inbox(), wide).Count(), 1u);
+    Filter deep = Filter::Compare(kNumber, Relation::Equal, std::int32_t{2999});
     for (int i = 0; i < 8; ++i)
-        deep = i % 2 ? Filter::all({Filter::negate(std::move(deep)), Filter::exists(kNumber)})
-                     : Filter::any({Filter::negate(std::move(deep)), Filter::exists(kOther)});
-    EXPECT_EQ(View(site, inbox(), deep).count(), 1u);
+        deep = i % 2 ? Filter::All({Filter::Negate(std::move(deep)), Filter::Exists(kNumber)})
+                     : Filter::Any({Filter::Negate(std::move(deep)), Filter::Exists(kOther)});
+    EXPECT_EQ(View(site, inbox(), deep).Count(), 1u);
 }
 
 TEST_F(Filters, AreAnsweredToTheDeepestLevelThatIsAccepted)
 {
     add("m", {{kNumber, std::int32_t{1}}});
-    auto never = [] { return Filter::exists(kOther); };
-    auto negated = [](Filter inner) { return Filter::negate(std::move(inner)); };
-    auto inOr = [&](Filter inner) { return Filter::any({never(), std::move(inner), never()}); };
-    auto inAnd = [](Filter inner) { return Filter::all({std::move(inner), Filter::exists(kNumber)}); };
+    auto never = [] { return Filter::Exists(kOther); };
+    auto negated = [](Filter inner) { return Filter::Negate(std::move(inner)); };
+    auto inOr = [&](Filter inner) { return Filter::Any({never(), std::move(inner), never()}); };
+    auto inAnd = [](Filter inner) { return Filter::All({std::move(inner), Filter::Exists(kNumber)}); };
     auto compared = [](Filter inner) {
-        return Filter::all({Filter::compareProperties(kNote, Relation::Equal, kBody), std::move(inner)});
+        return Filter::All({Filter::CompareProperties(kNote, Relation::Equal, kBody), std::move(inner)});
     };
     for (const std::function<Filter(Filter)> &nest :
          std::vector<std::function<Filter(Filter)>>{negated, inOr, inAnd, compared}) {
-        Filter filter = Filter::content(kBody, M::Substring, std::string());
+        Filter filter = Filter::Content(kBody, M::Substring, std::string());
         int levels = 0;
         while (!faultOf([&] { View(site, inbox(), filter); })) {
-            EXPECT_NO_THROW(View(site, inbox(), filter).count()) << levels;
+            EXPECT_NO_THROW(View(site, inbox(), filter).Count()) << levels;
             filter = nest(std::move(filter));
             ++levels;
         }
@@ -294,29 +294,29 @@ TEST_F(Filters, AreAnsweredToTheDeepestLevelThatIsAccepted)
 
 TEST_F(Filters, ThatAreTooDeepAreRefused)
 {
-    Filter deep = Filter::exists(kNumber);
+    Filter deep = Filter::Exists(kNumber);
     for (int i = 0; i < 5000; ++i)
-        deep = Filter::negate(std::move(deep));
+        deep = Filter::Negate(std::move(deep));
     EXPECT_EQ(faultOf([&] { View(site, inbox(), deep); }), Fault::TooComplex);
 }
 
 TEST_F(Filters, MayBe28LevelsDeepAndNo29)
 {
     const auto nested = [](int levels) {
-        Filter filter = Filter::exists(kNumber);
+        Filter filter = Filter::Exists(kNumber);
         for (int i = 1; i < levels; ++i)
-            filter = Filter::negate(std::move(filter));
+            filter = Filter::Negate(std::move(filter));
         return filter;
     };
     for (const int levels : {27, 28})
-        EXPECT_NO_THROW(View(site, inbox(), nested(levels)).count()) << levels;
+        EXPECT_NO_THROW(View(site, inbox(), nested(levels)).Count()) << levels;
     EXPECT_EQ(faultOf([&] { View(site, inbox(), nested(29)); }), Fault::TooComplex);
 }
 
 std::vector<Tag> orderOf(const Filter &list)
 {
     std::vector<Tag> tags;
-    for (const Filter *part : inOrderOfCost(list, ObjectKind::Message))
+    for (const Filter *part : InOrderOfCost(list, ObjectKind::Message))
         tags.push_back(part->children.empty() ? part->tag : part->children.front().tag);
     return tags;
 }
@@ -324,24 +324,24 @@ std::vector<Tag> orderOf(const Filter &list)
 // It changes nothing but the time that an answer takes.
 TEST(FilterOrder, AsksFirstWhatIsAtHandAndLastWhatLooksForMost)
 {
-    const Filter column = Filter::bits(kMessageFlags, 1, true);
-    const Filter one = Filter::compare(kNumber, Relation::Equal, 5);
-    const Filter two = Filter::all({Filter::exists(kNote), Filter::exists(kOther)});
-    const Filter alsoTwo = Filter::compareProperties(kOther, Relation::Equal, kNumber);
-    const Filter many = Filter::anyRecipient(Filter::exists(kData));
+    const Filter column = Filter::Bits(kMessageFlags, 1, true);
+    const Filter one = Filter::Compare(kNumber, Relation::Equal, 5);
+    const Filter two = Filter::All({Filter::Exists(kNote), Filter::Exists(kOther)});
+    const Filter alsoTwo = Filter::CompareProperties(kOther, Relation::Equal, kNumber);
+    const Filter many = Filter::AnyRecipient(Filter::Exists(kData));
     const std::vector<Tag> order = {kMessageFlags, kNumber, kNote, kOther, kData};
-    EXPECT_EQ(orderOf(Filter::any({many, two, alsoTwo, one, column})), order);
-    EXPECT_EQ(orderOf(Filter::all({many, two, alsoTwo, one, column})), order);
-    EXPECT_EQ(orderOf(Filter::any({Filter::negate(two), Filter::negate(one)})), (std::vector<Tag>{kNumber, 0}));
+    EXPECT_EQ(orderOf(Filter::Any({many, two, alsoTwo, one, column})), order);
+    EXPECT_EQ(orderOf(Filter::All({many, two, alsoTwo, one, column})), order);
+    EXPECT_EQ(orderOf(Filter::Any({Filter::Negate(two), Filter::Negate(one)})), (std::vector<Tag>{kNumber, 0}));
 }
 
 TEST(FilterOrder, AsksFirstWhatIsLikelyToDecide)
 {
-    const Filter lax = Filter::compare(kWhen, Relation::LessOrEqual, std::int64_t{5});
-    const Filter strict = Filter::compare(kNumber, Relation::GreaterOrEqual, 5);
-    EXPECT_EQ(orderOf(Filter::all({lax, strict})), (std::vector<Tag>{kNumber, kWhen}));
-    EXPECT_EQ(orderOf(Filter::any({strict, lax})), (std::vector<Tag>{kWhen, kNumber}));
-    EXPECT_EQ(orderOf(Filter::all({strict, Filter::exists(kOther)})), (std::vector<Tag>{kNumber, kOther}))
+    const Filter lax = Filter::Compare(kWhen, Relation::LessOrEqual, std::int64_t{5});
+    const Filter strict = Filter::Compare(kNumber, Relation::GreaterOrEqual, 5);
+    EXPECT_EQ(orderOf(Filter::All({lax, strict})), (std::vector<Tag>{kNumber, kWhen}));
+    EXPECT_EQ(orderOf(Filter::Any({strict, lax})), (std::vector<Tag>{kWhen, kNumber}));
+    EXPECT_EQ(orderOf(Filter::All({strict, Filter::Exists(kOther)})), (std::vector<Tag>{kNumber, kOther}))
         << "as they were given";
 }
 

@@ -1,5 +1,6 @@
 // Proves what a site says when the system itself refuses: a file that may not grow, and one that may not be written.
 #include "Fixture.h"
+#include "localmapi/storage/Spool.h"
 #include <csignal>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -47,7 +48,7 @@ TEST_F(SiteTest, AFileThatMayNotGrowIsFullAndKeepsWhatItHas)
     EXPECT_EQ(fault, Fault::Full);
     EXPECT_EQ(subjects(View(site, inbox())), (std::vector<std::string>{"before"}));
     add("after", {{kAttachData, Bytes(4 << 20)}});
-    EXPECT_EQ(View(site, inbox()).count(), 2u);
+    EXPECT_EQ(View(site, inbox()).Count(), 2u);
     expectSound();
 }
 
@@ -66,7 +67,7 @@ TEST(SpoolsWithoutRoom, LoseNothingAndGoOnOnceThereIsRoom)
         for (std::uint64_t number = 0; number < kBlocks; ++number) {
             const auto bytes = block(number, time);
             const Room room(number * 50000 + time * 300000);
-            const auto fault = faultOf([&] { spool.write(number * kBlock, bytes.data(), bytes.size()); });
+            const auto fault = faultOf([&] { spool.Write(number * kBlock, bytes.data(), bytes.size()); });
             if (!fault)
                 continue;
             EXPECT_EQ(fault, Fault::Full);
@@ -74,11 +75,11 @@ TEST(SpoolsWithoutRoom, LoseNothingAndGoOnOnceThereIsRoom)
         }
         EXPECT_FALSE(again.empty());
         for (const std::uint64_t number : again)
-            spool.write(number * kBlock, block(number, time).data(), kBlock);
+            spool.Write(number * kBlock, block(number, time).data(), kBlock);
         ASSERT_EQ(spool.size(), kBlocks * kBlock);
         for (std::uint64_t number = 0; number < kBlocks; ++number) {
             std::vector<std::uint8_t> bytes(kBlock);
-            EXPECT_EQ(spool.read(number * kBlock, bytes.data(), kBlock), kBlock);
+            EXPECT_EQ(spool.Read(number * kBlock, bytes.data(), kBlock), kBlock);
             EXPECT_TRUE(bytes == block(number, time)) << "block " << number << ", time " << time;
         }
     }
@@ -86,17 +87,17 @@ TEST(SpoolsWithoutRoom, LoseNothingAndGoOnOnceThereIsRoom)
 
 TEST_F(SiteTest, AFileThatMayNotBeWrittenIsRefusedForWriting)
 {
-    ASSERT_EQ(chmod(site.path().c_str(), 0444), 0);
+    ASSERT_EQ(chmod(site.Path().c_str(), 0444), 0);
     pid_t child = fork(); // as somebody without rights
     ASSERT_GE(child, 0);
     if (child == 0) {
         if (geteuid() == 0 && setuid(65534) != 0)
             _exit(1);
         try {
-            Site::open(site.path());
+            Site::Open(site.Path());
             _exit(2);
         } catch (const Error &error) {
-            _exit(error.fault() == Fault::NoAccess ? 0 : 3);
+            _exit(error.GetFault() == Fault::NoAccess ? 0 : 3);
         }
     }
     int status = 0;

@@ -1,6 +1,7 @@
 // Proves how a site is made and opened, and that every file that isn't one, or can't be used, is refused with its
 // reason and left as it is.
 #include "Fixture.h"
+#include "support/Gate.h"
 #include <fstream>
 #include <sqlite3.h>
 #include <thread>
@@ -43,23 +44,56 @@ class Raw // the file as SQLite sees it
     sqlite3 *m_handle = nullptr;
 };
 
+// Opens its gate as soon as a connection that is opened while it lives waits for another writer: SQLite sleeps then.
+class SeesWaiting
+{
+  public:
+    SeesWaiting()
+    {
+        m_system.real = sqlite3_vfs_find(nullptr);
+        m_system.gate = &m_gate;
+        sqlite3_vfs &vfs = m_system;
+        vfs = *m_system.real;
+        vfs.zName = "sees waiting";
+        vfs.pNext = nullptr;
+        vfs.xSleep = [](sqlite3_vfs *called, int microseconds) {
+            const auto &system = static_cast<System &>(*called);
+            system.gate->Open();
+            return system.real->xSleep(system.real, microseconds);
+        };
+        sqlite3_vfs_register(&m_system, 1);
+    }
+    ~SeesWaiting() { sqlite3_vfs_unregister(&m_system); }
+    SeesWaiting(const SeesWaiting &) = delete;
+    SeesWaiting &operator=(const SeesWaiting &) = delete;
+    bool Seen() { return m_gate.Pass(); }
+
+  private:
+    struct System : sqlite3_vfs {
+        sqlite3_vfs *real;
+        Gate *gate;
+    };
+    Gate m_gate;
+    System m_system{};
+};
+
 struct Sites : testing::Test {
     Folder folder;
     std::string path = folder.file("site.db");
     static std::optional<Fault> opening(const std::string &file)
     {
-        return faultOf([&] { Site::open(file); });
+        return faultOf([&] { Site::Open(file); });
     }
 };
 
 TEST_F(Sites, AreMadeAndOpenedAgain)
 {
-    SiteInfo made = Site::create(path, "NORVIK1", "Norvik").info();
-    SiteInfo opened = Site::open(path).info();
+    SiteInfo made = Site::Create(path, "NORVIK1", "Norvik").Info();
+    SiteInfo opened = Site::Open(path).Info();
     EXPECT_EQ(opened.server, "NORVIK1");
     EXPECT_EQ(opened.organization, "Norvik");
     EXPECT_EQ(opened.uid, made.uid);
-    EXPECT_NE(Site::create(folder.file("other.db"), "NORVIK1", "Norvik").info().uid, made.uid);
+    EXPECT_NE(Site::Create(folder.file("other.db"), "NORVIK1", "Norvik").Info().uid, made.uid);
     EXPECT_FALSE(fs::exists(pathOf(path + "-wal"))); // closed cleanly: one file
 }
 
@@ -67,33 +101,33 @@ TEST_F(Sites, HaveAnyPath)
 {
     for (const char *name : {"with blank.db", "caf\xc3\xa9.db", "\xe6\x97\xa5\xe6\x9c\xac.db", "%41.db", "a'b.db"}) {
         std::string file = folder.file(name);
-        Site::create(file, "S", "O");
+        Site::Create(file, "S", "O");
         EXPECT_TRUE(fs::exists(pathOf(file))) << name;
-        EXPECT_EQ(Site::open(file).info().server, "S") << name;
+        EXPECT_EQ(Site::Open(file).Info().server, "S") << name;
     }
 }
 
 TEST_F(Sites, AreNotMadeOverAnythingThatIsThere)
 {
     writeFile(path, "precious");
-    EXPECT_EQ(faultOf([&] { Site::create(path, "S", "O"); }), Fault::Collision);
+    EXPECT_EQ(faultOf([&] { Site::Create(path, "S", "O"); }), Fault::Collision);
     EXPECT_EQ(contentOf(path), "precious");
     std::string site = folder.file("site2.db");
-    Site::create(site, "S", "O");
-    EXPECT_EQ(faultOf([&] { Site::create(site, "T", "P"); }), Fault::Collision);
-    EXPECT_EQ(Site::open(site).info().server, "S");
+    Site::Create(site, "S", "O");
+    EXPECT_EQ(faultOf([&] { Site::Create(site, "T", "P"); }), Fault::Collision);
+    EXPECT_EQ(Site::Open(site).Info().server, "S");
 }
 
 TEST_F(Sites, ThatCannotBeMadeAreNotThere)
 {
-    EXPECT_EQ(faultOf([&] { Site::create(path, "", "O"); }), Fault::Invalid);
-    EXPECT_EQ(faultOf([&] { Site::create(path, "S", ""); }), Fault::Invalid);
+    EXPECT_EQ(faultOf([&] { Site::Create(path, "", "O"); }), Fault::Invalid);
+    EXPECT_EQ(faultOf([&] { Site::Create(path, "S", ""); }), Fault::Invalid);
     for (const char *name : {"S/T", "S=T", "/"}) { // they are parts of distinguished names
-        EXPECT_EQ(faultOf([&] { Site::create(path, name, "O"); }), Fault::Invalid) << name;
-        EXPECT_EQ(faultOf([&] { Site::create(path, "S", name); }), Fault::Invalid) << name;
+        EXPECT_EQ(faultOf([&] { Site::Create(path, name, "O"); }), Fault::Invalid) << name;
+        EXPECT_EQ(faultOf([&] { Site::Create(path, "S", name); }), Fault::Invalid) << name;
     }
     EXPECT_FALSE(fs::exists(pathOf(path)));
-    EXPECT_EQ(faultOf([&] { Site::create(folder.file("no/such/folder.db"), "S", "O"); }), Fault::NoAccess);
+    EXPECT_EQ(faultOf([&] { Site::Create(folder.file("no/such/folder.db"), "S", "O"); }), Fault::NoAccess);
 }
 
 TEST_F(Sites, ThatAreNotThereAreNotFoundAndNotMade)
@@ -121,14 +155,14 @@ TEST_F(Sites, OfOthersAreRefusedAndLeftAsTheyAre)
 
 TEST_F(Sites, OfANewerVersionAreRefusedAndLeftAsTheyAre)
 {
-    Site::create(path, "S", "O");
+    Site::Create(path, "S", "O");
     Raw(path).execute("PRAGMA user_version = 3");
     std::string before = contentOf(path);
     try {
-        Site::open(path);
+        Site::Open(path);
         FAIL();
     } catch (const Error &error) {
-        EXPECT_EQ(error.fault(), Fault::TooNew);
+        EXPECT_EQ(error.GetFault(), Fault::TooNew);
         EXPECT_THAT(error.what(), testing::HasSubstr("newer version"));
     }
     EXPECT_EQ(contentOf(path), before);
@@ -140,59 +174,60 @@ TEST_F(Sites, OfANewerVersionAreRefusedAndLeftAsTheyAre)
 
 TEST_F(Sites, OpenedForReadingAreReadAndNothingElse)
 {
-    Site writable = Site::create(path, "S", "O");
-    User user = Directory(writable).addUser("alice", "Alice");
+    Site writable = Site::Create(path, "S", "O");
+    User user = Directory(writable).AddUser("alice", "Alice");
     OpenOptions options;
     options.readOnly = true;
-    Site site = Site::open(path, options);
-    EXPECT_EQ(Directory(site).users().size(), 1u);
-    EXPECT_EQ(faultOf([&] { Directory(site).addUser("bob", "Bob"); }), Fault::NoAccess);
-    EXPECT_TRUE(check(site, false).empty());
-    EXPECT_EQ(faultOf([&] { check(site, true); }), Fault::NoAccess);
-    Directory(writable).addUser("carol", "Carol"); // is seen at once
-    EXPECT_EQ(Directory(site).users().size(), 2u);
-    EXPECT_TRUE(Directory(site).mayOpen(user.id, user.mailbox));
+    Site site = Site::Open(path, options);
+    EXPECT_EQ(Directory(site).Users().size(), 1u);
+    EXPECT_EQ(faultOf([&] { Directory(site).AddUser("bob", "Bob"); }), Fault::NoAccess);
+    EXPECT_TRUE(Check(site, false).empty());
+    EXPECT_EQ(faultOf([&] { Check(site, true); }), Fault::NoAccess);
+    Directory(writable).AddUser("carol", "Carol"); // is seen at once
+    EXPECT_EQ(Directory(site).Users().size(), 2u);
+    EXPECT_TRUE(Directory(site).MayOpen(user.id, user.mailbox));
 }
 
 TEST_F(Sites, HeldByAnotherWriterAreBusyAfterTheTimeout)
 {
-    Site::create(path, "S", "O");
+    Site::Create(path, "S", "O");
     OpenOptions options;
     options.busyTimeoutMs = 50;
-    Site site = Site::open(path, options);
+    Site site = Site::Open(path, options);
     Raw other(path);
     other.execute("BEGIN IMMEDIATE; UPDATE site SET change = change + 1");
-    EXPECT_EQ(faultOf([&] { Profiles(site).create("P"); }), Fault::Busy);
-    EXPECT_TRUE(Profiles(site).list().empty()); // readers do not wait
+    EXPECT_EQ(faultOf([&] { Profiles(site).Create("P"); }), Fault::Busy);
+    EXPECT_TRUE(Profiles(site).List().empty()); // readers do not wait
     other.execute("ROLLBACK");
-    Profiles(site).create("P");
-    EXPECT_EQ(Profiles(site).list().size(), 1u);
+    Profiles(site).Create("P");
+    EXPECT_EQ(Profiles(site).List().size(), 1u);
 }
 
 TEST_F(Sites, HeldForAMomentAreWaitedFor)
 {
-    Site site = Site::create(path, "S", "O");
+    SeesWaiting waiting;
+    Site site = Site::Create(path, "S", "O");
     Raw other(path);
     other.execute("BEGIN IMMEDIATE");
-    std::thread writer([&] { Profiles(site).create("P"); });
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    std::thread writer([&] { Profiles(site).Create("P"); });
+    EXPECT_TRUE(waiting.Seen());
     other.execute("COMMIT");
     writer.join();
-    EXPECT_EQ(Profiles(site).list().size(), 1u);
+    EXPECT_EQ(Profiles(site).List().size(), 1u);
 }
 
 TEST_F(Sites, ThatAreDamagedAreSaidToBe)
 {
     ObjectId inbox = 0;
     {
-        Site site = Site::create(path, "S", "O");
-        inbox = Directory(site).mailbox(Directory(site).addUser("alice", "Alice").mailbox).inbox;
+        Site site = Site::Create(path, "S", "O");
+        inbox = Directory(site).GetMailbox(Directory(site).AddUser("alice", "Alice").mailbox).inbox;
         std::vector<NewMessage> messages(300);
         for (NewMessage &message : messages) {
             message.folder = inbox;
-            message.content.properties.set.set(kBody, std::string(3000, 'x'));
+            message.content.properties.set.Set(kBody, std::string(3000, 'x'));
         }
-        Objects(site).createMessages(messages);
+        Objects(site).CreateMessages(messages);
     }
     std::string whole = contentOf(path);
     // Pages of rubbish here and there; the first page stays, so that it is still a site.
@@ -202,21 +237,21 @@ TEST_F(Sites, ThatAreDamagedAreSaidToBe)
         damaged.replace(page * 8192, 8192, std::string(8192, static_cast<char>(page)));
         writeFile(path, damaged);
         std::optional<Fault> fault = faultOf([&] {
-            Site site = Site::open(path);
-            found += !check(site, false).empty();
+            Site site = Site::Open(path);
+            found += !Check(site, false).empty();
             View(site, {Container::Kind::Contents, inbox})
-                .read(Place::beginning(), Direction::Forward, 1000, {kBody, kSubject});
+                .Read(Place::beginning(), Direction::Forward, 1000, {kBody, kSubject});
         });
-        EXPECT_TRUE(!fault || *fault == Fault::Corrupt) << faultName(*fault) << " at page " << page;
+        EXPECT_TRUE(!fault || *fault == Fault::Corrupt) << FaultName(*fault) << " at page " << page;
     }
     EXPECT_GT(found, 50);
     for (std::size_t length : {whole.size() / 2, std::size_t{8192 * 3}, std::size_t{8192 + 100}, std::size_t{100}}) {
         writeFile(path, whole.substr(0, length));
         std::optional<Fault> fault = faultOf([&] {
-            Site site = Site::open(path);
-            EXPECT_FALSE(check(site, false).empty());
+            Site site = Site::Open(path);
+            EXPECT_FALSE(Check(site, false).empty());
             View(site, {Container::Kind::Contents, inbox})
-                .read(Place::beginning(), Direction::Forward, 1000, {kBody, kSubject});
+                .Read(Place::beginning(), Direction::Forward, 1000, {kBody, kSubject});
         });
         EXPECT_TRUE(fault == Fault::Corrupt || fault == Fault::NotASite) << length;
     }
@@ -224,32 +259,32 @@ TEST_F(Sites, ThatAreDamagedAreSaidToBe)
 
 TEST_F(Sites, CountTheirChanges)
 {
-    Site site = Site::create(path, "S", "O");
-    ChangeNumber before = site.changeNumber();
-    Profiles(site).create("P");
-    EXPECT_EQ(site.changeNumber(), before + 1);
-    EXPECT_EQ(faultOf([&] { Profiles(site).create("P"); }), Fault::Collision);
-    EXPECT_EQ(site.changeNumber(), before + 1);
-    EXPECT_EQ(Site::open(path).changeNumber(), before + 1);
+    Site site = Site::Create(path, "S", "O");
+    ChangeNumber before = site.GetChangeNumber();
+    Profiles(site).Create("P");
+    EXPECT_EQ(site.GetChangeNumber(), before + 1);
+    EXPECT_EQ(faultOf([&] { Profiles(site).Create("P"); }), Fault::Collision);
+    EXPECT_EQ(site.GetChangeNumber(), before + 1);
+    EXPECT_EQ(Site::Open(path).GetChangeNumber(), before + 1);
 }
 
 TEST_F(Sites, NumberNamedPropertiesOnceForAll)
 {
-    Site site = Site::create(path, "S", "O");
+    Site site = Site::Create(path, "S", "O");
     Names names(site);
     PropertyName number{Guid{1}, std::int32_t{5}}, same{Guid{2}, std::int32_t{5}}, text{Guid{1}, std::string("Voice")},
         other{Guid{1}, std::string("voice")};
-    EXPECT_EQ(names.ids({number, text}, false), (std::vector<std::uint16_t>{0, 0}));
-    std::vector<std::uint16_t> ids = names.ids({number, text, number, same, other}, true);
+    EXPECT_EQ(names.Ids({number, text}, false), (std::vector<std::uint16_t>{0, 0}));
+    std::vector<std::uint16_t> ids = names.Ids({number, text, number, same, other}, true);
     EXPECT_EQ(ids, (std::vector<std::uint16_t>{0x8000, 0x8001, 0x8000, 0x8002, 0x8003}));
-    EXPECT_EQ(Names(Site::open(path)).ids({other, number}, false), (std::vector<std::uint16_t>{0x8003, 0x8000}));
-    auto found = names.names({0x8001, 0x7FFF, 0x8004, 0x8002});
+    EXPECT_EQ(Names(Site::Open(path)).Ids({other, number}, false), (std::vector<std::uint16_t>{0x8003, 0x8000}));
+    auto found = names.NamesOf({0x8001, 0x7FFF, 0x8004, 0x8002});
     EXPECT_EQ(found[0], text);
     EXPECT_FALSE(found[1]);
     EXPECT_FALSE(found[2]);
     EXPECT_EQ(found[3], same);
-    EXPECT_EQ(names.all().size(), 4u);
-    EXPECT_EQ(names.all()[3].second, other);
+    EXPECT_EQ(names.All().size(), 4u);
+    EXPECT_EQ(names.All()[3].second, other);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 // Proves that long data is written and read in pieces at any offset, byte for byte, and never lies in memory whole.
 #include "Fixture.h"
 #include "MemoryGauge.h"
+#include "localmapi/storage/Spool.h"
 #include <cstring>
 #include <random>
 #include <thread>
@@ -50,14 +51,14 @@ TEST(Spools, HoldWhatWasWrittenAtAnyOffset)
         }
         case 1: {
             std::vector<std::uint8_t> read(random() % 3 ? 10 : kPiece + 5, 0xEE);
-            std::size_t n = spool.read(offset, read.data(), read.size());
+            std::size_t n = spool.Read(offset, read.data(), read.size());
             ASSERT_EQ(n, offset < expected.size() ? std::min(read.size(), expected.size() - offset) : 0);
             ASSERT_EQ(std::memcmp(read.data(), expected.data() + (n ? offset : 0), n), 0) << round;
             break;
         }
         default: {
             std::vector<std::uint8_t> bytes(random() % 3 ? 10 : kPiece + 5, static_cast<std::uint8_t>(round));
-            spool.write(offset, bytes.data(), bytes.size());
+            spool.Write(offset, bytes.data(), bytes.size());
             expected.resize(std::max(expected.size(), offset + bytes.size()));
             std::memcpy(expected.data() + offset, bytes.data(), bytes.size());
         }
@@ -65,19 +66,19 @@ TEST(Spools, HoldWhatWasWrittenAtAnyOffset)
         ASSERT_EQ(spool.size(), expected.size());
     }
     std::vector<std::uint8_t> whole(expected.size());
-    EXPECT_EQ(spool.read(0, whole.data(), whole.size()), whole.size());
+    EXPECT_EQ(spool.Read(0, whole.data(), whole.size()), whole.size());
     EXPECT_EQ(whole, expected);
 }
 
 TEST(Spools, WriteNothingWhenThereIsNothingToWrite)
 {
     Spool spool;
-    spool.write(100, "", 0);
+    spool.Write(100, "", 0);
     EXPECT_EQ(spool.size(), 0u);
     char byte = 7;
-    EXPECT_EQ(spool.read(0, &byte, 1), 0u);
+    EXPECT_EQ(spool.Read(0, &byte, 1), 0u);
     spool.resize(3);
-    EXPECT_EQ(spool.read(2, &byte, 5), 1u);
+    EXPECT_EQ(spool.Read(2, &byte, 5), 1u);
     EXPECT_EQ(byte, 0);
 }
 
@@ -88,20 +89,20 @@ TEST_F(Streams, OfEveryLengthAroundThePiecesComeBack)
         auto spool = std::make_shared<Spool>();
         std::vector<std::uint8_t> bytes(static_cast<std::size_t>(length));
         fill(bytes, 0);
-        spool->write(0, bytes.data(), bytes.size());
+        spool->Write(0, bytes.data(), bytes.size());
         ObjectId id = add("m", {{kAttachData, SpoolPtr(spool)}});
-        std::unique_ptr<Stream> stream = objects.openProperty(id, kAttachData);
+        std::unique_ptr<Stream> stream = objects.OpenProperty(id, kAttachData);
         ASSERT_TRUE(stream);
         EXPECT_EQ(stream->size(), length);
         std::vector<std::uint8_t> read(bytes.size() + 1);
-        EXPECT_EQ(stream->read(0, read.data(), read.size()), length);
+        EXPECT_EQ(stream->Read(0, read.data(), read.size()), length);
         read.resize(bytes.size());
         EXPECT_EQ(read, bytes);
-        EXPECT_EQ(stream->read(length, read.data(), 1), 0u);
+        EXPECT_EQ(stream->Read(length, read.data(), 1), 0u);
         // Across the border of two pieces, and short of the end.
         if (length > kPiece + 1) {
             std::uint8_t border[4];
-            EXPECT_EQ(stream->read(kPiece - 2, border, 4), 4u);
+            EXPECT_EQ(stream->Read(kPiece - 2, border, 4), 4u);
             EXPECT_EQ(border[1], byteAt(kPiece - 1));
             EXPECT_EQ(border[2], byteAt(kPiece));
         }
@@ -112,40 +113,40 @@ TEST_F(Streams, OfEveryLengthAroundThePiecesComeBack)
 TEST_F(Streams, OfTextAreItsBytes)
 {
     ObjectId id = add("m", {{kBody, std::string("caf\xc3\xa9")}});
-    std::unique_ptr<Stream> stream = objects.openProperty(id, kBody);
+    std::unique_ptr<Stream> stream = objects.OpenProperty(id, kBody);
     char text[10] = {};
-    EXPECT_EQ(stream->read(3, text, 10), 2u);
+    EXPECT_EQ(stream->Read(3, text, 10), 2u);
     EXPECT_STREQ(text, "\xc3\xa9");
-    EXPECT_EQ(objects.openProperty(id, kSenderName), nullptr);
-    EXPECT_EQ(faultOf([&] { objects.openProperty(id, kMessageFlags); }), Fault::Invalid);
-    EXPECT_EQ(objects.openProperty(id, kMessageClass)->size(), 8u);
+    EXPECT_EQ(objects.OpenProperty(id, kSenderName), nullptr);
+    EXPECT_EQ(faultOf([&] { objects.OpenProperty(id, kMessageFlags); }), Fault::Invalid);
+    EXPECT_EQ(objects.OpenProperty(id, kMessageClass)->size(), 8u);
 }
 
 TEST_F(Streams, ThatWereReplacedAreNotFoundByThoseWhoStillReadThem)
 {
     ObjectId id = add("m", {{kAttachData, Bytes(3 * kPiece, 1)}});
-    std::unique_ptr<Stream> reader = objects.openProperty(id, kAttachData);
+    std::unique_ptr<Stream> reader = objects.OpenProperty(id, kAttachData);
     std::uint8_t byte = 0;
-    reader->read(0, &byte, 1);
+    reader->Read(0, &byte, 1);
     MessageChanges changes;
-    changes.properties.set.set(kAttachData, Bytes(3 * kPiece, 2));
-    objects.changeMessage(id, changes);
-    EXPECT_EQ(faultOf([&] { reader->read(2 * kPiece, &byte, 1); }), Fault::NotFound);
-    objects.openProperty(id, kAttachData)->read(2 * kPiece, &byte, 1);
+    changes.properties.set.Set(kAttachData, Bytes(3 * kPiece, 2));
+    objects.ChangeMessage(id, changes);
+    EXPECT_EQ(faultOf([&] { reader->Read(2 * kPiece, &byte, 1); }), Fault::NotFound);
+    objects.OpenProperty(id, kAttachData)->Read(2 * kPiece, &byte, 1);
     EXPECT_EQ(byte, 2);
 }
 
 TEST_F(Streams, AreCopiedIntoSpools)
 {
     ObjectId id = add("m", {{kAttachData, Bytes(2 * kPiece + 9, 4)}});
-    std::shared_ptr<Spool> spool = spoolOf(*objects.openProperty(id, kAttachData));
+    std::shared_ptr<Spool> spool = SpoolOf(*objects.OpenProperty(id, kAttachData));
     EXPECT_EQ(spool->size(), 2 * kPiece + 9);
-    spool->write(5, "x", 1);
+    spool->Write(5, "x", 1);
     MessageChanges changes;
-    changes.properties.set.set(kAttachData, SpoolPtr(spool));
-    objects.changeMessage(id, changes);
+    changes.properties.set.Set(kAttachData, SpoolPtr(spool));
+    objects.ChangeMessage(id, changes);
     std::uint8_t bytes[2];
-    objects.openProperty(id, kAttachData)->read(4, bytes, 2);
+    objects.OpenProperty(id, kAttachData)->Read(4, bytes, 2);
     EXPECT_EQ(bytes[0], 4);
     EXPECT_EQ(bytes[1], 'x');
 }
@@ -159,41 +160,41 @@ TEST_F(Streams, OfAHundredMegabytesAreWrittenAndReadInBoundedMemory)
     auto spool = std::make_shared<Spool>();
     for (std::uint64_t offset = 0; offset < kLength; offset += buffer.size()) {
         fill(buffer, offset);
-        spool->write(offset, buffer.data(), buffer.size());
+        spool->Write(offset, buffer.data(), buffer.size());
     }
     EXPECT_LT(memoryInUse(), before + (20u << 20));
     MessageChanges content = message("voice");
     content.attachments = {{0, false, {{{kAttachData, SpoolPtr(spool)}}, {}}, nullptr}};
-    ObjectId id = objects.createMessage(box.inbox, content);
+    ObjectId id = objects.CreateMessage(box.inbox, content);
     spool.reset();
     content = {};
     EXPECT_LT(memoryInUse(), before + (50u << 20));
-    std::unique_ptr<Stream> stream = objects.openProperty(objects.attachments(id)[0].id, kAttachData);
+    std::unique_ptr<Stream> stream = objects.OpenProperty(objects.Attachments(id)[0].id, kAttachData);
     ASSERT_EQ(stream->size(), kLength);
     std::uint64_t wrong = 0;
     for (std::uint64_t offset = 0; offset < kLength; offset += buffer.size()) {
-        ASSERT_EQ(stream->read(offset, buffer.data(), buffer.size()), buffer.size());
+        ASSERT_EQ(stream->Read(offset, buffer.data(), buffer.size()), buffer.size());
         for (std::size_t i = 0; i < buffer.size(); ++i)
             wrong += buffer[i] != byteAt(offset + i);
     }
     EXPECT_EQ(wrong, 0u);
     EXPECT_LT(memoryInUse(), before + (50u << 20));
-    EXPECT_EQ(*objects.read(id).get<std::int32_t>(kMessageSize), static_cast<std::int32_t>(kLength + 5));
+    EXPECT_EQ(*objects.Read(id).get<std::int32_t>(kMessageSize), static_cast<std::int32_t>(kLength + 5));
 }
 
 TEST_F(Streams, AreReadByManyThreadsAtOnce)
 {
     ObjectId id = add("m", {{kAttachData, Bytes(4 * kPiece, 1)}});
-    std::unique_ptr<Stream> shared = objects.openProperty(id, kAttachData);
+    std::unique_ptr<Stream> shared = objects.OpenProperty(id, kAttachData);
     std::atomic<int> wrong{0};
     std::vector<std::thread> threads;
     for (unsigned t = 0; t < 4; ++t)
         threads.emplace_back([&, t] {
-            std::unique_ptr<Stream> own = objects.openProperty(id, kAttachData);
+            std::unique_ptr<Stream> own = objects.OpenProperty(id, kAttachData);
             for (unsigned i = 0; i < 50; ++i) {
                 std::uint8_t byte = 0;
                 std::uint64_t offset = (i * 7 + t) % 4 * kPiece + i;
-                wrong += (i % 2 ? *own : *shared).read(offset, &byte, 1) != 1 || byte != 1;
+                wrong += (i % 2 ? *own : *shared).Read(offset, &byte, 1) != 1 || byte != 1;
             }
         });
     for (std::thread &thread : threads)

@@ -35,22 +35,22 @@ TEST_F(Threads, SeeWholeTransactionsOnly)
         if (t < 3) {
             for (int i = 0; i < 15; ++i) {
                 std::vector<NewMessage> five(5, NewMessage{box.inbox, message("m", {{kImportance, std::int32_t{t}}})});
-                std::vector<ObjectId> ids = objects.createMessages(five);
+                std::vector<ObjectId> ids = objects.CreateMessages(five);
                 if (i % 3 == 1)
-                    objects.removeMessages(ids);
+                    objects.RemoveMessages(ids);
                 if (i % 3 == 2)
-                    objects.setRead(ids, true);
+                    objects.SetRead(ids, true);
             }
             --writers;
             return;
         }
-        View view(site, inbox(), t == 3 ? Filter{} : Filter::bits(kMessageFlags, kFlagRead, t == 4));
+        View view(site, inbox(), t == 3 ? Filter{} : Filter::Bits(kMessageFlags, kFlagRead, t == 4));
         while (writers) {
-            EXPECT_EQ(view.count() % 5, 0u);
-            EXPECT_EQ(view.read(Place::beginning(), Direction::Forward, 10000, {kSubject}).size() % 5, 0u);
+            EXPECT_EQ(view.Count() % 5, 0u);
+            EXPECT_EQ(view.Read(Place::beginning(), Direction::Forward, 10000, {kSubject}).size() % 5, 0u);
         }
     });
-    EXPECT_EQ(View(site, inbox()).count(), 3u * 10 * 5);
+    EXPECT_EQ(View(site, inbox()).Count(), 3u * 10 * 5);
     expectSound();
 }
 
@@ -63,20 +63,20 @@ TEST_F(Threads, ShareEveryObjectOfTheLayer)
     run(6, [&](int t) {
         std::string own = "p" + std::to_string(t);
         for (int i = 0; i < 8; ++i) {
-            profiles.create(own);
-            profiles.changeSection(own, Guid{1}, {{kSubject, own}});
-            EXPECT_EQ(*profiles.section(own, Guid{1}).get<std::string>(kSubject), own);
-            profiles.remove(own);
-            names.ids({{Guid{1}, std::int32_t{i}}}, true);
+            profiles.Create(own);
+            profiles.ChangeSection(own, Guid{1}, {{kSubject, own}});
+            EXPECT_EQ(*profiles.Section(own, Guid{1}).get<std::string>(kSubject), own);
+            profiles.Remove(own);
+            names.Ids({{Guid{1}, std::int32_t{i}}}, true);
             MessageChanges changes;
-            changes.properties.set.set(kSensitivity, std::int32_t{t});
-            objects.changeMessage(shared, changes);
-            EXPECT_TRUE(objects.read(shared).get<std::int32_t>(kSensitivity));
-            EXPECT_TRUE(directory.userByAlias("alice"));
+            changes.properties.set.Set(kSensitivity, std::int32_t{t});
+            objects.ChangeMessage(shared, changes);
+            EXPECT_TRUE(objects.Read(shared).get<std::int32_t>(kSensitivity));
+            EXPECT_TRUE(directory.UserByAlias("alice"));
         }
     });
-    EXPECT_EQ(names.all().size(), 8u);
-    EXPECT_TRUE(profiles.list().empty());
+    EXPECT_EQ(names.All().size(), 8u);
+    EXPECT_TRUE(profiles.List().empty());
     expectSound();
 }
 

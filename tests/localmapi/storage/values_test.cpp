@@ -1,6 +1,6 @@
 // Proves that values of every type and size come back as they were set, and that bags keep one value an id.
 #include "Fixture.h"
-#include "localmapi/storage/text.h"
+#include "localmapi/storage/Text.h"
 #include <cmath>
 #include <limits>
 
@@ -12,30 +12,30 @@ namespace
 
 constexpr Tag list(std::uint16_t id, Type type)
 {
-    return makeTag(id, type) | kMultiple;
+    return MakeTag(id, type) | kMultiple;
 }
 
 PropertyBag everyType()
 {
     return {
-        {makeTag(0x6000, Type::Int16), std::int16_t{-32768}},
-        {makeTag(0x6001, Type::Int32), std::numeric_limits<std::int32_t>::min()},
-        {makeTag(0x6002, Type::Float), 1.5f},
-        {makeTag(0x6003, Type::Double), -0.1},
-        {makeTag(0x6004, Type::Currency), std::numeric_limits<std::int64_t>::min()},
-        {makeTag(0x6005, Type::AppTime), 38000.25},
-        {makeTag(0x6006, Type::ErrorCode), std::int32_t(0x8004010F)},
-        {makeTag(0x6007, Type::Boolean), true},
-        {makeTag(0x6008, Type::Int64), std::numeric_limits<std::int64_t>::max()},
-        {makeTag(0x6009, Type::Text), std::string("caf\xc3\xa9 \xf0\x9f\x93\x9e")},
-        {makeTag(0x600A, Type::Time), std::int64_t{133000000000000000}},
-        {makeTag(0x600B, Type::Uid), Guid{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 255}},
-        {makeTag(0x600C, Type::Binary), Bytes{0, 1, 255}},
-        {makeTag(0x600D, Type::Text), std::string("with\0zero", 9)},
-        {makeTag(0x600E, Type::Text), std::string()},
-        {makeTag(0x600F, Type::Binary), Bytes()},
-        {makeTag(0x6010, Type::Boolean), false},
-        {makeTag(0x6011, Type::Object), Bytes{7}},
+        {MakeTag(0x6000, Type::Int16), std::int16_t{-32768}},
+        {MakeTag(0x6001, Type::Int32), std::numeric_limits<std::int32_t>::min()},
+        {MakeTag(0x6002, Type::Float), 1.5f},
+        {MakeTag(0x6003, Type::Double), -0.1},
+        {MakeTag(0x6004, Type::Currency), std::numeric_limits<std::int64_t>::min()},
+        {MakeTag(0x6005, Type::AppTime), 38000.25},
+        {MakeTag(0x6006, Type::ErrorCode), std::int32_t(0x8004010F)},
+        {MakeTag(0x6007, Type::Boolean), true},
+        {MakeTag(0x6008, Type::Int64), std::numeric_limits<std::int64_t>::max()},
+        {MakeTag(0x6009, Type::Text), std::string("caf\xc3\xa9 \xf0\x9f\x93\x9e")},
+        {MakeTag(0x600A, Type::Time), std::int64_t{133000000000000000}},
+        {MakeTag(0x600B, Type::Uid), Guid{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 255}},
+        {MakeTag(0x600C, Type::Binary), Bytes{0, 1, 255}},
+        {MakeTag(0x600D, Type::Text), std::string("with\0zero", 9)},
+        {MakeTag(0x600E, Type::Text), std::string()},
+        {MakeTag(0x600F, Type::Binary), Bytes()},
+        {MakeTag(0x6010, Type::Boolean), false},
+        {MakeTag(0x6011, Type::Object), Bytes{7}},
         {list(0x6020, Type::Int16), std::vector<std::int16_t>{1, -1}},
         {list(0x6021, Type::Int32), std::vector<std::int32_t>{1, -1, 70000}},
         {list(0x6022, Type::Float), std::vector<float>{0.25f}},
@@ -57,9 +57,9 @@ class Values : public SiteTest
 TEST_F(Values, OfEveryTypeComeBackAsTheyWereSet)
 {
     ObjectId id = add("all", everyType());
-    PropertyBag read = objects.read(id);
+    PropertyBag read = objects.Read(id);
     for (const Property &property : everyType()) {
-        const Value *value = read.find(property.tag);
+        const Value *value = read.Find(property.tag);
         ASSERT_TRUE(value) << std::hex << property.tag;
         EXPECT_EQ(*value, property.value) << std::hex << property.tag;
     }
@@ -67,12 +67,12 @@ TEST_F(Values, OfEveryTypeComeBackAsTheyWereSet)
 
 TEST_F(Values, ThatAreNoNumbersStayNoNumbersAndComeAfterAllNumbers)
 {
-    constexpr Tag kDouble = makeTag(0x6003, Type::Double), kFloat = makeTag(0x6002, Type::Float);
+    constexpr Tag kDouble = MakeTag(0x6003, Type::Double), kFloat = MakeTag(0x6002, Type::Float);
     double nan = std::numeric_limits<double>::quiet_NaN();
     ObjectId id = add("nan", {{kDouble, nan}, {kFloat, std::numeric_limits<float>::quiet_NaN()}});
     add("big", {{kDouble, 1e300}});
     add("infinite", {{kDouble, std::numeric_limits<double>::infinity()}});
-    PropertyBag read = objects.read(id);
+    PropertyBag read = objects.Read(id);
     EXPECT_TRUE(std::isnan(*read.get<double>(kDouble)));
     EXPECT_TRUE(std::isnan(*read.get<float>(kFloat)));
     View sorted(site, inbox(), {}, {{kDouble}});
@@ -90,16 +90,16 @@ TEST_F(Values, OfEveryLengthAroundTheLimitsComeBackWhole)
         for (char &c : text)
             c = static_cast<char>('a' + (c & 15));
         ObjectId id = add("long", {{kAttachData, bytes}, {kBody, text}});
-        PropertyBag whole = objects.readUpTo(id, 1 << 20);
+        PropertyBag whole = objects.ReadUpTo(id, 1 << 20);
         EXPECT_EQ(*whole.get<Bytes>(kAttachData), bytes) << length;
         EXPECT_EQ(*whole.get<std::string>(kBody), text) << length;
-        PropertyBag limited = objects.read(id);
+        PropertyBag limited = objects.Read(id);
         auto stream = limited.get<StoredStream>(kBody);
         EXPECT_EQ(stream != nullptr, length > 32768) << length;
         if (stream) {
             EXPECT_EQ(stream->size, length);
             std::string read(length, ' ');
-            EXPECT_EQ(objects.openStream(*stream)->read(0, read.data(), length), length);
+            EXPECT_EQ(objects.OpenStream(*stream)->Read(0, read.data(), length), length);
             EXPECT_EQ(read, text) << length;
         }
     }
@@ -108,55 +108,55 @@ TEST_F(Values, OfEveryLengthAroundTheLimitsComeBackWhole)
 
 TEST_F(Values, SetToAnotherTypeTakeThePlaceOfTheOldOnes)
 {
-    constexpr Tag kNumber = makeTag(0x6001, Type::Int32), kText = makeTag(0x6001, Type::Text);
+    constexpr Tag kNumber = MakeTag(0x6001, Type::Int32), kText = MakeTag(0x6001, Type::Text);
     ObjectId id = add("m", {{kNumber, std::int32_t{5}}});
     MessageChanges changes;
-    changes.properties.set.set(kText, std::string("five"));
-    objects.changeMessage(id, changes);
-    PropertyBag read = objects.read(id);
-    EXPECT_FALSE(read.find(kNumber));
+    changes.properties.set.Set(kText, std::string("five"));
+    objects.ChangeMessage(id, changes);
+    PropertyBag read = objects.Read(id);
+    EXPECT_FALSE(read.Find(kNumber));
     EXPECT_EQ(*read.get<std::string>(kText), "five");
     changes = {};
     changes.properties.remove = {kNumber};
-    objects.changeMessage(id, changes);
-    EXPECT_FALSE(objects.read(id).findId(0x6001));
+    objects.ChangeMessage(id, changes);
+    EXPECT_FALSE(objects.Read(id).FindId(0x6001));
 }
 
 TEST(Bags, KeepOneValueAnIdInTheOrderOfIds)
 {
     PropertyBag bag;
-    bag.set(makeTag(0x20, Type::Text), std::string("b"));
-    bag.set(makeTag(0x10, Type::Int32), std::int32_t{1});
-    bag.set(makeTag(0x20, Type::Int32), std::int32_t{2});
+    bag.Set(MakeTag(0x20, Type::Text), std::string("b"));
+    bag.Set(MakeTag(0x10, Type::Int32), std::int32_t{1});
+    bag.Set(MakeTag(0x20, Type::Int32), std::int32_t{2});
     EXPECT_EQ(bag.size(), 2u);
-    EXPECT_EQ(bag.begin()->tag, makeTag(0x10, Type::Int32));
-    EXPECT_FALSE(bag.find(makeTag(0x20, Type::Text)));
-    EXPECT_EQ(*bag.get<std::int32_t>(makeTag(0x20, Type::Int32)), 2);
-    EXPECT_TRUE(bag.erase(makeTag(0x20, Type::Text)));
-    EXPECT_FALSE(bag.erase(makeTag(0x20, Type::Text)));
-    EXPECT_FALSE(bag.findId(0x20));
+    EXPECT_EQ(bag.begin()->tag, MakeTag(0x10, Type::Int32));
+    EXPECT_FALSE(bag.Find(MakeTag(0x20, Type::Text)));
+    EXPECT_EQ(*bag.get<std::int32_t>(MakeTag(0x20, Type::Int32)), 2);
+    EXPECT_TRUE(bag.Erase(MakeTag(0x20, Type::Text)));
+    EXPECT_FALSE(bag.Erase(MakeTag(0x20, Type::Text)));
+    EXPECT_FALSE(bag.FindId(0x20));
 }
 
 TEST(Bags, RefuseValuesOfAnotherType)
 {
     PropertyBag bag;
-    EXPECT_EQ(faultOf([&] { bag.set(kSubject, std::int32_t{1}); }), Fault::Invalid);
-    EXPECT_EQ(faultOf([&] { bag.set(kSensitivity, std::string("x")); }), Fault::Invalid);
-    EXPECT_EQ(faultOf([&] { bag.set(kKeywords, std::string("x")); }), Fault::Invalid);
-    EXPECT_EQ(faultOf([&] { bag.set(kSubject, Value()); }), Fault::Invalid);
-    EXPECT_EQ(faultOf([&] { bag.set(makeTag(1, Type::Boolean) | kMultiple, true); }), Fault::Invalid);
+    EXPECT_EQ(faultOf([&] { bag.Set(kSubject, std::int32_t{1}); }), Fault::Invalid);
+    EXPECT_EQ(faultOf([&] { bag.Set(kSensitivity, std::string("x")); }), Fault::Invalid);
+    EXPECT_EQ(faultOf([&] { bag.Set(kKeywords, std::string("x")); }), Fault::Invalid);
+    EXPECT_EQ(faultOf([&] { bag.Set(kSubject, Value()); }), Fault::Invalid);
+    EXPECT_EQ(faultOf([&] { bag.Set(MakeTag(1, Type::Boolean) | kMultiple, true); }), Fault::Invalid);
     EXPECT_TRUE(bag.empty());
 }
 
 TEST(Sizes, AreThoseOfTheBytesWithoutTerminators)
 {
-    EXPECT_EQ(byteSize(std::string("caf\xc3\xa9")), 5u);
-    EXPECT_EQ(byteSize(Bytes(3)), 3u);
-    EXPECT_EQ(byteSize(std::int32_t{0}), 4u);
-    EXPECT_EQ(byteSize(true), 2u);
-    EXPECT_EQ(byteSize(std::vector<std::string>{"a", "bc"}), 3u);
-    EXPECT_EQ(byteSize(std::vector<std::int16_t>{1, 2}), 4u);
-    EXPECT_EQ(byteSize(Guid{}), 16u);
+    EXPECT_EQ(ByteSize(std::string("caf\xc3\xa9")), 5u);
+    EXPECT_EQ(ByteSize(Bytes(3)), 3u);
+    EXPECT_EQ(ByteSize(std::int32_t{0}), 4u);
+    EXPECT_EQ(ByteSize(true), 2u);
+    EXPECT_EQ(ByteSize(std::vector<std::string>{"a", "bc"}), 3u);
+    EXPECT_EQ(ByteSize(std::vector<std::int16_t>{1, 2}), 4u);
+    EXPECT_EQ(ByteSize(Guid{}), 16u);
 }
 
 TEST(Text, FoldsCaseByUnicode)
@@ -182,16 +182,16 @@ TEST(Text, FoldsCaseByUnicode)
                   "a"}, // a lone surrogate too
                  {"", ""}};
     for (const auto &one : cases)
-        EXPECT_EQ(foldCase(one.text), one.folded);
+        EXPECT_EQ(FoldCase(one.text), one.folded);
 }
 
 TEST(Text, LosesItsAccentsWhereTheyDoNotCount)
 {
-    EXPECT_EQ(foldText("\xc3\x89\xc3\xa0\xc5\x82", false, true), "Ea\xc5\x82"); // a stroke is no mark
-    EXPECT_EQ(foldText("e\xcc\x81", false, true), "e");                         // a mark of its own
-    EXPECT_EQ(foldText("\xe1\xbb\x87", false, true), "e");                      // two marks
-    EXPECT_EQ(foldText("\xc3\x89", true, true), "e");
-    EXPECT_EQ(foldText("\xce\xac", false, true), "\xce\xb1");
+    EXPECT_EQ(FoldText("\xc3\x89\xc3\xa0\xc5\x82", false, true), "Ea\xc5\x82"); // a stroke is no mark
+    EXPECT_EQ(FoldText("e\xcc\x81", false, true), "e");                         // a mark of its own
+    EXPECT_EQ(FoldText("\xe1\xbb\x87", false, true), "e");                      // two marks
+    EXPECT_EQ(FoldText("\xc3\x89", true, true), "e");
+    EXPECT_EQ(FoldText("\xce\xac", false, true), "\xce\xb1");
 }
 
 TEST(Text, IsOrderedByFoldedFormFirstAndOnlyEqualTextIsEqual)
@@ -201,7 +201,7 @@ TEST(Text, IsOrderedByFoldedFormFirstAndOnlyEqualTextIsEqual)
                              "\xff"};
     for (std::size_t i = 0; i < std::size(ordered); ++i)
         for (std::size_t j = 0; j < std::size(ordered); ++j) {
-            int order = compareText(ordered[i], ordered[j]);
+            int order = CompareText(ordered[i], ordered[j]);
             EXPECT_EQ(order < 0, i < j) << ordered[i] << " " << ordered[j];
             EXPECT_EQ(order == 0, i == j) << ordered[i] << " " << ordered[j];
         }

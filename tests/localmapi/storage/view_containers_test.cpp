@@ -13,23 +13,23 @@ TEST_F(Containers, GiveTheColumnsThatAreAskedForInTheirOrder)
 {
     ObjectId id = add("s", {{kImportance, std::int32_t{2}}, {kBody, std::string(40000, 'b')}});
     std::vector<Row> rows = View(site, inbox())
-                                .read(Place::beginning(), kForward, 1,
+                                .Read(Place::beginning(), kForward, 1,
                                       {kImportance, kSenderName, kSubject, kObjectId, kSubject, kParentId, kBody,
                                        kMessageFlags, kSensitivity, kMessageSize, kHasAttachments, kChangeNumber});
     ASSERT_EQ(rows.size(), 1u);
     const std::vector<Value> &values = rows[0].values;
     EXPECT_EQ(values[0], Value(std::int32_t{2}));
-    EXPECT_TRUE(isAbsent(values[1]));
+    EXPECT_TRUE(IsAbsent(values[1]));
     EXPECT_EQ(values[2], Value(std::string("s")));
     EXPECT_EQ(values[3], Value(id));
     EXPECT_EQ(values[4], Value(std::string("s")));
     EXPECT_EQ(values[5], Value(box.inbox));
     EXPECT_EQ(std::get<StoredStream>(values[6]).size, 40000u);
     EXPECT_EQ(values[7], Value(std::int32_t{0}));
-    EXPECT_TRUE(isAbsent(values[8]));
+    EXPECT_TRUE(IsAbsent(values[8]));
     EXPECT_EQ(values[9], Value(std::int32_t{40001}));
     EXPECT_EQ(values[10], Value(false));
-    EXPECT_EQ(values[11], Value(site.changeNumber()));
+    EXPECT_EQ(values[11], Value(site.GetChangeNumber()));
 }
 
 TEST_F(Containers, OfAssociatedMessagesAndOfOrdinaryOnesAreApart)
@@ -38,36 +38,36 @@ TEST_F(Containers, OfAssociatedMessagesAndOfOrdinaryOnesAreApart)
     add("associated", {{kMessageFlags, kFlagAssociated}});
     EXPECT_EQ(subjects(View(site, inbox())), (Subjects{"ordinary"}));
     EXPECT_EQ(subjects(View(site, {Container::Kind::Associated, box.inbox})), (Subjects{"associated"}));
-    PropertyBag inboxBag = objects.read(box.inbox);
+    PropertyBag inboxBag = objects.Read(box.inbox);
     EXPECT_EQ(*inboxBag.get<std::int32_t>(kContentCount), 1);
     EXPECT_EQ(*inboxBag.get<std::int32_t>(kAssociatedCount), 1);
 }
 
 TEST_F(Containers, OfFoldersShowTheirCountsAndTheirDepth)
 {
-    ObjectId sub = objects.createFolder(box.inbox, {{kDisplayName, std::string("Sub")}});
-    objects.createFolder(sub, {{kDisplayName, std::string("Deep")}});
+    ObjectId sub = objects.CreateFolder(box.inbox, {{kDisplayName, std::string("Sub")}});
+    objects.CreateFolder(sub, {{kDisplayName, std::string("Deep")}});
     add("unread");
     add("read", {{kMessageFlags, kFlagRead}});
     View direct(site, {Container::Kind::Folders, box.ipmSubtree});
     std::vector<Tag> columns{kDisplayName, kFolderDepth, kContentCount, kContentUnread, kSubfolders, kFolderChildCount};
-    std::vector<Row> rows = direct.read(Place::beginning(), kForward, 99, columns);
+    std::vector<Row> rows = direct.Read(Place::beginning(), kForward, 99, columns);
     EXPECT_EQ(subjectsOf(rows), (Subjects{"Calendar", "Deleted Items", "Inbox", "Outbox", "Sent Items"}));
     EXPECT_EQ(rows[2].values, (std::vector<Value>{std::string("Inbox"), std::int32_t{1}, std::int32_t{2},
                                                   std::int32_t{1}, true, std::int32_t{1}}));
     EXPECT_EQ(rows[0].values[4], Value(false));
     View deep(site, {Container::Kind::FoldersDeep, box.ipmSubtree});
-    EXPECT_EQ(deep.count(), 7u);
-    rows = deep.read(Place::beginning(), kForward, 99, columns);
+    EXPECT_EQ(deep.Count(), 7u);
+    rows = deep.Read(Place::beginning(), kForward, 99, columns);
     EXPECT_EQ(subjectsOf(rows),
               (Subjects{"Calendar", "Deep", "Deleted Items", "Inbox", "Outbox", "Sent Items", "Sub"}));
     EXPECT_EQ(rows[1].values[1], Value(std::int32_t{3}));
     EXPECT_EQ(rows[6].values[1], Value(std::int32_t{2}));
     View unread(site, {Container::Kind::FoldersDeep, box.ipmSubtree},
-                Filter::all({Filter::compare(kContentUnread, Relation::Greater, std::int32_t{0}),
-                             Filter::compare(kFolderDepth, Relation::Equal, std::int32_t{1}),
-                             Filter::compare(kSubfolders, Relation::Equal, true)}));
-    EXPECT_EQ(subjectsOf(unread.read(Place::beginning(), kForward, 9, {kDisplayName})), (Subjects{"Inbox"}));
+                Filter::All({Filter::Compare(kContentUnread, Relation::Greater, std::int32_t{0}),
+                             Filter::Compare(kFolderDepth, Relation::Equal, std::int32_t{1}),
+                             Filter::Compare(kSubfolders, Relation::Equal, true)}));
+    EXPECT_EQ(subjectsOf(unread.Read(Place::beginning(), kForward, 9, {kDisplayName})), (Subjects{"Inbox"}));
 }
 
 TEST_F(Containers, OfAttachmentsRecipientsAndPeopleAreViewsToo)
@@ -77,24 +77,24 @@ TEST_F(Containers, OfAttachmentsRecipientsAndPeopleAreViewsToo)
         std::vector<PropertyBag>{{{kDisplayName, std::string("Zoe")}}, {{kDisplayName, std::string("Al")}}};
     content.attachments = {{5, false, {{{kAttachName, std::string("b.wav")}}, {}}, nullptr},
                            {1, false, {{{kAttachName, std::string("c.txt")}, {kAttachData, Bytes(10)}}, {}}, nullptr}};
-    ObjectId id = objects.createMessage(box.inbox, content);
+    ObjectId id = objects.CreateMessage(box.inbox, content);
     View attachments(site, {Container::Kind::Attachments, id});
     std::vector<Row> rows =
-        attachments.read(Place::beginning(), kForward, 9, {kAttachName, kAttachNumber, kAttachSize});
+        attachments.Read(Place::beginning(), kForward, 9, {kAttachName, kAttachNumber, kAttachSize});
     EXPECT_EQ(subjectsOf(rows), (Subjects{"c.txt", "b.wav"}));
     EXPECT_EQ(rows[0].values[1], Value(std::int32_t{1}));
     EXPECT_EQ(rows[0].values[2], Value(std::int32_t{15}));
     View recipients(site, {Container::Kind::Recipients, id});
-    EXPECT_EQ(subjectsOf(recipients.read(Place::beginning(), kForward, 9, {kDisplayName})), (Subjects{"Zoe", "Al"}));
-    EXPECT_EQ(recipients.read(Place::end(), kBackward, 1, {kRowId}).at(0).values[0], Value(std::int32_t{1}));
+    EXPECT_EQ(subjectsOf(recipients.Read(Place::beginning(), kForward, 9, {kDisplayName})), (Subjects{"Zoe", "Al"}));
+    EXPECT_EQ(recipients.Read(Place::end(), kBackward, 1, {kRowId}).at(0).values[0], Value(std::int32_t{1}));
 
-    Directory(site).addContact("Bob Baker", "bob@elsewhere.example");
+    Directory(site).AddContact("Bob Baker", "bob@elsewhere.example");
     View people(site, {Container::Kind::Directory, 0});
-    EXPECT_EQ(subjectsOf(people.read(Place::beginning(), kForward, 9, {kDisplayName})),
+    EXPECT_EQ(subjectsOf(people.Read(Place::beginning(), kForward, 9, {kDisplayName})),
               (Subjects{"Alice Archer", "Bob Baker"}));
     View named(site, {Container::Kind::Directory, 0},
-               Filter::content(kDisplayName, Filter::Match::WordPrefix, std::string("bak"), true));
-    EXPECT_EQ(subjectsOf(named.read(Place::beginning(), kForward, 9, {kEmailAddress})),
+               Filter::Content(kDisplayName, Filter::Match::WordPrefix, std::string("bak"), true));
+    EXPECT_EQ(subjectsOf(named.Read(Place::beginning(), kForward, 9, {kEmailAddress})),
               (Subjects{"bob@elsewhere.example"}));
 }
 
@@ -103,8 +103,8 @@ TEST_F(Containers, OfWhatIsNotThereAreEmpty)
     for (auto kind : {Container::Kind::Contents, Container::Kind::Associated, Container::Kind::Folders,
                       Container::Kind::FoldersDeep, Container::Kind::Attachments, Container::Kind::Recipients}) {
         View view(site, {kind, 999999});
-        EXPECT_EQ(view.count(), 0u);
-        EXPECT_TRUE(view.read(Place::beginning(), kForward, 9, {}).empty());
+        EXPECT_EQ(view.Count(), 0u);
+        EXPECT_TRUE(view.Read(Place::beginning(), kForward, 9, {}).empty());
     }
 }
 

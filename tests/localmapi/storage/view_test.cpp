@@ -9,7 +9,7 @@ namespace localmapi::storage
 namespace
 {
 
-constexpr Tag kNumber = makeTag(0x6001, Type::Int32);
+constexpr Tag kNumber = MakeTag(0x6001, Type::Int32);
 
 class Views : public SiteTest
 {
@@ -23,11 +23,11 @@ class Views : public SiteTest
                                                                        {kMessageFlags, std::int32_t{i % 2}},
                                                                        {kImportance, std::int32_t{i % 3}},
                                                                        {kNumber, std::int32_t{-i}}})});
-        return objects.createMessages(messages);
+        return objects.CreateMessages(messages);
     }
     Subjects read(const View &view, const Place &from, Direction direction, std::size_t n) const
     {
-        return subjectsOf(view.read(from, direction, n, {kSubject}));
+        return subjectsOf(view.Read(from, direction, n, {kSubject}));
     }
     static Subjects numbers(int first, int end)
     {
@@ -47,14 +47,14 @@ class Views : public SiteTest
 TEST_F(Views, OfNoRowsAreEmptyEverywhere)
 {
     for (const View &view : bothWays()) {
-        EXPECT_EQ(view.count(), 0u);
+        EXPECT_EQ(view.Count(), 0u);
         for (const Place &place : {Place::beginning(), Place::end()})
             for (Direction direction : {kForward, kBackward})
-                EXPECT_TRUE(view.read(place, direction, 10, {}).empty());
-        EXPECT_EQ(view.move(Place::beginning(), 5).rows, 0);
-        EXPECT_EQ(view.move(Place::end(), -5).rows, 0);
-        EXPECT_EQ(view.countBefore(Place::end()), 0u);
-        EXPECT_FALSE(view.find(Place::beginning(), kForward, {}));
+                EXPECT_TRUE(view.Read(place, direction, 10, {}).empty());
+        EXPECT_EQ(view.Move(Place::beginning(), 5).rows, 0);
+        EXPECT_EQ(view.Move(Place::end(), -5).rows, 0);
+        EXPECT_EQ(view.CountBefore(Place::end()), 0u);
+        EXPECT_FALSE(view.Find(Place::beginning(), kForward, {}));
     }
 }
 
@@ -62,32 +62,32 @@ TEST_F(Views, ArePagedForwardsAndBackwardsFromEveryPlace)
 {
     addNumbered(7);
     for (const View &view : bothWays()) {
-        EXPECT_EQ(view.count(), 7u);
+        EXPECT_EQ(view.Count(), 7u);
         for (std::size_t page : {1u, 2u, 3u, 6u, 7u, 8u}) {
             Subjects forward, backward;
             for (Place at = Place::beginning();;) {
-                std::vector<Row> rows = view.read(at, kForward, page, {kSubject});
+                std::vector<Row> rows = view.Read(at, kForward, page, {kSubject});
                 if (rows.empty())
                     break;
                 EXPECT_LE(rows.size(), page);
                 Subjects names = subjectsOf(rows);
                 forward.insert(forward.end(), names.begin(), names.end());
-                at = rows.back().after();
+                at = rows.back().After();
             }
             for (Place at = Place::end();;) {
-                std::vector<Row> rows = view.read(at, kBackward, page, {kSubject});
+                std::vector<Row> rows = view.Read(at, kBackward, page, {kSubject});
                 if (rows.empty())
                     break;
                 Subjects names = subjectsOf(rows);
                 backward.insert(backward.begin(), names.begin(), names.end());
-                at = rows.front().before();
+                at = rows.front().Before();
             }
             EXPECT_EQ(forward, numbers(0, 7)) << page;
             EXPECT_EQ(backward, numbers(0, 7)) << page;
         }
-        EXPECT_TRUE(view.read(Place::beginning(), kBackward, 5, {}).empty());
-        EXPECT_TRUE(view.read(Place::end(), kForward, 5, {}).empty());
-        EXPECT_TRUE(view.read(Place::beginning(), kForward, 0, {}).empty());
+        EXPECT_TRUE(view.Read(Place::beginning(), kBackward, 5, {}).empty());
+        EXPECT_TRUE(view.Read(Place::end(), kForward, 5, {}).empty());
+        EXPECT_TRUE(view.Read(Place::beginning(), kForward, 0, {}).empty());
     }
 }
 
@@ -95,17 +95,17 @@ TEST_F(Views, KnowThePlacesBesideEveryRow)
 {
     addNumbered(5);
     for (const View &view : bothWays()) {
-        std::vector<Row> rows = view.read(Place::beginning(), kForward, 5, {});
+        std::vector<Row> rows = view.Read(Place::beginning(), kForward, 5, {});
         for (int i = 0; i < 5; ++i) {
             const Row &row = rows[static_cast<std::size_t>(i)];
-            EXPECT_EQ(view.countBefore(row.before()), static_cast<std::uint64_t>(i));
-            EXPECT_EQ(view.countBefore(row.after()), static_cast<std::uint64_t>(i + 1));
-            EXPECT_EQ(read(view, row.before(), kForward, 9), numbers(i, 5));
-            EXPECT_EQ(read(view, row.after(), kForward, 9), numbers(i + 1, 5));
-            EXPECT_EQ(read(view, row.before(), kBackward, 9), numbers(0, i));
-            EXPECT_EQ(read(view, row.after(), kBackward, 9), numbers(0, i + 1));
-            EXPECT_TRUE(view.holds(row.before()));
-            EXPECT_TRUE(view.holds(row.after()));
+            EXPECT_EQ(view.CountBefore(row.Before()), static_cast<std::uint64_t>(i));
+            EXPECT_EQ(view.CountBefore(row.After()), static_cast<std::uint64_t>(i + 1));
+            EXPECT_EQ(read(view, row.Before(), kForward, 9), numbers(i, 5));
+            EXPECT_EQ(read(view, row.After(), kForward, 9), numbers(i + 1, 5));
+            EXPECT_EQ(read(view, row.Before(), kBackward, 9), numbers(0, i));
+            EXPECT_EQ(read(view, row.After(), kBackward, 9), numbers(0, i + 1));
+            EXPECT_TRUE(view.Holds(row.Before()));
+            EXPECT_TRUE(view.Holds(row.After()));
         }
     }
 }
@@ -122,12 +122,12 @@ TEST_F(Views, MoveByRowsAndSayHowFarTheyGot)
             {Place::beginning(), 3, 3, 3},      {Place::beginning(), 5, 5, 5},  {Place::beginning(), 6, 5, 5},
             {Place::beginning(), 0, 0, 0},      {Place::beginning(), -1, 0, 0}, {Place::end(), -2, -2, 3},
             {Place::end(), -5, -5, 0},          {Place::end(), -6, -5, 0},      {Place::end(), 1, 0, 5},
-            {view.placeAt(2), 2, 2, 4},         {view.placeAt(2), -1, -1, 1},   {view.placeAt(2), INT64_MAX, 3, 5},
-            {view.placeAt(2), INT64_MIN, -2, 0}};
+            {view.PlaceAt(2), 2, 2, 4},         {view.PlaceAt(2), -1, -1, 1},   {view.PlaceAt(2), INT64_MAX, 3, 5},
+            {view.PlaceAt(2), INT64_MIN, -2, 0}};
         for (const auto &one : cases) {
-            Moved moved = view.move(one.from, one.rows);
+            Moved moved = view.Move(one.from, one.rows);
             EXPECT_EQ(moved.rows, one.moved) << one.rows;
-            EXPECT_EQ(view.countBefore(moved.place), one.lands) << one.rows;
+            EXPECT_EQ(view.CountBefore(moved.place), one.lands) << one.rows;
         }
     }
 }
@@ -135,23 +135,23 @@ TEST_F(Views, MoveByRowsAndSayHowFarTheyGot)
 TEST_F(Views, FindTheNextAndTheLastRowFromAPlace)
 {
     addNumbered(9);
-    Filter third = Filter::compare(kImportance, Relation::Equal, std::int32_t{0}); // 0, 3, 6
+    Filter third = Filter::Compare(kImportance, Relation::Equal, std::int32_t{0}); // 0, 3, 6
     for (const View &view : bothWays()) {
         auto found = [&](const Place &from, Direction direction) {
-            std::optional<Row> row = view.find(from, direction, third, {kSubject});
+            std::optional<Row> row = view.Find(from, direction, third, {kSubject});
             return row ? std::get<std::string>(row->values[0]) : "(none)";
         };
         EXPECT_EQ(found(Place::beginning(), kForward), "0");
-        EXPECT_EQ(found(view.placeAt(1), kForward), "3");
-        EXPECT_EQ(found(view.placeAt(3), kForward), "3");
-        EXPECT_EQ(found(view.placeAt(7), kForward), "(none)");
+        EXPECT_EQ(found(view.PlaceAt(1), kForward), "3");
+        EXPECT_EQ(found(view.PlaceAt(3), kForward), "3");
+        EXPECT_EQ(found(view.PlaceAt(7), kForward), "(none)");
         EXPECT_EQ(found(Place::end(), kBackward), "6");
-        EXPECT_EQ(found(view.placeAt(6), kBackward), "3"); // starts at the row before the place
+        EXPECT_EQ(found(view.PlaceAt(6), kBackward), "3"); // starts at the row before the place
         EXPECT_EQ(found(Place::beginning(), kBackward), "(none)");
-        std::optional<Row> byId = view.find(
+        std::optional<Row> byId = view.Find(
             Place::beginning(), kForward,
-            Filter::compare(kObjectId, Relation::Equal, view.read(view.placeAt(4), kForward, 1, {}).at(0).id));
-        EXPECT_EQ(view.countBefore(byId.value().before()), 4u);
+            Filter::Compare(kObjectId, Relation::Equal, view.Read(view.PlaceAt(4), kForward, 1, {}).at(0).id));
+        EXPECT_EQ(view.CountBefore(byId.value().Before()), 4u);
     }
 }
 
@@ -159,18 +159,18 @@ TEST_F(Views, PlacesStayGoodWhileRowsComeAndGo)
 {
     std::vector<ObjectId> ids = addNumbered(10);
     for (const View &view : {View(site, inbox(), {}, {{kClientSubmitTime}}), View(site, inbox(), {}, {{kSubject}})}) {
-        std::vector<Row> page = view.read(Place::beginning(), kForward, 4, {kSubject});
-        Place next = view.read(page.back().after(), kForward, 1, {}).at(0).before(); // before "4"
+        std::vector<Row> page = view.Read(Place::beginning(), kForward, 4, {kSubject});
+        Place next = view.Read(page.back().After(), kForward, 1, {}).at(0).Before(); // before "4"
         // Rows before and after the place come and go, the row beside it too.
         ObjectId early = add("35", {{kClientSubmitTime, std::int64_t{1}}});
-        objects.removeMessages({ids[2], ids[7]});
-        EXPECT_TRUE(view.holds(next));
+        objects.RemoveMessages({ids[2], ids[7]});
+        EXPECT_TRUE(view.Holds(next));
         EXPECT_EQ(read(view, next, kForward, 2), (Subjects{"4", "5"}));
-        objects.removeMessages({ids[4]});
-        EXPECT_FALSE(view.holds(next));
+        objects.RemoveMessages({ids[4]});
+        EXPECT_FALSE(view.Holds(next));
         EXPECT_EQ(read(view, next, kForward, 2), (Subjects{"5", "6"}));
         EXPECT_EQ(read(view, next, kBackward, 1).size(), 1u);
-        objects.removeMessages({early});
+        objects.RemoveMessages({early});
         EXPECT_EQ(read(view, next, kBackward, 1), (Subjects{"3"}));
         ids[4] = add("4", {{kClientSubmitTime, std::int64_t{1004}}, {kNumber, std::int32_t{-4}}});
         ids[2] = add("2", {{kClientSubmitTime, std::int64_t{1002}}});
@@ -181,19 +181,19 @@ TEST_F(Views, PlacesStayGoodWhileRowsComeAndGo)
 TEST_F(Views, RowsThatLeaveTheFilterAreGoneAndThoseThatMoveAreNotHeld)
 {
     std::vector<ObjectId> ids = addNumbered(4);
-    View unread(site, inbox(), Filter::bits(kMessageFlags, kFlagRead, true));
+    View unread(site, inbox(), Filter::Bits(kMessageFlags, kFlagRead, true));
     EXPECT_EQ(subjects(unread), (Subjects{"0", "2"}));
-    Place before2 = unread.read(Place::end(), kBackward, 1, {}).at(0).before();
-    objects.setRead({ids[2]}, true);
-    EXPECT_FALSE(unread.holds(before2));
-    EXPECT_EQ(unread.count(), 1u);
-    objects.setRead({ids[2], ids[1]}, false);
-    EXPECT_TRUE(unread.holds(before2));
+    Place before2 = unread.Read(Place::end(), kBackward, 1, {}).at(0).Before();
+    objects.SetRead({ids[2]}, true);
+    EXPECT_FALSE(unread.Holds(before2));
+    EXPECT_EQ(unread.Count(), 1u);
+    objects.SetRead({ids[2], ids[1]}, false);
+    EXPECT_TRUE(unread.Holds(before2));
     EXPECT_EQ(subjects(unread), (Subjects{"0", "1", "2"}));
     MessageChanges later;
-    later.properties.set.set(kClientSubmitTime, std::int64_t{999});
-    objects.changeMessage(ids[2], later);
-    EXPECT_FALSE(unread.holds(before2));
+    later.properties.set.Set(kClientSubmitTime, std::int64_t{999});
+    objects.ChangeMessage(ids[2], later);
+    EXPECT_FALSE(unread.Holds(before2));
     EXPECT_EQ(subjects(unread), (Subjects{"2", "0", "1"}));
 }
 
@@ -208,15 +208,15 @@ TEST_F(Views, WithoutATimeComeFirstAndEqualTimesKeepTheOrderOfArrival)
     EXPECT_EQ(subjects(View(site, inbox())), up);
     EXPECT_EQ(subjects(View(site, inbox(), {}, {{kClientSubmitTime, true}})), down);
     View view(site, inbox());
-    std::vector<Row> rows = view.read(Place::beginning(), kForward, 9, {kSubject, kClientSubmitTime});
-    EXPECT_TRUE(isAbsent(rows[0].values[1]));
-    EXPECT_EQ(read(view, rows[1].after(), kForward, 9), (Subjects{"d", "a", "c"}));
-    EXPECT_EQ(read(view, rows[1].before(), kBackward, 9), (Subjects{"b"}));
+    std::vector<Row> rows = view.Read(Place::beginning(), kForward, 9, {kSubject, kClientSubmitTime});
+    EXPECT_TRUE(IsAbsent(rows[0].values[1]));
+    EXPECT_EQ(read(view, rows[1].After(), kForward, 9), (Subjects{"d", "a", "c"}));
+    EXPECT_EQ(read(view, rows[1].Before(), kBackward, 9), (Subjects{"b"}));
 }
 
 TEST_F(Views, SortByEveryKeyUpAndDown)
 {
-    constexpr Tag kTexts = kKeywords, kBlob = makeTag(0x6003, Type::Binary);
+    constexpr Tag kTexts = kKeywords, kBlob = MakeTag(0x6003, Type::Binary);
     struct {
         const char *subject;
         std::int32_t number;
@@ -229,8 +229,8 @@ TEST_F(Views, SortByEveryKeyUpAndDown)
                 {"B", 1, Value(), {0xff}}};
     for (const auto &row : rows) {
         PropertyBag bag{{kNumber, row.number}, {kBlob, row.blob}};
-        if (!isAbsent(row.list))
-            bag.set(kTexts, row.list);
+        if (!IsAbsent(row.list))
+            bag.Set(kTexts, row.list);
         add(row.subject, bag);
     }
     auto sorted = [&](std::vector<SortKey> keys) { return subjects(View(site, inbox(), {}, std::move(keys))); };
@@ -241,7 +241,7 @@ TEST_F(Views, SortByEveryKeyUpAndDown)
     EXPECT_EQ(sorted({{kTexts, true}}), (Subjects{"A", "b", "\xc3\xa4", "a", "B"}));
     EXPECT_EQ(sorted({{kBlob}}), (Subjects{"a", "b", "A", "\xc3\xa4", "B"}));
     EXPECT_EQ(sorted({{kMessageClass}}), (Subjects{"b", "A", "a", "\xc3\xa4", "B"}));
-    EXPECT_EQ(faultOf([&] { sorted({{makeTag(0x6003, Type::Boolean) | kMultiple}}); }), Fault::Invalid);
+    EXPECT_EQ(faultOf([&] { sorted({{MakeTag(0x6003, Type::Boolean) | kMultiple}}); }), Fault::Invalid);
 }
 
 // All orders and places at once, against an order found in memory.
@@ -254,47 +254,47 @@ TEST_F(Views, AgreeWithAnOrderFoundInMemoryWhateverTheKeys)
     for (int i = 0; i < 60; ++i) {
         PropertyBag bag{{kMessageFlags, std::int32_t{pick(4)}}};
         if (pick(4))
-            bag.set(kClientSubmitTime, std::int64_t{pick(5)});
+            bag.Set(kClientSubmitTime, std::int64_t{pick(5)});
         if (pick(4))
-            bag.set(kNumber, std::int32_t{pick(4)});
+            bag.Set(kNumber, std::int32_t{pick(4)});
         if (pick(4))
-            bag.set(kSubject, std::string(kTexts[pick(4)]));
+            bag.Set(kSubject, std::string(kTexts[pick(4)]));
         if (pick(4))
-            bag.set(kKeywords, std::vector<std::string>(static_cast<std::size_t>(pick(3)), kTexts[pick(4)]));
+            bag.Set(kKeywords, std::vector<std::string>(static_cast<std::size_t>(pick(3)), kTexts[pick(4)]));
         messages.push_back({box.inbox, {{bag, {}}, {}, {}}});
     }
-    std::vector<ObjectId> ids = objects.createMessages(messages);
+    std::vector<ObjectId> ids = objects.CreateMessages(messages);
     constexpr Tag kTags[] = {kClientSubmitTime, kMessageDeliveryTime, kNumber, kSubject, kKeywords, kMessageFlags};
     for (int round = 0; round < 60; ++round) {
         std::vector<SortKey> sort;
         for (int keys = 1 + pick(3); keys > 0; --keys)
             sort.push_back({kTags[pick(std::size(kTags))], pick(2) != 0});
-        Filter filter = pick(2) ? Filter{} : Filter::bits(kMessageFlags, kFlagRead, pick(2) != 0);
+        Filter filter = pick(2) ? Filter{} : Filter::Bits(kMessageFlags, kFlagRead, pick(2) != 0);
         std::vector<std::pair<ObjectId, PropertyBag>> expected;
         for (ObjectId id : ids)
-            if (PropertyBag bag = objects.read(id); matches(filter, bag))
+            if (PropertyBag bag = objects.Read(id); Matches(filter, bag))
                 expected.emplace_back(id, std::move(bag));
         std::sort(expected.begin(), expected.end(), [&](const auto &left, const auto &right) {
             for (const SortKey &key : sort) {
-                const Value *l = left.second.find(key.tag), *r = right.second.find(key.tag);
-                if (int order = compareValues(l ? *l : Value(), r ? *r : Value()))
+                const Value *l = left.second.Find(key.tag), *r = right.second.Find(key.tag);
+                if (int order = CompareValues(l ? *l : Value(), r ? *r : Value()))
                     return key.descending ? order > 0 : order < 0;
             }
             return sort.front().descending ? left.first > right.first : left.first < right.first;
         });
         View view(site, inbox(), filter, sort);
-        std::vector<Row> rows = view.read(Place::beginning(), kForward, 100, {});
+        std::vector<Row> rows = view.Read(Place::beginning(), kForward, 100, {});
         ASSERT_EQ(rows.size(), expected.size()) << round;
         for (std::size_t i = 0; i < rows.size(); ++i)
             ASSERT_EQ(rows[i].id, expected[i].first) << round << " row " << i;
         for (std::size_t i = 0; i < rows.size(); i += 7) {
-            ASSERT_EQ(view.countBefore(rows[i].before()), i) << round;
-            ASSERT_EQ(view.countBefore(rows[i].after()), i + 1) << round;
-            std::vector<Row> back = view.read(rows[i].before(), kBackward, 3, {});
+            ASSERT_EQ(view.CountBefore(rows[i].Before()), i) << round;
+            ASSERT_EQ(view.CountBefore(rows[i].After()), i + 1) << round;
+            std::vector<Row> back = view.Read(rows[i].Before(), kBackward, 3, {});
             ASSERT_EQ(back.size(), std::min<std::size_t>(i, 3)) << round;
             for (std::size_t j = 0; j < back.size(); ++j)
                 ASSERT_EQ(back[back.size() - 1 - j].id, rows[i - 1 - j].id) << round;
-            ASSERT_TRUE(view.holds(rows[i].before())) << round;
+            ASSERT_TRUE(view.Holds(rows[i].Before())) << round;
         }
     }
 }
@@ -302,33 +302,33 @@ TEST_F(Views, AgreeWithAnOrderFoundInMemoryWhateverTheKeys)
 TEST_F(Views, CountsFollowEveryKindOfChange)
 {
     std::vector<ObjectId> ids = addNumbered(12);
-    View view(site, inbox(), Filter::content(kSubject, Filter::Match::Prefix, std::string("1")));
-    View other(site, inbox(), Filter::content(kSubject, Filter::Match::Prefix, std::string("2")));
+    View view(site, inbox(), Filter::Content(kSubject, Filter::Match::Prefix, std::string("1")));
+    View other(site, inbox(), Filter::Content(kSubject, Filter::Match::Prefix, std::string("2")));
     auto expectCount = [&](std::uint64_t count, std::uint64_t others) {
         for (int again = 0; again < 2; ++again) {
-            EXPECT_EQ(view.count(), count);
-            EXPECT_EQ(other.count(), others);
+            EXPECT_EQ(view.Count(), count);
+            EXPECT_EQ(other.Count(), others);
         }
     };
     expectCount(3, 1); // "1", "10", "11"; "2"
     MessageChanges changes;
-    changes.properties.set.set(kSubject, std::string("1 too"));
-    objects.changeMessage(ids[2], changes);
+    changes.properties.set.Set(kSubject, std::string("1 too"));
+    objects.ChangeMessage(ids[2], changes);
     expectCount(4, 0);
-    objects.setRead({ids[1], ids[2]}, true);
+    objects.SetRead({ids[1], ids[2]}, true);
     expectCount(4, 0);
-    objects.removeMessages({ids[10]});
+    objects.RemoveMessages({ids[10]});
     expectCount(3, 0);
-    ObjectId moved = objects.moveMessages({ids[11]}, box.outbox).front();
+    ObjectId moved = objects.MoveMessages({ids[11]}, box.outbox).front();
     expectCount(2, 0);
-    objects.copyMessages({moved}, box.inbox);
+    objects.CopyMessages({moved}, box.inbox);
     expectCount(3, 0);
-    objects.setAllRead(box.inbox, true);
+    objects.SetAllRead(box.inbox, true);
     expectCount(3, 0);
-    Site elsewhere = Site::open(site.path()); // as another process would
-    Objects(elsewhere).createMessage(box.inbox, message("2 too", {{kMessageFlags, kFlagRead}}));
+    Site elsewhere = Site::Open(site.Path()); // as another process would
+    Objects(elsewhere).CreateMessage(box.inbox, message("2 too", {{kMessageFlags, kFlagRead}}));
     expectCount(3, 1);
-    objects.removeAllMessages(box.inbox);
+    objects.RemoveAllMessages(box.inbox);
     expectCount(0, 0);
 }
 
@@ -339,12 +339,12 @@ TEST_F(Views, OfManyKindsOfMessagesMergeThemAll)
         messages.push_back(
             {box.inbox, message(std::to_string(i), {{kMessageClass, "IPM.Note." + std::to_string(i * 37 % 700)},
                                                     {kClientSubmitTime, std::int64_t{i}}})});
-    objects.createMessages(messages);
+    objects.CreateMessages(messages);
     View view(site, inbox());
     EXPECT_EQ(read(view, Place::beginning(), kForward, 1000), numbers(0, 700));
-    EXPECT_EQ(read(view, view.placeAt(350), kBackward, 3), numbers(347, 350));
-    View some(site, inbox(), Filter::content(kMessageClass, Filter::Match::Substring, std::string("NOTE.1"), true));
-    EXPECT_EQ(some.count(), 111u);
+    EXPECT_EQ(read(view, view.PlaceAt(350), kBackward, 3), numbers(347, 350));
+    View some(site, inbox(), Filter::Content(kMessageClass, Filter::Match::Substring, std::string("NOTE.1"), true));
+    EXPECT_EQ(some.Count(), 111u);
     expectSound();
 }
 

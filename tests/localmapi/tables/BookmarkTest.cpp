@@ -1,7 +1,7 @@
 // Proves bookmarks: the three that are always there, those that a client makes, what becomes of them when the folder
 // changes, and how many there can be.
-#include "Table.h"
 #include "TableFixture.h"
+#include "localmapi/provider/table/Table.h"
 
 #include <set>
 
@@ -181,7 +181,7 @@ TEST(AttachmentTableTest, T14_AttachmentTablesHaveNoBookmarks)
     LiveCountsAreZeroAtTheEnd counts;
     Mailbox mailbox;
     auto message = mailbox.NewMessage();
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     ASSERT_EQ(message->GetAttachmentTable(0, table.put()), S_OK);
     BOOKMARK bookmark = 0;
     EXPECT_EQ(table->CreateBookmark(&bookmark), MAPI_E_NO_SUPPORT);

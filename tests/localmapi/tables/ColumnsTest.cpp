@@ -15,7 +15,7 @@ namespace
 class ColumnsTest : public AnyTable
 {
   protected:
-    static std::vector<ULONG> Columns(const Ref<IMAPITable> &table, ULONG flags)
+    static std::vector<ULONG> Columns(const ComPtr<IMAPITable> &table, ULONG flags)
     {
         Block<SPropTagArray> tags;
         EXPECT_EQ(table->QueryColumns(flags, tags.put()), S_OK);

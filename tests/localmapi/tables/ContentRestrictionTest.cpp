@@ -1,6 +1,6 @@
 // Proves content restrictions: how text and bytes are looked for, over rows in memory and over a folder alike.
 #include "TableFixture.h"
-#include "Text.h"
+#include "localmapi/provider/base/Text.h"
 
 namespace localmapi::test
 {

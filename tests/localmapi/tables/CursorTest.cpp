@@ -1,8 +1,8 @@
 // Proves where the cursor of a table stands and what a read returns: QueryRows, SeekRow, SeekRowApprox, QueryPosition
 // and GetRowCount, over rows in memory and over a folder alike.
 #include "TableFixture.h"
-#include "localmapi/storage/directory.h"
-#include "localmapi/storage/objects.h"
+#include "localmapi/storage/Directory.h"
+#include "localmapi/storage/Objects.h"
 
 #include <limits>
 
@@ -289,19 +289,19 @@ TEST_F(ChangingTable, T02_ARowAddedAtTheEndIsReadByAReaderThatWaitsThere)
 // The other process is another opening of the file.
 TEST_F(ChangingTable, T02_WhatAnotherProcessDoesAtTheEndIsSeenByAReaderThatWaitsThere)
 {
-    storage::Site other = storage::Site::open(m_mailbox.site().path());
+    storage::Site other = storage::Site::Open(m_mailbox.site().Path());
     storage::Objects objects(other);
-    const storage::ObjectId inbox = storage::Directory(other).mailbox(m_mailbox.alice().mailbox).inbox;
+    const storage::ObjectId inbox = storage::Directory(other).GetMailbox(m_mailbox.alice().mailbox).inbox;
     EXPECT_EQ(Read(m_table, 10), "a b c d e");
     EXPECT_EQ(Read(m_table, 10), "");
     storage::MessageChanges message;
-    message.properties.set.set(storage::makeTag(PROP_ID(kLabel), storage::Type::Text), std::string("f"));
-    const storage::ObjectId added = objects.createMessage(inbox, message);
+    message.properties.set.Set(storage::MakeTag(PROP_ID(kLabel), storage::Type::Text), std::string("f"));
+    const storage::ObjectId added = objects.CreateMessage(inbox, message);
     EXPECT_EQ(Read(m_table, 10), "f");
     EXPECT_EQ(Read(m_table, 10), "");
-    objects.removeMessages({added});
+    objects.RemoveMessages({added});
     EXPECT_EQ(Read(m_table, 10), "");
-    objects.createMessage(inbox, message);
+    objects.CreateMessage(inbox, message);
     EXPECT_EQ(Read(m_table, 10), "f");
 }
 

@@ -1,8 +1,8 @@
 // Proves restrictions on what only some rows know: messages with their parts, and names that are looked up.
-#include "MemorySource.h"
-#include "NameMatch.h"
-#include "PropertyConvert.h"
 #include "TableFixture.h"
+#include "localmapi/provider/property/PropertyConvert.h"
+#include "localmapi/provider/site/NameMatch.h"
+#include "localmapi/provider/table/MemorySource.h"
 
 namespace localmapi::test
 {
@@ -57,7 +57,7 @@ TEST_F(FolderRestriction, R20_SubRestrictionsLookAtRecipientsAndAttachments)
         }
         if (file) {
             ULONG number = 0;
-            Ref<IAttach> attachment;
+            ComPtr<IAttach> attachment;
             EXPECT_CODE(message->CreateAttach(nullptr, 0, &number, attachment.put()), S_OK);
             EXPECT_CODE(SetProps(attachment.get(), {Narrow(PR_ATTACH_FILENAME_A, file)}), S_OK);
             EXPECT_CODE(attachment->SaveChanges(0), S_OK);
@@ -107,7 +107,7 @@ TEST(AmbiguousNames, R23_PrAnrFindsRowsByTheStartOfAnyWordWithoutExistBesideIt)
     TableSchema schema;
     schema.columns = {StorageTag(kLabel)};
     schema.anr = [](const std::string &query) { return AnrFilter(query); };
-    Ref<IMAPITable> table;
+    ComPtr<IMAPITable> table;
     ASSERT_EQ(CreateMemoryTable(std::move(rows), std::move(schema), table.put()), S_OK);
     Tree tree;
     const auto matching = [&](SRestriction *restriction) {

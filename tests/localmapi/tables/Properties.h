@@ -1,7 +1,7 @@
 // Property values, restrictions and row sets for the tests of localmapi, written as the tests read them.
 #pragma once
-#include "ComObject.h"
-#include "Memory.h"
+#include "localmapi/provider/base/ComObject.h"
+#include "localmapi/provider/base/Memory.h"
 
 #include <mapix.h>
 

@@ -1,5 +1,5 @@
 // Proves what restrictions mean and which are refused, over rows in memory and over a folder alike.
-#include "Restriction.h"
+#include "localmapi/provider/table/Restriction.h"
 #include "TableFixture.h"
 
 #include <limits>
@@ -14,7 +14,7 @@ class RestrictionTest : public AnyTable
 {
   protected:
     // Rows with a number, with a text, and with neither.
-    Ref<IMAPITable> Mixed()
+    ComPtr<IMAPITable> Mixed()
     {
         return TableOf({Row("one", {Long(kNumber, 1)}), Row("five", {Long(kNumber, 5)}),
                         Row("text", {Narrow(kText, "Some Text")}), Row("bare")});

@@ -1,7 +1,8 @@
 // Proves order and filter of a table, how each is set and asked for, what a failing call leaves, and finding rows; over
 // rows in memory and over a folder alike.
-#include "Restriction.h"
 #include "TableFixture.h"
+#include "localmapi/provider/table/QueryRows.h"
+#include "localmapi/provider/table/Restriction.h"
 
 #include <algorithm>
 #include <limits>

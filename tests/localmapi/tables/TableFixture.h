@@ -2,9 +2,8 @@
 // over both.
 #pragma once
 #include "../messages/Mailbox.h"
-#include "Helpers.h"
-#include "MemoryTable.h"
 #include "Properties.h"
+#include "localmapi/provider/table/MemoryTable.h"
 
 #include <gtest/gtest.h>
 
@@ -69,12 +68,12 @@ inline std::string Read(IMAPITable &table, LONG count, ULONG flags = 0)
     const HRESULT hr = table.QueryRows(count, flags, rows.put());
     return hr == S_OK ? Labels(rows.get()) : "failed";
 }
-inline std::string Read(const Ref<IMAPITable> &table, LONG count, ULONG flags = 0)
+inline std::string Read(const ComPtr<IMAPITable> &table, LONG count, ULONG flags = 0)
 {
     return Read(*table, count, flags);
 }
 // The labels of all rows, from the beginning.
-inline std::string All(const Ref<IMAPITable> &table)
+inline std::string All(const ComPtr<IMAPITable> &table)
 {
     EXPECT_EQ(table->SeekRow(BOOKMARK_BEGINNING, 0, nullptr), S_OK);
     return Read(table, 1000);
@@ -84,9 +83,9 @@ class AnyTable : public testing::TestWithParam<Home>
 {
   protected:
     // A table of these rows with the columns label and number, ordered as the rows were given.
-    Ref<IMAPITable> TableOf(const std::vector<Props> &rows)
+    ComPtr<IMAPITable> TableOf(const std::vector<Props> &rows)
     {
-        Ref<IMAPITable> table;
+        ComPtr<IMAPITable> table;
         if (GetParam() == Home::Memory) {
             MemoryRows memory;
             for (const Props &row : rows)
@@ -101,7 +100,7 @@ class AnyTable : public testing::TestWithParam<Home>
         }
         return table;
     }
-    Ref<IMAPITable> Letters(const char *letters = "abcde")
+    ComPtr<IMAPITable> Letters(const char *letters = "abcde")
     {
         std::vector<Props> rows;
         static const char *const names[] = {"a", "b", "c", "d", "e", "f", "g", "h", "i", "j"};
@@ -110,12 +109,12 @@ class AnyTable : public testing::TestWithParam<Home>
         return TableOf(rows);
     }
     // The labels of the rows that satisfy a restriction; a refusal by its name.
-    static std::string Matching(const Ref<IMAPITable> &table, SRestriction *restriction)
+    static std::string Matching(const ComPtr<IMAPITable> &table, SRestriction *restriction)
     {
         const HRESULT hr = table->Restrict(restriction, 0);
         return hr == S_OK ? Read(table, 1000) : CodeName(hr);
     }
-    static ULONG Position(const Ref<IMAPITable> &table)
+    static ULONG Position(const ComPtr<IMAPITable> &table)
     {
         ULONG row = 0;
         ULONG numerator = 0;
@@ -152,7 +151,7 @@ class ChangingTable : public testing::Test
     LiveCountsAreZeroAtTheEnd m_counts;
     Mailbox m_mailbox;
     std::vector<EntryIdBytes> m_ids;
-    Ref<IMAPITable> m_table;
+    ComPtr<IMAPITable> m_table;
 };
 
 } // namespace localmapi::test

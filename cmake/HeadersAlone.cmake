@@ -1,0 +1,16 @@
+# headers_alone(FOLDER...): a library of nothing but the headers below these folders, a source file each, compiled without a
+# precompiled one: a header that leans on what its users happen to include before it ends the build.
+function(headers_alone)
+    set(sources "")
+    foreach(folder IN LISTS ARGN)
+        file(GLOB_RECURSE headers CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/${folder}/*.h)
+        foreach(header IN LISTS headers)
+            set(source ${CMAKE_CURRENT_BINARY_DIR}/headers_alone/${header}.cpp)
+            file(CONFIGURE OUTPUT ${source} CONTENT "#include \"${PROJECT_SOURCE_DIR}/${header}\"\n")
+            list(APPEND sources ${source})
+        endforeach()
+    endforeach()
+    add_library(headers_alone OBJECT ${sources})
+    project_target(headers_alone)
+    target_compile_options(headers_alone PRIVATE -O0 -g0)
+endfunction()

@@ -1,0 +1,23 @@
+// The address book of a session: IAddrBook, its containers and its recipients, over the site's directory.
+#pragma once
+#include "localmapi/provider/site/SessionContext.h"
+
+#include <mapix.h>
+
+namespace localmapi
+{
+
+// With one reference. May throw.
+IAddrBook *MakeAddressBook(const Session &session);
+
+// Opens what an entry ID of the address book names (no bytes: the root container). Throws Failure.
+HRESULT OpenAddressEntry(const Session &session, ULONG size, const ENTRYID *entry, LPCIID iid, ULONG flags, ULONG *type,
+                         IUnknown **object);
+
+// Whether two entry IDs of this site, of whatever kind, name one object. Throws Failure.
+bool CompareEntries(const Session &session, ULONG leftSize, const ENTRYID *left, ULONG rightSize, const ENTRYID *right);
+
+// MAPI_E_END_OF_SESSION once the session is logged off. Throws Failure.
+void RequireLoggedOn(const Session &session);
+
+} // namespace localmapi

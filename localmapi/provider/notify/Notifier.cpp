@@ -1,0 +1,170 @@
+// Who is advised: beginning and end of each advise, and of the thread.
+#include "localmapi/provider/notify/Notifier.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace localmapi
+{
+
+ULONG Notifier::Advise(const AdvisesPtr &advises, IMAPIAdviseSink *sink, std::int64_t from)
+{
+    std::unique_lock starting(m_startStop, std::defer_lock);
+    if (!IsThisThread())
+        starting.lock();
+    std::unique_lock hold(m_lock);
+    const auto advised = std::make_shared<Advises::AdvisedSink>(m_next, sink, from);
+    advises->m_sinks.reserve(advises->m_sinks.size() + 1);
+    if (advises->m_sinks.empty()) {
+        m_tables.push_back(advises);
+        advises->m_quietUpTo = 0;
+    }
+    advises->m_sinks.push_back(advised);
+    advises->m_due = m_anyDue = true;
+    ++m_generation;
+    m_next = m_next == std::numeric_limits<ULONG>::max() ? 1 : m_next + 1;
+    if (!IsThisThread() && !m_alive) {
+        try {
+            hold.unlock();
+            Start();
+            hold.lock();
+        } catch (...) {
+            hold.lock();
+            std::erase(advises->m_sinks, advised);
+            Drop(*advises);
+            throw;
+        }
+    }
+    if (m_signal)
+        m_signal->Wake();
+    return advised->number;
+}
+
+// Under m_startStop; the thread that ran before has come to its end.
+void Notifier::Start()
+{
+    if (m_thread.joinable())
+        m_thread.join();
+    auto signal = std::make_shared<storage::ChangeSignal>();
+    {
+        std::lock_guard hold(m_lock);
+        m_signal = signal;
+        m_alive = true;
+        m_stop = false;
+    }
+    try {
+        m_thread = std::thread([this, signal] { Run(signal); });
+    } catch (...) {
+        std::lock_guard hold(m_lock);
+        m_alive = false;
+        throw;
+    }
+}
+
+// Takes a table without sinks out of those that are served.
+void Notifier::Drop(Advises &advises)
+{
+    if (!advises.m_sinks.empty())
+        return;
+    std::erase_if(m_tables, [&](const AdvisesPtr &known) { return known.get() == &advises; });
+    ++m_generation;
+    if (m_signal)
+        m_signal->Wake(); // it may be holding the last one to a site
+}
+
+// Ends an advise that is in no list any more.
+void Notifier::Finish(std::unique_lock<std::mutex> &hold, const SinkPtr &advised) noexcept
+{
+    advised->ended = true;
+    if (m_running == advised.get()) {
+        if (IsThisThread()) {
+            advised->endedByItself = true;
+            return;
+        }
+        m_returned.wait(hold, [&] { return m_running != advised.get(); });
+    }
+    ComPtr<IMAPIAdviseSink> sink = std::move(advised->sink);
+    hold.unlock();
+    sink.reset();
+    hold.lock();
+}
+
+bool Notifier::Unadvise(Advises &advises, ULONG number)
+{
+    {
+        std::unique_lock hold(m_lock);
+        const auto found = std::find_if(advises.m_sinks.begin(), advises.m_sinks.end(),
+                                        [&](const SinkPtr &known) { return known->number == number; });
+        if (found == advises.m_sinks.end())
+            return false;
+        const SinkPtr advised = *found;
+        advises.m_sinks.erase(found);
+        Drop(advises);
+        Finish(hold, advised);
+    }
+    StopIfNobodyListens();
+    return true;
+}
+
+void Notifier::End(Advises &advises) noexcept
+{
+    {
+        std::unique_lock hold(m_lock);
+        while (!advises.m_sinks.empty()) {
+            const SinkPtr advised = advises.m_sinks.back();
+            advises.m_sinks.pop_back();
+            Drop(advises);
+            Finish(hold, advised);
+        }
+    }
+    StopIfNobodyListens();
+}
+
+void Notifier::StopIfNobodyListens() noexcept
+{
+    if (IsThisThread())
+        return; // it ends when the sink has returned
+    std::lock_guard stopping(m_startStop);
+    {
+        std::lock_guard hold(m_lock);
+        // While a sink is still on its way out of its own end, the thread is left to itself.
+        if (!m_tables.empty() || m_running || !m_thread.joinable())
+            return;
+        m_signal->Wake();
+    }
+    m_thread.join();
+}
+
+void Notifier::Stop() noexcept
+{
+    if (IsThisThread())
+        return;
+    std::lock_guard stopping(m_startStop);
+    {
+        std::lock_guard hold(m_lock);
+        if (!m_thread.joinable())
+            return;
+        m_stop = true;
+        m_signal->Wake();
+    }
+    m_thread.join();
+}
+
+void Notifier::Resume() noexcept
+{
+    if (IsThisThread())
+        return; // it was not stopped
+    std::lock_guard starting(m_startStop);
+    {
+        std::lock_guard hold(m_lock);
+        if (m_alive || m_tables.empty())
+            return;
+    }
+    try {
+        Start();
+    } catch (...) {
+        // No thread is to be had. The next Advise tries again.
+    }
+}
+
+} // namespace localmapi

@@ -1,0 +1,101 @@
+// The one thread of this process that calls sinks. It runs while somebody is advised: waits for the signal, asks the
+// tables that the entries concern for their notices, and calls the sinks. For any thread, but see each function.
+#pragma once
+#include "localmapi/provider/notify/Advises.h"
+#include "localmapi/storage/ChangeSignal.h"
+#include "localmapi/storage/EntryReader.h"
+
+#include <condition_variable>
+#include <map>
+#include <thread>
+
+namespace localmapi
+{
+
+struct Advises::AdvisedSink {
+    AdvisedSink(ULONG given, IMAPIAdviseSink *called, std::int64_t after)
+        : number(given), sink(Share<IMAPIAdviseSink>(called)), from(after)
+    {
+    }
+    const ULONG number;
+    ComPtr<IMAPIAdviseSink> sink;
+    std::int64_t from; // on the notifier's thread only
+    bool ended = false;
+    bool endedByItself = false; // the notifier's thread lets go of the sink when it has returned
+};
+
+class Notifier
+{
+  public:
+    // Never destroyed: its thread may outlive what the program destroys at its end.
+    static Notifier &Get()
+    {
+        static auto *const notifier = new Notifier;
+        return *notifier;
+    }
+
+    ULONG Advise(const std::shared_ptr<Advises> &advises, IMAPIAdviseSink *sink, std::int64_t from);
+    bool Unadvise(Advises &advises, ULONG number);
+    void End(Advises &advises) noexcept;
+    bool Any(const Advises &advises)
+    {
+        std::lock_guard hold(m_lock);
+        return !advises.m_sinks.empty();
+    }
+    void SetDue(Advises &advises)
+    {
+        std::lock_guard hold(m_lock);
+        advises.m_due = m_anyDue = true;
+    }
+    bool IsStopping()
+    {
+        std::lock_guard hold(m_lock);
+        return m_stop;
+    }
+    // Ends the thread, on the last MAPIUninitialize: no sink is called until somebody is advised anew. On the thread
+    // itself it does nothing.
+    void Stop() noexcept;
+    // Starts it again where somebody is advised.
+    void Resume() noexcept;
+
+    static bool IsThisThread() noexcept;
+
+  private:
+    using SinkPtr = std::shared_ptr<Advises::AdvisedSink>;
+    using AdvisesPtr = std::shared_ptr<Advises>;
+    struct SiteState {
+        storage::Site site;
+        std::optional<storage::EntryReader> reader;
+        std::int64_t upTo = -1; // the last entry that was read
+        std::vector<AdvisesPtr> tables;
+        std::vector<std::pair<Advises *, std::int64_t>> due; // of the last look
+    };
+    using Sites = std::map<storage::Database *, SiteState>;
+
+    void Start();
+    void Finish(std::unique_lock<std::mutex> &hold, const SinkPtr &advised) noexcept;
+    void Drop(Advises &advises);
+    void StopIfNobodyListens() noexcept;
+    void Run(const std::shared_ptr<storage::ChangeSignal> &signal) noexcept;
+    void Arrange(Sites &sites, const std::vector<AdvisesPtr> &tables);
+    void Look(SiteState &site, bool anyDue);
+    void Deliver(Advises &advises, std::vector<TableNotice> notices) noexcept;
+    void Call(const SinkPtr &advised, std::vector<TableNotice> &notices) noexcept;
+
+    // Held while the thread is started or waited for; before m_lock, and never on the notifier's own thread.
+    std::mutex m_startStop;
+    std::thread m_thread;
+
+    std::mutex m_lock;
+    std::condition_variable m_returned;
+    std::vector<AdvisesPtr> m_tables; // those with sinks
+    std::uint64_t m_generation = 0;
+    bool m_anyDue = false;                           // some table is
+    const Advises::AdvisedSink *m_running = nullptr; // its sink is being called or released
+    std::shared_ptr<storage::ChangeSignal> m_signal;
+    bool m_alive = false;
+    bool m_stop = false;
+    ULONG m_next = 1;
+};
+
+} // namespace localmapi

@@ -1,0 +1,48 @@
+// Attachments of a message. Changes are a draft until SaveChanges, which hands it to the message; the message's own
+// SaveChanges writes it.
+#pragma once
+#include "localmapi/provider/store/Message.h"
+
+namespace localmapi
+{
+
+// How deep messages may lie in messages. What is deeper would be beyond what the site's file can delete in one go, and
+// would take as much stack to copy.
+inline constexpr int kNestingLimit = 64;
+
+class Attachment final : public StoredObject<IAttach>
+{
+  public:
+    Attachment(StorePtr store, ComPtr<Message> message, storage::AttachmentChanges draft, bool writable);
+
+    // In how many messages the attachment's own one lies.
+    int Depth() const { return m_message->Depth(); }
+
+    // For the message in this attachment, which calls without holding a lock of this attachment's.
+    void TakeEmbedded(const storage::MessageChanges &draft);
+    storage::ObjectId StoredEmbedded();
+
+  protected:
+    storage::PropertyBag Load() override;
+    storage::PropertyBag ReadSome(const std::vector<storage::Tag> &tags) override;
+    void Change(const storage::PropertyBag &set, const std::vector<storage::Tag> &remove) override;
+    bool IsComputed(storage::Tag tag) override;
+    void Copy(CopyJob &job) override;
+    HRESULT Open(ULONG tag, const IID &iid, ULONG options, ULONG flags, IUnknown **object) override;
+    HRESULT Save(ULONG flags) override;
+
+  private:
+    storage::PropertyBag Stored(const std::vector<storage::Tag> *tags);
+    void OpenEmbedded(ULONG flags, const IID &iid, IUnknown **object);
+    void AddComputed(storage::PropertyBag &bag);
+
+    const ComPtr<Message> m_message;
+    storage::AttachmentChanges m_draft; // with the attachment's number
+};
+
+// What a row of an attachment table, and the attachment itself, have beyond what is stored.
+void AddAttachmentProperties(const StoreContext &store, std::int32_t number, bool writable, storage::PropertyBag &bag);
+// The properties of a new attachment.
+storage::Changes NewAttachmentProperties();
+
+} // namespace localmapi

@@ -1,0 +1,84 @@
+// IMessage::SubmitMessage.
+#include "localmapi/provider/store/Message.h"
+#include "localmapi/provider/store/Transport.h"
+#include "localmapi/storage/Error.h"
+
+namespace localmapi
+{
+
+void Message::RequireToBeSubmitted() const
+{
+    if (m_submitted)
+        throw Failure(MAPI_E_SUBMITTED, "The message was submitted before.");
+    RequireWrite();
+    m_store->RequireWritable();
+}
+
+// Until now all that a new message became is a draft in this process: MAPI promises nobody anything of it before the
+// message's SaveChanges, also not of its attachments, whose own SaveChanges says only that the message shall have them;
+// and SubmitMessage saves. So sending a new message takes one durable commit, which holds the deliveries, the sent copy
+// and the report together.
+STDMETHODIMP Message::SubmitMessage(ULONG ulFlags)
+{
+    const HRESULT hr = Do("IMessage::SubmitMessage", [&]() -> HRESULT {
+        RequireFlags(ulFlags, FORCE_SUBMIT);
+        if (IsEmbedded())
+            NoSupport("submitting a message that an attachment holds");
+        RequireToBeSubmitted();
+        return S_OK;
+    });
+    if (FAILED(hr))
+        return hr;
+    const HRESULT written = Run("IMessage::SubmitMessage", [&] { return CommitStreams(); });
+    if (FAILED(written))
+        return written;
+    return Do("IMessage::SubmitMessage", [&]() -> HRESULT {
+        RequireToBeSubmitted();
+        try {
+            if (ulFlags & FORCE_SUBMIT)
+                SendAsItIs();
+            else
+                Send(m_change);
+        } catch (const storage::Error &error) {
+            if (error.GetFault() == storage::Fault::NotFound)
+                throw Failure(MAPI_E_OBJECT_DELETED, error.what());
+            throw;
+        }
+        m_submitted = true;
+        m_writable = false;
+        m_draft = {};
+        return S_OK;
+    });
+}
+
+// What somebody else changed since this object read it is no reason not to send the message; but when it changes while
+// this looks at it, that may be because it is sent, so it is looked at again.
+void Message::SendAsItIs()
+{
+    for (;;) {
+        try {
+            return Send(m_id ? m_store->objects.Info(m_id).change : 0);
+        } catch (const storage::Error &error) {
+            if (error.GetFault() != storage::Fault::Changed)
+                throw;
+        }
+    }
+}
+
+// Sends the message unless what is stored of it has another change number.
+void Message::Send(storage::ChangeNumber expected)
+{
+    const Outgoing outgoing{m_folder, Stored(&SubmissionTags()), Recipients()};
+    const auto *flags = outgoing.properties.get<std::int32_t>(PR_MESSAGE_FLAGS);
+    if (flags && ((*flags & MSGFLAG_SUBMIT) || (m_id && !(*flags & MSGFLAG_UNSENT))))
+        throw Failure(MAPI_E_SUBMITTED, "The message was submitted before.");
+    storage::Dispatch dispatch;
+    dispatch.destinations = Route(*m_store, outgoing);
+    dispatch.message = m_id;
+    if (m_id)
+        dispatch.expected = expected;
+    dispatch.content = m_draft;
+    m_store->objects.Send(dispatch);
+}
+
+} // namespace localmapi

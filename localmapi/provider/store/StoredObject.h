@@ -1,0 +1,223 @@
+// IMAPIProp of stores, folders, messages and attachments: properties are read by need, long ones as streams, and every
+// method holds the object's lock. A class above says how properties are read and where changes go.
+#pragma once
+#include "localmapi/provider/property/NamedProperties.h"
+#include "localmapi/provider/property/PropObject.h"
+#include "localmapi/provider/store/CopyObject.h"
+#include "localmapi/provider/store/StoreContext.h"
+#include "localmapi/provider/stream/Stream.h"
+
+#include <mutex>
+
+namespace localmapi
+{
+
+// IMAPIProp::GetProps: the tags that are asked for, or all when there are none, out of a bag that holds them.
+HRESULT GivePackedProps(const storage::PropertyBag &bag, const SPropTagArray *tags, ULONG flags, ULONG *count,
+                        SPropValue **values);
+// The storage's tags behind the client's; nothing when one of them leaves its type open, so that all must be read.
+std::optional<std::vector<storage::Tag>> ReadableTags(const SPropTagArray *tags);
+// Properties that no client sets on any object of a store: those that follow from what it is, and storage's own.
+bool IsComputedEverywhere(storage::Tag tag);
+
+// How a stream on a property is asked for.
+struct StreamRequest {
+    ULONG tag = 0;
+    ULONG flags = 0;
+    bool Writes() const { return (flags & (MAPI_MODIFY | MAPI_CREATE)) != 0; }
+};
+
+// What the stream code needs of an object.
+class StreamHost
+{
+  public:
+    // The property with the tag's id, whatever its type; nothing when there is none.
+    virtual std::optional<storage::Property> FindForStream(storage::Tag tag) = 0;
+    // Takes the value that a stream ended with. Under no lock.
+    virtual void TakeFromStream(storage::Tag tag, storage::Value value) = 0;
+    // Failure when the property can not be written.
+    virtual void RequireStreamable(storage::Tag tag) = 0;
+    virtual storage::Objects &StreamObjects() = 0;
+    virtual OpenStreams &StreamsForWriting() = 0;
+
+  protected:
+    ~StreamHost() = default;
+};
+
+// IMAPIProp::OpenProperty for IStream. `owner` is the object of the host. Throws Failure.
+void OpenPropertyStream(StreamHost &host, IUnknown *owner, const IID &iid, const StreamRequest &request,
+                        IUnknown **stream);
+bool IsStreamInterface(const IID &iid);
+
+template <class Interface, class... More> class StoredObject : public PropObject<Interface, More...>, private StreamHost
+{
+    using Base = PropObject<Interface, More...>;
+
+  public:
+    STDMETHODIMP SaveChanges(ULONG flags) override
+    {
+        const HRESULT hr = this->Run("IMAPIProp::SaveChanges", [&] { return m_streams.Commit(); });
+        if (FAILED(hr))
+            return hr;
+        return Do("IMAPIProp::SaveChanges", [&]() -> HRESULT {
+            RequireFlags(flags, KEEP_OPEN_READONLY | KEEP_OPEN_READWRITE | FORCE_SAVE | MAPI_DEFERRED_ERRORS);
+            return Save(flags);
+        });
+    }
+    STDMETHODIMP GetProps(LPSPropTagArray tags, ULONG flags, ULONG *count, LPSPropValue *values) override
+    {
+        return Do("IMAPIProp::GetProps", [&]() -> HRESULT {
+            if (count)
+                *count = 0;
+            if (values)
+                *values = nullptr;
+            Require(!tags || (tags->cValues > 0 && tags->cValues <= 0x10000), "the list of properties");
+            const auto some = tags ? ReadableTags(tags) : std::nullopt;
+            return GivePackedProps(some ? ReadSome(*some) : this->Load(), tags, flags, count, values);
+        });
+    }
+    STDMETHODIMP GetPropList(ULONG flags, LPSPropTagArray *tags) override
+    {
+        std::lock_guard hold(m_lock);
+        return Base::GetPropList(flags, tags);
+    }
+    STDMETHODIMP SetProps(ULONG count, LPSPropValue values, LPSPropProblemArray *problems) override
+    {
+        std::lock_guard hold(m_lock);
+        return Base::SetProps(count, values, problems);
+    }
+    STDMETHODIMP DeleteProps(LPSPropTagArray tags, LPSPropProblemArray *problems) override
+    {
+        std::lock_guard hold(m_lock);
+        return Base::DeleteProps(tags, problems);
+    }
+    STDMETHODIMP OpenProperty(ULONG tag, LPCIID iid, ULONG options, ULONG flags, LPUNKNOWN *object) override
+    {
+        std::lock_guard hold(m_lock);
+        return Base::OpenProperty(tag, iid, options, flags, object);
+    }
+
+    STDMETHODIMP CopyTo(ULONG ciidExclude, LPCIID rgiidExclude, LPSPropTagArray lpExcludeProps, ULONG, LPMAPIPROGRESS,
+                        LPCIID lpInterface, LPVOID lpDestObj, ULONG ulFlags, LPSPropProblemArray *lppProblems) override
+    {
+        return this->Run("IMAPIProp::CopyTo", [&]() -> HRESULT {
+            RequireSomeInterface<Interface>(ciidExclude, rgiidExclude);
+            return CopyAs({true, lpExcludeProps, lpInterface, lpDestObj, ulFlags}, lppProblems);
+        });
+    }
+    STDMETHODIMP CopyProps(LPSPropTagArray lpIncludeProps, ULONG, LPMAPIPROGRESS, LPCIID lpInterface, LPVOID lpDestObj,
+                           ULONG ulFlags, LPSPropProblemArray *lppProblems) override
+    {
+        return this->Run("IMAPIProp::CopyProps", [&]() -> HRESULT {
+            return CopyAs({false, lpIncludeProps, lpInterface, lpDestObj, ulFlags}, lppProblems);
+        });
+    }
+
+    STDMETHODIMP GetIDsFromNames(ULONG cPropNames, LPMAPINAMEID *lppPropNames, ULONG ulFlags,
+                                 LPSPropTagArray *lppPropTags) override
+    {
+        return this->Run("IMAPIProp::GetIDsFromNames", [&] {
+            return GiveIdsOfNames(m_store->site, m_store->writable, cPropNames, lppPropNames, ulFlags, lppPropTags);
+        });
+    }
+    STDMETHODIMP GetNamesFromIDs(LPSPropTagArray *lppPropTags, LPGUID lpPropSetGuid, ULONG ulFlags, ULONG *lpcPropNames,
+                                 LPMAPINAMEID **lpppPropNames) override
+    {
+        return this->Run("IMAPIProp::GetNamesFromIDs", [&] {
+            return GiveNamesOfIds(m_store->site, lppPropTags, lpPropSetGuid, ulFlags, lpcPropNames, lpppPropNames);
+        });
+    }
+
+  protected:
+    StoredObject(StorePtr store, bool writable) : m_store(std::move(store)), m_writable(writable) {}
+
+    // Called under the lock; all may throw. At least the properties with these tags, or everything.
+    virtual storage::PropertyBag ReadSome(const std::vector<storage::Tag> &tags) = 0;
+    virtual HRESULT Save(ULONG) { return S_OK; }
+    // Takes over what was written to streams that are still open. Called under no lock.
+    HRESULT CommitStreams() { return m_streams.Commit(); }
+    // The properties that a copy gets: those that a client could have set.
+    virtual storage::PropertyBag Copyable()
+    {
+        storage::PropertyBag bag;
+        for (const storage::Property &property : this->Load())
+            if (!this->IsComputed(property.tag))
+                bag.Set(property.tag, property.value);
+        return bag;
+    }
+    // Called under no lock: the target is asked.
+    virtual void Copy(CopyJob &job)
+    {
+        std::unique_lock hold(m_lock);
+        const storage::PropertyBag bag = Copyable();
+        hold.unlock();
+        job.CopyProperties(bag, m_store->objects);
+        job.Missing(bag, {});
+    }
+
+    HRESULT Open(ULONG tag, const IID &iid, ULONG, ULONG flags, IUnknown **object) override
+    {
+        RequireFlags(flags, MAPI_CREATE | MAPI_MODIFY | MAPI_DEFERRED_ERRORS | STREAM_APPEND);
+        OpenPropertyStream(*this, static_cast<Interface *>(this), iid, {tag, flags}, object);
+        return S_OK;
+    }
+    void RequireWrite() const
+    {
+        if (!m_writable)
+            throw Failure(MAPI_E_NO_ACCESS, "The object is open for reading only.");
+    }
+    // The body of a method, under the lock and behind the boundary.
+    template <class Body> HRESULT Do(const char *method, Body &&body)
+    {
+        return this->Run(method, [&]() -> HRESULT {
+            std::lock_guard hold(m_lock);
+            return body();
+        });
+    }
+    // The value of one property, of any of these tags; nothing when there is none.
+    std::optional<storage::Property> FindProperty(const std::vector<storage::Tag> &tags)
+    {
+        const storage::PropertyBag bag = ReadSome(tags);
+        const storage::Property *found = bag.FindId(storage::TagId(tags.front()));
+        return found ? std::optional(*found) : std::nullopt;
+    }
+
+    const StorePtr m_store;
+    std::mutex m_lock;
+    bool m_writable;
+
+  private:
+    HRESULT CopyAs(const CopyJob::Arguments &arguments, SPropProblemArray **problems)
+    {
+        if (problems)
+            *problems = nullptr;
+        CopyJob job(static_cast<Interface *>(this), arguments);
+        Copy(job);
+        job.GiveProblems(problems);
+        return S_OK;
+    }
+    std::optional<storage::Property> FindForStream(storage::Tag tag) override
+    {
+        const std::uint16_t id = storage::TagId(tag);
+        return FindProperty({tag, storage::MakeTag(id, storage::Type::Binary),
+                             storage::MakeTag(id, storage::Type::Object), storage::MakeTag(id, storage::Type::Text)});
+    }
+    void TakeFromStream(storage::Tag tag, storage::Value value) override
+    {
+        std::lock_guard hold(m_lock);
+        RequireWrite();
+        this->Change({{tag, std::move(value)}}, {});
+    }
+    void RequireStreamable(storage::Tag tag) override
+    {
+        RequireWrite();
+        if (this->IsComputed(tag))
+            throw Failure(MAPI_E_COMPUTED, "The property is computed and can not be changed.");
+    }
+    storage::Objects &StreamObjects() override { return m_store->objects; }
+    OpenStreams &StreamsForWriting() override { return m_streams; }
+
+    OpenStreams m_streams;
+};
+
+} // namespace localmapi

@@ -1,0 +1,210 @@
+// The file, its idle connections, and the beginning and end of reading and writing. Writers of one process wait for
+// each other here; SQLite sees to those of others.
+#include "localmapi/storage/Database.h"
+#include "localmapi/storage/ChangeSignal.h"
+#include "localmapi/storage/Codec.h"
+#include "localmapi/storage/Functions.h"
+#include "localmapi/storage/Schema.h"
+#include "localmapi/storage/Time.h"
+#include <chrono>
+#include <filesystem>
+#include <random>
+
+namespace localmapi::storage
+{
+
+namespace
+{
+
+constexpr std::size_t kIdleConnections = 16;
+
+std::filesystem::path PathOf(const std::string &utf8)
+{
+    return std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
+}
+
+bool IsThere(const std::string &path)
+{
+    std::error_code ignored;
+    return std::filesystem::exists(PathOf(path), ignored);
+}
+
+// Every connection of a site is set up alike.
+void PrepareForUse(Connection &connection)
+{
+    connection.Execute(
+        "PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON; PRAGMA cache_size = -16000; PRAGMA cell_size_check = ON;"
+        "PRAGMA temp_store = MEMORY; PRAGMA wal_autocheckpoint = 4000;");
+    RegisterFunctions(connection.Handle());
+}
+
+void RemoveUnfinished(const std::string &path)
+{
+    std::error_code ignored;
+    for (const char *suffix : {"", "-wal", "-shm", "-journal"})
+        std::filesystem::remove(PathOf(path + suffix), ignored);
+}
+
+} // namespace
+
+Guid NewGuid()
+{
+    std::random_device source;
+    Guid guid;
+    for (std::uint8_t &byte : guid)
+        byte = static_cast<std::uint8_t>(source());
+    guid[7] = static_cast<std::uint8_t>((guid[7] & 0x0F) | 0x40); // a random GUID, as laid out in memory
+    guid[8] = static_cast<std::uint8_t>((guid[8] & 0x3F) | 0x80);
+    return guid;
+}
+
+std::shared_ptr<Database> Database::Create(const std::string &path, const std::string &server,
+                                           const std::string &organization, const OpenOptions &options)
+{
+    if (server.empty() || organization.empty())
+        throw Error(Fault::Invalid, "A site needs the names of a server and of an organization.");
+    // Both are parts of distinguished names.
+    for (const std::string &name : {server, organization})
+        if (name.find_first_of("/=") != name.npos)
+            throw Error(Fault::Invalid, "'" + name + "' can't name a server or an organization: it holds '/' or '='.");
+    if (IsThere(path))
+        throw Error(Fault::Collision, "'" + path + "' is there already.");
+    std::shared_ptr<Database> database(new Database(path, options));
+    try {
+        Connection connection(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, options.busyTimeoutMs);
+        connection.Execute("PRAGMA page_size = 8192; PRAGMA synchronous = FULL");
+        {
+            Transaction transaction(connection, Transaction::Kind::Write);
+            if (connection.Integer("SELECT count(*) FROM sqlite_schema") != 0)
+                throw Error(Fault::Collision, "'" + path + "' was made by somebody else just now.");
+            CreateSchema(connection);
+            Statement insert = connection.Prepare("INSERT INTO site VALUES (1, ?, ?, ?, 1, 0)");
+            Guid uid = NewGuid();
+            insert.Bind(server, organization, uid).Run();
+            transaction.Commit();
+        }
+        connection.Execute("PRAGMA journal_mode = WAL");
+    } catch (const Error &error) {
+        // Somebody else's file, made in the same moment, stays.
+        if (error.GetFault() != Fault::Collision && error.GetFault() != Fault::Busy)
+            RemoveUnfinished(path);
+        throw;
+    }
+    return Open(path, options);
+}
+
+std::shared_ptr<Database> Database::Open(const std::string &path, const OpenOptions &options)
+{
+    if (!IsThere(path))
+        throw Error(Fault::NotFound, "'" + path + "' is not there.");
+    std::shared_ptr<Database> database(new Database(path, options));
+    database->Admit();
+    return database;
+}
+
+// Looks before it touches anything: a file of another application stays as it is.
+void Database::Admit()
+{
+    auto connection = std::make_unique<Connection>(
+        m_path, m_options.readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE, m_options.busyTimeoutMs);
+    std::int64_t application = 0, version = 0;
+    try {
+        application = connection->Integer("PRAGMA application_id");
+        version = connection->Integer("PRAGMA user_version");
+    } catch (const Error &error) {
+        if (error.GetFault() != Fault::Corrupt)
+            throw;
+    }
+    if (application != kApplicationId)
+        throw Error(Fault::NotASite, "'" + m_path + "' is no site of localmapi.");
+    if (version > kSchemaVersion)
+        throw Error(Fault::TooNew, "'" + m_path + "' was written by a newer version of localmapi (its format is " +
+                                       std::to_string(version) + ", this version knows up to " +
+                                       std::to_string(kSchemaVersion) + ").");
+    if (!m_options.readOnly) {
+        if (sqlite3_db_readonly(connection->Handle(), "main") == 1)
+            throw Error(Fault::NoAccess, "'" + m_path + "' can only be read.");
+        connection->Execute("PRAGMA journal_mode = WAL");
+        UpgradeSchema(*connection);
+    } else if (version < kSchemaVersion) {
+        throw Error(Fault::NoAccess, "'" + m_path + "' is of an older version and has to be opened for writing once.");
+    }
+    PrepareForUse(*connection);
+    if (connection->Integer("SELECT count(*) FROM site") != 1)
+        throw Error(Fault::Corrupt, "'" + m_path + "' (damaged): it does not say what site it is.");
+    GiveBack(std::move(connection));
+}
+
+std::unique_ptr<Connection> Database::Connect() const
+{
+    auto connection = std::make_unique<Connection>(
+        m_path, m_options.readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE, m_options.busyTimeoutMs);
+    PrepareForUse(*connection);
+    return connection;
+}
+
+std::unique_ptr<Connection> Database::Take()
+{
+    {
+        std::lock_guard lock(m_lock);
+        if (!m_idle.empty()) {
+            auto connection = std::move(m_idle.back());
+            m_idle.pop_back();
+            return connection;
+        }
+    }
+    return Connect();
+}
+
+void Database::GiveBack(std::unique_ptr<Connection> connection) noexcept
+{
+    std::lock_guard lock(m_lock);
+    if (m_idle.size() < kIdleConnections)
+        try {
+            m_idle.push_back(std::move(connection));
+        } catch (const std::bad_alloc &) { // then it is closed instead
+        }
+}
+
+Reader::Reader(Database &database, Where where) : m_database(database), m_connection(database.Take())
+{
+    m_transaction.emplace(*m_connection, Transaction::Kind::Read, where);
+}
+
+Reader::~Reader()
+{
+    m_transaction.reset();
+    m_database.GiveBack(std::move(m_connection));
+}
+
+Writer::Writer(Database &database, Where where) : m_database(database), m_writing(database.m_writing)
+{
+    if (database.m_options.readOnly)
+        throw Error(Fault::NoAccess, "'" + database.m_path + "' was opened for reading only.");
+    m_connection = database.Take();
+    m_transaction.emplace(*m_connection, Transaction::Kind::Write, where);
+    Statement site = m_connection->Prepare("SELECT next_id, change FROM site");
+    if (!site.Step())
+        throw Error(Fault::Corrupt, "'" + database.m_path + "' (damaged): it does not say what site it is.");
+    m_nextId = site.Integer(0);
+    m_change = site.Integer(1) + 1;
+    m_now = CurrentTime();
+}
+
+Writer::~Writer()
+{
+    m_transaction.reset();
+    if (m_connection)
+        m_database.GiveBack(std::move(m_connection));
+}
+
+void Writer::Commit()
+{
+    bool announce = m_entries.Settle(*m_connection, m_change, m_facets.Settle(*m_connection, m_change));
+    m_connection->Prepare("UPDATE site SET next_id = max(next_id, ?), change = ?").Bind(m_nextId, m_change).Run();
+    m_transaction->Commit();
+    if (announce)
+        ChangeSignal::Announce(m_database.Path());
+}
+
+} // namespace localmapi::storage

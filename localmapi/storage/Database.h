@@ -1,0 +1,89 @@
+// The open file behind a Site: its connections, and the two ways to work with them.
+#pragma once
+#include "localmapi/storage/CountCache.h"
+#include "localmapi/storage/EntryWriter.h"
+#include "localmapi/storage/Facets.h"
+#include "localmapi/storage/Site.h"
+#include "localmapi/storage/Sqlite.h"
+#include <mutex>
+
+namespace localmapi::storage
+{
+
+class Database
+{
+  public:
+    static std::shared_ptr<Database> Create(const std::string &path, const std::string &server,
+                                            const std::string &organization, const OpenOptions &options);
+    static std::shared_ptr<Database> Open(const std::string &path, const OpenOptions &options);
+
+    const std::string &Path() const { return m_path; }
+    CountCache &Counts() { return m_counts; }
+
+  private:
+    friend class Reader;
+    friend class Writer;
+    Database(const std::string &path, const OpenOptions &options) : m_path(path), m_options(options) {}
+    std::unique_ptr<Connection> Connect() const;
+    std::unique_ptr<Connection> Take();
+    void GiveBack(std::unique_ptr<Connection> connection) noexcept;
+    void Admit();
+
+    std::string m_path;
+    OpenOptions m_options;
+    std::mutex m_lock; // of m_idle
+    std::vector<std::unique_ptr<Connection>> m_idle;
+    CountCache m_counts;
+    std::mutex m_writing; // one writer at a time in a process; SQLite sees to the other processes
+};
+
+// A connection on which everything is seen as of one moment.
+class Reader
+{
+  public:
+    explicit Reader(Database &database, Where where = Where::Here());
+    ~Reader();
+    Reader(const Reader &) = delete;
+    Reader &operator=(const Reader &) = delete;
+    Connection *operator->() const { return m_connection.get(); }
+    Connection &operator*() const { return *m_connection; }
+
+  private:
+    Database &m_database;
+    std::unique_ptr<Connection> m_connection;
+    std::optional<Transaction> m_transaction;
+};
+
+// A write transaction, with the numbers it gives out. Nothing of it happened unless Commit() returned.
+class Writer
+{
+  public:
+    explicit Writer(Database &database, Where where = Where::Here());
+    ~Writer();
+    Writer(const Writer &) = delete;
+    Writer &operator=(const Writer &) = delete;
+    Connection *operator->() const { return m_connection.get(); }
+    Connection &operator*() const { return *m_connection; }
+
+    std::int64_t NewId() { return m_nextId++; }
+    ChangeNumber Change() const { return m_change; } // of this transaction
+    std::int64_t Now() const { return m_now; }       // the moment that its objects are written at
+    FacetWriter &Facets() { return m_facets; }
+    EntryWriter &Entries() { return m_entries; }
+    void Commit();
+
+  private:
+    Database &m_database;
+    std::unique_lock<std::mutex> m_writing;
+    std::unique_ptr<Connection> m_connection;
+    std::optional<Transaction> m_transaction;
+    std::int64_t m_nextId = 0;
+    ChangeNumber m_change = 0;
+    std::int64_t m_now = 0;
+    FacetWriter m_facets;
+    EntryWriter m_entries;
+};
+
+Guid NewGuid();
+
+} // namespace localmapi::storage

@@ -1,0 +1,23 @@
+// The functions and collations that filters and orders are written with in SQL.
+#pragma once
+#include "localmapi/storage/Filter.h"
+#include "localmapi/storage/Sqlite.h"
+
+namespace localmapi::storage
+{
+
+// The collation that orders the values of a tag, or null where SQLite's own order is right. Lists are to be cast to
+// text first.
+const char *CollationOf(Tag tag);
+
+// Registers on every connection:
+//   stream_value(object, tag)                the bytes of a property that lies in a stream (text for text tags)
+//   value_size(value, tag, wide)             the bytes of a value, see byteSize and Filter::wide
+//   list_relates(value, tag, relation, one)  whether some value of a list relates to `one`
+//   content(value, tag, how, pattern)        whether a text, binary or list contains the folded pattern
+void RegisterFunctions(sqlite3 *connection);
+
+// `how` of content().
+int ContentFlags(const Filter &filter);
+
+} // namespace localmapi::storage

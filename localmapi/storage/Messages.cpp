@@ -1,0 +1,400 @@
+// Messages are made, changed, copied, moved and removed here, with their recipients and attachments, facets and
+// entries.
+#include "localmapi/storage/Messages.h"
+#include "localmapi/storage/Schema.h"
+#include <algorithm>
+#include <set>
+
+namespace localmapi::storage
+{
+
+namespace
+{
+
+// What a message's own row says beside its id and place.
+struct MessageRow {
+    FacetKey key;
+    std::int64_t submitted = kNoTime, delivered = kNoTime;
+
+    void Set(const Property &property)
+    {
+        auto number = std::get_if<std::int32_t>(&property.value);
+        auto time = std::get_if<std::int64_t>(&property.value);
+        auto text = std::get_if<std::string>(&property.value);
+        if (property.tag == kMessageFlags && number)
+            key.flags = (*number & ~kFlagHasAttachments) | (key.flags & kFlagHasAttachments);
+        else if (property.tag == kImportance && number)
+            key.importance = *number;
+        else if (property.tag == kMessageClass && text)
+            key.messageClass = *text;
+        else if (property.tag == kClientSubmitTime && time)
+            submitted = *time;
+        else if (property.tag == kMessageDeliveryTime && time)
+            delivered = *time;
+    }
+
+    void Remove(Tag tag)
+    {
+        if (TagId(tag) == TagId(kMessageFlags))
+            key.flags &= kFlagHasAttachments;
+        else if (TagId(tag) == TagId(kImportance))
+            key.importance.reset();
+        else if (TagId(tag) == TagId(kMessageClass))
+            key.messageClass.reset();
+        else if (TagId(tag) == TagId(kClientSubmitTime))
+            submitted = kNoTime;
+        else if (TagId(tag) == TagId(kMessageDeliveryTime))
+            delivered = kNoTime;
+    }
+
+    void Apply(const Changes &changes)
+    {
+        for (Tag tag : changes.remove)
+            Remove(tag);
+        for (const Property &property : changes.set)
+            Set(property);
+    }
+
+    void HasAttachments(bool has)
+    {
+        key.flags = has ? key.flags | kFlagHasAttachments : key.flags & ~kFlagHasAttachments;
+    }
+};
+
+std::int64_t SizeOf(ObjectKind kind, const PropertyBag &bag)
+{
+    std::int64_t size = 0;
+    for (const Property &property : bag)
+        if (!IsColumn(kind, property.tag))
+            size += static_cast<std::int64_t>(ByteSize(property.value));
+    return size;
+}
+
+// The size that a message will have when it is made of `content`.
+std::int64_t SizeOf(const MessageChanges &content)
+{
+    std::int64_t size = SizeOf(ObjectKind::Message, content.properties.set);
+    if (content.recipients)
+        for (const PropertyBag &recipient : *content.recipients)
+            size += SizeOf(ObjectKind::Recipient, recipient);
+    for (const AttachmentChanges &attachment : content.attachments)
+        if (!attachment.remove)
+            size += SizeOf(ObjectKind::Attachment, attachment.properties.set) +
+                    (attachment.embedded ? SizeOf(*attachment.embedded) : 0);
+    return size;
+}
+
+void InsertRecipients(Writer &writer, ObjectId message, const std::vector<PropertyBag> &recipients)
+{
+    std::int32_t number = 0;
+    for (const PropertyBag &recipient : recipients) {
+        ObjectId id = InsertObject(writer, {ObjectKind::Recipient, message, number++}, recipient,
+                                   SizeOf(ObjectKind::Recipient, recipient));
+        InsertProperties(writer, id, ObjectKind::Recipient, recipient);
+    }
+}
+
+void InsertAttachment(Writer &writer, ObjectId message, const AttachmentChanges &attachment)
+{
+    const PropertyBag &bag = attachment.properties.set;
+    std::int64_t size = SizeOf(ObjectKind::Attachment, bag) + (attachment.embedded ? SizeOf(*attachment.embedded) : 0);
+    ObjectId id = InsertObject(writer, {ObjectKind::Attachment, message, attachment.number}, bag, size);
+    InsertProperties(writer, id, ObjectKind::Attachment, bag);
+    if (attachment.embedded)
+        InsertMessage(writer, id, *attachment.embedded);
+}
+
+void RequireDistinctNumbers(const std::vector<AttachmentChanges> &attachments)
+{
+    std::set<std::int32_t> numbers;
+    for (const AttachmentChanges &attachment : attachments)
+        if (!numbers.insert(attachment.number).second)
+            throw Error(Fault::Collision, "Two attachments of a message have the same number.");
+}
+
+} // namespace
+
+ObjectId InsertMessage(Writer &writer, ObjectId container, const MessageChanges &content)
+{
+    RequireDistinctNumbers(content.attachments);
+    MessageRow row;
+    row.Apply(content.properties);
+    row.HasAttachments(std::any_of(content.attachments.begin(), content.attachments.end(),
+                                   [](const AttachmentChanges &attachment) { return !attachment.remove; }));
+    ObjectId id = writer.NewId();
+    auto created = content.properties.set.get<std::int64_t>(kCreationTime);
+    writer
+        ->Prepare("INSERT INTO object (id, kind, parent, facet, submitted, delivered, size, created, modified, change) "
+                  "VALUES (?, 3, ?, ?, ?, ?, ?, ?, ?, ?)")
+        .Bind(id, container, writer.Facets().Enter(*writer, container, row.key), row.submitted, row.delivered,
+              SizeOf(content), created ? *created : writer.Now(), writer.Now(), writer.Change())
+        .Run();
+    writer.Entries().MessageAdded(id, container, row.key);
+    InsertProperties(writer, id, ObjectKind::Message, content.properties.set);
+    if (content.recipients)
+        InsertRecipients(writer, id, *content.recipients);
+    for (const AttachmentChanges &attachment : content.attachments)
+        if (!attachment.remove)
+            InsertAttachment(writer, id, attachment);
+    return id;
+}
+
+namespace
+{
+
+ObjectId ChildOf(Writer &writer, ObjectId parent, ObjectKind kind, std::int32_t number)
+{
+    Statement find = writer->Prepare("SELECT id FROM object WHERE parent = ? AND kind = ? AND number = ?");
+    find.Bind(parent, static_cast<std::int64_t>(kind), number);
+    return find.Step() ? find.Integer(0) : 0;
+}
+
+void ApplyToAttachment(Writer &writer, ObjectId message, const AttachmentChanges &changes)
+{
+    ObjectId id = ChildOf(writer, message, ObjectKind::Attachment, changes.number);
+    if (changes.remove) {
+        writer->Prepare("DELETE FROM object WHERE id = ?").Bind(id).Run();
+        return;
+    }
+    if (!id)
+        return InsertAttachment(writer, message, changes);
+    ApplyChanges(writer, id, ObjectKind::Attachment, changes.properties);
+    if (changes.embedded) {
+        if (ObjectId embedded = ChildOf(writer, id, ObjectKind::Message, 0))
+            ApplyToMessage(writer, GetObject(*writer, embedded), *changes.embedded);
+        else
+            InsertMessage(writer, id, *changes.embedded);
+    }
+    writer->Prepare("UPDATE object SET size = ?, modified = ?, change = ? WHERE id = ?")
+        .Bind(Measure(*writer, id), writer.Now(), writer.Change(), id)
+        .Run();
+}
+
+// Gives a message's row what it is to say, in the facet that follows from it.
+void UpdateRow(Writer &writer, const ObjectRow &old, const MessageRow &row)
+{
+    ObjectId id = old.info.id;
+    writer.Facets().Leave(old.facet);
+    std::int64_t facet = writer.Facets().Enter(*writer, old.info.parent, row.key);
+    writer
+        ->Prepare("UPDATE object SET facet = ?, submitted = ?, delivered = ?, size = ?, modified = ?, change = ? "
+                  "WHERE id = ?")
+        .Bind(facet, row.submitted, row.delivered, Measure(*writer, id), writer.Now(), writer.Change(), id)
+        .Run();
+    writer.Entries().MessageChanged(id, old.info.parent, old.key, row.key);
+}
+
+} // namespace
+
+void ApplyToMessage(Writer &writer, const ObjectRow &old, const MessageChanges &changes)
+{
+    ObjectId id = old.info.id;
+    RequireDistinctNumbers(changes.attachments);
+    ApplyChanges(writer, id, ObjectKind::Message, changes.properties);
+    if (changes.recipients) {
+        writer->Prepare("DELETE FROM object WHERE parent = ? AND kind = 5").Bind(id).Run();
+        InsertRecipients(writer, id, *changes.recipients);
+    }
+    for (const AttachmentChanges &attachment : changes.attachments)
+        ApplyToAttachment(writer, id, attachment);
+    MessageRow row{old.key, old.submitted, old.delivered};
+    row.Apply(changes.properties);
+    if (!changes.attachments.empty()) {
+        Statement any = writer->Prepare("SELECT 1 FROM object WHERE parent = ? AND kind = 4 LIMIT 1");
+        row.HasAttachments(any.Bind(id).Step());
+    }
+    UpdateRow(writer, old, row);
+}
+
+void RequireFolder(Writer &writer, ObjectId folder)
+{
+    if (GetObject(*writer, folder).info.kind != ObjectKind::Folder)
+        throw Error(Fault::Invalid, "Messages can only lie in folders.");
+}
+
+std::optional<ObjectRow> FindMessage(Writer &writer, ObjectId id)
+{
+    std::optional<ObjectRow> row = FindObject(*writer, id);
+    if (!row || row->info.kind != ObjectKind::Message)
+        return {};
+    std::optional<ObjectRow> container = FindObject(*writer, row->info.parent);
+    return container && container->info.kind == ObjectKind::Folder ? row : std::nullopt;
+}
+
+ObjectId MoveMessage(Writer &writer, const ObjectRow &row, ObjectId folder)
+{
+    ObjectId id = writer.NewId();
+    writer.Facets().Leave(row.facet);
+    std::int64_t facet = writer.Facets().Enter(*writer, folder, row.key);
+    writer->Prepare("UPDATE object SET id = ?, parent = ?, facet = ?, change = ? WHERE id = ?")
+        .Bind(id, folder, facet, writer.Change(), row.info.id)
+        .Run();
+    writer.Entries().MessageRemoved(row.info.id, row.info.parent, row.key);
+    writer.Entries().MessageAdded(id, folder, row.key);
+    return id;
+}
+
+void RemoveMessage(Writer &writer, const ObjectRow &row)
+{
+    writer.Facets().Leave(row.facet);
+    writer->Prepare("DELETE FROM object WHERE id = ?").Bind(row.info.id).Run();
+    writer.Entries().MessageRemoved(row.info.id, row.info.parent, row.key);
+}
+
+namespace
+{
+
+ObjectId CopyObject(Writer &writer, const ObjectRow &from, ObjectId parent)
+{
+    ObjectId id = writer.NewId();
+    std::optional<std::int64_t> facet;
+    if (from.info.kind == ObjectKind::Message)
+        facet = writer.Facets().Enter(*writer, parent, from.key);
+    writer
+        ->Prepare("INSERT INTO object (id, kind, parent, number, facet, submitted, delivered, size, created, modified, "
+                  "change) SELECT ?, kind, ?, number, ?, submitted, delivered, size, ?, ?, ? FROM object WHERE id = ?")
+        .Bind(id, parent, facet, writer.Now(), from.modified, writer.Change(), from.info.id)
+        .Run();
+    if (facet)
+        writer.Entries().MessageAdded(id, parent, from.key);
+    CopyProperties(writer, from.info.id, id);
+    std::vector<ObjectId> children;
+    {
+        Statement rows = writer->Prepare("SELECT id FROM object WHERE parent = ? ORDER BY id");
+        rows.Bind(from.info.id);
+        while (rows.Step())
+            children.push_back(rows.Integer(0));
+    }
+    for (ObjectId child : children)
+        CopyObject(writer, GetObject(*writer, child), id);
+    return id;
+}
+
+// Does one thing to each message of a list, in one transaction, and gathers the answers.
+template <class Answer, class Work>
+std::vector<Answer> ForEach(Writer &writer, const std::vector<ObjectId> &messages, Work work)
+{
+    std::vector<Answer> answers;
+    answers.reserve(messages.size());
+    for (ObjectId id : messages) {
+        std::optional<ObjectRow> row = FindMessage(writer, id);
+        answers.push_back(row ? Answer(work(*row)) : Answer());
+    }
+    writer.Commit();
+    return answers;
+}
+
+} // namespace
+
+ObjectId Objects::CreateMessage(ObjectId folder, const MessageChanges &content)
+{
+    Writer writer(m_site.GetDatabase());
+    RequireFolder(writer, folder);
+    ObjectId id = InsertMessage(writer, folder, content);
+    writer.Commit();
+    return id;
+}
+
+std::vector<ObjectId> Objects::CreateMessages(const std::vector<NewMessage> &messages)
+{
+    Writer writer(m_site.GetDatabase());
+    std::set<ObjectId> folders;
+    std::vector<ObjectId> ids;
+    ids.reserve(messages.size());
+    for (const NewMessage &message : messages) {
+        if (folders.insert(message.folder).second)
+            RequireFolder(writer, message.folder);
+        ids.push_back(InsertMessage(writer, message.folder, message.content));
+    }
+    writer.Commit();
+    return ids;
+}
+
+ChangeNumber Objects::ChangeMessage(ObjectId message, const MessageChanges &changes,
+                                    std::optional<ChangeNumber> expected)
+{
+    Writer writer(m_site.GetDatabase());
+    std::optional<ObjectRow> row = FindMessage(writer, message);
+    if (!row)
+        throw Error(Fault::NotFound, "The message is not in the site (any more).");
+    if (expected && *expected != row->info.change)
+        throw Error(Fault::Changed, "The message was changed by somebody else.");
+    ApplyToMessage(writer, *row, changes);
+    writer.Commit();
+    return writer.Change();
+}
+
+std::vector<ObjectId> Objects::CopyMessages(const std::vector<ObjectId> &messages, ObjectId folder)
+{
+    Writer writer(m_site.GetDatabase());
+    RequireFolder(writer, folder);
+    return ForEach<ObjectId>(writer, messages, [&](const ObjectRow &row) { return CopyObject(writer, row, folder); });
+}
+
+std::vector<ObjectId> Objects::MoveMessages(const std::vector<ObjectId> &messages, ObjectId folder)
+{
+    Writer writer(m_site.GetDatabase());
+    RequireFolder(writer, folder);
+    return ForEach<ObjectId>(writer, messages, [&](const ObjectRow &row) { return MoveMessage(writer, row, folder); });
+}
+
+std::vector<bool> Objects::RemoveMessages(const std::vector<ObjectId> &messages)
+{
+    Writer writer(m_site.GetDatabase());
+    return ForEach<bool>(writer, messages, [&](const ObjectRow &row) {
+        RemoveMessage(writer, row);
+        return true;
+    });
+}
+
+std::vector<bool> Objects::ChangeFlags(const std::vector<ObjectId> &messages, std::int32_t set, std::int32_t clear)
+{
+    Writer writer(m_site.GetDatabase());
+    return ForEach<bool>(writer, messages, [&](const ObjectRow &row) {
+        FacetKey key = row.key;
+        key.flags = ((key.flags | set) & ~clear & ~kFlagHasAttachments) | (key.flags & kFlagHasAttachments);
+        if (key == row.key)
+            return true;
+        writer.Facets().Leave(row.facet);
+        writer->Prepare("UPDATE object SET facet = ?, modified = ?, change = ? WHERE id = ?")
+            .Bind(writer.Facets().Enter(*writer, row.info.parent, key), writer.Now(), writer.Change(), row.info.id)
+            .Run();
+        writer.Entries().MessageChanged(row.info.id, row.info.parent, row.key, key);
+        return true;
+    });
+}
+
+void Objects::RemoveAllMessages(ObjectId folder)
+{
+    Writer writer(m_site.GetDatabase());
+    RequireFolder(writer, folder);
+    for (const Facet &facet : FacetsOf(*writer, folder)) {
+        if (facet.key.flags & kFlagAssociated)
+            continue;
+        writer->Prepare("DELETE FROM object WHERE facet = ?").Bind(facet.id).Run();
+        writer.Facets().Leave(facet.id, facet.count);
+        writer.Entries().FacetChanged(folder, facet.key, {});
+    }
+    writer.Commit();
+}
+
+void Objects::SetAllRead(ObjectId folder, bool read)
+{
+    Writer writer(m_site.GetDatabase());
+    RequireFolder(writer, folder);
+    for (const Facet &facet : FacetsOf(*writer, folder)) {
+        if ((facet.key.flags & kFlagAssociated) || ((facet.key.flags & kFlagRead) != 0) == read)
+            continue;
+        FacetKey key = facet.key;
+        key.flags ^= kFlagRead;
+        std::int64_t to = writer.Facets().Enter(*writer, folder, key, facet.count);
+        writer.Facets().Leave(facet.id, facet.count);
+        writer->Prepare("UPDATE object SET facet = ?, modified = ?, change = ? WHERE facet = ?")
+            .Bind(to, writer.Now(), writer.Change(), facet.id)
+            .Run();
+        writer.Entries().FacetChanged(folder, facet.key, key);
+    }
+    writer.Commit();
+}
+
+} // namespace localmapi::storage

@@ -1,0 +1,262 @@
+// Reading objects of any kind, and folders. Messages are in Messages.cpp, what is sent in Dispatch.cpp.
+#include "localmapi/storage/Objects.h"
+#include "localmapi/storage/Properties.h"
+#include "localmapi/storage/Text.h"
+#include <algorithm>
+#include <cstring>
+
+namespace localmapi::storage
+{
+
+namespace
+{
+
+class MemoryStream : public Stream
+{
+  public:
+    explicit MemoryStream(std::string bytes) : m_bytes(std::move(bytes)) {}
+    std::uint64_t size() const override { return m_bytes.size(); }
+    std::size_t Read(std::uint64_t offset, void *into, std::size_t length) const override
+    {
+        if (offset >= m_bytes.size())
+            return 0;
+        return m_bytes.copy(static_cast<char *>(into), length, static_cast<std::size_t>(offset));
+    }
+
+  private:
+    std::string m_bytes;
+};
+
+// Reads a stream of the file chunk by chunk; holds the last one.
+class StoredReader : public Stream
+{
+  public:
+    StoredReader(Site site, const StoredStream &stream) : m_site(std::move(site)), m_stream(stream) {}
+
+    std::uint64_t size() const override { return m_stream.size; }
+
+    std::size_t Read(std::uint64_t offset, void *into, std::size_t length) const override
+    {
+        if (offset >= m_stream.size)
+            return 0;
+        length = static_cast<std::size_t>(std::min<std::uint64_t>(length, m_stream.size - offset));
+        std::lock_guard lock(m_lock);
+        for (std::size_t done = 0; done < length;) {
+            Load((offset + done) / kChunkSize);
+            auto at = static_cast<std::size_t>((offset + done) % kChunkSize);
+            std::size_t part = std::min(length - done, m_chunk.size() - at);
+            std::memcpy(static_cast<std::uint8_t *>(into) + done, m_chunk.data() + at, part);
+            done += part;
+        }
+        return length;
+    }
+
+  private:
+    void Load(std::uint64_t number) const
+    {
+        if (number == m_number && !m_chunk.empty())
+            return;
+        Reader reader(m_site.GetDatabase());
+        Statement find = reader->Prepare("SELECT data FROM chunk WHERE stream = ? AND number = ?");
+        find.Bind(m_stream.id, static_cast<std::int64_t>(number));
+        m_chunk.clear();
+        if (!find.Step())
+            throw Error(Fault::NotFound, "The data is not in the site any more.");
+        auto data = static_cast<const std::uint8_t *>(sqlite3_column_blob(find.Handle(), 0));
+        m_chunk.assign(data, data + sqlite3_column_bytes(find.Handle(), 0));
+        if (m_chunk.size() != std::min<std::uint64_t>(kChunkSize, m_stream.size - number * kChunkSize))
+            throw Error(Fault::Corrupt, "A stream in the file is shorter or longer than it should be.");
+        m_number = number;
+    }
+
+    Site m_site;
+    StoredStream m_stream;
+    mutable std::mutex m_lock;
+    mutable std::uint64_t m_number = 0;
+    mutable Bytes m_chunk;
+};
+
+std::vector<ObjectInfo> Children(Connection &connection, ObjectId parent, ObjectKind kind)
+{
+    Statement rows =
+        connection.Prepare("SELECT id, number, change FROM object WHERE parent = ? AND kind = ? ORDER BY number, id");
+    rows.Bind(parent, static_cast<std::int64_t>(kind));
+    std::vector<ObjectInfo> found;
+    while (rows.Step())
+        found.push_back({rows.Integer(0), kind, parent, rows.Integer32(1), rows.Integer(2)});
+    return found;
+}
+
+} // namespace
+
+std::optional<ObjectInfo> Objects::Find(ObjectId id) const
+{
+    Reader reader(m_site.GetDatabase());
+    std::optional<ObjectRow> row = FindObject(*reader, id);
+    return row ? std::optional(row->info) : std::nullopt;
+}
+
+ObjectInfo Objects::Info(ObjectId id) const
+{
+    Reader reader(m_site.GetDatabase());
+    return GetObject(*reader, id).info;
+}
+
+PropertyBag Objects::ReadUpTo(ObjectId id, std::uint64_t longest) const
+{
+    Reader reader(m_site.GetDatabase());
+    return ReadAll(*reader, GetObject(*reader, id), longest);
+}
+
+PropertyBag Objects::Read(ObjectId id, const std::vector<Tag> &tags, std::uint64_t longest) const
+{
+    Reader reader(m_site.GetDatabase());
+    std::vector<Value> values = RowReader(*reader, GetObject(*reader, id).info.kind, tags, longest).Read(id);
+    PropertyBag bag;
+    for (std::size_t i = 0; i < tags.size(); ++i)
+        if (!IsAbsent(values[i]))
+            bag.Set(tags[i], std::move(values[i]));
+    return bag;
+}
+
+std::vector<ObjectInfo> Objects::Attachments(ObjectId message) const
+{
+    Reader reader(m_site.GetDatabase());
+    return Children(*reader, message, ObjectKind::Attachment);
+}
+
+std::vector<PropertyBag> Objects::Recipients(ObjectId message, std::uint64_t longest) const
+{
+    Reader reader(m_site.GetDatabase());
+    std::vector<PropertyBag> bags;
+    for (const ObjectInfo &recipient : Children(*reader, message, ObjectKind::Recipient)) {
+        bags.push_back(ReadProperties(*reader, recipient.id, longest));
+        bags.back().Set(kRowId, recipient.number);
+    }
+    return bags;
+}
+
+ObjectId Objects::EmbeddedMessage(ObjectId attachment) const
+{
+    Reader reader(m_site.GetDatabase());
+    std::vector<ObjectInfo> held = Children(*reader, attachment, ObjectKind::Message);
+    return held.empty() ? 0 : held.front().id;
+}
+
+std::unique_ptr<Stream> Objects::OpenStream(const StoredStream &stream) const
+{
+    Reader reader(m_site.GetDatabase());
+    Statement find = reader->Prepare("SELECT size FROM stream WHERE id = ?");
+    find.Bind(stream.id);
+    if (!find.Step())
+        throw Error(Fault::NotFound, "The data is not in the site any more.");
+    return std::make_unique<StoredReader>(m_site, StoredStream{stream.id, static_cast<std::uint64_t>(find.Integer(0))});
+}
+
+std::unique_ptr<Stream> Objects::OpenProperty(ObjectId id, Tag tag) const
+{
+    PropertyBag bag = Read(id, {tag}, kLongestInline);
+    const Value *value = bag.Find(tag);
+    if (!value)
+        return nullptr;
+    if (auto stored = std::get_if<StoredStream>(value))
+        return std::make_unique<StoredReader>(m_site, *stored);
+    if (auto text = std::get_if<std::string>(value))
+        return std::make_unique<MemoryStream>(*text);
+    if (auto bytes = std::get_if<Bytes>(value))
+        return std::make_unique<MemoryStream>(std::string(bytes->begin(), bytes->end()));
+    throw Error(Fault::Invalid, "Only text and binary properties can be read as streams.");
+}
+
+namespace
+{
+
+ObjectId ChildFolderNamed(Connection &connection, ObjectId parent, const std::string &name)
+{
+    Statement rows = connection.Prepare("SELECT o.id, p.value FROM object o JOIN property p ON p.object = o.id "
+                                        "AND p.tag = ? WHERE o.parent = ? AND o.kind = 2");
+    rows.Bind(kDisplayName, parent);
+    std::string key = FoldCase(name);
+    while (rows.Step())
+        if (FoldCase(rows.Text(1)) == key)
+            return rows.Integer(0);
+    return 0;
+}
+
+void RequireFreeName(Connection &connection, ObjectId parent, const PropertyBag &properties, ObjectId self)
+{
+    auto name = properties.get<std::string>(kDisplayName);
+    ObjectId other = name ? ChildFolderNamed(connection, parent, *name) : 0;
+    if (other && other != self)
+        throw Error(Fault::Collision, "There is a folder '" + *name + "' already.");
+}
+
+} // namespace
+
+ObjectId InsertFolder(Writer &writer, ObjectId parent, const PropertyBag &properties)
+{
+    ObjectKind kind = GetObject(*writer, parent).info.kind;
+    if (kind != ObjectKind::Folder && kind != ObjectKind::Mailbox)
+        throw Error(Fault::Invalid, "A folder can only be made in a mailbox or in another folder.");
+    RequireFreeName(*writer, parent, properties, 0);
+    ObjectId id = InsertObject(writer, {ObjectKind::Folder, parent}, properties);
+    InsertProperties(writer, id, ObjectKind::Folder, properties);
+    return id;
+}
+
+ObjectId Objects::CreateFolder(ObjectId parent, const PropertyBag &properties)
+{
+    Writer writer(m_site.GetDatabase());
+    int depth = 0;
+    for (std::optional<ObjectRow> above = FindObject(*writer, parent); above && above->info.kind == ObjectKind::Folder;
+         above = FindObject(*writer, above->info.parent))
+        if (++depth >= kDeepestFolder)
+            throw Error(Fault::TooComplex, "Folders can not lie deeper in each other.");
+    ObjectId id = InsertFolder(writer, parent, properties);
+    writer.Commit();
+    return id;
+}
+
+std::optional<ObjectId> Objects::FolderNamed(ObjectId parent, const std::string &name) const
+{
+    Reader reader(m_site.GetDatabase());
+    ObjectId found = ChildFolderNamed(*reader, parent, name);
+    return found ? std::optional(found) : std::nullopt;
+}
+
+void Objects::RemoveFolder(ObjectId folder)
+{
+    Writer writer(m_site.GetDatabase());
+    if (GetObject(*writer, folder).info.kind != ObjectKind::Folder)
+        throw Error(Fault::Invalid, "The object to be removed is no folder.");
+    Statement special = writer->Prepare("SELECT 1 FROM mailbox WHERE ?1 IN "
+                                        "(root, ipm_subtree, inbox, outbox, sent_items, deleted_items, calendar)");
+    if (special.Bind(folder).Step())
+        throw Error(Fault::Invalid, "A folder that every mailbox has can't be removed.");
+    writer.Entries().FolderRemoved(*writer, folder);
+    writer->Prepare("DELETE FROM object WHERE id = ?").Bind(folder).Run();
+    writer.Commit();
+}
+
+ChangeNumber Objects::Change(ObjectId id, const Changes &changes, std::optional<ChangeNumber> expected)
+{
+    Writer writer(m_site.GetDatabase());
+    ObjectRow row = GetObject(*writer, id);
+    ObjectKind kind = row.info.kind;
+    if (kind == ObjectKind::Message || kind == ObjectKind::Attachment || kind == ObjectKind::Recipient)
+        throw Error(Fault::Invalid, "A message is changed as a whole.");
+    if (expected && *expected != row.info.change)
+        throw Error(Fault::Changed, "The object was changed by somebody else.");
+    if (kind == ObjectKind::Folder)
+        RequireFreeName(*writer, row.info.parent, changes.set, id);
+    ApplyChanges(writer, id, kind, changes);
+    writer->Prepare("UPDATE object SET modified = ?, change = ? WHERE id = ?")
+        .Bind(writer.Now(), writer.Change(), id)
+        .Run();
+    if (kind == ObjectKind::Folder || kind == ObjectKind::User || kind == ObjectKind::Contact)
+        writer.Entries().ObjectChanged(kind, id, row.info.parent);
+    writer.Commit();
+    return writer.Change();
+}
+
+} // namespace localmapi::storage

@@ -1,0 +1,180 @@
+// The tables of a site's file and the steps by which files of older versions become ones of this.
+#include "localmapi/storage/Schema.h"
+
+namespace localmapi::storage
+{
+
+namespace
+{
+
+constexpr const char *kTables = R"(
+-- One row. Ids of objects and streams come from next_id and are never used twice; change is the number of the last
+-- change.
+CREATE TABLE site (
+    one INTEGER PRIMARY KEY CHECK (one = 1),
+    server TEXT NOT NULL,
+    organization TEXT NOT NULL,
+    uid BLOB NOT NULL,
+    next_id INTEGER NOT NULL,
+    change INTEGER NOT NULL
+);
+
+-- Everything that has properties: mailboxes, folders, messages, attachments, recipients, users, contacts and profile
+-- sections (see ObjectKind). Only messages have a facet, and the times below; one that lacks a time has the lowest.
+CREATE TABLE object (
+    id INTEGER PRIMARY KEY,
+    kind INTEGER NOT NULL,
+    parent INTEGER REFERENCES object (id) ON DELETE CASCADE ON UPDATE CASCADE,
+    number INTEGER NOT NULL DEFAULT 0,
+    facet INTEGER REFERENCES facet (id),
+    submitted INTEGER,
+    delivered INTEGER,
+    size INTEGER NOT NULL DEFAULT 0,
+    created INTEGER NOT NULL,
+    modified INTEGER NOT NULL,
+    change INTEGER NOT NULL
+);
+CREATE INDEX object_parent ON object (parent, kind, number);
+CREATE INDEX object_submitted ON object (facet, submitted, id) WHERE facet IS NOT NULL;
+CREATE INDEX object_delivered ON object (facet, delivered, id) WHERE facet IS NOT NULL;
+
+-- The combinations of what listings filter on that occur in a folder (or in an attachment that holds a message), with
+-- the number of messages of each: a filter on these alone is answered from here, and its rows by walking the indexes
+-- of the few combinations that satisfy it. change is the number of the last change to one of the messages.
+CREATE TABLE facet (
+    id INTEGER PRIMARY KEY,
+    container INTEGER NOT NULL REFERENCES object (id) ON DELETE CASCADE ON UPDATE CASCADE,
+    class TEXT,
+    importance INTEGER,
+    flags INTEGER NOT NULL,
+    count INTEGER NOT NULL,
+    change INTEGER NOT NULL
+);
+CREATE INDEX facet_of ON facet (container, flags, class, importance);
+
+-- A property without a value here has it in a stream.
+CREATE TABLE property (
+    object INTEGER NOT NULL REFERENCES object (id) ON DELETE CASCADE ON UPDATE CASCADE,
+    tag INTEGER NOT NULL,
+    value,
+    PRIMARY KEY (object, tag)
+) WITHOUT ROWID;
+
+CREATE TABLE stream (
+    id INTEGER PRIMARY KEY,
+    object INTEGER NOT NULL,
+    tag INTEGER NOT NULL,
+    size INTEGER NOT NULL,
+    UNIQUE (object, tag),
+    FOREIGN KEY (object, tag) REFERENCES property (object, tag) ON DELETE CASCADE ON UPDATE CASCADE
+);
+CREATE TABLE chunk (
+    id INTEGER PRIMARY KEY,
+    stream INTEGER NOT NULL REFERENCES stream (id) ON DELETE CASCADE,
+    number INTEGER NOT NULL,
+    data BLOB NOT NULL,
+    UNIQUE (stream, number)
+);
+
+-- Users (they have an alias, a distinguished name and a mailbox) and contacts. The keys are what names are compared
+-- by: case is folded in them.
+CREATE TABLE person (
+    id INTEGER PRIMARY KEY REFERENCES object (id) ON DELETE CASCADE,
+    alias TEXT,
+    alias_key TEXT UNIQUE,
+    name TEXT NOT NULL,
+    smtp TEXT NOT NULL,
+    smtp_key TEXT NOT NULL UNIQUE,
+    dn TEXT,
+    dn_key TEXT UNIQUE,
+    service INTEGER NOT NULL DEFAULT 0
+);
+CREATE TABLE mailbox (
+    id INTEGER PRIMARY KEY REFERENCES object (id) ON DELETE CASCADE,
+    owner INTEGER NOT NULL UNIQUE REFERENCES person (id),
+    root INTEGER NOT NULL,
+    ipm_subtree INTEGER NOT NULL,
+    inbox INTEGER NOT NULL,
+    outbox INTEGER NOT NULL,
+    sent_items INTEGER NOT NULL,
+    deleted_items INTEGER NOT NULL,
+    calendar INTEGER NOT NULL
+);
+
+CREATE TABLE profile (
+    id INTEGER PRIMARY KEY,
+    name TEXT NOT NULL,
+    name_key TEXT NOT NULL UNIQUE,
+    is_default INTEGER NOT NULL DEFAULT 0
+);
+CREATE TABLE service (
+    id INTEGER PRIMARY KEY,
+    profile INTEGER NOT NULL REFERENCES profile (id) ON DELETE CASCADE,
+    uid BLOB NOT NULL,
+    name TEXT NOT NULL,
+    display_name TEXT NOT NULL,
+    UNIQUE (profile, uid)
+);
+CREATE TABLE section (
+    profile INTEGER NOT NULL REFERENCES profile (id) ON DELETE CASCADE,
+    uid BLOB NOT NULL,
+    object INTEGER NOT NULL UNIQUE REFERENCES object (id),
+    PRIMARY KEY (profile, uid)
+);
+
+CREATE TABLE named_property (
+    id INTEGER PRIMARY KEY,
+    uid BLOB NOT NULL,
+    number INTEGER,
+    name TEXT
+);
+CREATE UNIQUE INDEX named_property_number ON named_property (uid, number) WHERE number IS NOT NULL;
+CREATE UNIQUE INDEX named_property_name ON named_property (uid, name) WHERE name IS NOT NULL;
+)";
+
+// The entries, for those who watch: what happened to which object in which container, with the facet of the
+// messages it happened to (see ChangeEntry). Numbers grow; the oldest entries go when there are many, the newest never.
+constexpr const char *kChangeEntries = R"(
+CREATE TABLE change_entry (
+    number INTEGER PRIMARY KEY,
+    kind INTEGER NOT NULL,
+    event INTEGER NOT NULL,
+    container INTEGER NOT NULL,
+    object INTEGER NOT NULL,
+    flags INTEGER,
+    class TEXT,
+    importance INTEGER
+);
+INSERT INTO change_entry (number, kind, event, container, object) VALUES (0, 3, 4, 0, 0);
+)";
+
+// kSteps[n] brings a file of version n + 1 to version n + 2.
+constexpr std::array<const char *, kSchemaVersion - 1> kSteps{kChangeEntries};
+
+} // namespace
+
+void CreateSchema(Connection &connection)
+{
+    connection.Execute(kTables);
+    connection.Execute(kChangeEntries);
+    connection.Execute("PRAGMA application_id = " + std::to_string(kApplicationId));
+    connection.Execute("PRAGMA user_version = " + std::to_string(kSchemaVersion));
+}
+
+void UpgradeSchema(Connection &connection)
+{
+    while (connection.Integer("PRAGMA user_version") < kSchemaVersion) {
+        Transaction transaction(connection, Transaction::Kind::Write);
+        // Another process may have been faster.
+        std::int64_t version = connection.Integer("PRAGMA user_version");
+        if (version < 1)
+            throw Error(Fault::NotASite, "The file has no version.");
+        if (version < kSchemaVersion) {
+            connection.Execute(kSteps[static_cast<std::size_t>(version) - 1]);
+            connection.Execute("PRAGMA user_version = " + std::to_string(version + 1));
+        }
+        transaction.Commit();
+    }
+}
+
+} // namespace localmapi::storage

@@ -1,0 +1,18 @@
+// The tables of a site, and the steps from each version of them to the next.
+#pragma once
+#include "localmapi/storage/Sqlite.h"
+
+namespace localmapi::storage
+{
+
+constexpr std::int64_t kApplicationId = 0x4C4D4150;
+constexpr std::int64_t kSchemaVersion = 2;
+
+// The time column of a message that lacks the property: less than every time.
+constexpr std::int64_t kNoTime = INT64_MIN;
+
+void CreateSchema(Connection &connection);
+// Brings the file to kSchemaVersion, each version in a transaction of its own.
+void UpgradeSchema(Connection &connection);
+
+} // namespace localmapi::storage

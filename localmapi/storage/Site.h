@@ -1,0 +1,65 @@
+// A site: one file that holds directory, profiles and mailboxes. A Site is a light handle that is copied freely; any
+// thread may use it, and several processes may have the same file open.
+#pragma once
+#include "localmapi/storage/Error.h"
+#include "localmapi/storage/Value.h"
+#include <optional>
+
+namespace localmapi::storage
+{
+
+class Database;
+
+struct SiteInfo {
+    std::string server;       // the server's name
+    std::string organization; // the first part of every distinguished name
+    Guid uid{};               // made with the file
+};
+
+struct OpenOptions {
+    bool readOnly = false;
+    int busyTimeoutMs = 30000; // how long a writer waits for another one, in this process or another
+};
+
+class Site
+{
+  public:
+    // Paths are UTF-8 on every system. create: Collision when the file is there.
+    static Site Create(const std::string &path, const std::string &server, const std::string &organization,
+                       const OpenOptions &options = {});
+    static Site Open(const std::string &path, const OpenOptions &options = {});
+
+    const std::string &Path() const;
+    SiteInfo Info() const;
+    ChangeNumber GetChangeNumber() const; // of the last change; grows with every one
+
+    Database &GetDatabase() const { return *m_database; } // for this layer only
+
+  private:
+    explicit Site(std::shared_ptr<Database> database) : m_database(std::move(database)) {}
+    std::shared_ptr<Database> m_database;
+};
+
+// Named properties: one numbering for the whole site, from 0x8000 up.
+struct PropertyName {
+    Guid set{};
+    std::variant<std::int32_t, std::string> name; // number or text
+    bool operator==(const PropertyName &) const = default;
+};
+
+class Names
+{
+  public:
+    explicit Names(Site site) : m_site(std::move(site)) {}
+    // The ids of names, in order; 0 for one that is unknown and not to be made.
+    std::vector<std::uint16_t> Ids(const std::vector<PropertyName> &names, bool make);
+    // The names of ids, in order; nothing where an id is not one of ours.
+    std::vector<std::optional<PropertyName>> NamesOf(const std::vector<std::uint16_t> &ids) const;
+    // Every name there is, with its id.
+    std::vector<std::pair<std::uint16_t, PropertyName>> All() const;
+
+  private:
+    Site m_site;
+};
+
+} // namespace localmapi::storage

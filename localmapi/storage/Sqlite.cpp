@@ -1,0 +1,277 @@
+// SQLite behind owners: its results become exceptions with the place of the call in them.
+#include "localmapi/storage/Sqlite.h"
+#include <cerrno>
+#include <new>
+#include <utility>
+
+namespace localmapi::storage
+{
+
+namespace
+{
+
+constexpr std::size_t kIdleStatements = 500;
+
+Fault FaultOf(int extended, int systemError)
+{
+    if (extended == SQLITE_CONSTRAINT_FOREIGNKEY)
+        return Fault::NotFound;
+    switch (extended & 0xFF) {
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED:
+    case SQLITE_PROTOCOL:
+        return Fault::Busy;
+    case SQLITE_FULL:
+        return Fault::Full;
+    case SQLITE_CORRUPT:
+    case SQLITE_NOTADB:
+        return Fault::Corrupt;
+    case SQLITE_READONLY:
+    case SQLITE_PERM:
+    case SQLITE_AUTH:
+    case SQLITE_CANTOPEN:
+        return Fault::NoAccess;
+    case SQLITE_TOOBIG:
+        return Fault::TooBig;
+    case SQLITE_CONSTRAINT:
+        return Fault::Collision;
+    case SQLITE_IOERR:
+        if (extended == SQLITE_IOERR_CORRUPTFS)
+            return Fault::Corrupt;
+        // The system's code may be lost by the time it is asked for. A write that is refused, and not by a failing
+        // device, found no room.
+        if (extended == SQLITE_IOERR_WRITE && systemError != EIO)
+            return Fault::Full;
+        return systemError == ENOSPC || systemError == EFBIG ? Fault::Full : Fault::Failed;
+    default:
+        return Fault::Failed;
+    }
+}
+
+} // namespace
+
+const char *FaultName(Fault fault)
+{
+    switch (fault) {
+    case Fault::NotFound:
+        return "not found";
+    case Fault::Collision:
+        return "already there";
+    case Fault::Changed:
+        return "changed by somebody else";
+    case Fault::NoAccess:
+        return "no access";
+    case Fault::Busy:
+        return "busy";
+    case Fault::Full:
+        return "disk full";
+    case Fault::Corrupt:
+        return "damaged";
+    case Fault::NotASite:
+        return "not a site";
+    case Fault::TooNew:
+        return "too new";
+    case Fault::TooBig:
+        return "too big";
+    case Fault::TooComplex:
+        return "too complex";
+    case Fault::Invalid:
+        return "invalid";
+    case Fault::Failed:
+        return "failed";
+    }
+    return "unknown";
+}
+
+Statement::Statement(Statement &&other) noexcept
+    : m_connection(other.m_connection), m_statement(std::exchange(other.m_statement, nullptr))
+{
+}
+
+Statement::~Statement()
+{
+    if (m_statement)
+        m_connection->GiveBack(m_statement);
+}
+
+void Statement::Check(int result) const
+{
+    if (result != SQLITE_OK)
+        m_connection->Fail(result);
+}
+
+void Statement::BindAt(int at, std::int64_t value)
+{
+    Check(sqlite3_bind_int64(m_statement, at, value));
+}
+
+void Statement::BindAt(int at, double value)
+{
+    Check(sqlite3_bind_double(m_statement, at, value));
+}
+
+void Statement::BindAt(int at, std::string_view text)
+{
+    Check(
+        sqlite3_bind_text64(m_statement, at, text.data() ? text.data() : "", text.size(), SQLITE_STATIC, SQLITE_UTF8));
+}
+
+void Statement::BindAt(int at, const void *bytes, std::size_t size)
+{
+    Check(size ? sqlite3_bind_blob64(m_statement, at, bytes, size, SQLITE_STATIC)
+               : sqlite3_bind_zeroblob(m_statement, at, 0));
+}
+
+void Statement::BindAt(int at, std::nullptr_t)
+{
+    Check(sqlite3_bind_null(m_statement, at));
+}
+
+bool Statement::Step()
+{
+    int result = sqlite3_step(m_statement);
+    if (result == SQLITE_ROW)
+        return true;
+    if (result == SQLITE_DONE)
+        return false;
+    m_connection->Fail(result);
+}
+
+void Statement::Run()
+{
+    while (Step()) {
+    }
+    Rewind();
+}
+
+void Statement::Rewind()
+{
+    sqlite3_reset(m_statement);
+}
+
+std::string Statement::Text(int column) const
+{
+    auto data = reinterpret_cast<const char *>(sqlite3_column_text(m_statement, column));
+    return data ? std::string(data, static_cast<std::size_t>(sqlite3_column_bytes(m_statement, column)))
+                : std::string();
+}
+
+Bytes Statement::GetBytes(int column) const
+{
+    auto data = static_cast<const std::uint8_t *>(sqlite3_column_blob(m_statement, column));
+    return data ? Bytes(data, data + sqlite3_column_bytes(m_statement, column)) : Bytes();
+}
+
+Guid Statement::GetGuid(int column) const
+{
+    Bytes held = GetBytes(column);
+    Guid guid{};
+    if (held.size() != guid.size())
+        throw Error(Fault::Corrupt, "A 16-byte identifier in the file has another length.");
+    std::copy(held.begin(), held.end(), guid.begin());
+    return guid;
+}
+
+Connection::Connection(const std::string &path, int flags, int busyTimeoutMs) : m_path(path)
+{
+    int result = sqlite3_open_v2(path.c_str(), &m_handle, flags | SQLITE_OPEN_NOMUTEX, nullptr);
+    if (result != SQLITE_OK) {
+        std::string text = m_handle ? sqlite3_errmsg(m_handle) : "out of memory";
+        Fault fault = FaultOf(m_handle ? sqlite3_extended_errcode(m_handle) : result,
+                              m_handle ? sqlite3_system_errno(m_handle) : 0);
+        sqlite3_close(m_handle);
+        throw Error(fault, "'" + path + "' can't be opened: " + text + ".");
+    }
+    sqlite3_extended_result_codes(m_handle, 1);
+    sqlite3_busy_timeout(m_handle, busyTimeoutMs);
+}
+
+Connection::~Connection()
+{
+    forgetStatements();
+    sqlite3_close(m_handle);
+}
+
+void Connection::Fail(int result) const
+{
+    if (result == SQLITE_NOMEM)
+        throw std::bad_alloc();
+    int extended = sqlite3_extended_errcode(m_handle);
+    if ((extended & 0xFF) != (result & 0xFF))
+        extended = result;
+    Fault fault = FaultOf(extended, sqlite3_system_errno(m_handle));
+    throw Error(fault, "'" + m_path + "' (" + FaultName(fault) + "): " + sqlite3_errmsg(m_handle) + ".");
+}
+
+Statement Connection::Prepare(std::string_view sql)
+{
+    if (auto found = m_idle.find(sql); found != m_idle.end()) {
+        Statement statement(*this, found->second);
+        m_idle.erase(found);
+        return statement;
+    }
+    sqlite3_stmt *prepared = nullptr;
+    int result = sqlite3_prepare_v3(m_handle, sql.data(), static_cast<int>(sql.size()), SQLITE_PREPARE_PERSISTENT,
+                                    &prepared, nullptr);
+    if (result != SQLITE_OK)
+        Fail(result);
+    return Statement(*this, prepared);
+}
+
+void Connection::GiveBack(sqlite3_stmt *statement) noexcept
+{
+    sqlite3_reset(statement);
+    sqlite3_clear_bindings(statement);
+    try {
+        if (m_idle.size() >= kIdleStatements)
+            forgetStatements();
+        m_idle.emplace(sqlite3_sql(statement), statement);
+    } catch (const std::bad_alloc &) {
+        sqlite3_finalize(statement);
+    }
+}
+
+void Connection::forgetStatements() noexcept
+{
+    for (auto &[sql, statement] : m_idle)
+        sqlite3_finalize(statement);
+    m_idle.clear();
+}
+
+void Connection::Execute(const std::string &sql)
+{
+    int result = sqlite3_exec(m_handle, sql.c_str(), nullptr, nullptr, nullptr);
+    if (result != SQLITE_OK)
+        Fail(result);
+}
+
+std::int64_t Connection::Integer(std::string_view sql)
+{
+    Statement statement = Prepare(sql);
+    return statement.Step() ? statement.Integer(0) : 0;
+}
+
+Transaction::Transaction(Connection &connection, Kind kind, Where where) : m_connection(connection), m_where(where)
+{
+    if (connection.m_begun)
+        throw Error(Fault::Failed, std::string("A transaction begun in ") + connection.m_begun->FunctionName() +
+                                       " is still open in " + where.FunctionName() + ".");
+    connection.Prepare(kind == Kind::Read ? "BEGIN" : "BEGIN IMMEDIATE").Run();
+    connection.m_begun = &m_where;
+}
+
+Transaction::~Transaction()
+{
+    m_connection.m_begun = nullptr;
+    // An error may have ended the transaction already; SQLite is then back in its automatic mode.
+    if (m_open && !sqlite3_get_autocommit(m_connection.m_handle))
+        sqlite3_exec(m_connection.m_handle, "ROLLBACK", nullptr, nullptr, nullptr);
+}
+
+void Transaction::Commit()
+{
+    m_connection.Prepare("COMMIT").Run();
+    m_open = false;
+}
+
+} // namespace localmapi::storage

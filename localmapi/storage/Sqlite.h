@@ -1,0 +1,135 @@
+// Owners over SQLite: a connection with its cache of prepared statements, a statement, a transaction. A connection is
+// used by one thread at a time.
+#pragma once
+#include "localmapi/storage/Error.h"
+#include "localmapi/storage/Value.h"
+#include <optional>
+#include <sqlite3.h>
+#include <string_view>
+#include <unordered_map>
+
+namespace localmapi::storage
+{
+
+// The function and line in which something was begun: a default argument `Where where = Where::Here()`.
+class Where
+{
+  public:
+    static constexpr Where Here(const char *function = __builtin_FUNCTION(), int line = __builtin_LINE())
+    {
+        return {function, line};
+    }
+    constexpr const char *FunctionName() const { return m_function; }
+    constexpr int Line() const { return m_line; }
+
+  private:
+    constexpr Where(const char *function, int line) : m_function(function), m_line(line) {}
+    const char *m_function;
+    int m_line;
+};
+
+class Connection;
+
+// A prepared statement, borrowed from its connection's cache and given back reset when it goes.
+class Statement
+{
+  public:
+    Statement(Statement &&other) noexcept;
+    Statement &operator=(Statement &&) = delete;
+    ~Statement();
+
+    // Binds the arguments to the parameters 1, 2, ...; texts and blobs are not copied: they must outlive the steps.
+    template <class... Arguments> Statement &Bind(const Arguments &...arguments)
+    {
+        int at = 0;
+        (BindAt(++at, arguments), ...);
+        return *this;
+    }
+    void BindAt(int at, std::int64_t value);
+    void BindAt(int at, std::int32_t value) { BindAt(at, std::int64_t{value}); }
+    void BindAt(int at, Tag value) { BindAt(at, std::int64_t{value}); }
+    void BindAt(int at, bool value) { BindAt(at, std::int64_t{value}); }
+    void BindAt(int at, double value);
+    void BindAt(int at, std::string_view text);
+    void BindAt(int at, const std::string &text) { BindAt(at, std::string_view(text)); }
+    void BindAt(int at, const char *text) { BindAt(at, std::string_view(text)); }
+    void BindAt(int at, const void *bytes, std::size_t size);
+    void BindAt(int at, const Bytes &bytes) { BindAt(at, bytes.data(), bytes.size()); }
+    void BindAt(int at, const Guid &guid) { BindAt(at, guid.data(), guid.size()); }
+    void BindAt(int at, std::nullptr_t);
+    template <class T> void BindAt(int at, const std::optional<T> &value)
+    {
+        if (value)
+            BindAt(at, *value);
+        else
+            BindAt(at, nullptr);
+    }
+
+    bool Step(); // true: there is a row
+    void Run();  // steps to the end and makes the statement ready for the next run
+    void Rewind();
+
+    bool IsNull(int column) const { return sqlite3_column_type(m_statement, column) == SQLITE_NULL; }
+    std::int64_t Integer(int column) const { return sqlite3_column_int64(m_statement, column); }
+    std::int32_t Integer32(int column) const { return static_cast<std::int32_t>(Integer(column)); }
+    double Real(int column) const { return sqlite3_column_double(m_statement, column); }
+    std::string Text(int column) const;
+    Bytes GetBytes(int column) const;
+    Guid GetGuid(int column) const;
+    sqlite3_stmt *Handle() const { return m_statement; }
+
+  private:
+    friend class Connection;
+    Statement(Connection &connection, sqlite3_stmt *statement) : m_connection(&connection), m_statement(statement) {}
+    void Check(int result) const;
+
+    Connection *m_connection;
+    sqlite3_stmt *m_statement;
+};
+
+class Connection
+{
+  public:
+    // flags: SQLITE_OPEN_...; an empty path is a private temporary file.
+    Connection(const std::string &path, int flags, int busyTimeoutMs);
+    ~Connection();
+    Connection(const Connection &) = delete;
+    Connection &operator=(const Connection &) = delete;
+
+    Statement Prepare(std::string_view sql);
+    void Execute(const std::string &sql);       // any number of statements, no results
+    std::int64_t Integer(std::string_view sql); // the first column of the first row; 0 when there is none
+    int ChangedRows() const { return sqlite3_changes(m_handle); }
+    sqlite3 *Handle() const { return m_handle; }
+    [[noreturn]] void Fail(int result) const; // throws what SQLite says of the last call
+
+  private:
+    friend class Statement;
+    friend class Transaction;
+    void GiveBack(sqlite3_stmt *statement) noexcept;
+    void forgetStatements() noexcept;
+
+    std::string m_path;
+    sqlite3 *m_handle = nullptr;
+    std::unordered_multimap<std::string_view, sqlite3_stmt *> m_idle; // keyed by the statement's own text
+    const Where *m_begun = nullptr;
+};
+
+// A transaction: rolled back when it goes, unless it was committed.
+class Transaction
+{
+  public:
+    enum class Kind { Read, Write };
+    Transaction(Connection &connection, Kind kind, Where where = Where::Here());
+    ~Transaction();
+    Transaction(const Transaction &) = delete;
+    Transaction &operator=(const Transaction &) = delete;
+    void Commit();
+
+  private:
+    Connection &m_connection;
+    Where m_where;
+    bool m_open = true;
+};
+
+} // namespace localmapi::storage

@@ -9,7 +9,7 @@ namespace
 
 constexpr int kFirstLine = 10000;
 
-// The three flags of the record are never written: they hold what the allocator left there.
+// The three flags of the record are never written: they hold what the allocator left there, as the contract has it.
 template <class Flavour>
 void CopyEvent(ResultBlock<typename Flavour::CalendarEvent> &block, std::size_t i, const CalendarEvent &event)
 {

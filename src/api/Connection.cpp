@@ -31,7 +31,8 @@ HRESULT ConnectToMailbox(const Here &here, DWORD hConnection, OrlMailbox *phMail
 
 } // namespace
 
-// No session to work on yet or any more: the frame without the guard, and E_FAIL after an exception.
+// No session to work on yet or any more: the frame without the guard, and E_FAIL after an exception, as the contract
+// has it.
 
 HRESULT ORLAPI OrlCreateConnection(DWORD *phConnection, BYTE bService)
 {
@@ -51,7 +52,7 @@ HRESULT ORLAPI OrlCloseConnection(DWORD *phConnection)
     });
 }
 
-// Questions: an unknown connection is no error, the answer is no.
+// Questions: for an unknown connection the answer is no, and not an error.
 
 BOOL ORLAPI OrlIsMAPIAvailable(DWORD hConnection)
 {
@@ -69,6 +70,7 @@ BOOL ORLAPI OrlIsConnected(DWORD hConnection)
     });
 }
 
+// Does nothing, as the contract has it.
 void ORLAPI OrlCrashRecovery(void)
 {
 }

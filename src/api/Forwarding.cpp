@@ -1,5 +1,5 @@
 // The exports that forward a message and answer it. Unlike all others they say S_OK whatever happened, also about an
-// unknown connection and after an exception: what failed stands in the trace alone.
+// unknown connection and after an exception: what failed stands in the trace alone, as the contract has it.
 #include "api/Frame.h"
 #include "api/TextFlavour.h"
 

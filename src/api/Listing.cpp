@@ -13,6 +13,7 @@ template <class Flavour> std::vector<tstring> FaxServers(const typename Flavour:
 {
     if (cNames > ORL_MAX_FAX_SERVERS) {
         DebugOutputA(kTraceState,
+                     // Words are missing, as the contract has it.
                      "WARNING: The system currently supports a maximum %d fax servers. Additional Fax Server will be "
                      "ignored",
                      static_cast<int>(ORL_MAX_FAX_SERVERS));

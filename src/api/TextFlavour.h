@@ -25,7 +25,7 @@ struct Narrow {
 };
 
 // Arguments are converted to the ANSI code page; results are read as UTF-8, and as ANSI text where they are not valid
-// UTF-8. The difference is deliberate.
+// UTF-8. So the contract has it.
 struct Wide {
     using Char = WCHAR;
     using EmailHeader = EmailHeaderW;

@@ -1,3 +1,4 @@
+// The sink itself: its registrations on three tables, its counts, and the callback that is told of them.
 #include "notify/AdviseSink.h"
 #include "ExchangeMapi.h"
 #include "common/mapi/Operation.h"
@@ -17,14 +18,14 @@ HRESULT RegisterOn(const Operation &op, IMAPITable *pTable, CAdviseSink *pSink, 
     return hr;
 }
 
-// Reported as Advise, like the registration.
+// Reported as Advise, like the registration, as the contract has it.
 HRESULT CountRows(const Operation &op, IMAPITable *pTable, ULONG &ulCount, const char *szSentence)
 {
     const HRESULT hr = pTable->GetRowCount(0, &ulCount);
     return FAILED(hr) ? op.Failed("Advise", szSentence, pTable, hr) : hr;
 }
 
-// Reads a property of the store and throws it away.
+// Reads a property of the store and throws it away, as the contract has it.
 HRESULT ExerciseStore(IMsgStore *pMailboxMDB)
 {
     MapiBuffer<SPropValue> value;
@@ -49,7 +50,7 @@ CAdviseSink::CAdviseSink(const tstring &szMailbox, IMsgStore *pMailboxMDB, IMAPI
     SinkRegistry::Add(this);
 }
 
-// Traced under the constructor's name.
+// Traced under the constructor's name, as the contract has it.
 CAdviseSink::~CAdviseSink()
 {
     SinkRegistry::Remove(this);
@@ -120,6 +121,7 @@ HRESULT CAdviseSink::Count(const Operation &op, Counts &counts) const
 
 BOOL CAdviseSink::Tell(MailboxCountCallback pfnCallback, const char *szOperation, const Counts &counts) const
 {
+    // A name without class and line number, as the contract has it.
     DebugOutputA(kTraceCounts, "%s - Telling \"%ls\" it has %lu unread (%lu with priority) and %lu read messages",
                  szOperation, Mailbox(), counts.ulUnread, counts.ulUnreadPriority, counts.ulRead);
     return pfnCallback(Mailbox(), counts.ulUnread, counts.ulUnreadPriority, counts.ulRead, m_ulContext);

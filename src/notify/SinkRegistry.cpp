@@ -1,3 +1,4 @@
+// One lock guards the sinks and the notifications that are at work; it is never held while MAPI or the host is called.
 #include "notify/SinkRegistry.h"
 #include <algorithm>
 #include <condition_variable>

@@ -12,7 +12,8 @@ class SinkRegistry
     static void Add(CAdviseSink *pSink);
     // The sink, whose mailbox counts among what the session holds, is the session's from here on.
     static void Enter(CAdviseSink *pSink, CMAPIImpl *pSession);
-    // False for a value that is no live sink. From here on its mailbox no longer counts among what the session holds.
+    // False for a value that is not a live sink. From here on its mailbox no longer counts among what the session
+    // holds.
     static bool Remove(CAdviseSink *pSink);
     // A sink of a session; null where there is none.
     static CAdviseSink *RemoveFirstOf(const CMAPIImpl *pSession);

@@ -37,6 +37,7 @@ HRESULT OpenVoiceMailTables(const Operation &operation, IMsgStore *pIMsgStore, s
         return hr;
     const Restriction voiceMail = Is(kMessageClass, kUnifiedMessagingClass);
     const Restriction unread = BitsClear(kMessageFlags, kReadFlag);
+    // The last table gives the result, as the contract has it.
     OpenTable(operation, inbox.get(), All({voiceMail, BitsSet(kMessageFlags, kReadFlag)}), tables.read);
     OpenTable(operation, inbox.get(), All({voiceMail, unread}), tables.unread);
     return OpenTable(operation, inbox.get(), All({voiceMail, unread, Is(kImportance, kHighImportance)}),

@@ -120,7 +120,7 @@ class CMAPIImpl
 
     // Watched mailboxes (notify). Advise gives a sink and the mailbox that it owns; no sink, and a mailbox that is the
     // caller's, where one of its tables could not be made although the last step of all succeeded. Unadvise ends a sink
-    // of any session; what is no live sink, or is being ended already, is left alone. S_OK always.
+    // of any session; a value that is not a live sink, or is being ended already, is left alone. S_OK always.
     HRESULT Advise(const tstring &szMailbox, CAdviseSink **ppSink, MailboxCountCallback pfnCallback,
                    ULONG_PTR ulContext, IMsgStore **ppMailboxMDB);
     HRESULT Unadvise(CAdviseSink *pSink, ULONG *pulCount);

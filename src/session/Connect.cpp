@@ -81,9 +81,11 @@ HRESULT OpenDefaultStore(const Operation &op, IMAPISession *pSession, ComPtr<IMs
 }
 
 // Leaves what the failing step left: a session without a default store is still a session.
+// "logon" as a verb in its lines, as the contract has it.
 HRESULT LogOn(CMAPIImpl &session, const Operation &op, const tstring &szProfile)
 {
     if (!CMAPIImpl::IsMapiInitialised())
+        // Nothing was called; no full stop: as the contract has it.
         return op.Failed("MAPIInitialize", "trying to initialize MAPI support", E_FAIL);
 
     ULONG ulFlags = MAPI_TIMEOUT_SHORT | MAPI_NO_MAIL | MAPI_EXTENDED | MAPI_NEW_SESSION;

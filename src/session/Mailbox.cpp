@@ -24,13 +24,15 @@ tstring ServerName(CMAPIImpl &session)
     return strServer;
 }
 
-// The server's distinguished name carries no organisation and no site, whatever the mailbox's one has.
+// The server's distinguished name carries no organisation and no site, whatever the mailbox's one has, as the
+// contract has it.
 HRESULT OpenMailbox(CMAPIImpl &session, const Operation &op, IMAPISession *pSession, const tstring &strMailboxDN,
                     IMsgStore **ppMailboxMDB)
 {
     const tstring strServer = ServerName(session);
     const ComPtr<IMsgStore> defaultStore = session.State().DefaultStore();
     if (!defaultStore) {
+        // Without a colon, as the contract has it.
         op.Error("Error m_lpMDB is NULL.");
         return E_UNEXPECTED;
     }
@@ -41,6 +43,7 @@ HRESULT OpenMailbox(CMAPIImpl &session, const Operation &op, IMAPISession *pSess
         Acquired(defaultStore->QueryInterface(IID_IExchangeManageStore, reinterpret_cast<void **>(manageStore.put())),
                  manageStore);
     if (FAILED(hr))
+        // "to managing", and no full stop, as the contract has it.
         return op.Failed("QueryInterface(IID_IExchangeManageStore)",
                          "trying to query the interface to managing Exchange message stores", defaultStore.get(), hr);
     const ScopedCount countedManageStore(counter);
@@ -51,7 +54,7 @@ HRESULT OpenMailbox(CMAPIImpl &session, const Operation &op, IMAPISession *pSess
         Acquired(manageStore->CreateStoreEntryID(MapiIn(strServerDN), MapiIn(strMailboxDN),
                                                  OpenOptions::StoreEntryIDFlags(), &entryID.cb, entryID.pEntryID.put()),
                  entryID.pEntryID);
-    // Counted whatever came of it, and uncounted only with an entry ID to free.
+    // Counted whatever came of it, and uncounted only with an entry ID to free, as the contract has it.
     ScopedCount countedEntryID(counter);
     if (!entryID.pEntryID)
         countedEntryID.Keep();
@@ -82,6 +85,7 @@ HRESULT OpenMailbox(CMAPIImpl &session, const Operation &op, IMAPISession *pSess
 
 HRESULT CMAPIImpl::Logon(const tstring &szMailbox, IMsgStore **ppMailboxMDB)
 {
+    // Open objects are called folders, and the mailbox has two names here and in Logoff, as the contract has it.
     const Operation op("CMAPIImpl::Logon", "szMailbox: \"%s\", pMailboxMDB: %p, FolderCounter=[%ld]", szMailbox.c_str(),
                        ppMailboxMDB, m_lOpenObjects.load());
     if (!IsMapiInitialised())

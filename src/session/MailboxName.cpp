@@ -105,6 +105,7 @@ HRESULT OpenGlobalAddressList(const Operation &op, IAddrBook *pAddressBook, cons
         return op.Failed("HrQueryAllRows", "trying to get the row for the global address book.", table.get(), hr);
     const SBinary *pEntryID = FirstBinary(rows.get(), 0);
     if (!pEntryID)
+        // Without "trying to", as the contract has it.
         return op.Failed("HrQueryAllRows", "no rows retrieved from the global address book.", table.get(),
                          MAPI_E_NOT_FOUND);
     hr = OpenAddressEntry(pAddressBook, pEntryID->cb, pEntryID->lpb, globalList);
@@ -159,6 +160,7 @@ HRESULT OpenResolved(const Operation &op, IAddrBook *pAddressBook, const ADRLIST
 
 HRESULT CMAPIImpl::FindAddressBookEntry(const tstring &szMailbox, MailboxIdentity &identity)
 {
+    // A name without its class, as the contract has it.
     const Operation op("FindAddressBookEntry", "szMailbox: \"%s\"", szMailbox.c_str());
     const ComPtr<IMAPISession> session = m_state.MapiSession();
     if (!session)
@@ -208,7 +210,7 @@ HRESULT CMAPIImpl::ObtainMailboxName(const tstring &szMailbox, MailboxIdentity &
     if (FAILED(hr))
         return hr;
     hr = addressBook->ResolveName(0, 0, nullptr, list.get());
-    if (FAILED(hr)) // reported under the name of the call that would have come next
+    if (FAILED(hr)) // the name of the next call, as the contract has it
         return op.Failed("PpropFindProp", "trying to get the entry ID for the mailbox %s.", addressBook.get(), hr,
                          szMailbox.c_str());
     ComPtr<IMAPIProp> entry;
@@ -220,6 +222,7 @@ HRESULT CMAPIImpl::ObtainMailboxName(const tstring &szMailbox, MailboxIdentity &
         if (const auto text = ReadText(op, entry.get(), ulPropTag, sentence, szMailbox, hr))
             target = *text;
     };
+    // Another sentence for the address type than in the walk, as the contract has it.
     read(PR_ADDRTYPE_A, "trying to get the address type property for the mailbox entry for %s.",
          identity.strAddressType);
     read(PR_EMAIL_ADDRESS_A, "trying to get the email address property for the mailbox entry for %s.",

@@ -19,7 +19,8 @@ constexpr DWORD kAllInput = 0x1FF;
 std::atomic<bool> g_bService{false};
 std::atomic<bool> g_bMapiInitialised{false};
 std::atomic<bool> g_bThreadRunning{false};
-std::atomic<bool> g_bThreadStarting{false}; // only ever cleared, by the thread: waits for a start end at once
+// Only ever cleared, by the thread, so that waits for a start end at once, as the contract has it.
+std::atomic<bool> g_bThreadStarting{false};
 std::atomic<LONG> g_lInstances{0};
 
 // Touched under CMAPIImpl::m_CS only, except that the thread waits for the event while it exists.
@@ -44,6 +45,7 @@ HRESULT InitialiseCom(const Operation &op, bool &bComInitialised)
 {
     const HRESULT hr = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
     if (FAILED(hr))
+        // No full stop, as the contract has it.
         return op.Failed("CoInitializeEx", "trying to initialise COM support", hr);
     bComInitialised = true;
     return hr;

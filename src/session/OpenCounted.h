@@ -24,6 +24,7 @@ inline HRESULT OpenMessage(const Operation &operation, const StoreEntry &entry, 
 // The refusal of every operation on a message without a store.
 inline HRESULT NoStore(const Operation &operation)
 {
+    // Without a colon, as the contract has it.
     operation.Error("Error pIMsgStore is NULL.");
     return E_POINTER;
 }

@@ -1,3 +1,5 @@
+// Opening by entry ID, and the reading of large properties. The text of an entry ID and the ends of texts are as
+// callers have always seen them.
 #include "session/OpenEntry.h"
 #include "common/mapi/MapiArguments.h"
 #include "common/mapi/Operation.h"
@@ -85,6 +87,7 @@ HRESULT HrOpenEntry(IMsgStore *pIMsgStore, ULONG cbEntryID, const void *lpEntryI
                        (lpInterface ? tstring(*lpInterface) : tstring("NULL")).c_str(), ulFlags,
                        bNoCache ? " use MAPI_NO_CACHE" : "");
     if (!pIMsgStore) {
+        // Without a colon, as the contract has it.
         op.Error("Error pIMsgStore is NULL.");
         return E_POINTER;
     }
@@ -95,6 +98,7 @@ HRESULT HrOpenEntry(IMsgStore *pIMsgStore, ULONG cbEntryID, const void *lpEntryI
 
 HRESULT HrOpenProperty(IMAPIProp *pMAPIProp, ULONG ulPropTag, LPSPropValue *lppProp)
 {
+    // A number in quotes, as the contract has it.
     const Operation op("HrOpenProperty", "pMAPIProp: %p, ulPropTag: \"%08x\", lppProp: %p", pMAPIProp, ulPropTag,
                        lppProp);
     if (!pMAPIProp || !lppProp)

@@ -1,5 +1,5 @@
-// The process-wide options that all code reads that opens stores and entries. No export changes them; a host that
-// links the library statically may, with OrlInitialise, before its first session.
+// The process-wide options for the opening of stores and entries. No export changes them: OrlInitialise does, for a
+// program that the library's objects are linked into. Any thread, at any time.
 #pragma once
 #include <windows.h>
 

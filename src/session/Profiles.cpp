@@ -96,6 +96,7 @@ HRESULT CMAPIImpl::CreateMailboxProfile(const tstring &szProfile)
     const tstring strMailbox = m_state.DefaultMailbox();
     const tstring strServer = m_state.Server();
     if (strMailbox.empty() || strServer.empty()) {
+        // "in-order", and no function, as the contract has it.
         DebugOutputA(kTraceError, "[%d]: Need a default mailbox and server name in-order to create the profile \"%s\"",
                      __LINE__, szProfile.c_str());
         return E_INVALIDARG;
@@ -107,13 +108,14 @@ HRESULT CMAPIImpl::CreateMailboxProfile(const tstring &szProfile)
         return hr;
     profAdmin->DeleteProfile(MapiIn(szProfile), 0);
     hr = profAdmin->CreateProfile(MapiIn(szProfile), MapiIn(""), 0, 0);
-    // An account that may not create profiles may still administer the one that is there.
+    // An account that may not create profiles may still administer the one that is there, as the contract has it.
     if (FAILED(hr) && hr != E_ACCESSDENIED)
         return op.Failed("CreateProfile", "trying to create a profile.", profAdmin.get(), hr);
 
     ComPtr<IMsgServiceAdmin> serviceAdmin;
     hr = Acquired(profAdmin->AdminServices(MapiIn(szProfile), MapiIn(""), 0, 0, serviceAdmin.put()), serviceAdmin);
     if (FAILED(hr))
+        // The name of the next call, as the contract has it.
         return op.Failed("CreateMsgService",
                          "trying to access the message service administration object for making changes to the message "
                          "services in a profile.",
@@ -127,6 +129,7 @@ HRESULT CMAPIImpl::GetAvailableProfiles(std::vector<Profile> &profiles)
     op.ShowCounter(m_lOpenObjects, kAtEntry, kAtExit);
     profiles.clear();
     if (!IsMapiInitialised()) {
+        // Without a colon, as the contract has it.
         op.Error("Error MAPI has not been initialised.");
         return E_UNEXPECTED;
     }
@@ -162,6 +165,7 @@ HRESULT CMAPIImpl::GetAvailableProfiles(std::vector<Profile> &profiles)
 
 HRESULT CMAPIImpl::GetExchangeServerName(tstring &strServer, const tstring &szProfile, tstring &strUser, bool &bMatched)
 {
+    // A text without quotes here, and lines without class and line number below, as the contract has it.
     const Operation op("CMAPIImpl::GetExchangeServerName", "szProfile: %s", szProfile.c_str());
     strServer.clear();
     strUser.clear();

@@ -21,7 +21,7 @@ struct RegistryLock : LockCriticalSection {
 };
 
 // A handle that the map does not hold: 1 to 32768, whatever the range of this runtime's generator. With 32768 live
-// entries there is none, and the search does not end.
+// entries there is none, and the search does not end, as the contract has it.
 template <class Map> DWORD DrawHandle(const Map &map)
 {
     DWORD handle = 0;
@@ -42,7 +42,7 @@ template <class Map> bool Erase(Map &map, DWORD handle)
     return handle && map.erase(handle) != 0;
 }
 
-// No room for the session itself is no exception: there is no session then.
+// Null, and not an exception, where there is no memory for the session itself.
 CMAPIImpl *CreateSession(bool fService)
 {
     try {

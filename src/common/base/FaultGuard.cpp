@@ -1,3 +1,5 @@
+// A fault inside a guard is met by a vectored handler, which lets the thread go on in a function that jumps out of the
+// guarded call. The innermost guard of a thread stands in a slot of its own.
 #include "common/base/FaultGuard.h"
 #include <atomic>
 #include <csetjmp>

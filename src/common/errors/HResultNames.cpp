@@ -1,5 +1,5 @@
 // The names of HRESULTs as this library writes them. Several differ from the generic ones on purpose: where MAPI has
-// a name for a COM or Win32 code, that one stands, and codes without a row have no name.
+// a name for a COM or Win32 code, that one stands, and codes without a row have no name, as the contract has it.
 #include "common/errors/errors.h"
 #include <algorithm>
 #include <cstdint>

@@ -6,6 +6,7 @@ namespace
 {
 
 // The beginning that all error lines share.
+// Brackets around a text that has them already, and 8 places with the 0x, as the contract has it.
 tstring StartLine(const char *szFunction, int nLine, HRESULT hr, const char *szCall)
 {
     tstring line(szFunction);
@@ -33,6 +34,7 @@ void AppendLastError(tstring &line, void *pObject, LastErrorReader pfnGetLastErr
         if (pObject && pfnGetLastError(pObject, hr, error.put()) == S_OK && error)
             line.AppendFormat(" (%s : %s[%lu])", error->lpszError, error->lpszComponent, error->ulContext);
     } catch (...) {
+        // This line's number, as the contract has it.
         ReportException("OrlMapi32", "TraceError", 1613);
     }
 }

@@ -1,3 +1,5 @@
+// A lock is either a critical section or a mutex of the system. Its reports name the file in which this lock was first
+// written, and lines of it.
 #include "common/lock/CritSect.h"
 #include "common/base/SystemCalls.h"
 #include "common/errors/errors.h"
@@ -6,6 +8,7 @@
 namespace
 {
 
+// This file, and the lines given with it, as the contract has it.
 constexpr const char *kThisFile = "..\\LumenCommon\\CritSect";
 constexpr DWORD kLongHold = 100;
 
@@ -117,7 +120,7 @@ bool CriticalSection::LockMutex(const char *szFile, int nLine, bool bReport)
                      szFile, nLine, m_strName.c_str(), this, thread, m_dwOwner.load());
         BreakInDebugger();
     }
-    // The abandoned mutex is this thread's already; waiting again takes it a second time, on purpose.
+    // The abandoned mutex is this thread's already; waiting again takes it a second time, as the contract has it.
     DWORD again = wait(0);
     if (again != WAIT_OBJECT_0)
         again = wait(INFINITE);
@@ -142,6 +145,7 @@ bool CriticalSection::Unlock(const char *szFile, int nLine, const char **pszLock
     if (!IsLockedByCurrentThread()) {
         if (bReport) {
             DebugOutputA(kTraceLock,
+                         // Also where the lock is not a mutex, as the contract has it.
                          "CriticalSection::Unlock[%s(%d)](%s, %p, TID=%lx, owner=%lx, file=%s, line=%d), The thread "
                          "does not own the Mutex.",
                          szFile, nLine, m_strName.c_str(), this, GetCurrentThreadId(), owner, szLockerFile,
@@ -164,7 +168,8 @@ bool CriticalSection::Unlock(const char *szFile, int nLine, const char **pszLock
     return true;
 }
 
-// A mutex that is unlocked without reports stays owned by the thread as far as the system knows; so it is meant.
+// A mutex that is unlocked without reports stays owned by the thread as far as the system knows, as the contract has
+// it.
 void CriticalSection::Release(const char *szFile, int nLine, const char *szLockerFile, int nLockerLine, DWORD dwOwner,
                               bool bReport)
 {

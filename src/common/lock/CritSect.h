@@ -1,4 +1,5 @@
-// The library's one mutual-exclusion primitive: a lock that knows its owner and who took it, and its guard.
+// The lock with a name, which the registries of handles use: it knows its owner and who took it, reports what goes
+// wrong and what takes long, and may be a mutex of the system. And its guard. Any thread.
 #pragma once
 #include "common/text/tstring.h"
 #include <atomic>

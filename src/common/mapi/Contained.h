@@ -1,5 +1,5 @@
-// The one place where exceptions end: at exports, at thread bodies, and at the stages of an operation after which the
-// next one still has to run.
+// Where exceptions of work end and are reported: at exports, at thread bodies, and at the stages of an operation after
+// which the next one still has to run.
 #pragma once
 #include "common/errors/errors.h"
 

@@ -1,4 +1,5 @@
-// MAPI declares what it only reads as pointers to non-const. Here, and nowhere else, const is cast away for it.
+// Arguments and values as MAPI wants and gives them: pointers to non-const for what it only reads, tag arrays of fixed
+// contents, and values that may be errors.
 #pragma once
 #include "common/text/tstring.h"
 #include <mapix.h>

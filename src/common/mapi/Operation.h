@@ -1,13 +1,13 @@
 // One run of a member function: its trace guard, its lines, its error reports and its counter lines, all under one log
-// name. It is the first local of the function, so that its exit lines come after every owner declared later has
-// given back what it held.
+// name. It is declared before every owner of the function, so that its exit lines come after these have given back what
+// they held.
 #pragma once
 #include "common/mapi/Contained.h"
 #include "common/trace/debug.h"
 #include <atomic>
 #include <string>
 
-// How the counter is written. Operations differ in the spelling, and each keeps its own.
+// How the counter is written. Operations differ in the spelling, each as the contract has it.
 inline constexpr char kAtEntry[] = "%s[%d]: At entry, counter=[%ld]";
 inline constexpr char kAtEntryCapital[] = "%s[%d]: At Entry, counter=[%ld]";
 inline constexpr char kAtExit[] = "%s[%d]: At exit, counter=[%ld]";
@@ -37,8 +37,6 @@ class Operation
     }
     Operation(const Operation &) = delete;
     Operation &operator=(const Operation &) = delete;
-
-    const char *Name() const { return m_szFunction; }
 
     // Writes the counter now with `entry` and when the function is left with `exit`, two of the formats above.
     void ShowCounter(const std::atomic<LONG> &counter, At entry, At exit)

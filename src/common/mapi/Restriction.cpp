@@ -1,3 +1,4 @@
+// Each kind of node with its description. A node's pointers lead into its backing, which copies of it share.
 #include "common/mapi/Restriction.h"
 #include "common/text/tstring.h"
 

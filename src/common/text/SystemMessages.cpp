@@ -8,7 +8,7 @@ constexpr DWORD kMessageFlags =
 constexpr DWORD kUserDefaultLanguage = 0x0400;
 
 // The module whose messages explain hr; null where the system's own do. The ranges of codes come before the
-// facility, whatever the facility is.
+// facility, whatever the facility is, as the contract has it.
 const char *MessageModule(HRESULT hr)
 {
     const unsigned code = static_cast<unsigned>(hr) & 0xFFFF;

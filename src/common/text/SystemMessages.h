@@ -11,8 +11,9 @@ struct MessageSystem {
     decltype(&::FreeLibrary) FreeLibrary;
 };
 
-// The best text that there is for hr, trimmed; "[0x...]" where there is none.
+// The first text that is found for hr, trimmed; "[0x...]" where there is none.
 void FindSystemText(tstring &text, HRESULT hr, const MessageSystem &system);
 
-// Frees a module of messages on systems of the NT family and leaves it loaded on others. Clears the handle anyway.
+// Frees a module of messages on systems of the NT family and leaves it loaded on others, as the contract has it. Clears
+// the handle anyway.
 void FreeModuleOnNT(HMODULE &hModule, const MessageSystem &system);

@@ -1,3 +1,4 @@
+// tstring from pointers that come from outside, its joining, trimming and searching.
 #include "common/text/tstring.h"
 #include "common/text/TextReports.h"
 #include <cstring>

@@ -1,3 +1,4 @@
+// tstring from dates and times, in the user's locale.
 #include "common/text/TextReports.h"
 #include "common/text/tstring.h"
 #include "common/trace/debug.h"

@@ -51,6 +51,7 @@ void tstring::FormatV(const char *format, va_list arguments)
         if (result >= 0 && static_cast<size_type>(result) < text.size()) {
             text.resize(static_cast<size_type>(result));
         } else {
+            // Another function's name, as the contract has it.
             DebugOutputA(kTraceText, "%s: The following error %d was returned from _vsntprintf (errno=%d) for [%s]\n",
                          kFormatV, result, error, format);
             text.clear();

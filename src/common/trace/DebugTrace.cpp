@@ -1,3 +1,5 @@
+// The trace's start on first use, its filter, and where a line goes: the host's hook, the optional module, or the
+// system's debug output.
 #include "common/trace/DebugTrace.h"
 #include "common/base/AnyConvention.h"
 #include "common/base/Encoding.h"
@@ -50,6 +52,7 @@ void DebugTrace::Identify(Identity &identity, HMODULE hModule, const char *szMod
 {
     std::string name = szModuleName ? GivenName(szModuleName) : ModuleFileName(hModule);
     if (name.empty())
+        // A blank at the end, as the contract has it.
         name = "Unknown ";
     const std::string registryName = szRegistryName ? GivenName(szRegistryName) : name;
     const std::string key = "SOFTWARE\\BRANE\\" + registryName + "\\Debug";

@@ -1,3 +1,4 @@
+// One template builds narrow and wide lines; only their prefixes differ.
 #include "common/trace/TraceLine.h"
 #include "common/base/SystemCalls.h"
 #include <cstdio>
@@ -31,7 +32,7 @@ template <> struct PrefixForms<char> {
     static constexpr const char *kTimed = "%02hu/%02hu %02hu:%02hu:%02hu.%03hu %s (%02hx,%c) %4lx,%4lx: ";
     static constexpr const char *kPlain = "%s (%02hx,%c) %4lx: ";
 };
-// Padded with zeros where the narrow form pads with blanks.
+// Padded with zeros where the narrow form pads with blanks, as the contract has it.
 template <> struct PrefixForms<WCHAR> {
     static constexpr const WCHAR *kTimed = OLESTR("%02hu/%02hu %02hu:%02hu:%02hu.%03hu %s (%02hx,%c) %04lx,%04lx: ");
     static constexpr const WCHAR *kPlain = OLESTR("%s (%02hx,%c) %04lx: ");

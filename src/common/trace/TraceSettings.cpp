@@ -1,3 +1,4 @@
+// The settings in the registry: read at the start and every three seconds, written once so that they can be found.
 #include "common/trace/TraceSettings.h"
 #include "common/base/SystemCalls.h"
 #include <algorithm>
@@ -51,6 +52,7 @@ bool TraceSettings::Passes(DWORD value) const
         return false;
     if (id == 0xFFFF)
         return true;
+    // As the contract has it.
     if (id >= kMapBytes * 8)
         id = 0;
     return (m_map[id / 32].load(std::memory_order_relaxed) >> (id % 32) & 1) != 0;

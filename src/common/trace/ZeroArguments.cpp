@@ -1,3 +1,4 @@
+// Conversions are scanned as the runtime reads them; whatever it would read otherwise becomes text.
 #include "common/trace/ZeroArguments.h"
 #include <cstddef>
 #include <cstring>
@@ -19,7 +20,7 @@ class Scanner
   public:
     explicit Scanner(std::string_view rest) : m_rest(rest) {}
 
-    // False when what stands here, after the percent sign, is no conversion that reads an argument.
+    // False when what stands here, after the percent sign, is not a conversion that reads an argument.
     bool Scan(Conversion &conversion)
     {
         m_text.assign(1, '%');

@@ -10,6 +10,6 @@ constexpr int kMostZeroConversions = 32;
 constexpr int kZeroFloats = 8;
 constexpr int kZeroWords = 8 + 5 * kMostZeroConversions;
 
-// A format whose conversions take zero arguments only and write nothing: what is no conversion, the conversions that
+// A format whose conversions take zero arguments only and write nothing: what is not a conversion, the conversions that
 // write, and those beyond the number above become text. A width or precision longer than any line is cut to 1024.
 std::string FormatForZeroArguments(const char *line);

@@ -1,3 +1,4 @@
+// The functions of the trace over the one DebugTrace, and the guards that trace a function's entry and exit.
 #include "common/trace/debug.h"
 #include "common/base/FaultGuard.h"
 #include "common/trace/DebugTrace.h"

@@ -8,6 +8,7 @@ HRESULT CMAPIImpl::GetEmailHeader(IMsgStore *pIMsgStore, ULONG cbEntryID, const 
     const StoreEntry entry(pIMsgStore, cbEntryID, lpEntryID);
     Operation operation("CMAPIImpl::GetEmailHeader", "pIMsgStore: %p, EntryID: \"%s\", ...",
                         static_cast<void *>(entry.pIMsgStore), entry.Text().c_str());
+    // "ecit", as the contract has it.
     operation.ShowCounter(OpenObjects(), kAtEntry, "%s[%d]: At ecit, counter=[%ld]");
     return operation.Stage([&]() -> HRESULT {
         if (!entry.pIMsgStore)

@@ -23,7 +23,7 @@ struct ListingRequest {
     ListingFlags flags;
     std::span<const tstring> faxServers;
 
-    // Any value but 1 goes backwards, although the trace calls only 0 so.
+    // Any value but 1 goes backwards, although the trace calls only 0 so, as the contract has it.
     bool IsForward() const { return bForward == 1; }
     // Rows before a place have a negative count; that of the most negative one is itself.
     LONG RowsBackward() const { return static_cast<LONG>(0u - static_cast<ULONG>(lRowCount)); }
@@ -101,6 +101,7 @@ HRESULT Page::Open(std::vector<Header> &headers)
     return OpenInboxTable(m_operation, m_request.pIMsgStore, filter, m_session.OpenObjects(), m_listing.Table());
 }
 
+// "Seeked", as the contract has it.
 HRESULT Page::Seek(IMAPITable *pTable)
 {
     const BOOKMARK takenBack = m_listing.Bookmark();
@@ -184,10 +185,12 @@ HRESULT Page::Decode(HRESULT hrRead, std::vector<Header> &headers)
     HRESULT hr = hrRead;
     headers.reserve(cRows);
     for (ULONG i = 0; i < cRows && SUCCEEDED(hr); ++i) {
+        // The first one is message 0, as the contract has it.
         m_operation.Detail("Processing message %d of %d", static_cast<int>(i), static_cast<int>(cRows));
         Header header = HeaderOf(m_rows->aRow[i]);
         if (m_request.bWithAttachments && !header.entryID.empty())
             hr = ReadAttachments(header);
+        // "cEntryID", as the contract has it.
         if (header.entryID.empty())
             m_operation.State("Message not added to list because of invalid cEntryID and/or pEntryID");
         else
@@ -209,11 +212,6 @@ HRESULT Page::Keep(HRESULT hrPage, DWORD &hContentsTable, DWORD &hOrigin)
     return m_listing.HandOver(hContentsTable, hOrigin);
 }
 
-void *AsPointer(DWORD handle)
-{
-    return reinterpret_cast<void *>(static_cast<ULONG_PTR>(handle));
-}
-
 } // namespace
 
 HRESULT CMAPIImpl::GetEmailHeaders(IMsgStore *pIMsgStore, DWORD *phContentsTable, std::vector<Header> &headers,
@@ -231,7 +229,7 @@ HRESULT CMAPIImpl::GetEmailHeaders(IMsgStore *pIMsgStore, DWORD *phContentsTable
                                     {bRead != 0, bPriority != 0, bFax != 0, bSummary != 0, bUM != 0},
                                     {faxServers, cFaxServers}};
     const ListingFlags &flags = request.flags;
-    // The closing parenthesis at the end of the format has no opening one.
+    // The closing parenthesis at the end of the format has no opening one, as the contract has it.
     Operation operation("CMAPIImpl::GetEmailHeaders",
                         "pIMsgStore: %p, hContentsTable: %p, hOrigin: %p, lRowCount: %ld, bkAbsBkmark: %lu, getting "
                         "%s%s%s%s messages%s, direction %s%s)",

@@ -1,3 +1,5 @@
+// The columns and, beside each, the function that decodes it, in the order in which a row has
+// them.
 #include "messages/listing/HeaderColumns.h"
 #include "messages/listing/FaxSettings.h"
 #include <ExchangeMapi.h>
@@ -95,8 +97,8 @@ void MessageFlagsInto(const SPropValue &value, const Reading &, Header &header)
     header.bHasAttach = (value.Value.l & MSGFLAG_HASATTACH) != 0;
 }
 
-// In a listing the number of messages received is the offset where the message has no such property: its own column
-// comes later and overwrites it.
+// In a listing, as the contract has it, the number of messages received is the offset where the message has no such
+// property: its own column comes later and overwrites it.
 void OffsetInto(const SPropValue &value, const Reading &reading, Header &header)
 {
     header.offset = value.Value.l;

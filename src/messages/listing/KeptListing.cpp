@@ -56,8 +56,8 @@ HRESULT KeptListing::CreateBookmark()
 
 HRESULT CMAPIImpl::ReleaseHandles(DWORD hTable, DWORD hBookmark)
 {
-    const auto shown = [](DWORD handle) { return reinterpret_cast<void *>(static_cast<ULONG_PTR>(handle)); };
-    Operation operation("CMAPIImpl::ReleaseHandles", "hTable: %p, hBookmark: %p", shown(hTable), shown(hBookmark));
+    Operation operation("CMAPIImpl::ReleaseHandles", "hTable: %p, hBookmark: %p", AsPointer(hTable),
+                        AsPointer(hBookmark));
     operation.ShowCounter(OpenObjects(), kAtEntry, kAtExitCapital);
 
     KeptListing listing(*this, operation);

@@ -18,7 +18,7 @@ class KeptListing
 
     // Takes both out of the registries; unknown handles give nothing.
     void TakeBack(DWORD hTable, DWORD hBookmark);
-    // Puts them into the registries under new handles; 0 for a bookmark that there is not.
+    // Puts them into the registries under new handles; 0 where there is no bookmark.
     HRESULT HandOver(DWORD &hTable, DWORD &hBookmark);
 
     // A bookmark that can't be freed is reported and goes with its table.
@@ -34,3 +34,9 @@ class KeptListing
     Counted<IMAPITable> m_table;
     BOOKMARK m_bookmark = 0;
 };
+
+// Handles are traced as pointers, as the contract has it.
+inline void *AsPointer(DWORD handle)
+{
+    return reinterpret_cast<void *>(static_cast<ULONG_PTR>(handle));
+}

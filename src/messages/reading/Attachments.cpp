@@ -142,6 +142,7 @@ HRESULT CMAPIImpl::HrPopulateAttachList(IMessage *pmsg, std::vector<ULONG> &atta
             if (row.lpProps[column].ulPropTag != PR_ATTACH_NUM)
                 continue;
             const ULONG ulAttachNum = static_cast<ULONG>(row.lpProps[column].Value.l);
+            // A name without class and line number, as the contract has it.
             DebugOutputA(kTraceCall, "HrPopulateAttachList - adding attachment entry %lu, PR_ATTACH_NUM=%lu", i,
                          ulAttachNum);
             attachNums.push_back(ulAttachNum);

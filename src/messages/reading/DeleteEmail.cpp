@@ -18,6 +18,7 @@ HRESULT OpenParentFolder(const Operation &operation, IMsgStore *pIMsgStore, IMes
     if (SUCCEEDED(hr) && (!parent || parent->ulPropTag != PR_PARENT_ENTRYID))
         hr = MAPI_E_NOT_FOUND;
     if (FAILED(hr))
+        // Without "trying to", as the contract has it.
         return operation.Failed("HrGetOneProp", "determining the ID for the folder where the message resides.",
                                 pMessage, hr);
     return OpenCounted(operation, {pIMsgStore, parent->Value.bin}, &IID_IMAPIFolder, MAPI_BEST_ACCESS, counter,

@@ -41,6 +41,7 @@ HRESULT CMAPIImpl::DownloadEmail(IMsgStore *pIMsgStore, ULONG cbEntryID, const B
         CountedProperties properties;
         hr = properties.Get(message.get(), PropTags<PR_BODY_A, PR_SUBJECT_A>(), OpenObjects());
         if (FAILED(hr))
+            // A word is missing, as the contract has it.
             return operation.Failed("GetProps", "trying to determine specific properties the message.", message.get(),
                                     hr);
         // Also those that are errors have their place.

@@ -20,6 +20,7 @@ HRESULT CMAPIImpl::GetEmailFlags(IMsgStore *pIMsgStore, ULONG cbEntryID, const B
         CountedProperties properties;
         hr = properties.Get(message.get(), PropTags<PR_IMPORTANCE, PR_SENSITIVITY, PR_MESSAGE_FLAGS>(), OpenObjects());
         if (FAILED(hr))
+            // A word is missing, as the contract has it.
             return operation.Failed("GetProps", "trying to determine specific properties the message.", message.get(),
                                     hr);
         // Only 1 is ever written: what is not set is the caller's to clear.
@@ -38,7 +39,7 @@ HRESULT CMAPIImpl::GetEmailFlags(IMsgStore *pIMsgStore, ULONG cbEntryID, const B
 HRESULT CMAPIImpl::SetEmailReadFlag(IMsgStore *pIMsgStore, ULONG cbEntryID, const BYTE *lpEntryID, BYTE bRead)
 {
     const StoreEntry entry(pIMsgStore, cbEntryID, lpEntryID);
-    // Alone among its kind it writes the counter at its exit only.
+    // Alone among its kind it writes the counter at its exit only, as the contract has it.
     Operation operation("CMAPIImpl::SetEmailReadFlag", "pIMsgStore: %p, EntryID: \"%s\", %s",
                         static_cast<void *>(entry.pIMsgStore), entry.Text().c_str(), bRead ? "READ" : "UNREAD");
     operation.ShowCounterAtExit(OpenObjects(), kAtExitCapital);

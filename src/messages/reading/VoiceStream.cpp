@@ -1,3 +1,4 @@
+// A stream is told by its first chunk and copied, or handed to the codec that knows it.
 #include "messages/reading/VoiceStream.h"
 #include "common/errors/errors.h"
 #include "common/trace/debug.h"
@@ -52,8 +53,8 @@ struct CloseFile {
     void operator()(std::FILE *file) const { std::fclose(file); }
 };
 
-// Copies from where the stream stands. A stream that fails half-way ends the copy as its end does; a file that can't
-// be written fails it.
+// Copies from where the stream stands. A stream that fails half-way ends the copy as its end does, as the contract has
+// it; a file that can't be written fails it.
 HRESULT CopyToFile(IStream *pStream, const char *szFilename)
 {
     // Blocks are gathered, so that a long recording takes few writes to disk.

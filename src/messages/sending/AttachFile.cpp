@@ -11,7 +11,7 @@ namespace
 {
 
 constexpr size_t kLongestShortName = 8;
-constexpr size_t kLongestShortExtension = 3; // with its dot: "message.wav" is a long name
+constexpr size_t kLongestShortExtension = 3; // with its dot, as the contract has it: "message.wav" is a long name
 
 size_t Characters(const char *szText)
 {
@@ -42,6 +42,7 @@ HRESULT CopyContent(const Operation &operation, IStream *pSourceStream, IStream 
     STATSTG stat = {};
     HRESULT hr = pSourceStream->Stat(&stat, STATFLAG_NONAME);
     if (FAILED(hr))
+        // No full stop in the sentences of this file, as the contract has it.
         return operation.Failed("Stat", "trying to determine information about the file to be attached", hr);
     hr = pSourceStream->CopyTo(pTarget, stat.cbSize, nullptr, nullptr);
     if (FAILED(hr))

@@ -127,14 +127,14 @@ HRESULT SaveAndSubmit(const Operation &operation, IMessage *pMessage)
 
 HRESULT CMAPIImpl::ForwardEmail(ULONG cbEntryID, const BYTE *lpEntryID, const tstring &m_TargetAlias)
 {
-    const ComPtr<IMsgStore> store = m_state.DefaultStore();
+    const ComPtr<IMsgStore> store = State().DefaultStore();
     return ForwardEmail(store.get(), cbEntryID, lpEntryID, m_TargetAlias);
 }
 
 HRESULT CMAPIImpl::RespondEmail(ULONG cbEntryID, const BYTE *lpEntryID, const tstring &szFile,
                                 const tstring &szFilename, ULONG ulUnused)
 {
-    const ComPtr<IMsgStore> store = m_state.DefaultStore();
+    const ComPtr<IMsgStore> store = State().DefaultStore();
     return RespondEmail(store.get(), cbEntryID, lpEntryID, szFile, szFilename, ulUnused);
 }
 
@@ -161,7 +161,7 @@ HRESULT CMAPIImpl::ForwardEmail(IMsgStore *pIMsgStore, ULONG cbEntryID, const BY
     return FirstFailure(hr, SaveAndSubmit(operation, copy.message.get()));
 }
 
-// The last argument has no meaning.
+// The last argument has no meaning, as the contract has it.
 HRESULT CMAPIImpl::RespondEmail(IMsgStore *pIMsgStore, ULONG cbEntryID, const BYTE *lpEntryID, const tstring &szFile,
                                 const tstring &szFilename, ULONG)
 {

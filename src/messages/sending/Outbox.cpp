@@ -1,6 +1,7 @@
 #include "messages/sending/Outbox.h"
 #include "common/mapi/MapiArguments.h"
 
+// Sentences of this file differ in their grammar, as the contract has it.
 HRESULT ReadFolderID(const Operation &operation, IMsgStore *pIMsgStore, ULONG ulPropTag, const char *sentence,
                      std::atomic<LONG> &counter, FolderID &id)
 {

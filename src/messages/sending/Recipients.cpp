@@ -27,12 +27,13 @@ ULONG CountTokens(char *text)
 
 HRESULT CMAPIImpl::CreateAddressList(LPADRLIST *ppAddressList, const char *szRecipientList)
 {
+    // "szRecpientList", as the contract has it.
     const Operation op("CMAPIImpl::CreateAddressList", "pAddressList: %p, szRecpientList: \"%s\"", ppAddressList,
                        szRecipientList);
     *ppAddressList = nullptr;
-    const ComPtr<IMAPISession> session = m_state.MapiSession();
+    const ComPtr<IMAPISession> session = State().MapiSession();
     if (!session)
-        return m_state.NotConnected();
+        return State().NotConnected();
     if (!szRecipientList)
         return E_POINTER;
     if (!*szRecipientList)
@@ -40,6 +41,7 @@ HRESULT CMAPIImpl::CreateAddressList(LPADRLIST *ppAddressList, const char *szRec
 
     const CText duplicate(_strdup(szRecipientList), &std::free);
     if (!duplicate)
+        // The name of another function, and no full stop, as the contract has it.
         return op.Failed("_tcsdup", "trying to duplicate recipient list", E_OUTOFMEMORY);
     const ULONG cRecipients = CountTokens(duplicate.get());
     if (cRecipients == 0) {
@@ -50,7 +52,7 @@ HRESULT CMAPIImpl::CreateAddressList(LPADRLIST *ppAddressList, const char *szRec
     if (FAILED(hr))
         return hr;
     // The walk steps over whole texts from the first byte, so a delimiter that no token precedes belongs to the next
-    // recipient: ";a;b" gives ";a" and "b".
+    // recipient, as the contract has it: ";a;b" gives ";a" and "b".
     const char *szRecipient = duplicate.get();
     for (ULONG i = 0; i < cRecipients; ++i) {
         hr = AddAddress(op, *ppAddressList, szRecipient, true);

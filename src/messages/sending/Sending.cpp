@@ -89,6 +89,7 @@ HRESULT Send(CMAPIImpl &session, const Operation &operation, IMsgStore *pIMsgSto
 
     hr = SubmitMessage(operation, message.get());
     if (SUCCEEDED(hr) && pVoice)
+        // No blank before the bracket, as the contract has it.
         operation.State("Message submitted successfully.[%ld]", counter.load());
     return hr;
 }
@@ -97,13 +98,13 @@ HRESULT Send(CMAPIImpl &session, const Operation &operation, IMsgStore *pIMsgSto
 
 HRESULT CMAPIImpl::SendEmail(const OutgoingEmail &email)
 {
-    const ComPtr<IMsgStore> store = m_state.DefaultStore();
+    const ComPtr<IMsgStore> store = State().DefaultStore();
     return SendEmail(store.get(), email);
 }
 
 HRESULT CMAPIImpl::SendUMEmail(const OutgoingEmail &email, const VoiceDetails &voice)
 {
-    const ComPtr<IMsgStore> store = m_state.DefaultStore();
+    const ComPtr<IMsgStore> store = State().DefaultStore();
     return SendUMEmail(store.get(), email, voice);
 }
 
@@ -121,6 +122,7 @@ HRESULT CMAPIImpl::SendEmail(IMsgStore *pIMsgStore, const OutgoingEmail &email)
 
 HRESULT CMAPIImpl::SendUMEmail(IMsgStore *pIMsgStore, const OutgoingEmail &email, const VoiceDetails &voice)
 {
+    // Two texts without quotes, as the contract has it.
     Operation operation("CMAPIImpl::SendUMEmail",
                         "pIMsgStore: %p, m_TargetAlias: \"%s\", szSubject: \"%s\", szBody: \"%s\"%s%s, szFile: \"%s\", "
                         "szFilename: \"%s\", lSecs: %ld, szNumber: %s, szName: \"%s\", szOrder: %s, offset: %ld, "

@@ -47,6 +47,7 @@ Columns ResolveColumns(IMAPIFolder *pFolder)
     columns[Subject] = CHANGE_PROP_TYPE(PR_NORMALIZED_SUBJECT, PT_STRING8);
     columns[Body] = CHANGE_PROP_TYPE(PR_BODY, PT_STRING8);
 
+    // A failure is ignored, as the contract has it.
     MapiBuffer<SPropTagArray> tags;
     if (SUCCEEDED(pFolder->GetIDsFromNames(kNames, pointers, 0, tags.put())) && tags)
         for (ULONG i = 0; i < kNames && i < tags->cValues; ++i)
@@ -69,7 +70,7 @@ HRESULT InstantOf(const Operation &operation, const WCHAR *format, const tstring
     return hr;
 }
 
-// The last minute begins at 23:59: what ends later is not within the day.
+// The last minute begins at 23:59, as the contract has it: what ends later is not within the day.
 HRESULT FindDay(const Operation &operation, const tstring &szDate, CalendarDay &day)
 {
     SYSTEMTIME start = {};
@@ -182,6 +183,7 @@ HRESULT QueryDay(const Operation &operation, IMAPITable *pTable, const Columns &
     const HRESULT hr = HrQueryAllRows(pTable, reinterpret_cast<LPSPropTagArray>(&tags), filter.Get(),
                                       reinterpret_cast<LPSSortOrderSet>(&earliestFirst), 0, rows.put());
     if (FAILED(hr))
+        // "Calender", as the contract has it.
         return operation.Failed("HrQueryAllRows", "trying to get the rows from Calender folder.", pTable, hr);
     return hr;
 }
@@ -217,6 +219,7 @@ HRESULT CMAPIImpl::ObtainCalendarEvents(IMsgStore *pIMsgStore, const tstring &sz
     });
 }
 
+// "Calender" in its sentences, as the contract has it.
 HRESULT CMAPIImpl::ScanCalendarFolder(IMsgStore *pIMsgStore, ULONG cbEntryID, const BYTE *lpEntryID,
                                       const tstring &szDate, std::vector<CalendarEvent> &events)
 {

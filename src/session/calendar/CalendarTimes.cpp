@@ -1,4 +1,5 @@
-// Local dates as UTC. The offset is the one that holds now, whatever the date.
+// Local dates as UTC, which the functions' names misspell as the contract has it. The offset is the one that holds now,
+// whatever the date.
 #include "common/mapi/Operation.h"
 #include "session/CMAPIImpl.h"
 #include <oleauto.h>
@@ -26,7 +27,7 @@ HRESULT CMAPIImpl::UCTTimeFromLocalTime(const SYSTEMTIME *pLocal, SYSTEMTIME *pU
     const Operation op("CMAPIImpl::UCTTimeFromLocalTime", "pLocal: %p, pUtc: %p", static_cast<const void *>(pLocal),
                        static_cast<void *>(pUtc));
     return op.Stage([&]() -> HRESULT {
-        // A failure is reported and is none of the caller's: the time is then left as it was.
+        // A failure is reported and not returned: the time is then left as it was, as the contract has it.
         FILETIME local = {};
         FILETIME utc = {};
         if (!SystemTimeToFileTime(pLocal, &local))

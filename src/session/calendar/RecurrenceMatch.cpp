@@ -1,4 +1,4 @@
-// The rules are those that callers have always seen, and they are kept: a daily period counts in the structure's
+// The rules are as the contract has it: a daily period counts in the structure's
 // minutes, weekly rules match whole periods after their first day only, months are compared without their years, and
 // the pattern's dates, which are local, with the day's bounds, which are not.
 #include "session/calendar/RecurrenceMatch.h"

@@ -1,6 +1,5 @@
 // Long values on their way into the file.
 #pragma once
-#include "localmapi/storage/Spool.h"
 #include "localmapi/storage/Stream.h"
 #include <memory>
 

@@ -18,7 +18,7 @@ class ClosingTest : public NotifyTest
     // More than is left to do for one who would not wait.
     static void WorkOn()
     {
-        for (int i = 0; i < 20; ++i) {
+        for (int i = 0; i < 200; ++i) {
             DWORD another = 0;
             EXPECT_EQ(OrlCreateConnection(&another, 0), S_OK);
             EXPECT_EQ(OrlCloseConnection(&another), S_OK);

@@ -27,7 +27,7 @@ HRESULT ForwardEmail(const Here &here, DWORD hConnection, OrlMailbox hMailbox, U
     });
 }
 
-// Without a mailbox nothing is done: here the default store does not take its place.
+// As the contract has it: without a mailbox nothing is done. Here the default store does not take its place.
 template <class Flavour>
 HRESULT RespondEmail(const Here &here, DWORD hConnection, OrlMailbox hMailbox, ULONG cbEntryID, const BYTE *pEntryID,
                      const typename Flavour::Char *szFile, const typename Flavour::Char *szFilename, ULONG ulUnused)

@@ -40,6 +40,7 @@ CAdviseSink::CAdviseSink(const tstring &szMailbox, IMsgStore *pMailboxMDB, IMAPI
                          ULONG_PTR ulContext)
     : m_ulContext(ulContext), m_pfnCallback(pfnCallback)
 {
+    // As the contract has it: without quotes.
     const CDebugTraceFn trace(kTraceCall, "CAdviseSink::CAdviseSink", "%p: %s", static_cast<void *>(this),
                               szMailbox.c_str());
     szMailbox.ToWide(m_strMailbox, 65001);

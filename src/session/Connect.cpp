@@ -98,6 +98,7 @@ HRESULT LogOn(CMAPIImpl &session, const Operation &op, const tstring &szProfile)
     ComPtr<IMAPISession> mapiSession;
     HRESULT hr;
     if (!szProfile.empty()) {
+        // As the contract has it: "to logon", in all three.
         DebugOutputA(kTraceState, "Attempting to logon to MAPI using profile %s.", szProfile.c_str());
         hr = LogOnTo(op, szProfile.c_str(), ulFlags | MAPI_EXPLICIT_PROFILE, mapiSession);
     } else if (SUCCEEDED(session.CreateMailboxProfile(kServiceProfile))) {

@@ -59,6 +59,7 @@ HRESULT OpenMailbox(CMAPIImpl &session, const Operation &op, IMAPISession *pSess
     if (!entryID.pEntryID)
         countedEntryID.Keep();
     if (FAILED(hr))
+        // As the contract has it: no full stop.
         return op.Failed("CreateStoreEntryID", "trying to create a store entry ID (Server=%s, Mailbox=%s)",
                          defaultStore.get(), hr, strServer.c_str(), strMailboxDN.c_str());
 
@@ -75,6 +76,7 @@ HRESULT OpenMailbox(CMAPIImpl &session, const Operation &op, IMAPISession *pSess
         return op.Failed("OpenMsgStore", "trying to open the message store (Server=%s, Mailbox=%s).", pSession, hr,
                          strServer.c_str(), strMailboxDN.c_str());
     ScopedCount(counter).Keep();
+    // As the contract has it: no equals sign.
     op.State("Successfully opened the message store (ServerDN=%s, MailboxDN=%s). FolderCount[%ld]", strServerDN.c_str(),
              strMailboxDN.c_str(), counter.load());
     *ppMailboxMDB = store.release();
@@ -105,6 +107,7 @@ HRESULT CMAPIImpl::Logon(const tstring &szMailbox, IMsgStore **ppMailboxMDB)
 
 HRESULT CMAPIImpl::Logoff(IMsgStore *pMailboxMDB)
 {
+    // As the contract has it: see Logon.
     const Operation op("CMAPIImpl::Logoff", "lpMailboxMDB: %p, FolderCount=[%ld]", pMailboxMDB, m_lOpenObjects.load());
     if (!pMailboxMDB)
         return S_OK;

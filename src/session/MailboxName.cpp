@@ -58,6 +58,7 @@ struct AddressEntry {
     {
         HRESULT hr;
         addressType = ReadText(op, pEntry, PR_ADDRTYPE_A,
+                               // As the contract has it: in other words than in the fallback.
                                "trying to get the email address type for the mailbox entry for %s.", szMailbox, hr);
         emailAddress =
             ReadText(op, pEntry, PR_EMAIL_ADDRESS_A,

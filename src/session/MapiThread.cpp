@@ -76,7 +76,7 @@ void DispatchWaitingMessages(const Operation &op)
     }
 }
 
-// A quit message does not end the pump, only the stop event does.
+// As the contract has it: a quit message does not end the pump, only the stop event does.
 HRESULT PumpUntilStopped(const Operation &op)
 {
     while (MsgWaitForMultipleObjects(1, &g_hStopEvent, FALSE, INFINITE, kAllInput) == WAIT_OBJECT_0 + 1)

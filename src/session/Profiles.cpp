@@ -158,6 +158,7 @@ HRESULT CMAPIImpl::GetAvailableProfiles(std::vector<Profile> &profiles)
         Profile &profile = profiles.emplace_back();
         if (szName)
             profile.strDisplayName = szName;
+        // As the contract has it: no class, no line.
         DebugOutputA(kTraceCall, "GetAvailableProfiles - profile is \"%s\"", profile.strDisplayName.c_str());
     }
     return hr;
@@ -171,6 +172,7 @@ HRESULT CMAPIImpl::GetExchangeServerName(tstring &strServer, const tstring &szPr
     strUser.clear();
     bMatched = false;
     if (!IsMapiInitialised()) {
+        // As the contract has it: no colon.
         op.Error("Error MAPI has not been initialised.");
         return E_UNEXPECTED;
     }
@@ -206,6 +208,7 @@ HRESULT CMAPIImpl::GetExchangeServerName(tstring &strServer, const tstring &szPr
         switch (value.ulPropTag) {
         case PR_PROFILE_HOME_SERVER:
             strServer = szText;
+            // As the contract has it: no class, no line, as in the lines below.
             DebugOutputA(kTraceCall, "GetExchangeServerName - profile home server is \"%s\"", strServer.c_str());
             break;
         case PR_PROFILE_NAME_A:

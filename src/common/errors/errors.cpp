@@ -13,6 +13,7 @@ tstring StartLine(const char *szFunction, int nLine, HRESULT hr, const char *szC
     tstring name(GetHResultName(hr));
     if (name.empty())
         name.GetErrorText(hr);
+    // As the contract has it: small codes have 8 characters with the 0x.
     line.AppendFormat("[%d]: Error %#08x [%s] from %s", nLine, static_cast<unsigned>(hr), name.c_str(), szCall);
     return line;
 }
@@ -23,6 +24,7 @@ void FinishLine(tstring &line, const tstring &context)
         line += '.';
     else
         line += " " + context;
+    // As the contract has it: the finished line is read as a format once more.
     DebugOutputLine(kTraceError, line.c_str());
 }
 

@@ -91,6 +91,7 @@ bool CriticalSection::LockMutex(const char *szFile, int nLine, bool bReport)
         return true;
     const DWORD error = GetLastError();
     const DWORD thread = GetCurrentThreadId();
+    // As the contract has it: handled, although the wait has no end.
     if (result == WAIT_TIMEOUT) {
         if (bReport) {
             DebugOutputA(kTraceLockWait,

@@ -43,6 +43,7 @@ tstring::tstring(const WCHAR *text)
     if (IsReadableText(text))
         FromWide(CopyWide(text));
     else
+        // As the contract has it: the second line names the assignment.
         ReportBadWideText("tstring::tstring", "tstring::operator=", text, __LINE__);
 }
 
@@ -120,6 +121,7 @@ tstring operator+(const tstring &left, const WCHAR *right)
     if (IsReadableText(right))
         sum.append(Narrowed(right));
     else
+        // As the contract has it: the second line names operator+=.
         ReportBadWideText("tstring::operator+", "tstring::operator+=", right, __LINE__);
     return sum;
 }

@@ -104,6 +104,7 @@ ULONG FindChunk(IStream *pStream, const char (&identifier)[5])
         const ULONG cb = size[0] | ULONG{size[1]} << 8 | ULONG{size[2]} << 16 | ULONG{size[3]} << 24;
         if (std::memcmp(found, identifier, sizeof found) == 0)
             return cb;
+        // As the contract has it: the pad byte of an odd chunk is not skipped.
         if (!Skip(pStream, cb))
             return 0;
     }

@@ -71,8 +71,8 @@ HRESULT CopyContent(const Operation &operation, const Copy &copy)
     return hr;
 }
 
-// The original, marked, and a new message with its content. Once there is a new message, marking, saving and copying
-// follow each other whatever became of the step before, and the last one gives the result.
+// The original, marked, and a new message with its content. As the contract has it: once there is a new message,
+// marking, saving and copying follow each other whatever became of the step before, and the last one gives the result.
 HRESULT CopyOriginal(const Operation &operation, const StoreEntry &original, LONG lVerb, std::atomic<LONG> &counter,
                      Copy &copy)
 {
@@ -95,6 +95,7 @@ HRESULT KeepInSentItems(const Operation &operation, IMsgStore *pIMsgStore, IMess
                         std::atomic<LONG> &counter)
 {
     FolderID sentItems;
+    // As the contract has it: without "trying to".
     const HRESULT hr = ReadFolderID(operation, pIMsgStore, PR_IPM_SENTMAIL_ENTRYID, "determining the ID for sentmail.",
                                     counter, sentItems);
     if (FAILED(hr))

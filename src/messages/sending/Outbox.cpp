@@ -16,6 +16,7 @@ HRESULT ReadFolderID(const Operation &operation, IMsgStore *pIMsgStore, ULONG ul
 
 HRESULT OpenOutbox(const Operation &operation, IMsgStore *pIMsgStore, std::atomic<LONG> &counter, Outbox &outbox)
 {
+    // As the contract has it: without "trying to".
     const HRESULT hr = ReadFolderID(operation, pIMsgStore, PR_IPM_OUTBOX_ENTRYID, "determining the ID for outbox.",
                                     counter, outbox.id);
     if (FAILED(hr))
@@ -29,6 +30,7 @@ HRESULT CreateMessage(const Operation &operation, const Outbox &outbox, std::ato
 {
     const HRESULT hr = message.Count(outbox.folder->CreateMessage(nullptr, 0, message.object.put()), counter);
     if (FAILED(hr))
+        // As the contract has it: without "trying to".
         return operation.Failed("CreateMessage", "creating the message.", outbox.folder.get(), hr);
     return hr;
 }
@@ -56,6 +58,7 @@ HRESULT OpenSource(const Operation &operation, const tstring &szFile, std::atomi
     const HRESULT hr = source.Count(
         OpenStreamOnFile(MAPIAllocateBuffer, MAPIFreeBuffer, 0, MapiIn(szFile), nullptr, source.object.put()), counter);
     if (FAILED(hr))
+        // As the contract has it: without "to", and no full stop.
         return operation.Failed("OpenStreamOnFile", "trying open a stream on the file %s", hr, szFile.c_str());
     return hr;
 }

@@ -125,6 +125,7 @@ HRESULT CMAPIImpl::SendUMEmail(IMsgStore *pIMsgStore, const OutgoingEmail &email
     // Two texts without quotes, as the contract has it.
     Operation operation("CMAPIImpl::SendUMEmail",
                         "pIMsgStore: %p, m_TargetAlias: \"%s\", szSubject: \"%s\", szBody: \"%s\"%s%s, szFile: \"%s\", "
+                        // As the contract has it: number and order without quotes.
                         "szFilename: \"%s\", lSecs: %ld, szNumber: %s, szName: \"%s\", szOrder: %s, offset: %ld, "
                         "ulMsgReceived: %lu",
                         static_cast<void *>(pIMsgStore), email.m_TargetAlias.c_str(), email.strSubject.c_str(),

@@ -31,7 +31,7 @@ constexpr NamedColumn kNamedColumns[] = {
 constexpr ULONG kNames = static_cast<ULONG>(std::size(kNamedColumns));
 using Columns = std::array<ULONG, kNames + 2>;
 
-// Where the folder does not know the names, the columns keep the bare identifiers.
+// As the contract has it: where the folder does not know the names, the columns keep the bare identifiers.
 Columns ResolveColumns(IMAPIFolder *pFolder)
 {
     Columns columns;
@@ -224,11 +224,13 @@ HRESULT CMAPIImpl::ScanCalendarFolder(IMsgStore *pIMsgStore, ULONG cbEntryID, co
                                       const tstring &szDate, std::vector<CalendarEvent> &events)
 {
     const StoreEntry calendar(pIMsgStore, cbEntryID, lpEntryID);
+    // As the contract has it: the entry ID without quotes.
     const Operation operation("CMAPIImpl::ScanCalendarFolder", "pIMsgStore: %p, EntryID: %s, szDate: \"%s\", ...",
                               static_cast<void *>(calendar.pIMsgStore), calendar.Text().c_str(), szDate.c_str());
     return operation.Stage([&]() -> HRESULT {
         Counted<IMAPIFolder> folder;
         HRESULT hr = OpenCounted(operation, calendar, &IID_IMAPIFolder, MAPI_BEST_ACCESS, OpenObjects(),
+                                 // As the contract has it: "Calender".
                                  "trying to access and open the Calender folder.", folder);
         if (FAILED(hr))
             return hr;
@@ -236,6 +238,7 @@ HRESULT CMAPIImpl::ScanCalendarFolder(IMsgStore *pIMsgStore, ULONG cbEntryID, co
         hr = table.Count(folder->GetContentsTable(0, table.object.put()), OpenObjects());
         if (FAILED(hr))
             return operation.Failed("GetContentsTable",
+                                    // As the contract has it: "Calender".
                                     "trying to retrieve the contents table for the Calender folder.", folder.get(), hr);
         const Columns columns = ResolveColumns(folder.get());
         CalendarDay day;

@@ -14,8 +14,6 @@ using storage::Type;
 namespace
 {
 
-constexpr std::int64_t kMinute = 600000000;
-
 constexpr Tag kStartDate = 0x00600040;
 constexpr Tag kEndDate = 0x00610040;
 constexpr Tag kIconIndex = 0x10800003;
@@ -89,13 +87,13 @@ Tags TagsOf(storage::Site site)
 
 std::int64_t Midnight(Day day)
 {
-    return (day - storage::kFirstDay).count() * 1440 * kMinute;
+    return (day - storage::kFirstDay).count() * 1440 * storage::kTicksPerMinute;
 }
 
 // The end of what never ends: the last minute of this day.
 std::int64_t EndOfTime()
 {
-    return Midnight(Day(std::chrono::year(4500) / 8 / 31)) + 1439 * kMinute;
+    return Midnight(Day(std::chrono::year(4500) / 8 / 31)) + 1439 * storage::kTicksPerMinute;
 }
 
 void SetRecurrence(PropertyBag &bag, const Tags &tags, const Appointment &appointment, std::int32_t minutes)
@@ -116,7 +114,7 @@ storage::MessageChanges Compose(storage::Site site, const Appointment &appointme
     constexpr std::int32_t kSingleIcon = 1024, kRecurringIcon = 1025;
     constexpr std::int32_t kSideEffects = 0x171; // clients open it as a whole, and not for what is new
     const Tags tags = TagsOf(std::move(site));
-    const auto minutes = static_cast<std::int32_t>((appointment.end - appointment.start) / kMinute);
+    const auto minutes = static_cast<std::int32_t>((appointment.end - appointment.start) / storage::kTicksPerMinute);
     const bool recurs = appointment.rule.has_value();
 
     storage::MessageChanges message;

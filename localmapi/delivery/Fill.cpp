@@ -1,5 +1,6 @@
 #include "localmapi/delivery/Fill.h"
 #include "localmapi/delivery/Compose.h"
+#include "localmapi/storage/Time.h"
 #include <algorithm>
 #include <array>
 #include <random>
@@ -11,15 +12,14 @@ namespace
 {
 
 constexpr std::uint64_t kBatch = 5000;
-constexpr std::int64_t kMinute = 600000000;
 
-constexpr std::array kNames = {"Ada Lind",     "Boris Novak",  "Chloé Martin", "Dmitri Pavlov", "Eleni Papadaki",
-                               "Farid Haddad", "Grace Kimani", "Hiro Tanaka",  "Inês Costa",    "Jakub Král"};
+constexpr std::array kSenders = {"Ada Lind",     "Boris Novak",  "Chloé Martin", "Dmitri Pavlov", "Eleni Papadaki",
+                                 "Farid Haddad", "Grace Kimani", "Hiro Tanaka",  "Inês Costa",    "Jakub Král"};
 constexpr std::array kSubjects = {"Figures for the week", "Meeting moved", "Your question", "Offer", "Visit on Friday"};
 
 storage::MessageChanges MessageOf(int kind, std::mt19937_64 &random, const storage::User &user, std::int64_t time)
 {
-    const std::string name = kNames[random() % kNames.size()];
+    const std::string name = kSenders[random() % kSenders.size()];
     const Traits traits{random() % 4 == 0, random() % 20 == 0};
     storage::MessageChanges message;
     if (kind == 0) {
@@ -67,7 +67,7 @@ void Fill(storage::Site site, const storage::User &user, std::uint64_t count, Mi
     for (std::uint64_t done = 0; done < count; done += batch.size()) {
         batch.clear();
         for (std::uint64_t i = done; i < std::min(count, done + kBatch); ++i) {
-            const std::int64_t time = last - static_cast<std::int64_t>(count - 1 - i) * kMinute;
+            const std::int64_t time = last - static_cast<std::int64_t>(count - 1 - i) * storage::kTicksPerMinute;
             batch.push_back({inbox, MessageOf(kinds[i % kinds.size()], random, user, time)});
         }
         objects.CreateMessages(batch);

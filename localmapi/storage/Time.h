@@ -8,6 +8,7 @@ namespace localmapi::storage
 
 using Ticks = std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>;
 constexpr std::int64_t kTicksPerSecond = Ticks::period::den;
+constexpr std::int64_t kTicksPerMinute = 60 * kTicksPerSecond;
 
 // The day that times, and dates in minutes and months, are counted from.
 constexpr std::chrono::year kFirstYear{1601};

@@ -16,8 +16,6 @@ using std::chrono::year_month_day;
 namespace
 {
 
-constexpr std::int64_t kMinute = 600000000;
-
 struct LocalTime {
     Day day;
     unsigned minute = 0; // of the day
@@ -186,7 +184,7 @@ void AddAppointment(const Common &common, const AppointmentOptions &options)
     appointment.end = UtcOf(end);
     if (appointment.end < appointment.start)
         throw ::tool::Misuse("the appointment ends before it starts");
-    if ((appointment.end - appointment.start) / kMinute > 0x7FFFFFFF)
+    if ((appointment.end - appointment.start) / storage::kTicksPerMinute > 0x7FFFFFFF)
         throw ::tool::Misuse("the appointment is too long");
 
     const storage::Site site = OpenSite(common);

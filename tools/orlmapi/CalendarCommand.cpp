@@ -77,8 +77,8 @@ void ShowCalendar(const Common &common, const std::string &mailboxName, const st
     const Mailbox mailbox(common.logon, mailboxName);
     Result<CalendarEventW> events;
     ULONG count = 0;
-    const HRESULT hr = OrlMapiObtainCalendarEventsW(mailbox.connection(), mailbox.handle(), tool::ToWide(day).c_str(),
-                                                    events.put(), &count);
+    const HRESULT hr = OrlMapiObtainCalendarEventsW(mailbox.ConnectionHandle(), mailbox.Handle(),
+                                                    tool::ToWide(day).c_str(), events.put(), &count);
     // A code without a name, which says most often what went wrong.
     if (hr == DISP_E_TYPEMISMATCH)
         throw Failure("\"" + day + "\" is no date that this locale knows", hr);

@@ -22,7 +22,7 @@ class Listing
         for (const tool::WideText &name : m_faxServers)
             m_faxServerPointers.push_back(name.c_str());
     }
-    ~Listing() { OrlMapiReleaseHandle(m_mailbox.connection(), &m_table, &m_bookmark); }
+    ~Listing() { OrlMapiReleaseHandle(m_mailbox.ConnectionHandle(), &m_table, &m_bookmark); }
     Listing(const Listing &) = delete;
     Listing &operator=(const Listing &) = delete;
 
@@ -33,9 +33,9 @@ class Listing
         const ULONG start =
             m_first ? (m_options.reverse ? ORL_BOOKMARK_END : ORL_BOOKMARK_BEGINNING) : ORL_BOOKMARK_CURRENT;
         m_first = false;
-        Check(OrlGetEmailHeadersW(m_mailbox.connection(), m_mailbox.handle(), &m_table, &m_bookmark, m_options.count,
-                                  page.put(), &count, &m_total, m_options.read, !m_options.reverse, start,
-                                  m_options.attachments, m_options.priority, m_options.fax, m_options.summary,
+        Check(OrlGetEmailHeadersW(m_mailbox.ConnectionHandle(), m_mailbox.Handle(), &m_table, &m_bookmark,
+                                  m_options.count, page.put(), &count, &m_total, m_options.read, !m_options.reverse,
+                                  start, m_options.attachments, m_options.priority, m_options.fax, m_options.summary,
                                   m_faxServerPointers.data(), static_cast<ULONG>(m_faxServerPointers.size()),
                                   m_options.um),
               "listing the mailbox " + m_options.mailbox);
@@ -44,7 +44,7 @@ class Listing
             m_table = m_bookmark = 0;
         return count;
     }
-    ULONG total() const { return m_total; }
+    ULONG Total() const { return m_total; }
 
   private:
     const Mailbox &m_mailbox;
@@ -109,10 +109,10 @@ void ListHeaders(const Common &common, const ListOptions &options)
         done += count;
         if (!options.all || count < static_cast<ULONG>(options.count))
             break;
-        progress.Show(done, listing.total());
+        progress.Show(done, listing.Total());
     }
     if (common.json)
         PrintJson(document);
     else
-        PrintLine(std::to_string(done) + " of " + std::to_string(listing.total()) + " messages");
+        PrintLine(std::to_string(done) + " of " + std::to_string(listing.Total()) + " messages");
 }

@@ -16,8 +16,8 @@ void ShowHeader(const Common &common, const std::string &mailboxName, const Entr
 {
     const Mailbox mailbox(common.logon, mailboxName);
     Result<EmailHeaderW> header;
-    Check(OrlGetEmailHeaderW(mailbox.connection(), mailbox.handle(), static_cast<ULONG>(entryId.size()), entryId.data(),
-                             header.put()),
+    Check(OrlGetEmailHeaderW(mailbox.ConnectionHandle(), mailbox.Handle(), static_cast<ULONG>(entryId.size()),
+                             entryId.data(), header.put()),
           "reading the header of the message");
     if (common.json) {
         PrintJson(HeaderAsJson(header[0]));
@@ -31,8 +31,8 @@ void ShowFlags(const Common &common, const std::string &mailboxName, const Entry
 {
     const Mailbox mailbox(common.logon, mailboxName);
     BYTE isPrivate = 0, highPriority = 0, read = 0;
-    Check(OrlGetEmailFlags(mailbox.connection(), mailbox.handle(), static_cast<ULONG>(entryId.size()), entryId.data(),
-                           &isPrivate, &highPriority, &read),
+    Check(OrlGetEmailFlags(mailbox.ConnectionHandle(), mailbox.Handle(), static_cast<ULONG>(entryId.size()),
+                           entryId.data(), &isPrivate, &highPriority, &read),
           "reading the flags of the message");
     if (common.json) {
         PrintJson({{"private", isPrivate != 0}, {"highPriority", highPriority != 0}, {"read", read != 0}});
@@ -47,8 +47,8 @@ void ShowText(const Common &common, const std::string &mailboxName, const EntryI
 {
     const Mailbox mailbox(common.logon, mailboxName);
     Result<EmailTextW> text;
-    Check(OrlDownloadEmailW(mailbox.connection(), mailbox.handle(), static_cast<ULONG>(entryId.size()), entryId.data(),
-                            text.put()),
+    Check(OrlDownloadEmailW(mailbox.ConnectionHandle(), mailbox.Handle(), static_cast<ULONG>(entryId.size()),
+                            entryId.data(), text.put()),
           "reading the text of the message");
     const std::string subject = tool::ToUtf8(text->pszSubject);
     const std::string body = tool::ToUtf8(text->pszBody);
@@ -65,7 +65,7 @@ void SaveAttachment(const Common &common, const std::string &mailboxName, const 
                     const std::string &file)
 {
     const Mailbox mailbox(common.logon, mailboxName);
-    Check(OrlDownloadAttachmentW(mailbox.connection(), mailbox.handle(), static_cast<ULONG>(entryId.size()),
+    Check(OrlDownloadAttachmentW(mailbox.ConnectionHandle(), mailbox.Handle(), static_cast<ULONG>(entryId.size()),
                                  entryId.data(), number, tool::ToWide(file).c_str()),
           "saving attachment " + std::to_string(number) + " to " + file);
     if (common.json)
@@ -77,7 +77,7 @@ void SaveAttachment(const Common &common, const std::string &mailboxName, const 
 void MarkRead(const Common &common, const std::string &mailboxName, const EntryId &entryId, bool read)
 {
     const Mailbox mailbox(common.logon, mailboxName);
-    Check(OrlSetEmailReadFlag(mailbox.connection(), mailbox.handle(), static_cast<ULONG>(entryId.size()),
+    Check(OrlSetEmailReadFlag(mailbox.ConnectionHandle(), mailbox.Handle(), static_cast<ULONG>(entryId.size()),
                               entryId.data(), read ? 1 : 0),
           read ? "marking the message read" : "marking the message unread");
     if (common.json)
@@ -89,9 +89,9 @@ void MarkRead(const Common &common, const std::string &mailboxName, const EntryI
 void DeleteMessage(const Common &common, const std::string &mailboxName, const EntryId &entryId)
 {
     const Mailbox mailbox(common.logon, mailboxName);
-    CheckDone(
-        OrlDeleteEmail(mailbox.connection(), mailbox.handle(), static_cast<ULONG>(entryId.size()), entryId.data()),
-        "deleting the message");
+    CheckDone(OrlDeleteEmail(mailbox.ConnectionHandle(), mailbox.Handle(), static_cast<ULONG>(entryId.size()),
+                             entryId.data()),
+              "deleting the message");
     if (common.json)
         PrintJson({{"deleted", true}});
     else

@@ -9,7 +9,7 @@ void ListProfiles(const Common &common)
     const Connection connection;
     Result<ExchangeProfileW> profiles;
     ULONG count = 0;
-    Check(OrlGetExchangeProfilesW(connection.handle(), profiles.put(), &count), "listing the profiles");
+    Check(OrlGetExchangeProfilesW(connection.Handle(), profiles.put(), &count), "listing the profiles");
     nlohmann::ordered_json document = nlohmann::ordered_json::array();
     for (ULONG i = 0; i < count; ++i) {
         const std::string name = tool::ToUtf8(profiles[i].pszDisplayName);
@@ -30,7 +30,7 @@ void ShowServerName(const Common &common, const std::string &profile)
         connection.LogOn(common.logon);
     const std::string asked = profile.empty() ? common.logon.profile : profile;
     Result<ExchangeServerNameW> server;
-    Check(OrlGetExchangeServerNameW(connection.handle(), server.put(), tool::ToWide(asked).c_str()),
+    Check(OrlGetExchangeServerNameW(connection.Handle(), server.put(), tool::ToWide(asked).c_str()),
           "reading the server of " + (asked.empty() ? std::string("the default profile") : "the profile " + asked));
     const std::string homeServer = tool::ToUtf8(server->pszHomeServer);
     const std::string user = tool::ToUtf8(server->pszProfileUser);

@@ -24,8 +24,8 @@ class Sender
         else
             m_mailbox.emplace(logon, mailbox);
     }
-    DWORD connection() const { return m_mailbox ? m_mailbox->connection() : m_connection->handle(); }
-    OrlMailbox handle() const { return m_mailbox ? m_mailbox->handle() : 0; }
+    DWORD ConnectionHandle() const { return m_mailbox ? m_mailbox->ConnectionHandle() : m_connection->Handle(); }
+    OrlMailbox Handle() const { return m_mailbox ? m_mailbox->Handle() : 0; }
 
   private:
     std::optional<Connection> m_connection;
@@ -77,8 +77,8 @@ std::string SubjectOf(const SendOptions &options, const VoicemailOptions &voicem
 void CheckThere(const Mailbox &mailbox, const EntryId &entryId)
 {
     BYTE flags[3] = {};
-    Check(OrlGetEmailFlags(mailbox.connection(), mailbox.handle(), static_cast<ULONG>(entryId.size()), entryId.data(),
-                           &flags[0], &flags[1], &flags[2]),
+    Check(OrlGetEmailFlags(mailbox.ConnectionHandle(), mailbox.Handle(), static_cast<ULONG>(entryId.size()),
+                           entryId.data(), &flags[0], &flags[1], &flags[2]),
           "opening the message");
 }
 
@@ -98,9 +98,9 @@ void SendMail(const Common &common, const SendOptions &options)
     const std::string body = options.bodyFile.empty() ? options.body : tool::ReadText(options.bodyFile);
     const Attached attached(options.attach);
     const Sender from(common.logon, options.from);
-    Check(OrlSendEmailW(from.connection(), from.handle(), ToWide(options.to).c_str(), ToWide(options.subject).c_str(),
-                        ToWide(body).c_str(), options.urgent, options.isPrivate, attached.wideFile.c_str(),
-                        attached.wideName.c_str()),
+    Check(OrlSendEmailW(from.ConnectionHandle(), from.Handle(), ToWide(options.to).c_str(),
+                        ToWide(options.subject).c_str(), ToWide(body).c_str(), options.urgent, options.isPrivate,
+                        attached.wideFile.c_str(), attached.wideName.c_str()),
           "sending the message to " + options.to);
     ShowSent(common, options, options.subject, attached);
 }
@@ -113,7 +113,7 @@ void SendVoicemail(const Common &common, const SendOptions &options, const Voice
     const std::string subject = SubjectOf(options, voicemail);
     // Seconds since 1970, as a voicemail server counts them.
     const auto received = static_cast<ULONG>(std::time(nullptr));
-    Check(OrlSendUMEmailW(from.connection(), from.handle(), ToWide(options.to).c_str(), ToWide(subject).c_str(),
+    Check(OrlSendUMEmailW(from.ConnectionHandle(), from.Handle(), ToWide(options.to).c_str(), ToWide(subject).c_str(),
                           ToWide(options.body).c_str(), options.urgent, options.isPrivate, attached.wideFile.c_str(),
                           attached.wideName.c_str(), voicemail.seconds, ToWide(voicemail.number).c_str(),
                           ToWide(voicemail.name).c_str(),
@@ -127,8 +127,8 @@ void ForwardMessage(const Common &common, const std::string &mailboxName, const 
     CheckRecipients(to);
     const Mailbox mailbox(common.logon, mailboxName);
     CheckThere(mailbox, entryId);
-    Check(OrlForwardEmailW(mailbox.connection(), mailbox.handle(), static_cast<ULONG>(entryId.size()), entryId.data(),
-                           ToWide(to).c_str()),
+    Check(OrlForwardEmailW(mailbox.ConnectionHandle(), mailbox.Handle(), static_cast<ULONG>(entryId.size()),
+                           entryId.data(), ToWide(to).c_str()),
           "forwarding the message");
     ShowAsked(common, "asked to forward the message to " + tool::Clean(to));
 }
@@ -139,8 +139,8 @@ void RespondToMessage(const Common &common, const std::string &mailboxName, cons
     const Attached attached(attach);
     const Mailbox mailbox(common.logon, mailboxName);
     CheckThere(mailbox, entryId);
-    Check(OrlRespondEmailW(mailbox.connection(), mailbox.handle(), static_cast<ULONG>(entryId.size()), entryId.data(),
-                           attached.wideFile.c_str(), attached.wideName.c_str(), 0),
+    Check(OrlRespondEmailW(mailbox.ConnectionHandle(), mailbox.Handle(), static_cast<ULONG>(entryId.size()),
+                           entryId.data(), attached.wideFile.c_str(), attached.wideName.c_str(), 0),
           "answering the message");
     ShowAsked(common, "asked to answer the message to its sender");
 }

@@ -33,11 +33,11 @@ void Connection::LogOn(const LogonOptions &options)
 Mailbox::Mailbox(const LogonOptions &options, const std::string &name)
 {
     m_connection.LogOn(options);
-    Check(OrlMapiConnectToMailboxW(m_connection.handle(), &m_mailbox, tool::ToWide(name).c_str()),
+    Check(OrlMapiConnectToMailboxW(m_connection.Handle(), &m_mailbox, tool::ToWide(name).c_str()),
           "opening the mailbox " + name);
 }
 
 Mailbox::~Mailbox()
 {
-    OrlMapiDisconnectFromMailbox(m_connection.handle(), m_mailbox);
+    OrlMapiDisconnectFromMailbox(m_connection.Handle(), m_mailbox);
 }

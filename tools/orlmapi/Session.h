@@ -26,7 +26,7 @@ class Connection
     Connection &operator=(const Connection &) = delete;
 
     void LogOn(const LogonOptions &options);
-    DWORD handle() const { return m_handle; }
+    DWORD Handle() const { return m_handle; }
 
   private:
     DWORD m_handle = 0;
@@ -40,8 +40,8 @@ class Mailbox
     Mailbox(const Mailbox &) = delete;
     Mailbox &operator=(const Mailbox &) = delete;
 
-    DWORD connection() const { return m_connection.handle(); }
-    OrlMailbox handle() const { return m_mailbox; }
+    DWORD ConnectionHandle() const { return m_connection.Handle(); }
+    OrlMailbox Handle() const { return m_mailbox; }
 
   private:
     Connection m_connection;

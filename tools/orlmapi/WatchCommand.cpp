@@ -64,15 +64,15 @@ class Watch
     {
         const std::string tried = "watching the mailbox " + m_name;
         OrlMailbox mailbox = 0;
-        Check(OrlAdviseW(connection.handle(), &m_sink, tool::ToWide(m_name).c_str(), &Watch::Told,
+        Check(OrlAdviseW(connection.Handle(), &m_sink, tool::ToWide(m_name).c_str(), &Watch::Told,
                          reinterpret_cast<ULONG_PTR>(this), &mailbox),
               tried);
         if (m_sink == 0) {
-            OrlMapiDisconnectFromMailbox(connection.handle(), mailbox);
+            OrlMapiDisconnectFromMailbox(connection.Handle(), mailbox);
             throw Failure(tried, E_FAIL);
         }
     }
-    void End(const Connection &connection) { OrlUnadvise(connection.handle(), m_sink, nullptr); }
+    void End(const Connection &connection) { OrlUnadvise(connection.Handle(), m_sink, nullptr); }
 
   private:
     static BOOL ORLAPI Told(const WCHAR *, ULONG unread, ULONG unreadHighPriority, ULONG read, ULONG_PTR context)

@@ -21,7 +21,7 @@ struct alignas(std::max_align_t) Header {
     Header *next = nullptr;
 };
 
-void *Bytes(Header *header)
+void *BlockOf(Header *header)
 {
     return header + 1;
 }
@@ -101,7 +101,7 @@ SCODE AllocateBuffer(ULONG size, void **block) noexcept
         DeleteBlock(header);
         return MAPI_E_NOT_ENOUGH_MEMORY;
     }
-    *block = Bytes(header);
+    *block = BlockOf(header);
     return S_OK;
 }
 
@@ -127,7 +127,7 @@ SCODE AllocateMore(ULONG size, void *root, void **block) noexcept
         header->next = head->next;
         head->next = header;
     }
-    *block = Bytes(header);
+    *block = BlockOf(header);
     return S_OK;
 }
 

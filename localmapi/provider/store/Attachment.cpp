@@ -14,7 +14,7 @@ using storage::PropertyBag;
 namespace
 {
 
-constexpr LONG kAccess = MAPI_ACCESS_MODIFY | MAPI_ACCESS_READ | MAPI_ACCESS_DELETE;
+constexpr LONG kAttachmentAccess = MAPI_ACCESS_MODIFY | MAPI_ACCESS_READ | MAPI_ACCESS_DELETE;
 
 storage::Bytes NumberKey(std::int32_t number)
 {
@@ -28,7 +28,7 @@ storage::Bytes NumberKey(std::int32_t number)
 
 void AddAttachmentProperties(const StoreContext &store, std::int32_t number, bool writable, PropertyBag &bag)
 {
-    for (const storage::Property &property : store.Common(MAPI_ATTACH, kAccess, writable))
+    for (const storage::Property &property : store.Common(MAPI_ATTACH, kAttachmentAccess, writable))
         bag.Set(property.tag, property.value);
     bag.Set(PR_ATTACH_NUM, number);
     bag.Set(PR_RECORD_KEY, NumberKey(number));

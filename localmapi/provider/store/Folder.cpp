@@ -20,9 +20,9 @@ using storage::PropertyBag;
 namespace
 {
 
-constexpr LONG kAccess = MAPI_ACCESS_MODIFY | MAPI_ACCESS_READ | MAPI_ACCESS_DELETE | MAPI_ACCESS_CREATE_HIERARCHY |
-                         MAPI_ACCESS_CREATE_CONTENTS | MAPI_ACCESS_CREATE_ASSOCIATED;
-constexpr std::size_t kPage = 500;
+constexpr LONG kFolderAccess = MAPI_ACCESS_MODIFY | MAPI_ACCESS_READ | MAPI_ACCESS_DELETE |
+                               MAPI_ACCESS_CREATE_HIERARCHY | MAPI_ACCESS_CREATE_CONTENTS |
+                               MAPI_ACCESS_CREATE_ASSOCIATED;
 
 } // namespace
 
@@ -51,7 +51,7 @@ PropertyBag Folder::Stored(const std::vector<storage::Tag> *tags)
 
 void Folder::AddComputed(PropertyBag &bag)
 {
-    for (const storage::Property &property : m_store->Common(MAPI_FOLDER, kAccess, m_writable))
+    for (const storage::Property &property : m_store->Common(MAPI_FOLDER, kFolderAccess, m_writable))
         bag.Set(property.tag, property.value);
     const storage::Mailbox &mailbox = m_store->mailbox;
     const bool root = m_id == mailbox.root;

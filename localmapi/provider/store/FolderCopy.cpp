@@ -15,8 +15,6 @@ using storage::PropertyBag;
 namespace
 {
 
-constexpr std::size_t kPage = 500;
-
 std::vector<ObjectId> MessagesIn(const storage::Site &site, const storage::Container &container)
 {
     const storage::View view(site, container);

@@ -20,7 +20,7 @@ using storage::PropertyBag;
 namespace
 {
 
-constexpr LONG kAccess = MAPI_ACCESS_MODIFY | MAPI_ACCESS_READ | MAPI_ACCESS_DELETE;
+constexpr LONG kMessageAccess = MAPI_ACCESS_MODIFY | MAPI_ACCESS_READ | MAPI_ACCESS_DELETE;
 // Not to be changed by a client: what has a part in a message that decides where it is shown, or follows from parts.
 constexpr std::int32_t kKeptFlags = storage::kFlagHasAttachments | storage::kFlagAssociated;
 
@@ -102,7 +102,7 @@ PropertyBag Message::Stored(const std::vector<storage::Tag> *tags)
 
 void Message::AddComputed(PropertyBag &bag)
 {
-    for (const storage::Property &property : m_store->Common(MAPI_MESSAGE, kAccess, m_writable))
+    for (const storage::Property &property : m_store->Common(MAPI_MESSAGE, kMessageAccess, m_writable))
         bag.Set(property.tag, property.value);
     if (!IsEmbedded()) {
         bag.Set(PR_PARENT_ENTRYID, m_store->FolderId(m_folder));

@@ -15,8 +15,9 @@ using storage::PropertyBag;
 namespace
 {
 
-constexpr LONG kAccess = MAPI_ACCESS_MODIFY | MAPI_ACCESS_READ | MAPI_ACCESS_DELETE | MAPI_ACCESS_CREATE_HIERARCHY |
-                         MAPI_ACCESS_CREATE_CONTENTS | MAPI_ACCESS_CREATE_ASSOCIATED;
+constexpr LONG kStoreAccess = MAPI_ACCESS_MODIFY | MAPI_ACCESS_READ | MAPI_ACCESS_DELETE |
+                              MAPI_ACCESS_CREATE_HIERARCHY | MAPI_ACCESS_CREATE_CONTENTS |
+                              MAPI_ACCESS_CREATE_ASSOCIATED;
 constexpr LONG kValidFolders = FOLDER_IPM_SUBTREE_VALID | FOLDER_IPM_INBOX_VALID | FOLDER_IPM_OUTBOX_VALID |
                                FOLDER_IPM_WASTEBASKET_VALID | FOLDER_IPM_SENTMAIL_VALID;
 constexpr ULONG kLogoffFlags = LOGOFF_NO_WAIT | LOGOFF_ORDERLY | LOGOFF_PURGE | LOGOFF_ABORT | LOGOFF_QUIET;
@@ -47,7 +48,7 @@ Store::Store(StorePtr store) : StoredObject(store, store->writable)
 
 void Store::AddComputed(PropertyBag &bag)
 {
-    for (const storage::Property &property : m_store->Common(MAPI_STORE, kAccess, m_writable))
+    for (const storage::Property &property : m_store->Common(MAPI_STORE, kStoreAccess, m_writable))
         bag.Set(property.tag, property.value);
     const storage::Mailbox &mailbox = m_store->mailbox;
     bag.Set(PR_ENTRYID, m_store->entryId);

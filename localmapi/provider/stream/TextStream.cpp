@@ -13,7 +13,7 @@ namespace localmapi
 namespace
 {
 
-constexpr std::size_t kPiece = 64 * 1024;
+constexpr std::size_t kReadAtOnce = 64 * 1024;
 constexpr std::size_t kLongestRun = 4 * 1024 * 1024;
 
 // How much of a piece can be converted without the rest: it ends between two characters.
@@ -62,8 +62,8 @@ template <class Whole, class Take> void EachPiece(const storage::Stream &from, W
     std::uint64_t offset = 0;
     for (;;) {
         const std::size_t kept = piece.size();
-        piece.resize(kept + kPiece);
-        const std::size_t read = from.Read(offset, piece.data() + kept, kPiece);
+        piece.resize(kept + kReadAtOnce);
+        const std::size_t read = from.Read(offset, piece.data() + kept, kReadAtOnce);
         piece.resize(kept + read);
         offset += read;
         const bool last = read == 0;

@@ -1,6 +1,6 @@
 # precompiled_header(NAME LIBRARIES): cmake/precompiled/NAME.h, compiled once for all targets that use it. They must be
-# compiled like it: the language's options and macros count. It is a matter of time alone: what a file uses it includes
-# itself, which clang-tidy and the test of the headers prove, since they read each file without it.
+# compiled like it: the language's options and macros count. It is a matter of time alone: a file includes what it uses. For
+# headers headers_alone proves it, which compiles each without this.
 function(precompiled_header name)
     add_library(precompiled_${name} OBJECT ${PROJECT_SOURCE_DIR}/cmake/empty.cpp)
     target_link_libraries(precompiled_${name} PRIVATE ${ARGN})

@@ -35,14 +35,14 @@ const AttachmentChanges *MessageChanges::FindAttachment(std::int32_t number) con
 
 void MessageChanges::ReplaceAttachment(AttachmentChanges attachment)
 {
-    forgetAttachment(attachment.number);
+    ForgetAttachment(attachment.number);
     // New ones are made in the order of their numbers.
     const auto behind = std::find_if(attachments.begin(), attachments.end(),
                                      [&](const AttachmentChanges &one) { return one.number > attachment.number; });
     attachments.insert(behind, std::move(attachment));
 }
 
-void MessageChanges::forgetAttachment(std::int32_t number)
+void MessageChanges::ForgetAttachment(std::int32_t number)
 {
     std::erase_if(attachments, [&](const AttachmentChanges &one) { return one.number == number; });
 }

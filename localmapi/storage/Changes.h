@@ -41,7 +41,7 @@ struct MessageChanges {
     const AttachmentChanges *FindAttachment(std::int32_t number) const;
     // In the place of what was to become of it before.
     void ReplaceAttachment(AttachmentChanges attachment);
-    void forgetAttachment(std::int32_t number);
+    void ForgetAttachment(std::int32_t number);
     // The bytes that it adds, about.
     std::uint64_t AddedSize() const;
 };

@@ -1,5 +1,5 @@
 // The people of a site: users, each with a mailbox, and contacts, who have an address elsewhere. As objects they have
-// properties (see tags.h), so an address book table is a View of Kind::Directory.
+// properties (see Tags.h), so an address book table is a View of Kind::Directory.
 #pragma once
 #include "localmapi/storage/Site.h"
 

@@ -7,7 +7,7 @@
 namespace localmapi::storage
 {
 
-// Whether an order, as of compareValues, satisfies the relation.
+// Whether an order, as of CompareValues, satisfies the relation.
 bool Related(int order, Relation relation);
 // Whether the value has the pattern where `match` asks for it; both as Folded() gives them.
 bool Contains(std::string_view value, std::string_view pattern, Filter::Match match);

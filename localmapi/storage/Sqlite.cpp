@@ -188,7 +188,7 @@ Connection::Connection(const std::string &path, int flags, int busyTimeoutMs) : 
 
 Connection::~Connection()
 {
-    forgetStatements();
+    ForgetStatements();
     sqlite3_close(m_handle);
 }
 
@@ -224,14 +224,14 @@ void Connection::GiveBack(sqlite3_stmt *statement) noexcept
     sqlite3_clear_bindings(statement);
     try {
         if (m_idle.size() >= kIdleStatements)
-            forgetStatements();
+            ForgetStatements();
         m_idle.emplace(sqlite3_sql(statement), statement);
     } catch (const std::bad_alloc &) {
         sqlite3_finalize(statement);
     }
 }
 
-void Connection::forgetStatements() noexcept
+void Connection::ForgetStatements() noexcept
 {
     for (auto &[sql, statement] : m_idle)
         sqlite3_finalize(statement);

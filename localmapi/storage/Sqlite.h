@@ -107,7 +107,7 @@ class Connection
     friend class Statement;
     friend class Transaction;
     void GiveBack(sqlite3_stmt *statement) noexcept;
-    void forgetStatements() noexcept;
+    void ForgetStatements() noexcept;
 
     std::string m_path;
     sqlite3 *m_handle = nullptr;

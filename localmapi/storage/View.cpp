@@ -96,7 +96,7 @@ Moved View::Move(const Place &from, std::int64_t rows) const
         });
     auto signedDone = static_cast<std::int64_t>(done);
     if (done < wanted)
-        return forward ? Moved{Place::end(), signedDone} : Moved{Place::beginning(), -signedDone};
+        return forward ? Moved{Place::end(), signedDone} : Moved{Place::Beginning(), -signedDone};
     return forward ? Moved{last.After(), signedDone} : Moved{last.Before(), -signedDone};
 }
 

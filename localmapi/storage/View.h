@@ -27,7 +27,7 @@ struct Place {
     Where where = Where::Beginning;
     std::vector<Value> keys; // what the row is sorted by
     ObjectId id = 0;
-    static Place beginning() { return {}; }
+    static Place Beginning() { return {}; }
     static Place end() { return {Where::End, {}, 0}; }
     bool operator==(const Place &) const = default;
 };
@@ -67,7 +67,7 @@ class View
     Moved Move(const Place &from, std::int64_t rows) const;
     Place PlaceAt(std::uint64_t offset) const
     {
-        return Move(Place::beginning(), static_cast<std::int64_t>(offset)).place;
+        return Move(Place::Beginning(), static_cast<std::int64_t>(offset)).place;
     }
 
     // The first row after the place (the last one before it) that also satisfies `filter`.

@@ -123,7 +123,7 @@ SqlText Walk::Beyond(const Place &place, Direction direction) const
     SqlText sql;
     for (std::size_t i = 0; i < m_sort.size(); ++i) {
         std::string value = ValueOf(m_sort[i].tag, m_container.kind);
-        bool up = ascending(m_sort[i], direction);
+        bool up = Ascending(m_sort[i], direction);
         const Value key = i < place.keys.size() ? place.keys[i] : Value();
         if (IsAbsent(key)) {
             sql += up ? "(" + value + " IS NOT NULL OR (" + value + " IS NULL AND " : "(" + value + " IS NULL AND (";
@@ -135,7 +135,7 @@ SqlText Walk::Beyond(const Place &place, Direction direction) const
         sql.append(RelationWith(m_sort[i].tag, value, Relation::Equal, key, false));
         sql += " AND ";
     }
-    sql += std::string("o.id") + Comparison(ascending(m_sort.front(), direction), IncludesOwnRow(place, direction));
+    sql += std::string("o.id") + Comparison(Ascending(m_sort.front(), direction), IncludesOwnRow(place, direction));
     sql.Parameter(place.id);
     for (std::size_t i = 0; i < m_sort.size(); ++i)
         sql += "))";
@@ -200,7 +200,7 @@ std::uint64_t Walk::CountBefore(const Place &place)
     for (const Branch &branch : m_branches) {
         SqlText sql = RowsOf(branch);
         sql.append(
-            BeyondTime(m_timeColumn, place, Direction::Backward, ascending(m_sort.front(), Direction::Backward)));
+            BeyondTime(m_timeColumn, place, Direction::Backward, Ascending(m_sort.front(), Direction::Backward)));
         sum += CountRows(sql);
     }
     return sum;
@@ -233,7 +233,7 @@ class Walk::FacetCursor
   private:
     static SqlText RowsOf(const Walk &walk, const Branch &branch, const Place &from, Direction direction)
     {
-        bool up = walk.ascending(walk.m_sort.front(), direction);
+        bool up = walk.Ascending(walk.m_sort.front(), direction);
         std::string time = walk.m_timeColumn;
         SqlText sql;
         sql += "SELECT " + time + ", o.id ";
@@ -251,7 +251,7 @@ class Walk::FacetCursor
 void Walk::WalkMerged(const Place &from, Direction direction, std::uint64_t rows,
                       const std::function<void(Row &&)> &visit)
 {
-    bool up = ascending(m_sort.front(), direction);
+    bool up = Ascending(m_sort.front(), direction);
     std::deque<FacetCursor> cursors;
     std::vector<FacetCursor *> order;
     for (const Branch &branch : m_branches)
@@ -284,8 +284,8 @@ void Walk::WalkSorted(const Place &from, Direction direction, std::uint64_t rows
     }
     sql += " ORDER BY ";
     for (std::size_t i = 0; i < m_sort.size(); ++i)
-        sql += OrderOf(m_sort[i].tag, "k" + std::to_string(i)) + (ascending(m_sort[i], direction) ? ", " : " DESC, ");
-    sql += ascending(m_sort.front(), direction) ? "o.id" : "o.id DESC";
+        sql += OrderOf(m_sort[i].tag, "k" + std::to_string(i)) + (Ascending(m_sort[i], direction) ? ", " : " DESC, ");
+    sql += Ascending(m_sort.front(), direction) ? "o.id" : "o.id DESC";
     sql += " LIMIT ";
     sql.Parameter(static_cast<std::int64_t>(std::min<std::uint64_t>(rows, INT64_MAX)));
     Query query(m_connection, sql);

@@ -50,7 +50,7 @@ class Walk
                     const std::function<void(Row &&)> &visit);
     SqlText SelectionSql() const;
     Row RowFrom(const Statement &statement) const;
-    bool ascending(const SortKey &key, Direction direction) const
+    bool Ascending(const SortKey &key, Direction direction) const
     {
         return key.descending != (direction == Direction::Forward);
     }

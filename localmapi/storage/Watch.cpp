@@ -61,7 +61,7 @@ class Watch::NoticeMaker
     {
         std::set<ObjectId> members;
         if (m_watch.m_needsMembers)
-            m_walk.Visit(Place::beginning(), Direction::Forward, kMostMembers + 1,
+            m_walk.Visit(Place::Beginning(), Direction::Forward, kMostMembers + 1,
                          [&](Row &&row) { members.insert(row.id); });
         m_watch.m_knowsMembers = m_watch.m_needsMembers && members.size() <= kMostMembers;
         m_watch.m_members = m_watch.m_knowsMembers ? std::move(members) : std::set<ObjectId>();
@@ -73,16 +73,16 @@ class Watch::NoticeMaker
         if (from == m_last)
             return {};
         if (!HoldsEntriesAfter(*m_reader, from))
-            return together(Notice::Kind::Lost);
+            return Together(Notice::Kind::Lost);
         std::vector<ChangeEntry> entries = EntriesAfter(*m_reader, from, kMostEntries + 1);
         if (entries.size() > kMostEntries)
-            return together(Notice::Kind::Several);
+            return Together(Notice::Kind::Several);
         for (const ChangeEntry &entry : entries)
             if (!Take(entry))
-                return together(Notice::Kind::Several);
+                return Together(Notice::Kind::Several);
         std::vector<Notice> notices = Tell();
         if (notices.size() > kMostNotices)
-            return together(Notice::Kind::Several);
+            return Together(Notice::Kind::Several);
         Complete(notices, columns);
         Commit(notices);
         return notices;
@@ -176,7 +176,7 @@ class Watch::NoticeMaker
         m_watch.m_position = m_last;
     }
 
-    std::vector<Notice> together(Notice::Kind kind)
+    std::vector<Notice> Together(Notice::Kind kind)
     {
         begin();
         std::vector<Notice> notices(1);

@@ -48,7 +48,7 @@ void ListFolder(const Common &common, const std::string &alias, const std::strin
     constexpr std::size_t kPage = 1000;
     nlohmann::ordered_json document = nlohmann::ordered_json::array();
     const std::size_t width = static_cast<std::size_t>(std::max(60, ::tool::TerminalWidth()));
-    storage::Place place = storage::Place::beginning();
+    storage::Place place = storage::Place::Beginning();
     std::uint64_t done = 0;
     std::optional<Progress> progress; // lines show progress enough
     if (common.json)
@@ -56,7 +56,8 @@ void ListFolder(const Common &common, const std::string &alias, const std::strin
     for (;;) {
         const std::vector<storage::Row> rows = view.Read(place, storage::Direction::Forward, kPage, columns);
         for (const storage::Row &row : rows) {
-            const std::string submitted = IsoTime(ValueOr<std::int64_t>(row.values[0], 0));
+            const std::int64_t submitTime = ValueOr<std::int64_t>(row.values[0], 0);
+            const std::string submitted = submitTime == 0 ? "" : IsoTime(submitTime);
             const bool read = (ValueOr<std::int32_t>(row.values[1], 0) & storage::kFlagRead) != 0;
             const bool urgent = ValueOr<std::int32_t>(row.values[2], 1) == 2;
             const bool isPrivate = ValueOr<std::int32_t>(row.values[7], 0) == 2;

@@ -4,7 +4,6 @@
 #include "tools/common/Program.h"
 #include <chrono>
 #include <cstdio>
-#include <ctime>
 #include <system_error>
 
 namespace localmapi::tool
@@ -48,13 +47,16 @@ void PrintJson(const nlohmann::ordered_json &document)
 
 std::string IsoTime(std::int64_t ticks)
 {
-    if (ticks == 0)
-        return {};
-    const auto seconds =
-        static_cast<std::time_t>(ticks / storage::kTicksPerSecond - storage::kUnixEpoch / storage::kTicksPerSecond);
-    const std::tm *utc = std::gmtime(&seconds);
-    char text[32];
-    return utc && std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", utc) ? text : "";
+    using namespace std::chrono;
+    const auto time = storage::kFirstDay + floor<seconds>(storage::Ticks(ticks));
+    const year_month_day date(floor<days>(time));
+    const hh_mm_ss clock(time - floor<days>(time));
+    char text[64];
+    std::snprintf(text, sizeof text, "%04d-%02u-%02uT%02d:%02d:%02dZ", static_cast<int>(date.year()),
+                  static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+                  static_cast<int>(clock.hours().count()), static_cast<int>(clock.minutes().count()),
+                  static_cast<int>(clock.seconds().count()));
+    return text;
 }
 
 namespace

@@ -30,7 +30,7 @@ std::filesystem::path PathOf(const std::string &utf8);
 // "hello.wav: No such file or directory"
 std::string FileError(const std::string &file, const std::exception &error);
 
-// "2026-11-21T08:15:30Z" of 100 ns since 1601; empty for 0.
+// "2026-11-21T08:15:30Z" of a stored time, in whatever year.
 std::string IsoTime(std::int64_t ticks);
 
 void PrintLine(const std::string &line);

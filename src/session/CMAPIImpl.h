@@ -2,7 +2,7 @@
 // process-wide registry of connections and the MAPI thread are its static side.
 //
 // A feature's members are declared here and defined in the feature's own room, which stands above this one; what they
-// take and give is defined there too. They work on the session through State() and OpenObjects() alone.
+// take and give is defined there too. They work on the session through its public members; none touches its data.
 #pragma once
 #include "OrlMapi32.h"
 #include "common/lock/CritSect.h"

@@ -10,8 +10,9 @@ class SessionDependent
     SessionDependent(const SessionDependent &) = delete;
     SessionDependent &operator=(const SessionDependent &) = delete;
 
-    // Ends what it holds for a session and waits until it is over. Called without any lock held, on the thread that
-    // disconnects or closes the session, also on several at once and for a session that it holds nothing for.
+    // Ends what it holds for a session and waits until it is over. Called on the thread that disconnects or closes
+    // the session, without a lock held unless the session never got a handle; also on several threads at once, and for
+    // a session that it holds nothing for. Does not throw: the next one would not be told.
     virtual void EndFor(const CMAPIImpl &session) = 0;
 
   protected:
@@ -20,7 +21,9 @@ class SessionDependent
 
   private:
     friend void RegisterDependent(SessionDependent &dependent) noexcept;
-    friend void EndDependentsOf(const CMAPIImpl &session);
+    friend // Ends all of them for a session that is about to log off. Any thread.
+        void
+        EndDependentsOf(const CMAPIImpl &session);
     SessionDependent *m_pNext = nullptr;
 };
 

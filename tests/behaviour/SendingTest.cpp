@@ -39,7 +39,7 @@ class SendingBehaviour : public BehaviourTest
         const storage::View view(site(), {storage::Container::Kind::Contents, mailbox.*folder});
         std::vector<std::string> subjects;
         for (const storage::Row &row :
-             view.Read(storage::Place::beginning(), storage::Direction::Forward, 1000, {delivery::kSubject})) {
+             view.Read(storage::Place::Beginning(), storage::Direction::Forward, 1000, {delivery::kSubject})) {
             const auto *subject = std::get_if<std::string>(&row.values[0]);
             subjects.push_back(subject ? *subject : "");
         }
@@ -84,7 +84,7 @@ class SendingBehaviour : public BehaviourTest
         const storage::Directory directory(site());
         const storage::Mailbox mailbox = directory.GetMailbox(directory.UserByAlias(alias)->mailbox);
         const storage::View view(site(), {storage::Container::Kind::Contents, mailbox.inbox});
-        return view.Read(storage::Place::beginning(), storage::Direction::Forward, 2, tags);
+        return view.Read(storage::Place::Beginning(), storage::Direction::Forward, 2, tags);
     }
     // The last verb that was done on the one message of an Inbox, and its icon; 0 for none.
     std::pair<std::int32_t, std::int32_t> MarksOf(const std::string &alias)

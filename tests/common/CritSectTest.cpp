@@ -241,6 +241,8 @@ TEST_F(Lock, DestructionWaitsForTheHolder)
         target->Lock("holder", 1, true);
         held.Open();
         EXPECT_TRUE(ending.Pass());
+        for (int i = 0; i < 1000; ++i) // long enough for a destruction that does not wait to be over first
+            std::this_thread::yield();
         released = true;
         target->Unlock("holder", 2, nullptr, nullptr, true);
     });

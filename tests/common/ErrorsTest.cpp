@@ -1,8 +1,8 @@
 // The one shape of error lines, letter by letter; what a failing object adds to it; exceptions; and that text of
 // unknown origin stays harmless in every part of a line.
+#include "common/errors/errors.h"
 #include "MapiBuffers.h"
 #include "common/base/Owners.h"
-#include "common/errors/errors.h"
 #include "support/TraceCapture.h"
 #include <cstring>
 #include <gmock/gmock.h>

@@ -1,7 +1,7 @@
 // The guard against memory faults: a faulting call ends and the thread goes on; faults of code without a guard, of
 // other threads and of other kinds are left to their own handlers.
-#include "BadMemory.h"
 #include "common/base/FaultGuard.h"
+#include "BadMemory.h"
 #include <atomic>
 #include <cstdio>
 #include <gtest/gtest.h>

@@ -1,9 +1,9 @@
 // tstring takes any pointer: null, unreadable, unterminated at the end of what can be read, and odd addresses for wide
 // text. A bad one is reported in the trace, letter by letter as written here, and counts as empty text.
+#include "common/text/tstring.h"
 #include "BadMemory.h"
 #include "LikeLine.h"
 #include "ReplacedCalls.h"
-#include "common/text/tstring.h"
 #include "support/TraceCapture.h"
 #include <cstring>
 #include <gmock/gmock.h>

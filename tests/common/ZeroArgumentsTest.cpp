@@ -1,7 +1,7 @@
 // Text of unknown origin as a format: only conversions that read survive, no more than the arguments suffice for, and
 // what comes out is the same on every target.
-#include "common/text/tstring.h"
 #include "common/trace/ZeroArguments.h"
+#include "common/text/tstring.h"
 #include "support/TraceCapture.h"
 #include <gtest/gtest.h>
 

@@ -48,6 +48,13 @@ echo '#include "loft/Loft.h"' >>"$house/src/cellar/Cellar.h"
 refused 'src/cellar/Cellar.h:2: src/cellar may not include from src/loft (loft/Loft.h)'
 echo '  #  include "../loft/Loft.h" // a way round' >>"$house/src/ground/Ground.h"
 refused 'src/ground/Ground.h:3: src/ground may not include from src/loft (../loft/Loft.h)'
+echo '#include <loft/Loft.h>' >>"$house/src/cellar/Cellar.h"
+refused 'src/cellar/Cellar.h:2: src/cellar may not include from src/loft (loft/Loft.h)'
+for hidden in '#define LOFT "loft/Loft.h"
+#include LOFT' '/* */ #include "loft/Loft.h"' '#/**/include "loft/Loft.h"' '#import "loft/Loft.h"' '%:include "loft/Loft.h"'; do
+    echo "$hidden" >"$house/src/cellar/Cellar.h"
+    refused "src/cellar/Cellar.h:$(wc -l <"$house/src/cellar/Cellar.h"): an include that is not written plainly"
+done
 echo '#include <windows.h>' >>"$house/src/cellar/Cellar.h"
 refused 'src/cellar/Cellar.h:2: src/cellar may not include from platform (windows.h)'
 echo '#include "Nowhere.h"' >>"$house/src/loft/Loft.h"

@@ -75,6 +75,10 @@ export TZ=UTC0
 # The first and the last days that there are.
 expect 0 localmapi appointment add --user bob --start "1601-01-01 00:00" --end "1601-01-01 00:30" --subject First
 expect 0 localmapi appointment add --user bob --start "4499-12-31 23:00" --end "4499-12-31 23:30" --subject Last --recur monthly
+for year in 1601 1960 2040 4499; do # what is printed does not depend on how the system counts seconds
+    expect 0 localmapi --json appointment add --user bob --start "$year-06-01 12:00" --end "$year-06-01 12:30" --subject "$year"
+    json --arg year "$year" '.start == $year + "-06-01T12:00:00Z" and .end == $year + "-06-01T12:30:00Z"'
+done
 expect 0 orlmapi --profile Voicemail --json calendar bob 1601-01-01
 json 'map(.subject) == ["First"]'
 expect 0 orlmapi --profile Voicemail --json calendar bob 4499-12-31

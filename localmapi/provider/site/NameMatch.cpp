@@ -47,7 +47,7 @@ std::vector<storage::ObjectId> Find(const storage::Site &site, Filter filter, st
 {
     const storage::View view(site, {storage::Container::Kind::Directory, 0}, std::move(filter));
     std::vector<storage::ObjectId> found;
-    for (const storage::Row &row : view.Read(storage::Place::beginning(), storage::Direction::Forward, limit, {}))
+    for (const storage::Row &row : view.Read(storage::Place::Beginning(), storage::Direction::Forward, limit, {}))
         found.push_back(row.id);
     return found;
 }

@@ -29,7 +29,7 @@ class CopyJob
     bool Wants(ULONG tag) const { return m_everything != (m_ids.count(static_cast<std::uint16_t>(PROP_ID(tag))) != 0); }
     bool Replaces() const { return !(m_flags & MAPI_NOREPLACE); }
     ULONG Flags() const { return m_flags; }
-    IMAPIProp *target() const { return m_target.get(); }
+    IMAPIProp *Target() const { return m_target.get(); }
     // The target as what it may be; null when it is something else.
     template <class Interface> ComPtr<Interface> TargetAs(const IID &iid) const
     {

@@ -195,9 +195,9 @@ std::vector<ObjectId> Folder::Subfolders(ObjectId folder) const
 {
     const storage::View view(m_store->site, {storage::Container::Kind::Folders, folder});
     std::vector<ObjectId> ids;
-    storage::Place place = storage::Place::beginning();
+    storage::Place place = storage::Place::Beginning();
     for (;;) {
-        const auto rows = view.Read(place, storage::Direction::Forward, kPage, {});
+        const auto rows = view.Read(place, storage::Direction::Forward, kRowsAtOnce, {});
         if (rows.empty())
             return ids;
         for (const storage::Row &row : rows)
@@ -289,8 +289,8 @@ STDMETHODIMP Folder::EmptyFolder(ULONG, LPMAPIPROGRESS, ULONG ulFlags)
         m_store->objects.RemoveAllMessages(m_id);
         if (ulFlags & DEL_ASSOCIATED) {
             const storage::View view(m_store->site, {storage::Container::Kind::Associated, m_id});
-            for (auto rows = view.Read({}, storage::Direction::Forward, kPage, {}); !rows.empty();
-                 rows = view.Read({}, storage::Direction::Forward, kPage, {})) {
+            for (auto rows = view.Read({}, storage::Direction::Forward, kRowsAtOnce, {}); !rows.empty();
+                 rows = view.Read({}, storage::Direction::Forward, kRowsAtOnce, {})) {
                 std::vector<ObjectId> ids;
                 for (const storage::Row &row : rows)
                     ids.push_back(row.id);

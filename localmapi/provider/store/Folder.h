@@ -7,7 +7,7 @@ namespace localmapi
 {
 
 // How many rows of a folder are read at once where all of them are.
-inline constexpr std::size_t kPage = 500;
+inline constexpr std::size_t kRowsAtOnce = 500;
 
 class Folder final : public StoredObject<IMAPIFolder>
 {

@@ -19,9 +19,9 @@ std::vector<ObjectId> MessagesIn(const storage::Site &site, const storage::Conta
 {
     const storage::View view(site, container);
     std::vector<ObjectId> ids;
-    storage::Place place = storage::Place::beginning();
-    for (auto rows = view.Read(place, storage::Direction::Forward, kPage, {}); !rows.empty();
-         rows = view.Read(place, storage::Direction::Forward, kPage, {})) {
+    storage::Place place = storage::Place::Beginning();
+    for (auto rows = view.Read(place, storage::Direction::Forward, kRowsAtOnce, {}); !rows.empty();
+         rows = view.Read(place, storage::Direction::Forward, kRowsAtOnce, {})) {
         for (const storage::Row &row : rows)
             ids.push_back(row.id);
         place = rows.back().After();

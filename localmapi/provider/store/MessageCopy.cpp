@@ -137,7 +137,7 @@ void Attachment::Copy(CopyJob &job)
     ComPtr<IMessage> from, to;
     Check(OpenProperty(PR_ATTACH_DATA_OBJ, &IID_IMessage, 0, 0, reinterpret_cast<LPUNKNOWN *>(from.put())),
           "IAttach::OpenProperty");
-    Check(job.target()->OpenProperty(PR_ATTACH_DATA_OBJ, &IID_IMessage, 0, MAPI_CREATE | MAPI_MODIFY,
+    Check(job.Target()->OpenProperty(PR_ATTACH_DATA_OBJ, &IID_IMessage, 0, MAPI_CREATE | MAPI_MODIFY,
                                      reinterpret_cast<LPUNKNOWN *>(to.put())),
           "IAttach::OpenProperty");
     Check(

@@ -306,7 +306,7 @@ STDMETHODIMP Message::DeleteAttach(ULONG ulAttachmentNum, ULONG, LPMAPIPROGRESS,
         if (stored)
             m_draft.ReplaceAttachment({number, true, {}, {}});
         else if (draft && !removed)
-            m_draft.forgetAttachment(number);
+            m_draft.ForgetAttachment(number);
         if (!found)
             throw Failure(MAPI_E_NOT_FOUND, "The message has no such attachment.");
         return S_OK;

@@ -57,7 +57,7 @@ void Table::Rearrange(storage::Filter filter, std::vector<storage::SortKey> keys
     m_filter = std::move(filter);
     m_keys = std::move(keys);
     m_bookmarks.clear();
-    m_cursor = storage::Place::beginning();
+    m_cursor = storage::Place::Beginning();
 }
 
 STDMETHODIMP Table::Restrict(LPSRestriction lpRestriction, ULONG ulFlags)

@@ -27,7 +27,7 @@ Table::Origin Table::OriginOf(BOOKMARK bookmark) const
 {
     switch (bookmark) {
     case BOOKMARK_BEGINNING:
-        return {Place::beginning(), false};
+        return {Place::Beginning(), false};
     case BOOKMARK_CURRENT:
         return {m_cursor, false};
     case BOOKMARK_END:
@@ -71,12 +71,12 @@ STDMETHODIMP Table::SeekRowApprox(ULONG ulNumerator, ULONG ulDenominator)
     return Do("IMAPITable::SeekRowApprox", [&] {
         Require(ulDenominator != 0, "a fraction of nothing");
         if (ulNumerator == 0)
-            m_cursor = Place::beginning();
+            m_cursor = Place::Beginning();
         else if (ulNumerator >= ulDenominator)
             m_cursor = Place::end();
         else
             m_cursor = m_source
-                           ->Move(Place::beginning(),
+                           ->Move(Place::Beginning(),
                                   static_cast<std::int64_t>(m_source->Count() * ulNumerator / ulDenominator))
                            .place;
         return S_OK;

@@ -38,7 +38,7 @@ class Operation
     Operation(const Operation &) = delete;
     Operation &operator=(const Operation &) = delete;
 
-    // Writes the counter now with `entry` and when the function is left with `exit`, two of the formats above.
+    // Writes the counter now with `entry` and when the function is left with `exit`, formats like those above.
     void ShowCounter(const std::atomic<LONG> &counter, At entry, At exit)
     {
         ShowCounterAtExit(counter, exit);

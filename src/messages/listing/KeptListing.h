@@ -1,7 +1,7 @@
 // The one owner of a listing's contents table and of the bookmark at which its next page begins. A call that has taken
 // them back owns them until it hands them over again, or gives them up with this object. Between calls they belong to
 // the caller's two handles: the session's registries record them, the table stays counted as an open object, and only a
-// call that takes them back can give them back to MAPI. On the thread of that call.
+// call that takes them back can give them back to MAPI. On the thread of that call: a handle is one call's at a time.
 #pragma once
 #include "common/mapi/Counted.h"
 #include "common/mapi/Operation.h"
@@ -11,7 +11,7 @@ class KeptListing
 {
   public:
     KeptListing(CMAPIImpl &session, const Operation &operation) : m_session(session), m_operation(operation) {}
-    // Frees the bookmark, then releases and uncounts the table.
+    // Frees the bookmark, then uncounts and releases the table.
     ~KeptListing();
     KeptListing(const KeptListing &) = delete;
     KeptListing &operator=(const KeptListing &) = delete;

@@ -42,7 +42,7 @@ HRESULT CopyContent(const Operation &operation, IStream *pSourceStream, IStream 
     STATSTG stat = {};
     HRESULT hr = pSourceStream->Stat(&stat, STATFLAG_NONAME);
     if (FAILED(hr))
-        // No full stop in the sentences of this file, as the contract has it.
+        // No full stop here and in the sentences up to the properties, as the contract has it.
         return operation.Failed("Stat", "trying to determine information about the file to be attached", hr);
     hr = pSourceStream->CopyTo(pTarget, stat.cbSize, nullptr, nullptr);
     if (FAILED(hr))

@@ -1,6 +1,6 @@
 // Proves that waiting for changes ends with a commit of whoever, with a wake-up, and with a file that appears late.
-#include "Fixture.h"
 #include "localmapi/storage/ChangeSignal.h"
+#include "Fixture.h"
 #include "localmapi/storage/EntryReader.h"
 #include <chrono>
 #include <filesystem>

@@ -168,7 +168,7 @@ TEST_F(Crashes, AProcessThatIsKilledAtAnyMomentLeavesWhatItReported)
         std::size_t count = static_cast<std::size_t>(view.Count());
         EXPECT_GE(count, before + done);
         EXPECT_LE(count, before + done + 1);
-        for (const Row &row : view.Read(Place::beginning(), Direction::Forward, 100000, {kSubject}))
+        for (const Row &row : view.Read(Place::Beginning(), Direction::Forward, 100000, {kSubject}))
             ASSERT_TRUE(std::holds_alternative<std::string>(row.values[0]));
         expectSound(path);
         before = count;

@@ -149,9 +149,9 @@ TEST_F(RandomFilters, MeanTheSameInTheFileAsInMemory)
                 expected.push_back(ids[i]);
         View indexed(site, inbox(), one), sorted(site, inbox(), one, {{kObjectId}});
         std::vector<ObjectId> inOrder, byTime;
-        for (const Row &found : sorted.Read(Place::beginning(), Direction::Forward, 1000, {}))
+        for (const Row &found : sorted.Read(Place::Beginning(), Direction::Forward, 1000, {}))
             inOrder.push_back(found.id);
-        for (const Row &found : indexed.Read(Place::beginning(), Direction::Forward, 1000, {}))
+        for (const Row &found : indexed.Read(Place::Beginning(), Direction::Forward, 1000, {}))
             byTime.push_back(found.id);
         std::sort(byTime.begin(), byTime.end());
         ASSERT_EQ(inOrder, expected) << "round " << round << ": " << written(one);

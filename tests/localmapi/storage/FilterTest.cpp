@@ -17,7 +17,7 @@ class Filters : public SiteTest
         ObjectId id = add("row", row);
         View view(site, inbox(), filter);
         bool inFile = view.Count() == 1;
-        EXPECT_EQ(view.Read(Place::beginning(), Direction::Forward, 2, {}).size(), inFile ? 1u : 0u);
+        EXPECT_EQ(view.Read(Place::Beginning(), Direction::Forward, 2, {}).size(), inFile ? 1u : 0u);
         EXPECT_EQ(Matches(filter, objects.ReadUpTo(id, UINT64_MAX)), inFile);
         objects.RemoveMessages({id});
         return inFile;

@@ -53,7 +53,7 @@ ObjectId SiteTest::add(const std::string &subject, const PropertyBag &more)
 
 std::vector<std::string> SiteTest::subjects(const View &view) const
 {
-    return subjectsOf(view.Read(Place::beginning(), Direction::Forward, 1000, {kSubject}));
+    return subjectsOf(view.Read(Place::Beginning(), Direction::Forward, 1000, {kSubject}));
 }
 
 void SiteTest::expectSound() const

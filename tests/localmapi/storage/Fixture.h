@@ -11,7 +11,7 @@
 namespace localmapi::storage
 {
 
-// Tags that the tests use beside those of tags.h.
+// Tags that the tests use beside those of Tags.h.
 constexpr Tag kSubject = 0x0037001F;
 constexpr Tag kBody = 0x1000001F;
 constexpr Tag kSenderName = 0x0C1A001F;

@@ -30,7 +30,7 @@ std::vector<ObjectId> messagesIn(Site site, ObjectId folder)
 {
     std::vector<ObjectId> ids;
     View view(site, {Container::Kind::Contents, folder});
-    for (const Row &row : view.Read(Place::beginning(), Direction::Forward, 1000, {}))
+    for (const Row &row : view.Read(Place::Beginning(), Direction::Forward, 1000, {}))
         ids.push_back(row.id);
     return ids;
 }
@@ -66,7 +66,7 @@ void writeFolder(std::ostream &text, Site site, ObjectId folder, const std::stri
             write(text << indent << "  attachment", objects.Read(attachment.id));
     }
     View folders(site, {Container::Kind::Folders, folder});
-    for (const Row &row : folders.Read(Place::beginning(), Direction::Forward, 1000, {}))
+    for (const Row &row : folders.Read(Place::Beginning(), Direction::Forward, 1000, {}))
         writeFolder(text, site, row.id, indent + " ");
 }
 

@@ -240,7 +240,7 @@ TEST_F(Sites, ThatAreDamagedAreSaidToBe)
             Site site = Site::Open(path);
             found += !Check(site, false).empty();
             View(site, {Container::Kind::Contents, inbox})
-                .Read(Place::beginning(), Direction::Forward, 1000, {kBody, kSubject});
+                .Read(Place::Beginning(), Direction::Forward, 1000, {kBody, kSubject});
         });
         EXPECT_TRUE(!fault || *fault == Fault::Corrupt) << FaultName(*fault) << " at page " << page;
     }
@@ -251,7 +251,7 @@ TEST_F(Sites, ThatAreDamagedAreSaidToBe)
             Site site = Site::Open(path);
             EXPECT_FALSE(Check(site, false).empty());
             View(site, {Container::Kind::Contents, inbox})
-                .Read(Place::beginning(), Direction::Forward, 1000, {kBody, kSubject});
+                .Read(Place::Beginning(), Direction::Forward, 1000, {kBody, kSubject});
         });
         EXPECT_TRUE(fault == Fault::Corrupt || fault == Fault::NotASite) << length;
     }

@@ -47,7 +47,7 @@ TEST_F(Threads, SeeWholeTransactionsOnly)
         View view(site, inbox(), t == 3 ? Filter{} : Filter::Bits(kMessageFlags, kFlagRead, t == 4));
         while (writers) {
             EXPECT_EQ(view.Count() % 5, 0u);
-            EXPECT_EQ(view.Read(Place::beginning(), Direction::Forward, 10000, {kSubject}).size() % 5, 0u);
+            EXPECT_EQ(view.Read(Place::Beginning(), Direction::Forward, 10000, {kSubject}).size() % 5, 0u);
         }
     });
     EXPECT_EQ(View(site, inbox()).Count(), 3u * 10 * 5);

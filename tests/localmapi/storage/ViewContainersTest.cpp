@@ -13,7 +13,7 @@ TEST_F(Containers, GiveTheColumnsThatAreAskedForInTheirOrder)
 {
     ObjectId id = add("s", {{kImportance, std::int32_t{2}}, {kBody, std::string(40000, 'b')}});
     std::vector<Row> rows = View(site, inbox())
-                                .Read(Place::beginning(), kForward, 1,
+                                .Read(Place::Beginning(), kForward, 1,
                                       {kImportance, kSenderName, kSubject, kObjectId, kSubject, kParentId, kBody,
                                        kMessageFlags, kSensitivity, kMessageSize, kHasAttachments, kChangeNumber});
     ASSERT_EQ(rows.size(), 1u);
@@ -51,14 +51,14 @@ TEST_F(Containers, OfFoldersShowTheirCountsAndTheirDepth)
     add("read", {{kMessageFlags, kFlagRead}});
     View direct(site, {Container::Kind::Folders, box.ipmSubtree});
     std::vector<Tag> columns{kDisplayName, kFolderDepth, kContentCount, kContentUnread, kSubfolders, kFolderChildCount};
-    std::vector<Row> rows = direct.Read(Place::beginning(), kForward, 99, columns);
+    std::vector<Row> rows = direct.Read(Place::Beginning(), kForward, 99, columns);
     EXPECT_EQ(subjectsOf(rows), (Subjects{"Calendar", "Deleted Items", "Inbox", "Outbox", "Sent Items"}));
     EXPECT_EQ(rows[2].values, (std::vector<Value>{std::string("Inbox"), std::int32_t{1}, std::int32_t{2},
                                                   std::int32_t{1}, true, std::int32_t{1}}));
     EXPECT_EQ(rows[0].values[4], Value(false));
     View deep(site, {Container::Kind::FoldersDeep, box.ipmSubtree});
     EXPECT_EQ(deep.Count(), 7u);
-    rows = deep.Read(Place::beginning(), kForward, 99, columns);
+    rows = deep.Read(Place::Beginning(), kForward, 99, columns);
     EXPECT_EQ(subjectsOf(rows),
               (Subjects{"Calendar", "Deep", "Deleted Items", "Inbox", "Outbox", "Sent Items", "Sub"}));
     EXPECT_EQ(rows[1].values[1], Value(std::int32_t{3}));
@@ -67,7 +67,7 @@ TEST_F(Containers, OfFoldersShowTheirCountsAndTheirDepth)
                 Filter::All({Filter::Compare(kContentUnread, Relation::Greater, std::int32_t{0}),
                              Filter::Compare(kFolderDepth, Relation::Equal, std::int32_t{1}),
                              Filter::Compare(kSubfolders, Relation::Equal, true)}));
-    EXPECT_EQ(subjectsOf(unread.Read(Place::beginning(), kForward, 9, {kDisplayName})), (Subjects{"Inbox"}));
+    EXPECT_EQ(subjectsOf(unread.Read(Place::Beginning(), kForward, 9, {kDisplayName})), (Subjects{"Inbox"}));
 }
 
 TEST_F(Containers, OfAttachmentsRecipientsAndPeopleAreViewsToo)
@@ -80,21 +80,21 @@ TEST_F(Containers, OfAttachmentsRecipientsAndPeopleAreViewsToo)
     ObjectId id = objects.CreateMessage(box.inbox, content);
     View attachments(site, {Container::Kind::Attachments, id});
     std::vector<Row> rows =
-        attachments.Read(Place::beginning(), kForward, 9, {kAttachName, kAttachNumber, kAttachSize});
+        attachments.Read(Place::Beginning(), kForward, 9, {kAttachName, kAttachNumber, kAttachSize});
     EXPECT_EQ(subjectsOf(rows), (Subjects{"c.txt", "b.wav"}));
     EXPECT_EQ(rows[0].values[1], Value(std::int32_t{1}));
     EXPECT_EQ(rows[0].values[2], Value(std::int32_t{15}));
     View recipients(site, {Container::Kind::Recipients, id});
-    EXPECT_EQ(subjectsOf(recipients.Read(Place::beginning(), kForward, 9, {kDisplayName})), (Subjects{"Zoe", "Al"}));
+    EXPECT_EQ(subjectsOf(recipients.Read(Place::Beginning(), kForward, 9, {kDisplayName})), (Subjects{"Zoe", "Al"}));
     EXPECT_EQ(recipients.Read(Place::end(), kBackward, 1, {kRowId}).at(0).values[0], Value(std::int32_t{1}));
 
     Directory(site).AddContact("Bob Baker", "bob@elsewhere.example");
     View people(site, {Container::Kind::Directory, 0});
-    EXPECT_EQ(subjectsOf(people.Read(Place::beginning(), kForward, 9, {kDisplayName})),
+    EXPECT_EQ(subjectsOf(people.Read(Place::Beginning(), kForward, 9, {kDisplayName})),
               (Subjects{"Alice Archer", "Bob Baker"}));
     View named(site, {Container::Kind::Directory, 0},
                Filter::Content(kDisplayName, Filter::Match::WordPrefix, std::string("bak"), true));
-    EXPECT_EQ(subjectsOf(named.Read(Place::beginning(), kForward, 9, {kEmailAddress})),
+    EXPECT_EQ(subjectsOf(named.Read(Place::Beginning(), kForward, 9, {kEmailAddress})),
               (Subjects{"bob@elsewhere.example"}));
 }
 
@@ -104,7 +104,7 @@ TEST_F(Containers, OfWhatIsNotThereAreEmpty)
                       Container::Kind::FoldersDeep, Container::Kind::Attachments, Container::Kind::Recipients}) {
         View view(site, {kind, 999999});
         EXPECT_EQ(view.Count(), 0u);
-        EXPECT_TRUE(view.Read(Place::beginning(), kForward, 9, {}).empty());
+        EXPECT_TRUE(view.Read(Place::Beginning(), kForward, 9, {}).empty());
     }
 }
 

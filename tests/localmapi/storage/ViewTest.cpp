@@ -48,13 +48,13 @@ TEST_F(Views, OfNoRowsAreEmptyEverywhere)
 {
     for (const View &view : bothWays()) {
         EXPECT_EQ(view.Count(), 0u);
-        for (const Place &place : {Place::beginning(), Place::end()})
+        for (const Place &place : {Place::Beginning(), Place::end()})
             for (Direction direction : {kForward, kBackward})
                 EXPECT_TRUE(view.Read(place, direction, 10, {}).empty());
-        EXPECT_EQ(view.Move(Place::beginning(), 5).rows, 0);
+        EXPECT_EQ(view.Move(Place::Beginning(), 5).rows, 0);
         EXPECT_EQ(view.Move(Place::end(), -5).rows, 0);
         EXPECT_EQ(view.CountBefore(Place::end()), 0u);
-        EXPECT_FALSE(view.Find(Place::beginning(), kForward, {}));
+        EXPECT_FALSE(view.Find(Place::Beginning(), kForward, {}));
     }
 }
 
@@ -65,7 +65,7 @@ TEST_F(Views, ArePagedForwardsAndBackwardsFromEveryPlace)
         EXPECT_EQ(view.Count(), 7u);
         for (std::size_t page : {1u, 2u, 3u, 6u, 7u, 8u}) {
             Subjects forward, backward;
-            for (Place at = Place::beginning();;) {
+            for (Place at = Place::Beginning();;) {
                 std::vector<Row> rows = view.Read(at, kForward, page, {kSubject});
                 if (rows.empty())
                     break;
@@ -85,9 +85,9 @@ TEST_F(Views, ArePagedForwardsAndBackwardsFromEveryPlace)
             EXPECT_EQ(forward, numbers(0, 7)) << page;
             EXPECT_EQ(backward, numbers(0, 7)) << page;
         }
-        EXPECT_TRUE(view.Read(Place::beginning(), kBackward, 5, {}).empty());
+        EXPECT_TRUE(view.Read(Place::Beginning(), kBackward, 5, {}).empty());
         EXPECT_TRUE(view.Read(Place::end(), kForward, 5, {}).empty());
-        EXPECT_TRUE(view.Read(Place::beginning(), kForward, 0, {}).empty());
+        EXPECT_TRUE(view.Read(Place::Beginning(), kForward, 0, {}).empty());
     }
 }
 
@@ -95,7 +95,7 @@ TEST_F(Views, KnowThePlacesBesideEveryRow)
 {
     addNumbered(5);
     for (const View &view : bothWays()) {
-        std::vector<Row> rows = view.Read(Place::beginning(), kForward, 5, {});
+        std::vector<Row> rows = view.Read(Place::Beginning(), kForward, 5, {});
         for (int i = 0; i < 5; ++i) {
             const Row &row = rows[static_cast<std::size_t>(i)];
             EXPECT_EQ(view.CountBefore(row.Before()), static_cast<std::uint64_t>(i));
@@ -119,8 +119,8 @@ TEST_F(Views, MoveByRowsAndSayHowFarTheyGot)
             std::int64_t rows, moved;
             std::uint64_t lands;
         } cases[] = {
-            {Place::beginning(), 3, 3, 3},      {Place::beginning(), 5, 5, 5},  {Place::beginning(), 6, 5, 5},
-            {Place::beginning(), 0, 0, 0},      {Place::beginning(), -1, 0, 0}, {Place::end(), -2, -2, 3},
+            {Place::Beginning(), 3, 3, 3},      {Place::Beginning(), 5, 5, 5},  {Place::Beginning(), 6, 5, 5},
+            {Place::Beginning(), 0, 0, 0},      {Place::Beginning(), -1, 0, 0}, {Place::end(), -2, -2, 3},
             {Place::end(), -5, -5, 0},          {Place::end(), -6, -5, 0},      {Place::end(), 1, 0, 5},
             {view.PlaceAt(2), 2, 2, 4},         {view.PlaceAt(2), -1, -1, 1},   {view.PlaceAt(2), INT64_MAX, 3, 5},
             {view.PlaceAt(2), INT64_MIN, -2, 0}};
@@ -141,15 +141,15 @@ TEST_F(Views, FindTheNextAndTheLastRowFromAPlace)
             std::optional<Row> row = view.Find(from, direction, third, {kSubject});
             return row ? std::get<std::string>(row->values[0]) : "(none)";
         };
-        EXPECT_EQ(found(Place::beginning(), kForward), "0");
+        EXPECT_EQ(found(Place::Beginning(), kForward), "0");
         EXPECT_EQ(found(view.PlaceAt(1), kForward), "3");
         EXPECT_EQ(found(view.PlaceAt(3), kForward), "3");
         EXPECT_EQ(found(view.PlaceAt(7), kForward), "(none)");
         EXPECT_EQ(found(Place::end(), kBackward), "6");
         EXPECT_EQ(found(view.PlaceAt(6), kBackward), "3"); // starts at the row before the place
-        EXPECT_EQ(found(Place::beginning(), kBackward), "(none)");
+        EXPECT_EQ(found(Place::Beginning(), kBackward), "(none)");
         std::optional<Row> byId = view.Find(
-            Place::beginning(), kForward,
+            Place::Beginning(), kForward,
             Filter::Compare(kObjectId, Relation::Equal, view.Read(view.PlaceAt(4), kForward, 1, {}).at(0).id));
         EXPECT_EQ(view.CountBefore(byId.value().Before()), 4u);
     }
@@ -159,7 +159,7 @@ TEST_F(Views, PlacesStayGoodWhileRowsComeAndGo)
 {
     std::vector<ObjectId> ids = addNumbered(10);
     for (const View &view : {View(site, inbox(), {}, {{kClientSubmitTime}}), View(site, inbox(), {}, {{kSubject}})}) {
-        std::vector<Row> page = view.Read(Place::beginning(), kForward, 4, {kSubject});
+        std::vector<Row> page = view.Read(Place::Beginning(), kForward, 4, {kSubject});
         Place next = view.Read(page.back().After(), kForward, 1, {}).at(0).Before(); // before "4"
         // Rows before and after the place come and go, the row beside it too.
         ObjectId early = add("35", {{kClientSubmitTime, std::int64_t{1}}});
@@ -208,7 +208,7 @@ TEST_F(Views, WithoutATimeComeFirstAndEqualTimesKeepTheOrderOfArrival)
     EXPECT_EQ(subjects(View(site, inbox())), up);
     EXPECT_EQ(subjects(View(site, inbox(), {}, {{kClientSubmitTime, true}})), down);
     View view(site, inbox());
-    std::vector<Row> rows = view.Read(Place::beginning(), kForward, 9, {kSubject, kClientSubmitTime});
+    std::vector<Row> rows = view.Read(Place::Beginning(), kForward, 9, {kSubject, kClientSubmitTime});
     EXPECT_TRUE(IsAbsent(rows[0].values[1]));
     EXPECT_EQ(read(view, rows[1].After(), kForward, 9), (Subjects{"d", "a", "c"}));
     EXPECT_EQ(read(view, rows[1].Before(), kBackward, 9), (Subjects{"b"}));
@@ -283,7 +283,7 @@ TEST_F(Views, AgreeWithAnOrderFoundInMemoryWhateverTheKeys)
             return sort.front().descending ? left.first > right.first : left.first < right.first;
         });
         View view(site, inbox(), filter, sort);
-        std::vector<Row> rows = view.Read(Place::beginning(), kForward, 100, {});
+        std::vector<Row> rows = view.Read(Place::Beginning(), kForward, 100, {});
         ASSERT_EQ(rows.size(), expected.size()) << round;
         for (std::size_t i = 0; i < rows.size(); ++i)
             ASSERT_EQ(rows[i].id, expected[i].first) << round << " row " << i;
@@ -341,7 +341,7 @@ TEST_F(Views, OfManyKindsOfMessagesMergeThemAll)
                                                     {kClientSubmitTime, std::int64_t{i}}})});
     objects.CreateMessages(messages);
     View view(site, inbox());
-    EXPECT_EQ(read(view, Place::beginning(), kForward, 1000), numbers(0, 700));
+    EXPECT_EQ(read(view, Place::Beginning(), kForward, 1000), numbers(0, 700));
     EXPECT_EQ(read(view, view.PlaceAt(350), kBackward, 3), numbers(347, 350));
     View some(site, inbox(), Filter::Content(kMessageClass, Filter::Match::Substring, std::string("NOTE.1"), true));
     EXPECT_EQ(some.Count(), 111u);

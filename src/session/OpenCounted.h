@@ -28,3 +28,20 @@ inline HRESULT NoStore(const Operation &operation)
     operation.Error("Error pIMsgStore is NULL.");
     return E_POINTER;
 }
+
+// The stage of an operation that works on one message: refused without a store, else what work gives of the open
+// message.
+template <class Work>
+HRESULT WithMessage(const Operation &operation, const StoreEntry &entry, std::atomic<LONG> &counter, Work &&work,
+                    int nLine = __builtin_LINE())
+{
+    return operation.Stage(
+        [&]() -> HRESULT {
+            if (!entry.pIMsgStore)
+                return NoStore(operation);
+            Counted<IMessage> message;
+            const HRESULT hr = OpenMessage(operation, entry, counter, message);
+            return FAILED(hr) ? hr : work(message);
+        },
+        nLine);
+}

@@ -10,15 +10,9 @@ HRESULT CMAPIImpl::GetEmailHeader(IMsgStore *pIMsgStore, ULONG cbEntryID, const 
                         static_cast<void *>(entry.pIMsgStore), entry.Text().c_str());
     // "ecit", as the contract has it.
     operation.ShowCounter(OpenObjects(), kAtEntry, "%s[%d]: At ecit, counter=[%ld]");
-    return operation.Stage([&]() -> HRESULT {
-        if (!entry.pIMsgStore)
-            return NoStore(operation);
-        Counted<IMessage> message;
-        HRESULT hr = OpenMessage(operation, entry, OpenObjects(), message);
-        if (FAILED(hr))
-            return hr;
+    return WithMessage(operation, entry, OpenObjects(), [&](Counted<IMessage> &message) -> HRESULT {
         CountedProperties properties;
-        hr = properties.Get(message.get(), HeaderTags(), OpenObjects());
+        const HRESULT hr = properties.Get(message.get(), HeaderTags(), OpenObjects());
         if (FAILED(hr))
             return operation.Failed("GetProps", "trying to retrieve properties for the message.", message.get(), hr);
         HeaderFromMessage(properties.begin(), properties.size(), header);

@@ -31,15 +31,9 @@ HRESULT CMAPIImpl::DownloadEmail(IMsgStore *pIMsgStore, ULONG cbEntryID, const B
     Operation operation("CMAPIImpl::DownloadEmail", "pIMsgStore: %p, EntryID: \"%s\", ...",
                         static_cast<void *>(entry.pIMsgStore), entry.Text().c_str());
     operation.ShowCounter(OpenObjects(), kAtEntryCapital, kAtExitCapital);
-    return operation.Stage([&]() -> HRESULT {
-        if (!entry.pIMsgStore)
-            return NoStore(operation);
-        Counted<IMessage> message;
-        HRESULT hr = OpenMessage(operation, entry, OpenObjects(), message);
-        if (FAILED(hr))
-            return hr;
+    return WithMessage(operation, entry, OpenObjects(), [&](Counted<IMessage> &message) -> HRESULT {
         CountedProperties properties;
-        hr = properties.Get(message.get(), PropTags<PR_BODY_A, PR_SUBJECT_A>(), OpenObjects());
+        const HRESULT hr = properties.Get(message.get(), PropTags<PR_BODY_A, PR_SUBJECT_A>(), OpenObjects());
         if (FAILED(hr))
             // A word is missing, as the contract has it.
             return operation.Failed("GetProps", "trying to determine specific properties the message.", message.get(),
@@ -61,13 +55,7 @@ HRESULT CMAPIImpl::DownloadAttachment(IMsgStore *pIMsgStore, ULONG cbEntryID, co
                         "pIMsgStore: %p, EntryID: \"%s\", ulAttachNum: %lu, szFilename: \"%s\"",
                         static_cast<void *>(entry.pIMsgStore), entry.Text().c_str(), ulAttachNum, szFilename.c_str());
     operation.ShowCounter(OpenObjects(), kAtEntry, kAtExit);
-    return operation.Stage([&]() -> HRESULT {
-        if (!entry.pIMsgStore)
-            return NoStore(operation);
-        Counted<IMessage> message;
-        const HRESULT hr = OpenMessage(operation, entry, OpenObjects(), message);
-        if (FAILED(hr))
-            return hr;
+    return WithMessage(operation, entry, OpenObjects(), [&](Counted<IMessage> &message) -> HRESULT {
         return HrStreamInAttachment(message.get(), ulAttachNum, szFilename);
     });
 }

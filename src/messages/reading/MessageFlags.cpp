@@ -10,15 +10,10 @@ HRESULT CMAPIImpl::GetEmailFlags(IMsgStore *pIMsgStore, ULONG cbEntryID, const B
     Operation operation("CMAPIImpl::GetEmailFlags", "pIMsgStore: %p, EntryID: \"%s\", ...",
                         static_cast<void *>(entry.pIMsgStore), entry.Text().c_str());
     operation.ShowCounter(OpenObjects(), kAtEntryCapital, kAtExitCapital);
-    return operation.Stage([&]() -> HRESULT {
-        if (!entry.pIMsgStore)
-            return NoStore(operation);
-        Counted<IMessage> message;
-        HRESULT hr = OpenMessage(operation, entry, OpenObjects(), message);
-        if (FAILED(hr))
-            return hr;
+    return WithMessage(operation, entry, OpenObjects(), [&](Counted<IMessage> &message) -> HRESULT {
         CountedProperties properties;
-        hr = properties.Get(message.get(), PropTags<PR_IMPORTANCE, PR_SENSITIVITY, PR_MESSAGE_FLAGS>(), OpenObjects());
+        const HRESULT hr =
+            properties.Get(message.get(), PropTags<PR_IMPORTANCE, PR_SENSITIVITY, PR_MESSAGE_FLAGS>(), OpenObjects());
         if (FAILED(hr))
             // A word is missing, as the contract has it.
             return operation.Failed("GetProps", "trying to determine specific properties the message.", message.get(),
@@ -43,14 +38,8 @@ HRESULT CMAPIImpl::SetEmailReadFlag(IMsgStore *pIMsgStore, ULONG cbEntryID, cons
     Operation operation("CMAPIImpl::SetEmailReadFlag", "pIMsgStore: %p, EntryID: \"%s\", %s",
                         static_cast<void *>(entry.pIMsgStore), entry.Text().c_str(), bRead ? "READ" : "UNREAD");
     operation.ShowCounterAtExit(OpenObjects(), kAtExitCapital);
-    return operation.Stage([&]() -> HRESULT {
-        if (!entry.pIMsgStore)
-            return NoStore(operation);
-        Counted<IMessage> message;
-        HRESULT hr = OpenMessage(operation, entry, OpenObjects(), message);
-        if (FAILED(hr))
-            return hr;
-        hr = message->SetReadFlag(bRead ? 0 : CLEAR_READ_FLAG);
+    return WithMessage(operation, entry, OpenObjects(), [&](Counted<IMessage> &message) -> HRESULT {
+        const HRESULT hr = message->SetReadFlag(bRead ? 0 : CLEAR_READ_FLAG);
         if (FAILED(hr))
             return operation.Failed("SetReadFlag", "trying to change PR_MESSAGE_FLAGS property of the message.",
                                     message.get(), hr);

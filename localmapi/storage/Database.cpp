@@ -4,11 +4,11 @@
 #include "localmapi/storage/ChangeSignal.h"
 #include "localmapi/storage/Codec.h"
 #include "localmapi/storage/Functions.h"
+#include "localmapi/storage/Guid.h"
 #include "localmapi/storage/Schema.h"
 #include "localmapi/storage/Time.h"
 #include <chrono>
 #include <filesystem>
-#include <random>
 
 namespace localmapi::storage
 {
@@ -46,17 +46,6 @@ void RemoveUnfinished(const std::string &path)
 }
 
 } // namespace
-
-Guid NewGuid()
-{
-    std::random_device source;
-    Guid guid;
-    for (std::uint8_t &byte : guid)
-        byte = static_cast<std::uint8_t>(source());
-    guid[7] = static_cast<std::uint8_t>((guid[7] & 0x0F) | 0x40); // a random GUID, as laid out in memory
-    guid[8] = static_cast<std::uint8_t>((guid[8] & 0x3F) | 0x80);
-    return guid;
-}
 
 std::shared_ptr<Database> Database::Create(const std::string &path, const std::string &server,
                                            const std::string &organization, const OpenOptions &options)

@@ -84,6 +84,4 @@ class Writer
     EntryWriter m_entries;
 };
 
-Guid NewGuid();
-
 } // namespace localmapi::storage

@@ -8,10 +8,10 @@
 #include "localmapi/provider/site/NameMatch.h"
 #include "localmapi/provider/site/ProfileTags.h"
 #include "localmapi/provider/site/SiteFile.h"
+#include "localmapi/storage/Guid.h"
 
 #include <algorithm>
 #include <cstring>
-#include <random>
 
 namespace localmapi
 {
@@ -41,19 +41,6 @@ storage::Guid GuidOf(const MAPIUID &uid)
 {
     storage::Guid guid;
     std::memcpy(guid.data(), uid.ab, guid.size());
-    return guid;
-}
-
-storage::Guid NewGuid()
-{
-    std::random_device random;
-    storage::Guid guid;
-    for (std::size_t i = 0; i < guid.size(); i += 4) {
-        const auto bits = static_cast<std::uint32_t>(random());
-        std::memcpy(guid.data() + i, &bits, 4);
-    }
-    guid[7] = static_cast<std::uint8_t>((guid[7] & 0x0F) | 0x40);
-    guid[8] = static_cast<std::uint8_t>((guid[8] & 0x3F) | 0x80);
     return guid;
 }
 
@@ -200,7 +187,7 @@ void MakeProfile(const storage::Site &site, const std::string &name)
             throw Failure(MAPI_E_NO_ACCESS, "There is a profile \"" + name + "\" already.");
         throw;
     }
-    const storage::Guid key = NewGuid();
+    const storage::Guid key = storage::NewGuid();
     profiles.ChangeSection(name, kInstanceSection, {{kInstanceKey, storage::Bytes(key.begin(), key.end())}});
 }
 
@@ -232,7 +219,7 @@ void AddProfileFor(const std::shared_ptr<storage::Site> &site, const std::string
     storage::Profiles profiles(*site);
     try {
         Profile profile(site, name);
-        profile.AddService({NewGuid(), kServiceName, kServiceDisplayName});
+        profile.AddService({storage::NewGuid(), kServiceName, kServiceDisplayName});
         ConfigureProfile(profile, site->Info().server, mailbox);
         if (makeDefault)
             profiles.SetDefault(name);

@@ -9,6 +9,7 @@
 #include "localmapi/provider/site/ProfileTags.h"
 #include "localmapi/provider/site/ServiceAdmin.h"
 #include "localmapi/provider/table/MemoryTable.h"
+#include "localmapi/storage/Guid.h"
 
 namespace localmapi
 {
@@ -96,7 +97,7 @@ STDMETHODIMP ProfileAdmin::CreateProfile(LPTSTR name, LPTSTR, ULONG_PTR, ULONG f
         const std::string text = NewName(name, flags);
         MakeProfile(*m_site, text);
         if (flags & MAPI_DEFAULT_SERVICES)
-            Profile(m_site, text).AddService({NewGuid(), kServiceName, kServiceDisplayName});
+            Profile(m_site, text).AddService({storage::NewGuid(), kServiceName, kServiceDisplayName});
         return S_OK;
     });
 }
@@ -129,7 +130,7 @@ STDMETHODIMP ProfileAdmin::CopyProfile(LPTSTR oldName, LPTSTR, LPTSTR newName, U
             };
             copySection(GuidOf(kGlobalProfileSection), GuidOf(kGlobalProfileSection));
             for (const storage::Service &service : source.Services()) {
-                const storage::Guid uid = NewGuid();
+                const storage::Guid uid = storage::NewGuid();
                 copy.AddService({uid, service.name, service.displayName});
                 copySection(service.uid, uid);
             }

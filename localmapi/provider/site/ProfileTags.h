@@ -19,7 +19,5 @@ inline constexpr char kServiceDisplayName[] = "Microsoft Exchange Server";
 extern const MAPIUID kProfileInstance;
 
 storage::Guid GuidOf(const MAPIUID &uid);
-// A new identifier that nothing else has.
-storage::Guid NewGuid();
 
 } // namespace localmapi

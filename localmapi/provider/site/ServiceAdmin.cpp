@@ -10,6 +10,7 @@
 #include "localmapi/provider/site/ProfileSection.h"
 #include "localmapi/provider/site/ProfileTags.h"
 #include "localmapi/provider/table/MemoryTable.h"
+#include "localmapi/storage/Guid.h"
 
 namespace localmapi
 {
@@ -162,7 +163,7 @@ STDMETHODIMP ServiceAdmin::CreateMsgService(LPTSTR service, LPTSTR displayName, 
         if (!m_profile->Services().empty())
             throw Failure(MAPI_E_NO_ACCESS, "The profile has this message service already.");
         const std::string shown = Utf8FromClient(displayName, flags);
-        m_profile->AddService({NewGuid(), kServiceName, shown.empty() ? kServiceDisplayName : shown});
+        m_profile->AddService({storage::NewGuid(), kServiceName, shown.empty() ? kServiceDisplayName : shown});
         return S_OK;
     });
 }

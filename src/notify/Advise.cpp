@@ -57,13 +57,19 @@ class OpenedMailbox
     IMsgStore *m_pMailboxMDB = nullptr;
 };
 
+// What is to be watched, and who is told.
+struct Watch {
+    const tstring &szMailbox;
+    MailboxCountCallback pfnCallback;
+    ULONG_PTR ulContext;
+};
+
 // Null where there is no memory for one.
-CAdviseSink *CreateSink(const tstring &szMailbox, IMsgStore *pMailboxMDB, const VoiceMailTables &tables,
-                        MailboxCountCallback pfnCallback, ULONG_PTR ulContext)
+CAdviseSink *CreateSink(const Watch &watch, IMsgStore *pMailboxMDB, const VoiceMailTables &tables)
 {
     try {
-        return new CAdviseSink(szMailbox, pMailboxMDB, tables.read.get(), tables.unread.get(),
-                               tables.unreadPriority.get(), pfnCallback, ulContext);
+        return new CAdviseSink(watch.szMailbox, pMailboxMDB, tables.read.get(), tables.unread.get(),
+                               tables.unreadPriority.get(), watch.pfnCallback, watch.ulContext);
     } catch (const std::bad_alloc &) {
         return nullptr;
     }
@@ -74,11 +80,12 @@ CAdviseSink *CreateSink(const tstring &szMailbox, IMsgStore *pMailboxMDB, const 
 HRESULT CMAPIImpl::Advise(const tstring &szMailbox, CAdviseSink **ppSink, MailboxCountCallback pfnCallback,
                           ULONG_PTR ulContext, IMsgStore **ppMailboxMDB)
 {
-    Operation op("CMAPIImpl::Advise", "szMailbox: \"%s\"", szMailbox.c_str());
+    const Watch watch = {szMailbox, pfnCallback, ulContext};
+    Operation op("CMAPIImpl::Advise", "szMailbox: \"%s\"", watch.szMailbox.c_str());
     op.ShowCounter(OpenObjects(), kAtEntry, kAtExitCapital);
 
     OpenedMailbox mailbox(*this);
-    HRESULT hr = mailbox.Open(szMailbox);
+    HRESULT hr = mailbox.Open(watch.szMailbox);
     if (FAILED(hr))
         return hr;
     *ppMailboxMDB = nullptr;
@@ -86,7 +93,7 @@ HRESULT CMAPIImpl::Advise(const tstring &szMailbox, CAdviseSink **ppSink, Mailbo
     VoiceMailTables tables;
     hr = OpenVoiceMailTables(op, mailbox.get(), OpenObjects(), tables);
     if (FAILED(hr) || !tables.Complete()) {
-        op.Error("Failed to create message tables for %s", szMailbox.c_str());
+        op.Error("Failed to create message tables for %s", watch.szMailbox.c_str());
         if (SUCCEEDED(hr)) {
             *ppSink = nullptr;
             *ppMailboxMDB = mailbox.Keep();
@@ -94,9 +101,9 @@ HRESULT CMAPIImpl::Advise(const tstring &szMailbox, CAdviseSink **ppSink, Mailbo
         return hr;
     }
 
-    AdvisedSink sink(CreateSink(szMailbox, mailbox.get(), tables, pfnCallback, ulContext));
+    AdvisedSink sink(CreateSink(watch, mailbox.get(), tables));
     if (!sink) {
-        op.Error("Failed to create advise sink for %s", szMailbox.c_str());
+        op.Error("Failed to create advise sink for %s", watch.szMailbox.c_str());
         return E_OUTOFMEMORY;
     }
     IMsgStore *const pMailboxMDB = mailbox.Keep();

@@ -17,7 +17,7 @@ namespace
 {
 
 // Precedes every block. A root is the head of the list of its children.
-struct alignas(std::max_align_t) Header {
+struct alignas(kBlockAlignment) Header {
     Header *next = nullptr;
 };
 

@@ -15,6 +15,11 @@
 namespace localmapi
 {
 
+// Where a block may begin: malloc's own alignment. std::max_align_t does not say it, since the two <stddef.h> of the
+// toolchain for Windows differ (8 and 16) and the first one included decides.
+inline constexpr std::size_t kBlockAlignment = 2 * sizeof(void *);
+static_assert(alignof(SPropValue) <= kBlockAlignment && alignof(double) <= kBlockAlignment);
+
 // What stands behind the entry points. Sizes of 0 give a block of no bytes.
 SCODE AllocateBuffer(ULONG size, void **block) noexcept;
 SCODE AllocateMore(ULONG size, void *root, void **block) noexcept;

@@ -45,8 +45,8 @@ TEST_F(Memory, BlocksSuitEveryType)
         void *root = nullptr, *child = nullptr;
         ASSERT_CODE(MAPIAllocateBuffer(size, &root), S_OK);
         ASSERT_CODE(MAPIAllocateMore(size, root, &child), S_OK);
-        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(root) % alignof(std::max_align_t), 0u);
-        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(child) % alignof(std::max_align_t), 0u);
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(root) % kBlockAlignment, 0u);
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(child) % kBlockAlignment, 0u);
         MAPIFreeBuffer(root);
     }
 }
@@ -79,7 +79,7 @@ TEST_F(Memory, NowhereToPutThePointerIsRefused)
 TEST_F(Memory, OnlyARootTakesChildren)
 {
     void *root = nullptr, *child = nullptr, *other = root;
-    alignas(std::max_align_t) char foreign[64] = {};
+    alignas(kBlockAlignment) char foreign[64] = {};
     ASSERT_CODE(MAPIAllocateBuffer(10, &root), S_OK);
     ASSERT_CODE(MAPIAllocateMore(10, root, &child), S_OK);
     EXPECT_CODE(MAPIAllocateMore(10, nullptr, &other), MAPI_E_INVALID_PARAMETER);
@@ -93,7 +93,7 @@ TEST_F(Memory, OnlyARootTakesChildren)
 TEST_F(Memory, WhatIsNoRootIsNotFreed)
 {
     void *root = nullptr, *child = nullptr;
-    alignas(std::max_align_t) char foreign[64] = {};
+    alignas(kBlockAlignment) char foreign[64] = {};
     ASSERT_CODE(MAPIAllocateBuffer(10, &root), S_OK);
     ASSERT_CODE(MAPIAllocateMore(10, root, &child), S_OK);
     const auto invalid = static_cast<ULONG>(MAPI_E_INVALID_PARAMETER);

@@ -11,7 +11,7 @@ constexpr std::size_t kMostEntries = 10000;
 
 std::optional<std::uint64_t> CountCache::Find(const std::string &key, ChangeNumber change)
 {
-    std::lock_guard lock(m_lock);
+    const locks::Hold lock(m_lock);
     auto found = m_entries.find(key);
     if (found == m_entries.end() || found->second.change != change)
         return {};
@@ -20,7 +20,7 @@ std::optional<std::uint64_t> CountCache::Find(const std::string &key, ChangeNumb
 
 void CountCache::Store(const std::string &key, ChangeNumber change, std::uint64_t count)
 {
-    std::lock_guard lock(m_lock);
+    const locks::Hold lock(m_lock);
     if (m_entries.size() >= kMostEntries)
         m_entries.clear();
     m_entries.insert_or_assign(key, Entry{change, count});

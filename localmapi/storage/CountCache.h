@@ -1,7 +1,7 @@
 // Counts of messages that had to be looked at one by one, kept for as long as no message of their facet changes.
 #pragma once
 #include "localmapi/storage/FilterSql.h"
-#include <mutex>
+#include "platform/locks/Mutex.h"
 #include <unordered_map>
 
 namespace localmapi::storage
@@ -19,8 +19,8 @@ class CountCache
         ChangeNumber change;
         std::uint64_t count;
     };
-    std::mutex m_lock;
-    std::unordered_map<std::string, Entry> m_entries;
+    locks::Mutex m_lock;
+    std::unordered_map<std::string, Entry> m_entries GUARDED_BY(m_lock);
 };
 
 // Tells statements with their parameters apart.

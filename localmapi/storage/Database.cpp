@@ -135,7 +135,7 @@ std::unique_ptr<Connection> Database::Connect() const
 std::unique_ptr<Connection> Database::Take()
 {
     {
-        std::lock_guard lock(m_lock);
+        const locks::Hold lock(m_lock);
         if (!m_idle.empty()) {
             auto connection = std::move(m_idle.back());
             m_idle.pop_back();
@@ -147,7 +147,7 @@ std::unique_ptr<Connection> Database::Take()
 
 void Database::GiveBack(std::unique_ptr<Connection> connection) noexcept
 {
-    std::lock_guard lock(m_lock);
+    const locks::Hold lock(m_lock);
     if (m_idle.size() < kIdleConnections)
         try {
             m_idle.push_back(std::move(connection));

@@ -5,7 +5,7 @@
 #include "localmapi/storage/Facets.h"
 #include "localmapi/storage/Site.h"
 #include "localmapi/storage/Sqlite.h"
-#include <mutex>
+#include "platform/locks/Mutex.h"
 
 namespace localmapi::storage
 {
@@ -31,10 +31,10 @@ class Database
 
     std::string m_path;
     OpenOptions m_options;
-    std::mutex m_lock; // of m_idle
-    std::vector<std::unique_ptr<Connection>> m_idle;
+    locks::Mutex m_lock;
+    std::vector<std::unique_ptr<Connection>> m_idle GUARDED_BY(m_lock);
     CountCache m_counts;
-    std::mutex m_writing; // one writer at a time in a process; SQLite sees to the other processes
+    locks::Mutex m_writing; // one writer at a time in a process; SQLite sees to the other processes
 };
 
 // A connection on which everything is seen as of one moment.
@@ -74,7 +74,7 @@ class Writer
 
   private:
     Database &m_database;
-    std::unique_lock<std::mutex> m_writing;
+    locks::Hold<locks::Mutex> m_writing;
     std::unique_ptr<Connection> m_connection;
     std::optional<Transaction> m_transaction;
     std::int64_t m_nextId = 0;

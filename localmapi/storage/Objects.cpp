@@ -40,7 +40,7 @@ class StoredReader : public Stream
         if (offset >= m_stream.size)
             return 0;
         length = static_cast<std::size_t>(std::min<std::uint64_t>(length, m_stream.size - offset));
-        std::lock_guard lock(m_lock);
+        const locks::Hold lock(m_lock);
         for (std::size_t done = 0; done < length;) {
             Load((offset + done) / kChunkSize);
             auto at = static_cast<std::size_t>((offset + done) % kChunkSize);
@@ -52,7 +52,7 @@ class StoredReader : public Stream
     }
 
   private:
-    void Load(std::uint64_t number) const
+    void Load(std::uint64_t number) const REQUIRES(m_lock)
     {
         if (number == m_number && !m_chunk.empty())
             return;
@@ -71,9 +71,9 @@ class StoredReader : public Stream
 
     Site m_site;
     StoredStream m_stream;
-    mutable std::mutex m_lock;
-    mutable std::uint64_t m_number = 0;
-    mutable Bytes m_chunk;
+    mutable locks::Mutex m_lock;
+    mutable std::uint64_t m_number GUARDED_BY(m_lock) = 0;
+    mutable Bytes m_chunk GUARDED_BY(m_lock);
 };
 
 std::vector<ObjectInfo> Children(Connection &connection, ObjectId parent, ObjectKind kind)

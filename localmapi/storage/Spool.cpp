@@ -1,9 +1,9 @@
 // A spool holds one piece; the others lie in a private temporary database, which SQLite deletes with its connection.
 #include "localmapi/storage/Spool.h"
 #include "localmapi/storage/Sqlite.h"
+#include "platform/locks/Mutex.h"
 #include <algorithm>
 #include <cstring>
-#include <mutex>
 #include <vector>
 
 namespace localmapi::storage
@@ -17,14 +17,14 @@ constexpr std::uint64_t kPiece = 256 * 1024;
 // One piece is held in memory. As long as there is no other one that is all; then the pieces that are not in use lie
 // in a private temporary file.
 struct Spool::Impl {
-    mutable std::mutex lock;
-    std::uint64_t size = 0;
-    std::uint64_t current = 0;       // which piece is held
-    std::vector<std::uint8_t> piece; // may be shorter than kPiece: zeros follow
-    bool changed = false;
-    std::unique_ptr<Connection> file;
+    mutable locks::Mutex lock;
+    std::uint64_t size GUARDED_BY(lock) = 0;
+    std::uint64_t current GUARDED_BY(lock) = 0;       // which piece is held
+    std::vector<std::uint8_t> piece GUARDED_BY(lock); // may be shorter than kPiece: zeros follow
+    bool changed GUARDED_BY(lock) = false;
+    std::unique_ptr<Connection> file GUARDED_BY(lock);
 
-    Connection &Opened()
+    Connection &Opened() REQUIRES(lock)
     {
         if (!file) {
             file = std::make_unique<Connection>("", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, 0);
@@ -35,7 +35,7 @@ struct Spool::Impl {
         return *file;
     }
 
-    void Use(std::uint64_t number)
+    void Use(std::uint64_t number) REQUIRES(lock)
     {
         if (number == current)
             return;
@@ -50,14 +50,14 @@ struct Spool::Impl {
         current = number;
     }
 
-    std::vector<std::uint8_t> Stored(std::uint64_t number)
+    std::vector<std::uint8_t> Stored(std::uint64_t number) REQUIRES(lock)
     {
         Statement load = file->Prepare("SELECT data FROM piece WHERE number = ?");
         load.Bind(static_cast<std::int64_t>(number));
         return load.Step() ? load.GetBytes(0) : std::vector<std::uint8_t>();
     }
 
-    std::size_t Read(std::uint64_t offset, std::uint8_t *into, std::size_t length)
+    std::size_t Read(std::uint64_t offset, std::uint8_t *into, std::size_t length) REQUIRES(lock)
     {
         if (offset >= size)
             return 0;
@@ -75,7 +75,7 @@ struct Spool::Impl {
         return length;
     }
 
-    void Write(std::uint64_t offset, const std::uint8_t *from, std::size_t length)
+    void Write(std::uint64_t offset, const std::uint8_t *from, std::size_t length) REQUIRES(lock)
     {
         for (std::size_t done = 0; done < length;) {
             Use((offset + done) / kPiece);
@@ -90,7 +90,7 @@ struct Spool::Impl {
         }
     }
 
-    void Shrink(std::uint64_t newSize)
+    void Shrink(std::uint64_t newSize) REQUIRES(lock)
     {
         std::uint64_t last = newSize / kPiece;
         Use(last);
@@ -112,25 +112,25 @@ Spool::~Spool() = default;
 
 std::uint64_t Spool::size() const
 {
-    std::lock_guard lock(m_impl->lock);
+    const locks::Hold hold(m_impl->lock);
     return m_impl->size;
 }
 
 std::size_t Spool::Read(std::uint64_t offset, void *into, std::size_t length) const
 {
-    std::lock_guard lock(m_impl->lock);
+    const locks::Hold hold(m_impl->lock);
     return m_impl->Read(offset, static_cast<std::uint8_t *>(into), length);
 }
 
 void Spool::Write(std::uint64_t offset, const void *from, std::size_t length)
 {
-    std::lock_guard lock(m_impl->lock);
+    const locks::Hold hold(m_impl->lock);
     m_impl->Write(offset, static_cast<const std::uint8_t *>(from), length);
 }
 
 void Spool::resize(std::uint64_t size)
 {
-    std::lock_guard lock(m_impl->lock);
+    const locks::Hold hold(m_impl->lock);
     if (size < m_impl->size)
         m_impl->Shrink(size);
     m_impl->size = size;

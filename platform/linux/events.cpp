@@ -9,13 +9,13 @@ class Event : public KernelObject
 {
   public:
     Event(bool manualReset, bool signalled) : m_manualReset(manualReset), m_signalled(signalled) {}
-    bool IsSignalled(const ThreadRecord &) const override { return m_signalled; }
-    bool Take(ThreadRecord &) override
+    bool IsSignalled(const ThreadRecord &) const REQUIRES(WaitLock()) override { return m_signalled; }
+    bool Take(ThreadRecord &) REQUIRES(WaitLock()) override
     {
         m_signalled = m_signalled && m_manualReset;
         return false;
     }
-    void Set(bool signalled)
+    void Set(bool signalled) REQUIRES(WaitLock())
     {
         m_signalled = signalled;
         if (signalled)
@@ -24,7 +24,7 @@ class Event : public KernelObject
 
   private:
     const bool m_manualReset;
-    bool m_signalled;
+    bool m_signalled GUARDED_BY(WaitLock());
 };
 
 bool Mutex::Take(ThreadRecord &self)
@@ -66,7 +66,7 @@ BOOL SetState(HANDLE handle, bool signalled)
     const auto event = FindObjectOf<Event>(handle);
     if (!event)
         return FALSE;
-    std::lock_guard<std::mutex> held(WaitLock());
+    const locks::Hold held(WaitLock());
     event->Set(signalled);
     return TRUE;
 }
@@ -105,7 +105,7 @@ HANDLE CreateMutexA(LPSECURITY_ATTRIBUTES, BOOL bInitialOwner, LPCSTR lpName)
     const HANDLE handle = platform::NewNamedHandle(made, lpName ? lpName : "");
     // A mutex that existed already is not taken.
     if (handle && bInitialOwner && GetLastError() != ERROR_ALREADY_EXISTS) {
-        std::lock_guard<std::mutex> held(platform::WaitLock());
+        const locks::Hold held(platform::WaitLock());
         made->Take(platform::CurrentThread());
     }
     return handle;
@@ -121,7 +121,7 @@ BOOL ReleaseMutex(HANDLE hMutex)
     const auto mutex = platform::FindObjectOf<platform::Mutex>(hMutex);
     if (!mutex)
         return FALSE;
-    std::lock_guard<std::mutex> held(platform::WaitLock());
+    const locks::Hold held(platform::WaitLock());
     if (mutex->Release(platform::CurrentThread()))
         return TRUE;
     SetLastError(ERROR_NOT_OWNER);

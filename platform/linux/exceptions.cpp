@@ -1,8 +1,8 @@
 // Vectored exception handlers as a list of this process, called on the thread that raises.
 #include "exceptions.h"
+#include "platform/locks/Mutex.h"
 #include <algorithm>
 #include <cstdlib>
-#include <mutex>
 
 namespace
 {
@@ -13,14 +13,14 @@ struct Registration {
 
 // A fixed number, so that the list can be copied without an owner that a longjmp would skip.
 constexpr int kMaxHandlers = 64;
-std::mutex lock;
-Registration handlers[kMaxHandlers];
-int handlerCount = 0;
-ULONG_PTR lastHandle = 0;
+locks::Mutex lock;
+Registration handlers[kMaxHandlers] GUARDED_BY(lock);
+int handlerCount GUARDED_BY(lock) = 0;
+ULONG_PTR lastHandle GUARDED_BY(lock) = 0;
 
 int CopyHandlers(Registration *copy)
 {
-    std::lock_guard<std::mutex> held(lock);
+    const locks::Hold held(lock);
     std::copy(handlers, handlers + handlerCount, copy);
     return handlerCount;
 }
@@ -52,7 +52,7 @@ bool DispatchException(DWORD code, DWORD flags, const void *address, DWORD count
 
 PVOID AddVectoredExceptionHandler(ULONG First, PVECTORED_EXCEPTION_HANDLER Handler)
 {
-    std::lock_guard<std::mutex> held(lock);
+    const locks::Hold held(lock);
     if (!Handler || handlerCount == kMaxHandlers)
         return nullptr;
     const Registration added{Handler, reinterpret_cast<PVOID>(++lastHandle)};
@@ -65,7 +65,7 @@ PVOID AddVectoredExceptionHandler(ULONG First, PVECTORED_EXCEPTION_HANDLER Handl
 
 ULONG RemoveVectoredExceptionHandler(PVOID Handle)
 {
-    std::lock_guard<std::mutex> held(lock);
+    const locks::Hold held(lock);
     for (int i = 0; i < handlerCount; ++i) {
         if (handlers[i].handle == Handle) {
             std::copy(handlers + i + 1, handlers + handlerCount, handlers + i);

@@ -9,15 +9,15 @@ namespace
 {
 constexpr std::size_t kMaxMessages = 10000; // as on Windows
 
-// Under WaitLock(). Never destroyed: threads may still end while the process does.
-std::map<DWORD, MessageQueue *> &Queues()
+// Never destroyed: threads may still end while the process does.
+std::map<DWORD, MessageQueue *> &Queues() REQUIRES(WaitLock())
 {
     static auto &queues = *new std::map<DWORD, MessageQueue *>;
     return queues;
 }
 
-// The calling thread's own. Under WaitLock().
-MessageQueue &OwnQueue()
+// The calling thread's own.
+MessageQueue &OwnQueue() REQUIRES(WaitLock())
 {
     auto &queue = CurrentThread().queue;
     if (!queue) {
@@ -28,7 +28,7 @@ MessageQueue &OwnQueue()
 }
 
 // The first message of the range, the quit message last of all. False when there is none.
-bool TakeMessage(MessageQueue &queue, MSG *message, UINT first, UINT last, bool remove)
+bool TakeMessage(MessageQueue &queue, MSG *message, UINT first, UINT last, bool remove) REQUIRES(WaitLock())
 {
     queue.changed = false;
     const bool any = first == 0 && last == 0;
@@ -69,7 +69,7 @@ void ForgetQueue(DWORD threadId)
 
 BOOL PostThreadMessageA(DWORD idThread, UINT Msg, WPARAM wParam, LPARAM lParam)
 {
-    std::lock_guard<std::mutex> held(platform::WaitLock());
+    const locks::Hold held(platform::WaitLock());
     const auto found = platform::Queues().find(idThread);
     if (found == platform::Queues().end()) {
         SetLastError(ERROR_INVALID_THREAD_ID);
@@ -88,7 +88,7 @@ BOOL PostThreadMessageA(DWORD idThread, UINT Msg, WPARAM wParam, LPARAM lParam)
 
 void PostQuitMessage(int nExitCode)
 {
-    std::lock_guard<std::mutex> held(platform::WaitLock());
+    const locks::Hold held(platform::WaitLock());
     platform::MessageQueue &queue = platform::OwnQueue();
     queue.quit = true;
     queue.quitCode = static_cast<WPARAM>(nExitCode);
@@ -99,7 +99,7 @@ BOOL PeekMessageA(LPMSG lpMsg, HWND hWnd, UINT wMsgFilterMin, UINT wMsgFilterMax
 {
     if (platform::AsksForWindow(hWnd))
         return FALSE;
-    std::lock_guard<std::mutex> held(platform::WaitLock());
+    const locks::Hold held(platform::WaitLock());
     return platform::TakeMessage(platform::OwnQueue(), lpMsg, wMsgFilterMin, wMsgFilterMax,
                                  (wRemoveMsg & PM_REMOVE) != 0);
 }
@@ -108,12 +108,12 @@ BOOL GetMessageA(LPMSG lpMsg, HWND hWnd, UINT wMsgFilterMin, UINT wMsgFilterMax)
 {
     if (platform::AsksForWindow(hWnd))
         return -1;
-    std::unique_lock<std::mutex> held(platform::WaitLock());
+    const locks::Hold held(platform::WaitLock());
     platform::MessageQueue &queue = platform::OwnQueue();
     platform::Waiter waiter;
     queue.Add(&waiter);
     while (!platform::TakeMessage(queue, lpMsg, wMsgFilterMin, wMsgFilterMax, true))
-        waiter.wake.wait(held);
+        waiter.wake.Wait(platform::WaitLock());
     queue.Remove(&waiter);
     return lpMsg->message != WM_QUIT;
 }
@@ -132,7 +132,7 @@ DWORD MsgWaitForMultipleObjects(DWORD nCount, const HANDLE *pHandles, BOOL fWait
 {
     platform::MessageQueue *queue;
     {
-        std::lock_guard<std::mutex> held(platform::WaitLock());
+        const locks::Hold held(platform::WaitLock());
         queue = &platform::OwnQueue();
     }
     return platform::WaitFor(pHandles, nCount, fWaitAll != FALSE, queue, dwMilliseconds);

@@ -1,13 +1,13 @@
 // Modules by the dynamic loader. An HMODULE of an image is the loader's own record of it.
 #include "last_error.h"
 #include "message_catalogue.h"
+#include "platform/locks/Mutex.h"
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
 #include <dlfcn.h>
 #include <link.h>
 #include <map>
-#include <mutex>
 #include <nl_types.h>
 #include <string>
 #include <unistd.h>
@@ -15,10 +15,10 @@
 namespace
 {
 struct Modules {
-    std::mutex lock;
-    std::map<HMODULE, int> images; // with how often each was loaded here
-    std::map<HMODULE, nl_catd> catalogues;
-    ULONG_PTR lastCatalogue = 0;
+    locks::Mutex lock;
+    std::map<HMODULE, int> images GUARDED_BY(lock); // with how often each was loaded here
+    std::map<HMODULE, nl_catd> catalogues GUARDED_BY(lock);
+    ULONG_PTR lastCatalogue GUARDED_BY(lock) = 0;
 };
 Modules &Known()
 {
@@ -57,7 +57,7 @@ std::string FolderOfThisImage()
 
 bool IsImage(HMODULE module)
 {
-    std::lock_guard<std::mutex> held(Known().lock);
+    const locks::Hold held(Known().lock);
     return Known().images.count(module) != 0;
 }
 
@@ -75,7 +75,7 @@ HMODULE LoadImage(const std::string &name)
         return Fail<HMODULE>(there ? ERROR_BAD_EXE_FORMAT : ERROR_MOD_NOT_FOUND);
     }
     const auto module = static_cast<HMODULE>(image);
-    std::lock_guard<std::mutex> held(Known().lock);
+    const locks::Hold held(Known().lock);
     ++Known().images[module];
     return module;
 }
@@ -85,7 +85,7 @@ HMODULE LoadCatalogue(const std::string &name)
     const nl_catd catalogue = catopen(name.c_str(), NL_CAT_LOCALE);
     if (catalogue == reinterpret_cast<nl_catd>(-1))
         return Fail<HMODULE>(ERROR_MOD_NOT_FOUND);
-    std::lock_guard<std::mutex> held(Known().lock);
+    const locks::Hold held(Known().lock);
     // Odd, as Windows' own handles of data files are, so that none is an image's.
     const auto module = reinterpret_cast<HMODULE>((Known().lastCatalogue += 2) | 1);
     Known().catalogues.emplace(module, catalogue);
@@ -97,7 +97,7 @@ namespace platform
 {
 std::string CatalogueText(HMODULE module, DWORD id)
 {
-    std::lock_guard<std::mutex> held(Known().lock);
+    const locks::Hold held(Known().lock);
     const auto found = Known().catalogues.find(module);
     if (found == Known().catalogues.end() || id > INT_MAX)
         return {};
@@ -120,7 +120,7 @@ HMODULE LoadLibraryExA(LPCSTR lpLibFileName, HANDLE hFile, DWORD dwFlags)
 
 BOOL FreeLibrary(HMODULE hLibModule)
 {
-    std::unique_lock<std::mutex> held(Known().lock);
+    const locks::Hold held(Known().lock);
     if (const auto found = Known().catalogues.find(hLibModule); found != Known().catalogues.end()) {
         catclose(found->second);
         Known().catalogues.erase(found);
@@ -133,7 +133,7 @@ BOOL FreeLibrary(HMODULE hLibModule)
     }
     if (--found->second == 0)
         Known().images.erase(found);
-    held.unlock();
+    const locks::Released released(Known().lock); // destructors of the image may come back here
     return dlclose(hLibModule) == 0;
 }
 
@@ -191,7 +191,7 @@ BOOL GetModuleHandleExA(DWORD dwFlags, LPCSTR lpModuleName, HMODULE *phModule)
         Fail<HMODULE>(ERROR_MOD_NOT_FOUND);
         return FALSE;
     }
-    std::lock_guard<std::mutex> held(Known().lock);
+    const locks::Hold held(Known().lock);
     Known().images[*phModule]; // known from now on, and held by nobody
     return TRUE;
 }

@@ -1,9 +1,9 @@
 // The registry's calls over the settings file.
 #include "code_page.h"
+#include "platform/locks/Mutex.h"
 #include "settings_file.h"
 #include <algorithm>
 #include <map>
-#include <mutex>
 #include <set>
 
 namespace
@@ -20,9 +20,9 @@ struct Key {
 };
 
 struct OpenKeys {
-    std::mutex lock;
-    std::map<HKEY, Key> keys;
-    ULONG_PTR last = 0;
+    locks::Mutex lock;
+    std::map<HKEY, Key> keys GUARDED_BY(lock);
+    ULONG_PTR last GUARDED_BY(lock) = 0;
 };
 OpenKeys &Opened()
 {
@@ -62,7 +62,7 @@ LSTATUS FindKey(HKEY handle, REGSAM access, Key &key)
             return ERROR_SUCCESS;
         }
     }
-    std::lock_guard<std::mutex> held(Opened().lock);
+    const locks::Hold held(Opened().lock);
     const auto found = Opened().keys.find(handle);
     if (found == Opened().keys.end())
         return ERROR_INVALID_HANDLE;
@@ -72,7 +72,7 @@ LSTATUS FindKey(HKEY handle, REGSAM access, Key &key)
 
 HKEY NewKey(Key key)
 {
-    std::lock_guard<std::mutex> held(Opened().lock);
+    const locks::Hold held(Opened().lock);
     const auto handle = reinterpret_cast<HKEY>(Opened().last += 4);
     Opened().keys.emplace(handle, std::move(key));
     return handle;
@@ -232,7 +232,7 @@ LSTATUS RegCloseKey(HKEY hKey)
     for (const Root &root : kRoots)
         if (root.key == hKey)
             return ERROR_SUCCESS;
-    std::lock_guard<std::mutex> held(Opened().lock);
+    const locks::Hold held(Opened().lock);
     return Opened().keys.erase(hKey) ? ERROR_SUCCESS : ERROR_INVALID_HANDLE;
 }
 

@@ -1,10 +1,10 @@
 // One JSON file, replaced whole by a rename and never written in place.
 #include "settings_file.h"
+#include "platform/locks/Mutex.h"
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <fcntl.h>
-#include <mutex>
 #include <pwd.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -88,10 +88,10 @@ struct Stamp {
 };
 
 struct Cache {
-    std::mutex lock;
-    std::string path;
-    Stamp stamp;
-    Settings settings = Settings::object();
+    locks::Mutex lock;
+    std::string path GUARDED_BY(lock);
+    Stamp stamp GUARDED_BY(lock);
+    Settings settings GUARDED_BY(lock) = Settings::object();
 };
 Cache &TheCache()
 {
@@ -121,8 +121,7 @@ bool IsWellFormed(const Settings &settings)
     return true;
 }
 
-// Under the cache's lock.
-LSTATUS Load(Cache &cache, const std::string &path)
+LSTATUS Load(Cache &cache, const std::string &path) REQUIRES(cache.lock)
 {
     const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (!file) {
@@ -192,7 +191,7 @@ char Lower(char character)
 LSTATUS ReadSettings(Settings &settings)
 {
     Cache &cache = TheCache();
-    std::lock_guard<std::mutex> held(cache.lock);
+    const locks::Hold held(cache.lock);
     const LSTATUS result = Load(cache, SettingsPath());
     if (result == ERROR_SUCCESS)
         settings = cache.settings;
@@ -202,7 +201,7 @@ LSTATUS ReadSettings(Settings &settings)
 LSTATUS ChangeSettings(const std::function<LSTATUS(Settings &)> &change)
 {
     Cache &cache = TheCache();
-    std::lock_guard<std::mutex> held(cache.lock);
+    const locks::Hold held(cache.lock);
     const std::string path = SettingsPath();
     // A change that is none needs no right to write.
     LSTATUS result = Load(cache, path);

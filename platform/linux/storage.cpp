@@ -1,11 +1,11 @@
 // StgCreateDocfile: an existing file as a storage with the one stream "CONTENTS".
 #include "code_page.h"
+#include "platform/locks/Mutex.h"
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <fcntl.h>
 #include <memory>
-#include <mutex>
 #include <objbase.h>
 #include <string>
 #include <sys/stat.h>
@@ -105,7 +105,7 @@ class FileStream final : public Object<IStream>
     {
         ULONG done = 0;
         HRESULT result = S_OK;
-        std::lock_guard<std::mutex> held(m_lock);
+        const locks::Hold held(m_lock);
         while (done < cb && result == S_OK) {
             const ssize_t count =
                 pread(m_file->descriptor, static_cast<char *>(pv) + done, cb - done, static_cast<off_t>(m_position));
@@ -135,7 +135,7 @@ class FileStream final : public Object<IStream>
             return STG_E_INVALIDFUNCTION;
         if (fstat(m_file->descriptor, &status) != 0)
             return STG_E_SEEKERROR;
-        std::lock_guard<std::mutex> held(m_lock);
+        const locks::Hold held(m_lock);
         const LONGLONG base = dwOrigin == STREAM_SEEK_SET   ? 0
                               : dwOrigin == STREAM_SEEK_CUR ? static_cast<LONGLONG>(m_position)
                                                             : status.st_size;
@@ -185,15 +185,15 @@ class FileStream final : public Object<IStream>
     {
         if (!ppstm)
             return STG_E_INVALIDPOINTER;
-        std::lock_guard<std::mutex> held(m_lock);
+        const locks::Hold held(m_lock);
         *ppstm = new FileStream(m_file, m_position);
         return S_OK;
     }
 
   private:
     const std::shared_ptr<File> m_file;
-    std::mutex m_lock;
-    ULONGLONG m_position;
+    locks::Mutex m_lock;
+    ULONGLONG m_position GUARDED_BY(m_lock);
 };
 
 class FileStorage final : public Object<IStorage>

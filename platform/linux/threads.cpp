@@ -19,16 +19,16 @@ std::atomic<std::size_t> liveThreads{0};
 class Thread : public KernelObject
 {
   public:
-    bool IsSignalled(const ThreadRecord &) const override { return m_ended; }
+    bool IsSignalled(const ThreadRecord &) const REQUIRES(WaitLock()) override { return m_ended; }
     bool Take(ThreadRecord &) override { return false; }
-    void End()
+    void End() REQUIRES(WaitLock())
     {
         m_ended = true;
         WakeAll();
     }
 
   private:
-    bool m_ended = false;
+    bool m_ended GUARDED_BY(WaitLock()) = false;
 };
 
 // Marks the thread as ended after its body, and after the destructors of its thread-local objects: a waiter that is
@@ -39,15 +39,15 @@ struct Start {
     HANDLE closedAtEnd = nullptr;
     std::function<void()> body;
     std::atomic<unsigned> threadId{0};
-    std::mutex lock;
-    std::condition_variable started;
+    locks::Mutex lock;
+    locks::Condition started;
 };
 
 void AtEnd(void *argument)
 {
     std::unique_ptr<std::shared_ptr<Start>> start(static_cast<std::shared_ptr<Start> *>(argument));
     {
-        std::lock_guard<std::mutex> held(WaitLock());
+        const locks::Hold held(WaitLock());
         (*start)->thread->End();
     }
     if ((*start)->closedAtEnd)
@@ -70,9 +70,9 @@ void *Run(void *argument)
     auto *start = static_cast<std::shared_ptr<Start> *>(argument);
     pthread_setspecific(EndKey(), start);
     {
-        std::lock_guard<std::mutex> held((*start)->lock);
+        const locks::Hold held((*start)->lock);
         (*start)->threadId = GetCurrentThreadId();
-        (*start)->started.notify_one();
+        (*start)->started.NotifyOne();
     }
     (*start)->body();
     return nullptr;
@@ -100,15 +100,16 @@ unsigned Launch(const std::shared_ptr<Start> &start, unsigned stackSize)
         errno = error;
         return 0;
     }
-    std::unique_lock<std::mutex> held(start->lock);
-    start->started.wait(held, [&] { return start->threadId != 0; });
+    const locks::Hold held(start->lock);
+    while (start->threadId == 0)
+        start->started.Wait(start->lock);
     return start->threadId;
 }
 } // namespace
 
 ThreadRecord::~ThreadRecord()
 {
-    std::lock_guard<std::mutex> held(WaitLock());
+    const locks::Hold held(WaitLock());
     for (const auto &mutex : owned)
         mutex->Abandon();
     if (queue)

@@ -12,11 +12,11 @@ namespace
 {
 // Never destroyed: threads may still end while the process does.
 struct Handles {
-    std::mutex wait;
-    std::mutex lock; // of the two tables
-    std::unordered_map<HANDLE, std::shared_ptr<KernelObject>> open;
-    std::map<std::string, std::weak_ptr<KernelObject>> names;
-    ULONG_PTR last = 0;
+    locks::Mutex wait;
+    locks::Mutex lock; // of the tables
+    std::unordered_map<HANDLE, std::shared_ptr<KernelObject>> open GUARDED_BY(lock);
+    std::map<std::string, std::weak_ptr<KernelObject>> names GUARDED_BY(lock);
+    ULONG_PTR last GUARDED_BY(lock) = 0;
 };
 Handles &All()
 {
@@ -27,10 +27,10 @@ Handles &All()
 using Objects = std::vector<std::shared_ptr<KernelObject>>;
 
 // The wait's result when it can end now, else WAIT_TIMEOUT.
-DWORD TryTake(const Objects &objects, bool all, MessageQueue *queue, ThreadRecord &self)
+DWORD TryTake(const Objects &objects, bool all, MessageQueue *queue, ThreadRecord &self) REQUIRES(WaitLock())
 {
     const bool messages = queue && queue->changed;
-    const auto signalled = [&](const auto &object) { return object->IsSignalled(self); };
+    const auto signalled = [&](const auto &object) REQUIRES(WaitLock()) { return object->IsSignalled(self); };
     if (all) {
         if ((queue && !messages) || !std::all_of(objects.begin(), objects.end(), signalled))
             return WAIT_TIMEOUT;
@@ -52,7 +52,7 @@ DWORD TryTake(const Objects &objects, bool all, MessageQueue *queue, ThreadRecor
 }
 } // namespace
 
-std::mutex &WaitLock()
+locks::Mutex &WaitLock()
 {
     return All().wait;
 }
@@ -65,7 +65,7 @@ void Waitable::Remove(Waiter *waiter)
 void Waitable::WakeAll()
 {
     for (Waiter *waiter : m_waiters)
-        waiter->wake.notify_one();
+        waiter->wake.NotifyOne();
 }
 
 ThreadRecord &CurrentThread()
@@ -76,7 +76,7 @@ ThreadRecord &CurrentThread()
 
 HANDLE NewHandle(std::shared_ptr<KernelObject> object)
 {
-    std::lock_guard<std::mutex> held(All().lock);
+    const locks::Hold held(All().lock);
     const auto handle = reinterpret_cast<HANDLE>(All().last += 4);
     All().open.emplace(handle, std::move(object));
     return handle;
@@ -84,7 +84,7 @@ HANDLE NewHandle(std::shared_ptr<KernelObject> object)
 
 std::shared_ptr<KernelObject> FindObject(HANDLE handle)
 {
-    std::lock_guard<std::mutex> held(All().lock);
+    const locks::Hold held(All().lock);
     const auto found = All().open.find(handle);
     if (found != All().open.end())
         return found->second;
@@ -94,7 +94,7 @@ std::shared_ptr<KernelObject> FindObject(HANDLE handle)
 
 std::shared_ptr<KernelObject> FindOrAddName(const std::string &name, const std::shared_ptr<KernelObject> &made)
 {
-    std::lock_guard<std::mutex> held(All().lock);
+    const locks::Hold held(All().lock);
     std::erase_if(All().names, [](const auto &entry) { return entry.second.expired(); });
     auto &known = All().names[name];
     if (auto object = known.lock())
@@ -117,7 +117,7 @@ DWORD WaitFor(const HANDLE *handles, DWORD count, bool all, MessageQueue *queue,
     ThreadRecord &self = CurrentThread();
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
     Waiter waiter;
-    std::unique_lock<std::mutex> held(WaitLock());
+    const locks::Hold held(WaitLock());
     DWORD result = TryTake(objects, all, queue, self);
     if (result != WAIT_TIMEOUT || milliseconds == 0)
         return result;
@@ -128,9 +128,9 @@ DWORD WaitFor(const HANDLE *handles, DWORD count, bool all, MessageQueue *queue,
     bool inTime = true;
     while (result == WAIT_TIMEOUT && inTime) {
         if (milliseconds == INFINITE)
-            waiter.wake.wait(held);
+            waiter.wake.Wait(WaitLock());
         else
-            inTime = waiter.wake.wait_until(held, deadline) == std::cv_status::no_timeout;
+            inTime = waiter.wake.WaitUntil(WaitLock(), deadline);
         result = TryTake(objects, all, queue, self);
     }
     for (const auto &object : objects)
@@ -143,14 +143,14 @@ DWORD WaitFor(const HANDLE *handles, DWORD count, bool all, MessageQueue *queue,
 
 std::size_t PlatformLiveHandles()
 {
-    std::lock_guard<std::mutex> held(platform::All().lock);
+    const locks::Hold held(platform::All().lock);
     return platform::All().open.size();
 }
 
 BOOL CloseHandle(HANDLE hObject)
 {
     std::shared_ptr<platform::KernelObject> closed; // dies outside the lock
-    std::lock_guard<std::mutex> held(platform::All().lock);
+    const locks::Hold held(platform::All().lock);
     const auto found = platform::All().open.find(hObject);
     if (found == platform::All().open.end()) {
         SetLastError(ERROR_INVALID_HANDLE);

@@ -1,9 +1,8 @@
 // Objects that threads wait for, and their handles. One lock of the process guards all of them: none is on a path
 // where that is felt, and a wait for several objects and the message queue at once needs no order of locks.
 #pragma once
-#include <condition_variable>
+#include "platform/locks/Mutex.h"
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 #include <windows.h>
@@ -23,32 +22,32 @@ struct ThreadRecord {
 };
 ThreadRecord &CurrentThread();
 
-std::mutex &WaitLock();
+locks::Mutex &WaitLock();
 
 // A thread that waits.
 struct Waiter {
-    std::condition_variable wake;
+    locks::Condition wake;
 };
 
-// Something with waiters. All members are used under WaitLock().
+// Something with waiters.
 class Waitable
 {
   public:
     virtual ~Waitable() = default;
-    void Add(Waiter *waiter) { m_waiters.push_back(waiter); }
-    void Remove(Waiter *waiter);
-    void WakeAll();
+    void Add(Waiter *waiter) REQUIRES(WaitLock()) { m_waiters.push_back(waiter); }
+    void Remove(Waiter *waiter) REQUIRES(WaitLock());
+    void WakeAll() REQUIRES(WaitLock());
 
   private:
-    std::vector<Waiter *> m_waiters;
+    std::vector<Waiter *> m_waiters GUARDED_BY(WaitLock());
 };
 
 class KernelObject : public Waitable
 {
   public:
-    virtual bool IsSignalled(const ThreadRecord &self) const = 0;
+    virtual bool IsSignalled(const ThreadRecord &self) const REQUIRES(WaitLock()) = 0;
     // What a successful wait does to the object. True when its owner had ended without releasing it.
-    virtual bool Take(ThreadRecord &self) = 0;
+    virtual bool Take(ThreadRecord &self) REQUIRES(WaitLock()) = 0;
 };
 
 // Handles: multiples of four that are never used twice.
@@ -82,16 +81,16 @@ template <class Object> HANDLE NewNamedHandle(std::shared_ptr<Object> made, cons
 }
 
 struct MessageQueue : Waitable {
-    std::vector<MSG> messages;
-    bool quit = false;
-    WPARAM quitCode = 0;
-    bool changed = false; // something came since the queue was last looked at
+    std::vector<MSG> messages GUARDED_BY(WaitLock());
+    bool quit GUARDED_BY(WaitLock()) = false;
+    WPARAM quitCode GUARDED_BY(WaitLock()) = 0;
+    bool changed GUARDED_BY(WaitLock()) = false; // something came since the queue was last looked at
 
-    bool IsEmpty() const { return messages.empty() && !quit; }
+    bool IsEmpty() const REQUIRES(WaitLock()) { return messages.empty() && !quit; }
 };
 
-// Takes the queue of a thread out of reach of PostThreadMessageA. Under WaitLock().
-void ForgetQueue(DWORD threadId);
+// Takes the queue of a thread out of reach of PostThreadMessageA.
+void ForgetQueue(DWORD threadId) REQUIRES(WaitLock());
 
 // WAIT_OBJECT_0 + i, with `queue` at the index after the handles; the results of the wait functions.
 DWORD WaitFor(const HANDLE *handles, DWORD count, bool all, MessageQueue *queue, DWORD milliseconds);

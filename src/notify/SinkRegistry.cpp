@@ -1,7 +1,6 @@
 // One lock guards the sinks and the notifications that are at work; it is never held while MAPI or the host is called.
 #include "notify/SinkRegistry.h"
 #include <algorithm>
-#include <condition_variable>
 
 namespace
 {
@@ -9,10 +8,10 @@ namespace
 using Sinks = std::map<CAdviseSink *, CMAPIImpl *>;
 
 struct State {
-    std::mutex lock;
-    Sinks sinks;
-    SinkRegistry::Notification *pNotifications = nullptr;
-    std::condition_variable notified;
+    locks::Mutex lock;
+    Sinks sinks GUARDED_BY(lock);
+    SinkRegistry::Notification *pNotifications GUARDED_BY(lock) = nullptr;
+    locks::Condition notified;
 };
 
 // Never destroyed: sinks may still be notified while the process ends.
@@ -35,14 +34,14 @@ void Erase(Sinks &sinks, Sinks::iterator sink)
 void SinkRegistry::Add(CAdviseSink *pSink)
 {
     State &state = Registered();
-    const std::lock_guard lock(state.lock);
+    const locks::Hold lock(state.lock);
     state.sinks.emplace(pSink, nullptr);
 }
 
 void SinkRegistry::Enter(CAdviseSink *pSink, CMAPIImpl *pSession)
 {
     State &state = Registered();
-    const std::lock_guard lock(state.lock);
+    const locks::Hold lock(state.lock);
     if (const auto found = state.sinks.find(pSink); found != state.sinks.end())
         found->second = pSession;
     for (Notification *pAtWork = state.pNotifications; pAtWork; pAtWork = pAtWork->m_pNext)
@@ -53,7 +52,7 @@ void SinkRegistry::Enter(CAdviseSink *pSink, CMAPIImpl *pSession)
 bool SinkRegistry::Remove(CAdviseSink *pSink)
 {
     State &state = Registered();
-    const std::lock_guard lock(state.lock);
+    const locks::Hold lock(state.lock);
     const auto found = state.sinks.find(pSink);
     if (found == state.sinks.end())
         return false;
@@ -64,7 +63,7 @@ bool SinkRegistry::Remove(CAdviseSink *pSink)
 CAdviseSink *SinkRegistry::RemoveFirstOf(const CMAPIImpl *pSession)
 {
     State &state = Registered();
-    const std::lock_guard lock(state.lock);
+    const locks::Hold lock(state.lock);
     const auto found = std::find_if(state.sinks.begin(), state.sinks.end(),
                                     [pSession](const auto &sink) { return sink.second == pSession; });
     if (found == state.sinks.end())
@@ -77,7 +76,7 @@ CAdviseSink *SinkRegistry::RemoveFirstOf(const CMAPIImpl *pSession)
 SinkRegistry::Notification::Notification(CAdviseSink *pSink) : m_pSink(pSink)
 {
     State &state = Registered();
-    const std::lock_guard lock(state.lock);
+    const locks::Hold lock(state.lock);
     const auto found = state.sinks.find(pSink);
     m_pSession = found != state.sinks.end() ? found->second : nullptr;
     m_pNext = std::exchange(state.pNotifications, this);
@@ -86,22 +85,24 @@ SinkRegistry::Notification::Notification(CAdviseSink *pSink) : m_pSink(pSink)
 SinkRegistry::Notification::~Notification()
 {
     State &state = Registered();
-    const std::lock_guard lock(state.lock);
+    const locks::Hold lock(state.lock);
     Notification **ppLink = &state.pNotifications;
     while (*ppLink != this)
         ppLink = &(*ppLink)->m_pNext;
     *ppLink = m_pNext;
-    state.notified.notify_all();
+    state.notified.NotifyAll();
 }
 
 void SinkRegistry::AwaitNotifications(const CMAPIImpl *pSession)
 {
     State &state = Registered();
-    std::unique_lock lock(state.lock);
-    state.notified.wait(lock, [&] {
+    const auto isOver = [&]() REQUIRES(state.lock) {
         for (const Notification *pAtWork = state.pNotifications; pAtWork; pAtWork = pAtWork->m_pNext)
             if (pAtWork->m_pSession == pSession && pAtWork->m_thread != std::this_thread::get_id())
                 return false;
         return true;
-    });
+    };
+    const locks::Hold lock(state.lock);
+    while (!isOver())
+        state.notified.Wait(state.lock);
 }

@@ -139,6 +139,6 @@ class CMAPIImpl
     const std::shared_ptr<SessionReferences> m_references;
     SessionState m_state;
     std::atomic<LONG> m_lOpenObjects{0};
-    std::map<DWORD, IMAPITable *> m_contentsTables;
-    std::map<DWORD, BOOKMARK> m_bookmarks;
+    std::map<DWORD, IMAPITable *> m_contentsTables GUARDED_BY(m_CS);
+    std::map<DWORD, BOOKMARK> m_bookmarks GUARDED_BY(m_CS);
 };

@@ -3,7 +3,7 @@
 #include "ExchangeMapi.h"
 #include "common/mapi/Operation.h"
 #include "common/trace/debug.h"
-#include "session/CMAPIImpl.h"
+#include "session/RegistryLock.h"
 #include <mapix.h>
 #include <objbase.h>
 #include <process.h>
@@ -23,9 +23,9 @@ std::atomic<bool> g_bThreadRunning{false};
 std::atomic<bool> g_bThreadStarting{false};
 std::atomic<LONG> g_lInstances{0};
 
-// Touched under CMAPIImpl::m_CS only, except that the thread waits for the event while it exists.
-HANDLE g_hStopEvent = nullptr;
-HANDLE g_hThread = nullptr;
+// The thread waits for the event without the lock: it is there for as long as the thread is.
+HANDLE g_hStopEvent GUARDED_BY(CMAPIImpl::m_CS) = nullptr;
+HANDLE g_hThread GUARDED_BY(CMAPIImpl::m_CS) = nullptr;
 std::atomic<bool> g_bThreadEnded{false}; // tells a thread that has ended from one that has not come to its start
 
 constexpr char kNoMapi[] =
@@ -115,7 +115,7 @@ unsigned __stdcall ThreadBody(void *)
 
 // Waits for the last instructions of a thread that has said that it ends, so that nothing of it is left when the
 // library is unloaded.
-void JoinThread()
+void JoinThread() REQUIRES(CMAPIImpl::m_CS)
 {
     if (!g_hThread)
         return;
@@ -124,7 +124,7 @@ void JoinThread()
     g_hThread = nullptr;
 }
 
-void StartThread()
+void StartThread() REQUIRES(CMAPIImpl::m_CS)
 {
     if (g_hThread && !g_bThreadEnded)
         return;
@@ -150,7 +150,7 @@ bool CMAPIImpl::IsService()
 void CMAPIImpl::Initialise(bool fService)
 {
     const CDebugTraceFn trace(kTraceCall, "CMAPIImpl::Initialise", "Service: <%s>", fService ? "true" : "false");
-    const LockCriticalSection lock(&m_CS, true, "OrlMapi32", __LINE__);
+    const RegistryLock lock(__LINE__);
     g_bService = fService;
     if (!g_hStopEvent)
         g_hStopEvent = CreateEventA(nullptr, FALSE, FALSE, nullptr);
@@ -167,7 +167,7 @@ void CMAPIImpl::Initialise(bool fService)
 void CMAPIImpl::Uninitialise()
 {
     const CDebugTraceFn trace(kTraceCall, "CMAPIImpl::Uninitialise");
-    const LockCriticalSection lock(&m_CS, true, "OrlMapi32", __LINE__);
+    const RegistryLock lock(__LINE__);
     if (--g_lInstances != 0)
         return;
     WaitForStart();

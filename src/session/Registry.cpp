@@ -2,6 +2,7 @@
 // serialises all of it.
 #include "common/mapi/Contained.h"
 #include "common/trace/debug.h"
+#include "session/RegistryLock.h"
 #include "session/SessionDependent.h"
 #include "session/SessionGuard.h"
 #include "session/SessionReferences.h"
@@ -13,12 +14,7 @@ CriticalSection CMAPIImpl::m_CS(false, "CMAPIImpl::m_CS", false);
 namespace
 {
 
-std::map<DWORD, CMAPIImpl *> g_connections;
-
-// Holds the lock of the registries for a scope.
-struct RegistryLock : LockCriticalSection {
-    explicit RegistryLock(int nLine) : LockCriticalSection(&CMAPIImpl::m_CS, true, "OrlMapi32", nLine) {}
-};
+std::map<DWORD, CMAPIImpl *> g_connections GUARDED_BY(CMAPIImpl::m_CS);
 
 // A handle that the map does not hold: 1 to 32768, whatever the range of this runtime's generator. With 32768 live
 // entries there is none, and the search does not end, as the contract has it.

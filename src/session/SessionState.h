@@ -3,7 +3,7 @@
 #pragma once
 #include "common/base/Owners.h"
 #include "common/text/tstring.h"
-#include <mutex>
+#include "platform/locks/Mutex.h"
 
 class SessionState
 {
@@ -20,25 +20,25 @@ class SessionState
     void Exchange(ComPtr<IMAPISession> &session, ComPtr<IMsgStore> &store);
 
     // What the fax product calls itself, learned by summary listings; the last writer wins.
-    tstring FaxCreatorName() const { return Copy(m_strFaxCreatorName); }
-    void SetFaxCreatorName(const tstring &name) { Set(m_strFaxCreatorName, name); }
-    tstring Profile() const { return Copy(m_strProfile); }
-    void SetProfile(const tstring &name) { Set(m_strProfile, name); }
-    tstring Server() const { return Copy(m_strServer); }
-    void SetServer(const tstring &name) { Set(m_strServer, name); }
-    tstring DefaultMailbox() const { return Copy(m_strDefaultMailbox); }
-    void SetDefaultMailbox(const tstring &name) { Set(m_strDefaultMailbox, name); }
+    tstring FaxCreatorName() const { return Copy(&SessionState::m_strFaxCreatorName); }
+    void SetFaxCreatorName(const tstring &name) { Set(&SessionState::m_strFaxCreatorName, name); }
+    tstring Profile() const { return Copy(&SessionState::m_strProfile); }
+    void SetProfile(const tstring &name) { Set(&SessionState::m_strProfile, name); }
+    tstring Server() const { return Copy(&SessionState::m_strServer); }
+    void SetServer(const tstring &name) { Set(&SessionState::m_strServer, name); }
+    tstring DefaultMailbox() const { return Copy(&SessionState::m_strDefaultMailbox); }
+    void SetDefaultMailbox(const tstring &name) { Set(&SessionState::m_strDefaultMailbox, name); }
 
   private:
-    tstring Copy(const tstring &member) const;
-    void Set(tstring &member, const tstring &text);
+    tstring Copy(tstring SessionState::*member) const;
+    void Set(tstring SessionState::*member, const tstring &text);
 
-    mutable std::mutex m_lock;
-    tstring m_strFaxCreatorName;
-    tstring m_strProfile;
-    tstring m_strServer;
-    tstring m_strDefaultMailbox;
-    HRESULT m_hrLast = E_FAIL;
-    ComPtr<IMsgStore> m_lpMDB;
-    ComPtr<IMAPISession> m_lpSession;
+    mutable locks::Mutex m_lock;
+    tstring m_strFaxCreatorName GUARDED_BY(m_lock);
+    tstring m_strProfile GUARDED_BY(m_lock);
+    tstring m_strServer GUARDED_BY(m_lock);
+    tstring m_strDefaultMailbox GUARDED_BY(m_lock);
+    HRESULT m_hrLast GUARDED_BY(m_lock) = E_FAIL;
+    ComPtr<IMsgStore> m_lpMDB GUARDED_BY(m_lock);
+    ComPtr<IMAPISession> m_lpSession GUARDED_BY(m_lock);
 };

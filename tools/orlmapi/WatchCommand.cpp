@@ -3,10 +3,10 @@
 #include "Failure.h"
 #include "Output.h"
 #include "common/Interrupt.h"
+#include "platform/locks/Mutex.h"
 #include <array>
 #include <cstdio>
 #include <memory>
-#include <mutex>
 
 namespace
 {
@@ -22,7 +22,7 @@ class ChangeLines
 
     void Print(const std::string &mailbox, ULONG unread, ULONG unreadHighPriority, ULONG read)
     {
-        const std::lock_guard lock(m_lock);
+        const locks::Hold lock(m_lock);
         if (m_count != 0 && m_printed == m_count)
             return;
         SYSTEMTIME now;
@@ -47,8 +47,8 @@ class ChangeLines
     tool::Interrupt &m_interrupt;
     const bool m_json;
     const unsigned long m_count;
-    std::mutex m_lock;
-    unsigned long m_printed = 0;
+    locks::Mutex m_lock;
+    unsigned long m_printed GUARDED_BY(m_lock) = 0;
 };
 
 // A mailbox that is watched. One change may be told several times; it is printed once. It outlives the connection,
@@ -78,7 +78,7 @@ class Watch
     static BOOL ORLAPI Told(const WCHAR *, ULONG unread, ULONG unreadHighPriority, ULONG read, ULONG_PTR context)
     {
         auto &watch = *reinterpret_cast<Watch *>(context);
-        const std::lock_guard lock(watch.m_lock);
+        const locks::Hold lock(watch.m_lock);
         const std::array<ULONG, 3> counts = {unread, unreadHighPriority, read};
         if (watch.m_first || counts != watch.m_last)
             watch.m_lines.Print(watch.m_name, unread, unreadHighPriority, read);
@@ -90,9 +90,9 @@ class Watch
     const std::string m_name;
     ChangeLines &m_lines;
     OrlSink m_sink = 0;
-    std::mutex m_lock;
-    bool m_first = true;
-    std::array<ULONG, 3> m_last = {};
+    locks::Mutex m_lock;
+    bool m_first GUARDED_BY(m_lock) = true;
+    std::array<ULONG, 3> m_last GUARDED_BY(m_lock) = {};
 };
 
 } // namespace

@@ -126,7 +126,7 @@ HRESULT ErrorTexts::Remember(const char *method, const Failure &failure) noexcep
 {
     try {
         std::string text = std::string(method) + ": " + failure.Text();
-        std::lock_guard hold(m_lock);
+        const locks::Hold hold(m_lock);
         m_entries.remove_if([&](const Entry &entry) { return entry.code == failure.Code(); });
         m_entries.push_front({failure.Code(), std::move(text), failure.LowLevel()});
         if (m_entries.size() > kRemembered)
@@ -156,7 +156,7 @@ HRESULT ErrorTexts::GetLastError(HRESULT code, ULONG flags, MAPIERROR **error) n
     return Guarded([&]() -> HRESULT {
         Entry found{};
         {
-            std::lock_guard hold(m_lock);
+            const locks::Hold hold(m_lock);
             for (const Entry &entry : m_entries)
                 if (entry.code == code) {
                     found = entry;

@@ -4,9 +4,9 @@
 #include <mapiutil.h>
 #include <mapix.h>
 
+#include "platform/locks/Mutex.h"
 #include <exception>
 #include <list>
-#include <mutex>
 #include <string>
 #include <utility>
 
@@ -64,8 +64,8 @@ class ErrorTexts
         std::string text;
         ULONG lowLevel;
     };
-    std::mutex m_lock;
-    std::list<Entry> m_entries;
+    locks::Mutex m_lock;
+    std::list<Entry> m_entries GUARDED_BY(m_lock);
 };
 
 // Runs the body of a method: its HRESULT is the method's, a failure is remembered under the method's name, an

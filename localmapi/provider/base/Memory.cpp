@@ -2,12 +2,12 @@
 // roots tells good pointers from others.
 #include "localmapi/provider/base/Memory.h"
 
+#include "platform/locks/Mutex.h"
 #include <array>
 #include <atomic>
 #include <cstdint>
 #include <cstdlib>
 #include <limits>
-#include <mutex>
 #include <unordered_set>
 
 namespace localmapi
@@ -32,8 +32,8 @@ Header *HeaderOf(void *block)
 
 // The live roots, spread over several locks so that threads seldom meet.
 struct Shard {
-    std::mutex lock;
-    std::unordered_set<Header *> roots;
+    locks::Mutex lock;
+    std::unordered_set<Header *> roots GUARDED_BY(lock);
 };
 
 // Never destroyed: a host may free a block while the process ends.
@@ -95,7 +95,7 @@ SCODE AllocateBuffer(ULONG size, void **block) noexcept
         return MAPI_E_NOT_ENOUGH_MEMORY;
     try {
         Shard &shard = ShardOf(header);
-        std::lock_guard hold(shard.lock);
+        const locks::Hold hold(shard.lock);
         shard.roots.insert(header);
     } catch (const std::bad_alloc &) {
         DeleteBlock(header);
@@ -115,7 +115,7 @@ SCODE AllocateMore(ULONG size, void *root, void **block) noexcept
     Header *head = HeaderOf(root);
     Shard &shard = ShardOf(head);
     {
-        std::lock_guard hold(shard.lock);
+        const locks::Hold hold(shard.lock);
         if (!shard.roots.count(head))
             return MAPI_E_INVALID_PARAMETER;
     }
@@ -123,7 +123,7 @@ SCODE AllocateMore(ULONG size, void *root, void **block) noexcept
     if (!header)
         return MAPI_E_NOT_ENOUGH_MEMORY;
     {
-        std::lock_guard hold(shard.lock);
+        const locks::Hold hold(shard.lock);
         header->next = head->next;
         head->next = header;
     }
@@ -138,7 +138,7 @@ ULONG FreeBuffer(void *block) noexcept
     Header *header = HeaderOf(block);
     {
         Shard &shard = ShardOf(header);
-        std::lock_guard hold(shard.lock);
+        const locks::Hold hold(shard.lock);
         if (!shard.roots.erase(header))
             return static_cast<ULONG>(MAPI_E_INVALID_PARAMETER);
     }

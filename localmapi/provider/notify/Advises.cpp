@@ -37,7 +37,7 @@ void Advises::End() noexcept
 void Advises::Close() noexcept
 {
     End();
-    std::lock_guard hold(m_collecting);
+    const locks::Hold hold(m_collecting);
     m_source = nullptr;
 }
 
@@ -45,7 +45,7 @@ std::vector<TableNotice> Advises::Collect(std::int64_t quietUpTo) noexcept
 {
     std::vector<TableNotice> notices;
     try {
-        std::lock_guard hold(m_collecting);
+        const locks::Hold hold(m_collecting);
         if (m_source)
             notices = m_source(quietUpTo);
         m_failed = false;
@@ -72,7 +72,7 @@ std::vector<TableNotice> Advises::Collect(std::int64_t quietUpTo) noexcept
 
 void AdviseScope::Add(const std::shared_ptr<Advises> &advises)
 {
-    std::lock_guard hold(m_lock);
+    const locks::Hold hold(m_lock);
     std::erase_if(m_tables, [](const std::weak_ptr<Advises> &known) { return known.expired(); });
     m_tables.push_back(advises);
 }
@@ -81,7 +81,7 @@ void AdviseScope::End()
 {
     std::vector<std::weak_ptr<Advises>> tables;
     {
-        std::lock_guard hold(m_lock);
+        const locks::Hold hold(m_lock);
         tables = m_tables;
     }
     for (const std::weak_ptr<Advises> &known : tables)

@@ -7,9 +7,9 @@
 #include "localmapi/provider/base/Memory.h"
 #include "localmapi/storage/View.h"
 
+#include "platform/locks/Mutex.h"
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <vector>
 
@@ -26,6 +26,9 @@ struct TableNotice {
     Block<SPropValue> row;
     ULONG columns = 0;
 };
+
+// Guards who is advised, in all tables, and what the notifier knows of it. Held while nothing is called that may wait.
+locks::Mutex &NotifierLock();
 
 // The advises of one table. For any thread.
 class Advises : public std::enable_shared_from_this<Advises>
@@ -56,15 +59,14 @@ class Advises : public std::enable_shared_from_this<Advises>
 
     std::vector<TableNotice> Collect(std::int64_t quietUpTo) noexcept;
 
-    std::mutex m_collecting;
-    Source m_source;       // guarded by m_collecting; empty when closed
-    bool m_failed = false; // on the notifier's thread only
+    locks::Mutex m_collecting;
+    Source m_source GUARDED_BY(m_collecting); // empty when closed
+    bool m_failed = false;                    // on the notifier's thread only
     const storage::Site m_site;
     const storage::Container m_container;
-    // Guarded by the notifier's lock.
-    std::vector<std::shared_ptr<AdvisedSink>> m_sinks;
-    bool m_due = false; // is to be asked whether or not something happened
-    std::int64_t m_quietUpTo = 0;
+    std::vector<std::shared_ptr<AdvisedSink>> m_sinks GUARDED_BY(NotifierLock());
+    bool m_due GUARDED_BY(NotifierLock()) = false; // is to be asked whether or not something happened
+    std::int64_t m_quietUpTo GUARDED_BY(NotifierLock()) = 0;
 };
 
 // The advises of all tables of one store.
@@ -75,8 +77,8 @@ class AdviseScope
     void End();
 
   private:
-    std::mutex m_lock;
-    std::vector<std::weak_ptr<Advises>> m_tables;
+    locks::Mutex m_lock;
+    std::vector<std::weak_ptr<Advises>> m_tables GUARDED_BY(m_lock);
 };
 
 } // namespace localmapi

@@ -7,13 +7,15 @@
 namespace localmapi
 {
 
-ULONG Notifier::Advise(const AdvisesPtr &advises, IMAPIAdviseSink *sink, std::int64_t from)
+locks::Mutex &NotifierLock()
 {
-    std::unique_lock starting(m_startStop, std::defer_lock);
-    if (!IsThisThread())
-        starting.lock();
-    std::unique_lock hold(m_lock);
-    const auto advised = std::make_shared<Advises::AdvisedSink>(m_next, sink, from);
+    static auto *const lock = new locks::Mutex; // for as long as the notifier
+    return *lock;
+}
+
+Notifier::SinkPtr Notifier::Enter(const AdvisesPtr &advises, IMAPIAdviseSink *sink, std::int64_t from)
+{
+    auto advised = std::make_shared<Advises::AdvisedSink>(m_next, sink, from);
     advises->m_sinks.reserve(advises->m_sinks.size() + 1);
     if (advises->m_sinks.empty()) {
         m_tables.push_back(advises);
@@ -23,20 +25,33 @@ ULONG Notifier::Advise(const AdvisesPtr &advises, IMAPIAdviseSink *sink, std::in
     advises->m_due = m_anyDue = true;
     ++m_generation;
     m_next = m_next == std::numeric_limits<ULONG>::max() ? 1 : m_next + 1;
-    if (!IsThisThread() && !m_alive) {
-        try {
-            hold.unlock();
-            Start();
-            hold.lock();
-        } catch (...) {
-            hold.lock();
-            std::erase(advises->m_sinks, advised);
-            Drop(*advises);
-            throw;
-        }
-    }
     if (m_signal)
         m_signal->Wake();
+    return advised;
+}
+
+ULONG Notifier::Advise(const AdvisesPtr &advises, IMAPIAdviseSink *sink, std::int64_t from)
+{
+    if (IsThisThread()) {
+        const locks::Hold hold(NotifierLock());
+        return Enter(advises, sink, from)->number;
+    }
+    const locks::Hold starting(m_startStop);
+    SinkPtr advised;
+    {
+        const locks::Hold hold(NotifierLock());
+        advised = Enter(advises, sink, from);
+        if (m_alive)
+            return advised->number;
+    }
+    try {
+        Start();
+    } catch (...) {
+        const locks::Hold hold(NotifierLock());
+        std::erase(advises->m_sinks, advised);
+        Drop(*advises);
+        throw;
+    }
     return advised->number;
 }
 
@@ -47,7 +62,7 @@ void Notifier::Start()
         m_thread.join();
     auto signal = std::make_shared<storage::ChangeSignal>();
     {
-        std::lock_guard hold(m_lock);
+        const locks::Hold hold(NotifierLock());
         m_signal = signal;
         m_alive = true;
         m_stop = false;
@@ -55,7 +70,7 @@ void Notifier::Start()
     try {
         m_thread = std::thread([this, signal] { Run(signal); });
     } catch (...) {
-        std::lock_guard hold(m_lock);
+        const locks::Hold hold(NotifierLock());
         m_alive = false;
         throw;
     }
@@ -73,7 +88,7 @@ void Notifier::Drop(Advises &advises)
 }
 
 // Ends an advise that is in no list any more.
-void Notifier::Finish(std::unique_lock<std::mutex> &hold, const SinkPtr &advised) noexcept
+void Notifier::Finish(const SinkPtr &advised) noexcept
 {
     advised->ended = true;
     if (m_running == advised.get()) {
@@ -81,18 +96,18 @@ void Notifier::Finish(std::unique_lock<std::mutex> &hold, const SinkPtr &advised
             advised->endedByItself = true;
             return;
         }
-        m_returned.wait(hold, [&] { return m_running != advised.get(); });
+        while (m_running == advised.get())
+            m_returned.Wait(NotifierLock());
     }
     ComPtr<IMAPIAdviseSink> sink = std::move(advised->sink);
-    hold.unlock();
+    const locks::Released released(NotifierLock());
     sink.reset();
-    hold.lock();
 }
 
 bool Notifier::Unadvise(Advises &advises, ULONG number)
 {
     {
-        std::unique_lock hold(m_lock);
+        const locks::Hold hold(NotifierLock());
         const auto found = std::find_if(advises.m_sinks.begin(), advises.m_sinks.end(),
                                         [&](const SinkPtr &known) { return known->number == number; });
         if (found == advises.m_sinks.end())
@@ -100,7 +115,7 @@ bool Notifier::Unadvise(Advises &advises, ULONG number)
         const SinkPtr advised = *found;
         advises.m_sinks.erase(found);
         Drop(advises);
-        Finish(hold, advised);
+        Finish(advised);
     }
     StopIfNobodyListens();
     return true;
@@ -109,12 +124,12 @@ bool Notifier::Unadvise(Advises &advises, ULONG number)
 void Notifier::End(Advises &advises) noexcept
 {
     {
-        std::unique_lock hold(m_lock);
+        const locks::Hold hold(NotifierLock());
         while (!advises.m_sinks.empty()) {
             const SinkPtr advised = advises.m_sinks.back();
             advises.m_sinks.pop_back();
             Drop(advises);
-            Finish(hold, advised);
+            Finish(advised);
         }
     }
     StopIfNobodyListens();
@@ -124,9 +139,9 @@ void Notifier::StopIfNobodyListens() noexcept
 {
     if (IsThisThread())
         return; // it ends when the sink has returned
-    std::lock_guard stopping(m_startStop);
+    const locks::Hold stopping(m_startStop);
     {
-        std::lock_guard hold(m_lock);
+        const locks::Hold hold(NotifierLock());
         // While a sink is still on its way out of its own end, the thread is left to itself.
         if (!m_tables.empty() || m_running || !m_thread.joinable())
             return;
@@ -139,9 +154,9 @@ void Notifier::Stop() noexcept
 {
     if (IsThisThread())
         return;
-    std::lock_guard stopping(m_startStop);
+    const locks::Hold stopping(m_startStop);
     {
-        std::lock_guard hold(m_lock);
+        const locks::Hold hold(NotifierLock());
         if (!m_thread.joinable())
             return;
         m_stop = true;
@@ -154,9 +169,9 @@ void Notifier::Resume() noexcept
 {
     if (IsThisThread())
         return; // it was not stopped
-    std::lock_guard starting(m_startStop);
+    const locks::Hold starting(m_startStop);
     {
-        std::lock_guard hold(m_lock);
+        const locks::Hold hold(NotifierLock());
         if (m_alive || m_tables.empty())
             return;
     }

@@ -5,7 +5,6 @@
 #include "localmapi/storage/ChangeSignal.h"
 #include "localmapi/storage/EntryReader.h"
 
-#include <condition_variable>
 #include <map>
 #include <thread>
 
@@ -20,8 +19,9 @@ struct Advises::AdvisedSink {
     const ULONG number;
     ComPtr<IMAPIAdviseSink> sink;
     std::int64_t from; // on the notifier's thread only
-    bool ended = false;
-    bool endedByItself = false; // the notifier's thread lets go of the sink when it has returned
+    bool ended GUARDED_BY(NotifierLock()) = false;
+    bool endedByItself GUARDED_BY(NotifierLock()) =
+        false; // the notifier's thread lets go of the sink when it has returned
 };
 
 class Notifier
@@ -39,17 +39,17 @@ class Notifier
     void End(Advises &advises) noexcept;
     bool Any(const Advises &advises)
     {
-        std::lock_guard hold(m_lock);
+        const locks::Hold hold(NotifierLock());
         return !advises.m_sinks.empty();
     }
     void SetDue(Advises &advises)
     {
-        std::lock_guard hold(m_lock);
+        const locks::Hold hold(NotifierLock());
         advises.m_due = m_anyDue = true;
     }
     bool IsStopping()
     {
-        std::lock_guard hold(m_lock);
+        const locks::Hold hold(NotifierLock());
         return m_stop;
     }
     // Ends the thread, on the last MAPIUninitialize: no sink is called until somebody is advised anew. On the thread
@@ -72,9 +72,10 @@ class Notifier
     };
     using Sites = std::map<storage::Database *, SiteState>;
 
-    void Start();
-    void Finish(std::unique_lock<std::mutex> &hold, const SinkPtr &advised) noexcept;
-    void Drop(Advises &advises);
+    void Start() REQUIRES(m_startStop);
+    SinkPtr Enter(const AdvisesPtr &advises, IMAPIAdviseSink *sink, std::int64_t from) REQUIRES(NotifierLock());
+    void Finish(const SinkPtr &advised) noexcept REQUIRES(NotifierLock());
+    void Drop(Advises &advises) REQUIRES(NotifierLock());
     void StopIfNobodyListens() noexcept;
     void Run(const std::shared_ptr<storage::ChangeSignal> &signal) noexcept;
     void Arrange(Sites &sites, const std::vector<AdvisesPtr> &tables);
@@ -82,20 +83,20 @@ class Notifier
     void Deliver(Advises &advises, std::vector<TableNotice> notices) noexcept;
     void Call(const SinkPtr &advised, std::vector<TableNotice> &notices) noexcept;
 
-    // Held while the thread is started or waited for; before m_lock, and never on the notifier's own thread.
-    std::mutex m_startStop;
-    std::thread m_thread;
+    // Held while the thread is started or waited for; before NotifierLock(), and never on the notifier's own thread.
+    locks::Mutex m_startStop;
+    std::thread m_thread GUARDED_BY(m_startStop);
 
-    std::mutex m_lock;
-    std::condition_variable m_returned;
-    std::vector<AdvisesPtr> m_tables; // those with sinks
-    std::uint64_t m_generation = 0;
-    bool m_anyDue = false;                           // some table is
-    const Advises::AdvisedSink *m_running = nullptr; // its sink is being called or released
-    std::shared_ptr<storage::ChangeSignal> m_signal;
-    bool m_alive = false;
-    bool m_stop = false;
-    ULONG m_next = 1;
+    locks::Condition m_returned;
+    std::vector<AdvisesPtr> m_tables GUARDED_BY(NotifierLock()); // those with sinks
+    std::uint64_t m_generation GUARDED_BY(NotifierLock()) = 0;
+    bool m_anyDue GUARDED_BY(NotifierLock()) = false; // some table is
+    // Its sink is being called or released.
+    const Advises::AdvisedSink *m_running GUARDED_BY(NotifierLock()) = nullptr;
+    std::shared_ptr<storage::ChangeSignal> m_signal GUARDED_BY(NotifierLock());
+    bool m_alive GUARDED_BY(NotifierLock()) = false;
+    bool m_stop GUARDED_BY(NotifierLock()) = false;
+    ULONG m_next GUARDED_BY(NotifierLock()) = 1;
 };
 
 } // namespace localmapi

@@ -67,7 +67,7 @@ void Notifier::Run(const std::shared_ptr<storage::ChangeSignal> &signal) noexcep
             std::vector<AdvisesPtr> tables;
             std::uint64_t generation = 0;
             {
-                std::lock_guard hold(m_lock);
+                const locks::Hold hold(NotifierLock());
                 if (m_stop || m_tables.empty()) {
                     m_alive = false;
                     return;
@@ -122,7 +122,7 @@ void Notifier::Look(SiteState &site, bool anyDue)
         return;
     site.upTo = summary ? summary->upTo : -1;
     {
-        std::lock_guard hold(m_lock);
+        const locks::Hold hold(NotifierLock());
         for (const AdvisesPtr &advises : site.tables) {
             if (summary && summary->lost)
                 advises->m_quietUpTo = 0;
@@ -148,7 +148,7 @@ void Notifier::Deliver(Advises &advises, std::vector<TableNotice> notices) noexc
     SinkPtr advised;
     while (!notices.empty()) {
         {
-            std::lock_guard hold(m_lock);
+            const locks::Hold hold(NotifierLock());
             const auto next = std::find_if(advises.m_sinks.begin(), advises.m_sinks.end(), [&](const SinkPtr &known) {
                 return !advised || known->number > advised->number;
             });
@@ -181,7 +181,7 @@ void Notifier::Call(const SinkPtr &advised, std::vector<TableNotice> &notices) n
     if (count == 0)
         return;
     {
-        std::lock_guard hold(m_lock);
+        const locks::Hold hold(NotifierLock());
         if (advised->ended)
             return;
         m_running = advised.get();
@@ -193,16 +193,16 @@ void Notifier::Call(const SinkPtr &advised, std::vector<TableNotice> &notices) n
     }
     bool release = false;
     {
-        std::lock_guard hold(m_lock);
+        const locks::Hold hold(NotifierLock());
         release = advised->endedByItself;
     }
     if (release)
         advised->sink.reset();
     {
-        std::lock_guard hold(m_lock);
+        const locks::Hold hold(NotifierLock());
         m_running = nullptr;
     }
-    m_returned.notify_all();
+    m_returned.NotifyAll();
 }
 
 } // namespace localmapi

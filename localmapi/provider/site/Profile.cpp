@@ -79,7 +79,7 @@ bool Profile::IsStored() const
 
 void Profile::Keep()
 {
-    std::lock_guard hold(m_lock);
+    const locks::Hold hold(m_lock);
     if (m_kept || !IsStored())
         return;
     Kept kept;
@@ -93,14 +93,14 @@ void Profile::Keep()
 
 std::string Profile::Name() const
 {
-    std::lock_guard hold(m_lock);
+    const locks::Hold hold(m_lock);
     IsStored();
     return m_name;
 }
 
 std::vector<storage::Service> Profile::Services() const
 {
-    std::lock_guard hold(m_lock);
+    const locks::Hold hold(m_lock);
     return IsStored() ? Stored().Services(m_name) : m_kept->services;
 }
 
@@ -114,7 +114,7 @@ storage::Service Profile::Service(const storage::Guid &uid) const
 
 void Profile::AddService(const storage::Service &service)
 {
-    std::lock_guard hold(m_lock);
+    const locks::Hold hold(m_lock);
     if (IsStored())
         Stored().AddService(m_name, service);
     else
@@ -124,7 +124,7 @@ void Profile::AddService(const storage::Service &service)
 void Profile::RemoveService(const storage::Guid &uid)
 {
     Service(uid);
-    std::lock_guard hold(m_lock);
+    const locks::Hold hold(m_lock);
     if (IsStored()) {
         Stored().RemoveService(m_name, uid);
     } else {
@@ -143,7 +143,7 @@ storage::PropertyBag Profile::StoredSection(const storage::Guid &uid) const
 
 std::optional<storage::PropertyBag> Profile::Section(const storage::Guid &uid) const
 {
-    std::lock_guard hold(m_lock);
+    const locks::Hold hold(m_lock);
     storage::PropertyBag bag;
     if (IsStored()) {
         bag = StoredSection(uid);
@@ -158,7 +158,7 @@ std::optional<storage::PropertyBag> Profile::Section(const storage::Guid &uid) c
 void Profile::ChangeSection(const storage::Guid &uid, const storage::PropertyBag &set,
                             const std::vector<storage::Tag> &remove)
 {
-    std::lock_guard hold(m_lock);
+    const locks::Hold hold(m_lock);
     if (IsStored()) {
         Stored().ChangeSection(m_name, uid, set, remove);
         return;

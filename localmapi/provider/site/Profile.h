@@ -4,9 +4,9 @@
 #pragma once
 #include "localmapi/storage/Profiles.h"
 
+#include "platform/locks/Mutex.h"
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -45,15 +45,15 @@ class Profile
 
     storage::Profiles Stored() const { return storage::Profiles(*m_site); }
     // Whether the profile is still in the file; follows it to a new name. Throws when it is gone and was not kept.
-    bool IsStored() const;
+    bool IsStored() const REQUIRES(m_lock);
     bool IsThisOne(const std::string &name) const;
-    storage::PropertyBag StoredSection(const storage::Guid &uid) const;
+    storage::PropertyBag StoredSection(const storage::Guid &uid) const REQUIRES(m_lock);
 
     std::shared_ptr<storage::Site> m_site;
     std::optional<storage::Value> m_instance;
-    mutable std::mutex m_lock;
-    mutable std::string m_name;
-    mutable std::optional<Kept> m_kept;
+    mutable locks::Mutex m_lock;
+    mutable std::string m_name GUARDED_BY(m_lock);
+    mutable std::optional<Kept> m_kept GUARDED_BY(m_lock);
 };
 
 // MAPI_E_INVALID_PARAMETER for a blank name, MAPI_E_STRING_TOO_LONG for one that MAPI has no room for.

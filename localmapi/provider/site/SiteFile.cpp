@@ -1,7 +1,7 @@
 #include "localmapi/provider/site/SiteFile.h"
 
+#include "platform/locks/Mutex.h"
 #include <map>
-#include <mutex>
 
 namespace localmapi
 {
@@ -17,9 +17,9 @@ std::string FindSiteFile()
 
 std::shared_ptr<storage::Site> OpenSite(const std::string &path)
 {
-    static std::mutex lock;
+    static locks::Mutex lock;
     static std::map<std::string, std::weak_ptr<storage::Site>> open;
-    std::lock_guard hold(lock);
+    const locks::Hold hold(lock);
     if (auto site = open[path].lock())
         return site;
     auto site = std::make_shared<storage::Site>(storage::Site::Open(path));

@@ -46,14 +46,15 @@ storage::Changes NewAttachmentProperties()
 }
 
 Attachment::Attachment(StorePtr store, ComPtr<Message> message, storage::AttachmentChanges draft, bool writable)
-    : StoredObject(std::move(store), writable), m_message(std::move(message)), m_draft(std::move(draft))
+    : StoredObject(std::move(store), writable), m_message(std::move(message)), m_number(draft.number),
+      m_draft(std::move(draft))
 {
 }
 
 PropertyBag Attachment::Stored(const std::vector<storage::Tag> *tags)
 {
     PropertyBag bag;
-    if (const storage::ObjectId id = m_message->StoredAttachment(m_draft.number)) {
+    if (const storage::ObjectId id = m_message->StoredAttachment(m_number)) {
         try {
             bag = tags ? m_store->objects.Read(id, *tags) : m_store->objects.Read(id);
         } catch (const storage::Error &error) {
@@ -74,7 +75,7 @@ void Attachment::AddComputed(PropertyBag &bag)
         bag.Set(PR_ATTACH_SIZE,
                 static_cast<std::int32_t>(std::min<std::uint64_t>(size, std::numeric_limits<std::int32_t>::max())));
     }
-    AddAttachmentProperties(*m_store, m_draft.number, m_writable, bag);
+    AddAttachmentProperties(*m_store, m_number, m_writable, bag);
 }
 
 PropertyBag Attachment::Load()
@@ -124,13 +125,13 @@ HRESULT Attachment::Save(ULONG flags)
 
 storage::ObjectId Attachment::StoredEmbedded()
 {
-    const storage::ObjectId attachment = m_message->StoredAttachment(m_draft.number);
+    const storage::ObjectId attachment = m_message->StoredAttachment(m_number);
     return attachment ? m_store->objects.EmbeddedMessage(attachment) : 0;
 }
 
 void Attachment::TakeEmbedded(const storage::MessageChanges &draft)
 {
-    std::lock_guard hold(m_lock);
+    const locks::Hold hold(m_lock);
     RequireWrite();
     m_draft.embedded = std::make_shared<storage::MessageChanges>(draft);
 }

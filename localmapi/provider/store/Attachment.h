@@ -23,21 +23,22 @@ class Attachment final : public StoredObject<IAttach>
     storage::ObjectId StoredEmbedded();
 
   protected:
-    storage::PropertyBag Load() override;
-    storage::PropertyBag ReadSome(const std::vector<storage::Tag> &tags) override;
-    void Change(const storage::PropertyBag &set, const std::vector<storage::Tag> &remove) override;
-    bool IsComputed(storage::Tag tag) override;
+    storage::PropertyBag Load() REQUIRES(m_lock) override;
+    storage::PropertyBag ReadSome(const std::vector<storage::Tag> &tags) REQUIRES(m_lock) override;
+    void Change(const storage::PropertyBag &set, const std::vector<storage::Tag> &remove) REQUIRES(m_lock) override;
+    bool IsComputed(storage::Tag tag) REQUIRES(m_lock) override;
     void Copy(CopyJob &job) override;
-    HRESULT Open(ULONG tag, const IID &iid, ULONG options, ULONG flags, IUnknown **object) override;
-    HRESULT Save(ULONG flags) override;
+    HRESULT Open(ULONG tag, const IID &iid, ULONG options, ULONG flags, IUnknown **object) REQUIRES(m_lock) override;
+    HRESULT Save(ULONG flags) REQUIRES(m_lock) override;
 
   private:
-    storage::PropertyBag Stored(const std::vector<storage::Tag> *tags);
-    void OpenEmbedded(ULONG flags, const IID &iid, IUnknown **object);
-    void AddComputed(storage::PropertyBag &bag);
+    storage::PropertyBag Stored(const std::vector<storage::Tag> *tags) REQUIRES(m_lock);
+    void OpenEmbedded(ULONG flags, const IID &iid, IUnknown **object) REQUIRES(m_lock);
+    void AddComputed(storage::PropertyBag &bag) REQUIRES(m_lock);
 
     const ComPtr<Message> m_message;
-    storage::AttachmentChanges m_draft; // with the attachment's number
+    const std::int32_t m_number;
+    storage::AttachmentChanges m_draft GUARDED_BY(m_lock);
 };
 
 // What a row of an attachment table, and the attachment itself, have beyond what is stored.

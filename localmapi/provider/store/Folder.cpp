@@ -147,7 +147,7 @@ void Folder::GiveHierarchy(ULONG flags, IMAPITable **table)
 
 STDMETHODIMP Folder::GetContentsTable(ULONG ulFlags, LPMAPITABLE *lppTable)
 {
-    return Do("IMAPIContainer::GetContentsTable", [&]() -> HRESULT {
+    return Do("IMAPIContainer::GetContentsTable", [&]() REQUIRES(m_lock) -> HRESULT {
         Require(lppTable != nullptr, "where the table goes");
         *lppTable = nullptr;
         RequireFlags(ulFlags, MAPI_UNICODE | MAPI_ASSOCIATED | MAPI_DEFERRED_ERRORS);
@@ -158,7 +158,7 @@ STDMETHODIMP Folder::GetContentsTable(ULONG ulFlags, LPMAPITABLE *lppTable)
 
 STDMETHODIMP Folder::GetHierarchyTable(ULONG ulFlags, LPMAPITABLE *lppTable)
 {
-    return Do("IMAPIContainer::GetHierarchyTable", [&]() -> HRESULT {
+    return Do("IMAPIContainer::GetHierarchyTable", [&]() REQUIRES(m_lock) -> HRESULT {
         Require(lppTable != nullptr, "where the table goes");
         *lppTable = nullptr;
         RequireFlags(ulFlags, MAPI_UNICODE | CONVENIENT_DEPTH | MAPI_DEFERRED_ERRORS);
@@ -217,7 +217,7 @@ bool Folder::IsSpecial(ObjectId folder) const
 STDMETHODIMP Folder::CreateFolder(ULONG ulFolderType, LPTSTR lpszFolderName, LPTSTR lpszFolderComment,
                                   LPCIID lpInterface, ULONG ulFlags, LPMAPIFOLDER *lppFolder)
 {
-    return Do("IMAPIFolder::CreateFolder", [&]() -> HRESULT {
+    return Do("IMAPIFolder::CreateFolder", [&]() REQUIRES(m_lock) -> HRESULT {
         Require(lppFolder != nullptr, "where the folder goes");
         *lppFolder = nullptr;
         RequireFlags(ulFlags, MAPI_UNICODE | OPEN_IF_EXISTS | MAPI_DEFERRED_ERRORS);
@@ -253,7 +253,7 @@ STDMETHODIMP Folder::CopyFolder(ULONG, LPENTRYID, LPCIID, LPVOID, LPTSTR, ULONG,
 
 STDMETHODIMP Folder::DeleteFolder(ULONG cbEntryID, LPENTRYID lpEntryID, ULONG, LPMAPIPROGRESS, ULONG ulFlags)
 {
-    return Do("IMAPIFolder::DeleteFolder", [&]() -> HRESULT {
+    return Do("IMAPIFolder::DeleteFolder", [&]() REQUIRES(m_lock) -> HRESULT {
         RequireFlags(ulFlags, DEL_MESSAGES | DEL_FOLDERS | FOLDER_DIALOG);
         RequireWrite();
         const EntryId id = ParseEntryId(m_store->uid, cbEntryID, lpEntryID, EntryKind::Folder);
@@ -276,7 +276,7 @@ STDMETHODIMP Folder::DeleteFolder(ULONG cbEntryID, LPENTRYID lpEntryID, ULONG, L
 
 STDMETHODIMP Folder::EmptyFolder(ULONG, LPMAPIPROGRESS, ULONG ulFlags)
 {
-    return Do("IMAPIFolder::EmptyFolder", [&]() -> HRESULT {
+    return Do("IMAPIFolder::EmptyFolder", [&]() REQUIRES(m_lock) -> HRESULT {
         RequireFlags(ulFlags, FOLDER_DIALOG | DEL_ASSOCIATED);
         RequireWrite();
         bool complete = true;

@@ -44,13 +44,13 @@ class Folder final : public StoredObject<IMAPIFolder>
     STDMETHODIMP EmptyFolder(ULONG ulUIParam, LPMAPIPROGRESS lpProgress, ULONG ulFlags) override;
 
   protected:
-    storage::PropertyBag Load() override;
-    storage::PropertyBag ReadSome(const std::vector<storage::Tag> &tags) override;
-    void Change(const storage::PropertyBag &set, const std::vector<storage::Tag> &remove) override;
-    bool IsComputed(storage::Tag tag) override;
-    storage::PropertyBag Copyable() override;
+    storage::PropertyBag Load() REQUIRES(m_lock) override;
+    storage::PropertyBag ReadSome(const std::vector<storage::Tag> &tags) REQUIRES(m_lock) override;
+    void Change(const storage::PropertyBag &set, const std::vector<storage::Tag> &remove) REQUIRES(m_lock) override;
+    bool IsComputed(storage::Tag tag) REQUIRES(m_lock) override;
+    storage::PropertyBag Copyable() REQUIRES(m_lock) override;
     void Copy(CopyJob &job) override;
-    HRESULT Open(ULONG tag, const IID &iid, ULONG options, ULONG flags, IUnknown **object) override;
+    HRESULT Open(ULONG tag, const IID &iid, ULONG options, ULONG flags, IUnknown **object) REQUIRES(m_lock) override;
 
   private:
     // The messages that a list names: which of them are in this folder, and whether all are.
@@ -61,8 +61,8 @@ class Folder final : public StoredObject<IMAPIFolder>
     Selection MessagesOf(const ENTRYLIST *list);
     storage::ObjectId MessageHere(ULONG size, const ENTRYID *entry);
     storage::ObjectId DestinationOf(LPCIID iid, void *folder);
-    storage::PropertyBag Stored(const std::vector<storage::Tag> *tags);
-    void AddComputed(storage::PropertyBag &bag);
+    storage::PropertyBag Stored(const std::vector<storage::Tag> *tags) REQUIRES(m_lock);
+    void AddComputed(storage::PropertyBag &bag) REQUIRES(m_lock);
     void CopyContents(const storage::Container &container, storage::ObjectId to);
     void GiveContents(ULONG flags, IMAPITable **table);
     void GiveHierarchy(ULONG flags, IMAPITable **table);

@@ -58,7 +58,7 @@ void Folder::Copy(CopyJob &job)
     PropertyBag bag;
     std::vector<ObjectId> subfolders;
     {
-        std::lock_guard hold(m_lock);
+        const locks::Hold hold(m_lock);
         bag = Copyable();
         subfolders = Subfolders(m_id);
     }

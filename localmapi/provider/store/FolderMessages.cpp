@@ -98,7 +98,7 @@ ObjectId Folder::DestinationOf(LPCIID iid, void *folder)
 
 STDMETHODIMP Folder::CreateMessage(LPCIID lpInterface, ULONG ulFlags, LPMESSAGE *lppMessage)
 {
-    return Do("IMAPIFolder::CreateMessage", [&]() -> HRESULT {
+    return Do("IMAPIFolder::CreateMessage", [&]() REQUIRES(m_lock) -> HRESULT {
         Require(lppMessage != nullptr, "where the message goes");
         *lppMessage = nullptr;
         RequireFlags(ulFlags, MAPI_ASSOCIATED | MAPI_DEFERRED_ERRORS);
@@ -118,7 +118,7 @@ STDMETHODIMP Folder::CopyMessages(LPENTRYLIST lpMsgList, LPCIID lpInterface, LPV
     return Run("IMAPIFolder::CopyMessages", [&]() -> HRESULT {
         RequireFlags(ulFlags, MESSAGE_MOVE | MESSAGE_DIALOG | MAPI_DECLINE_OK | MAPI_DEFERRED_ERRORS);
         const ObjectId destination = DestinationOf(lpInterface, lpDestFolder);
-        std::lock_guard hold(m_lock);
+        const locks::Hold hold(m_lock);
         const bool move = (ulFlags & MESSAGE_MOVE) != 0;
         if (move)
             RequireWrite();
@@ -131,7 +131,7 @@ STDMETHODIMP Folder::CopyMessages(LPENTRYLIST lpMsgList, LPCIID lpInterface, LPV
 
 STDMETHODIMP Folder::DeleteMessages(LPENTRYLIST lpMsgList, ULONG, LPMAPIPROGRESS, ULONG ulFlags)
 {
-    return Do("IMAPIFolder::DeleteMessages", [&]() -> HRESULT {
+    return Do("IMAPIFolder::DeleteMessages", [&]() REQUIRES(m_lock) -> HRESULT {
         RequireFlags(ulFlags, MESSAGE_DIALOG | 0x10 /* DELETE_HARD_DELETE */);
         RequireWrite();
         const Selection selection = MessagesOf(lpMsgList);
@@ -142,7 +142,7 @@ STDMETHODIMP Folder::DeleteMessages(LPENTRYLIST lpMsgList, ULONG, LPMAPIPROGRESS
 
 STDMETHODIMP Folder::SetReadFlags(LPENTRYLIST lpMsgList, ULONG, LPMAPIPROGRESS, ULONG ulFlags)
 {
-    return Do("IMAPIFolder::SetReadFlags", [&]() -> HRESULT {
+    return Do("IMAPIFolder::SetReadFlags", [&]() REQUIRES(m_lock) -> HRESULT {
         const FlagChange change = ReadFlagChange(ulFlags);
         RequireWrite();
         // No list: all messages of the folder.
@@ -159,7 +159,7 @@ STDMETHODIMP Folder::SetReadFlags(LPENTRYLIST lpMsgList, ULONG, LPMAPIPROGRESS, 
 
 STDMETHODIMP Folder::GetMessageStatus(ULONG cbEntryID, LPENTRYID lpEntryID, ULONG ulFlags, ULONG *lpulMessageStatus)
 {
-    return Do("IMAPIFolder::GetMessageStatus", [&]() -> HRESULT {
+    return Do("IMAPIFolder::GetMessageStatus", [&]() REQUIRES(m_lock) -> HRESULT {
         Require(lpulMessageStatus != nullptr, "where the status goes");
         RequireFlags(ulFlags, 0);
         const PropertyBag bag = m_store->objects.Read(MessageHere(cbEntryID, lpEntryID), {PR_MSG_STATUS});
@@ -172,7 +172,7 @@ STDMETHODIMP Folder::GetMessageStatus(ULONG cbEntryID, LPENTRYID lpEntryID, ULON
 STDMETHODIMP Folder::SetMessageStatus(ULONG cbEntryID, LPENTRYID lpEntryID, ULONG ulNewStatus, ULONG ulNewStatusMask,
                                       ULONG *lpulOldStatus)
 {
-    return Do("IMAPIFolder::SetMessageStatus", [&]() -> HRESULT {
+    return Do("IMAPIFolder::SetMessageStatus", [&]() REQUIRES(m_lock) -> HRESULT {
         RequireWrite();
         const ObjectId message = MessageHere(cbEntryID, lpEntryID);
         const PropertyBag bag = m_store->objects.Read(message, {PR_MSG_STATUS});

@@ -251,7 +251,7 @@ void Message::WriteDraft(bool force)
 
 STDMETHODIMP Message::SetReadFlag(ULONG ulFlags)
 {
-    return Do("IMessage::SetReadFlag", [&]() -> HRESULT {
+    return Do("IMessage::SetReadFlag", [&]() REQUIRES(m_lock) -> HRESULT {
         const auto [set, clear] = ReadFlagChange(ulFlags);
         if (!m_id || IsEmbedded()) {
             RequireWrite();

@@ -38,40 +38,40 @@ class Message final : public StoredObject<IMessage>
     void TakeAttachment(const storage::AttachmentChanges &draft);
 
   protected:
-    storage::PropertyBag Load() override;
-    storage::PropertyBag ReadSome(const std::vector<storage::Tag> &tags) override;
-    void Change(const storage::PropertyBag &set, const std::vector<storage::Tag> &remove) override;
-    bool IsComputed(storage::Tag tag) override;
-    storage::PropertyBag Copyable() override;
+    storage::PropertyBag Load() REQUIRES(m_lock) override;
+    storage::PropertyBag ReadSome(const std::vector<storage::Tag> &tags) REQUIRES(m_lock) override;
+    void Change(const storage::PropertyBag &set, const std::vector<storage::Tag> &remove) REQUIRES(m_lock) override;
+    bool IsComputed(storage::Tag tag) REQUIRES(m_lock) override;
+    storage::PropertyBag Copyable() REQUIRES(m_lock) override;
     void Copy(CopyJob &job) override;
-    HRESULT Open(ULONG tag, const IID &iid, ULONG options, ULONG flags, IUnknown **object) override;
-    HRESULT Save(ULONG flags) override;
+    HRESULT Open(ULONG tag, const IID &iid, ULONG options, ULONG flags, IUnknown **object) REQUIRES(m_lock) override;
+    HRESULT Save(ULONG flags) REQUIRES(m_lock) override;
 
   private:
     bool IsEmbedded() const { return static_cast<bool>(m_holder); }
-    void BeginNew(bool associated);
-    storage::PropertyBag Stored(const std::vector<storage::Tag> *tags);
-    void AddComputed(storage::PropertyBag &bag);
-    void FollowSubject();
-    void FollowRecipients();
-    std::vector<storage::ObjectInfo> StoredAttachments();
-    std::vector<storage::PropertyBag> AttachmentRows();
-    std::vector<storage::PropertyBag> Recipients();
-    void GiveAttachmentTable(ULONG flags, IMAPITable **table);
-    void GiveRecipientTable(ULONG flags, IMAPITable **table);
-    void WriteDraft(bool force);
-    void RequireToBeSubmitted() const;
-    void SendAsItIs();
-    void Send(storage::ChangeNumber expected);
+    void BeginNew(bool associated) REQUIRES(m_lock);
+    storage::PropertyBag Stored(const std::vector<storage::Tag> *tags) REQUIRES(m_lock);
+    void AddComputed(storage::PropertyBag &bag) REQUIRES(m_lock);
+    void FollowSubject() REQUIRES(m_lock);
+    void FollowRecipients() REQUIRES(m_lock);
+    std::vector<storage::ObjectInfo> StoredAttachments() REQUIRES(m_lock);
+    std::vector<storage::PropertyBag> AttachmentRows() REQUIRES(m_lock);
+    std::vector<storage::PropertyBag> Recipients() REQUIRES(m_lock);
+    void GiveAttachmentTable(ULONG flags, IMAPITable **table) REQUIRES(m_lock);
+    void GiveRecipientTable(ULONG flags, IMAPITable **table) REQUIRES(m_lock);
+    void WriteDraft(bool force) REQUIRES(m_lock);
+    void RequireToBeSubmitted() const REQUIRES(m_lock);
+    void SendAsItIs() REQUIRES(m_lock);
+    void Send(storage::ChangeNumber expected) REQUIRES(m_lock);
 
     const ComPtr<Attachment> m_holder;
     const int m_depth = 0;
-    storage::ObjectId m_id = 0; // in the file; 0: not yet
-    storage::ObjectId m_folder = 0;
-    storage::ChangeNumber m_change = 0;
-    storage::MessageChanges m_draft;
-    std::int32_t m_nextAttachment = 0;
-    bool m_submitted = false;
+    storage::ObjectId m_id GUARDED_BY(m_lock) = 0; // in the file; 0: not yet
+    storage::ObjectId m_folder GUARDED_BY(m_lock) = 0;
+    storage::ChangeNumber m_change GUARDED_BY(m_lock) = 0;
+    storage::MessageChanges m_draft GUARDED_BY(m_lock);
+    std::int32_t m_nextAttachment GUARDED_BY(m_lock) = 0;
+    bool m_submitted GUARDED_BY(m_lock) = false;
 };
 
 // What tells a message, and every copy of it, from others.

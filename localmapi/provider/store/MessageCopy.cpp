@@ -92,7 +92,7 @@ void Message::Copy(CopyJob &job)
     PropertyBag bag;
     std::vector<PropertyBag> recipients;
     {
-        std::lock_guard hold(m_lock);
+        const locks::Hold hold(m_lock);
         bag = Copyable();
         recipients = Recipients();
     }
@@ -123,7 +123,7 @@ void Attachment::Copy(CopyJob &job)
     PropertyBag bag;
     bool holdsMessage = false;
     {
-        std::lock_guard hold(m_lock);
+        const locks::Hold hold(m_lock);
         bag = Copyable();
         holdsMessage = m_draft.embedded || StoredEmbedded() != 0;
     }

@@ -92,7 +92,7 @@ void Message::FollowRecipients()
 
 STDMETHODIMP Message::ModifyRecipients(ULONG ulFlags, LPADRLIST lpMods)
 {
-    return Do("IMessage::ModifyRecipients", [&]() -> HRESULT {
+    return Do("IMessage::ModifyRecipients", [&]() REQUIRES(m_lock) -> HRESULT {
         RequireFlags(ulFlags, MODRECIP_ADD | MODRECIP_MODIFY | MODRECIP_REMOVE);
         Require((ulFlags & (ulFlags - 1)) == 0, "more than one way to modify");
         Require(lpMods && lpMods->cEntries <= kRecipientLimit, "the recipients");
@@ -144,7 +144,7 @@ void Message::GiveRecipientTable(ULONG flags, IMAPITable **table)
 
 STDMETHODIMP Message::GetRecipientTable(ULONG ulFlags, LPMAPITABLE *lppTable)
 {
-    return Do("IMessage::GetRecipientTable", [&]() -> HRESULT {
+    return Do("IMessage::GetRecipientTable", [&]() REQUIRES(m_lock) -> HRESULT {
         Require(lppTable != nullptr, "where the table goes");
         *lppTable = nullptr;
         RequireFlags(ulFlags, MAPI_UNICODE | MAPI_DEFERRED_ERRORS);
@@ -162,7 +162,7 @@ std::vector<storage::ObjectInfo> Message::StoredAttachments()
 
 storage::ObjectId Message::StoredAttachment(std::int32_t number)
 {
-    std::lock_guard hold(m_lock);
+    const locks::Hold hold(m_lock);
     for (const storage::ObjectInfo &stored : StoredAttachments())
         if (stored.number == number)
             return stored.id;
@@ -171,7 +171,7 @@ storage::ObjectId Message::StoredAttachment(std::int32_t number)
 
 void Message::TakeAttachment(const storage::AttachmentChanges &draft)
 {
-    std::lock_guard hold(m_lock);
+    const locks::Hold hold(m_lock);
     RequireWrite();
     m_draft.ReplaceAttachment(draft);
 }
@@ -236,7 +236,7 @@ void Message::GiveAttachmentTable(ULONG flags, IMAPITable **table)
 
 STDMETHODIMP Message::GetAttachmentTable(ULONG ulFlags, LPMAPITABLE *lppTable)
 {
-    return Do("IMessage::GetAttachmentTable", [&]() -> HRESULT {
+    return Do("IMessage::GetAttachmentTable", [&]() REQUIRES(m_lock) -> HRESULT {
         Require(lppTable != nullptr, "where the table goes");
         *lppTable = nullptr;
         RequireFlags(ulFlags, MAPI_UNICODE | MAPI_DEFERRED_ERRORS);
@@ -247,7 +247,7 @@ STDMETHODIMP Message::GetAttachmentTable(ULONG ulFlags, LPMAPITABLE *lppTable)
 
 STDMETHODIMP Message::OpenAttach(ULONG ulAttachmentNum, LPCIID lpInterface, ULONG ulFlags, LPATTACH *lppAttach)
 {
-    return Do("IMessage::OpenAttach", [&]() -> HRESULT {
+    return Do("IMessage::OpenAttach", [&]() REQUIRES(m_lock) -> HRESULT {
         Require(lppAttach != nullptr, "where the attachment goes");
         *lppAttach = nullptr;
         RequireFlags(ulFlags, kAttachFlags);
@@ -271,7 +271,7 @@ STDMETHODIMP Message::OpenAttach(ULONG ulAttachmentNum, LPCIID lpInterface, ULON
 
 STDMETHODIMP Message::CreateAttach(LPCIID lpInterface, ULONG ulFlags, ULONG *lpulAttachmentNum, LPATTACH *lppAttach)
 {
-    return Do("IMessage::CreateAttach", [&]() -> HRESULT {
+    return Do("IMessage::CreateAttach", [&]() REQUIRES(m_lock) -> HRESULT {
         Require(lppAttach && lpulAttachmentNum, "where the attachment goes");
         *lppAttach = nullptr;
         RequireFlags(ulFlags, MAPI_DEFERRED_ERRORS);
@@ -293,7 +293,7 @@ STDMETHODIMP Message::CreateAttach(LPCIID lpInterface, ULONG ulFlags, ULONG *lpu
 
 STDMETHODIMP Message::DeleteAttach(ULONG ulAttachmentNum, ULONG, LPMAPIPROGRESS, ULONG ulFlags)
 {
-    return Do("IMessage::DeleteAttach", [&]() -> HRESULT {
+    return Do("IMessage::DeleteAttach", [&]() REQUIRES(m_lock) -> HRESULT {
         RequireFlags(ulFlags, ATTACH_DIALOG);
         RequireWrite();
         const auto number = static_cast<std::int32_t>(ulAttachmentNum);

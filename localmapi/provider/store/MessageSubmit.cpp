@@ -20,7 +20,7 @@ void Message::RequireToBeSubmitted() const
 // and the report together.
 STDMETHODIMP Message::SubmitMessage(ULONG ulFlags)
 {
-    const HRESULT hr = Do("IMessage::SubmitMessage", [&]() -> HRESULT {
+    const HRESULT hr = Do("IMessage::SubmitMessage", [&]() REQUIRES(m_lock) -> HRESULT {
         RequireFlags(ulFlags, FORCE_SUBMIT);
         if (IsEmbedded())
             NoSupport("submitting a message that an attachment holds");
@@ -32,7 +32,7 @@ STDMETHODIMP Message::SubmitMessage(ULONG ulFlags)
     const HRESULT written = Run("IMessage::SubmitMessage", [&] { return CommitStreams(); });
     if (FAILED(written))
         return written;
-    return Do("IMessage::SubmitMessage", [&]() -> HRESULT {
+    return Do("IMessage::SubmitMessage", [&]() REQUIRES(m_lock) -> HRESULT {
         RequireToBeSubmitted();
         try {
             if (ulFlags & FORCE_SUBMIT)

@@ -82,7 +82,7 @@ std::vector<ReceiveFolder> Store::ReceiveFolders() const
 STDMETHODIMP Store::GetReceiveFolder(LPTSTR lpszMessageClass, ULONG ulFlags, ULONG *lpcbEntryID, LPENTRYID *lppEntryID,
                                      LPTSTR *lppszExplicitClass)
 {
-    return Do("IMsgStore::GetReceiveFolder", [&]() -> HRESULT {
+    return Do("IMsgStore::GetReceiveFolder", [&]() REQUIRES(m_lock) -> HRESULT {
         Require(lpcbEntryID && lppEntryID, "where the entry identifier goes");
         *lpcbEntryID = 0;
         *lppEntryID = nullptr;
@@ -113,7 +113,7 @@ STDMETHODIMP Store::GetReceiveFolder(LPTSTR lpszMessageClass, ULONG ulFlags, ULO
 
 STDMETHODIMP Store::SetReceiveFolder(LPTSTR lpszMessageClass, ULONG ulFlags, ULONG cbEntryID, LPENTRYID lpEntryID)
 {
-    return Do("IMsgStore::SetReceiveFolder", [&]() -> HRESULT {
+    return Do("IMsgStore::SetReceiveFolder", [&]() REQUIRES(m_lock) -> HRESULT {
         RequireFlags(ulFlags, MAPI_UNICODE);
         RequireWrite();
         const std::string messageClass = Utf8FromClient(lpszMessageClass, ulFlags);
@@ -136,7 +136,7 @@ STDMETHODIMP Store::SetReceiveFolder(LPTSTR lpszMessageClass, ULONG ulFlags, ULO
 
 STDMETHODIMP Store::GetReceiveFolderTable(ULONG ulFlags, LPMAPITABLE *lppTable)
 {
-    return Do("IMsgStore::GetReceiveFolderTable", [&]() -> HRESULT {
+    return Do("IMsgStore::GetReceiveFolderTable", [&]() REQUIRES(m_lock) -> HRESULT {
         Require(lppTable != nullptr, "where the table goes");
         *lppTable = nullptr;
         RequireFlags(ulFlags, MAPI_UNICODE | MAPI_DEFERRED_ERRORS);

@@ -7,7 +7,7 @@
 #include "localmapi/provider/store/StoreContext.h"
 #include "localmapi/provider/stream/Stream.h"
 
-#include <mutex>
+#include "platform/locks/Mutex.h"
 
 namespace localmapi
 {
@@ -59,14 +59,14 @@ template <class Interface, class... More> class StoredObject : public PropObject
         const HRESULT hr = this->Run("IMAPIProp::SaveChanges", [&] { return m_streams.Commit(); });
         if (FAILED(hr))
             return hr;
-        return Do("IMAPIProp::SaveChanges", [&]() -> HRESULT {
+        return Do("IMAPIProp::SaveChanges", [&]() REQUIRES(m_lock) -> HRESULT {
             RequireFlags(flags, KEEP_OPEN_READONLY | KEEP_OPEN_READWRITE | FORCE_SAVE | MAPI_DEFERRED_ERRORS);
             return Save(flags);
         });
     }
     STDMETHODIMP GetProps(LPSPropTagArray tags, ULONG flags, ULONG *count, LPSPropValue *values) override
     {
-        return Do("IMAPIProp::GetProps", [&]() -> HRESULT {
+        return Do("IMAPIProp::GetProps", [&]() REQUIRES(m_lock) -> HRESULT {
             if (count)
                 *count = 0;
             if (values)
@@ -78,22 +78,22 @@ template <class Interface, class... More> class StoredObject : public PropObject
     }
     STDMETHODIMP GetPropList(ULONG flags, LPSPropTagArray *tags) override
     {
-        std::lock_guard hold(m_lock);
+        const locks::Hold hold(m_lock);
         return Base::GetPropList(flags, tags);
     }
     STDMETHODIMP SetProps(ULONG count, LPSPropValue values, LPSPropProblemArray *problems) override
     {
-        std::lock_guard hold(m_lock);
+        const locks::Hold hold(m_lock);
         return Base::SetProps(count, values, problems);
     }
     STDMETHODIMP DeleteProps(LPSPropTagArray tags, LPSPropProblemArray *problems) override
     {
-        std::lock_guard hold(m_lock);
+        const locks::Hold hold(m_lock);
         return Base::DeleteProps(tags, problems);
     }
     STDMETHODIMP OpenProperty(ULONG tag, LPCIID iid, ULONG options, ULONG flags, LPUNKNOWN *object) override
     {
-        std::lock_guard hold(m_lock);
+        const locks::Hold hold(m_lock);
         return Base::OpenProperty(tag, iid, options, flags, object);
     }
 
@@ -132,12 +132,12 @@ template <class Interface, class... More> class StoredObject : public PropObject
     StoredObject(StorePtr store, bool writable) : m_store(std::move(store)), m_writable(writable) {}
 
     // Called under the lock; all may throw. At least the properties with these tags, or everything.
-    virtual storage::PropertyBag ReadSome(const std::vector<storage::Tag> &tags) = 0;
-    virtual HRESULT Save(ULONG) { return S_OK; }
+    virtual storage::PropertyBag ReadSome(const std::vector<storage::Tag> &tags) REQUIRES(m_lock) = 0;
+    virtual HRESULT Save(ULONG) REQUIRES(m_lock) { return S_OK; }
     // Takes over what was written to streams that are still open. Called under no lock.
     HRESULT CommitStreams() { return m_streams.Commit(); }
     // The properties that a copy gets: those that a client could have set.
-    virtual storage::PropertyBag Copyable()
+    virtual storage::PropertyBag Copyable() REQUIRES(m_lock)
     {
         storage::PropertyBag bag;
         for (const storage::Property &property : this->Load())
@@ -148,20 +148,22 @@ template <class Interface, class... More> class StoredObject : public PropObject
     // Called under no lock: the target is asked.
     virtual void Copy(CopyJob &job)
     {
-        std::unique_lock hold(m_lock);
-        const storage::PropertyBag bag = Copyable();
-        hold.unlock();
+        storage::PropertyBag bag;
+        {
+            const locks::Hold hold(m_lock);
+            bag = Copyable();
+        }
         job.CopyProperties(bag, m_store->objects);
         job.Missing(bag, {});
     }
 
-    HRESULT Open(ULONG tag, const IID &iid, ULONG, ULONG flags, IUnknown **object) override
+    HRESULT Open(ULONG tag, const IID &iid, ULONG, ULONG flags, IUnknown **object) REQUIRES(m_lock) override
     {
         RequireFlags(flags, MAPI_CREATE | MAPI_MODIFY | MAPI_DEFERRED_ERRORS | STREAM_APPEND);
         OpenPropertyStream(*this, static_cast<Interface *>(this), iid, {tag, flags}, object);
         return S_OK;
     }
-    void RequireWrite() const
+    void RequireWrite() const REQUIRES(m_lock)
     {
         if (!m_writable)
             throw Failure(MAPI_E_NO_ACCESS, "The object is open for reading only.");
@@ -170,12 +172,12 @@ template <class Interface, class... More> class StoredObject : public PropObject
     template <class Body> HRESULT Do(const char *method, Body &&body)
     {
         return this->Run(method, [&]() -> HRESULT {
-            std::lock_guard hold(m_lock);
+            const locks::Hold hold(m_lock);
             return body();
         });
     }
     // The value of one property, of any of these tags; nothing when there is none.
-    std::optional<storage::Property> FindProperty(const std::vector<storage::Tag> &tags)
+    std::optional<storage::Property> FindProperty(const std::vector<storage::Tag> &tags) REQUIRES(m_lock)
     {
         const storage::PropertyBag bag = ReadSome(tags);
         const storage::Property *found = bag.FindId(storage::TagId(tags.front()));
@@ -183,8 +185,8 @@ template <class Interface, class... More> class StoredObject : public PropObject
     }
 
     const StorePtr m_store;
-    std::mutex m_lock;
-    bool m_writable;
+    locks::Mutex m_lock;
+    bool m_writable GUARDED_BY(m_lock);
 
   private:
     HRESULT CopyAs(const CopyJob::Arguments &arguments, SPropProblemArray **problems)
@@ -196,7 +198,7 @@ template <class Interface, class... More> class StoredObject : public PropObject
         job.GiveProblems(problems);
         return S_OK;
     }
-    std::optional<storage::Property> FindForStream(storage::Tag tag) override
+    std::optional<storage::Property> FindForStream(storage::Tag tag) REQUIRES(m_lock) override
     {
         const std::uint16_t id = storage::TagId(tag);
         return FindProperty({tag, storage::MakeTag(id, storage::Type::Binary),
@@ -204,11 +206,11 @@ template <class Interface, class... More> class StoredObject : public PropObject
     }
     void TakeFromStream(storage::Tag tag, storage::Value value) override
     {
-        std::lock_guard hold(m_lock);
+        const locks::Hold hold(m_lock);
         RequireWrite();
         this->Change({{tag, std::move(value)}}, {});
     }
-    void RequireStreamable(storage::Tag tag) override
+    void RequireStreamable(storage::Tag tag) REQUIRES(m_lock) override
     {
         RequireWrite();
         if (this->IsComputed(tag))

@@ -4,11 +4,11 @@
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/storage/Spool.h"
 
+#include "platform/locks/Mutex.h"
 #include <algorithm>
 #include <atomic>
 #include <cstring>
 #include <limits>
-#include <mutex>
 #include <vector>
 
 namespace localmapi
@@ -51,17 +51,22 @@ class Content final : public OpenStreams::Writer
     ~Content()
     {
         // With the last of the streams that share it; there is nobody left to tell of a failure.
-        (void)Guarded([&]() -> HRESULT { return Commit(); });
+        (void)Guarded([&]() -> HRESULT {
+            const locks::Hold hold(lock);
+            return Commit();
+        });
     }
 
-    std::mutex &Lock() { return m_lock; }
+    // Of the content, and of the places of all streams that share it.
+    locks::Mutex lock;
+
     bool Writable() const { return static_cast<bool>(m_settings.commit); }
-    std::uint64_t size() const { return Current().size(); }
-    std::size_t Read(std::uint64_t offset, void *into, std::size_t length) const
+    std::uint64_t size() const REQUIRES(lock) { return Current().size(); }
+    std::size_t Read(std::uint64_t offset, void *into, std::size_t length) const REQUIRES(lock)
     {
         return Current().Read(offset, into, length);
     }
-    storage::Spool &ForWriting()
+    storage::Spool &ForWriting() REQUIRES(lock)
     {
         if (!m_spool)
             m_spool = storage::SpoolOf(*m_settings.content);
@@ -70,10 +75,10 @@ class Content final : public OpenStreams::Writer
     }
     HRESULT CommitNow() override
     {
-        std::lock_guard hold(m_lock);
+        const locks::Hold hold(lock);
         return Commit();
     }
-    HRESULT Commit()
+    HRESULT Commit() REQUIRES(lock)
     {
         if (!m_changed)
             return S_OK;
@@ -85,19 +90,18 @@ class Content final : public OpenStreams::Writer
         m_changed = false;
         return S_OK;
     }
-    void Revert()
+    void Revert() REQUIRES(lock)
     {
         m_spool.reset();
         m_changed = false;
     }
 
   private:
-    const storage::Stream &Current() const { return m_spool ? *m_spool : *m_settings.content; }
+    const storage::Stream &Current() const REQUIRES(lock) { return m_spool ? *m_spool : *m_settings.content; }
 
-    std::mutex m_lock;
     StreamSettings m_settings;
-    std::shared_ptr<storage::Spool> m_spool;
-    bool m_changed;
+    std::shared_ptr<storage::Spool> m_spool GUARDED_BY(lock);
+    bool m_changed GUARDED_BY(lock);
 };
 
 class PropertyStream final : public ComObject<IStream>
@@ -110,7 +114,7 @@ class PropertyStream final : public ComObject<IStream>
 
     STDMETHODIMP Read(void *pv, ULONG cb, ULONG *pcbRead) override
     {
-        return Do([&]() -> HRESULT {
+        return Do([&]() REQUIRES(m_content->lock) -> HRESULT {
             if (pcbRead)
                 *pcbRead = 0;
             if (!pv)
@@ -124,7 +128,7 @@ class PropertyStream final : public ComObject<IStream>
     }
     STDMETHODIMP Write(const void *pv, ULONG cb, ULONG *pcbWritten) override
     {
-        return Do([&]() -> HRESULT {
+        return Do([&]() REQUIRES(m_content->lock) -> HRESULT {
             if (pcbWritten)
                 *pcbWritten = 0;
             if (!pv)
@@ -144,7 +148,7 @@ class PropertyStream final : public ComObject<IStream>
     }
     STDMETHODIMP Seek(LARGE_INTEGER dlibMove, DWORD dwOrigin, ULARGE_INTEGER *plibNewPosition) override
     {
-        return Do([&]() -> HRESULT {
+        return Do([&]() REQUIRES(m_content->lock) -> HRESULT {
             std::uint64_t origin = 0;
             if (dwOrigin == STREAM_SEEK_CUR)
                 origin = m_place;
@@ -167,7 +171,7 @@ class PropertyStream final : public ComObject<IStream>
     }
     STDMETHODIMP SetSize(ULARGE_INTEGER libNewSize) override
     {
-        return Do([&]() -> HRESULT {
+        return Do([&]() REQUIRES(m_content->lock) -> HRESULT {
             if (!m_content->Writable())
                 return STG_E_ACCESSDENIED;
             if (libNewSize.QuadPart > kStreamLimit)
@@ -211,11 +215,11 @@ class PropertyStream final : public ComObject<IStream>
     }
     STDMETHODIMP Commit(DWORD) override
     {
-        return Do([&] { return m_content->Commit(); });
+        return Do([&]() REQUIRES(m_content->lock) { return m_content->Commit(); });
     }
     STDMETHODIMP Revert() override
     {
-        return Do([&]() -> HRESULT {
+        return Do([&]() REQUIRES(m_content->lock) -> HRESULT {
             m_content->Revert();
             return S_OK;
         });
@@ -224,7 +228,7 @@ class PropertyStream final : public ComObject<IStream>
     STDMETHODIMP UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override { return STG_E_INVALIDFUNCTION; }
     STDMETHODIMP Stat(STATSTG *pstatstg, DWORD) override
     {
-        return Do([&]() -> HRESULT {
+        return Do([&]() REQUIRES(m_content->lock) -> HRESULT {
             if (!pstatstg)
                 return STG_E_INVALIDPOINTER;
             // A property has no name.
@@ -237,7 +241,7 @@ class PropertyStream final : public ComObject<IStream>
     }
     STDMETHODIMP Clone(IStream **ppstm) override
     {
-        return Do([&]() -> HRESULT {
+        return Do([&]() REQUIRES(m_content->lock) -> HRESULT {
             if (!ppstm)
                 return STG_E_INVALIDPOINTER;
             *ppstm = MakeObject<PropertyStream>(m_content, m_place).release();
@@ -248,19 +252,21 @@ class PropertyStream final : public ComObject<IStream>
   private:
     template <class Body> HRESULT Do(Body &&body)
     {
-        std::lock_guard hold(m_content->Lock());
-        return Guarded(std::forward<Body>(body));
+        return Guarded([&]() -> HRESULT {
+            const locks::Hold hold(m_content->lock);
+            return body();
+        });
     }
 
     const std::shared_ptr<Content> m_content;
-    std::uint64_t m_place = 0;
+    std::uint64_t m_place GUARDED_BY(m_content->lock) = 0;
 };
 
 } // namespace
 
 void OpenStreams::Add(std::weak_ptr<Writer> writer)
 {
-    std::lock_guard hold(m_lock);
+    const locks::Hold hold(m_lock);
     std::erase_if(m_writers, [](const std::weak_ptr<Writer> &old) { return old.expired(); });
     m_writers.push_back(std::move(writer));
 }
@@ -269,7 +275,7 @@ HRESULT OpenStreams::Commit()
 {
     std::vector<std::weak_ptr<Writer>> writers;
     {
-        std::lock_guard hold(m_lock);
+        const locks::Hold hold(m_lock);
         writers = m_writers;
     }
     for (const std::weak_ptr<Writer> &open : writers)

@@ -7,9 +7,9 @@
 #include "localmapi/storage/Stream.h"
 #include "localmapi/storage/Value.h"
 
+#include "platform/locks/Mutex.h"
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 namespace localmapi
@@ -36,8 +36,8 @@ class OpenStreams
     HRESULT Commit();
 
   private:
-    std::mutex m_lock;
-    std::vector<std::weak_ptr<Writer>> m_writers;
+    locks::Mutex m_lock;
+    std::vector<std::weak_ptr<Writer>> m_writers GUARDED_BY(m_lock);
 };
 
 struct StreamSettings {

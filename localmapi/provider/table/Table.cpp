@@ -32,7 +32,7 @@ STDMETHODIMP Table::GetLastError(HRESULT hResult, ULONG ulFlags, LPMAPIERROR *lp
 
 STDMETHODIMP Table::GetStatus(ULONG *lpulTableStatus, ULONG *lpulTableType)
 {
-    return Do("IMAPITable::GetStatus", [&] {
+    return Do("IMAPITable::GetStatus", [&]() REQUIRES(m_lock) {
         Require(lpulTableStatus && lpulTableType, "where the status goes");
         *lpulTableStatus = TBLSTAT_COMPLETE;
         *lpulTableType = m_source->Type();
@@ -62,7 +62,7 @@ void Table::Rearrange(storage::Filter filter, std::vector<storage::SortKey> keys
 
 STDMETHODIMP Table::Restrict(LPSRestriction lpRestriction, ULONG ulFlags)
 {
-    return Do("IMAPITable::Restrict", [&] {
+    return Do("IMAPITable::Restrict", [&]() REQUIRES(m_lock) {
         RequireFlags(ulFlags, TBL_ASYNC | TBL_BATCH);
         Rearrange(lpRestriction ? TranslateRestriction(*lpRestriction, m_source->Schema()) : storage::Filter{}, m_keys);
         return S_OK;
@@ -71,7 +71,7 @@ STDMETHODIMP Table::Restrict(LPSRestriction lpRestriction, ULONG ulFlags)
 
 STDMETHODIMP Table::SortTable(LPSSortOrderSet lpSortCriteria, ULONG ulFlags)
 {
-    return Do("IMAPITable::SortTable", [&] {
+    return Do("IMAPITable::SortTable", [&]() REQUIRES(m_lock) {
         RequireFlags(ulFlags, TBL_ASYNC | TBL_BATCH);
         Require(lpSortCriteria != nullptr, "the sort order");
         auto keys = TranslateSort(*lpSortCriteria, m_source->Schema());
@@ -84,7 +84,7 @@ STDMETHODIMP Table::SortTable(LPSSortOrderSet lpSortCriteria, ULONG ulFlags)
 
 STDMETHODIMP Table::QuerySortOrder(LPSSortOrderSet *lppSortCriteria)
 {
-    return Do("IMAPITable::QuerySortOrder", [&] {
+    return Do("IMAPITable::QuerySortOrder", [&]() REQUIRES(m_lock) {
         Require(lppSortCriteria != nullptr, "where the sort order goes");
         *lppSortCriteria = nullptr;
         Block<SSortOrderSet> block(static_cast<SSortOrderSet *>(AllocateRootBytes(CbNewSSortOrderSet(m_order.size()))));
@@ -103,7 +103,7 @@ STDMETHODIMP Table::Abort()
 
 STDMETHODIMP Table::WaitForCompletion(ULONG ulFlags, ULONG, ULONG *lpulTableStatus)
 {
-    return Do("IMAPITable::WaitForCompletion", [&] {
+    return Do("IMAPITable::WaitForCompletion", [&]() REQUIRES(m_lock) {
         RequireFlags(ulFlags, 0);
         if (lpulTableStatus)
             *lpulTableStatus = TBLSTAT_COMPLETE;

@@ -9,9 +9,9 @@
 #include "localmapi/provider/property/RowPacker.h"
 #include "localmapi/provider/table/RowSource.h"
 
+#include "platform/locks/Mutex.h"
 #include <map>
 #include <memory>
-#include <mutex>
 
 namespace localmapi
 {
@@ -76,45 +76,45 @@ class Table final : public ComObject<IMAPITable>
     template <class Body> HRESULT Do(const char *method, Body &&body)
     {
         return Guarded(m_errors, method, [&] {
-            std::lock_guard hold(m_lock);
+            const locks::Hold hold(m_lock);
             return body();
         });
     }
     HRESULT Unsupported(const char *method);
-    Column MakeColumn(ULONG tag);
-    std::size_t ColumnRead(storage::Tag tag);
-    void SetColumnTags(std::vector<ULONG> tags);
-    std::vector<ULONG> AvailableColumns() const;
-    Origin OriginOf(BOOKMARK bookmark) const;
-    void Rearrange(storage::Filter filter, std::vector<storage::SortKey> keys);
-    SRowSet *ReadRows(std::int64_t count, storage::Place &first, storage::Place &last);
-    Block<SPropValue> PackRow(const storage::Row &row);
+    Column MakeColumn(ULONG tag) REQUIRES(m_lock);
+    std::size_t ColumnRead(storage::Tag tag) REQUIRES(m_lock);
+    void SetColumnTags(std::vector<ULONG> tags) REQUIRES(m_lock);
+    std::vector<ULONG> AvailableColumns() const REQUIRES(m_lock);
+    Origin OriginOf(BOOKMARK bookmark) const REQUIRES(m_lock);
+    void Rearrange(storage::Filter filter, std::vector<storage::SortKey> keys) REQUIRES(m_lock);
+    SRowSet *ReadRows(std::int64_t count, storage::Place &first, storage::Place &last) REQUIRES(m_lock);
+    Block<SPropValue> PackRow(const storage::Row &row) REQUIRES(m_lock);
     std::vector<TableNotice> CollectNotices(std::int64_t quietUpTo);
-    TableNotice NoticeOf(storage::Notice &change);
-    std::optional<storage::Bytes> InstanceKeyOfRow(storage::ObjectId row) const;
+    TableNotice NoticeOf(storage::Notice &change) REQUIRES(m_lock);
+    std::optional<storage::Bytes> InstanceKeyOfRow(storage::ObjectId row) const REQUIRES(m_lock);
 
     ErrorTexts m_errors;
-    std::mutex m_lock;
-    const std::unique_ptr<RowSource> m_source;
+    locks::Mutex m_lock;
+    const std::unique_ptr<RowSource> m_source PT_GUARDED_BY(m_lock);
 
-    std::vector<Column> m_columns;
-    std::vector<storage::Tag> m_read; // what the columns need
-    bool m_anyType = false;
-    RowPacker m_packer;
-    std::vector<Cell> m_cells;
-    std::vector<storage::Value> m_made;
+    std::vector<Column> m_columns GUARDED_BY(m_lock);
+    std::vector<storage::Tag> m_read GUARDED_BY(m_lock); // what the columns need
+    bool m_anyType GUARDED_BY(m_lock) = false;
+    RowPacker m_packer GUARDED_BY(m_lock);
+    std::vector<Cell> m_cells GUARDED_BY(m_lock);
+    std::vector<storage::Value> m_made GUARDED_BY(m_lock);
 
-    storage::Filter m_filter;
-    std::vector<storage::SortKey> m_keys;
-    std::vector<SSortOrder> m_order; // as the client gave it
-    storage::Place m_cursor;
-    std::map<BOOKMARK, storage::Place> m_bookmarks;
-    BOOKMARK m_nextBookmark = BOOKMARK_END + 1;
+    storage::Filter m_filter GUARDED_BY(m_lock);
+    std::vector<storage::SortKey> m_keys GUARDED_BY(m_lock);
+    std::vector<SSortOrder> m_order GUARDED_BY(m_lock); // as the client gave it
+    storage::Place m_cursor GUARDED_BY(m_lock);
+    std::map<BOOKMARK, storage::Place> m_bookmarks GUARDED_BY(m_lock);
+    BOOKMARK m_nextBookmark GUARDED_BY(m_lock) = BOOKMARK_END + 1;
 
     const std::shared_ptr<AdviseScope> m_scope;
-    std::unique_ptr<storage::Watch> m_watch; // while somebody is advised
-    bool m_missedNotices = false;
-    std::shared_ptr<Advises> m_advises; // made with the first advise
+    std::unique_ptr<storage::Watch> m_watch GUARDED_BY(m_lock); // while somebody is advised
+    bool m_missedNotices GUARDED_BY(m_lock) = false;
+    std::shared_ptr<Advises> m_advises GUARDED_BY(m_lock); // made with the first advise
 };
 
 // A table over a source, with one reference.

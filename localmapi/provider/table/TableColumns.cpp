@@ -78,7 +78,7 @@ void Table::SetColumnTags(std::vector<ULONG> tags)
 
 STDMETHODIMP Table::SetColumns(LPSPropTagArray lpPropTagArray, ULONG ulFlags)
 {
-    return Do("IMAPITable::SetColumns", [&] {
+    return Do("IMAPITable::SetColumns", [&]() REQUIRES(m_lock) {
         RequireFlags(ulFlags, TBL_ASYNC | TBL_BATCH);
         Require(lpPropTagArray && lpPropTagArray->cValues > 0 && lpPropTagArray->cValues <= kColumnLimit,
                 "the columns");
@@ -113,7 +113,7 @@ std::vector<ULONG> Table::AvailableColumns() const
 
 STDMETHODIMP Table::QueryColumns(ULONG ulFlags, LPSPropTagArray *lpPropTagArray)
 {
-    return Do("IMAPITable::QueryColumns", [&] {
+    return Do("IMAPITable::QueryColumns", [&]() REQUIRES(m_lock) {
         Require(lpPropTagArray != nullptr, "where the columns go");
         *lpPropTagArray = nullptr;
         RequireFlags(ulFlags, TBL_ALL_COLUMNS);

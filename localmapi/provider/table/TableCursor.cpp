@@ -44,7 +44,7 @@ Table::Origin Table::OriginOf(BOOKMARK bookmark) const
 
 STDMETHODIMP Table::GetRowCount(ULONG ulFlags, ULONG *lpulCount)
 {
-    return Do("IMAPITable::GetRowCount", [&] {
+    return Do("IMAPITable::GetRowCount", [&]() REQUIRES(m_lock) {
         Require(lpulCount != nullptr, "where the count goes");
         RequireFlags(ulFlags, TBL_NOWAIT);
         *lpulCount = Clamped(m_source->Count());
@@ -54,7 +54,7 @@ STDMETHODIMP Table::GetRowCount(ULONG ulFlags, ULONG *lpulCount)
 
 STDMETHODIMP Table::SeekRow(BOOKMARK bkOrigin, LONG lRowCount, LONG *lplRowsSought)
 {
-    return Do("IMAPITable::SeekRow", [&] {
+    return Do("IMAPITable::SeekRow", [&]() REQUIRES(m_lock) {
         const Origin origin = OriginOf(bkOrigin);
         storage::Moved moved{origin.place, 0};
         if (lRowCount != 0)
@@ -68,7 +68,7 @@ STDMETHODIMP Table::SeekRow(BOOKMARK bkOrigin, LONG lRowCount, LONG *lplRowsSoug
 
 STDMETHODIMP Table::SeekRowApprox(ULONG ulNumerator, ULONG ulDenominator)
 {
-    return Do("IMAPITable::SeekRowApprox", [&] {
+    return Do("IMAPITable::SeekRowApprox", [&]() REQUIRES(m_lock) {
         Require(ulDenominator != 0, "a fraction of nothing");
         if (ulNumerator == 0)
             m_cursor = Place::Beginning();
@@ -85,7 +85,7 @@ STDMETHODIMP Table::SeekRowApprox(ULONG ulNumerator, ULONG ulDenominator)
 
 STDMETHODIMP Table::QueryPosition(ULONG *lpulRow, ULONG *lpulNumerator, ULONG *lpulDenominator)
 {
-    return Do("IMAPITable::QueryPosition", [&] {
+    return Do("IMAPITable::QueryPosition", [&]() REQUIRES(m_lock) {
         Require(lpulRow && lpulNumerator && lpulDenominator, "where the position goes");
         const std::uint64_t count = m_source->Count();
         const std::uint64_t row = std::min(count, m_source->CountBefore(m_cursor));
@@ -98,7 +98,7 @@ STDMETHODIMP Table::QueryPosition(ULONG *lpulRow, ULONG *lpulNumerator, ULONG *l
 
 STDMETHODIMP Table::FindRow(LPSRestriction lpRestriction, BOOKMARK bkOrigin, ULONG ulFlags)
 {
-    return Do("IMAPITable::FindRow", [&]() -> HRESULT {
+    return Do("IMAPITable::FindRow", [&]() REQUIRES(m_lock) -> HRESULT {
         RequireFlags(ulFlags, DIR_BACKWARD);
         Require(lpRestriction != nullptr, "the restriction");
         const storage::Filter filter = TranslateRestriction(*lpRestriction, m_source->Schema());
@@ -114,7 +114,7 @@ STDMETHODIMP Table::FindRow(LPSRestriction lpRestriction, BOOKMARK bkOrigin, ULO
 
 STDMETHODIMP Table::CreateBookmark(BOOKMARK *lpbkPosition)
 {
-    return Do("IMAPITable::CreateBookmark", [&] {
+    return Do("IMAPITable::CreateBookmark", [&]() REQUIRES(m_lock) {
         if (!m_source->Schema().bookmarks)
             NoSupport("bookmarks in this table");
         Require(lpbkPosition != nullptr, "where the bookmark goes");
@@ -133,7 +133,7 @@ STDMETHODIMP Table::CreateBookmark(BOOKMARK *lpbkPosition)
 
 STDMETHODIMP Table::FreeBookmark(BOOKMARK bkPosition)
 {
-    return Do("IMAPITable::FreeBookmark", [&] {
+    return Do("IMAPITable::FreeBookmark", [&]() REQUIRES(m_lock) {
         if (!m_source->Schema().bookmarks)
             NoSupport("bookmarks in this table");
         if (bkPosition > BOOKMARK_END && m_bookmarks.erase(bkPosition) == 0)
@@ -148,7 +148,7 @@ SRowSet *Table::ReadRows(std::int64_t count, Place &first, Place &last)
     // gets; a backward read begins where the client's page begins.
     constexpr std::int64_t kPiece = 2000;
     std::vector<Block<SPropValue>> rows;
-    const auto take = [&](const std::vector<storage::Row> &read) {
+    const auto take = [&](const std::vector<storage::Row> &read) REQUIRES(m_lock) {
         for (const storage::Row &row : read)
             rows.push_back(PackRow(row));
         if (!read.empty()) {
@@ -184,7 +184,7 @@ SRowSet *Table::ReadRows(std::int64_t count, Place &first, Place &last)
 
 STDMETHODIMP Table::QueryRows(LONG lRowCount, ULONG ulFlags, LPSRowSet *lppRows)
 {
-    return Do("IMAPITable::QueryRows", [&] {
+    return Do("IMAPITable::QueryRows", [&]() REQUIRES(m_lock) {
         Require(lppRows != nullptr, "where the rows go");
         *lppRows = nullptr;
         RequireFlags(ulFlags, TBL_NOADVANCE);

@@ -23,7 +23,7 @@ STDMETHODIMP Table::Advise(ULONG ulEventMask, LPMAPIADVISESINK lpAdviseSink, ULO
         std::shared_ptr<Advises> advises;
         std::int64_t from = 0;
         {
-            std::lock_guard hold(m_lock);
+            const locks::Hold hold(m_lock);
             if (m_advises && m_advises->Any()) {
                 from = m_watch->Newest();
             } else {
@@ -53,7 +53,7 @@ STDMETHODIMP Table::Unadvise(ULONG ulConnection)
     return Guarded(m_errors, "IMAPITable::Unadvise", [&]() -> HRESULT {
         std::shared_ptr<Advises> advises;
         {
-            std::lock_guard hold(m_lock);
+            const locks::Hold hold(m_lock);
             advises = m_advises;
         }
         // Nor here: the sink that is waited for may be calling the table.
@@ -107,7 +107,7 @@ TableNotice Table::NoticeOf(storage::Notice &found)
 
 std::vector<TableNotice> Table::CollectNotices(std::int64_t quietUpTo)
 {
-    std::lock_guard hold(m_lock);
+    const locks::Hold hold(m_lock);
     std::vector<TableNotice> notices;
     if (m_missedNotices) {
         notices.emplace_back();

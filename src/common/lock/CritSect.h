@@ -2,9 +2,10 @@
 // wrong and what takes long, and may be a mutex of the system. And its guard. Any thread.
 #pragma once
 #include "common/text/tstring.h"
+#include "platform/locks/Annotations.h"
 #include <atomic>
 
-class CriticalSection
+class CAPABILITY("lock") CriticalSection
 {
   public:
     CriticalSection(bool bMutexMode, const char *szName, bool bReportLongHolds);
@@ -41,7 +42,8 @@ class CriticalSection
 };
 
 // Holds a lock for a scope (bLock true), or releases a held lock for a scope and takes it back in the name of its
-// previous locker (bLock false). A null lock makes an inactive guard.
+// previous locker (bLock false). A null lock makes an inactive guard. Which of these it does is known at run time only,
+// so the analysis of locks sees the guards that derive from it.
 class LockCriticalSection
 {
   public:

@@ -6,10 +6,10 @@
 #include "common/base/FaultGuard.h"
 #include "common/base/SystemCalls.h"
 #include "common/trace/TraceLine.h"
+#include "platform/locks/Mutex.h"
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <mutex>
 #include <objbase.h>
 #include <string>
 
@@ -71,7 +71,7 @@ void DebugTrace::Publish(const Identity &identity)
 {
     const HMODULE hDbgOut = LoadLibraryA("DbgOut.Dll");
     {
-        const std::lock_guard lock(m_publishing);
+        const locks::Hold lock(m_publishing);
         if (!m_initialised) {
             m_identity = identity;
             if (hDbgOut) {

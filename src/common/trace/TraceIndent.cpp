@@ -1,6 +1,5 @@
 #include "common/trace/TraceIndent.h"
 #include <cstdint>
-#include <mutex>
 
 namespace
 {
@@ -24,7 +23,7 @@ void TraceIndent::Set(DWORD count) const
 
 void TraceIndent::Raise()
 {
-    const std::lock_guard lock(m_lock);
+    const locks::Hold lock(m_lock);
     if (m_slot == TLS_OUT_OF_INDEXES) {
         m_slot = TlsAlloc();
         if (m_slot != TLS_OUT_OF_INDEXES)
@@ -37,7 +36,7 @@ void TraceIndent::Raise()
 
 void TraceIndent::Lower()
 {
-    const std::lock_guard lock(m_lock);
+    const locks::Hold lock(m_lock);
     if (m_slot == TLS_OUT_OF_INDEXES)
         return;
     const DWORD count = Get();
@@ -51,13 +50,13 @@ void TraceIndent::Lower()
 
 DWORD TraceIndent::Current()
 {
-    const std::lock_guard lock(m_lock);
+    const locks::Hold lock(m_lock);
     return m_slot == TLS_OUT_OF_INDEXES ? 0 : Get();
 }
 
 void TraceIndent::FreeSlot()
 {
-    const std::lock_guard lock(m_lock);
+    const locks::Hold lock(m_lock);
     if (m_slot != TLS_OUT_OF_INDEXES)
         TlsFree(m_slot);
     m_slot = TLS_OUT_OF_INDEXES;

@@ -20,8 +20,8 @@ class TraceIndent
     // A slot that was freed may belong to somebody else at once, so it is not touched by a thread that read its
     // number before.
     ShortLock m_lock;
-    DWORD m_slot = TLS_OUT_OF_INDEXES;
+    DWORD m_slot GUARDED_BY(m_lock) = TLS_OUT_OF_INDEXES;
 
-    DWORD Get() const;
-    void Set(DWORD count) const;
+    DWORD Get() const REQUIRES(m_lock);
+    void Set(DWORD count) const REQUIRES(m_lock);
 };

@@ -1,3 +1,5 @@
+// The references: a listing by the same MAPI calls, with its columns and the copying of their values, and a page in
+// plain SQL.
 #include "ByHand.h"
 #include "ExchangeMapi.h"
 #include <cstring>

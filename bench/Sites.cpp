@@ -1,3 +1,4 @@
+// Sites are filled under another name and take their own when they are complete; a host's session on one.
 #include "Sites.h"
 #include "localmapi/delivery/Compose.h"
 #include "localmapi/delivery/Fill.h"

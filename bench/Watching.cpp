@@ -1,3 +1,5 @@
+// Saving into a watched folder and waiting for its sink; the other process is this program once more, told through
+// pipes.
 #include "Watching.h"
 #include <chrono>
 #include <spawn.h>

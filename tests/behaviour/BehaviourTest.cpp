@@ -1,3 +1,4 @@
+// The making of the site, its users and recordings, and the listing of a mailbox as one value.
 #include "behaviour/BehaviourTest.h"
 #include "ExchangeMapi.h"
 #include <fstream>

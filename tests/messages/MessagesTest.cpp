@@ -1,3 +1,4 @@
+// Catching trace lines, with the numbers of source lines made neutral, and what a test does around a listing.
 #include "messages/MessagesTest.h"
 #include "common/trace/DebugTrace.h"
 #include "messages/listing/FaxSettings.h"

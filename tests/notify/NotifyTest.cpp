@@ -1,3 +1,4 @@
+// The callback and what it remembers, under a lock, since it may be called on any thread.
 #include "notify/NotifyTest.h"
 #include <algorithm>
 

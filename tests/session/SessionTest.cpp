@@ -1,3 +1,4 @@
+// Matching and composing the texts of trace lines, conversions of text, and the connection's start and end.
 #include "session/SessionTest.h"
 #include <regex>
 

@@ -1,3 +1,5 @@
+// The lists of live objects and of misuses, and the frame of a call: recorded, given its answer, and under the
+// double's lock to its end.
 #include "support/Com.h"
 #include "support/Memory.h"
 #include "support/Print.h"

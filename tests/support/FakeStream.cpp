@@ -1,3 +1,4 @@
+// IStream over bytes in memory, and IStorage over named streams.
 #include "support/FakeStream.h"
 #include "support/Print.h"
 #include <algorithm>

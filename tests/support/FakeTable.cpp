@@ -1,3 +1,5 @@
+// IMAPITable over the rows of a test: a restriction leaves what the test says, and a sort changes nothing but the
+// cursor.
 #include "support/FakeTable.h"
 #include "support/Memory.h"
 #include "support/Notifications.h"

@@ -1,3 +1,4 @@
+// The list of live blocks, and MAPI's functions of memory over it.
 #include "support/Memory.h"
 #include "support/Com.h"
 #include "support/Print.h"

@@ -1,3 +1,4 @@
+// The lists of names, one each for tags, interfaces and results, and the looking up in them.
 #include "support/Names.h"
 #include "mapi/ExchangeMapi.h"
 #include <mapiutil.h>

@@ -1,3 +1,4 @@
+// The registrations of all tables, and the calling of their sinks, for which the double's lock is let go.
 #include "support/Notifications.h"
 #include "support/Com.h"
 #include "support/Print.h"

@@ -1,3 +1,4 @@
+// How values, restrictions, orders and lists are written in a conversation.
 #include "support/Print.h"
 #include "support/Names.h"
 #include <cctype>

@@ -1,3 +1,4 @@
+// The records and their selections, and each thread's depth in MAPI's helper functions.
 #include "support/Recorder.h"
 
 namespace mapi_double

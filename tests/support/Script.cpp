@@ -1,3 +1,4 @@
+// Looking up what a call is answered: the last rule that fits, and over it the failure of a counted call.
 #include "support/Script.h"
 
 namespace mapi_double

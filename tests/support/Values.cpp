@@ -1,3 +1,4 @@
+// Making values, finding them in a row, and copying them into MAPI's memory and out of it.
 #include "support/Values.h"
 #include "support/Memory.h"
 #include <cstring>

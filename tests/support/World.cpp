@@ -1,3 +1,4 @@
+// What is in the world at first, and how mailboxes, messages and attachments are added to it.
 #include "support/World.h"
 #include <algorithm>
 

@@ -1,3 +1,4 @@
+// The conversions, hexadecimal identifiers, and the width of text on a terminal.
 #include "common/Text.h"
 #include <array>
 

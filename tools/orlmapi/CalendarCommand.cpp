@@ -1,3 +1,4 @@
+// The appointments of one day, as lines or as JSON.
 #include "Commands.h"
 #include "Failure.h"
 #include "Output.h"

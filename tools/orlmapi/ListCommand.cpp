@@ -1,3 +1,4 @@
+// A mailbox's messages, one page or all, with a line of progress on a terminal.
 #include "Commands.h"
 #include "Failure.h"
 #include "Output.h"

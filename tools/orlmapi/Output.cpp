@@ -1,3 +1,4 @@
+// Headers of messages as JSON, and as columns in the width that the terminal has.
 #include "Output.h"
 #include "common/Program.h"
 #include "common/Text.h"

@@ -1,3 +1,4 @@
+// Writing recipients and attachments through MAPI's interfaces, and reading folders and messages back as text.
 #include "Letters.h"
 #include "localmapi/provider/table/QueryRows.h"
 #include "localmapi/storage/Check.h"

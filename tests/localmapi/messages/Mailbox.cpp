@@ -1,3 +1,5 @@
+// The site that every test begins with a copy of, and the helpers that read and write objects through MAPI's
+// interfaces.
 #include "Mailbox.h"
 #include "localmapi/provider/property/PropertyConvert.h"
 

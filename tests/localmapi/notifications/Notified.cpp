@@ -1,3 +1,5 @@
+// Copying notifications into events, telling them in words by their messages' labels, and holding the notifier's
+// thread.
 #include "Notified.h"
 
 namespace localmapi::test

@@ -1,3 +1,4 @@
+// The client that has the conversation, by the functions it was given alone.
 #include "Conversation.h"
 #include "localmapi/provider/base/ComObject.h"
 

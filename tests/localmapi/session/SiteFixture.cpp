@@ -1,3 +1,4 @@
+// Reading values and rows as UTF-8, and making the site, its profiles and sessions for a test.
 #include "SiteFixture.h"
 #include "localmapi/provider/base/EntryId.h"
 #include "localmapi/provider/base/Text.h"

@@ -1,3 +1,4 @@
+// A layer over SQLite's own file access that passes every call on and counts those that write. A sync is only counted.
 #include "FaultyVfs.h"
 #include <atomic>
 #include <cstdlib>

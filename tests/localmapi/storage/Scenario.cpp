@@ -1,3 +1,4 @@
+// The steps, and the walk over folders, messages and profiles that writes a site down.
 #include "Scenario.h"
 #include <sstream>
 

@@ -1,4 +1,4 @@
-// What the fuzzers share: one function a program, which the fuzzing engine or replay.cpp calls.
+// What the fuzzers share: one function a program, which the fuzzing engine or Replay.cpp calls.
 #pragma once
 #include <cstddef>
 #include <cstdint>

@@ -1,6 +1,6 @@
 // An entry ID as a client hands it in: refused with one of two results, or understood and then made again as it was.
-#include "Fuzz.h"
 #include "localmapi/provider/base/EntryId.h"
+#include "Fuzz.h"
 #include "localmapi/provider/base/ErrorText.h"
 
 using namespace localmapi;

@@ -1,5 +1,5 @@
 // An entry: what one write transaction did to one object, or to several of one container, as a numbered row of the
-// site's file that is written with the transaction. Those who watch read them; the oldest go when there are many.
+// site's file that is written with the transaction. Watches read them; the oldest go when there are many.
 #pragma once
 #include "localmapi/storage/Facets.h"
 #include "localmapi/storage/Objects.h"

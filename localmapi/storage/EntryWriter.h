@@ -21,7 +21,7 @@ class EntryWriter
     void ObjectChanged(ObjectKind kind, ObjectId object, ObjectId container);
     // A folder with everything in it; before it is deleted.
     void FolderRemoved(Connection &connection, ObjectId folder);
-    // The file was repaired: whoever watches reads everything again.
+    // The file was repaired: every watch looks at everything again.
     void EverythingChanged() { m_everything = true; }
 
     // Writes the entries, with those that follow from them: a folder's own row tells how many messages and folders it

@@ -132,7 +132,7 @@ CREATE UNIQUE INDEX named_property_number ON named_property (uid, number) WHERE 
 CREATE UNIQUE INDEX named_property_name ON named_property (uid, name) WHERE name IS NOT NULL;
 )";
 
-// The entries, for those who watch: what happened to which object in which container, with the facet of the
+// The entries, for watches: what happened to which object in which container, with the facet of the
 // messages it happened to (see ChangeEntry). Numbers grow; the oldest entries go when there are many, the newest never.
 constexpr const char *kChangeEntries = R"(
 CREATE TABLE change_entry (

@@ -1,6 +1,6 @@
-// A commit sets the site's file's time of last write to now, and whoever watches its folder is told by the system:
+// A commit sets the site's file's time of last write to now, and whoever listens is told of its folder by the system:
 // after the commit can be seen, across sessions (in which a service and a user's program don't see each other's named
-// objects), and gone with the watcher however it ends.
+// objects), and gone with the listener however it ends.
 #include "localmapi/storage/Error.h"
 #include "localmapi/storage/SystemSignal.h"
 #include <map>

@@ -1,4 +1,4 @@
-// The notifier's thread: waits for changes, asks the tables that they concern, and calls their sinks.
+// The notifier's thread: waits for the signal, asks the tables that the entries concern, and calls their sinks.
 #include "localmapi/provider/notify/Notifier.h"
 #include "localmapi/storage/Error.h"
 

@@ -46,7 +46,7 @@ TEST_F(SubmitDiskTest, WhereThereIsNoRoomNothingIsSentAndTheMessageCanBeSentLate
     const EntryIdBytes sent = BytesOf(m_mailbox.store(), PR_IPM_SENTMAIL_ENTRYID);
     auto letter = LetterTo({Bob(), ByName("nobody")},
                            {Binary(PR_SENTMAIL_ENTRYID, sent.data(), static_cast<ULONG>(sent.size()))});
-    // Three long recordings: more than the log holds that the limit leaves.
+    // Three long recordings: more than the WAL can take under the limit.
     for (const char *name : {"1.wav", "2.wav", "3.wav"})
         Attach(letter.get(), name, std::string(250000, 'w'));
     const auto change = m_mailbox.site().GetChangeNumber();

@@ -244,7 +244,7 @@ TEST_F(NotificationTest, N06_AnOperationOnTheWholeFolderIsOneTableChangedForTheT
     EXPECT_EQ(urgentSink->Events(), 1u);
 }
 
-TEST_F(NotificationTest, N06_AChangeLogThatIsLostIsAReload)
+TEST_F(NotificationTest, N06_EntriesThatAreLostAreAReload)
 {
     auto table = Inbox();
     Advise(table, m_sink);
@@ -263,7 +263,7 @@ TEST_F(NotificationTest, N06_AChangeLogThatIsLostIsAReload)
     EXPECT_EQ(Told(m_sink).substr(0, 7), "added b");
 }
 
-TEST_F(NotificationTest, N06_AChangeLogThatWasPrunedMeanwhileIsAReload)
+TEST_F(NotificationTest, N06_EntriesThatWereDeletedMeanwhileAreAReload)
 {
     auto table = Inbox();
     Advise(table, m_sink);
@@ -281,7 +281,7 @@ TEST_F(NotificationTest, N06_AChangeLogThatWasPrunedMeanwhileIsAReload)
                                nullptr, nullptr, nullptr),
                   SQLITE_OK);
         sqlite3_close(raw);
-        // Writers prune from time to time.
+        // Writers delete old entries from time to time.
         for (int i = 0; i < 600; ++i)
             objects.SetRead(one, i % 2 == 0);
     }

@@ -31,8 +31,8 @@ HRESULT ConnectToMailbox(const Here &here, DWORD hConnection, OrlMailbox *phMail
 
 } // namespace
 
-// No session to work on yet or any more: the frame without the guard, and E_FAIL after an exception, as the contract
-// has it.
+// No session to work on yet or any more: the frame without the guard.
+// After an exception they give E_FAIL, as the contract has it.
 
 HRESULT ORLAPI OrlCreateConnection(DWORD *phConnection, BYTE bService)
 {

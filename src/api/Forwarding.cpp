@@ -27,7 +27,7 @@ HRESULT ForwardEmail(const Here &here, DWORD hConnection, OrlMailbox hMailbox, U
     });
 }
 
-// As the contract has it: without a mailbox nothing is done. Here the default store does not take its place.
+// Without a mailbox nothing is done, as the contract has it: the default store does not take its place.
 template <class Flavour>
 HRESULT RespondEmail(const Here &here, DWORD hConnection, OrlMailbox hMailbox, ULONG cbEntryID, const BYTE *pEntryID,
                      const typename Flavour::Char *szFile, const typename Flavour::Char *szFilename, ULONG ulUnused)

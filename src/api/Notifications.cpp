@@ -38,7 +38,7 @@ HRESULT ORLAPI OrlAdviseW(DWORD hConnection, OrlSink *phSink, LPCWSTR szMailbox,
     return Advise<Wide>(ORL_HERE("OrlAdviseW"), hConnection, phSink, szMailbox, pfnCallback, ulContext, phMailbox);
 }
 
-// The references that are left are counted and forgotten: the third parameter is not touched.
+// The references that are left are counted and forgotten: the third parameter is not touched, as the contract has it.
 HRESULT ORLAPI OrlUnadvise(DWORD hConnection, OrlSink hSink, ULONG *)
 {
     return WithSession(ORL_HERE("OrlUnadvise"), hConnection, [&](CMAPIImpl &session) {

@@ -16,8 +16,8 @@ HRESULT GetEmailHeader(const Here &here, DWORD hConnection, OrlMailbox hMailbox,
         const HRESULT hr = session.GetEmailHeader(pIMsgStore, cbEntryID, pEntryID, header);
         if (FAILED(hr))
             return hr;
-        // The pointer to the attachments stays unset: callers must not read it when there are none, as the contract has
-        // it.
+        // The pointer to the attachments is never written, as the contract has it: callers must not read it when there
+        // are none.
         ResultBlock<typename Flavour::EmailHeader> block(here, 1);
         if (!block.Failed())
             CopyHeader<Flavour>(block, 0, header);

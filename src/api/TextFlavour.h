@@ -24,8 +24,8 @@ struct Narrow {
     static void Out(char *target, const tstring &text) { std::memcpy(target, text.c_str(), text.size() + 1); }
 };
 
-// Arguments are converted to the ANSI code page; results are read as UTF-8, and as ANSI text where they are not valid
-// UTF-8. So the contract has it.
+// Arguments are converted to the ANSI code page and results read as UTF-8, as the contract has it; results that are not
+// valid UTF-8 are read as ANSI text.
 struct Wide {
     using Char = WCHAR;
     using EmailHeader = EmailHeaderW;

@@ -40,7 +40,7 @@ CAdviseSink::CAdviseSink(const tstring &szMailbox, IMsgStore *pMailboxMDB, IMAPI
                          ULONG_PTR ulContext)
     : m_ulContext(ulContext), m_pfnCallback(pfnCallback)
 {
-    // As the contract has it: without quotes.
+    // Without quotes, as the contract has it.
     const CDebugTraceFn trace(kTraceCall, "CAdviseSink::CAdviseSink", "%p: %s", static_cast<void *>(this),
                               szMailbox.c_str());
     szMailbox.ToWide(m_strMailbox, 65001);
@@ -137,7 +137,8 @@ HRESULT CAdviseSink::Advise()
     if (SUCCEEDED(hr) && m_lpMailboxMDB)
         hr = ExerciseStore(m_lpMailboxMDB);
 
-    // The counts are told whatever came of the registration. The answer to the first ones is not looked at.
+    // The counts are told whatever came of the registration.
+    // The answer to the first ones is not looked at, as the contract has it.
     if (const MailboxCountCallback pfnCallback = m_pfnCallback) {
         Counts counts;
         if (SUCCEEDED(Count(op, counts)))
@@ -169,7 +170,8 @@ STDMETHODIMP_(ULONG) CAdviseSink::OnNotify(ULONG cNotif, LPNOTIFICATION lpNotifi
     Contained({"CAdviseSink::OnNotify", __LINE__}, [&] {
         const Operation op("CAdviseSink::OnNotify", "%p: \"%ls\"", static_cast<void *>(this), Mailbox());
         const ComPtr<CAdviseSink> self = Share(this);
-        // A cleared callback ends the walk: nothing that is left of the batch would reach anybody.
+        // A batch is as many counts and calls, as the contract has it. A cleared callback ends the walk: nothing that
+        // is left would reach anybody.
         for (ULONG i = 0; i < cNotif && m_pfnCallback; ++i)
             if (lpNotifications[i].ulEventType == fnevTableModified && HasTables())
                 Recount(op, hr);

@@ -111,6 +111,7 @@ class CMAPIImpl
     HRESULT AttachFile(IMessage *pMsg, IStream *pSourceStream, const char *szFilename, const char *szDisplayName);
 
     // Forwarding, and answering to the sender. What happens to the original stays also where the copy fails.
+    // m_TargetAlias are recipients: a member's name, as the contract has it.
     HRESULT ForwardEmail(IMsgStore *pIMsgStore, ULONG cbEntryID, const BYTE *lpEntryID, const tstring &m_TargetAlias);
     HRESULT ForwardEmail(ULONG cbEntryID, const BYTE *lpEntryID, const tstring &m_TargetAlias);
     HRESULT RespondEmail(IMsgStore *pIMsgStore, ULONG cbEntryID, const BYTE *lpEntryID, const tstring &szFile,

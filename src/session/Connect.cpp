@@ -81,7 +81,6 @@ HRESULT OpenDefaultStore(const Operation &op, IMAPISession *pSession, ComPtr<IMs
 }
 
 // Leaves what the failing step left: a session without a default store is still a session.
-// "logon" as a verb in its lines, as the contract has it.
 HRESULT LogOn(CMAPIImpl &session, const Operation &op, const tstring &szProfile)
 {
     if (!CMAPIImpl::IsMapiInitialised())
@@ -98,7 +97,7 @@ HRESULT LogOn(CMAPIImpl &session, const Operation &op, const tstring &szProfile)
     ComPtr<IMAPISession> mapiSession;
     HRESULT hr;
     if (!szProfile.empty()) {
-        // As the contract has it: "to logon", in all three.
+        // "to logon", here and twice below, as the contract has it.
         DebugOutputA(kTraceState, "Attempting to logon to MAPI using profile %s.", szProfile.c_str());
         hr = LogOnTo(op, szProfile.c_str(), ulFlags | MAPI_EXPLICIT_PROFILE, mapiSession);
     } else if (SUCCEEDED(session.CreateMailboxProfile(kServiceProfile))) {

@@ -24,8 +24,8 @@ tstring ServerName(CMAPIImpl &session)
     return strServer;
 }
 
-// The server's distinguished name carries no organisation and no site, whatever the mailbox's one has, as the
-// contract has it.
+// The server's distinguished name carries no organisation and no site, as the contract has it, whatever the mailbox's
+// one has.
 HRESULT OpenMailbox(CMAPIImpl &session, const Operation &op, IMAPISession *pSession, const tstring &strMailboxDN,
                     IMsgStore **ppMailboxMDB)
 {
@@ -59,7 +59,7 @@ HRESULT OpenMailbox(CMAPIImpl &session, const Operation &op, IMAPISession *pSess
     if (!entryID.pEntryID)
         countedEntryID.Keep();
     if (FAILED(hr))
-        // As the contract has it: no full stop.
+        // No full stop, as the contract has it.
         return op.Failed("CreateStoreEntryID", "trying to create a store entry ID (Server=%s, Mailbox=%s)",
                          defaultStore.get(), hr, strServer.c_str(), strMailboxDN.c_str());
 
@@ -76,7 +76,7 @@ HRESULT OpenMailbox(CMAPIImpl &session, const Operation &op, IMAPISession *pSess
         return op.Failed("OpenMsgStore", "trying to open the message store (Server=%s, Mailbox=%s).", pSession, hr,
                          strServer.c_str(), strMailboxDN.c_str());
     ScopedCount(counter).Keep();
-    // As the contract has it: no equals sign.
+    // No equals sign, as the contract has it.
     op.State("Successfully opened the message store (ServerDN=%s, MailboxDN=%s). FolderCount[%ld]", strServerDN.c_str(),
              strMailboxDN.c_str(), counter.load());
     *ppMailboxMDB = store.release();
@@ -87,7 +87,7 @@ HRESULT OpenMailbox(CMAPIImpl &session, const Operation &op, IMAPISession *pSess
 
 HRESULT CMAPIImpl::Logon(const tstring &szMailbox, IMsgStore **ppMailboxMDB)
 {
-    // Open objects are called folders, and the mailbox has two names here and in Logoff, as the contract has it.
+    // Open objects are called folders, and the mailbox has another name than in Logoff, as the contract has it.
     const Operation op("CMAPIImpl::Logon", "szMailbox: \"%s\", pMailboxMDB: %p, FolderCounter=[%ld]", szMailbox.c_str(),
                        ppMailboxMDB, m_lOpenObjects.load());
     if (!IsMapiInitialised())
@@ -107,7 +107,7 @@ HRESULT CMAPIImpl::Logon(const tstring &szMailbox, IMsgStore **ppMailboxMDB)
 
 HRESULT CMAPIImpl::Logoff(IMsgStore *pMailboxMDB)
 {
-    // As the contract has it: see Logon.
+    // Folders, and another name of the mailbox than in Logon, as the contract has it.
     const Operation op("CMAPIImpl::Logoff", "lpMailboxMDB: %p, FolderCount=[%ld]", pMailboxMDB, m_lOpenObjects.load());
     if (!pMailboxMDB)
         return S_OK;

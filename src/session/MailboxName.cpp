@@ -58,7 +58,7 @@ struct AddressEntry {
     {
         HRESULT hr;
         addressType = ReadText(op, pEntry, PR_ADDRTYPE_A,
-                               // As the contract has it: in other words than in the fallback.
+                               // In other words than in the fallback, as the contract has it.
                                "trying to get the email address type for the mailbox entry for %s.", szMailbox, hr);
         emailAddress =
             ReadText(op, pEntry, PR_EMAIL_ADDRESS_A,
@@ -153,6 +153,7 @@ HRESULT OpenResolved(const Operation &op, IAddrBook *pAddressBook, const ADRLIST
     const HRESULT hr = pEntryID ? OpenAddressEntry(pAddressBook, pEntryID->Value.bin.cb, pEntryID->Value.bin.lpb, entry)
                                 : MAPI_E_NOT_FOUND;
     if (FAILED(hr))
+        // Also where the entry ID is missing, as the contract has it.
         return op.Failed("OpenEntry", "trying to open the mailbox entry for %s.", pAddressBook, hr, szMailbox.c_str());
     return hr;
 }
@@ -211,7 +212,8 @@ HRESULT CMAPIImpl::ObtainMailboxName(const tstring &szMailbox, MailboxIdentity &
     if (FAILED(hr))
         return hr;
     hr = addressBook->ResolveName(0, 0, nullptr, list.get());
-    if (FAILED(hr)) // the name of the next call, as the contract has it
+    if (FAILED(hr))
+        // The name of the next call, as the contract has it.
         return op.Failed("PpropFindProp", "trying to get the entry ID for the mailbox %s.", addressBook.get(), hr,
                          szMailbox.c_str());
     ComPtr<IMAPIProp> entry;

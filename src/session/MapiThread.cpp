@@ -76,7 +76,7 @@ void DispatchWaitingMessages(const Operation &op)
     }
 }
 
-// As the contract has it: a quit message does not end the pump, only the stop event does.
+// A quit message does not end the pump, as the contract has it: only the stop event does.
 HRESULT PumpUntilStopped(const Operation &op)
 {
     while (MsgWaitForMultipleObjects(1, &g_hStopEvent, FALSE, INFINITE, kAllInput) == WAIT_OBJECT_0 + 1)
@@ -172,6 +172,7 @@ void CMAPIImpl::Uninitialise()
         return;
     WaitForStart();
     SetEvent(g_hStopEvent);
+    // Without a limit, as the contract has it.
     while (g_bThreadRunning)
         Sleep(kPollMilliseconds);
     JoinThread();

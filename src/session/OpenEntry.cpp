@@ -20,8 +20,8 @@ HRESULT Read(IStream *pStream, void *target, ULONG cb, ULONG &cbRead)
     return pStream->Read(target, cb, &cbRead);
 }
 
-// Text of `cb` bytes: a zero goes after the bytes that came, or over the last one when all came. As the contract has
-// it: the position is in characters although the count is in bytes, which is why wide text has twice the room.
+// Text of `cb` bytes: a zero goes after the bytes that came, or over the last one when all came. Its place is in
+// characters although the count is in bytes, as the contract has it, which is why wide text has twice the room.
 template <class Char> HRESULT ReadText(IStream *pStream, LPSPropValue pProp, ULONG cb, Char *&text)
 {
     const ULONG cch = std::max<ULONG>(cb, 1);

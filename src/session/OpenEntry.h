@@ -7,7 +7,7 @@
 #include <mapix.h>
 
 // For trace lines: the bytes after the four flag bytes as upper-case hexadecimal digits, two for each of the cbEntryID
-// bytes. As the contract has it: the last four bytes asked for lie beyond the entry ID, and are shown as zeros.
+// bytes, as the contract has it: the last four bytes asked for lie beyond the entry ID, and are shown as zeros.
 tstring GetEntryIDString(ULONG cbEntryID, const void *lpEntryID);
 
 // The rule for every interface that opens entries: open(flags, ppObject) is tried with MAPI_NO_CACHE first where

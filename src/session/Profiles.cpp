@@ -158,7 +158,7 @@ HRESULT CMAPIImpl::GetAvailableProfiles(std::vector<Profile> &profiles)
         Profile &profile = profiles.emplace_back();
         if (szName)
             profile.strDisplayName = szName;
-        // As the contract has it: no class, no line.
+        // A name without class and line number, as the contract has it.
         DebugOutputA(kTraceCall, "GetAvailableProfiles - profile is \"%s\"", profile.strDisplayName.c_str());
     }
     return hr;
@@ -166,13 +166,13 @@ HRESULT CMAPIImpl::GetAvailableProfiles(std::vector<Profile> &profiles)
 
 HRESULT CMAPIImpl::GetExchangeServerName(tstring &strServer, const tstring &szProfile, tstring &strUser, bool &bMatched)
 {
-    // A text without quotes here, and lines without class and line number below, as the contract has it.
+    // Without quotes, as the contract has it.
     const Operation op("CMAPIImpl::GetExchangeServerName", "szProfile: %s", szProfile.c_str());
     strServer.clear();
     strUser.clear();
     bMatched = false;
     if (!IsMapiInitialised()) {
-        // As the contract has it: no colon.
+        // Without a colon, as the contract has it.
         op.Error("Error MAPI has not been initialised.");
         return E_UNEXPECTED;
     }
@@ -208,7 +208,7 @@ HRESULT CMAPIImpl::GetExchangeServerName(tstring &strServer, const tstring &szPr
         switch (value.ulPropTag) {
         case PR_PROFILE_HOME_SERVER:
             strServer = szText;
-            // As the contract has it: no class, no line, as in the lines below.
+            // A name without class and line number, here and twice below, as the contract has it.
             DebugOutputA(kTraceCall, "GetExchangeServerName - profile home server is \"%s\"", strServer.c_str());
             break;
         case PR_PROFILE_NAME_A:

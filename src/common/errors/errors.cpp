@@ -6,14 +6,13 @@ namespace
 {
 
 // The beginning that all error lines share.
-// Brackets around a text that has them already, and 8 places with the 0x, as the contract has it.
 tstring StartLine(const char *szFunction, int nLine, HRESULT hr, const char *szCall)
 {
     tstring line(szFunction);
     tstring name(GetHResultName(hr));
     if (name.empty())
         name.GetErrorText(hr);
-    // As the contract has it: small codes have 8 characters with the 0x.
+    // Brackets around a text that has them already, and 8 places with the 0x, as the contract has it.
     line.AppendFormat("[%d]: Error %#08x [%s] from %s", nLine, static_cast<unsigned>(hr), name.c_str(), szCall);
     return line;
 }
@@ -24,7 +23,7 @@ void FinishLine(tstring &line, const tstring &context)
         line += '.';
     else
         line += " " + context;
-    // As the contract has it: the finished line is read as a format once more.
+    // The finished line is read as a format once more, as the contract has it.
     DebugOutputLine(kTraceError, line.c_str());
 }
 

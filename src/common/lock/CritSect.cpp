@@ -69,6 +69,7 @@ CriticalSection::~CriticalSection()
 
 bool CriticalSection::Lock(const char *szFile, int nLine, bool bReport)
 {
+    // A nested lock is refused, as the contract has it.
     if (IsLockedByCurrentThread())
         return false;
     if (m_bMutexMode) {
@@ -91,7 +92,7 @@ bool CriticalSection::LockMutex(const char *szFile, int nLine, bool bReport)
         return true;
     const DWORD error = GetLastError();
     const DWORD thread = GetCurrentThreadId();
-    // As the contract has it: handled, although the wait has no end.
+    // Handled although the wait has no end, as the contract has it.
     if (result == WAIT_TIMEOUT) {
         if (bReport) {
             DebugOutputA(kTraceLockWait,
@@ -169,8 +170,7 @@ bool CriticalSection::Unlock(const char *szFile, int nLine, const char **pszLock
     return true;
 }
 
-// A mutex that is unlocked without reports stays owned by the thread as far as the system knows, as the contract has
-// it.
+// A mutex that is unlocked without reports stays the thread's own for the system, as the contract has it.
 void CriticalSection::Release(const char *szFile, int nLine, const char *szLockerFile, int nLockerLine, DWORD dwOwner,
                               bool bReport)
 {

@@ -71,7 +71,7 @@ void FindSystemText(tstring &text, HRESULT hr, const MessageSystem &system)
     if (message.found)
         text = message.found;
     else
-        // As the contract has it: brackets in the brackets of an error line.
+        // Brackets in the brackets of an error line, as the contract has it.
         text.Format("[%#010x]", static_cast<unsigned>(hr));
     text.Trim();
 }
@@ -80,7 +80,7 @@ void FreeModuleOnNT(HMODULE &hModule, const MessageSystem &system)
 {
     OSVERSIONINFOA version{};
     version.dwOSVersionInfoSize = sizeof(version);
-    // As the contract has it: other systems keep the module.
+    // Other systems keep the module, as the contract has it.
     if (system.GetVersionExA(&version) && version.dwPlatformId == VER_PLATFORM_WIN32_NT)
         system.FreeLibrary(hModule);
     hModule = nullptr;

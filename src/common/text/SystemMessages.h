@@ -14,6 +14,5 @@ struct MessageSystem {
 // The first text that is found for hr, trimmed; "[0x...]" where there is none.
 void FindSystemText(tstring &text, HRESULT hr, const MessageSystem &system);
 
-// Frees a module of messages on systems of the NT family and leaves it loaded on others, as the contract has it. Clears
-// the handle anyway.
+// Frees a module of messages on systems of the NT family and leaves it loaded on others. Clears the handle anyway.
 void FreeModuleOnNT(HMODULE &hModule, const MessageSystem &system);

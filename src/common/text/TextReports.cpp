@@ -51,7 +51,7 @@ bool IsReadable(const void *value, std::size_t size, const char *szMember)
 void ReportBadText(const char *szMember, int nLine)
 {
     DebugOutputA(kTraceText, "Assertion failed: Invalid string passed to %s, file %s, line %d", szMember,
-                 // As the contract has it.
+                 // This file, as the contract has it.
                  "..\\LumenCommon\\tstring", nLine);
     if (g_breakOnBadText && SystemCalls().IsDebuggerPresent())
         SystemCalls().DebugBreak();

@@ -43,7 +43,7 @@ tstring::tstring(const WCHAR *text)
     if (IsReadableText(text))
         FromWide(CopyWide(text));
     else
-        // As the contract has it: the second line names the assignment.
+        // The second line names the assignment, as the contract has it.
         ReportBadWideText("tstring::tstring", "tstring::operator=", text, __LINE__);
 }
 
@@ -121,7 +121,7 @@ tstring operator+(const tstring &left, const WCHAR *right)
     if (IsReadableText(right))
         sum.append(Narrowed(right));
     else
-        // As the contract has it: the second line names operator+=.
+        // The second line names operator+=, as the contract has it.
         ReportBadWideText("tstring::operator+", "tstring::operator+=", right, __LINE__);
     return sum;
 }

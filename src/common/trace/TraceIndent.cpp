@@ -40,7 +40,7 @@ void TraceIndent::Lower()
     if (m_slot == TLS_OUT_OF_INDEXES)
         return;
     const DWORD count = Get();
-    // As the contract has it: the end of the outermost function frees the slot of all threads.
+    // The end of the outermost function frees the slot of all threads, as the contract has it.
     if (count < kStep + 1) {
         TlsFree(m_slot);
         m_slot = TLS_OUT_OF_INDEXES;

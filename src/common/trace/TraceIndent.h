@@ -10,8 +10,7 @@ class TraceIndent
 
     // By 2, and no further than 32 bits go.
     void Raise();
-    // By 2. A counter below 3 frees the slot instead, for all threads, as the contract has it: each begins again
-    // at no indentation.
+    // By 2. A counter below 3 frees the slot instead, for all threads: each begins again at no indentation.
     void Lower();
     DWORD Current();
     void FreeSlot();

@@ -52,7 +52,7 @@ bool TraceSettings::Passes(DWORD value) const
         return false;
     if (id == 0xFFFF)
         return true;
-    // As the contract has it.
+    // A class beyond the map counts as class 0, as the contract has it.
     if (id >= kMapBytes * 8)
         id = 0;
     return (m_map[id / 32].load(std::memory_order_relaxed) >> (id % 32) & 1) != 0;

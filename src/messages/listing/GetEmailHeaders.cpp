@@ -136,7 +136,7 @@ HRESULT Page::Read(ULONG *pulTotalRows)
     HRESULT hr = Seek(pTable);
     if (FAILED(hr))
         return hr;
-    // A table that can't count its rows can still be read.
+    // The result is not looked at, as the contract has it: a table that can't count its rows can still be read.
     pTable->GetRowCount(0, pulTotalRows);
     hr = pTable->QueryRows(m_request.Rows(), 0, m_rows.put());
     if (FAILED(hr))

@@ -97,7 +97,7 @@ void MessageFlagsInto(const SPropValue &value, const Reading &, Header &header)
     header.bHasAttach = (value.Value.l & MSGFLAG_HASATTACH) != 0;
 }
 
-// In a listing, as the contract has it, the number of messages received is the offset where the message has no such
+// In a listing the offset is the number of messages received too, as the contract has it, where the message has no such
 // property: its own column comes later and overwrites it.
 void OffsetInto(const SPropValue &value, const Reading &reading, Header &header)
 {

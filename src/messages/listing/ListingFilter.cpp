@@ -22,8 +22,8 @@ Restriction FaxesOfServers(std::span<const tstring> faxServers)
     return Any(origins);
 }
 
-// Until a message of the fax product has been seen, creator name and sender address are compared with the same text, as
-// the contract has it.
+// Until a message of the fax product has been seen: creator name and sender address are compared with the same text,
+// as the contract has it.
 Restriction FaxesByKnowledge(const FaxKnowledge &fax)
 {
     if (fax.bServerSeen)

@@ -203,7 +203,7 @@ HRESULT CMAPIImpl::HrStreamInAttachment(IMessage *pmsg, ULONG ulAttachNum, const
     if (FAILED(hr))
         return operation.Failed(
             "OpenAttach",
-            // As the contract has it: under this name whatever call gave no stream.
+            // Under this name whatever call gave no stream, as the contract has it.
             "trying to open the attachment (method=%08lx, filename=\"%s\", pathname=\"%s\", mimetag=\"%s\").",
             attach.get(), hr, attachment.lMethod, attachment.strFilename.c_str(), attachment.strPathname.c_str(),
             attachment.strMimeTag.c_str());

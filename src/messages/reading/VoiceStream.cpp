@@ -53,8 +53,8 @@ struct CloseFile {
     void operator()(std::FILE *file) const { std::fclose(file); }
 };
 
-// Copies from where the stream stands. A stream that fails half-way ends the copy as its end does, as the contract has
-// it; a file that can't be written fails it.
+// Copies from where the stream stands. A file that can't be written fails the copy; a stream that fails half-way ends
+// it as its end does, as the contract has it.
 HRESULT CopyToFile(IStream *pStream, const char *szFilename)
 {
     // Blocks are gathered, so that a long recording takes few writes to disk.
@@ -104,7 +104,7 @@ ULONG FindChunk(IStream *pStream, const char (&identifier)[5])
         const ULONG cb = size[0] | ULONG{size[1]} << 8 | ULONG{size[2]} << 16 | ULONG{size[3]} << 24;
         if (std::memcmp(found, identifier, sizeof found) == 0)
             return cb;
-        // As the contract has it: the pad byte of an odd chunk is not skipped.
+        // The pad byte of an odd chunk is not skipped, as the contract has it.
         if (!Skip(pStream, cb))
             return 0;
     }

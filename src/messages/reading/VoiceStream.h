@@ -9,7 +9,7 @@ HRESULT SaveStreamToFile(IStream *pStream, BYTE bWMA, const char *szFilename);
 
 // Finds a chunk in a RIFF stream, from where the stream stands: its size, with the stream at the chunk's data; 0
 // where there is none. Chunks are skipped by their size exactly as it is stored: a pad byte after an odd-sized chunk
-// is taken for the beginning of the next chunk, as the contract has it.
+// is taken for the beginning of the next chunk.
 ULONG FindChunk(IStream *pStream, const char (&identifier)[5]);
 
 // The format tag of a RIFF WAVE stream; 0 for any other stream.

@@ -43,7 +43,7 @@ HRESULT FirstFailure(HRESULT hrSoFar, HRESULT hrStep)
     return FAILED(hrSoFar) ? hrSoFar : hrStep;
 }
 
-// An answer alone changes the original's icon.
+// An answer alone changes the original's icon, as the contract has it.
 std::vector<SPropValue> MarksOf(LONG lVerb)
 {
     SYSTEMTIME stNow;
@@ -71,8 +71,8 @@ HRESULT CopyContent(const Operation &operation, const Copy &copy)
     return hr;
 }
 
-// The original, marked, and a new message with its content. As the contract has it: once there is a new message,
-// marking, saving and copying follow each other whatever became of the step before, and the last one gives the result.
+// The original, marked, and a new message with its content. Once there is a new message, marking, saving and copying
+// follow each other whatever became of the step before, and the last one gives the result, as the contract has it.
 HRESULT CopyOriginal(const Operation &operation, const StoreEntry &original, LONG lVerb, std::atomic<LONG> &counter,
                      Copy &copy)
 {
@@ -95,7 +95,7 @@ HRESULT KeepInSentItems(const Operation &operation, IMsgStore *pIMsgStore, IMess
                         std::atomic<LONG> &counter)
 {
     FolderID sentItems;
-    // As the contract has it: without "trying to".
+    // Without "trying to", as the contract has it.
     const HRESULT hr = ReadFolderID(operation, pIMsgStore, PR_IPM_SENTMAIL_ENTRYID, "determining the ID for sentmail.",
                                     counter, sentItems);
     if (FAILED(hr))

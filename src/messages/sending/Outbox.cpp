@@ -1,7 +1,6 @@
 #include "messages/sending/Outbox.h"
 #include "common/mapi/MapiArguments.h"
 
-// Sentences of this file differ in their grammar, as the contract has it.
 HRESULT ReadFolderID(const Operation &operation, IMsgStore *pIMsgStore, ULONG ulPropTag, const char *sentence,
                      std::atomic<LONG> &counter, FolderID &id)
 {
@@ -16,7 +15,7 @@ HRESULT ReadFolderID(const Operation &operation, IMsgStore *pIMsgStore, ULONG ul
 
 HRESULT OpenOutbox(const Operation &operation, IMsgStore *pIMsgStore, std::atomic<LONG> &counter, Outbox &outbox)
 {
-    // As the contract has it: without "trying to".
+    // Without "trying to", as the contract has it.
     const HRESULT hr = ReadFolderID(operation, pIMsgStore, PR_IPM_OUTBOX_ENTRYID, "determining the ID for outbox.",
                                     counter, outbox.id);
     if (FAILED(hr))
@@ -30,7 +29,7 @@ HRESULT CreateMessage(const Operation &operation, const Outbox &outbox, std::ato
 {
     const HRESULT hr = message.Count(outbox.folder->CreateMessage(nullptr, 0, message.object.put()), counter);
     if (FAILED(hr))
-        // As the contract has it: without "trying to".
+        // Without "trying to", as the contract has it.
         return operation.Failed("CreateMessage", "creating the message.", outbox.folder.get(), hr);
     return hr;
 }
@@ -58,7 +57,7 @@ HRESULT OpenSource(const Operation &operation, const tstring &szFile, std::atomi
     const HRESULT hr = source.Count(
         OpenStreamOnFile(MAPIAllocateBuffer, MAPIFreeBuffer, 0, MapiIn(szFile), nullptr, source.object.put()), counter);
     if (FAILED(hr))
-        // As the contract has it: without "to", and no full stop.
+        // Without "to", and no full stop, as the contract has it.
         return operation.Failed("OpenStreamOnFile", "trying open a stream on the file %s", hr, szFile.c_str());
     return hr;
 }

@@ -3,7 +3,7 @@
 #include "common/text/tstring.h"
 
 struct OutgoingEmail {
-    tstring m_TargetAlias; // recipients, separated by semicolons
+    tstring m_TargetAlias; // recipients, separated by semicolons; a member's name, as the contract has it
     tstring strSubject;
     tstring strBody;
     bool bUrgent = false;

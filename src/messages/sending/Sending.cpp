@@ -122,10 +122,9 @@ HRESULT CMAPIImpl::SendEmail(IMsgStore *pIMsgStore, const OutgoingEmail &email)
 
 HRESULT CMAPIImpl::SendUMEmail(IMsgStore *pIMsgStore, const OutgoingEmail &email, const VoiceDetails &voice)
 {
-    // Two texts without quotes, as the contract has it.
     Operation operation("CMAPIImpl::SendUMEmail",
                         "pIMsgStore: %p, m_TargetAlias: \"%s\", szSubject: \"%s\", szBody: \"%s\"%s%s, szFile: \"%s\", "
-                        // As the contract has it: number and order without quotes.
+                        // Number and order without quotes, as the contract has it.
                         "szFilename: \"%s\", lSecs: %ld, szNumber: %s, szName: \"%s\", szOrder: %s, offset: %ld, "
                         "ulMsgReceived: %lu",
                         static_cast<void *>(pIMsgStore), email.m_TargetAlias.c_str(), email.strSubject.c_str(),

@@ -31,7 +31,6 @@ constexpr NamedColumn kNamedColumns[] = {
 constexpr ULONG kNames = static_cast<ULONG>(std::size(kNamedColumns));
 using Columns = std::array<ULONG, kNames + 2>;
 
-// As the contract has it: where the folder does not know the names, the columns keep the bare identifiers.
 Columns ResolveColumns(IMAPIFolder *pFolder)
 {
     Columns columns;
@@ -47,7 +46,7 @@ Columns ResolveColumns(IMAPIFolder *pFolder)
     columns[Subject] = CHANGE_PROP_TYPE(PR_NORMALIZED_SUBJECT, PT_STRING8);
     columns[Body] = CHANGE_PROP_TYPE(PR_BODY, PT_STRING8);
 
-    // A failure is ignored, as the contract has it.
+    // A failure is ignored, as the contract has it: the columns then keep the bare identifiers.
     MapiBuffer<SPropTagArray> tags;
     if (SUCCEEDED(pFolder->GetIDsFromNames(kNames, pointers, 0, tags.put())) && tags)
         for (ULONG i = 0; i < kNames && i < tags->cValues; ++i)
@@ -70,7 +69,7 @@ HRESULT InstantOf(const Operation &operation, const WCHAR *format, const tstring
     return hr;
 }
 
-// The last minute begins at 23:59, as the contract has it: what ends later is not within the day.
+// From "00:00 am" to the beginning of the last minute, as the contract has it: what ends later is not within the day.
 HRESULT FindDay(const Operation &operation, const tstring &szDate, CalendarDay &day)
 {
     SYSTEMTIME start = {};
@@ -219,18 +218,17 @@ HRESULT CMAPIImpl::ObtainCalendarEvents(IMsgStore *pIMsgStore, const tstring &sz
     });
 }
 
-// "Calender" in its sentences, as the contract has it.
 HRESULT CMAPIImpl::ScanCalendarFolder(IMsgStore *pIMsgStore, ULONG cbEntryID, const BYTE *lpEntryID,
                                       const tstring &szDate, std::vector<CalendarEvent> &events)
 {
     const StoreEntry calendar(pIMsgStore, cbEntryID, lpEntryID);
-    // As the contract has it: the entry ID without quotes.
+    // The entry ID without quotes, as the contract has it.
     const Operation operation("CMAPIImpl::ScanCalendarFolder", "pIMsgStore: %p, EntryID: %s, szDate: \"%s\", ...",
                               static_cast<void *>(calendar.pIMsgStore), calendar.Text().c_str(), szDate.c_str());
     return operation.Stage([&]() -> HRESULT {
         Counted<IMAPIFolder> folder;
         HRESULT hr = OpenCounted(operation, calendar, &IID_IMAPIFolder, MAPI_BEST_ACCESS, OpenObjects(),
-                                 // As the contract has it: "Calender".
+                                 // "Calender", as the contract has it.
                                  "trying to access and open the Calender folder.", folder);
         if (FAILED(hr))
             return hr;
@@ -238,7 +236,7 @@ HRESULT CMAPIImpl::ScanCalendarFolder(IMsgStore *pIMsgStore, ULONG cbEntryID, co
         hr = table.Count(folder->GetContentsTable(0, table.object.put()), OpenObjects());
         if (FAILED(hr))
             return operation.Failed("GetContentsTable",
-                                    // As the contract has it: "Calender".
+                                    // "Calender", as the contract has it.
                                     "trying to retrieve the contents table for the Calender folder.", folder.get(), hr);
         const Columns columns = ResolveColumns(folder.get());
         CalendarDay day;

@@ -1,6 +1,6 @@
-// The rules are as the contract has it: a daily period counts in the structure's
-// minutes, weekly rules match whole periods after their first day only, months are compared without their years, and
-// the pattern's dates, which are local, with the day's bounds, which are not.
+// Whether a series falls on a day, by rules of the library's own, as the contract has it: a daily period counts in the
+// structure's minutes, weekly rules match whole periods after their first day only, months are compared without their
+// years, and the pattern's dates, which are local, with the day's bounds, which are not.
 #include "session/calendar/RecurrenceMatch.h"
 #include "common/errors/errors.h"
 #include <cmath>

@@ -100,14 +100,14 @@ class CalendarBehaviour : public BehaviourTest
 
 using Kind = RecurrenceRule::Kind;
 
-TEST_F(CalendarBehaviour, a_day_without_appointments_is_an_empty_block)
+TEST_F(CalendarBehaviour, ADayWithoutAppointmentsIsAnEmptyBlock)
 {
     EXPECT_THAT(Read("11/23/2026"), IsEmpty());
     Add("Other day", On(2026, 11, 24), 540, 30);
     EXPECT_THAT(Read("11/23/2026"), IsEmpty());
 }
 
-TEST_F(CalendarBehaviour, an_appointment_has_all_that_was_written)
+TEST_F(CalendarBehaviour, AnAppointmentHasAllThatWasWritten)
 {
     Add("Meeting", On(2026, 11, 23), 540, 90);
     const auto events = Read("November 23, 2026");
@@ -120,7 +120,7 @@ TEST_F(CalendarBehaviour, an_appointment_has_all_that_was_written)
     EXPECT_EQ(events[0].minutes, 90);
 }
 
-TEST_F(CalendarBehaviour, texts_come_wide_too)
+TEST_F(CalendarBehaviour, TextsComeWideToo)
 {
     Add("J\xC3\xA4ger \xF0\x9F\x93\x9E", On(2026, 11, 23), 540, 90);
     CalendarEventW *events = nullptr;
@@ -133,7 +133,7 @@ TEST_F(CalendarBehaviour, texts_come_wide_too)
     EXPECT_HR(0, OrlMapiFreeBuffer(events));
 }
 
-TEST_F(CalendarBehaviour, appointments_come_in_the_order_of_their_start)
+TEST_F(CalendarBehaviour, AppointmentsComeInTheOrderOfTheirStart)
 {
     Add("third", On(2026, 11, 23), 900, 30);
     Add("first", On(2026, 11, 23), 0, 30);
@@ -141,7 +141,7 @@ TEST_F(CalendarBehaviour, appointments_come_in_the_order_of_their_start)
     EXPECT_THAT(Subjects("11/23/2026"), ElementsAre("first", "second", "third"));
 }
 
-TEST_F(CalendarBehaviour, what_passes_an_end_of_the_day_is_not_listed)
+TEST_F(CalendarBehaviour, WhatPassesAnEndOfTheDayIsNotListed)
 {
     Add("from midnight", On(2026, 11, 23), 0, 1);
     Add("to the last minute", On(2026, 11, 23), 1380, 59);
@@ -152,7 +152,7 @@ TEST_F(CalendarBehaviour, what_passes_an_end_of_the_day_is_not_listed)
     EXPECT_THAT(Subjects("11/24/2026"), IsEmpty());
 }
 
-TEST_F(CalendarBehaviour, free_time_is_never_listed)
+TEST_F(CalendarBehaviour, FreeTimeIsNeverListed)
 {
     using delivery::BusyStatus;
     Add("free", On(2026, 11, 23), 540, 30, {}, BusyStatus::Free);
@@ -162,7 +162,7 @@ TEST_F(CalendarBehaviour, free_time_is_never_listed)
     EXPECT_THAT(Subjects("11/23/2026"), ElementsAre("tentative", "away"));
 }
 
-TEST_F(CalendarBehaviour, a_day_of_a_single_a_weekly_and_a_monthly_appointment_is_read)
+TEST_F(CalendarBehaviour, ADayOfASingleAWeeklyAndAMonthlyAppointmentIsRead)
 {
     Add("single", On(2026, 11, 23), 480, 30);
     Add("weekly", On(2026, 11, 9), 540, 60, Rule(Kind::Weeks, 2));
@@ -182,7 +182,7 @@ TEST_F(CalendarBehaviour, a_day_of_a_single_a_weekly_and_a_monthly_appointment_i
     EXPECT_THAT(Subjects("11/22/2026"), IsEmpty());
 }
 
-TEST_F(CalendarBehaviour, a_weekly_series_of_mondays_and_wednesdays_lists_mondays_only)
+TEST_F(CalendarBehaviour, AWeeklySeriesOfMondaysAndWednesdaysListsMondaysOnly)
 {
     Add("series", On(2026, 11, 2), 540, 30, Rule(Kind::Weeks, 2 | 8));
     EXPECT_THAT(Subjects("11/9/2026"), ElementsAre("series"));
@@ -190,14 +190,14 @@ TEST_F(CalendarBehaviour, a_weekly_series_of_mondays_and_wednesdays_lists_monday
     EXPECT_THAT(Subjects("11/16/2026"), ElementsAre("series"));
 }
 
-TEST_F(CalendarBehaviour, a_first_tuesday_on_the_7th_is_not_listed)
+TEST_F(CalendarBehaviour, AFirstTuesdayOnThe7thIsNotListed)
 {
     Add("first Tuesday", On(2026, 3, 3), 540, 30, Rule(Kind::WeekOfMonth, 4, 0, 1));
     EXPECT_THAT(Subjects("4/7/2026"), IsEmpty());
     EXPECT_THAT(Subjects("5/5/2026"), ElementsAre("first Tuesday"));
 }
 
-TEST_F(CalendarBehaviour, the_last_day_of_a_series_is_not_listed)
+TEST_F(CalendarBehaviour, TheLastDayOfASeriesIsNotListed)
 {
     RecurrenceRule rule = Rule(Kind::Weeks, 2);
     rule.times = 3;
@@ -207,14 +207,14 @@ TEST_F(CalendarBehaviour, the_last_day_of_a_series_is_not_listed)
     EXPECT_THAT(Subjects("11/16/2026"), IsEmpty());
 }
 
-TEST_F(CalendarBehaviour, a_daily_series_is_listed_on_its_first_day_alone)
+TEST_F(CalendarBehaviour, ADailySeriesIsListedOnItsFirstDayAlone)
 {
     Add("daily", On(2026, 11, 23), 540, 30, Rule(Kind::Days));
     EXPECT_THAT(Subjects("11/23/2026"), ElementsAre("daily"));
     EXPECT_THAT(Subjects("11/24/2026"), IsEmpty());
 }
 
-TEST_F(CalendarBehaviour, a_text_that_is_no_date_is_refused)
+TEST_F(CalendarBehaviour, ATextThatIsNoDateIsRefused)
 {
     CalendarEventA *events = nullptr;
     ULONG count = 99;
@@ -224,7 +224,7 @@ TEST_F(CalendarBehaviour, a_text_that_is_no_date_is_refused)
     EXPECT_EQ(events, nullptr);
 }
 
-TEST_F(CalendarBehaviour, every_mailbox_has_its_own)
+TEST_F(CalendarBehaviour, EveryMailboxHasItsOwn)
 {
     Add("hers", On(2026, 11, 23), 540, 30);
     m_mailbox = Open("bob");

@@ -23,7 +23,7 @@ std::string Narrow(const WideText &text)
     return std::string(buffer, static_cast<std::size_t>(bytes));
 }
 
-TEST(Utf8, converts_to_UTF_16_and_back)
+TEST(Utf8, ConvertsToUTF16AndBack)
 {
     const struct {
         const char *narrow;
@@ -44,7 +44,7 @@ TEST(Utf8, converts_to_UTF_16_and_back)
     }
 }
 
-TEST(Utf8, replaces_what_is_invalid)
+TEST(Utf8, ReplacesWhatIsInvalid)
 {
     const WCHAR bad = 0xFFFD;
     const struct {
@@ -74,7 +74,7 @@ TEST(Utf8, replaces_what_is_invalid)
 }
 
 // Every sequence of two bytes above ASCII with every third, followed by plain text: the sum over all results.
-TEST(Utf8, reads_every_start_of_a_sequence_as_Windows_does)
+TEST(Utf8, ReadsEveryStartOfASequenceAsWindowsDoes)
 {
     std::uint32_t sum = 1;
     for (int first = 0x80; first < 0x100; ++first)
@@ -90,14 +90,14 @@ TEST(Utf8, reads_every_start_of_a_sequence_as_Windows_does)
     EXPECT_EQ(0x80DC4801u, sum);
 }
 
-TEST(Utf8, replaces_unpaired_surrogates)
+TEST(Utf8, ReplacesUnpairedSurrogates)
 {
     EXPECT_EQ("a\xEF\xBF\xBD", Narrow({'a', 0xD800}));
     EXPECT_EQ("\xEF\xBF\xBDz", Narrow({0xDC00, 'z'}));
     EXPECT_EQ("\xEF\xBF\xBD\xF0\x9F\x98\x80", Narrow({0xD83D, 0xD83D, 0xDE00}));
 }
 
-TEST(Utf8, is_refused_when_invalid_and_asked_for)
+TEST(Utf8, IsRefusedWhenInvalidAndAskedFor)
 {
     WCHAR units[8];
     SetLastError(kUntouched);
@@ -116,7 +116,7 @@ TEST(Utf8, is_refused_when_invalid_and_asked_for)
     EXPECT_EQ(kUntouched, GetLastError());
 }
 
-TEST(Conversion, counts_the_terminator_only_when_no_length_is_given)
+TEST(Conversion, CountsTheTerminatorOnlyWhenNoLengthIsGiven)
 {
     WCHAR units[8] = {};
     char bytes[8] = {};
@@ -129,7 +129,7 @@ TEST(Conversion, counts_the_terminator_only_when_no_length_is_given)
     EXPECT_EQ(4, WideCharToMultiByte(CP_UTF8, 0, OLESTR("abc"), -1, nullptr, 0, nullptr, nullptr));
 }
 
-TEST(Conversion, fills_a_buffer_that_is_too_small_and_says_so)
+TEST(Conversion, FillsABufferThatIsTooSmallAndSaysSo)
 {
     WCHAR units[8] = {};
     char bytes[8] = {};
@@ -150,7 +150,7 @@ TEST(Conversion, fills_a_buffer_that_is_too_small_and_says_so)
     EXPECT_EQ(DWORD{ERROR_INSUFFICIENT_BUFFER}, GetLastError());
 }
 
-TEST(Conversion, refuses_bad_arguments)
+TEST(Conversion, RefusesBadArguments)
 {
     WCHAR units[8];
     char bytes[8];
@@ -169,7 +169,7 @@ TEST(Conversion, refuses_bad_arguments)
               lastError(WideCharToMultiByte(99999, 0, OLESTR("a"), 1, bytes, 8, nullptr, nullptr)));
 }
 
-TEST(Conversion, with_the_ANSI_code_page_takes_its_other_numbers_and_a_default_character)
+TEST(Conversion, WithTheANSICodePageTakesItsOtherNumbersAndADefaultCharacter)
 {
     WCHAR units[8];
     char bytes[8];
@@ -183,7 +183,7 @@ TEST(Conversion, with_the_ANSI_code_page_takes_its_other_numbers_and_a_default_c
     EXPECT_TRUE(used);
 }
 
-TEST(Conversion, knows_other_code_pages_by_number)
+TEST(Conversion, KnowsOtherCodePagesByNumber)
 {
     WCHAR units[8];
     char bytes[8];

@@ -13,12 +13,12 @@ std::string Expected()
     return expected ? expected : "none given";
 }
 
-TEST(AnsiCodePage, is_the_locales_encoding)
+TEST(AnsiCodePage, IsTheLocalesEncoding)
 {
     EXPECT_EQ(Expected(), std::to_string(GetACP()));
 }
 
-TEST(AnsiCodePage, converts_an_accented_letter)
+TEST(AnsiCodePage, ConvertsAnAccentedLetter)
 {
     const WCHAR letter[] = {0xE9};
     char bytes[8];
@@ -29,7 +29,7 @@ TEST(AnsiCodePage, converts_an_accented_letter)
     EXPECT_EQ(0xE9, units[0]);
 }
 
-TEST(AnsiCodePage, lowers_its_own_letters)
+TEST(AnsiCodePage, LowersItsOwnLetters)
 {
     unsigned char text[16];
     const WCHAR upper[] = {'A', 0xC9, 0};
@@ -42,7 +42,7 @@ TEST(AnsiCodePage, lowers_its_own_letters)
     EXPECT_STREQ(expected, reinterpret_cast<char *>(text));
 }
 
-TEST(AnsiCodePage, takes_a_default_character_where_UTF_8_by_its_number_takes_none)
+TEST(AnsiCodePage, TakesADefaultCharacterWhereUTF8ByItsNumberTakesNone)
 {
     char bytes[8];
     BOOL used = 7;

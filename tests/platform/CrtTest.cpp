@@ -7,7 +7,7 @@
 
 namespace
 {
-TEST(BoundedCopy, takes_text_that_fits_with_its_terminator)
+TEST(BoundedCopy, TakesTextThatFitsWithItsTerminator)
 {
     char narrow[5];
     EXPECT_EQ(0, strcpy_s(narrow, sizeof narrow, "four"));
@@ -17,7 +17,7 @@ TEST(BoundedCopy, takes_text_that_fits_with_its_terminator)
     EXPECT_EQ(OLESTR("four"), WideText(wide));
 }
 
-TEST(BoundedCopy, empties_the_target_when_the_text_does_not_fit)
+TEST(BoundedCopy, EmptiesTheTargetWhenTheTextDoesNotFit)
 {
     char narrow[4] = "ZZZ";
     EXPECT_EQ(ERANGE, strcpy_s(narrow, sizeof narrow, "four"));
@@ -27,7 +27,7 @@ TEST(BoundedCopy, empties_the_target_when_the_text_does_not_fit)
     EXPECT_EQ(0, wide[0]);
 }
 
-TEST(BoundedCopy, says_EINVAL_for_bad_arguments)
+TEST(BoundedCopy, SaysEINVALForBadArguments)
 {
     char target[4] = "ZZZ";
     const char *none = nullptr;
@@ -38,7 +38,7 @@ TEST(BoundedCopy, says_EINVAL_for_bad_arguments)
     EXPECT_STREQ("", target);
 }
 
-TEST(Comparison, knows_no_case)
+TEST(Comparison, KnowsNoCase)
 {
     EXPECT_EQ(0, _stricmp("MixedCase", "mIXEDcASE"));
     EXPECT_GT(0, _stricmp("a", "B"));
@@ -50,7 +50,7 @@ TEST(Comparison, knows_no_case)
               _mbsicmp(reinterpret_cast<const unsigned char *>("One"), reinterpret_cast<const unsigned char *>("Two")));
 }
 
-TEST(Copy, of_a_text_is_a_text_of_its_own)
+TEST(Copy, OfATextIsATextOfItsOwn)
 {
     const char *text = "text";
     char *copy = _strdup(text);
@@ -71,7 +71,7 @@ struct Parts {
     std::string All() const { return std::string(drive) + "|" + dir + "|" + fname + "|" + ext; }
 };
 
-TEST(Path, splits_into_folder_name_and_extension)
+TEST(Path, SplitsIntoFolderNameAndExtension)
 {
     const struct {
         const char *path, *parts;
@@ -94,7 +94,7 @@ TEST(Path, splits_into_folder_name_and_extension)
     }
 }
 
-TEST(Path, parts_may_have_255_bytes_and_no_more)
+TEST(Path, PartsMayHave255BytesAndNoMore)
 {
     const std::string fits(255, 'n'), tooLong(256, 'n');
     Parts parts;
@@ -108,7 +108,7 @@ TEST(Path, parts_may_have_255_bytes_and_no_more)
     EXPECT_EQ("|||", parts.All());
 }
 
-TEST(Path, parts_that_are_not_wanted_are_left_out)
+TEST(Path, PartsThatAreNotWantedAreLeftOut)
 {
     char name[16];
     EXPECT_EQ(0, _splitpath_s("/a/b.c", nullptr, 0, nullptr, 0, name, sizeof name, nullptr, 0));
@@ -117,7 +117,7 @@ TEST(Path, parts_that_are_not_wanted_are_left_out)
     EXPECT_EQ(EINVAL, _splitpath_s(nullptr, nullptr, 0, nullptr, 0, name, sizeof name, nullptr, 0));
 }
 
-TEST(File, opens_or_says_why_not)
+TEST(File, OpensOrSaysWhyNot)
 {
     FILE *file = nullptr;
     ASSERT_EQ(0, fopen_s(&file, "crt_test.tmp", "w+b"));
@@ -146,7 +146,7 @@ std::string Tokens(std::string text, const char *delimiters)
     return result;
 }
 
-TEST(Tokens, are_what_stands_between_delimiters)
+TEST(Tokens, AreWhatStandsBetweenDelimiters)
 {
     EXPECT_EQ("[a][b][c]", Tokens("a;b;c", ";"));
     EXPECT_EQ("[a][b]", Tokens(";;a,;b;", ";,"));
@@ -156,7 +156,7 @@ TEST(Tokens, are_what_stands_between_delimiters)
     EXPECT_EQ("[a;b]", Tokens("a;b", ""));
 }
 
-TEST(Length, is_counted_in_characters)
+TEST(Length, IsCountedInCharacters)
 {
     const auto length = [](const char *text) { return _mbslen(reinterpret_cast<const unsigned char *>(text)); };
     EXPECT_EQ(0u, length(""));
@@ -165,7 +165,7 @@ TEST(Length, is_counted_in_characters)
     EXPECT_EQ(4u, length(GetACP() == CP_UTF8 ? "a\xC3\xA9\xC3\xA9z" : "a\xE9\xE9z"));
 }
 
-TEST(Lowering, changes_the_text_in_place)
+TEST(Lowering, ChangesTheTextInPlace)
 {
     unsigned char text[] = "MiXeD 123";
     EXPECT_EQ(0, _mbslwr_s(text, sizeof text));

@@ -29,7 +29,7 @@ template <std::size_t count> void Expect(const Example (&examples)[count])
         EXPECT_EQ(example.date, Read(example.text)) << example.text;
 }
 
-TEST(DateReading, takes_a_days_first_and_last_minute)
+TEST(DateReading, TakesADaysFirstAndLastMinute)
 {
     Expect({{"11/23/2026 00:00 am", "2026-11-23 00:00:00"},
             {"11/23/2026 11:59 pm", "2026-11-23 23:59:00"},
@@ -41,7 +41,7 @@ TEST(DateReading, takes_a_days_first_and_last_minute)
             {"12/31/2026 11:59 pm", "2026-12-31 23:59:00"}});
 }
 
-TEST(DateReading, takes_numbers_in_the_locales_order_or_as_they_fit)
+TEST(DateReading, TakesNumbersInTheLocalesOrderOrAsTheyFit)
 {
     Expect({{"1/2/2026", "2026-01-02 00:00:00"},
             {"23/11/2026", "2026-11-23 00:00:00"},
@@ -60,7 +60,7 @@ TEST(DateReading, takes_numbers_in_the_locales_order_or_as_they_fit)
             {"00011/023/2026", "2026-11-23 00:00:00"}});
 }
 
-TEST(DateReading, takes_months_by_their_names)
+TEST(DateReading, TakesMonthsByTheirNames)
 {
     Expect({{"Nov 23, 2026", "2026-11-23 00:00:00"},
             {"November 23 2026", "2026-11-23 00:00:00"},
@@ -78,7 +78,7 @@ TEST(DateReading, takes_months_by_their_names)
             {"Nov 31", "2031-11-01 00:00:00"}});
 }
 
-TEST(DateReading, passes_over_weekdays_right_or_wrong)
+TEST(DateReading, PassesOverWeekdaysRightOrWrong)
 {
     Expect({{"Monday, November 23, 2026 11:59 pm", "2026-11-23 23:59:00"},
             {"Tuesday, 11/23/2026", "2026-11-23 00:00:00"},
@@ -86,7 +86,7 @@ TEST(DateReading, passes_over_weekdays_right_or_wrong)
             {"Monday", kRefused}});
 }
 
-TEST(DateReading, takes_this_year_where_none_is_given)
+TEST(DateReading, TakesThisYearWhereNoneIsGiven)
 {
     SYSTEMTIME now;
     GetLocalTime(&now);
@@ -95,7 +95,7 @@ TEST(DateReading, takes_this_year_where_none_is_given)
         EXPECT_EQ(year + "11-23 23:59:00", Read(text)) << text;
 }
 
-TEST(DateReading, takes_the_first_of_a_month_where_no_day_is_given)
+TEST(DateReading, TakesTheFirstOfAMonthWhereNoDayIsGiven)
 {
     Expect({{"11/2026", "2026-11-01 00:00:00"},
             {"2026/11", "2026-11-01 00:00:00"},
@@ -103,7 +103,7 @@ TEST(DateReading, takes_the_first_of_a_month_where_no_day_is_given)
             {"60/1", "1960-01-01 00:00:00"}});
 }
 
-TEST(DateReading, puts_years_of_two_digits_between_1950_and_2049)
+TEST(DateReading, PutsYearsOfTwoDigitsBetween1950And2049)
 {
     Expect({{"1/2/0", "2000-01-02 00:00:00"},
             {"1/2/49", "2049-01-02 00:00:00"},
@@ -114,7 +114,7 @@ TEST(DateReading, puts_years_of_two_digits_between_1950_and_2049)
             {"1/1/1600", "1600-01-01 00:00:00"}});
 }
 
-TEST(DateReading, takes_a_time_of_12_or_24_hours_before_or_behind_the_date)
+TEST(DateReading, TakesATimeOf12Or24HoursBeforeOrBehindTheDate)
 {
     Expect({{"11/23/2026 12:00 am", "2026-11-23 00:00:00"},
             {"11/23/2026 12:00 pm", "2026-11-23 12:00:00"},
@@ -133,7 +133,7 @@ TEST(DateReading, takes_a_time_of_12_or_24_hours_before_or_behind_the_date)
             {"  11/23/2026\t11:59   pm  ", "2026-11-23 23:59:00"}});
 }
 
-TEST(DateReading, takes_a_time_alone_as_one_of_the_first_day)
+TEST(DateReading, TakesATimeAloneAsOneOfTheFirstDay)
 {
     Expect(
         {{" 00:00 am", "1899-12-30 00:00:00"}, {" 11:59 pm", "1899-12-30 23:59:00"}, {"3 pm", "1899-12-30 15:00:00"}});
@@ -143,7 +143,7 @@ TEST(DateReading, takes_a_time_alone_as_one_of_the_first_day)
     EXPECT_DOUBLE_EQ(-1.25, date);
 }
 
-TEST(DateReading, refuses_what_is_no_date)
+TEST(DateReading, RefusesWhatIsNoDate)
 {
     for (const char *text : {"",
                              "   ",

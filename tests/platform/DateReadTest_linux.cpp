@@ -21,7 +21,7 @@ std::string ReadAs(const char *form, const std::string &text)
 
 constexpr char kAmerican[] = "%m/%d/%Y", kBritish[] = "%d/%m/%y", kGerman[] = "%d.%m.%Y", kSwedish[] = "%Y-%m-%d";
 
-TEST(DateReadingOnLinux, follows_the_locales_order)
+TEST(DateReadingOnLinux, FollowsTheLocalesOrder)
 {
     const struct {
         const char *text, *american, *british, *swedish;
@@ -45,7 +45,7 @@ TEST(DateReadingOnLinux, follows_the_locales_order)
     }
 }
 
-TEST(DateReadingOnLinux, takes_points_where_the_locale_writes_them)
+TEST(DateReadingOnLinux, TakesPointsWhereTheLocaleWritesThem)
 {
     EXPECT_EQ("2026-11-23 00:00", ReadAs(kGerman, "23.11.2026 00:00 am"));
     EXPECT_EQ("2026-11-23 23:59", ReadAs(kGerman, "23.11.2026 11:59 pm"));
@@ -56,7 +56,7 @@ TEST(DateReadingOnLinux, takes_points_where_the_locale_writes_them)
     EXPECT_EQ("<80020005>", ReadAs(kAmerican, "23.11.2026 11:59 pm"));
 }
 
-TEST(DateReadingOnLinux, finds_the_order_in_any_form)
+TEST(DateReadingOnLinux, FindsTheOrderInAnyForm)
 {
     for (const char *dayFirst : {"%d/%m/%Y", "%d. %m. %Y", "%-d.%-m.%Y", "%e.%m.%y", "%A %d %b %Y"})
         EXPECT_EQ("2026-02-01 00:00", ReadAs(dayFirst, "1/2/2026")) << dayFirst;
@@ -66,14 +66,14 @@ TEST(DateReadingOnLinux, finds_the_order_in_any_form)
         EXPECT_EQ("2001-02-03 00:00", ReadAs(yearFirst, "1/2/3")) << yearFirst;
 }
 
-TEST(DateReadingOnLinux, takes_the_day_before_a_months_name_and_the_year_behind_it)
+TEST(DateReadingOnLinux, TakesTheDayBeforeAMonthsNameAndTheYearBehindIt)
 {
     for (const char *form : {kAmerican, kBritish, kGerman})
         EXPECT_EQ("2026-11-23 00:00", ReadAs(form, "23-Nov-26")) << form;
     EXPECT_EQ("2023-11-26 00:00", ReadAs(kSwedish, "23-Nov-26"));
 }
 
-TEST(DateReadingOnLinux, wants_a_text_a_place_and_no_other_flag)
+TEST(DateReadingOnLinux, WantsATextAPlaceAndNoOtherFlag)
 {
     OLECHAR text[] = OLESTR("11/23/2026");
     DATE date = 0;

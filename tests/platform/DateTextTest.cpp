@@ -26,14 +26,14 @@ std::string TimeText(const char *picture, DWORD flags = 0, SYSTEMTIME time = kTi
                                                               : "<wrong length>";
 }
 
-TEST(DateText, has_a_default_form)
+TEST(DateText, HasADefaultForm)
 {
     EXPECT_EQ("3/5/2024", DateText(nullptr));
     EXPECT_EQ("3/5/2024", DateText(nullptr, DATE_SHORTDATE));
     EXPECT_EQ("Tuesday, March 5, 2024", DateText(nullptr, DATE_LONGDATE));
 }
 
-TEST(DateText, follows_a_picture)
+TEST(DateText, FollowsAPicture)
 {
     const struct {
         const char *picture, *text;
@@ -52,7 +52,7 @@ TEST(DateText, follows_a_picture)
         EXPECT_EQ(example.text, DateText(example.picture)) << example.picture;
 }
 
-TEST(DateText, believes_no_weekday_and_no_time_of_day)
+TEST(DateText, BelievesNoWeekdayAndNoTimeOfDay)
 {
     SYSTEMTIME time = kTime;
     time.wDayOfWeek = 5;
@@ -60,7 +60,7 @@ TEST(DateText, believes_no_weekday_and_no_time_of_day)
     EXPECT_EQ("Tuesday", DateText("dddd", 0, time));
 }
 
-TEST(DateText, refuses_what_is_no_date)
+TEST(DateText, RefusesWhatIsNoDate)
 {
     EXPECT_EQ("<error 87>", DateText(nullptr, 0, {2024, 13, 0, 5, 0, 0, 0, 0}));
     EXPECT_EQ("<error 87>", DateText(nullptr, 0, {2024, 4, 0, 31, 0, 0, 0, 0}));
@@ -69,7 +69,7 @@ TEST(DateText, refuses_what_is_no_date)
     EXPECT_EQ("<error 1004>", DateText(nullptr, DATE_SHORTDATE | DATE_LONGDATE));
 }
 
-TEST(TimeText, has_a_default_form)
+TEST(TimeText, HasADefaultForm)
 {
     EXPECT_EQ("2:07:09 PM", TimeText(nullptr));
     EXPECT_EQ("12:07:09 AM", TimeText(nullptr, 0, {2024, 3, 0, 5, 0, 7, 9, 0}));
@@ -77,7 +77,7 @@ TEST(TimeText, has_a_default_form)
     EXPECT_EQ("2:07:09 PM", TimeText(nullptr, 0, {2024, 13, 0, 5, 14, 7, 9, 0}));
 }
 
-TEST(TimeText, follows_a_picture)
+TEST(TimeText, FollowsAPicture)
 {
     EXPECT_EQ("14:07:09", TimeText("HH:mm:ss"));
     EXPECT_EQ("2:7:9 P", TimeText("h:m:s t"));
@@ -87,7 +87,7 @@ TEST(TimeText, follows_a_picture)
     EXPECT_EQ("", TimeText(""));
 }
 
-TEST(TimeText, leaves_out_what_the_flags_say)
+TEST(TimeText, LeavesOutWhatTheFlagsSay)
 {
     EXPECT_EQ("2 PM", TimeText(nullptr, TIME_NOMINUTESORSECONDS));
     EXPECT_EQ("2:07 PM", TimeText(nullptr, TIME_NOSECONDS));
@@ -98,7 +98,7 @@ TEST(TimeText, leaves_out_what_the_flags_say)
     EXPECT_EQ("14 PM", TimeText("HH:mm:ss tt", TIME_NOMINUTESORSECONDS));
 }
 
-TEST(TimeText, refuses_what_is_no_time)
+TEST(TimeText, RefusesWhatIsNoTime)
 {
     EXPECT_EQ("<error 87>", TimeText(nullptr, 0, {2024, 3, 0, 5, 24, 0, 0, 0}));
     EXPECT_EQ("<error 87>", TimeText(nullptr, 0, {2024, 3, 0, 5, 0, 60, 0, 0}));
@@ -106,7 +106,7 @@ TEST(TimeText, refuses_what_is_no_time)
     EXPECT_EQ("<error 87>", TimeText(nullptr, 0, {2024, 3, 0, 5, 0, 0, 0, 1000}));
 }
 
-TEST(DateAndTimeText, say_how_much_room_they_need)
+TEST(DateAndTimeText, SayHowMuchRoomTheyNeed)
 {
     char text[16];
     EXPECT_EQ(9, GetDateFormatA(kAmerican, 0, &kTime, nullptr, nullptr, 0));

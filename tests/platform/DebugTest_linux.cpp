@@ -54,7 +54,7 @@ class DebugSink : public testing::Test
     fs::path folder;
 };
 
-TEST_F(DebugSink, may_be_standard_error)
+TEST_F(DebugSink, MayBeStandardError)
 {
     EXPECT_EQ("one\nzwei \xC3\xA9\n", ErrorsOf("stderr", [] {
                   OutputDebugStringA("one\n");
@@ -62,14 +62,14 @@ TEST_F(DebugSink, may_be_standard_error)
               }));
 }
 
-TEST_F(DebugSink, is_none_when_none_is_named)
+TEST_F(DebugSink, IsNoneWhenNoneIsNamed)
 {
     EXPECT_EQ("", ErrorsOf("", [] { OutputDebugStringA("one\n"); }));
     EXPECT_EQ("", ErrorsOf("syslog", [] { OutputDebugStringA("one\n"); }));
     EXPECT_EQ("", ErrorsOf("/no/such/folder/file", [] { OutputDebugStringA("one\n"); }));
 }
 
-TEST_F(DebugSink, may_be_a_file_that_is_appended_to)
+TEST_F(DebugSink, MayBeAFileThatIsAppendedTo)
 {
     const fs::path trace = folder / "trace.log";
     std::ofstream(trace) << "before\n";
@@ -78,14 +78,14 @@ TEST_F(DebugSink, may_be_a_file_that_is_appended_to)
     EXPECT_EQ("before\none\ntwo\n", ContentOf(trace));
 }
 
-TEST_F(DebugSink, keeps_its_file_to_the_owner)
+TEST_F(DebugSink, KeepsItsFileToTheOwner)
 {
     const fs::path trace = folder / "trace.log";
     ErrorsOf(trace, [] { OutputDebugStringA("one\n"); });
     EXPECT_EQ(fs::perms(0600), fs::status(trace).permissions());
 }
 
-TEST_F(DebugSink, keeps_the_lines_of_several_threads_whole)
+TEST_F(DebugSink, KeepsTheLinesOfSeveralThreadsWhole)
 {
     const fs::path trace = folder / "trace.log";
     ErrorsOf(trace, [] {
@@ -106,7 +106,7 @@ TEST_F(DebugSink, keeps_the_lines_of_several_threads_whole)
     EXPECT_EQ(800, lines);
 }
 
-TEST_F(DebugSink, takes_no_harm_from_a_bad_pointer)
+TEST_F(DebugSink, TakesNoHarmFromABadPointer)
 {
     EXPECT_EQ("after\n", ErrorsOf("stderr", [] {
                   OutputDebugStringA(nullptr);
@@ -116,12 +116,12 @@ TEST_F(DebugSink, takes_no_harm_from_a_bad_pointer)
               }));
 }
 
-TEST(DebuggerDeathTest, is_what_DebugBreak_stops_in)
+TEST(DebuggerDeathTest, IsWhatDebugBreakStopsIn)
 {
     EXPECT_EXIT(DebugBreak(), testing::KilledBySignal(SIGTRAP), "");
 }
 
-TEST(Debugger, is_present_when_another_process_traces_this_one)
+TEST(Debugger, IsPresentWhenAnotherProcessTracesThisOne)
 {
     const pid_t child = fork();
     if (child == 0) {

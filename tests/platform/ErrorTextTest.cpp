@@ -18,7 +18,7 @@ std::string TextOf(DWORD code, DWORD flags = kFlags)
     return result;
 }
 
-TEST(ErrorText, is_there_for_codes_of_the_system_and_ends_a_line)
+TEST(ErrorText, IsThereForCodesOfTheSystemAndEndsALine)
 {
     for (const DWORD code : {0u, 1u, 2u, 3u, 5u, 6u, 8u, 14u, 87u, 122u, 126u, 127u, 183u, 1113u}) {
         const std::string text = TextOf(code);
@@ -27,14 +27,14 @@ TEST(ErrorText, is_there_for_codes_of_the_system_and_ends_a_line)
     }
 }
 
-TEST(ErrorText, of_an_HRESULT_of_the_system_is_its_codes)
+TEST(ErrorText, OfAnHRESULTOfTheSystemIsItsCodes)
 {
     EXPECT_EQ(TextOf(5), TextOf(0x80070005));
     EXPECT_EQ(TextOf(87), TextOf(0x80070057));
     EXPECT_NE(TextOf(5), TextOf(87));
 }
 
-TEST(ErrorText, is_not_there_for_codes_of_MAPI)
+TEST(ErrorText, IsNotThereForCodesOfMAPI)
 {
     for (const DWORD code : {0x8004010Fu, 0x80040700u, 0x00040380u}) {
         SetLastError(0);
@@ -43,13 +43,13 @@ TEST(ErrorText, is_not_there_for_codes_of_MAPI)
     }
 }
 
-TEST(ErrorText, is_found_when_the_program_itself_is_looked_through_first)
+TEST(ErrorText, IsFoundWhenTheProgramItselfIsLookedThroughFirst)
 {
     EXPECT_EQ(TextOf(5), TextOf(5, kFlags | FORMAT_MESSAGE_FROM_HMODULE));
     EXPECT_EQ("", TextOf(5, (kFlags & ~DWORD{FORMAT_MESSAGE_FROM_SYSTEM}) | FORMAT_MESSAGE_FROM_HMODULE));
 }
 
-TEST(ErrorText, goes_into_a_buffer_that_is_large_enough)
+TEST(ErrorText, GoesIntoABufferThatIsLargeEnough)
 {
     const std::string whole = TextOf(5);
     char buffer[512];

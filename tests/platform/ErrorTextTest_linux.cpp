@@ -16,7 +16,7 @@ std::string TextOf(DWORD code, HMODULE module = nullptr)
     return FormatMessageA(flags, module, code, 0x400, buffer, sizeof buffer, nullptr) ? buffer : "";
 }
 
-TEST(ErrorTextOnLinux, is_the_C_librarys_where_it_has_the_same_error)
+TEST(ErrorTextOnLinux, IsTheCLibrarysWhereItHasTheSameError)
 {
     EXPECT_EQ("Permission denied\r\n", TextOf(ERROR_ACCESS_DENIED));
     EXPECT_EQ("No such file or directory\r\n", TextOf(ERROR_FILE_NOT_FOUND));
@@ -24,7 +24,7 @@ TEST(ErrorTextOnLinux, is_the_C_librarys_where_it_has_the_same_error)
     EXPECT_EQ("Invalid handle\r\n", TextOf(ERROR_INVALID_HANDLE));
 }
 
-TEST(ErrorTextOnLinux, is_not_there_for_codes_of_OLE)
+TEST(ErrorTextOnLinux, IsNotThereForCodesOfOLE)
 {
     for (const DWORD code : {0x80004005u, 0x8000FFFFu, 0x80030002u, 0x80040154u}) {
         EXPECT_EQ("", TextOf(code));
@@ -32,14 +32,14 @@ TEST(ErrorTextOnLinux, is_not_there_for_codes_of_OLE)
     }
 }
 
-TEST(ErrorTextOnLinux, wants_inserts_ignored)
+TEST(ErrorTextOnLinux, WantsInsertsIgnored)
 {
     char buffer[64];
     EXPECT_EQ(0u, FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM, nullptr, 5, 0, buffer, sizeof buffer, nullptr));
     EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, GetLastError());
 }
 
-TEST(MessageCatalogue, stands_in_for_a_message_module)
+TEST(MessageCatalogue, StandsInForAMessageModule)
 {
     FILE *source = nullptr;
     ASSERT_EQ(0, fopen_s(&source, "messages.txt", "w"));

@@ -9,7 +9,7 @@ namespace
 {
 const double kInfinite = std::numeric_limits<double>::infinity();
 
-TEST(Format, writes_integers_with_flags_width_and_precision)
+TEST(Format, WritesIntegersWithFlagsWidthAndPrecision)
 {
     EXPECT_EQ("1|    2|3    |00004|+5| 6|+7", Formats("%d|%5d|%-5d|%05d|%+d|% d|%+ d", 1, 2, 3, 4, 5, 6, 7));
     EXPECT_EQ("001|     002|003     ||", Formats("%.3d|%8.3d|%-8.3d|%.0d|%.d", 1, 2, 3, 0, 0));
@@ -22,20 +22,20 @@ TEST(Format, writes_integers_with_flags_width_and_precision)
     EXPECT_EQ("-2147483648|4294967295", Formats("%d|%u", INT32_MIN, UINT32_MAX));
 }
 
-TEST(Format, writes_an_HRESULT_as_the_error_lines_do)
+TEST(Format, WritesAnHRESULTAsTheErrorLinesDo)
 {
     const auto hr = static_cast<HRESULT>(0x8004010F);
     EXPECT_EQ("0x8004010f|0x000001|0x8004010f|0x00000001", Formats("%#08x|%#08x|%#010x|%#010x", hr, 1, hr, 1));
 }
 
-TEST(Format, takes_width_and_precision_from_arguments)
+TEST(Format, TakesWidthAndPrecisionFromArguments)
 {
     EXPECT_EQ("    1|2    |3    |004|5", Formats("%*d|%-*d|%*d|%.*d|%.*d", 5, 1, 5, 2, -5, 3, 3, 4, -1, 5));
     EXPECT_EQ("   ab|c|ef", Formats("%*s|%.*s|%.*s", 5, "ab", 1, "cd", -1, "ef"));
     EXPECT_EQ("ab   |", Formats("%-*.*s|", 5, 2, "abc"));
 }
 
-TEST(Format, reads_l_as_32_bits)
+TEST(Format, ReadsLAs32Bits)
 {
     const LONG minusOne = -1;
     const ULONG large = 4000000000u;
@@ -45,14 +45,14 @@ TEST(Format, reads_l_as_32_bits)
     EXPECT_EQ("-1 text -1", Formats("%ld %s %ld", minusOne, "text", minusOne));
 }
 
-TEST(Format, reads_h_as_16_bits)
+TEST(Format, ReadsHAs16Bits)
 {
     EXPECT_EQ("4464|4464|2345", Formats("%hd|%hu|%hx", 70000, 70000, 0x12345));
     EXPECT_EQ("-1|-1|65535|177777", Formats("%hd|%hi|%hu|%ho", -1, -1, -1, -1));
     EXPECT_EQ("01/02 03:04:05.006", Formats("%02hu/%02hu %02hu:%02hu:%02hu.%03hu", 1, 2, 3, 4, 5, 6));
 }
 
-TEST(Format, reads_ll_and_I64_as_64_bits_and_I32_as_32)
+TEST(Format, ReadsLlAndI64As64BitsAndI32As32)
 {
     EXPECT_EQ("-1|ff|-2|18446744073709551615|10000000000|-3|ff",
               Formats("%lld|%llx|%I64d|%I64u|%I64x|%I32d|%I32x", -1LL, 255LL, -2LL, ~0ULL, 1LL << 40, -3, 255));
@@ -60,19 +60,19 @@ TEST(Format, reads_ll_and_I64_as_64_bits_and_I32_as_32)
     EXPECT_EQ("FF|0xff|0x10000000000", Formats("%I64X|%#I64x|%#llx", 255ULL, 255ULL, 1ULL << 40));
 }
 
-TEST(Format, reads_I_as_wide_as_a_pointer)
+TEST(Format, ReadsIAsWideAsAPointer)
 {
     EXPECT_EQ("5|ff|-1", Formats("%Iu|%Ix|%Id", std::size_t{5}, std::size_t{255}, static_cast<std::ptrdiff_t>(-1)));
 }
 
-TEST(Format, reads_the_sizes_of_C99)
+TEST(Format, ReadsTheSizesOfC99)
 {
     EXPECT_EQ("5|ff|-1|-2",
               Formats("%zu|%zx|%td|%jd", std::size_t{5}, std::size_t{255}, static_cast<std::ptrdiff_t>(-1), -2LL));
     EXPECT_EQ("4464", Formats("%hhd", 70000));
 }
 
-TEST(Format, writes_pointers_in_upper_case_as_wide_as_they_are)
+TEST(Format, WritesPointersInUpperCaseAsWideAsTheyAre)
 {
     void *pointer = reinterpret_cast<void *>(0x12AB);
     const std::string text = PointerText("12AB");
@@ -83,7 +83,7 @@ TEST(Format, writes_pointers_in_upper_case_as_wide_as_they_are)
     EXPECT_EQ("0X" + text, Formats("%#p", pointer));
 }
 
-TEST(Format, writes_text_padded_and_cut)
+TEST(Format, WritesTextPaddedAndCut)
 {
     EXPECT_EQ("abc|       abc|abc       |ab|    a",
               Formats("%s|%10s|%-10s|%.2s|%5.1s", "abc", "abc", "abc", "abc", "abc"));
@@ -91,13 +91,13 @@ TEST(Format, writes_text_padded_and_cut)
     EXPECT_EQ("a|b|c", Formats("% s|%+s|%#s", "a", "b", "c"));
 }
 
-TEST(Format, reads_no_more_of_a_text_than_the_precision)
+TEST(Format, ReadsNoMoreOfATextThanThePrecision)
 {
     const char unterminated[] = {'a', 'b', 'c'};
     EXPECT_EQ("abc", Formats("%.3s", unterminated));
 }
 
-TEST(Format, takes_wide_and_narrow_text_whichever_the_function)
+TEST(Format, TakesWideAndNarrowTextWhicheverTheFunction)
 {
     EXPECT_EQ("ab|cd|ef|gh|ij|kl|mn", Formats("%S|%ls|%ws|%hs|%hS|%lS|%wS", OLESTR("ab"), OLESTR("cd"), OLESTR("ef"),
                                               "gh", "ij", OLESTR("kl"), OLESTR("mn")));
@@ -109,7 +109,7 @@ TEST(Format, takes_wide_and_narrow_text_whichever_the_function)
               FormatsWide(OLESTR("%.2s|%5s|%-5s|%.2hs"), OLESTR("abc"), OLESTR("ab"), OLESTR("cd"), "xyz"));
 }
 
-TEST(Format, writes_null_for_a_null_text)
+TEST(Format, WritesNullForANullText)
 {
     const char *narrow = nullptr;
     const WCHAR *wide = nullptr;
@@ -118,7 +118,7 @@ TEST(Format, writes_null_for_a_null_text)
     EXPECT_EQ(OLESTR("(null)|(null)|(null)"), FormatsWide(OLESTR("%s|%S|%hs"), wide, narrow, narrow));
 }
 
-TEST(Format, writes_characters_of_both_widths)
+TEST(Format, WritesCharactersOfBothWidths)
 {
     EXPECT_EQ("a|    b|c    |0000d|e|f|g|h|i|", Formats("%c|%5c|%-5c|%05c|%hc|%lc|%C|%wc|%hC|%.0c", 'a', 'b', 'c', 'd',
                                                         'e', OLESTR('f'), OLESTR('g'), OLESTR('h'), 'i', 'j'));
@@ -126,14 +126,14 @@ TEST(Format, writes_characters_of_both_widths)
               FormatsWide(OLESTR("%c|%C|%hc|%lc|%5c"), OLESTR('a'), 'b', 'c', OLESTR('d'), OLESTR('e')));
 }
 
-TEST(Format, writes_a_zero_character_and_goes_on)
+TEST(Format, WritesAZeroCharacterAndGoesOn)
 {
     char buffer[8];
     EXPECT_EQ(3, _snprintf_s(buffer, sizeof buffer, _TRUNCATE, "%c|x", 0));
     EXPECT_EQ(std::string("\0|x", 3), std::string(buffer, 3));
 }
 
-TEST(Format, writes_fixed_point_with_ties_away_from_zero)
+TEST(Format, WritesFixedPointWithTiesAwayFromZero)
 {
     EXPECT_EQ(
         "1.500000|3|0.3|      3.14|3.14      |+1.000000|-000003.14|3.",
@@ -146,7 +146,7 @@ TEST(Format, writes_fixed_point_with_ties_away_from_zero)
     EXPECT_EQ("1.500000|2.500000", Formats("%lf|%Lf", 1.5, 2.5));
 }
 
-TEST(Format, writes_exponents_with_three_digits)
+TEST(Format, WritesExponentsWithThreeDigits)
 {
     EXPECT_EQ("1.500000e+000|1.500000E+000|2e+000|2.e+000|1.235e+005|     1.235e+005|0.000000e+000",
               Formats("%e|%E|%.0e|%#.0e|%.3e|%15.3e|%e", 1.5, 1.5, 1.5, 1.5, 123456.0, 123456.0, 0.0));
@@ -155,20 +155,20 @@ TEST(Format, writes_exponents_with_three_digits)
     EXPECT_EQ("+1.000e+000| 1.000e+000", Formats("%+.3e|% .3e", 1.0, 1.0));
 }
 
-TEST(Format, writes_the_shorter_form_for_g)
+TEST(Format, WritesTheShorterFormForG)
 {
     EXPECT_EQ("1.5|1E-010|100000|1e+006|0.0001|1.00000|1.23e+003|1e+300",
               Formats("%g|%G|%g|%g|%g|%#g|%.3g|%g", 1.5, 1e-10, 100000.0, 1000000.0, 0.0001, 1.0, 1234.5, 1e300));
     EXPECT_EQ("0.10000000000000001", Formats("%.17g", 0.1));
 }
 
-TEST(Format, writes_hexadecimal_floating_point)
+TEST(Format, WritesHexadecimalFloatingPoint)
 {
     EXPECT_EQ("0x1.8000000000000p+0|0X1.8000000000000P+0|0x1.80p+0|0x1p+0|0x0.0000000000000p+0|+0x1.0000000000000p+0",
               Formats("%a|%A|%.2a|%.0a|%a|%+a", 1.5, 1.5, 1.5, 1.0, 0.0, 1.0));
 }
 
-TEST(Format, rounds_the_text_of_an_infinite_value_like_digits)
+TEST(Format, RoundsTheTextOfAnInfiniteValueLikeDigits)
 {
     EXPECT_EQ("1.#INF00|1.#INF00e+000|1.#INF|  1.#INF00|001.#INF00|1.#J|+1.#INF00|-1.#INF00",
               Formats("%f|%e|%g|%10f|%010f|%.2f|%+f|%f", kInfinite, kInfinite, kInfinite, kInfinite, kInfinite,
@@ -181,12 +181,12 @@ TEST(Format, rounds_the_text_of_an_infinite_value_like_digits)
     EXPECT_TRUE(text == "-1.#IND00" || text == "1.#QNAN0") << text;
 }
 
-TEST(Format, writes_a_percent_sign_for_two)
+TEST(Format, WritesAPercentSignForTwo)
 {
     EXPECT_EQ("100% of 7%", Formats("100%% of %d%%", 7));
 }
 
-TEST(Format, refuses_what_is_no_conversion)
+TEST(Format, RefusesWhatIsNoConversion)
 {
     for (const char *format : {"%y",
                                "%5y",
@@ -211,7 +211,7 @@ TEST(Format, refuses_what_is_no_conversion)
         EXPECT_EQ("<refused>", Formats(format, 1, 2)) << format;
 }
 
-TEST(Format, cuts_at_the_end_of_the_buffer)
+TEST(Format, CutsAtTheEndOfTheBuffer)
 {
     char buffer[8];
     EXPECT_EQ(-1, _snprintf_s(buffer, sizeof buffer, _TRUNCATE, "%s", "0123456789"));
@@ -225,7 +225,7 @@ TEST(Format, cuts_at_the_end_of_the_buffer)
     EXPECT_EQ(OLESTR("0123456"), WideText(wide));
 }
 
-TEST(Format, cuts_at_a_count_that_is_smaller_than_the_buffer)
+TEST(Format, CutsAtACountThatIsSmallerThanTheBuffer)
 {
     char buffer[8];
     EXPECT_EQ(-1, _snprintf_s(buffer, sizeof buffer, 5, "%s", "0123456789"));
@@ -236,7 +236,7 @@ TEST(Format, cuts_at_a_count_that_is_smaller_than_the_buffer)
     EXPECT_STREQ("", buffer);
 }
 
-TEST(Format, empties_the_buffer_when_a_larger_count_does_not_fit)
+TEST(Format, EmptiesTheBufferWhenALargerCountDoesNotFit)
 {
     char buffer[8] = "ZZZZ";
     errno = 0;
@@ -248,7 +248,7 @@ TEST(Format, empties_the_buffer_when_a_larger_count_does_not_fit)
     EXPECT_EQ(7, sprintf_s(buffer, sizeof buffer, "%s", "0123456"));
 }
 
-TEST(Format, fills_a_small_buffer_whatever_the_width_or_precision)
+TEST(Format, FillsASmallBufferWhateverTheWidthOrPrecision)
 {
     char buffer[1024];
     EXPECT_EQ(-1, _snprintf_s(buffer, sizeof buffer, _TRUNCATE, "%.1000000d|", 1));
@@ -261,7 +261,7 @@ TEST(Format, fills_a_small_buffer_whatever_the_width_or_precision)
     EXPECT_EQ(std::string(1023, ' '), buffer);
 }
 
-TEST(Format, refuses_a_null_format)
+TEST(Format, RefusesANullFormat)
 {
     char buffer[8] = "ZZZZ";
     const char *none = nullptr;

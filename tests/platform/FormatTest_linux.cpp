@@ -8,7 +8,7 @@
 
 namespace
 {
-TEST(FormatOnLinux, refuses_a_conversion_that_writes_and_empties_the_buffer)
+TEST(FormatOnLinux, RefusesAConversionThatWritesAndEmptiesTheBuffer)
 {
     int target = 77;
     for (const char *format : {"abc%n", "%hn", "%5n", "%lln"}) {
@@ -21,14 +21,14 @@ TEST(FormatOnLinux, refuses_a_conversion_that_writes_and_empties_the_buffer)
     EXPECT_EQ(77, target);
 }
 
-TEST(FormatOnLinux, empties_the_buffer_when_the_format_is_wrong)
+TEST(FormatOnLinux, EmptiesTheBufferWhenTheFormatIsWrong)
 {
     char buffer[16] = "ZZZ";
     EXPECT_EQ(-1, _snprintf_s(buffer, sizeof buffer, _TRUNCATE, "abc%y"));
     EXPECT_STREQ("", buffer);
 }
 
-TEST(FormatOnLinux, says_EINVAL_for_a_buffer_that_is_none)
+TEST(FormatOnLinux, SaysEINVALForABufferThatIsNone)
 {
     char buffer[4] = "ZZZ";
     errno = 0;
@@ -39,26 +39,26 @@ TEST(FormatOnLinux, says_EINVAL_for_a_buffer_that_is_none)
     EXPECT_EQ(0, _snprintf_s(nullptr, 0, 0, "x"));
 }
 
-TEST(FormatOnLinux, empties_the_buffer_of_sprintf_s_when_the_text_does_not_fit)
+TEST(FormatOnLinux, EmptiesTheBufferOfSprintfSWhenTheTextDoesNotFit)
 {
     char buffer[4] = "ZZZ";
     EXPECT_EQ(-1, sprintf_s(buffer, sizeof buffer, "%s", "0123"));
     EXPECT_STREQ("", buffer);
 }
 
-TEST(FormatOnLinux, fills_with_blanks_not_zeros_when_a_precision_says_how_many_digits)
+TEST(FormatOnLinux, FillsWithBlanksNotZerosWhenAPrecisionSaysHowManyDigits)
 {
     EXPECT_EQ("     004", Formats("%08.3d", 4));
 }
 
-TEST(FormatOnLinux, converts_wide_text_to_the_ANSI_code_page)
+TEST(FormatOnLinux, ConvertsWideTextToTheANSICodePage)
 {
     EXPECT_EQ("\xE3\x81\x82x|\xF0\x9F\x98\x80", Formats("%S|%ls", u"\u3042x", u"\U0001F600"));
     EXPECT_EQ("\xEF\xBF\xBD", Formats("%S", u"\xD800"));
     EXPECT_EQ(u"\u3042|\uFFFD", FormatsWide(u"%hs|%hs", "\xE3\x81\x82", "\xFF"));
 }
 
-TEST(FormatOnLinux, cuts_wide_text_at_a_whole_character)
+TEST(FormatOnLinux, CutsWideTextAtAWholeCharacter)
 {
     EXPECT_EQ("a|a\xE3\x81\x82|", Formats("%.3S|%.4S|%.2S", u"a\u3042", u"a\u3042", u"\U0001F600"));
 }
@@ -76,7 +76,7 @@ LONG Leave(EXCEPTION_POINTERS *exception)
 
 char *const kUnreadable = reinterpret_cast<char *>(0x10);
 
-TEST(FormatOnLinux, raises_an_access_violation_for_an_unreadable_text)
+TEST(FormatOnLinux, RaisesAnAccessViolationForAnUnreadableText)
 {
     const PVOID handler = AddVectoredExceptionHandler(1, Leave);
     char buffer[16] = "ZZZ";
@@ -93,7 +93,7 @@ TEST(FormatOnLinux, raises_an_access_violation_for_an_unreadable_text)
     EXPECT_EQ("after", Formats("%s", "after"));
 }
 
-TEST(FormatOnLinux, refuses_an_unreadable_text_when_no_handler_takes_it)
+TEST(FormatOnLinux, RefusesAnUnreadableTextWhenNoHandlerTakesIt)
 {
     char buffer[16] = "ZZZ";
     EXPECT_EQ(-1, _snprintf_s(buffer, sizeof buffer, _TRUNCATE, "a%s", kUnreadable));
@@ -104,7 +104,7 @@ TEST(FormatOnLinux, refuses_an_unreadable_text_when_no_handler_takes_it)
     EXPECT_EQ("<refused>", Formats("%S", kUnreadable));
 }
 
-TEST(FormatOnLinux, does_not_read_a_text_of_which_nothing_is_wanted)
+TEST(FormatOnLinux, DoesNotReadATextOfWhichNothingIsWanted)
 {
     EXPECT_EQ("|", Formats("%.0s|", kUnreadable));
 }
@@ -123,7 +123,7 @@ LONG Second(EXCEPTION_POINTERS *exception)
                                                                    : EXCEPTION_CONTINUE_SEARCH;
 }
 
-TEST(Exceptions, reach_the_handlers_in_order_until_one_takes_them)
+TEST(Exceptions, ReachTheHandlersInOrderUntilOneTakesThem)
 {
     const PVOID last = AddVectoredExceptionHandler(0, Second);
     const PVOID first = AddVectoredExceptionHandler(1, First);
@@ -139,7 +139,7 @@ TEST(Exceptions, reach_the_handlers_in_order_until_one_takes_them)
     EXPECT_EQ(1u, RemoveVectoredExceptionHandler(last));
 }
 
-TEST(ExceptionsDeathTest, end_the_process_when_no_handler_takes_them)
+TEST(ExceptionsDeathTest, EndTheProcessWhenNoHandlerTakesThem)
 {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
     EXPECT_EXIT(RaiseException(0xE0000002, 0, 0, nullptr), testing::KilledBySignal(SIGABRT), "");

@@ -13,7 +13,7 @@ void WaitUntilNoThreadLives()
         Sleep(10);
 }
 
-TEST(LiveHandles, are_counted)
+TEST(LiveHandles, AreCounted)
 {
     const std::size_t before = PlatformLiveHandles();
     const HANDLE event = CreateEventA(nullptr, FALSE, FALSE, nullptr);
@@ -24,7 +24,7 @@ TEST(LiveHandles, are_counted)
     EXPECT_EQ(before, PlatformLiveHandles());
 }
 
-TEST(LiveHandles, of_a_thread_go_with_it_when_nobody_has_its_handle)
+TEST(LiveHandles, OfAThreadGoWithItWhenNobodyHasItsHandle)
 {
     for (int i = 0; i < 50; ++i)
         ASSERT_NE(static_cast<uintptr_t>(-1), _beginthread([](void *) {}, 0, nullptr));
@@ -33,7 +33,7 @@ TEST(LiveHandles, of_a_thread_go_with_it_when_nobody_has_its_handle)
     EXPECT_EQ(0u, PlatformLiveHandles());
 }
 
-TEST(LiveHandles, are_never_used_twice)
+TEST(LiveHandles, AreNeverUsedTwice)
 {
     const HANDLE first = CreateEventA(nullptr, FALSE, FALSE, nullptr);
     CloseHandle(first);
@@ -43,14 +43,14 @@ TEST(LiveHandles, are_never_used_twice)
     CloseHandle(second);
 }
 
-TEST(Threads, without_message_queue_are_no_target_for_messages)
+TEST(Threads, WithoutMessageQueueAreNoTargetForMessages)
 {
     SetLastError(0);
     EXPECT_FALSE(PostThreadMessageA(GetCurrentThreadId(), WM_APP, 0, 0));
     EXPECT_EQ(DWORD{ERROR_INVALID_THREAD_ID}, GetLastError());
 }
 
-TEST(Threads, that_are_to_begin_suspended_are_refused)
+TEST(Threads, ThatAreToBeginSuspendedAreRefused)
 {
     const auto body = [](void *) { return 0u; };
     errno = 0;
@@ -59,7 +59,7 @@ TEST(Threads, that_are_to_begin_suspended_are_refused)
     EXPECT_EQ(0u, PlatformLiveThreads());
 }
 
-TEST(Threads, may_ask_for_a_small_stack)
+TEST(Threads, MayAskForASmallStack)
 {
     const auto body = [](void *) { return 0u; };
     const auto thread = reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 4096, body, nullptr, 0, nullptr));

@@ -26,7 +26,7 @@ void MakeQueue()
     EXPECT_EQ(0u, Next(PM_NOREMOVE));
 }
 
-TEST(Messages, come_in_the_order_in_which_they_were_posted)
+TEST(Messages, ComeInTheOrderInWhichTheyWerePosted)
 {
     OnFreshThread([] {
         MakeQueue();
@@ -46,7 +46,7 @@ TEST(Messages, come_in_the_order_in_which_they_were_posted)
     });
 }
 
-TEST(Messages, are_taken_from_a_range_alone_when_asked_for)
+TEST(Messages, AreTakenFromARangeAloneWhenAskedFor)
 {
     OnFreshThread([] {
         MakeQueue();
@@ -59,14 +59,14 @@ TEST(Messages, are_taken_from_a_range_alone_when_asked_for)
     });
 }
 
-TEST(Messages, of_a_thread_without_queue_are_refused)
+TEST(Messages, OfAThreadWithoutQueueAreRefused)
 {
     DWORD ended = 0;
     OnFreshThread([&] { ended = GetCurrentThreadId(); });
     EXPECT_FALSE(PostThreadMessageA(ended, WM_APP, 0, 0));
 }
 
-TEST(QuitMessage, ends_GetMessage_after_everything_posted_before)
+TEST(QuitMessage, EndsGetMessageAfterEverythingPostedBefore)
 {
     OnFreshThread([] {
         MakeQueue();
@@ -81,7 +81,7 @@ TEST(QuitMessage, ends_GetMessage_after_everything_posted_before)
     });
 }
 
-TEST(QuitMessage, may_be_posted_by_another_thread)
+TEST(QuitMessage, MayBePostedByAnotherThread)
 {
     OnFreshThread([] {
         MakeQueue();
@@ -94,7 +94,7 @@ TEST(QuitMessage, may_be_posted_by_another_thread)
     });
 }
 
-TEST(WaitForMessages, sees_messages_after_the_objects)
+TEST(WaitForMessages, SeesMessagesAfterTheObjects)
 {
     OnFreshThread([] {
         const HANDLE event = CreateEventA(nullptr, FALSE, FALSE, nullptr);
@@ -110,7 +110,7 @@ TEST(WaitForMessages, sees_messages_after_the_objects)
     });
 }
 
-TEST(WaitForMessages, does_not_see_again_what_was_looked_at_already)
+TEST(WaitForMessages, DoesNotSeeAgainWhatWasLookedAtAlready)
 {
     OnFreshThread([] {
         MakeQueue();
@@ -123,7 +123,7 @@ TEST(WaitForMessages, does_not_see_again_what_was_looked_at_already)
 }
 
 // The pump of a thread that stops by its event alone: a quit message does not end it.
-TEST(WaitForMessages, drives_a_pump_that_only_its_event_stops)
+TEST(WaitForMessages, DrivesAPumpThatOnlyItsEventStops)
 {
     const HANDLE stop = CreateEventA(nullptr, FALSE, FALSE, nullptr);
     const HANDLE ready = CreateEventA(nullptr, FALSE, FALSE, nullptr);

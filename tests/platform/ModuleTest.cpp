@@ -29,7 +29,7 @@ HMODULE ThisImage()
     return module;
 }
 
-TEST(Module, is_loaded_from_beside_the_program_by_its_name)
+TEST(Module, IsLoadedFromBesideTheProgramByItsName)
 {
     const HMODULE module = LoadLibraryA(kModule);
     ASSERT_NE(nullptr, module) << GetLastError();
@@ -42,7 +42,7 @@ TEST(Module, is_loaded_from_beside_the_program_by_its_name)
     EXPECT_TRUE(FreeLibrary(module));
 }
 
-TEST(Module, is_loaded_by_its_path)
+TEST(Module, IsLoadedByItsPath)
 {
     const std::string program = FileName(nullptr);
     const std::string path = program.substr(0, program.size() - LastPart(program).size()) + kModule;
@@ -52,7 +52,7 @@ TEST(Module, is_loaded_by_its_path)
     EXPECT_TRUE(FreeLibrary(module));
 }
 
-TEST(Module, that_is_not_there_is_not_found)
+TEST(Module, ThatIsNotThereIsNotFound)
 {
     for (const char *name : {"NoSuch.Module", "./NoSuch.Module", "no/such/folder/NoSuch.Module"}) {
         SetLastError(kUntouched);
@@ -61,7 +61,7 @@ TEST(Module, that_is_not_there_is_not_found)
     }
 }
 
-TEST(Module, that_is_no_image_is_refused)
+TEST(Module, ThatIsNoImageIsRefused)
 {
     FILE *file = nullptr;
     ASSERT_EQ(0, fopen_s(&file, "./not_an_image.vcl", "wb"));
@@ -74,7 +74,7 @@ TEST(Module, that_is_no_image_is_refused)
     std::remove("./not_an_image.vcl");
 }
 
-TEST(Module, without_an_entry_point_says_so)
+TEST(Module, WithoutAnEntryPointSaysSo)
 {
     const HMODULE module = LoadLibraryA(kModule);
     SetLastError(kUntouched);
@@ -86,14 +86,14 @@ TEST(Module, without_an_entry_point_says_so)
     EXPECT_TRUE(FreeLibrary(module));
 }
 
-TEST(Module, of_an_address_is_the_image_that_holds_it)
+TEST(Module, OfAnAddressIsTheImageThatHoldsIt)
 {
     EXPECT_NE(nullptr, ThisImage());
     EXPECT_EQ(FileName(nullptr), FileName(ThisImage()));
     EXPECT_NE(std::string::npos, LastPart(FileName(nullptr)).find("module_test"));
 }
 
-TEST(Module, names_are_cut_to_the_room_that_there_is)
+TEST(Module, NamesAreCutToTheRoomThatThereIs)
 {
     const std::string whole = FileName(nullptr);
     std::string buffer(whole.size() + 1, 'Z');
@@ -104,7 +104,7 @@ TEST(Module, names_are_cut_to_the_room_that_there_is)
     EXPECT_EQ(whole.substr(0, whole.size() - 1), buffer.substr(0, whole.size() - 1));
 }
 
-TEST(Module, that_is_no_module_is_refused)
+TEST(Module, ThatIsNoModuleIsRefused)
 {
     const auto none = reinterpret_cast<HMODULE>(ULONG_PTR{0x10000});
     char path[64];
@@ -114,14 +114,14 @@ TEST(Module, that_is_no_module_is_refused)
     EXPECT_EQ(nullptr, GetProcAddress(none, "Answer"));
 }
 
-TEST(MessageModule, that_is_not_there_is_not_found)
+TEST(MessageModule, ThatIsNotThereIsNotFound)
 {
     SetLastError(kUntouched);
     EXPECT_EQ(nullptr, LoadLibraryExA("nosuchmessages.dll", nullptr, LOAD_LIBRARY_AS_DATAFILE));
     EXPECT_NE(kUntouched, GetLastError());
 }
 
-TEST(Version, is_of_the_platform_of_Windows_NT)
+TEST(Version, IsOfThePlatformOfWindowsNT)
 {
     OSVERSIONINFOA version{};
     EXPECT_FALSE(GetVersionExA(&version));

@@ -7,7 +7,7 @@
 
 namespace
 {
-TEST(Bstr, knows_its_length)
+TEST(Bstr, KnowsItsLength)
 {
     BSTR text = SysAllocString(OLESTR("text"));
     EXPECT_EQ(4u, SysStringLen(text));
@@ -61,7 +61,7 @@ std::string Whole(LONG number, VARTYPE type)
     return AsText(value);
 }
 
-TEST(Variant, of_a_whole_number_becomes_text)
+TEST(Variant, OfAWholeNumberBecomesText)
 {
     VARIANT small = Variant(VT_I2);
     small.iVal = -7;
@@ -72,7 +72,7 @@ TEST(Variant, of_a_whole_number_becomes_text)
     EXPECT_EQ("3", Whole(3, VT_UINT));
 }
 
-TEST(Variant, of_a_real_number_becomes_text_of_15_digits)
+TEST(Variant, OfARealNumberBecomesTextOf15Digits)
 {
     const struct {
         double number;
@@ -95,7 +95,7 @@ TEST(Variant, of_a_real_number_becomes_text_of_15_digits)
     EXPECT_EQ("1.1", AsText(single));
 }
 
-TEST(Variant, of_a_truth_becomes_its_number_or_its_word)
+TEST(Variant, OfATruthBecomesItsNumberOrItsWord)
 {
     VARIANT truth = Variant(VT_BOOL);
     truth.boolVal = VARIANT_TRUE;
@@ -106,7 +106,7 @@ TEST(Variant, of_a_truth_becomes_its_number_or_its_word)
     EXPECT_EQ("False", AsText(truth, 2));
 }
 
-TEST(Variant, of_a_date_becomes_the_parts_that_it_has)
+TEST(Variant, OfADateBecomesThePartsThatItHas)
 {
     EXPECT_EQ("1/1/2000 12:00:00 PM", Number(36526.5, VT_DATE));
     EXPECT_EQ("1/1/2000", Number(36526, VT_DATE));
@@ -115,7 +115,7 @@ TEST(Variant, of_a_date_becomes_the_parts_that_it_has)
     EXPECT_EQ("<80070057>", Number(3e6, VT_DATE));
 }
 
-TEST(Variant, without_a_text_form_is_refused)
+TEST(Variant, WithoutATextFormIsRefused)
 {
     EXPECT_EQ("", AsText(Variant(VT_EMPTY)));
     EXPECT_EQ("<80020005>", AsText(Variant(VT_NULL)));
@@ -123,7 +123,7 @@ TEST(Variant, without_a_text_form_is_refused)
     EXPECT_EQ("<80020008>", AsText(Variant(77)));
 }
 
-TEST(Variant, of_text_is_copied_and_may_be_its_own_target)
+TEST(Variant, OfTextIsCopiedAndMayBeItsOwnTarget)
 {
     VARIANT text = Variant(VT_BSTR);
     text.bstrVal = SysAllocString(OLESTR("x"));
@@ -147,7 +147,7 @@ std::string FromVariantTime(double date)
                    time.wSecond, time.wMilliseconds);
 }
 
-TEST(VariantTime, counts_days_from_the_end_of_1899_and_rounds_to_seconds)
+TEST(VariantTime, CountsDaysFromTheEndOf1899AndRoundsToSeconds)
 {
     const struct {
         double date;
@@ -176,7 +176,7 @@ TEST(VariantTime, counts_days_from_the_end_of_1899_and_rounds_to_seconds)
         EXPECT_EQ(example.text, FromVariantTime(example.date)) << example.date;
 }
 
-TEST(VariantTime, knows_the_weekday)
+TEST(VariantTime, KnowsTheWeekday)
 {
     SYSTEMTIME time;
     ASSERT_TRUE(VariantTimeToSystemTime(36526, &time));
@@ -192,7 +192,7 @@ double ToVariantTime(SYSTEMTIME time)
     return result ? date : NAN;
 }
 
-TEST(VariantTime, is_found_from_a_system_time)
+TEST(VariantTime, IsFoundFromASystemTime)
 {
     EXPECT_DOUBLE_EQ(0, ToVariantTime({1899, 12, 0, 30, 0, 0, 0, 0}));
     EXPECT_DOUBLE_EQ(-1.25, ToVariantTime({1899, 12, 0, 29, 6, 0, 0, 0}));
@@ -204,7 +204,7 @@ TEST(VariantTime, is_found_from_a_system_time)
     EXPECT_DOUBLE_EQ(36161, ToVariantTime({99, 1, 0, 1, 0, 0, 0, 0}));
 }
 
-TEST(VariantTime, counts_on_past_the_end_of_a_month_or_day)
+TEST(VariantTime, CountsOnPastTheEndOfAMonthOrDay)
 {
     EXPECT_DOUBLE_EQ(36953, ToVariantTime({2001, 2, 0, 31, 0, 0, 0, 0}));
     EXPECT_DOUBLE_EQ(36525, ToVariantTime({2000, 1, 0, 0, 0, 0, 0, 0}));
@@ -217,7 +217,7 @@ TEST(VariantTime, counts_on_past_the_end_of_a_month_or_day)
 const GUID kGuid = {0x559D10B0, 0xA772, 0x11CD, {0x9B, 0xC8, 0x00, 0xAA, 0x00, 0x2F, 0xC4, 0x5A}};
 const OLECHAR *const kGuidText = OLESTR("{559D10B0-A772-11CD-9BC8-00AA002FC45A}");
 
-TEST(Guid, becomes_text_and_is_read_from_it)
+TEST(Guid, BecomesTextAndIsReadFromIt)
 {
     OLECHAR text[64];
     EXPECT_EQ(39, StringFromGUID2(kGuid, text, 64));
@@ -232,7 +232,7 @@ TEST(Guid, becomes_text_and_is_read_from_it)
     EXPECT_TRUE(IsEqualGUID(kGuid, read));
 }
 
-TEST(Guid, that_is_none_is_refused)
+TEST(Guid, ThatIsNoneIsRefused)
 {
     GUID read;
     EXPECT_EQ(CO_E_CLASSSTRING, CLSIDFromString(OLESTR("nonsense"), &read));
@@ -244,7 +244,7 @@ TEST(Guid, that_is_none_is_refused)
     EXPECT_TRUE(IsEqualGUID(GUID{}, read));
 }
 
-TEST(Com, is_counted_on_each_thread)
+TEST(Com, IsCountedOnEachThread)
 {
     std::thread([] {
         EXPECT_EQ(S_OK, CoInitializeEx(nullptr, COINIT_MULTITHREADED));
@@ -259,7 +259,7 @@ TEST(Com, is_counted_on_each_thread)
     }).join();
 }
 
-TEST(Com, gives_memory)
+TEST(Com, GivesMemory)
 {
     void *block = CoTaskMemAlloc(100);
     ASSERT_NE(nullptr, block);

@@ -20,7 +20,7 @@ class PointersByPipe : public testing::Test
     Pages pages;
 };
 
-TEST_F(PointersByPipe, are_told_apart)
+TEST_F(PointersByPipe, AreToldApart)
 {
     std::memset(pages.Begin(), 'x', pages.Size());
     EXPECT_FALSE(IsBadStringPtrA("text", 100));
@@ -30,7 +30,7 @@ TEST_F(PointersByPipe, are_told_apart)
     EXPECT_TRUE(IsBadReadPtr(reinterpret_cast<void *>(0xDEAD000000000000), 1));
 }
 
-TEST_F(PointersByPipe, are_told_apart_as_often_as_asked_by_many_threads)
+TEST_F(PointersByPipe, AreToldApartAsOftenAsAskedByManyThreads)
 {
     std::vector<std::thread> threads;
     std::atomic<int> wrong{0};
@@ -44,14 +44,14 @@ TEST_F(PointersByPipe, are_told_apart_as_often_as_asked_by_many_threads)
     EXPECT_EQ(0, wrong);
 }
 
-TEST(PointersOnLinux, outside_the_address_space_are_bad)
+TEST(PointersOnLinux, OutsideTheAddressSpaceAreBad)
 {
     EXPECT_TRUE(IsBadReadPtr(reinterpret_cast<void *>(0xDEAD000000000000), 1));
     EXPECT_TRUE(IsBadReadPtr(reinterpret_cast<void *>(UINTPTR_MAX - 10), 100));
     EXPECT_TRUE(IsBadWritePtr(reinterpret_cast<void *>(UINTPTR_MAX - 10), 100));
 }
 
-TEST(PointersOnLinux, are_tested_without_a_change_of_errno_or_of_signal_handlers)
+TEST(PointersOnLinux, AreTestedWithoutAChangeOfErrnoOrOfSignalHandlers)
 {
     struct sigaction before, after;
     sigaction(SIGSEGV, nullptr, &before);

@@ -49,7 +49,7 @@ class Registry : public testing::Test
     HKEY key;
 };
 
-TEST_F(Registry, keeps_text)
+TEST_F(Registry, KeepsText)
 {
     EXPECT_EQ(ERROR_SUCCESS, SetText("Module Name", "voicemail"));
     EXPECT_EQ("voicemail", TextOf("Module Name"));
@@ -59,7 +59,7 @@ TEST_F(Registry, keeps_text)
     EXPECT_EQ("<2>", TextOf("Other"));
 }
 
-TEST_F(Registry, keeps_numbers)
+TEST_F(Registry, KeepsNumbers)
 {
     for (const DWORD number : {0u, 8u, 0xFFFFFFFFu}) {
         EXPECT_EQ(ERROR_SUCCESS,
@@ -73,7 +73,7 @@ TEST_F(Registry, keeps_numbers)
     }
 }
 
-TEST_F(Registry, keeps_bytes)
+TEST_F(Registry, KeepsBytes)
 {
     std::vector<BYTE> bytes;
     for (int i = 0; i < 256; ++i)
@@ -90,7 +90,7 @@ TEST_F(Registry, keeps_bytes)
     EXPECT_EQ(0u, size);
 }
 
-TEST_F(Registry, says_how_much_room_a_value_needs)
+TEST_F(Registry, SaysHowMuchRoomAValueNeeds)
 {
     SetText("Text", "12345");
     DWORD size = 0, type = 0;
@@ -104,7 +104,7 @@ TEST_F(Registry, says_how_much_room_a_value_needs)
     EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExA(key, "Text", nullptr, &type, nullptr, nullptr));
 }
 
-TEST_F(Registry, opens_the_keys_that_are_there)
+TEST_F(Registry, OpensTheKeysThatAreThere)
 {
     EXPECT_EQ(ERROR_SUCCESS, Create("One\\Two"));
     HKEY opened;
@@ -121,7 +121,7 @@ TEST_F(Registry, opens_the_keys_that_are_there)
     RegCloseKey(opened);
 }
 
-TEST_F(Registry, gives_no_more_than_was_asked_for)
+TEST_F(Registry, GivesNoMoreThanWasAskedFor)
 {
     HKEY reading, writing;
     ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExA(HKEY_CURRENT_USER, kBase, 0, KEY_READ, &reading));
@@ -137,7 +137,7 @@ TEST_F(Registry, gives_no_more_than_was_asked_for)
     RegCloseKey(writing);
 }
 
-TEST_F(Registry, deletes_values)
+TEST_F(Registry, DeletesValues)
 {
     SetText("Text", "x");
     EXPECT_EQ(ERROR_SUCCESS, RegDeleteValueA(key, "TEXT"));
@@ -145,7 +145,7 @@ TEST_F(Registry, deletes_values)
     EXPECT_EQ("<2>", TextOf("Text"));
 }
 
-TEST_F(Registry, deletes_a_key_without_keys_below_and_a_tree_with_them)
+TEST_F(Registry, DeletesAKeyWithoutKeysBelowAndATreeWithThem)
 {
     Create("One\\Two");
     EXPECT_EQ(ERROR_ACCESS_DENIED, RegDeleteKeyA(key, "One"));
@@ -160,7 +160,7 @@ TEST_F(Registry, deletes_a_key_without_keys_below_and_a_tree_with_them)
     RegCloseKey(opened);
 }
 
-TEST_F(Registry, lists_the_keys_below)
+TEST_F(Registry, ListsTheKeysBelow)
 {
     Create("Beta\\Deeper");
     Create("alpha");
@@ -181,7 +181,7 @@ TEST_F(Registry, lists_the_keys_below)
     EXPECT_EQ(ERROR_MORE_DATA, RegEnumKeyExA(key, 0, small, &length, nullptr, nullptr, nullptr, nullptr));
 }
 
-TEST_F(Registry, refuses_handles_that_are_none)
+TEST_F(Registry, RefusesHandlesThatAreNone)
 {
     HKEY opened;
     DWORD size = 0;
@@ -191,7 +191,7 @@ TEST_F(Registry, refuses_handles_that_are_none)
     EXPECT_EQ(ERROR_SUCCESS, RegCloseKey(HKEY_LOCAL_MACHINE));
 }
 
-TEST_F(Registry, knows_a_deleted_key_by_its_handle)
+TEST_F(Registry, KnowsADeletedKeyByItsHandle)
 {
     HKEY below;
     ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExA(key, "Gone", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &below, nullptr));

@@ -66,7 +66,7 @@ class SettingsFile : public testing::Test
     fs::path folder, file;
 };
 
-TEST_F(SettingsFile, holds_an_object_a_key_with_its_values)
+TEST_F(SettingsFile, HoldsAnObjectAKeyWithItsValues)
 {
     ASSERT_EQ(ERROR_SUCCESS, Set("Filter Level", 8));
     HKEY key;
@@ -80,7 +80,7 @@ TEST_F(SettingsFile, holds_an_object_a_key_with_its_values)
     EXPECT_EQ(0600, fs::status(file).permissions() == fs::perms(0600) ? 0600 : 0);
 }
 
-TEST_F(SettingsFile, is_read_as_an_operator_wrote_it)
+TEST_F(SettingsFile, IsReadAsAnOperatorWroteIt)
 {
     Write("{\"hkey_local_machine\\\\Software\\\\Brane\\\\HOST\\\\debug\": {\"filter LEVEL\": 5}}");
     EXPECT_EQ(5, Get("Filter Level"));
@@ -89,7 +89,7 @@ TEST_F(SettingsFile, is_read_as_an_operator_wrote_it)
               nlohmann::json::parse(Content()).dump());
 }
 
-TEST_F(SettingsFile, is_read_again_when_it_has_changed)
+TEST_F(SettingsFile, IsReadAgainWhenItHasChanged)
 {
     ASSERT_EQ(ERROR_SUCCESS, Set("Filter Level", 1));
     for (int level = 2; level < 8; ++level) {
@@ -111,7 +111,7 @@ TEST_F(SettingsFile, is_read_again_when_it_has_changed)
     EXPECT_EQ(-ERROR_FILE_NOT_FOUND, Get("Filter Level"));
 }
 
-TEST_F(SettingsFile, that_is_damaged_is_an_error_and_is_left_as_it_is)
+TEST_F(SettingsFile, ThatIsDamagedIsAnErrorAndIsLeftAsItIs)
 {
     for (const char *damaged : {"{\"HKEY_LOCAL_MACHINE\": {", "", "[]", "{\"a\": 5}", "\xFF\xFE"}) {
         Write(damaged);
@@ -124,7 +124,7 @@ TEST_F(SettingsFile, that_is_damaged_is_an_error_and_is_left_as_it_is)
     EXPECT_EQ(1, Get("Filter Level"));
 }
 
-TEST_F(SettingsFile, with_a_value_that_is_none_gives_an_error_for_that_value_alone)
+TEST_F(SettingsFile, WithAValueThatIsNoneGivesAnErrorForThatValueAlone)
 {
     Write(nlohmann::json{{kKey, {{"A", -1}, {"B", true}, {"C", {{"binary", "abc"}}}, {"D", 5000000000}, {"E", 5}}}}
               .dump());
@@ -133,7 +133,7 @@ TEST_F(SettingsFile, with_a_value_that_is_none_gives_an_error_for_that_value_alo
     EXPECT_EQ(5, Get("E"));
 }
 
-TEST_F(SettingsFile, is_made_with_the_folders_above_it)
+TEST_F(SettingsFile, IsMadeWithTheFoldersAboveIt)
 {
     file = folder / "a" / "b" / "settings.json";
     setenv("ORLMAPI_SETTINGS", file.c_str(), 1);
@@ -143,7 +143,7 @@ TEST_F(SettingsFile, is_made_with_the_folders_above_it)
     EXPECT_EQ(3, Get("Filter Level"));
 }
 
-TEST_F(SettingsFile, lies_in_the_users_configuration_unless_named)
+TEST_F(SettingsFile, LiesInTheUsersConfigurationUnlessNamed)
 {
     unsetenv("ORLMAPI_SETTINGS");
     setenv("XDG_CONFIG_HOME", (folder / "config").c_str(), 1);
@@ -157,7 +157,7 @@ TEST_F(SettingsFile, lies_in_the_users_configuration_unless_named)
     setenv("HOME", home.c_str(), 1);
 }
 
-TEST_F(SettingsFile, that_is_a_link_stays_one)
+TEST_F(SettingsFile, ThatIsALinkStaysOne)
 {
     std::ofstream(folder / "real.json") << "{}";
     fs::create_symlink("real.json", file);
@@ -183,7 +183,7 @@ int AsOrdinaryUser(int (*body)())
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-TEST_F(SettingsFile, in_a_folder_that_cant_be_written_to_is_denied)
+TEST_F(SettingsFile, InAFolderThatCantBeWrittenToIsDenied)
 {
     ASSERT_EQ(ERROR_SUCCESS, Set("Filter Level", 3));
     fs::permissions(folder, fs::perms(0555));
@@ -198,14 +198,14 @@ TEST_F(SettingsFile, in_a_folder_that_cant_be_written_to_is_denied)
     EXPECT_EQ(ERROR_ACCESS_DENIED, AsOrdinaryUser([] { return static_cast<int>(Set("Filter Level", 4)); }));
 }
 
-TEST_F(SettingsFile, that_can_lie_nowhere_is_denied)
+TEST_F(SettingsFile, ThatCanLieNowhereIsDenied)
 {
     setenv("ORLMAPI_SETTINGS", "/proc/no/such/folder/settings.json", 1);
     EXPECT_EQ(ERROR_ACCESS_DENIED, Set("Filter Level", 4));
     EXPECT_EQ(-ERROR_FILE_NOT_FOUND, Get("Filter Level"));
 }
 
-TEST_F(SettingsFile, loses_no_value_when_many_processes_write_at_once)
+TEST_F(SettingsFile, LosesNoValueWhenManyProcessesWriteAtOnce)
 {
     constexpr int kProcesses = 6, kValues = 15;
     std::vector<pid_t> children;

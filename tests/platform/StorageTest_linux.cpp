@@ -76,7 +76,7 @@ class WrappedFile : public testing::Test
     Held<IStream> stream;
 };
 
-TEST_F(WrappedFile, is_read_whole_and_left_as_it_was)
+TEST_F(WrappedFile, IsReadWholeAndLeftAsItWas)
 {
     Open();
     storage.reset();
@@ -92,7 +92,7 @@ TEST_F(WrappedFile, is_read_whole_and_left_as_it_was)
     EXPECT_EQ(content, after.str());
 }
 
-TEST_F(WrappedFile, is_read_from_where_it_was_sought)
+TEST_F(WrappedFile, IsReadFromWhereItWasSought)
 {
     Open();
     const auto seek = [&](LONGLONG distance, DWORD origin) {
@@ -117,7 +117,7 @@ TEST_F(WrappedFile, is_read_from_where_it_was_sought)
     EXPECT_EQ(S_OK, stream->Seek({}, STREAM_SEEK_SET, nullptr));
 }
 
-TEST_F(WrappedFile, says_its_size_and_name)
+TEST_F(WrappedFile, SaysItsSizeAndName)
 {
     Open();
     STATSTG status;
@@ -134,7 +134,7 @@ TEST_F(WrappedFile, says_its_size_and_name)
     CoTaskMemFree(status.pwcsName);
 }
 
-TEST_F(WrappedFile, is_not_written_to)
+TEST_F(WrappedFile, IsNotWrittenTo)
 {
     Open();
     ULONG written = 77;
@@ -151,7 +151,7 @@ TEST_F(WrappedFile, is_not_written_to)
     EXPECT_EQ(content.size(), fs::file_size(file));
 }
 
-TEST_F(WrappedFile, has_no_other_stream)
+TEST_F(WrappedFile, HasNoOtherStream)
 {
     ASSERT_EQ(S_OK, Wrap(file, storage.put()));
     for (const OLECHAR *name : {u"CONTENT", u"CONTENTS2", u""})
@@ -161,7 +161,7 @@ TEST_F(WrappedFile, has_no_other_stream)
     EXPECT_EQ(STG_E_FILENOTFOUND, storage->OpenStorage(u"x", nullptr, STGM_READ, nullptr, 0, inner.put()));
 }
 
-TEST_F(WrappedFile, is_cloned_at_its_position)
+TEST_F(WrappedFile, IsClonedAtItsPosition)
 {
     Open();
     Read(1000);
@@ -174,7 +174,7 @@ TEST_F(WrappedFile, is_cloned_at_its_position)
     EXPECT_EQ(next, std::string(bytes, read));
 }
 
-TEST_F(WrappedFile, answers_for_the_interfaces_that_it_has)
+TEST_F(WrappedFile, AnswersForTheInterfacesThatItHas)
 {
     Open();
     Held<IUnknown> unknown;
@@ -201,7 +201,7 @@ class Collector final : public BareStream
     }
 };
 
-TEST_F(WrappedFile, is_copied_to_another_stream)
+TEST_F(WrappedFile, IsCopiedToAnotherStream)
 {
     Open();
     Read(10);
@@ -220,7 +220,7 @@ TEST_F(WrappedFile, is_copied_to_another_stream)
     EXPECT_EQ(STG_E_INVALIDPOINTER, stream->CopyTo(nullptr, count, nullptr, nullptr));
 }
 
-TEST_F(WrappedFile, that_can_not_be_opened_says_why)
+TEST_F(WrappedFile, ThatCanNotBeOpenedSaysWhy)
 {
     EXPECT_EQ(STG_E_FILENOTFOUND, Wrap(folder / "none.wav", storage.put()));
     EXPECT_EQ(STG_E_FILENOTFOUND, Wrap(folder / "none" / "none.wav", storage.put()));
@@ -231,7 +231,7 @@ TEST_F(WrappedFile, that_can_not_be_opened_says_why)
     EXPECT_EQ(nullptr, storage.get());
 }
 
-TEST_F(WrappedFile, that_may_not_be_read_is_denied)
+TEST_F(WrappedFile, ThatMayNotBeReadIsDenied)
 {
     fs::permissions(file, fs::perms(0000));
     const pid_t child = fork();
@@ -247,7 +247,7 @@ TEST_F(WrappedFile, that_may_not_be_read_is_denied)
     EXPECT_EQ(0, WEXITSTATUS(status));
 }
 
-TEST_F(WrappedFile, is_all_that_a_storage_is_made_for)
+TEST_F(WrappedFile, IsAllThatAStorageIsMadeFor)
 {
     EXPECT_EQ(STG_E_INVALIDFLAG, Wrap(file, storage.put(), STGM_CREATE | STGM_READWRITE | STGM_SHARE_EXCLUSIVE));
     EXPECT_EQ(STG_E_INVALIDNAME, StgCreateDocfile(nullptr, kMode, 0, storage.put()));

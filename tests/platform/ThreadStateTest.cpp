@@ -7,7 +7,7 @@
 namespace
 {
 
-TEST(Slot, holds_a_value_for_each_thread)
+TEST(Slot, HoldsAValueForEachThread)
 {
     const DWORD slot = TlsAlloc();
     ASSERT_NE(TLS_OUT_OF_INDEXES, slot);
@@ -24,7 +24,7 @@ TEST(Slot, holds_a_value_for_each_thread)
     EXPECT_TRUE(TlsFree(slot));
 }
 
-TEST(Slot, is_empty_after_it_was_freed_and_allocated_again)
+TEST(Slot, IsEmptyAfterItWasFreedAndAllocatedAgain)
 {
     const DWORD slot = TlsAlloc();
     const Handle set(NewEvent(false, false)), again(NewEvent(false, false));
@@ -47,7 +47,7 @@ TEST(Slot, is_empty_after_it_was_freed_and_allocated_again)
     EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, GetLastError());
 }
 
-TEST(Slot, of_which_there_are_64_at_least)
+TEST(Slot, OfWhichThereAre64AtLeast)
 {
     std::vector<DWORD> slots;
     for (int i = 0; i < 60; ++i) {
@@ -60,7 +60,7 @@ TEST(Slot, of_which_there_are_64_at_least)
     EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, GetLastError());
 }
 
-TEST(LastError, is_each_threads_own)
+TEST(LastError, IsEachThreadsOwn)
 {
     const Handle set(NewEvent(false, false)), looked(NewEvent(false, false));
     std::thread other([&] {
@@ -76,7 +76,7 @@ TEST(LastError, is_each_threads_own)
     other.join();
 }
 
-TEST(Interlocked, gives_the_new_or_the_old_value)
+TEST(Interlocked, GivesTheNewOrTheOldValue)
 {
     LONG volatile value = 5;
     EXPECT_EQ(6, InterlockedIncrement(&value));
@@ -92,7 +92,7 @@ TEST(Interlocked, gives_the_new_or_the_old_value)
     EXPECT_EQ(&target, InterlockedExchangePointer(&pointer, nullptr));
 }
 
-TEST(Debugger, is_not_attached_to_this_test)
+TEST(Debugger, IsNotAttachedToThisTest)
 {
     EXPECT_FALSE(IsDebuggerPresent());
     EXPECT_FALSE(IsDebuggerPresent());

@@ -10,7 +10,7 @@
 
 namespace
 {
-TEST(Event, with_automatic_reset_releases_one_wait)
+TEST(Event, WithAutomaticResetReleasesOneWait)
 {
     const Handle event(NewEvent(false, true));
     EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(event, 0));
@@ -21,7 +21,7 @@ TEST(Event, with_automatic_reset_releases_one_wait)
     EXPECT_EQ(WAIT_TIMEOUT, WaitForSingleObject(event, 1));
 }
 
-TEST(Event, with_manual_reset_stays_until_it_is_reset)
+TEST(Event, WithManualResetStaysUntilItIsReset)
 {
     const Handle event(NewEvent(true, false));
     EXPECT_EQ(WAIT_TIMEOUT, WaitForSingleObject(event, 0));
@@ -32,7 +32,7 @@ TEST(Event, with_manual_reset_stays_until_it_is_reset)
     EXPECT_EQ(WAIT_TIMEOUT, WaitForSingleObject(event, 0));
 }
 
-TEST(Event, wakes_a_waiting_thread)
+TEST(Event, WakesAWaitingThread)
 {
     const Handle start(NewEvent(false, false)), done(NewEvent(false, false));
     std::thread thread([&] {
@@ -44,7 +44,7 @@ TEST(Event, wakes_a_waiting_thread)
     thread.join();
 }
 
-TEST(Event, with_automatic_reset_lets_each_signal_through_once)
+TEST(Event, WithAutomaticResetLetsEachSignalThroughOnce)
 {
     const Handle event(NewEvent(false, false)), taken(NewEvent(false, false));
     constexpr int kRounds = 2000;
@@ -66,7 +66,7 @@ TEST(Event, with_automatic_reset_lets_each_signal_through_once)
         thread.join();
 }
 
-TEST(Event, with_a_name_is_the_one_that_has_it)
+TEST(Event, WithANameIsTheOneThatHasIt)
 {
     const Handle first(CreateEventA(nullptr, TRUE, FALSE, "platform test event"));
     EXPECT_EQ(DWORD{ERROR_SUCCESS}, GetLastError());
@@ -78,7 +78,7 @@ TEST(Event, with_a_name_is_the_one_that_has_it)
     EXPECT_EQ(DWORD{ERROR_INVALID_HANDLE}, GetLastError());
 }
 
-TEST(Handle, that_is_none_is_refused)
+TEST(Handle, ThatIsNoneIsRefused)
 {
     const auto none = reinterpret_cast<HANDLE>(ULONG_PTR{0x7FFF0});
     EXPECT_FALSE(CloseHandle(none));
@@ -95,7 +95,7 @@ TEST(Handle, that_is_none_is_refused)
     EXPECT_EQ(DWORD{ERROR_INVALID_HANDLE}, GetLastError());
 }
 
-TEST(Waiting, for_any_gives_the_first_that_is_signalled)
+TEST(Waiting, ForAnyGivesTheFirstThatIsSignalled)
 {
     const Handle first(NewEvent(false, false)), second(NewEvent(false, true));
     const HANDLE handles[] = {first, second};
@@ -107,7 +107,7 @@ TEST(Waiting, for_any_gives_the_first_that_is_signalled)
     EXPECT_EQ(WAIT_OBJECT_0 + 1, WaitForMultipleObjects(2, handles, FALSE, kBound));
 }
 
-TEST(Waiting, for_all_takes_nothing_until_all_are_signalled)
+TEST(Waiting, ForAllTakesNothingUntilAllAreSignalled)
 {
     const Handle first(NewEvent(false, true)), second(NewEvent(false, false));
     const HANDLE handles[] = {first, second};
@@ -122,7 +122,7 @@ TEST(Waiting, for_all_takes_nothing_until_all_are_signalled)
     thread.join();
 }
 
-TEST(Waiting, for_nothing_or_too_much_is_refused)
+TEST(Waiting, ForNothingOrTooMuchIsRefused)
 {
     const Handle event(NewEvent(true, true));
     const std::vector<HANDLE> handles(MAXIMUM_WAIT_OBJECTS + 1, event);
@@ -133,7 +133,7 @@ TEST(Waiting, for_nothing_or_too_much_is_refused)
     EXPECT_EQ(WAIT_OBJECT_0, WaitForMultipleObjects(MAXIMUM_WAIT_OBJECTS, handles.data(), FALSE, 0));
 }
 
-TEST(Mutex, is_counted_for_its_owner)
+TEST(Mutex, IsCountedForItsOwner)
 {
     const Handle mutex(CreateMutexA(nullptr, TRUE, nullptr));
     EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(mutex, 0));
@@ -156,7 +156,7 @@ TEST(Mutex, is_counted_for_its_owner)
     EXPECT_EQ(DWORD{ERROR_NOT_OWNER}, GetLastError());
 }
 
-TEST(Mutex, is_abandoned_by_a_thread_that_ends_with_it)
+TEST(Mutex, IsAbandonedByAThreadThatEndsWithIt)
 {
     const Handle mutex(CreateMutexA(nullptr, FALSE, nullptr));
     std::thread([&] {
@@ -170,7 +170,7 @@ TEST(Mutex, is_abandoned_by_a_thread_that_ends_with_it)
     EXPECT_FALSE(ReleaseMutex(mutex));
 }
 
-TEST(Mutex, that_is_abandoned_wakes_who_waits_for_it)
+TEST(Mutex, ThatIsAbandonedWakesWhoWaitsForIt)
 {
     const Handle mutex(CreateMutexA(nullptr, FALSE, nullptr)), owned(NewEvent(true, false));
     std::thread owner([&] {
@@ -184,7 +184,7 @@ TEST(Mutex, that_is_abandoned_wakes_who_waits_for_it)
     EXPECT_TRUE(ReleaseMutex(mutex));
 }
 
-TEST(Mutex, with_a_name_is_not_taken_when_it_was_there)
+TEST(Mutex, WithANameIsNotTakenWhenItWasThere)
 {
     const Handle first(CreateMutexA(nullptr, FALSE, "platform test mutex"));
     const Handle second(CreateMutexA(nullptr, TRUE, "platform test mutex"));
@@ -194,7 +194,7 @@ TEST(Mutex, with_a_name_is_not_taken_when_it_was_there)
     EXPECT_TRUE(ReleaseMutex(second));
 }
 
-TEST(Mutex, keeps_threads_apart)
+TEST(Mutex, KeepsThreadsApart)
 {
     const Handle mutex(CreateMutexA(nullptr, FALSE, nullptr));
     int counter = 0;
@@ -212,7 +212,7 @@ TEST(Mutex, keeps_threads_apart)
     EXPECT_EQ(4000, counter);
 }
 
-TEST(CriticalSectionOfTheSystem, is_recursive_and_keeps_threads_apart)
+TEST(CriticalSectionOfTheSystem, IsRecursiveAndKeepsThreadsApart)
 {
     CRITICAL_SECTION section;
     InitializeCriticalSection(&section);
@@ -255,7 +255,7 @@ unsigned __stdcall Body(void *argument)
     return 7;
 }
 
-TEST(Thread, runs_its_body)
+TEST(Thread, RunsItsBody)
 {
     const Handle event(NewEvent(false, false));
     Work work{event};
@@ -265,7 +265,7 @@ TEST(Thread, runs_its_body)
     EXPECT_NE(GetCurrentThreadId(), work.thread);
 }
 
-TEST(Thread, signals_its_handle_by_its_end)
+TEST(Thread, SignalsItsHandleByItsEnd)
 {
     const Handle event(NewEvent(false, false));
     Work work{event};
@@ -276,7 +276,7 @@ TEST(Thread, signals_its_handle_by_its_end)
     EXPECT_EQ(id, work.thread);
 }
 
-TEST(Thread, abandons_its_mutexes_before_its_handle_is_signalled)
+TEST(Thread, AbandonsItsMutexesBeforeItsHandleIsSignalled)
 {
     static HANDLE mutex;
     const Handle owned(mutex = CreateMutexA(nullptr, FALSE, nullptr));

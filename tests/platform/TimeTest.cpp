@@ -21,7 +21,7 @@ ULONGLONG Ticks(const FILETIME &time)
     return static_cast<ULONGLONG>(time.dwHighDateTime) << 32 | time.dwLowDateTime;
 }
 
-TEST(FileTime, and_system_time_say_the_same)
+TEST(FileTime, AndSystemTimeSayTheSame)
 {
     const struct {
         ULONGLONG ticks;
@@ -46,7 +46,7 @@ TEST(FileTime, and_system_time_say_the_same)
     }
 }
 
-TEST(FileTime, above_the_largest_is_refused)
+TEST(FileTime, AboveTheLargestIsRefused)
 {
     const FILETIME time = Ticks(0x8000000000000000);
     SYSTEMTIME parts;
@@ -55,7 +55,7 @@ TEST(FileTime, above_the_largest_is_refused)
     EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, GetLastError());
 }
 
-TEST(SystemTime, that_is_no_time_is_refused)
+TEST(SystemTime, ThatIsNoTimeIsRefused)
 {
     const SYSTEMTIME bad[] = {
         {1600, 12, 0, 31, 0, 0, 0, 0}, {2024, 0, 0, 1, 0, 0, 0, 0},  {2024, 13, 0, 1, 0, 0, 0, 0},
@@ -74,7 +74,7 @@ TEST(SystemTime, that_is_no_time_is_refused)
     EXPECT_TRUE(SystemTimeToFileTime(&leapDay, &ticks));
 }
 
-TEST(LocalTime, goes_there_and_back)
+TEST(LocalTime, GoesThereAndBack)
 {
     const FILETIME time = Ticks(133541568000000000);
     FILETIME local, back;
@@ -91,7 +91,7 @@ TEST(LocalTime, goes_there_and_back)
     EXPECT_FALSE(SystemTimeToTzSpecificLocalTime(nullptr, &utc, &there));
 }
 
-TEST(Clock, tells_the_same_time_in_every_form)
+TEST(Clock, TellsTheSameTimeInEveryForm)
 {
     SYSTEMTIME utc, local;
     FILETIME before, now, after;
@@ -112,7 +112,7 @@ TEST(Clock, tells_the_same_time_in_every_form)
     EXPECT_EQ(1, CompareFileTime(&localTicks, &before));
 }
 
-TEST(Ticks, count_milliseconds)
+TEST(Ticks, CountMilliseconds)
 {
     const DWORD before = GetTickCount();
     const ULONGLONG before64 = GetTickCount64();
@@ -123,7 +123,7 @@ TEST(Ticks, count_milliseconds)
     EXPECT_GT(60000u, passed);
 }
 
-TEST(DosTime, is_read_by_its_fields)
+TEST(DosTime, IsReadByItsFields)
 {
     const struct {
         WORD date, time;

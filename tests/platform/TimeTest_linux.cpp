@@ -4,7 +4,7 @@
 
 namespace
 {
-TEST(SystemTimeOnLinux, of_a_29th_February_without_leap_year_is_refused)
+TEST(SystemTimeOnLinux, OfA29thFebruaryWithoutLeapYearIsRefused)
 {
     for (const WORD year : {WORD{1900}, WORD{2023}, WORD{2100}}) {
         const SYSTEMTIME time = {year, 2, 0, 29, 0, 0, 0, 0};
@@ -15,7 +15,7 @@ TEST(SystemTimeOnLinux, of_a_29th_February_without_leap_year_is_refused)
     }
 }
 
-TEST(SystemTimeOnLinux, may_lie_in_the_year_30827_and_no_later)
+TEST(SystemTimeOnLinux, MayLieInTheYear30827AndNoLater)
 {
     FILETIME ticks;
     SYSTEMTIME time = {30827, 12, 0, 31, 23, 59, 59, 999};
@@ -24,7 +24,7 @@ TEST(SystemTimeOnLinux, may_lie_in_the_year_30827_and_no_later)
     EXPECT_FALSE(SystemTimeToFileTime(&time, &ticks));
 }
 
-TEST(DosTimeOnLinux, that_is_no_time_leaves_an_error)
+TEST(DosTimeOnLinux, ThatIsNoTimeLeavesAnError)
 {
     FILETIME ticks;
     SetLastError(0);
@@ -32,7 +32,7 @@ TEST(DosTimeOnLinux, that_is_no_time_leaves_an_error)
     EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, GetLastError());
 }
 
-TEST(TimeZoneOnLinux, is_the_processes_own_alone)
+TEST(TimeZoneOnLinux, IsTheProcessesOwnAlone)
 {
     const SYSTEMTIME time = {2024, 2, 0, 29, 0, 0, 0, 0};
     SYSTEMTIME converted;

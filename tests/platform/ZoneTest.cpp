@@ -15,14 +15,14 @@ std::string Local(WORD month, WORD day, WORD hour)
                    local.wMinute, local.wSecond, local.wMilliseconds);
 }
 
-TEST(Zone, is_that_of_the_date_for_a_system_time)
+TEST(Zone, IsThatOfTheDateForASystemTime)
 {
     EXPECT_EQ("01-15(1) 13:30:15.123", Local(1, 15, 12));
     EXPECT_EQ("07-15(1) 14:30:15.123", Local(7, 15, 12));
     EXPECT_EQ("12-31(2) 00:30:15.123", Local(12, 30, 23));
 }
 
-TEST(Zone, is_that_of_today_for_a_file_time)
+TEST(Zone, IsThatOfTodayForAFileTime)
 {
     SYSTEMTIME utc, local;
     FILETIME now, there;

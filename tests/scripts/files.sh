@@ -63,5 +63,15 @@ accepted cmake/Long.cmake 101 '# What it does.'
 for place in tests/data/recurrence/long.h build/src/lower.cpp docs/long.cpp; do
     accepted "$place" 101 'data'
 done
+for test in 'TEST(Table, is_read)' 'TEST_F(Table, isRead)' 'TEST_P(Table, Is_Read)' 'TEST(Table, T1_is_read)'; do
+    rm -rf "$house"
+    put tests/RoomTest.cpp 3 '' "$test"
+    said=$("$script" "$house" 2>&1) && fail "not refused: $test"
+    [ "$said" = "tests/RoomTest.cpp:2: a test that is not named as CONTRIBUTING.md says: $test" ] || fail "$test: $said"
+    passed=$((passed + 1))
+done
+for test in 'TEST(Table, IsRead)' 'TEST_F(Table, T01_IsReadFrom2Ends)' 'TEST_P(Table, A)'; do
+    accepted tests/RoomTest.cpp 3 "$test"
+done
 rm -rf "$house"
 echo "[  PASSED  ] $passed tests."

@@ -72,7 +72,7 @@ class AppointmentTest : public SiteTest
     }
 };
 
-TEST_F(AppointmentTest, has_the_properties_of_a_message)
+TEST_F(AppointmentTest, HasThePropertiesOfAMessage)
 {
     const MessageChanges message = Compose(site, Meeting(), alice);
     EXPECT_EQ(Of<std::string>(message, kMessageClass), "IPM.Appointment");
@@ -87,7 +87,7 @@ TEST_F(AppointmentTest, has_the_properties_of_a_message)
     EXPECT_EQ(Of<std::int32_t>(message, 0x10800003), 1024) << "the icon of a single one";
 }
 
-TEST_F(AppointmentTest, of_one_day_has_its_times_under_all_their_names)
+TEST_F(AppointmentTest, OfOneDayHasItsTimesUnderAllTheirNames)
 {
     const MessageChanges message = Compose(site, Meeting(), alice);
     for (const auto &[set, number] :
@@ -108,7 +108,7 @@ TEST_F(AppointmentTest, of_one_day_has_its_times_under_all_their_names)
     EXPECT_EQ(message.properties.set.Find(Named(kAppointmentSet, 0x8216, Type::Binary)), nullptr);
 }
 
-TEST_F(AppointmentTest, that_recurs_says_so_with_its_rule_and_its_first_and_last_day)
+TEST_F(AppointmentTest, ThatRecursSaysSoWithItsRuleAndItsFirstAndLastDay)
 {
     RecurrenceRule rule = Mondays();
     rule.times = 3;
@@ -126,13 +126,13 @@ TEST_F(AppointmentTest, that_recurs_says_so_with_its_rule_and_its_first_and_last
     EXPECT_EQ(Time(message, kAppointmentSet, 0x8236), At(On(2026, 12, 7), 0));
 }
 
-TEST_F(AppointmentTest, that_never_ends_has_the_published_end)
+TEST_F(AppointmentTest, ThatNeverEndsHasThePublishedEnd)
 {
     const MessageChanges message = Compose(site, Meeting(Mondays()), alice);
     EXPECT_EQ(Time(message, kAppointmentSet, 0x8236), At(On(4500, 8, 31), 23 * 60 + 59));
 }
 
-TEST_F(AppointmentTest, names_its_properties_once_in_a_site)
+TEST_F(AppointmentTest, NamesItsPropertiesOnceInASite)
 {
     Compose(site, Meeting(), alice);
     const std::size_t names = Names(site).All().size();

@@ -70,7 +70,7 @@ std::vector<std::string> Days(RecurrenceRule rule, Day start, unsigned count)
     return found;
 }
 
-TEST(RecurrenceRule, daily_rules_fall_on_every_nth_day)
+TEST(RecurrenceRule, DailyRulesFallOnEveryNthDay)
 {
     EXPECT_THAT(Days(Rule(Kind::Days), On(2028, 2, 28), 3), ElementsAre("2028-02-28", "2028-02-29", "2028-03-01"));
     EXPECT_THAT(Days(Rule(Kind::Days, 10), On(2026, 12, 25), 3), ElementsAre("2026-12-25", "2027-01-04", "2027-01-14"));
@@ -78,7 +78,7 @@ TEST(RecurrenceRule, daily_rules_fall_on_every_nth_day)
                 ElementsAre("2026-11-23", "2026-11-24", "2026-11-25", "2026-11-26", "2026-11-27", "2026-11-30"));
 }
 
-TEST(RecurrenceRule, weekly_rules_count_weeks_that_begin_on_sunday)
+TEST(RecurrenceRule, WeeklyRulesCountWeeksThatBeginOnSunday)
 {
     EXPECT_THAT(Days(Weekly(kMonday | kFriday), On(2026, 11, 24), 4),
                 ElementsAre("2026-11-27", "2026-11-30", "2026-12-04", "2026-12-07"));
@@ -87,7 +87,7 @@ TEST(RecurrenceRule, weekly_rules_count_weeks_that_begin_on_sunday)
     EXPECT_THAT(Days(Weekly(kSunday, 3), On(2026, 11, 22), 2), ElementsAre("2026-11-22", "2026-12-13"));
 }
 
-TEST(RecurrenceRule, monthly_rules_by_day_fall_on_the_last_day_of_short_months)
+TEST(RecurrenceRule, MonthlyRulesByDayFallOnTheLastDayOfShortMonths)
 {
     EXPECT_THAT(Days(ByDay(Kind::DayOfMonth, 31), On(2026, 1, 31), 4),
                 ElementsAre("2026-01-31", "2026-02-28", "2026-03-31", "2026-04-30"));
@@ -95,7 +95,7 @@ TEST(RecurrenceRule, monthly_rules_by_day_fall_on_the_last_day_of_short_months)
                 ElementsAre("2026-12-15", "2027-05-15", "2027-10-15"));
 }
 
-TEST(RecurrenceRule, monthly_rules_by_week_count_the_days_that_are_meant)
+TEST(RecurrenceRule, MonthlyRulesByWeekCountTheDaysThatAreMeant)
 {
     EXPECT_THAT(Days(ByWeek(Kind::WeekOfMonth, 1, kTuesday), On(2026, 4, 1), 3),
                 ElementsAre("2026-04-07", "2026-05-05", "2026-06-02"));
@@ -107,7 +107,7 @@ TEST(RecurrenceRule, monthly_rules_by_week_count_the_days_that_are_meant)
                 ElementsAre("2026-05-02", "2026-06-02"));
 }
 
-TEST(RecurrenceRule, yearly_rules_fall_in_their_month)
+TEST(RecurrenceRule, YearlyRulesFallInTheirMonth)
 {
     EXPECT_THAT(Days(ByDay(Kind::DayOfYear, 29, 2), On(2027, 3, 1), 3),
                 ElementsAre("2028-02-29", "2029-02-28", "2030-02-28"));
@@ -116,7 +116,7 @@ TEST(RecurrenceRule, yearly_rules_fall_in_their_month)
                 ElementsAre("2026-11-26", "2027-11-25"));
 }
 
-TEST(RecurrenceRule, a_series_ends_with_its_last_occurrence_before_the_day_given)
+TEST(RecurrenceRule, ASeriesEndsWithItsLastOccurrenceBeforeTheDayGiven)
 {
     RecurrenceRule rule = Weekly(kMonday);
     rule.until = On(2026, 12, 10);
@@ -129,14 +129,14 @@ TEST(RecurrenceRule, a_series_ends_with_its_last_occurrence_before_the_day_given
     EXPECT_FALSE(OccurrencesFrom(rule, On(2026, 11, 23)));
 }
 
-TEST(RecurrenceRule, more_times_than_there_are_days_are_no_series)
+TEST(RecurrenceRule, MoreTimesThanThereAreDaysAreNoSeries)
 {
     RecurrenceRule rule = ByDay(Kind::DayOfYear, 1, 1, 8);
     rule.times = 999;
     EXPECT_FALSE(OccurrencesFrom(rule, On(2026, 1, 1)));
 }
 
-TEST(RecurrenceRule, that_makes_no_sense_is_told_why)
+TEST(RecurrenceRule, ThatMakesNoSenseIsToldWhy)
 {
     EXPECT_EQ(MistakeIn(Rule(Kind::Days, 999)), "");
     EXPECT_EQ(MistakeIn(Rule(Kind::Days, 1000)), "the interval must be 1 to 999");
@@ -177,7 +177,7 @@ std::string Hex(const storage::Bytes &bytes)
 }
 
 // The protocol's own example: Mondays, Thursdays and Fridays from 10:00 to 10:30, 12 times.
-TEST(RecurrenceRule, is_written_as_the_published_example_of_a_weekly_series)
+TEST(RecurrenceRule, IsWrittenAsThePublishedExampleOfAWeeklySeries)
 {
     RecurrenceRule rule = Weekly(kMonday | kThursday | kFriday);
     rule.times = 12;
@@ -187,7 +187,7 @@ TEST(RecurrenceRule, is_written_as_the_published_example_of_a_weekly_series)
 }
 
 // The protocol's example of a daily series, every third day from 8:00 to 8:30, without the days that it deletes.
-TEST(RecurrenceRule, is_written_as_the_published_example_of_a_daily_series)
+TEST(RecurrenceRule, IsWrittenAsThePublishedExampleOfADailySeries)
 {
     RecurrenceRule rule = Rule(Kind::Days, 3);
     rule.until = On(2011, 5, 4);
@@ -204,7 +204,7 @@ std::uint32_t NumberAt(const storage::Bytes &bytes, std::size_t at)
     return value;
 }
 
-TEST(RecurrenceRule, of_months_and_years_is_written_with_its_months)
+TEST(RecurrenceRule, OfMonthsAndYearsIsWrittenWithItsMonths)
 {
     const struct {
         RecurrenceRule rule;
@@ -240,7 +240,7 @@ TEST(RecurrenceRule, of_months_and_years_is_written_with_its_months)
 }
 
 // 1601 begins on a Monday: its first week, from which weeks are counted, began in 1600.
-TEST(RecurrenceRule, of_weeks_is_counted_from_the_first_week_of_1601)
+TEST(RecurrenceRule, OfWeeksIsCountedFromTheFirstWeekOf1601)
 {
     const auto firstDateTime = [](const RecurrenceRule &rule, Day first) {
         return NumberAt(RecurrenceStructure(rule, first, 0, 0), 10);
@@ -253,7 +253,7 @@ TEST(RecurrenceRule, of_weeks_is_counted_from_the_first_week_of_1601)
     EXPECT_EQ(firstDateTime(Weekly(kSunday, 2), On(1601, 1, 14)), 13u * 1440);
 }
 
-TEST(RecurrenceRule, is_described_in_a_line)
+TEST(RecurrenceRule, IsDescribedInALine)
 {
     EXPECT_EQ(Describe(Rule(Kind::Days)), "Every day");
     EXPECT_EQ(Describe(Rule(Kind::Days, 3)), "Every 3 days");
@@ -272,7 +272,7 @@ TEST(RecurrenceRule, is_described_in_a_line)
     EXPECT_EQ(Describe(ByWeek(Kind::WeekOfYear, 4, kThursday, 11)), "Every year on the fourth Thursday of November");
 }
 
-TEST(RecurrenceRule, has_a_type_for_clients)
+TEST(RecurrenceRule, HasATypeForClients)
 {
     EXPECT_EQ(RecurrenceType(Rule(Kind::Days)), 1);
     EXPECT_EQ(RecurrenceType(Rule(Kind::Workdays)), 1);

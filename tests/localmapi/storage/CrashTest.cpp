@@ -41,7 +41,7 @@ class Crashes : public testing::Test
     {
         Site site = Site::Open(freshCopy());
         std::vector<std::string> states{stateOf(site)};
-        for (const Step &step : scenarioSteps()) {
+        for (const Step &step : ScenarioSteps()) {
             step(site);
             states.push_back(stateOf(site));
             EXPECT_NE(states.back(), states[states.size() - 2]); // or it would prove nothing
@@ -80,7 +80,7 @@ TEST_F(Crashes, AFullDiskAtAnyWriteLeavesEachStepDoneOrUndone)
             Site site = Site::Open(path);
             setWriteFault(WriteFault::DiskFull, n);
             struck = false;
-            for (const Step &step : scenarioSteps()) {
+            for (const Step &step : ScenarioSteps()) {
                 std::optional<Fault> fault = faultOf([&] { step(site); });
                 if (fault) {
                     EXPECT_EQ(*fault, Fault::Full) << FaultName(*fault) << " at write " << n;
@@ -92,7 +92,7 @@ TEST_F(Crashes, AFullDiskAtAnyWriteLeavesEachStepDoneOrUndone)
             setWriteFault(WriteFault::None, 0);
             ASSERT_EQ(stateOf(site), expected[done]) << "write " << n;
             if (struck) { // there is room again
-                scenarioSteps()[done](site);
+                ScenarioSteps()[done](site);
                 ASSERT_EQ(stateOf(site), expected[done + 1]) << "write " << n;
             }
         }
@@ -136,7 +136,7 @@ TEST_F(Crashes, AProcessThatEndsAtAnyWriteLeavesWhatItReported)
         Site site = Site::Open(path);
         std::string state = stateOf(site);
         if (ended == 0)
-            EXPECT_EQ(done, scenarioSteps().size());
+            EXPECT_EQ(done, ScenarioSteps().size());
         else
             EXPECT_TRUE(state == expected[done] || state == expected.at(done + 1)) << "write " << n << ", " << done;
         for (const Finding &finding : Check(site, false))
@@ -201,7 +201,7 @@ int workOn(const std::string &what, const std::string &path, const std::string &
     if (what == "--scenario") {
         Site site = Site::Open(path);
         setWriteFault(WriteFault::Exit, n);
-        for (const Step &step : scenarioSteps()) {
+        for (const Step &step : ScenarioSteps()) {
             step(site);
             lines << "done" << std::endl;
         }
@@ -227,7 +227,7 @@ int workOn(const std::string &what, const std::string &path, const std::string &
 int main(int argc, char **argv)
 {
     using namespace localmapi::storage;
-    installFaultyVfs();
+    InstallFaultyVfs();
     theProgram = utf8(std::filesystem::absolute(argv[0]));
     if (argc == 5 && std::string(argv[1]).starts_with("--"))
         return workOn(argv[1], argv[2], argv[3], std::stoi(argv[4]));

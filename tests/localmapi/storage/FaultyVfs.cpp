@@ -94,7 +94,7 @@ int deleteFile(sqlite3_vfs *, const char *name, int sync)
 
 } // namespace
 
-void installFaultyVfs()
+void InstallFaultyVfs()
 {
     static sqlite3_vfs vfs;
     theRealVfs = sqlite3_vfs_find(nullptr);

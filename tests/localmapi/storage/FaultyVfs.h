@@ -7,7 +7,7 @@ namespace localmapi::storage
 enum class WriteFault { None, DiskFull, Exit };
 
 // Makes it the file access of every connection opened from now on in this process; call once, before the first one.
-void installFaultyVfs();
+void InstallFaultyVfs();
 
 // The fault strikes at the n-th call from now on that writes, syncs, truncates or deletes (1 is the next one), and
 // with DiskFull at every further one too. Starts the count anew.

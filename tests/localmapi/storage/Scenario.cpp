@@ -82,7 +82,7 @@ void makeScenarioSite(const std::string &path)
         {{box.inbox, mail("one")}, {box.inbox, mail("two!", 300000)}, {box.inbox, mail("three")}});
 }
 
-const std::vector<Step> &scenarioSteps()
+const std::vector<Step> &ScenarioSteps()
 {
     static const std::vector<Step> kSteps = {
         [](Site site) { Objects(site).CreateMessage(boxOf(site, "alice").inbox, mail("new mail", 400000)); },

@@ -9,7 +9,7 @@ namespace localmapi::storage
 void makeScenarioSite(const std::string &path);
 
 using Step = std::function<void(Site)>;
-const std::vector<Step> &scenarioSteps();
+const std::vector<Step> &ScenarioSteps();
 
 // Everything in the site but times and numbers of changes.
 std::string stateOf(Site site);

@@ -55,10 +55,11 @@ DWORD CMAPIImpl::Allocate(bool fService)
     const CDebugTraceFn trace(kTraceCall, "CMAPIImpl::Allocate", "Service: <%s>", fService ? "true" : "false");
     DWORD handle = 0;
     Contained({"CMAPIImpl::Allocate", __LINE__}, [&] {
+        SessionGuard created; // one that can't be entered ends when the lock has been given back
         const RegistryLock lock(__LINE__);
         handle = DrawHandle(g_connections);
         // The first session waits here for the MAPI thread, and lookups on other connections wait behind it.
-        SessionGuard created(CreateSession(fService));
+        created = SessionGuard(CreateSession(fService));
         if (!created) {
             handle = 0;
             return;

@@ -10,9 +10,10 @@ class SessionDependent
     SessionDependent(const SessionDependent &) = delete;
     SessionDependent &operator=(const SessionDependent &) = delete;
 
-    // Ends what it holds for a session and waits until it is over. Called on the thread that disconnects or closes
-    // the session, without a lock held unless the session never got a handle; also on several threads at once, and for
-    // a session that it holds nothing for. Does not throw: the next one would not be told.
+    // Ends what it holds for a session and waits until it is over. Called on the thread that connects, disconnects or
+    // closes the session, without a lock held; also on several threads at once, for a session that it holds nothing for
+    // or that never was connected, and again for one that it was called for. Does not throw: the next one would not be
+    // told.
     virtual void EndFor(const CMAPIImpl &session) = 0;
 
   protected:
@@ -21,13 +22,12 @@ class SessionDependent
 
   private:
     friend void RegisterDependent(SessionDependent &dependent) noexcept;
-    friend // Ends all of them for a session that is about to log off. Any thread.
-        void
-        EndDependentsOf(const CMAPIImpl &session);
+    friend void EndDependentsOf(const CMAPIImpl &session);
     SessionDependent *m_pNext = nullptr;
 };
 
-// From here on every session tells the object of its end. Once for an object, which lasts as long as the process. Any
-// thread.
+// From here on every session tells the object of its end; an end that is already under way may not. Once for an object,
+// which lasts as long as the process. Any thread, also one that is just being told.
 void RegisterDependent(SessionDependent &dependent) noexcept;
+// Ends all of them for a session that is about to log off, the last registered first. Any thread.
 void EndDependentsOf(const CMAPIImpl &session);

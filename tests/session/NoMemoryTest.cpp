@@ -4,6 +4,7 @@
 #include "common/trace/DebugTrace.h"
 #include "common/trace/debug.h"
 #include "session/OpenEntry.h"
+#include "session/SessionDependent.h"
 #include "session/SessionGuard.h"
 #include "support/ControlledNew.h"
 #include "support/MapiDouble.h"
@@ -73,15 +74,21 @@ class NoRoomTest : public NoMemoryTest
         SetExceptionHooks(nullptr, nullptr);
         ReleaseDebugFilter();
     }
+    // Bytes of a connection's entry in the registry, the last thing that creation asks for.
+    static std::size_t EntrySize()
+    {
+        DWORD other = 0;
+        EXPECT_EQ(OrlCreateConnection(&other, 0), S_OK);
+        const std::size_t entry = controlled_new::LastSize();
+        EXPECT_EQ(OrlCloseConnection(&other), S_OK);
+        return entry;
+    }
     DWORD h = 0;
 };
 
 TEST_F(NoRoomTest, AConnectionThatCannotBeEnteredKeepsItsHandleAndNoSession)
 {
-    DWORD second = 0;
-    EXPECT_EQ(OrlCreateConnection(&second, 0), S_OK);
-    const std::size_t entry = controlled_new::LastSize(); // the last thing that creation asks for
-    EXPECT_EQ(OrlCloseConnection(&second), S_OK);
+    const std::size_t entry = EntrySize();
     DWORD third = 0;
     EXPECT_TRUE(Failing(entry, [&] { third = CMAPIImpl::Allocate(false); }));
     EXPECT_NE(third, 0u);
@@ -89,6 +96,30 @@ TEST_F(NoRoomTest, AConnectionThatCannotBeEnteredKeepsItsHandleAndNoSession)
     EXPECT_EQ(OrlCloseConnection(&third), E_FAIL);
     EXPECT_STREQ(reported, "CMAPIImpl::Allocate");
     EXPECT_EQ(reports, 1);
+}
+
+// The ends of sessions, and how many of them came while their thread held the lock of the registries.
+class CountedEnds final : public SessionDependent
+{
+  public:
+    void EndFor(const CMAPIImpl &) override
+    {
+        ++all;
+        underLock += CMAPIImpl::m_CS.IsLockedByCurrentThread();
+    }
+    int all = 0;
+    int underLock = 0;
+};
+
+TEST_F(NoRoomTest, TheSessionOfAConnectionThatCannotBeEnteredEndsWithoutTheLock)
+{
+    static CountedEnds ends;
+    [[maybe_unused]] static const bool registered = (RegisterDependent(ends), true);
+    const std::size_t entry = EntrySize();
+    const int before = ends.all;
+    EXPECT_TRUE(Failing(entry, [] { CMAPIImpl::Allocate(false); }));
+    EXPECT_EQ(ends.all, before + 1);
+    EXPECT_EQ(ends.underLock, 0);
 }
 
 TEST_F(NoRoomTest, ATableOrBookmarkThatCannotBeStoredIsReportedAndNotFound)

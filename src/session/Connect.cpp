@@ -4,7 +4,7 @@
 #include "common/mapi/Operation.h"
 #include "common/mapi/Restriction.h"
 #include "session/CMAPIImpl.h"
-#include "session/LogOff.h"
+#include "session/EndLogon.h"
 #include "session/OpenOptions.h"
 #include "session/SessionDependent.h"
 
@@ -37,7 +37,7 @@ class ServiceProfile
     const bool m_bUsed;
 };
 
-HRESULT LogOnTo(const Operation &op, const char *szProfile, ULONG ulFlags, ComPtr<IMAPISession> &session)
+HRESULT OpenMapiSession(const Operation &op, const char *szProfile, ULONG ulFlags, ComPtr<IMAPISession> &session)
 {
     const HRESULT hr = MAPILogonEx(0, MapiIn(szProfile), nullptr, ulFlags, session.put());
     if (FAILED(hr))
@@ -81,7 +81,7 @@ HRESULT OpenDefaultStore(const Operation &op, IMAPISession *pSession, ComPtr<IMs
 }
 
 // Leaves what the failing step left: a session without a default store is still a session.
-HRESULT LogOn(CMAPIImpl &session, const Operation &op, const tstring &szProfile)
+HRESULT LogonToProfile(CMAPIImpl &session, const Operation &op, const tstring &szProfile)
 {
     if (!CMAPIImpl::IsMapiInitialised())
         // Nothing was called; no full stop: as the contract has it.
@@ -99,13 +99,13 @@ HRESULT LogOn(CMAPIImpl &session, const Operation &op, const tstring &szProfile)
     if (!szProfile.empty()) {
         // "to logon", here and twice below, as the contract has it.
         DebugOutputA(kTraceState, "Attempting to logon to MAPI using profile %s.", szProfile.c_str());
-        hr = LogOnTo(op, szProfile.c_str(), ulFlags | MAPI_EXPLICIT_PROFILE, mapiSession);
+        hr = OpenMapiSession(op, szProfile.c_str(), ulFlags | MAPI_EXPLICIT_PROFILE, mapiSession);
     } else if (SUCCEEDED(session.CreateMailboxProfile(kServiceProfile))) {
         DebugOutputA(kTraceState, "Attempting to logon to MAPI using profile MAPIImpl.");
-        hr = LogOnTo(op, kServiceProfile, ulFlags | MAPI_EXPLICIT_PROFILE, mapiSession);
+        hr = OpenMapiSession(op, kServiceProfile, ulFlags | MAPI_EXPLICIT_PROFILE, mapiSession);
     } else {
         DebugOutputA(kTraceState, "Attempting to logon to MAPI using default profile.");
-        hr = LogOnTo(op, nullptr, ulFlags | MAPI_USE_DEFAULT, mapiSession);
+        hr = OpenMapiSession(op, nullptr, ulFlags | MAPI_USE_DEFAULT, mapiSession);
     }
     if (FAILED(hr))
         return hr;
@@ -127,7 +127,7 @@ HRESULT CMAPIImpl::Connect(const tstring &szServer, const tstring &szDefaultMail
     m_state.SetDefaultMailbox(szDefaultMailbox);
     m_state.SetProfile(szProfile);
 
-    const HRESULT hr = LogOn(*this, op, szProfile);
+    const HRESULT hr = LogonToProfile(*this, op, szProfile);
     m_state.SetResult(hr);
     return hr;
 }
@@ -135,11 +135,11 @@ HRESULT CMAPIImpl::Connect(const tstring &szServer, const tstring &szDefaultMail
 HRESULT CMAPIImpl::Disconnect()
 {
     const Operation op("CMAPIImpl::Disconnect");
-    LogOff(*this);
+    EndLogon(*this);
     return S_OK;
 }
 
-void LogOff(CMAPIImpl &session)
+void EndLogon(CMAPIImpl &session)
 {
     EndDependentsOf(session);
     ComPtr<IMAPISession> mapiSession;

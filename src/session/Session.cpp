@@ -2,7 +2,7 @@
 #include "common/mapi/Contained.h"
 #include "common/trace/debug.h"
 #include "session/CMAPIImpl.h"
-#include "session/LogOff.h"
+#include "session/EndLogon.h"
 #include "session/SessionReferences.h"
 
 CMAPIImpl::CMAPIImpl(bool fService) : m_references(std::make_shared<SessionReferences>())
@@ -16,7 +16,7 @@ CMAPIImpl::CMAPIImpl(bool fService) : m_references(std::make_shared<SessionRefer
 CMAPIImpl::~CMAPIImpl()
 {
     const CDebugTraceFn trace(kTraceCall, "CMAPIImpl::~CMAPIImpl");
-    Contained({"CMAPIImpl::~CMAPIImpl", __LINE__}, [&] { LogOff(*this); });
+    Contained({"CMAPIImpl::~CMAPIImpl", __LINE__}, [&] { EndLogon(*this); });
     Uninitialise();
 }
 

@@ -4,4 +4,4 @@
 class CMAPIImpl;
 
 // Ends what depends on the session, then logs off. What is not logged on is left alone.
-void LogOff(CMAPIImpl &session);
+void EndLogon(CMAPIImpl &session);

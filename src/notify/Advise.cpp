@@ -1,6 +1,9 @@
 // Watching a mailbox: making its sink, and ending sinks.
+#include "common/mapi/CountedOperation.h"
 #include "notify/AdviseSink.h"
 #include "notify/SinkRegistry.h"
+#include "notify/VoiceMailTables.h"
+#include "session/CMAPIImpl.h"
 #include "session/SessionDependent.h"
 #include <new>
 
@@ -81,8 +84,8 @@ HRESULT CMAPIImpl::Advise(const tstring &szMailbox, CAdviseSink **ppSink, Mailbo
                           ULONG_PTR ulContext, IMsgStore **ppMailboxMDB)
 {
     const Watch watch = {szMailbox, pfnCallback, ulContext};
-    Operation op("CMAPIImpl::Advise", "szMailbox: \"%s\"", watch.szMailbox.c_str());
-    op.ShowCounter(OpenObjects(), kAtEntry, kAtExitCapital);
+    CountedOperation op(OpenObjects(), "CMAPIImpl::Advise", "szMailbox: \"%s\"", watch.szMailbox.c_str());
+    op.ShowCounter(kAtEntry, kAtExitCapital);
 
     OpenedMailbox mailbox(*this);
     HRESULT hr = mailbox.Open(watch.szMailbox);
@@ -91,7 +94,7 @@ HRESULT CMAPIImpl::Advise(const tstring &szMailbox, CAdviseSink **ppSink, Mailbo
     *ppMailboxMDB = nullptr;
 
     VoiceMailTables tables;
-    hr = OpenVoiceMailTables(op, mailbox.get(), OpenObjects(), tables);
+    hr = OpenVoiceMailTables(op, mailbox.get(), tables);
     if (FAILED(hr) || !tables.Complete()) {
         op.Error("Failed to create message tables for %s", watch.szMailbox.c_str());
         if (SUCCEEDED(hr)) {

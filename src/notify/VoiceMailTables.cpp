@@ -28,11 +28,10 @@ HRESULT OpenTable(const Operation &operation, IMAPIFolder *pFolder, const Restri
 
 } // namespace
 
-HRESULT OpenVoiceMailTables(const Operation &operation, IMsgStore *pIMsgStore, std::atomic<LONG> &counter,
-                            VoiceMailTables &tables)
+HRESULT OpenVoiceMailTables(const CountedOperation &operation, IMsgStore *pIMsgStore, VoiceMailTables &tables)
 {
     ReceiveFolder inbox;
-    const HRESULT hr = OpenReceiveFolder(operation, pIMsgStore, counter, inbox);
+    const HRESULT hr = OpenReceiveFolder(operation, pIMsgStore, inbox);
     if (FAILED(hr))
         return hr;
     const Restriction voiceMail = Is(kMessageClass, kUnifiedMessagingClass);

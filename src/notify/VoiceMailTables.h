@@ -2,7 +2,8 @@
 // read, that is unread, and that is unread and of high importance.
 #pragma once
 #include "common/base/Owners.h"
-#include "common/mapi/Operation.h"
+
+class CountedOperation;
 
 struct VoiceMailTables {
     ComPtr<IMAPITable> read;
@@ -14,5 +15,4 @@ struct VoiceMailTables {
 
 // Every table is tried, whatever came of the one before it; one of which a step failed is not given. The result is that
 // of the last call, so it may be a success although a table is missing.
-HRESULT OpenVoiceMailTables(const Operation &operation, IMsgStore *pIMsgStore, std::atomic<LONG> &counter,
-                            VoiceMailTables &tables);
+HRESULT OpenVoiceMailTables(const CountedOperation &operation, IMsgStore *pIMsgStore, VoiceMailTables &tables);

@@ -1,24 +1,24 @@
 // Opening entries of a store for an operation, which reports what fails and counts what it holds.
 #pragma once
 #include "common/mapi/Counted.h"
-#include "common/mapi/Operation.h"
+#include "common/mapi/CountedOperation.h"
 #include "session/StoreEntry.h"
 
 // A failure is reported with the sentence.
 template <class Interface>
-HRESULT OpenCounted(const Operation &operation, const StoreEntry &entry, LPCIID lpInterface, ULONG ulFlags,
-                    std::atomic<LONG> &counter, const char *sentence, Counted<Interface> &opened)
+HRESULT OpenCounted(const CountedOperation &operation, const StoreEntry &entry, LPCIID lpInterface, ULONG ulFlags,
+                    const char *sentence, Counted<Interface> &opened)
 {
     const HRESULT hr = opened.Count(
-        HrOpenEntry(entry.pIMsgStore, entry.cbEntryID, entry.lpEntryID, lpInterface, ulFlags, opened.object), counter);
+        HrOpenEntry(entry.pIMsgStore, entry.cbEntryID, entry.lpEntryID, lpInterface, ulFlags, opened.object),
+        operation.OpenObjects());
     return FAILED(hr) ? operation.Failed("HrOpenEntry", sentence, entry.pIMsgStore, hr) : hr;
 }
 
-inline HRESULT OpenMessage(const Operation &operation, const StoreEntry &entry, std::atomic<LONG> &counter,
-                           Counted<IMessage> &message)
+inline HRESULT OpenMessage(const CountedOperation &operation, const StoreEntry &entry, Counted<IMessage> &message)
 {
-    return OpenCounted(operation, entry, &IID_IMessage, MAPI_BEST_ACCESS, counter,
-                       "trying to access and open the message.", message);
+    return OpenCounted(operation, entry, &IID_IMessage, MAPI_BEST_ACCESS, "trying to access and open the message.",
+                       message);
 }
 
 // The refusal of every operation on a message without a store.
@@ -32,7 +32,7 @@ inline HRESULT NoStore(const Operation &operation)
 // The stage of an operation that works on one message: refused without a store, else what work gives of the open
 // message.
 template <class Work>
-HRESULT WithMessage(const Operation &operation, const StoreEntry &entry, std::atomic<LONG> &counter, Work &&work,
+HRESULT WithMessage(const CountedOperation &operation, const StoreEntry &entry, Work &&work,
                     int nLine = __builtin_LINE())
 {
     return operation.Stage(
@@ -40,7 +40,7 @@ HRESULT WithMessage(const Operation &operation, const StoreEntry &entry, std::at
             if (!entry.pIMsgStore)
                 return NoStore(operation);
             Counted<IMessage> message;
-            const HRESULT hr = OpenMessage(operation, entry, counter, message);
+            const HRESULT hr = OpenMessage(operation, entry, message);
             return FAILED(hr) ? hr : work(message);
         },
         nLine);

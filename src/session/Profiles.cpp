@@ -1,7 +1,7 @@
 // Profiles: making the one of a mailbox, listing them, and asking one for its server.
 #include "ExchangeMapi.h"
+#include "common/mapi/CountedOperation.h"
 #include "common/mapi/MapiArguments.h"
-#include "common/mapi/Operation.h"
 #include "common/mapi/Restriction.h"
 #include "common/text/Multibyte.h"
 #include "session/CMAPIImpl.h"
@@ -125,8 +125,8 @@ HRESULT CMAPIImpl::CreateMailboxProfile(const tstring &szProfile)
 
 HRESULT CMAPIImpl::GetAvailableProfiles(std::vector<Profile> &profiles)
 {
-    Operation op("CMAPIImpl::GetAvailableProfiles");
-    op.ShowCounter(m_lOpenObjects, kAtEntry, kAtExit);
+    CountedOperation op(m_lOpenObjects, "CMAPIImpl::GetAvailableProfiles");
+    op.ShowCounter(kAtEntry, kAtExit);
     profiles.clear();
     if (!IsMapiInitialised()) {
         // Without a colon, as the contract has it.

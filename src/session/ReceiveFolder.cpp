@@ -1,7 +1,6 @@
 #include "session/ReceiveFolder.h"
 
-HRESULT OpenReceiveFolder(const Operation &operation, IMsgStore *pIMsgStore, std::atomic<LONG> &counter,
-                          ReceiveFolder &inbox)
+HRESULT OpenReceiveFolder(const CountedOperation &operation, IMsgStore *pIMsgStore, ReceiveFolder &inbox)
 {
     OwnedEntryID &entryID = inbox.entryID;
     const HRESULT hr = Acquired(pIMsgStore->GetReceiveFolder(nullptr, 0, &entryID.cb, entryID.pEntryID.put(), nullptr),
@@ -9,7 +8,7 @@ HRESULT OpenReceiveFolder(const Operation &operation, IMsgStore *pIMsgStore, std
     if (FAILED(hr))
         return operation.Failed("GetReceiveFolder", "trying to obtain the ID for the receive folder.", pIMsgStore, hr);
     return OpenCounted(operation, {pIMsgStore, entryID.cb, entryID.pEntryID.get()}, &IID_IMAPIFolder, MAPI_BEST_ACCESS,
-                       counter, "trying to access and open the receive folder.", inbox.folder);
+                       "trying to access and open the receive folder.", inbox.folder);
 }
 
 HRESULT GetFolderTable(const Operation &operation, IMAPIFolder *pFolder, ComPtr<IMAPITable> &table)

@@ -11,8 +11,7 @@ struct ReceiveFolder {
 
     IMAPIFolder *get() const { return folder.get(); }
 };
-HRESULT OpenReceiveFolder(const Operation &operation, IMsgStore *pIMsgStore, std::atomic<LONG> &counter,
-                          ReceiveFolder &inbox);
+HRESULT OpenReceiveFolder(const CountedOperation &operation, IMsgStore *pIMsgStore, ReceiveFolder &inbox);
 
 HRESULT GetFolderTable(const Operation &operation, IMAPIFolder *pFolder, ComPtr<IMAPITable> &table);
 HRESULT SetTableColumns(const Operation &operation, IMAPITable *pTable, LPSPropTagArray pTags);

@@ -1,17 +1,9 @@
-// One run of a member function: its trace guard, its lines, its error reports and its counter lines, all under one log
-// name. It is declared before every owner of the function, so that its exit lines come after these have given back what
-// they held.
+// One run of a member function: its trace guard, its lines and its error reports, all under one log name. It is
+// declared before every owner of the function, so that its exit lines come after these have given back what they held.
 #pragma once
 #include "common/mapi/Contained.h"
 #include "common/trace/debug.h"
-#include <atomic>
 #include <string>
-
-// How the counter is written. Operations differ in the spelling, each as the contract has it.
-inline constexpr char kAtEntry[] = "%s[%d]: At entry, counter=[%ld]";
-inline constexpr char kAtEntryCapital[] = "%s[%d]: At Entry, counter=[%ld]";
-inline constexpr char kAtExit[] = "%s[%d]: At exit, counter=[%ld]";
-inline constexpr char kAtExitCapital[] = "%s[%d]: At Exit, counter=[%ld]";
 
 class Operation
 {
@@ -30,26 +22,8 @@ class Operation
         : m_szFunction(szFunction), m_trace(kTraceCall, szFunction, format, arguments...)
     {
     }
-    ~Operation()
-    {
-        if (m_pCounter)
-            Contained({m_szFunction, m_nExitLine}, [&] { WriteCounter(m_nExitLine, m_szExit); });
-    }
     Operation(const Operation &) = delete;
     Operation &operator=(const Operation &) = delete;
-
-    // Writes the counter now with `entry` and when the function is left with `exit`, formats like those above.
-    void ShowCounter(const std::atomic<LONG> &counter, At entry, At exit)
-    {
-        ShowCounterAtExit(counter, exit);
-        WriteCounter(entry.nLine, entry.szText);
-    }
-    void ShowCounterAtExit(const std::atomic<LONG> &counter, At exit)
-    {
-        m_pCounter = &counter;
-        m_szExit = exit.szText;
-        m_nExitLine = exit.nLine;
-    }
 
     // A line "<function>[<line>]: <text>" about what the operation decided, about each thing that it sees, or about
     // what is wrong.
@@ -88,6 +62,9 @@ class Operation
         return Contained({m_szFunction, nLine}, HRESULT{E_UNEXPECTED}, work);
     }
 
+  protected:
+    const char *Function() const { return m_szFunction; }
+
   private:
     static std::string LineFormat(const char *szText);
     template <class... Arguments> void Line(DWORD value, const At &text, Arguments... arguments) const
@@ -97,14 +74,7 @@ class Operation
         const std::string format = LineFormat(text.szText);
         DebugOutputA(value, format.c_str(), m_szFunction, text.nLine, arguments...);
     }
-    void WriteCounter(int nLine, const char *format) const
-    {
-        DebugOutputA(kTraceState, format, m_szFunction, nLine, m_pCounter->load());
-    }
 
     const char *m_szFunction;
     CDebugTraceFn m_trace;
-    const std::atomic<LONG> *m_pCounter = nullptr;
-    const char *m_szExit = nullptr;
-    int m_nExitLine = 0;
 };

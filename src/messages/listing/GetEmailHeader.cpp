@@ -6,11 +6,11 @@
 HRESULT CMAPIImpl::GetEmailHeader(IMsgStore *pIMsgStore, ULONG cbEntryID, const BYTE *lpEntryID, Header &header)
 {
     const StoreEntry entry(pIMsgStore, cbEntryID, lpEntryID);
-    Operation operation("CMAPIImpl::GetEmailHeader", "pIMsgStore: %p, EntryID: \"%s\", ...",
-                        static_cast<void *>(entry.pIMsgStore), entry.Text().c_str());
+    CountedOperation operation(OpenObjects(), "CMAPIImpl::GetEmailHeader", "pIMsgStore: %p, EntryID: \"%s\", ...",
+                               static_cast<void *>(entry.pIMsgStore), entry.Text().c_str());
     // "ecit", as the contract has it.
-    operation.ShowCounter(OpenObjects(), kAtEntry, "%s[%d]: At ecit, counter=[%ld]");
-    return WithMessage(operation, entry, OpenObjects(), [&](Counted<IMessage> &message) -> HRESULT {
+    operation.ShowCounter(kAtEntry, "%s[%d]: At ecit, counter=[%ld]");
+    return WithMessage(operation, entry, [&](Counted<IMessage> &message) -> HRESULT {
         CountedProperties properties;
         const HRESULT hr = properties.Get(message.get(), HeaderTags(), OpenObjects());
         if (FAILED(hr))

@@ -5,6 +5,7 @@
 #include "messages/listing/HeaderColumns.h"
 #include "messages/listing/KeptListing.h"
 #include "messages/listing/ListingFilter.h"
+#include "session/CMAPIImpl.h"
 #include "session/OpenCounted.h"
 #include "session/ReceiveFolder.h"
 
@@ -41,14 +42,14 @@ HRESULT ShapeTable(const Operation &operation, IMAPITable *pTable, const Restric
 }
 
 // The table of a new listing. The folder is held until its table has columns, filter and order.
-HRESULT OpenInboxTable(const Operation &operation, IMsgStore *pIMsgStore, const Restriction &filter,
-                       std::atomic<LONG> &counter, Counted<IMAPITable> &table)
+HRESULT OpenInboxTable(const CountedOperation &operation, IMsgStore *pIMsgStore, const Restriction &filter,
+                       Counted<IMAPITable> &table)
 {
     ReceiveFolder inbox;
-    HRESULT hr = OpenReceiveFolder(operation, pIMsgStore, counter, inbox);
+    HRESULT hr = OpenReceiveFolder(operation, pIMsgStore, inbox);
     if (FAILED(hr))
         return hr;
-    hr = table.Count(GetFolderTable(operation, inbox.get(), table.object), counter);
+    hr = table.Count(GetFolderTable(operation, inbox.get(), table.object), operation.OpenObjects());
     return FAILED(hr) ? hr : ShapeTable(operation, table.get(), filter);
 }
 
@@ -56,7 +57,7 @@ HRESULT OpenInboxTable(const Operation &operation, IMsgStore *pIMsgStore, const 
 class Page
 {
   public:
-    Page(CMAPIImpl &session, const Operation &operation, const ListingRequest &request)
+    Page(CMAPIImpl &session, const CountedOperation &operation, const ListingRequest &request)
         : m_session(session), m_operation(operation), m_request(request), m_listing(session, operation)
     {
     }
@@ -79,7 +80,7 @@ class Page
     ULONG Rows() const { return m_rows ? m_rows->cRows : 0; }
 
     CMAPIImpl &m_session;
-    const Operation &m_operation;
+    const CountedOperation &m_operation;
     const ListingRequest &m_request;
     KeptListing m_listing;
     RowSet m_rows;
@@ -98,7 +99,7 @@ HRESULT Page::Open(std::vector<Header> &headers)
         state.SetFaxCreatorName(" ");
     const Restriction filter =
         ListingFilter(m_request.flags, m_request.faxServers, {state.FaxCreatorName(), FaxServerSeen});
-    return OpenInboxTable(m_operation, m_request.pIMsgStore, filter, m_session.OpenObjects(), m_listing.Table());
+    return OpenInboxTable(m_operation, m_request.pIMsgStore, filter, m_listing.Table());
 }
 
 // "Seeked", as the contract has it.
@@ -141,7 +142,7 @@ HRESULT Page::Read(ULONG *pulTotalRows)
     hr = pTable->QueryRows(m_request.Rows(), 0, m_rows.put());
     if (FAILED(hr))
         return m_operation.Failed("QueryRows", "trying to query one or more rows from the table.", pTable, hr);
-    m_rowsCounted = ScopedCount(m_session.OpenObjects());
+    m_rowsCounted = ScopedCount(m_operation.OpenObjects());
     return hr;
 }
 
@@ -161,7 +162,7 @@ HRESULT Page::ReadAttachments(Header &header)
 {
     const StoreEntry entry(m_request.pIMsgStore, static_cast<ULONG>(header.entryID.size()), header.entryID.data());
     Counted<IMessage> message;
-    HRESULT hr = OpenMessage(m_operation, entry, m_session.OpenObjects(), message);
+    HRESULT hr = OpenMessage(m_operation, entry, message);
     if (FAILED(hr))
         return hr;
     std::vector<ULONG> attachNums;
@@ -230,15 +231,16 @@ HRESULT CMAPIImpl::GetEmailHeaders(IMsgStore *pIMsgStore, DWORD *phContentsTable
                                     {faxServers, cFaxServers}};
     const ListingFlags &flags = request.flags;
     // The closing parenthesis at the end of the format has no opening one, as the contract has it.
-    Operation operation("CMAPIImpl::GetEmailHeaders",
-                        "pIMsgStore: %p, hContentsTable: %p, hOrigin: %p, lRowCount: %ld, bkAbsBkmark: %lu, getting "
-                        "%s%s%s%s messages%s, direction %s%s)",
-                        static_cast<void *>(request.pIMsgStore), AsPointer(request.hContentsTable),
-                        AsPointer(request.hOrigin), request.lRowCount, static_cast<ULONG>(request.bkAbsBkmark),
-                        flags.bRead ? "READ" : "UNREAD", flags.bPriority ? " PRIORITY" : "", flags.bFax ? " FAX" : "",
-                        flags.bUM ? " UM" : "", request.bWithAttachments ? " with attachments" : "",
-                        request.bForward ? "FORWARD" : "REVERSE", flags.bSummary ? " [SUMMARY]" : "");
-    operation.ShowCounter(OpenObjects(), kAtEntry, kAtExitCapital);
+    CountedOperation operation(
+        OpenObjects(), "CMAPIImpl::GetEmailHeaders",
+        "pIMsgStore: %p, hContentsTable: %p, hOrigin: %p, lRowCount: %ld, bkAbsBkmark: %lu, getting "
+        "%s%s%s%s messages%s, direction %s%s)",
+        static_cast<void *>(request.pIMsgStore), AsPointer(request.hContentsTable), AsPointer(request.hOrigin),
+        request.lRowCount, static_cast<ULONG>(request.bkAbsBkmark), flags.bRead ? "READ" : "UNREAD",
+        flags.bPriority ? " PRIORITY" : "", flags.bFax ? " FAX" : "", flags.bUM ? " UM" : "",
+        request.bWithAttachments ? " with attachments" : "", request.bForward ? "FORWARD" : "REVERSE",
+        flags.bSummary ? " [SUMMARY]" : "");
+    operation.ShowCounter(kAtEntry, kAtExitCapital);
     if (!request.pIMsgStore)
         return NoStore(operation);
 

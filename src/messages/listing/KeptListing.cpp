@@ -1,4 +1,6 @@
 #include "messages/listing/KeptListing.h"
+#include "common/mapi/CountedOperation.h"
+#include "session/CMAPIImpl.h"
 
 KeptListing::~KeptListing()
 {
@@ -10,7 +12,7 @@ KeptListing::~KeptListing()
 
 void KeptListing::TakeBack(DWORD hTable, DWORD hBookmark)
 {
-    m_table.Adopt(m_session.LocateContentsTable(hTable), m_session.OpenObjects());
+    m_table.Adopt(m_session.LocateContentsTable(hTable), m_operation.OpenObjects());
     m_bookmark = m_session.LocateBookmark(hBookmark);
     m_session.FreeContentsTableObject(hTable);
     m_session.FreeBookmarkObject(hBookmark);
@@ -56,9 +58,9 @@ HRESULT KeptListing::CreateBookmark()
 
 HRESULT CMAPIImpl::ReleaseHandles(DWORD hTable, DWORD hBookmark)
 {
-    Operation operation("CMAPIImpl::ReleaseHandles", "hTable: %p, hBookmark: %p", AsPointer(hTable),
-                        AsPointer(hBookmark));
-    operation.ShowCounter(OpenObjects(), kAtEntry, kAtExitCapital);
+    CountedOperation operation(OpenObjects(), "CMAPIImpl::ReleaseHandles", "hTable: %p, hBookmark: %p",
+                               AsPointer(hTable), AsPointer(hBookmark));
+    operation.ShowCounter(kAtEntry, kAtExitCapital);
 
     KeptListing listing(*this, operation);
     operation.Stage([&] {

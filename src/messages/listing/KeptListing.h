@@ -4,13 +4,14 @@
 // call that takes them back can give them back to MAPI. On the thread of that call: a handle is one call's at a time.
 #pragma once
 #include "common/mapi/Counted.h"
-#include "common/mapi/Operation.h"
-#include "session/CMAPIImpl.h"
+
+class CMAPIImpl;
+class CountedOperation;
 
 class KeptListing
 {
   public:
-    KeptListing(CMAPIImpl &session, const Operation &operation) : m_session(session), m_operation(operation) {}
+    KeptListing(CMAPIImpl &session, const CountedOperation &operation) : m_session(session), m_operation(operation) {}
     // Frees the bookmark, then uncounts and releases the table.
     ~KeptListing();
     KeptListing(const KeptListing &) = delete;
@@ -30,7 +31,7 @@ class KeptListing
 
   private:
     CMAPIImpl &m_session;
-    const Operation &m_operation;
+    const CountedOperation &m_operation;
     Counted<IMAPITable> m_table;
     BOOKMARK m_bookmark = 0;
 };

@@ -1,8 +1,8 @@
 // A message's attachments: their numbers, what a listing shows of one, and saving the recording in one, wherever its
 // bytes are stored.
 #include "common/mapi/Counted.h"
+#include "common/mapi/CountedOperation.h"
 #include "common/mapi/MapiArguments.h"
-#include "common/mapi/Operation.h"
 #include "messages/reading/Attachment.h"
 #include "messages/reading/AttachmentStorage.h"
 #include "messages/reading/VoiceStream.h"
@@ -18,10 +18,10 @@ constexpr char kWindowsMediaTag[] = "audio/x-ms-wma";
 constexpr char kWaveTag[] = "audio/wav";
 constexpr OLECHAR kContents[] = OLESTR("CONTENTS");
 
-HRESULT OpenAttachment(const Operation &operation, IMessage *pmsg, ULONG ulAttachNum, std::atomic<LONG> &counter,
-                       Counted<IAttach> &attach)
+HRESULT OpenAttachment(const CountedOperation &operation, IMessage *pmsg, ULONG ulAttachNum, Counted<IAttach> &attach)
 {
-    const HRESULT hr = attach.Count(pmsg->OpenAttach(ulAttachNum, nullptr, 0, attach.object.put()), counter);
+    const HRESULT hr =
+        attach.Count(pmsg->OpenAttach(ulAttachNum, nullptr, 0, attach.object.put()), operation.OpenObjects());
     if (FAILED(hr))
         return operation.Failed("OpenAttach", "trying to open the attachment.", pmsg, hr);
     return hr;
@@ -124,7 +124,8 @@ void FillSource(const SPropValue *values, ULONG cValues, AttachmentSource &attac
 
 HRESULT CMAPIImpl::HrPopulateAttachList(IMessage *pmsg, std::vector<ULONG> &attachNums)
 {
-    Operation operation("CMAPIImpl::HrPopulateAttachList", "pmsg: %p", static_cast<void *>(pmsg));
+    const CountedOperation operation(OpenObjects(), "CMAPIImpl::HrPopulateAttachList", "pmsg: %p",
+                                     static_cast<void *>(pmsg));
     Counted<IMAPITable> table;
     HRESULT hr = table.Count(pmsg->GetAttachmentTable(0, table.object.put()), OpenObjects());
     if (FAILED(hr))
@@ -153,10 +154,10 @@ HRESULT CMAPIImpl::HrPopulateAttachList(IMessage *pmsg, std::vector<ULONG> &atta
 
 HRESULT CMAPIImpl::HrProcessAttachment(IMessage *pmsg, ULONG ulAttachNum, Attachment &attachment)
 {
-    Operation operation("CMAPIImpl::HrProcessAttachment", "pmsg: %p, ulAttachNum: %u", static_cast<void *>(pmsg),
-                        ulAttachNum);
+    const CountedOperation operation(OpenObjects(), "CMAPIImpl::HrProcessAttachment", "pmsg: %p, ulAttachNum: %u",
+                                     static_cast<void *>(pmsg), ulAttachNum);
     Counted<IAttach> attach;
-    HRESULT hr = OpenAttachment(operation, pmsg, ulAttachNum, OpenObjects(), attach);
+    HRESULT hr = OpenAttachment(operation, pmsg, ulAttachNum, attach);
     if (FAILED(hr))
         return hr;
     ULONG cValues = 0;
@@ -179,10 +180,11 @@ HRESULT CMAPIImpl::HrProcessAttachment(IMessage *pmsg, ULONG ulAttachNum, Attach
 
 HRESULT CMAPIImpl::HrStreamInAttachment(IMessage *pmsg, ULONG ulAttachNum, const tstring &szFilename)
 {
-    Operation operation("CMAPIImpl::HrStreamInAttachment", "pmsg: %p, ulAttachNum: %u, szFilename: \"%s\"",
-                        static_cast<void *>(pmsg), ulAttachNum, szFilename.c_str());
+    const CountedOperation operation(OpenObjects(), "CMAPIImpl::HrStreamInAttachment",
+                                     "pmsg: %p, ulAttachNum: %u, szFilename: \"%s\"", static_cast<void *>(pmsg),
+                                     ulAttachNum, szFilename.c_str());
     Counted<IAttach> attach;
-    HRESULT hr = OpenAttachment(operation, pmsg, ulAttachNum, OpenObjects(), attach);
+    HRESULT hr = OpenAttachment(operation, pmsg, ulAttachNum, attach);
     if (FAILED(hr))
         return hr;
 

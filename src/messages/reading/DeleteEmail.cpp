@@ -10,8 +10,8 @@ constexpr char kOpenFolderSentence[] = "trying to access and open the containing
 constexpr char kOpenDeletedItemsSentence[] = "trying to access and open deleted items folder.";
 
 // The folder in which a message lies.
-HRESULT OpenParentFolder(const Operation &operation, IMsgStore *pIMsgStore, IMessage *pMessage,
-                         std::atomic<LONG> &counter, Counted<IMAPIFolder> &folder)
+HRESULT OpenParentFolder(const CountedOperation &operation, IMsgStore *pIMsgStore, IMessage *pMessage,
+                         Counted<IMAPIFolder> &folder)
 {
     MapiBuffer<SPropValue> parent;
     HRESULT hr = HrGetOneProp(pMessage, PR_PARENT_ENTRYID, parent.put());
@@ -21,12 +21,11 @@ HRESULT OpenParentFolder(const Operation &operation, IMsgStore *pIMsgStore, IMes
         // Without "trying to", as the contract has it.
         return operation.Failed("HrGetOneProp", "determining the ID for the folder where the message resides.",
                                 pMessage, hr);
-    return OpenCounted(operation, {pIMsgStore, parent->Value.bin}, &IID_IMAPIFolder, MAPI_BEST_ACCESS, counter,
+    return OpenCounted(operation, {pIMsgStore, parent->Value.bin}, &IID_IMAPIFolder, MAPI_BEST_ACCESS,
                        kOpenFolderSentence, folder);
 }
 
-HRESULT OpenDeletedItems(const Operation &operation, IMsgStore *pIMsgStore, std::atomic<LONG> &counter,
-                         Counted<IMAPIFolder> &folder)
+HRESULT OpenDeletedItems(const CountedOperation &operation, IMsgStore *pIMsgStore, Counted<IMAPIFolder> &folder)
 {
     ULONG cValues = 0;
     MapiBuffer<SPropValue> wastebasket;
@@ -38,8 +37,8 @@ HRESULT OpenDeletedItems(const Operation &operation, IMsgStore *pIMsgStore, std:
                                                                                              : MAPI_E_NOT_FOUND;
     if (FAILED(hr))
         return operation.Failed("GetProps", "trying to determine the ID of the deleted items folder.", pIMsgStore, hr);
-    return OpenCounted(operation, {pIMsgStore, wastebasket->Value.bin}, nullptr, MAPI_MODIFY, counter,
-                       kOpenDeletedItemsSentence, folder);
+    return OpenCounted(operation, {pIMsgStore, wastebasket->Value.bin}, nullptr, MAPI_MODIFY, kOpenDeletedItemsSentence,
+                       folder);
 }
 
 } // namespace
@@ -47,9 +46,9 @@ HRESULT OpenDeletedItems(const Operation &operation, IMsgStore *pIMsgStore, std:
 HRESULT CMAPIImpl::DeleteEmail(IMsgStore *pIMsgStore, ULONG cbEntryID, const BYTE *lpEntryID)
 {
     const StoreEntry entry(pIMsgStore, cbEntryID, lpEntryID);
-    Operation operation("CMAPIImpl::DeleteEmail", "pIMsgStore: %p, EntryID: \"%s\"", static_cast<void *>(pIMsgStore),
-                        entry.Text().c_str());
-    operation.ShowCounter(OpenObjects(), kAtEntry, kAtExitCapital);
+    CountedOperation operation(OpenObjects(), "CMAPIImpl::DeleteEmail", "pIMsgStore: %p, EntryID: \"%s\"",
+                               static_cast<void *>(pIMsgStore), entry.Text().c_str());
+    operation.ShowCounter(kAtEntry, kAtExitCapital);
     return operation.Stage([&]() -> HRESULT {
         if (!entry.pIMsgStore)
             return NoStore(operation);
@@ -57,9 +56,9 @@ HRESULT CMAPIImpl::DeleteEmail(IMsgStore *pIMsgStore, ULONG cbEntryID, const BYT
         {
             // The message is closed again before its folder is asked to move it.
             Counted<IMessage> message;
-            HRESULT hr = OpenMessage(operation, entry, OpenObjects(), message);
+            HRESULT hr = OpenMessage(operation, entry, message);
             if (SUCCEEDED(hr))
-                hr = OpenParentFolder(operation, entry.pIMsgStore, message.get(), OpenObjects(), source);
+                hr = OpenParentFolder(operation, entry.pIMsgStore, message.get(), source);
             if (FAILED(hr))
                 return hr;
         }
@@ -72,7 +71,7 @@ HRESULT CMAPIImpl::DeleteEmail(IMsgStore *pIMsgStore, ULONG cbEntryID, const BYT
         SBinaryArray entryList = {1, moved.get()};
 
         Counted<IMAPIFolder> deletedItems;
-        hr = OpenDeletedItems(operation, entry.pIMsgStore, OpenObjects(), deletedItems);
+        hr = OpenDeletedItems(operation, entry.pIMsgStore, deletedItems);
         if (FAILED(hr))
             return hr;
         hr = source->CopyMessages(&entryList, nullptr, deletedItems.get(), 0, nullptr, MESSAGE_MOVE);

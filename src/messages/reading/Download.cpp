@@ -28,10 +28,10 @@ tstring TextOrLargeText(const Operation &operation, IMessage *pMessage, const SP
 HRESULT CMAPIImpl::DownloadEmail(IMsgStore *pIMsgStore, ULONG cbEntryID, const BYTE *lpEntryID, DownloadedText &text)
 {
     const StoreEntry entry(pIMsgStore, cbEntryID, lpEntryID);
-    Operation operation("CMAPIImpl::DownloadEmail", "pIMsgStore: %p, EntryID: \"%s\", ...",
-                        static_cast<void *>(entry.pIMsgStore), entry.Text().c_str());
-    operation.ShowCounter(OpenObjects(), kAtEntryCapital, kAtExitCapital);
-    return WithMessage(operation, entry, OpenObjects(), [&](Counted<IMessage> &message) -> HRESULT {
+    CountedOperation operation(OpenObjects(), "CMAPIImpl::DownloadEmail", "pIMsgStore: %p, EntryID: \"%s\", ...",
+                               static_cast<void *>(entry.pIMsgStore), entry.Text().c_str());
+    operation.ShowCounter(kAtEntryCapital, kAtExitCapital);
+    return WithMessage(operation, entry, [&](Counted<IMessage> &message) -> HRESULT {
         CountedProperties properties;
         const HRESULT hr = properties.Get(message.get(), PropTags<PR_BODY_A, PR_SUBJECT_A>(), OpenObjects());
         if (FAILED(hr))
@@ -51,11 +51,12 @@ HRESULT CMAPIImpl::DownloadAttachment(IMsgStore *pIMsgStore, ULONG cbEntryID, co
                                       const tstring &szFilename)
 {
     const StoreEntry entry(pIMsgStore, cbEntryID, lpEntryID);
-    Operation operation("CMAPIImpl::DownloadAttachment",
-                        "pIMsgStore: %p, EntryID: \"%s\", ulAttachNum: %lu, szFilename: \"%s\"",
-                        static_cast<void *>(entry.pIMsgStore), entry.Text().c_str(), ulAttachNum, szFilename.c_str());
-    operation.ShowCounter(OpenObjects(), kAtEntry, kAtExit);
-    return WithMessage(operation, entry, OpenObjects(), [&](Counted<IMessage> &message) -> HRESULT {
+    CountedOperation operation(OpenObjects(), "CMAPIImpl::DownloadAttachment",
+                               "pIMsgStore: %p, EntryID: \"%s\", ulAttachNum: %lu, szFilename: \"%s\"",
+                               static_cast<void *>(entry.pIMsgStore), entry.Text().c_str(), ulAttachNum,
+                               szFilename.c_str());
+    operation.ShowCounter(kAtEntry, kAtExit);
+    return WithMessage(operation, entry, [&](Counted<IMessage> &message) -> HRESULT {
         return HrStreamInAttachment(message.get(), ulAttachNum, szFilename);
     });
 }

@@ -7,10 +7,10 @@ HRESULT CMAPIImpl::GetEmailFlags(IMsgStore *pIMsgStore, ULONG cbEntryID, const B
                                  BYTE *pbHighPriority, BYTE *pbRead)
 {
     const StoreEntry entry(pIMsgStore, cbEntryID, lpEntryID);
-    Operation operation("CMAPIImpl::GetEmailFlags", "pIMsgStore: %p, EntryID: \"%s\", ...",
-                        static_cast<void *>(entry.pIMsgStore), entry.Text().c_str());
-    operation.ShowCounter(OpenObjects(), kAtEntryCapital, kAtExitCapital);
-    return WithMessage(operation, entry, OpenObjects(), [&](Counted<IMessage> &message) -> HRESULT {
+    CountedOperation operation(OpenObjects(), "CMAPIImpl::GetEmailFlags", "pIMsgStore: %p, EntryID: \"%s\", ...",
+                               static_cast<void *>(entry.pIMsgStore), entry.Text().c_str());
+    operation.ShowCounter(kAtEntryCapital, kAtExitCapital);
+    return WithMessage(operation, entry, [&](Counted<IMessage> &message) -> HRESULT {
         CountedProperties properties;
         const HRESULT hr =
             properties.Get(message.get(), PropTags<PR_IMPORTANCE, PR_SENSITIVITY, PR_MESSAGE_FLAGS>(), OpenObjects());
@@ -35,10 +35,10 @@ HRESULT CMAPIImpl::SetEmailReadFlag(IMsgStore *pIMsgStore, ULONG cbEntryID, cons
 {
     const StoreEntry entry(pIMsgStore, cbEntryID, lpEntryID);
     // Alone among its kind it writes the counter at its exit only, as the contract has it.
-    Operation operation("CMAPIImpl::SetEmailReadFlag", "pIMsgStore: %p, EntryID: \"%s\", %s",
-                        static_cast<void *>(entry.pIMsgStore), entry.Text().c_str(), bRead ? "READ" : "UNREAD");
-    operation.ShowCounterAtExit(OpenObjects(), kAtExitCapital);
-    return WithMessage(operation, entry, OpenObjects(), [&](Counted<IMessage> &message) -> HRESULT {
+    CountedOperation operation(OpenObjects(), "CMAPIImpl::SetEmailReadFlag", "pIMsgStore: %p, EntryID: \"%s\", %s",
+                               static_cast<void *>(entry.pIMsgStore), entry.Text().c_str(), bRead ? "READ" : "UNREAD");
+    operation.ShowCounterAtExit(kAtExitCapital);
+    return WithMessage(operation, entry, [&](Counted<IMessage> &message) -> HRESULT {
         const HRESULT hr = message->SetReadFlag(bRead ? 0 : CLEAR_READ_FLAG);
         if (FAILED(hr))
             return operation.Failed("SetReadFlag", "trying to change PR_MESSAGE_FLAGS property of the message.",

@@ -1,6 +1,6 @@
 // Attaching a file to a message.
 #include "common/mapi/Counted.h"
-#include "common/mapi/Operation.h"
+#include "common/mapi/CountedOperation.h"
 #include "common/mapi/PropertyValues.h"
 #include "session/CMAPIImpl.h"
 #include <cstdlib>
@@ -54,10 +54,11 @@ HRESULT CopyContent(const Operation &operation, IStream *pSourceStream, IStream 
 
 HRESULT CMAPIImpl::AttachFile(IMessage *pMsg, IStream *pSourceStream, const char *szFilename, const char *szDisplayName)
 {
-    Operation operation("CMAPIImpl::AttachFile",
-                        "pMsg: %p, pSourceStream: %p, szFilename: \"%s\", szDisplayName: \"%s\"",
-                        static_cast<void *>(pMsg), static_cast<void *>(pSourceStream), szFilename, szDisplayName);
-    operation.ShowCounter(OpenObjects(), kAtEntry, kAtExitCapital);
+    CountedOperation operation(OpenObjects(), "CMAPIImpl::AttachFile",
+                               "pMsg: %p, pSourceStream: %p, szFilename: \"%s\", szDisplayName: \"%s\"",
+                               static_cast<void *>(pMsg), static_cast<void *>(pSourceStream), szFilename,
+                               szDisplayName);
+    operation.ShowCounter(kAtEntry, kAtExitCapital);
 
     HRESULT hr = pSourceStream->Seek(LARGE_INTEGER{}, STREAM_SEEK_SET, nullptr);
     if (FAILED(hr))

@@ -73,15 +73,14 @@ HRESULT CopyContent(const Operation &operation, const Copy &copy)
 
 // The original, marked, and a new message with its content. Once there is a new message, marking, saving and copying
 // follow each other whatever became of the step before, and the last one gives the result, as the contract has it.
-HRESULT CopyOriginal(const Operation &operation, const StoreEntry &original, LONG lVerb, std::atomic<LONG> &counter,
-                     Copy &copy)
+HRESULT CopyOriginal(const CountedOperation &operation, const StoreEntry &original, LONG lVerb, Copy &copy)
 {
-    HRESULT hr = OpenCounted(operation, original, &IID_IMessage, MAPI_BEST_ACCESS, counter,
+    HRESULT hr = OpenCounted(operation, original, &IID_IMessage, MAPI_BEST_ACCESS,
                              "trying to access and open the original message.", copy.original);
     if (SUCCEEDED(hr))
-        hr = OpenOutbox(operation, original.pIMsgStore, counter, copy.outbox);
+        hr = OpenOutbox(operation, original.pIMsgStore, copy.outbox);
     if (SUCCEEDED(hr))
-        hr = CreateMessage(operation, copy.outbox, counter, copy.message);
+        hr = CreateMessage(operation, copy.outbox, copy.message);
     if (FAILED(hr))
         return hr;
     std::vector<SPropValue> marks = MarksOf(lVerb);
@@ -91,13 +90,12 @@ HRESULT CopyOriginal(const Operation &operation, const StoreEntry &original, LON
 }
 
 // Unlike a new message, a copy is kept in the sent items.
-HRESULT KeepInSentItems(const Operation &operation, IMsgStore *pIMsgStore, IMessage *pMessage,
-                        std::atomic<LONG> &counter)
+HRESULT KeepInSentItems(const CountedOperation &operation, IMsgStore *pIMsgStore, IMessage *pMessage)
 {
     FolderID sentItems;
     // Without "trying to", as the contract has it.
-    const HRESULT hr = ReadFolderID(operation, pIMsgStore, PR_IPM_SENTMAIL_ENTRYID, "determining the ID for sentmail.",
-                                    counter, sentItems);
+    const HRESULT hr =
+        ReadFolderID(operation, pIMsgStore, PR_IPM_SENTMAIL_ENTRYID, "determining the ID for sentmail.", sentItems);
     if (FAILED(hr))
         return hr;
     SPropValue value = BinaryProperty(PR_SENTMAIL_ENTRYID, sentItems.Bytes());
@@ -105,10 +103,10 @@ HRESULT KeepInSentItems(const Operation &operation, IMsgStore *pIMsgStore, IMess
 }
 
 // The address of the original's sender; empty where it has none.
-HRESULT ReadSender(const Operation &operation, IMessage *pOriginal, std::atomic<LONG> &counter, tstring &strSender)
+HRESULT ReadSender(const CountedOperation &operation, IMessage *pOriginal, tstring &strSender)
 {
     CountedProperties properties;
-    const HRESULT hr = properties.Get(pOriginal, PropTags<PR_SENDER_EMAIL_ADDRESS_A>(), counter);
+    const HRESULT hr = properties.Get(pOriginal, PropTags<PR_SENDER_EMAIL_ADDRESS_A>(), operation.OpenObjects());
     if (FAILED(hr))
         return operation.Failed("GetProps", "trying to retrieve the specified properties from the original message.",
                                 pOriginal, hr);
@@ -143,16 +141,17 @@ HRESULT CMAPIImpl::ForwardEmail(IMsgStore *pIMsgStore, ULONG cbEntryID, const BY
                                 const tstring &m_TargetAlias)
 {
     const StoreEntry original(pIMsgStore, cbEntryID, lpEntryID);
-    Operation operation("CMAPIImpl::ForwardEmail", "pIMsgStore: %p, EntryID: \"%s\", m_TargetAlias: \"%s\"",
-                        static_cast<void *>(original.pIMsgStore), original.Text().c_str(), m_TargetAlias.c_str());
-    operation.ShowCounter(OpenObjects(), kAtEntry, kAtExit);
+    CountedOperation operation(
+        OpenObjects(), "CMAPIImpl::ForwardEmail", "pIMsgStore: %p, EntryID: \"%s\", m_TargetAlias: \"%s\"",
+        static_cast<void *>(original.pIMsgStore), original.Text().c_str(), m_TargetAlias.c_str());
+    operation.ShowCounter(kAtEntry, kAtExit);
     if (!original.pIMsgStore)
         return NoStore(operation);
     Copy copy;
-    HRESULT hr = CopyOriginal(operation, original, kVerbForward, OpenObjects(), copy);
+    HRESULT hr = CopyOriginal(operation, original, kVerbForward, copy);
     if (!copy.message)
         return hr;
-    hr = FirstFailure(hr, KeepInSentItems(operation, original.pIMsgStore, copy.message.get(), OpenObjects()));
+    hr = FirstFailure(hr, KeepInSentItems(operation, original.pIMsgStore, copy.message.get()));
     AddressList recipients;
     if (SUCCEEDED(hr))
         hr = CreateAddressList(recipients.put(), m_TargetAlias.c_str());
@@ -167,29 +166,29 @@ HRESULT CMAPIImpl::RespondEmail(IMsgStore *pIMsgStore, ULONG cbEntryID, const BY
                                 const tstring &szFilename, ULONG)
 {
     const StoreEntry original(pIMsgStore, cbEntryID, lpEntryID);
-    Operation operation(
-        "CMAPIImpl::RespondEmail", "pIMsgStore: %p, EntryID: \"%s\", szFile: \"%s\", szFilename: \"%s\"",
+    CountedOperation operation(
+        OpenObjects(), "CMAPIImpl::RespondEmail", "pIMsgStore: %p, EntryID: \"%s\", szFile: \"%s\", szFilename: \"%s\"",
         static_cast<void *>(original.pIMsgStore), original.Text().c_str(), szFile.c_str(), szFilename.c_str());
-    operation.ShowCounter(OpenObjects(), kAtEntry, kAtExit);
+    operation.ShowCounter(kAtEntry, kAtExit);
     if (!original.pIMsgStore)
         return NoStore(operation);
     Copy copy;
-    HRESULT hr = CopyOriginal(operation, original, kVerbReplyToSender, OpenObjects(), copy);
+    HRESULT hr = CopyOriginal(operation, original, kVerbReplyToSender, copy);
     if (!copy.message)
         return hr;
     Counted<IStream> source;
     if (SUCCEEDED(hr) && !szFile.empty()) {
-        hr = OpenSource(operation, szFile, OpenObjects(), source);
+        hr = OpenSource(operation, szFile, source);
         if (SUCCEEDED(hr))
             hr = AttachFile(copy.message.get(), source.get(), szFile.c_str(), szFilename.c_str());
     }
     hr = FirstFailure(hr, SaveMessage(operation, copy.message.get()));
-    hr = FirstFailure(hr, KeepInSentItems(operation, original.pIMsgStore, copy.message.get(), OpenObjects()));
+    hr = FirstFailure(hr, KeepInSentItems(operation, original.pIMsgStore, copy.message.get()));
 
     tstring strSender;
     AddressList recipients;
     if (SUCCEEDED(hr))
-        hr = ReadSender(operation, copy.original.get(), OpenObjects(), strSender);
+        hr = ReadSender(operation, copy.original.get(), strSender);
     if (SUCCEEDED(hr))
         hr = CreateAddressList(recipients.put(), strSender.c_str());
     if (SUCCEEDED(hr))

@@ -1,33 +1,33 @@
 #include "messages/sending/Outbox.h"
 #include "common/mapi/MapiArguments.h"
 
-HRESULT ReadFolderID(const Operation &operation, IMsgStore *pIMsgStore, ULONG ulPropTag, const char *sentence,
-                     std::atomic<LONG> &counter, FolderID &id)
+HRESULT ReadFolderID(const CountedOperation &operation, IMsgStore *pIMsgStore, ULONG ulPropTag, const char *sentence,
+                     FolderID &id)
 {
     HRESULT hr = HrGetOneProp(pIMsgStore, ulPropTag, id.value.put());
     if (SUCCEEDED(hr) && (!id.value || id.value->ulPropTag != ulPropTag))
         hr = MAPI_E_NOT_FOUND;
     if (FAILED(hr))
         return operation.Failed("HrGetOneProp", sentence, pIMsgStore, hr);
-    id.count = ScopedCount(counter);
+    id.count = ScopedCount(operation.OpenObjects());
     return hr;
 }
 
-HRESULT OpenOutbox(const Operation &operation, IMsgStore *pIMsgStore, std::atomic<LONG> &counter, Outbox &outbox)
+HRESULT OpenOutbox(const CountedOperation &operation, IMsgStore *pIMsgStore, Outbox &outbox)
 {
     // Without "trying to", as the contract has it.
-    const HRESULT hr = ReadFolderID(operation, pIMsgStore, PR_IPM_OUTBOX_ENTRYID, "determining the ID for outbox.",
-                                    counter, outbox.id);
+    const HRESULT hr =
+        ReadFolderID(operation, pIMsgStore, PR_IPM_OUTBOX_ENTRYID, "determining the ID for outbox.", outbox.id);
     if (FAILED(hr))
         return hr;
-    return OpenCounted(operation, {pIMsgStore, outbox.id.Bytes()}, &IID_IMAPIFolder, MAPI_MODIFY, counter,
+    return OpenCounted(operation, {pIMsgStore, outbox.id.Bytes()}, &IID_IMAPIFolder, MAPI_MODIFY,
                        "trying to access and open the outbox folder.", outbox.folder);
 }
 
-HRESULT CreateMessage(const Operation &operation, const Outbox &outbox, std::atomic<LONG> &counter,
-                      Counted<IMessage> &message)
+HRESULT CreateMessage(const CountedOperation &operation, const Outbox &outbox, Counted<IMessage> &message)
 {
-    const HRESULT hr = message.Count(outbox.folder->CreateMessage(nullptr, 0, message.object.put()), counter);
+    const HRESULT hr =
+        message.Count(outbox.folder->CreateMessage(nullptr, 0, message.object.put()), operation.OpenObjects());
     if (FAILED(hr))
         // Without "trying to", as the contract has it.
         return operation.Failed("CreateMessage", "creating the message.", outbox.folder.get(), hr);
@@ -51,11 +51,11 @@ HRESULT ModifyRecipients(const Operation &operation, IMessage *pMessage, ADRLIST
     return hr;
 }
 
-HRESULT OpenSource(const Operation &operation, const tstring &szFile, std::atomic<LONG> &counter,
-                   Counted<IStream> &source)
+HRESULT OpenSource(const CountedOperation &operation, const tstring &szFile, Counted<IStream> &source)
 {
     const HRESULT hr = source.Count(
-        OpenStreamOnFile(MAPIAllocateBuffer, MAPIFreeBuffer, 0, MapiIn(szFile), nullptr, source.object.put()), counter);
+        OpenStreamOnFile(MAPIAllocateBuffer, MAPIFreeBuffer, 0, MapiIn(szFile), nullptr, source.object.put()),
+        operation.OpenObjects());
     if (FAILED(hr))
         // Without "to", and no full stop, as the contract has it.
         return operation.Failed("OpenStreamOnFile", "trying open a stream on the file %s", hr, szFile.c_str());

@@ -11,23 +11,21 @@ struct FolderID {
 
     const SBinary &Bytes() const { return value->Value.bin; }
 };
-HRESULT ReadFolderID(const Operation &operation, IMsgStore *pIMsgStore, ULONG ulPropTag, const char *sentence,
-                     std::atomic<LONG> &counter, FolderID &id);
+HRESULT ReadFolderID(const CountedOperation &operation, IMsgStore *pIMsgStore, ULONG ulPropTag, const char *sentence,
+                     FolderID &id);
 
 struct Outbox {
     FolderID id;
     Counted<IMAPIFolder> folder;
 };
-HRESULT OpenOutbox(const Operation &operation, IMsgStore *pIMsgStore, std::atomic<LONG> &counter, Outbox &outbox);
-HRESULT CreateMessage(const Operation &operation, const Outbox &outbox, std::atomic<LONG> &counter,
-                      Counted<IMessage> &message);
+HRESULT OpenOutbox(const CountedOperation &operation, IMsgStore *pIMsgStore, Outbox &outbox);
+HRESULT CreateMessage(const CountedOperation &operation, const Outbox &outbox, Counted<IMessage> &message);
 
 HRESULT SetMessageProps(const Operation &operation, IMessage *pMessage, ULONG cValues, SPropValue *pValues);
 // Replaces the message's recipients.
 HRESULT ModifyRecipients(const Operation &operation, IMessage *pMessage, ADRLIST *pRecipients);
 // A file to be attached, for reading.
-HRESULT OpenSource(const Operation &operation, const tstring &szFile, std::atomic<LONG> &counter,
-                   Counted<IStream> &source);
+HRESULT OpenSource(const CountedOperation &operation, const tstring &szFile, Counted<IStream> &source);
 // The message stays open for changes.
 HRESULT SaveMessage(const Operation &operation, IMessage *pMessage);
 HRESULT SubmitMessage(const Operation &operation, IMessage *pMessage);

@@ -49,18 +49,17 @@ const char *PrivateText(const OutgoingEmail &email)
 
 // A plain message without voice details. What fails leaves a message that was never saved and goes with its last
 // reference.
-HRESULT Send(CMAPIImpl &session, const Operation &operation, IMsgStore *pIMsgStore, const OutgoingEmail &email,
+HRESULT Send(CMAPIImpl &session, const CountedOperation &operation, IMsgStore *pIMsgStore, const OutgoingEmail &email,
              const VoiceDetails *pVoice)
 {
     if (!pIMsgStore)
         return NoStore(operation);
-    std::atomic<LONG> &counter = session.OpenObjects();
     Outbox outbox;
-    HRESULT hr = OpenOutbox(operation, pIMsgStore, counter, outbox);
+    HRESULT hr = OpenOutbox(operation, pIMsgStore, outbox);
     if (FAILED(hr))
         return hr;
     Counted<IMessage> message;
-    hr = CreateMessage(operation, outbox, counter, message);
+    hr = CreateMessage(operation, outbox, message);
     if (FAILED(hr))
         return hr;
 
@@ -80,7 +79,7 @@ HRESULT Send(CMAPIImpl &session, const Operation &operation, IMsgStore *pIMsgSto
         return hr;
 
     if (!email.strFile.empty()) {
-        hr = OpenSource(operation, email.strFile, counter, source);
+        hr = OpenSource(operation, email.strFile, source);
         if (SUCCEEDED(hr))
             hr = session.AttachFile(message.get(), source.get(), email.strFile.c_str(), email.strFilename.c_str());
         if (FAILED(hr))
@@ -90,7 +89,7 @@ HRESULT Send(CMAPIImpl &session, const Operation &operation, IMsgStore *pIMsgSto
     hr = SubmitMessage(operation, message.get());
     if (SUCCEEDED(hr) && pVoice)
         // No blank before the bracket, as the contract has it.
-        operation.State("Message submitted successfully.[%ld]", counter.load());
+        operation.State("Message submitted successfully.[%ld]", operation.OpenObjects().load());
     return hr;
 }
 
@@ -110,27 +109,27 @@ HRESULT CMAPIImpl::SendUMEmail(const OutgoingEmail &email, const VoiceDetails &v
 
 HRESULT CMAPIImpl::SendEmail(IMsgStore *pIMsgStore, const OutgoingEmail &email)
 {
-    Operation operation("CMAPIImpl::SendEmail",
-                        "pIMsgStore: %p, m_TargetAlias: \"%s\", szSubject: \"%s\", szBody: \"%s\"%s%s, szFile: \"%s\", "
-                        "szFilename: \"%s\"",
-                        static_cast<void *>(pIMsgStore), email.m_TargetAlias.c_str(), email.strSubject.c_str(),
-                        email.strBody.c_str(), UrgentText(email), PrivateText(email), email.strFile.c_str(),
-                        email.strFilename.c_str());
-    operation.ShowCounter(OpenObjects(), kAtEntryCapital, kAtExitCapital);
+    CountedOperation operation(
+        OpenObjects(), "CMAPIImpl::SendEmail",
+        "pIMsgStore: %p, m_TargetAlias: \"%s\", szSubject: \"%s\", szBody: \"%s\"%s%s, szFile: \"%s\", "
+        "szFilename: \"%s\"",
+        static_cast<void *>(pIMsgStore), email.m_TargetAlias.c_str(), email.strSubject.c_str(), email.strBody.c_str(),
+        UrgentText(email), PrivateText(email), email.strFile.c_str(), email.strFilename.c_str());
+    operation.ShowCounter(kAtEntryCapital, kAtExitCapital);
     return Send(*this, operation, pIMsgStore, email, nullptr);
 }
 
 HRESULT CMAPIImpl::SendUMEmail(IMsgStore *pIMsgStore, const OutgoingEmail &email, const VoiceDetails &voice)
 {
-    Operation operation("CMAPIImpl::SendUMEmail",
-                        "pIMsgStore: %p, m_TargetAlias: \"%s\", szSubject: \"%s\", szBody: \"%s\"%s%s, szFile: \"%s\", "
-                        // Number and order without quotes, as the contract has it.
-                        "szFilename: \"%s\", lSecs: %ld, szNumber: %s, szName: \"%s\", szOrder: %s, offset: %ld, "
-                        "ulMsgReceived: %lu",
-                        static_cast<void *>(pIMsgStore), email.m_TargetAlias.c_str(), email.strSubject.c_str(),
-                        email.strBody.c_str(), UrgentText(email), PrivateText(email), email.strFile.c_str(),
-                        email.strFilename.c_str(), voice.lSecs, voice.strNumber.c_str(), voice.strName.c_str(),
-                        voice.strOrder.c_str(), voice.offset, voice.ulMsgReceived);
-    operation.ShowCounter(OpenObjects(), kAtEntry, kAtExitCapital);
+    CountedOperation operation(
+        OpenObjects(), "CMAPIImpl::SendUMEmail",
+        "pIMsgStore: %p, m_TargetAlias: \"%s\", szSubject: \"%s\", szBody: \"%s\"%s%s, szFile: \"%s\", "
+        // Number and order without quotes, as the contract has it.
+        "szFilename: \"%s\", lSecs: %ld, szNumber: %s, szName: \"%s\", szOrder: %s, offset: %ld, "
+        "ulMsgReceived: %lu",
+        static_cast<void *>(pIMsgStore), email.m_TargetAlias.c_str(), email.strSubject.c_str(), email.strBody.c_str(),
+        UrgentText(email), PrivateText(email), email.strFile.c_str(), email.strFilename.c_str(), voice.lSecs,
+        voice.strNumber.c_str(), voice.strName.c_str(), voice.strOrder.c_str(), voice.offset, voice.ulMsgReceived);
+    operation.ShowCounter(kAtEntry, kAtExitCapital);
     return Send(*this, operation, pIMsgStore, email, &voice);
 }

@@ -192,14 +192,15 @@ HRESULT QueryDay(const Operation &operation, IMAPITable *pTable, const Columns &
 HRESULT CMAPIImpl::ObtainCalendarEvents(IMsgStore *pIMsgStore, const tstring &szDate,
                                         std::vector<CalendarEvent> &events)
 {
-    const Operation operation("CMAPIImpl::ObtainCalendarEvents", "pIMsgStore: %p, szDate: \"%s\", ...",
-                              static_cast<void *>(pIMsgStore), szDate.c_str());
+    const CountedOperation operation(OpenObjects(), "CMAPIImpl::ObtainCalendarEvents",
+                                     "pIMsgStore: %p, szDate: \"%s\", ...", static_cast<void *>(pIMsgStore),
+                                     szDate.c_str());
     return operation.Stage([&]() -> HRESULT {
         if (!pIMsgStore)
             return NoStore(operation);
         events.clear();
         ReceiveFolder inbox;
-        HRESULT hr = OpenReceiveFolder(operation, pIMsgStore, OpenObjects(), inbox);
+        HRESULT hr = OpenReceiveFolder(operation, pIMsgStore, inbox);
         if (FAILED(hr))
             return hr;
 
@@ -223,11 +224,12 @@ HRESULT CMAPIImpl::ScanCalendarFolder(IMsgStore *pIMsgStore, ULONG cbEntryID, co
 {
     const StoreEntry calendar(pIMsgStore, cbEntryID, lpEntryID);
     // The entry ID without quotes, as the contract has it.
-    const Operation operation("CMAPIImpl::ScanCalendarFolder", "pIMsgStore: %p, EntryID: %s, szDate: \"%s\", ...",
-                              static_cast<void *>(calendar.pIMsgStore), calendar.Text().c_str(), szDate.c_str());
+    const CountedOperation operation(OpenObjects(), "CMAPIImpl::ScanCalendarFolder",
+                                     "pIMsgStore: %p, EntryID: %s, szDate: \"%s\", ...",
+                                     static_cast<void *>(calendar.pIMsgStore), calendar.Text().c_str(), szDate.c_str());
     return operation.Stage([&]() -> HRESULT {
         Counted<IMAPIFolder> folder;
-        HRESULT hr = OpenCounted(operation, calendar, &IID_IMAPIFolder, MAPI_BEST_ACCESS, OpenObjects(),
+        HRESULT hr = OpenCounted(operation, calendar, &IID_IMAPIFolder, MAPI_BEST_ACCESS,
                                  // "Calender", as the contract has it.
                                  "trying to access and open the Calender folder.", folder);
         if (FAILED(hr))

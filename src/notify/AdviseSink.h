@@ -4,10 +4,12 @@
 // at once on several and while the sink is being ended on another one; no lock is held while it counts and calls, so a
 // callback may end the very sink that calls it. The callback is only ever cleared, never set again.
 #pragma once
+#include "OrlMapi32.h"
+#include "common/base/Owners.h"
 #include "common/text/tstring.h"
-#include "notify/VoiceMailTables.h"
-#include "session/CMAPIImpl.h"
 #include <atomic>
+
+class Operation;
 
 class CAdviseSink : public IMAPIAdviseSink
 {

@@ -1,5 +1,6 @@
 // One lock guards the sinks and the notifications that are at work; it is never held while MAPI or the host is called.
 #include "notify/SinkRegistry.h"
+#include "session/CMAPIImpl.h"
 #include <algorithm>
 
 namespace

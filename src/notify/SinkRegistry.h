@@ -2,8 +2,10 @@
 // given it out; and the notifications that are at work. Sink values come back from the host: only one that stands here
 // is a sink, and whoever removes it ends it, so that no sink is ended twice. Any thread.
 #pragma once
-#include "session/CMAPIImpl.h"
 #include <thread>
+
+class CAdviseSink;
+class CMAPIImpl;
 
 class SinkRegistry
 {

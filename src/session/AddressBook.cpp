@@ -1,4 +1,5 @@
 #include "session/AddressBook.h"
+#include "common/mapi/Operation.h"
 #include <cstring>
 
 namespace

@@ -2,7 +2,8 @@
 // name, and its HRESULT is given back.
 #pragma once
 #include "common/base/Owners.h"
-#include "common/mapi/Operation.h"
+
+class Operation;
 
 HRESULT OpenAddressBook(const Operation &op, IMAPISession *pSession, ComPtr<IAddrBook> &addressBook);
 

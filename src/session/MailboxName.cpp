@@ -1,6 +1,7 @@
 // The identity behind a mailbox name: a walk of the global address list for an Exchange entry that resembles the name,
 // and MAPI's own name resolution where there is none.
 #include "common/mapi/MapiArguments.h"
+#include "common/mapi/Operation.h"
 #include "common/mapi/Restriction.h"
 #include "common/text/Multibyte.h"
 #include "session/AddressBook.h"

@@ -1,4 +1,5 @@
 // A text of recipients, separated by semicolons, as an address list that MAPI has resolved.
+#include "common/mapi/Operation.h"
 #include "session/AddressBook.h"
 #include "session/CMAPIImpl.h"
 #include <cstdlib>

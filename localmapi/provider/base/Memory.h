@@ -2,6 +2,8 @@
 // it. Roots are registered, so that a pointer that is no live root (a child, a block already freed, foreign memory) is
 // recognised instead of believed. Every function may be called by any thread.
 #pragma once
+#include "platform/com/Owner.h"
+
 #include <cstddef>
 #include <cstring>
 #include <mapiutil.h>
@@ -10,7 +12,6 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
-#include <utility>
 
 namespace localmapi
 {
@@ -32,40 +33,13 @@ LONG LiveBlocks() noexcept;
 // negative number ends that. For tests that sweep over failures.
 void FailAllocation(LONG after, bool fromThereOn = false) noexcept;
 
-// One root block, freed at the end of the scope unless handed over.
-template <class T> class Block
+template <class T> void FreeBlock(T *block)
 {
-  public:
-    Block() = default;
-    explicit Block(T *held) noexcept : m_held(held) {}
-    Block(Block &&other) noexcept : m_held(other.release()) {}
-    Block &operator=(Block &&other) noexcept
-    {
-        if (this != &other)
-            reset(other.release());
-        return *this;
-    }
-    ~Block() { reset(); }
+    FreeBuffer(block);
+}
 
-    T *get() const noexcept { return m_held; }
-    T *operator->() const noexcept { return m_held; }
-    T &operator[](std::size_t index) const noexcept { return m_held[index]; }
-    explicit operator bool() const noexcept { return m_held != nullptr; }
-    T **put() noexcept
-    {
-        reset();
-        return &m_held;
-    }
-    T *release() noexcept { return std::exchange(m_held, nullptr); }
-    void reset(T *held = nullptr) noexcept
-    {
-        if (T *old = std::exchange(m_held, held))
-            FreeBuffer(old);
-    }
-
-  private:
-    T *m_held = nullptr;
-};
+// One root block, freed at the end of the scope unless handed over.
+template <class T> using Block = Owner<T, FreeBlock<T>>;
 
 // Zero-filled memory; std::bad_alloc when there is none.
 void *AllocateRootBytes(std::size_t size);

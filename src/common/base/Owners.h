@@ -2,45 +2,11 @@
 // session's open-object counter.
 #pragma once
 #include "platform/com/ComPtr.h"
+#include "platform/com/Owner.h"
 #include <atomic>
 #include <mapiutil.h>
 #include <mapix.h>
 #include <utility>
-
-// One thing acquired through an out pointer and given back by a function: put() gives back what is held before it
-// hands out its address.
-template <class T, void (*Close)(T *)> class Owner
-{
-  public:
-    Owner() = default;
-    explicit Owner(T *held) noexcept : m_held(held) {}
-    Owner(Owner &&other) noexcept : m_held(other.release()) {}
-    Owner &operator=(Owner &&other) noexcept
-    {
-        if (this != &other)
-            reset(other.release());
-        return *this;
-    }
-    ~Owner() { reset(); }
-
-    T *get() const noexcept { return m_held; }
-    T *operator->() const noexcept { return m_held; }
-    explicit operator bool() const noexcept { return m_held != nullptr; }
-    T **put() noexcept
-    {
-        reset();
-        return &m_held;
-    }
-    T *release() noexcept { return std::exchange(m_held, nullptr); }
-    void reset(T *held = nullptr) noexcept
-    {
-        if (T *old = std::exchange(m_held, held))
-            Close(old);
-    }
-
-  private:
-    T *m_held = nullptr;
-};
 
 template <class T> void FreeMapiBuffer(T *block)
 {

@@ -28,7 +28,7 @@ struct AttachmentChanges {
     std::int32_t number = 0; // chosen by the caller
     bool remove = false;
     Changes properties;
-    std::shared_ptr<MessageChanges> embedded; // the message it holds: made when it has none yet, else changed
+    std::shared_ptr<const MessageChanges> embedded; // the message it holds: made when it has none yet, else changed
 };
 
 struct MessageChanges {

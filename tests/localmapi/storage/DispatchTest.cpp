@@ -28,8 +28,9 @@ class DispatchTest : public SiteTest
         AttachmentChanges held;
         held.number = 4;
         held.properties.set = {{kAttachName, std::string("held")}};
-        held.embedded = std::make_shared<MessageChanges>();
-        held.embedded->properties.set = {{kSubject, std::string("within")}, {kBody, std::string(9000, 'e')}};
+        MessageChanges within;
+        within.properties.set = {{kSubject, std::string("within")}, {kBody, std::string(9000, 'e')}};
+        held.embedded = std::make_shared<MessageChanges>(within);
         content.attachments = {recording, held};
         return content;
     }

@@ -36,9 +36,10 @@ class ObjectsTest : public SiteTest
         content.recipients = std::vector<PropertyBag>{named("Ann"), named("Bob")};
         content.attachments = {attachment(0, "a"), attachment(4, "big", Bytes(600000, 9))};
         AttachmentChanges embedding = attachment(7, "embedded");
-        embedding.embedded = std::make_shared<MessageChanges>(message("inner", {{kImportance, std::int32_t{1}}}));
-        embedding.embedded->attachments = {attachment(0, "innermost", Bytes(20000, 3))};
-        embedding.embedded->recipients = std::vector<PropertyBag>{named("Inner")};
+        MessageChanges inner = message("inner", {{kImportance, std::int32_t{1}}});
+        inner.attachments = {attachment(0, "innermost", Bytes(20000, 3))};
+        inner.recipients = std::vector<PropertyBag>{named("Inner")};
+        embedding.embedded = std::make_shared<MessageChanges>(inner);
         content.attachments.push_back(embedding);
         return content;
     }
@@ -130,8 +131,9 @@ TEST_F(ObjectsTest, ChangesSetAndRemoveInOneStep)
     changes.properties.remove = {kBody, kImportance, kClientSubmitTime, MakeTag(0x7FFF, Type::Int32)};
     changes.recipients = std::vector<PropertyBag>{named("Carol")};
     AttachmentChanges change = attachment(4, "small", Bytes{5});
-    AttachmentChanges embedded{7, false, {}, std::make_shared<MessageChanges>()};
-    embedded.embedded->properties.set.Set(kSubject, std::string("inner 2"));
+    MessageChanges inner;
+    inner.properties.set.Set(kSubject, std::string("inner 2"));
+    const AttachmentChanges embedded{7, false, {}, std::make_shared<MessageChanges>(inner)};
     changes.attachments = {{0, true, {}, nullptr}, change, attachment(9, "new"), embedded};
     ChangeNumber number = objects.ChangeMessage(id, changes);
     EXPECT_EQ(objects.Info(id).change, number);

@@ -78,20 +78,6 @@ void Attachment::AddComputed(PropertyBag &bag)
     AddAttachmentProperties(*m_store, m_number, m_writable, bag);
 }
 
-PropertyBag Attachment::Load()
-{
-    PropertyBag bag = Stored(nullptr);
-    AddComputed(bag);
-    return bag;
-}
-
-PropertyBag Attachment::ReadSome(const std::vector<storage::Tag> &tags)
-{
-    PropertyBag bag = Stored(&tags);
-    AddComputed(bag);
-    return bag;
-}
-
 bool Attachment::IsComputed(storage::Tag tag)
 {
     switch (PROP_ID(tag)) {

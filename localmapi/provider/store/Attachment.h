@@ -23,8 +23,8 @@ class Attachment final : public StoredObject<IAttach>
     storage::ObjectId StoredEmbedded();
 
   protected:
-    storage::PropertyBag Load() REQUIRES(m_lock) override;
-    storage::PropertyBag ReadSome(const std::vector<storage::Tag> &tags) REQUIRES(m_lock) override;
+    storage::PropertyBag Stored(const std::vector<storage::Tag> *tags) REQUIRES(m_lock) override;
+    void AddComputed(storage::PropertyBag &bag) REQUIRES(m_lock) override;
     void Change(const storage::PropertyBag &set, const std::vector<storage::Tag> &remove) REQUIRES(m_lock) override;
     bool IsComputed(storage::Tag tag) REQUIRES(m_lock) override;
     void Copy(CopyJob &job) override;
@@ -32,9 +32,7 @@ class Attachment final : public StoredObject<IAttach>
     HRESULT Save(ULONG flags) REQUIRES(m_lock) override;
 
   private:
-    storage::PropertyBag Stored(const std::vector<storage::Tag> *tags) REQUIRES(m_lock);
     void OpenEmbedded(ULONG flags, const IID &iid, IUnknown **object) REQUIRES(m_lock);
-    void AddComputed(storage::PropertyBag &bag) REQUIRES(m_lock);
 
     const ComPtr<Message> m_message;
     const std::int32_t m_number;

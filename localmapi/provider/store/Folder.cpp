@@ -68,20 +68,6 @@ void Folder::AddComputed(PropertyBag &bag)
         bag.Erase(own);
 }
 
-PropertyBag Folder::Load()
-{
-    PropertyBag bag = Stored(nullptr);
-    AddComputed(bag);
-    return bag;
-}
-
-PropertyBag Folder::ReadSome(const std::vector<storage::Tag> &tags)
-{
-    PropertyBag bag = Stored(&tags);
-    AddComputed(bag);
-    return bag;
-}
-
 bool Folder::IsComputed(storage::Tag tag)
 {
     switch (PROP_ID(tag)) {

@@ -44,8 +44,8 @@ class Folder final : public StoredObject<IMAPIFolder>
     STDMETHODIMP EmptyFolder(ULONG ulUIParam, LPMAPIPROGRESS lpProgress, ULONG ulFlags) override;
 
   protected:
-    storage::PropertyBag Load() REQUIRES(m_lock) override;
-    storage::PropertyBag ReadSome(const std::vector<storage::Tag> &tags) REQUIRES(m_lock) override;
+    storage::PropertyBag Stored(const std::vector<storage::Tag> *tags) REQUIRES(m_lock) override;
+    void AddComputed(storage::PropertyBag &bag) REQUIRES(m_lock) override;
     void Change(const storage::PropertyBag &set, const std::vector<storage::Tag> &remove) REQUIRES(m_lock) override;
     bool IsComputed(storage::Tag tag) REQUIRES(m_lock) override;
     storage::PropertyBag Copyable() REQUIRES(m_lock) override;
@@ -61,8 +61,6 @@ class Folder final : public StoredObject<IMAPIFolder>
     Selection MessagesOf(const ENTRYLIST *list);
     storage::ObjectId MessageHere(ULONG size, const ENTRYID *entry);
     storage::ObjectId DestinationOf(LPCIID iid, void *folder);
-    storage::PropertyBag Stored(const std::vector<storage::Tag> *tags) REQUIRES(m_lock);
-    void AddComputed(storage::PropertyBag &bag) REQUIRES(m_lock);
     void CopyContents(const storage::Container &container, storage::ObjectId to);
     void GiveContents(ULONG flags, IMAPITable **table);
     void GiveHierarchy(ULONG flags, IMAPITable **table);

@@ -135,22 +135,13 @@ void Message::AddComputed(PropertyBag &bag)
         bag.Erase(own);
 }
 
-PropertyBag Message::Load()
-{
-    PropertyBag bag = Stored(nullptr);
-    AddComputed(bag);
-    return bag;
-}
-
 PropertyBag Message::ReadSome(const std::vector<storage::Tag> &tags)
 {
     std::vector<storage::Tag> read = tags;
     const auto asksFor = [&](storage::Tag tag) { return std::find(tags.begin(), tags.end(), tag) != tags.end(); };
     if (asksFor(PR_NORMALIZED_SUBJECT_W) || asksFor(PR_SUBJECT_PREFIX_W))
         read.insert(read.end(), {PR_SUBJECT_W, PR_SUBJECT_PREFIX_W, PR_NORMALIZED_SUBJECT_W});
-    PropertyBag bag = Stored(&read);
-    AddComputed(bag);
-    return bag;
+    return StoredObject::ReadSome(read);
 }
 
 // --- changing ---

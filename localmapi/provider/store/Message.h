@@ -38,7 +38,8 @@ class Message final : public StoredObject<IMessage>
     void TakeAttachment(const storage::AttachmentChanges &draft);
 
   protected:
-    storage::PropertyBag Load() REQUIRES(m_lock) override;
+    storage::PropertyBag Stored(const std::vector<storage::Tag> *tags) REQUIRES(m_lock) override;
+    void AddComputed(storage::PropertyBag &bag) REQUIRES(m_lock) override;
     storage::PropertyBag ReadSome(const std::vector<storage::Tag> &tags) REQUIRES(m_lock) override;
     void Change(const storage::PropertyBag &set, const std::vector<storage::Tag> &remove) REQUIRES(m_lock) override;
     bool IsComputed(storage::Tag tag) REQUIRES(m_lock) override;
@@ -50,8 +51,6 @@ class Message final : public StoredObject<IMessage>
   private:
     bool IsEmbedded() const { return static_cast<bool>(m_holder); }
     void BeginNew(bool associated) REQUIRES(m_lock);
-    storage::PropertyBag Stored(const std::vector<storage::Tag> *tags) REQUIRES(m_lock);
-    void AddComputed(storage::PropertyBag &bag) REQUIRES(m_lock);
     void FollowSubject() REQUIRES(m_lock);
     void FollowRecipients() REQUIRES(m_lock);
     std::vector<storage::ObjectInfo> StoredAttachments() REQUIRES(m_lock);

@@ -73,18 +73,10 @@ void Store::AddComputed(PropertyBag &bag)
         bag.Erase(own);
 }
 
-PropertyBag Store::Load()
+PropertyBag Store::Stored(const std::vector<storage::Tag> *tags)
 {
-    PropertyBag bag = m_store->objects.Read(m_store->mailbox.id);
-    AddComputed(bag);
-    return bag;
-}
-
-PropertyBag Store::ReadSome(const std::vector<storage::Tag> &tags)
-{
-    PropertyBag bag = m_store->objects.Read(m_store->mailbox.id, tags);
-    AddComputed(bag);
-    return bag;
+    const storage::ObjectId id = m_store->mailbox.id;
+    return tags ? m_store->objects.Read(id, *tags) : m_store->objects.Read(id);
 }
 
 bool Store::IsComputed(storage::Tag tag)

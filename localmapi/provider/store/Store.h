@@ -40,14 +40,13 @@ class Store final : public StoredObject<IMsgStore, IExchangeManageStore>
     STDMETHODIMP GetPublicFolderTable(LPSTR lpszServerName, LPMAPITABLE *lppTable, ULONG ulFlags) override;
 
   protected:
-    storage::PropertyBag Load() REQUIRES(m_lock) override;
-    storage::PropertyBag ReadSome(const std::vector<storage::Tag> &tags) REQUIRES(m_lock) override;
+    storage::PropertyBag Stored(const std::vector<storage::Tag> *tags) REQUIRES(m_lock) override;
+    void AddComputed(storage::PropertyBag &bag) REQUIRES(m_lock) override;
     void Change(const storage::PropertyBag &set, const std::vector<storage::Tag> &remove) REQUIRES(m_lock) override;
     bool IsComputed(storage::Tag tag) REQUIRES(m_lock) override;
 
   private:
     std::vector<ReceiveFolder> ReceiveFolders() const;
-    void AddComputed(storage::PropertyBag &bag) REQUIRES(m_lock);
 };
 
 } // namespace localmapi

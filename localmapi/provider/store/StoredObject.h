@@ -131,8 +131,17 @@ template <class Interface, class... More> class StoredObject : public PropObject
   protected:
     StoredObject(StorePtr store, bool writable) : m_store(std::move(store)), m_writable(writable) {}
 
-    // Called under the lock; all may throw. At least the properties with these tags, or everything.
-    virtual storage::PropertyBag ReadSome(const std::vector<storage::Tag> &tags) REQUIRES(m_lock) = 0;
+    // Called under the lock; all may throw. What is stored, with the changes on top that are not saved yet: at least
+    // the properties with these tags, or everything.
+    virtual storage::PropertyBag Stored(const std::vector<storage::Tag> *tags) REQUIRES(m_lock) = 0;
+    // Adds what follows from what the object is.
+    virtual void AddComputed(storage::PropertyBag &bag) REQUIRES(m_lock) = 0;
+    // Both together, as clients see them.
+    storage::PropertyBag Load() REQUIRES(m_lock) override { return Computed(Stored(nullptr)); }
+    virtual storage::PropertyBag ReadSome(const std::vector<storage::Tag> &tags) REQUIRES(m_lock)
+    {
+        return Computed(Stored(&tags));
+    }
     virtual HRESULT Save(ULONG) REQUIRES(m_lock) { return S_OK; }
     // Takes over what was written to streams that are still open. Called under no lock.
     HRESULT CommitStreams() { return m_streams.Commit(); }
@@ -189,6 +198,11 @@ template <class Interface, class... More> class StoredObject : public PropObject
     bool m_writable GUARDED_BY(m_lock);
 
   private:
+    storage::PropertyBag Computed(storage::PropertyBag bag) REQUIRES(m_lock)
+    {
+        AddComputed(bag);
+        return bag;
+    }
     HRESULT CopyAs(const CopyJob::Arguments &arguments, SPropProblemArray **problems)
     {
         if (problems)

@@ -30,13 +30,8 @@ class AddressBook final : public PropObject<IAddrBook>
     STDMETHODIMP CompareEntryIDs(ULONG leftSize, LPENTRYID left, ULONG rightSize, LPENTRYID right, ULONG flags,
                                  ULONG *same) override
     {
-        return Run("IAddrBook::CompareEntryIDs", [&]() -> HRESULT {
-            Require(same != nullptr, "where the result goes");
-            *same = FALSE;
-            RequireFlags(flags, 0);
-            *same = CompareEntries(m_session, leftSize, left, rightSize, right) ? TRUE : FALSE;
-            return S_OK;
-        });
+        return Run("IAddrBook::CompareEntryIDs",
+                   [&] { return CompareEntries(m_session, leftSize, left, rightSize, right, flags, same); });
     }
     STDMETHODIMP Advise(ULONG, LPENTRYID, ULONG, LPMAPIADVISESINK, ULONG *) override
     {

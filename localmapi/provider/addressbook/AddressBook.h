@@ -14,8 +14,10 @@ IAddrBook *MakeAddressBook(const Session &session);
 HRESULT OpenAddressEntry(const Session &session, ULONG size, const ENTRYID *entry, LPCIID iid, ULONG flags, ULONG *type,
                          IUnknown **object);
 
-// Whether two entry IDs of this site, of whatever kind, name one object. Throws Failure.
-bool CompareEntries(const Session &session, ULONG leftSize, const ENTRYID *left, ULONG rightSize, const ENTRYID *right);
+// CompareEntryIDs, the session's and the address book's: whether two entry IDs of this site, of whatever kind, name one
+// object. Throws Failure.
+HRESULT CompareEntries(const Session &session, ULONG leftSize, const ENTRYID *left, ULONG rightSize,
+                       const ENTRYID *right, ULONG flags, ULONG *same);
 
 // MAPI_E_END_OF_SESSION once the session is logged off. Throws Failure.
 void RequireLoggedOn(const Session &session);

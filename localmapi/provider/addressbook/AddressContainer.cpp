@@ -193,9 +193,14 @@ HRESULT OpenAddressEntry(const Session &session, ULONG size, const ENTRYID *entr
     return S_OK;
 }
 
-bool CompareEntries(const Session &session, ULONG leftSize, const ENTRYID *left, ULONG rightSize, const ENTRYID *right)
+HRESULT CompareEntries(const Session &session, ULONG leftSize, const ENTRYID *left, ULONG rightSize,
+                       const ENTRYID *right, ULONG flags, ULONG *same)
 {
-    return SameObject(ParseEntryId(session->uid, leftSize, left), ParseEntryId(session->uid, rightSize, right));
+    Require(same != nullptr, "where the result goes");
+    *same = FALSE;
+    RequireFlags(flags, 0);
+    *same = SameObject(ParseEntryId(session->uid, leftSize, left), ParseEntryId(session->uid, rightSize, right));
+    return S_OK;
 }
 
 void RequireLoggedOn(const Session &session)

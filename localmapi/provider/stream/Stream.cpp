@@ -290,15 +290,19 @@ ComPtr<IStream> MakeStream(StreamSettings settings)
     const std::uint64_t place = settings.append && settings.content ? settings.content->size() : 0;
     OpenStreams *opened = settings.commit ? settings.opened : nullptr;
     auto content = std::make_shared<Content>(std::move(settings));
+    ComPtr<IStream> stream;
     try {
+        stream = ComPtr<IStream>(MakeObject<PropertyStream>(content, place).release());
+        // Last: from here on the object's SaveChanges may reach the content from another thread.
         if (opened)
             opened->Add(content);
-        return ComPtr<IStream>(MakeObject<PropertyStream>(content, place).release());
     } catch (...) {
-        // There was no stream: nothing is to be committed.
+        // There is no stream: nothing is to be committed.
+        const locks::Hold hold(content->lock);
         content->Revert();
         throw;
     }
+    return stream;
 }
 
 std::shared_ptr<const storage::Stream> StreamOfBytes(storage::Bytes bytes)

@@ -27,7 +27,8 @@ struct TableNotice {
     ULONG columns = 0;
 };
 
-// Guards who is advised, in all tables, and what the notifier knows of it. Held while nothing is called that may wait.
+// Guards who is advised, in all tables, and what the notifier knows of it. Nothing that may wait, and no client, is
+// called while it is held.
 locks::Mutex &NotifierLock();
 
 // The advises of one table. For any thread.

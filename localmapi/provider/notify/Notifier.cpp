@@ -13,9 +13,8 @@ locks::Mutex &NotifierLock()
     return *lock;
 }
 
-Notifier::SinkPtr Notifier::Enter(const AdvisesPtr &advises, IMAPIAdviseSink *sink, std::int64_t from)
+void Notifier::Enter(const AdvisesPtr &advises, const SinkPtr &advised)
 {
-    auto advised = std::make_shared<Advises::AdvisedSink>(m_next, sink, from);
     advises->m_sinks.reserve(advises->m_sinks.size() + 1);
     if (advises->m_sinks.empty()) {
         m_tables.push_back(advises);
@@ -24,23 +23,25 @@ Notifier::SinkPtr Notifier::Enter(const AdvisesPtr &advises, IMAPIAdviseSink *si
     advises->m_sinks.push_back(advised);
     advises->m_due = m_anyDue = true;
     ++m_generation;
+    advised->number = m_next;
     m_next = m_next == std::numeric_limits<ULONG>::max() ? 1 : m_next + 1;
     if (m_signal)
         m_signal->Wake();
-    return advised;
 }
 
 ULONG Notifier::Advise(const AdvisesPtr &advises, IMAPIAdviseSink *sink, std::int64_t from)
 {
+    // The client's methods, also those that count references, are called under no lock.
+    const auto advised = std::make_shared<Advises::AdvisedSink>(sink, from);
     if (IsThisThread()) {
         const locks::Hold hold(NotifierLock());
-        return Enter(advises, sink, from)->number;
+        Enter(advises, advised);
+        return advised->number;
     }
     const locks::Hold starting(m_startStop);
-    SinkPtr advised;
     {
         const locks::Hold hold(NotifierLock());
-        advised = Enter(advises, sink, from);
+        Enter(advises, advised);
         if (m_alive)
             return advised->number;
     }
@@ -55,7 +56,7 @@ ULONG Notifier::Advise(const AdvisesPtr &advises, IMAPIAdviseSink *sink, std::in
     return advised->number;
 }
 
-// Under m_startStop; the thread that ran before has come to its end.
+// The thread that ran before has come to its end.
 void Notifier::Start()
 {
     if (m_thread.joinable())

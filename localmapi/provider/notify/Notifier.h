@@ -12,16 +12,15 @@ namespace localmapi
 {
 
 struct Advises::AdvisedSink {
-    AdvisedSink(ULONG given, IMAPIAdviseSink *called, std::int64_t after)
-        : number(given), sink(Share<IMAPIAdviseSink>(called)), from(after)
-    {
-    }
-    const ULONG number;
+    AdvisedSink(IMAPIAdviseSink *called, std::int64_t after) : sink(Share<IMAPIAdviseSink>(called)), from(after) {}
+
+    ULONG number = 0; // given once, when it is entered
+    // The notifier's thread uses it without a lock while it is the running one; who ends an advise takes it after that.
     ComPtr<IMAPIAdviseSink> sink;
     std::int64_t from; // on the notifier's thread only
     bool ended GUARDED_BY(NotifierLock()) = false;
-    bool endedByItself GUARDED_BY(NotifierLock()) =
-        false; // the notifier's thread lets go of the sink when it has returned
+    // The notifier's thread lets go of the sink when it has returned.
+    bool endedByItself GUARDED_BY(NotifierLock()) = false;
 };
 
 class Notifier
@@ -34,9 +33,10 @@ class Notifier
         return *notifier;
     }
 
-    ULONG Advise(const std::shared_ptr<Advises> &advises, IMAPIAdviseSink *sink, std::int64_t from);
-    bool Unadvise(Advises &advises, ULONG number);
-    void End(Advises &advises) noexcept;
+    ULONG Advise(const std::shared_ptr<Advises> &advises, IMAPIAdviseSink *sink, std::int64_t from)
+        EXCLUDES(NotifierLock());
+    bool Unadvise(Advises &advises, ULONG number) EXCLUDES(NotifierLock());
+    void End(Advises &advises) noexcept EXCLUDES(NotifierLock());
     bool Any(const Advises &advises)
     {
         const locks::Hold hold(NotifierLock());
@@ -73,7 +73,7 @@ class Notifier
     using Sites = std::map<storage::Database *, SiteState>;
 
     void Start() REQUIRES(m_startStop);
-    SinkPtr Enter(const AdvisesPtr &advises, IMAPIAdviseSink *sink, std::int64_t from) REQUIRES(NotifierLock());
+    void Enter(const AdvisesPtr &advises, const SinkPtr &advised) REQUIRES(NotifierLock());
     void Finish(const SinkPtr &advised) noexcept REQUIRES(NotifierLock());
     void Drop(Advises &advises) REQUIRES(NotifierLock());
     void StopIfNobodyListens() noexcept;

@@ -6,6 +6,14 @@
 namespace localmapi
 {
 
+namespace
+{
+struct OpenSites {
+    locks::Mutex lock;
+    std::map<std::string, std::weak_ptr<storage::Site>> byPath GUARDED_BY(lock);
+};
+} // namespace
+
 std::string FindSiteFile()
 {
     if (auto path = places::FromEnvironment())
@@ -17,13 +25,13 @@ std::string FindSiteFile()
 
 std::shared_ptr<storage::Site> OpenSite(const std::string &path)
 {
-    static locks::Mutex lock;
-    static std::map<std::string, std::weak_ptr<storage::Site>> open;
-    const locks::Hold hold(lock);
-    if (auto site = open[path].lock())
+    static OpenSites sites;
+    const locks::Hold hold(sites.lock);
+    std::weak_ptr<storage::Site> &known = sites.byPath[path];
+    if (auto site = known.lock())
         return site;
     auto site = std::make_shared<storage::Site>(storage::Site::Open(path));
-    open[path] = site;
+    known = site;
     return site;
 }
 

@@ -1,14 +1,15 @@
 // Ticks, the clock, the system's version.
+#include "file_time.h"
 #include <cstdio>
 #include <sys/utsname.h>
-#include <time.h>
-#include <windows.h>
 
-namespace
+FILETIME FileTimeOf(const timespec &time)
 {
-// From 1601 to 1970, in units of 100 ns.
-constexpr ULONGLONG kUnixEpoch = 116444736000000000;
-} // namespace
+    constexpr ULONGLONG kUnixEpoch = 116444736000000000; // from 1601 to 1970, in units of 100 ns
+    const ULONGLONG ticks =
+        kUnixEpoch + static_cast<ULONGLONG>(time.tv_sec) * 10000000 + static_cast<ULONGLONG>(time.tv_nsec) / 100;
+    return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
+}
 
 ULONGLONG GetTickCount64()
 {
@@ -26,10 +27,7 @@ void GetSystemTimeAsFileTime(LPFILETIME lpSystemTimeAsFileTime)
 {
     timespec now;
     clock_gettime(CLOCK_REALTIME, &now);
-    const ULONGLONG ticks =
-        kUnixEpoch + static_cast<ULONGLONG>(now.tv_sec) * 10000000 + static_cast<ULONGLONG>(now.tv_nsec) / 100;
-    lpSystemTimeAsFileTime->dwLowDateTime = static_cast<DWORD>(ticks);
-    lpSystemTimeAsFileTime->dwHighDateTime = static_cast<DWORD>(ticks >> 32);
+    *lpSystemTimeAsFileTime = FileTimeOf(now);
 }
 
 void GetSystemTime(LPSYSTEMTIME lpSystemTime)

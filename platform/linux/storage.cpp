@@ -1,5 +1,6 @@
 // StgCreateDocfile: an existing file as a storage with the one stream "CONTENTS".
 #include "code_page.h"
+#include "file_time.h"
 #include "platform/locks/Mutex.h"
 #include <algorithm>
 #include <atomic>
@@ -33,13 +34,6 @@ LPOLESTR CopyName(const std::u16string &name)
     return copy;
 }
 
-FILETIME ToFileTime(const timespec &time)
-{
-    const ULONGLONG ticks = 116444736000000000ull + static_cast<ULONGLONG>(time.tv_sec) * 10000000 +
-                            static_cast<ULONGLONG>(time.tv_nsec) / 100;
-    return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
-}
-
 HRESULT StatOf(const File &file, STATSTG *target, DWORD flags, STGTY type, const std::u16string &name)
 {
     if (!target)
@@ -49,8 +43,8 @@ HRESULT StatOf(const File &file, STATSTG *target, DWORD flags, STGTY type, const
         return STG_E_READFAULT;
     *target = {};
     target->type = type;
-    target->mtime = ToFileTime(status.st_mtim);
-    target->atime = ToFileTime(status.st_atim);
+    target->mtime = FileTimeOf(status.st_mtim);
+    target->atime = FileTimeOf(status.st_atim);
     target->grfMode = STGM_READ | STGM_SHARE_EXCLUSIVE;
     if (type == STGTY_STREAM)
         target->cbSize.QuadPart = static_cast<ULONGLONG>(status.st_size);

@@ -38,8 +38,8 @@ struct Start {
     std::shared_ptr<Thread> thread;
     HANDLE closedAtEnd = nullptr;
     std::function<void()> body;
-    std::atomic<unsigned> threadId{0};
     locks::Mutex lock;
+    unsigned threadId GUARDED_BY(lock) = 0;
     locks::Condition started;
 };
 

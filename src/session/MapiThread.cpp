@@ -23,7 +23,7 @@ std::atomic<bool> g_bThreadRunning{false};
 std::atomic<bool> g_bThreadStarting{false};
 std::atomic<LONG> g_lInstances{0};
 
-// The thread waits for the event without the lock: it is there for as long as the thread is.
+// There for as long as the thread is, which has its own copy of the handle.
 HANDLE g_hStopEvent GUARDED_BY(CMAPIImpl::m_CS) = nullptr;
 HANDLE g_hThread GUARDED_BY(CMAPIImpl::m_CS) = nullptr;
 std::atomic<bool> g_bThreadEnded{false}; // tells a thread that has ended from one that has not come to its start
@@ -77,16 +77,16 @@ void DispatchWaitingMessages(const Operation &op)
 }
 
 // A quit message does not end the pump, as the contract has it: only the stop event does.
-HRESULT PumpUntilStopped(const Operation &op)
+HRESULT PumpUntilStopped(const Operation &op, HANDLE hStopEvent)
 {
-    while (MsgWaitForMultipleObjects(1, &g_hStopEvent, FALSE, INFINITE, kAllInput) == WAIT_OBJECT_0 + 1)
+    while (MsgWaitForMultipleObjects(1, &hStopEvent, FALSE, INFINITE, kAllInput) == WAIT_OBJECT_0 + 1)
         DispatchWaitingMessages(op);
     op.State("Exiting.");
     return S_OK;
 }
 
 // Nothing that goes wrong in one stage keeps the next one from running.
-void MAPIMessagePump()
+void MAPIMessagePump(HANDLE hStopEvent)
 {
     const Operation op("CMAPIImpl::MAPIMessagePump");
     bool bComInitialised = false;
@@ -96,7 +96,7 @@ void MAPIMessagePump()
     if (!g_bMapiInitialised)
         hr = op.Stage([&] { return InitialiseMapi(op); });
     if (SUCCEEDED(hr))
-        op.Stage([&] { return PumpUntilStopped(op); });
+        op.Stage([&] { return PumpUntilStopped(op, hStopEvent); });
     if (g_bMapiInitialised) {
         op.Stage([] { return MAPIUninitialize(), S_OK; });
         g_bMapiInitialised = false;
@@ -105,9 +105,9 @@ void MAPIMessagePump()
         op.Stage([] { return CoUninitialize(), S_OK; });
 }
 
-unsigned __stdcall ThreadBody(void *)
+unsigned __stdcall ThreadBody(void *hStopEvent)
 {
-    Contained({"CMAPIImpl::MAPIMessagePump", __LINE__}, MAPIMessagePump);
+    Contained({"CMAPIImpl::MAPIMessagePump", __LINE__}, [=] { MAPIMessagePump(hStopEvent); });
     g_bThreadEnded = true;
     g_bThreadRunning = false;
     return 0;
@@ -130,7 +130,7 @@ void StartThread() REQUIRES(CMAPIImpl::m_CS)
         return;
     JoinThread();
     g_bThreadEnded = false;
-    g_hThread = reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, ThreadBody, nullptr, 0, nullptr));
+    g_hThread = reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, ThreadBody, g_hStopEvent, 0, nullptr));
 }
 
 } // namespace
@@ -145,7 +145,7 @@ bool CMAPIImpl::IsService()
     return g_bService;
 }
 
-// Start and stop exclude each other, whichever thread lets the last session go. A thread that creates or frees a
+// Start and stop exclude each other, whichever thread lets the last session go. A thread that creates a
 // connection holds the lock already.
 void CMAPIImpl::Initialise(bool fService)
 {

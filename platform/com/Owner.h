@@ -1,10 +1,9 @@
-// The owner of one thing that is acquired through an out pointer and given back by a function. One owner at a time by
-// one thread.
+// The owner of one thing that is acquired through an out pointer and freed by a function. For one thread at a time.
 #pragma once
 #include <cstddef>
 #include <utility>
 
-// put() gives back what is held before it hands out its address.
+// put() frees what is held before it hands out its address.
 template <class T, void (*Close)(T *)> class Owner
 {
   public:

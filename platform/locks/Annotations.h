@@ -1,5 +1,7 @@
 // What Clang's analysis of thread safety is told: which lock guards a member, and which one a function takes, gives
-// back or expects. scripts/style runs the analysis; other compilers see nothing. The names are those of Clang's manual.
+// back or expects. scripts/style runs the analysis; other compilers see nothing. It does not read constructors,
+// destructors and handlers of exceptions, nor a call through a base class that says nothing. The names are those of
+// Clang's manual.
 #pragma once
 
 #ifdef __clang__
@@ -17,11 +19,8 @@
 #define PT_GUARDED_BY(lock) THREAD_ANNOTATION(pt_guarded_by(lock))
 
 // On functions, and on a lambda between its parameters and its body: the caller holds the lock, or must not; the
-// function takes it, gives it back, or returns it.
+// function takes it or gives it back.
 #define REQUIRES(...) THREAD_ANNOTATION(requires_capability(__VA_ARGS__))
 #define EXCLUDES(...) THREAD_ANNOTATION(locks_excluded(__VA_ARGS__))
 #define ACQUIRE(...) THREAD_ANNOTATION(acquire_capability(__VA_ARGS__))
 #define RELEASE(...) THREAD_ANNOTATION(release_capability(__VA_ARGS__))
-#define RETURN_CAPABILITY(lock) THREAD_ANNOTATION(lock_returned(lock))
-// The function's body is not analysed; a comment beside it says why it is right.
-#define NO_THREAD_SAFETY_ANALYSIS THREAD_ANNOTATION(no_thread_safety_analysis)

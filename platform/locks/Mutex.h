@@ -23,7 +23,7 @@ class CAPABILITY("mutex") Mutex
     std::mutex m_mutex;
 };
 
-// Holds a mutex, or whatever is locked by these two names, for a scope.
+// Holds a mutex, or anything else with Lock and Unlock, for a scope.
 template <class Lockable> class SCOPED_CAPABILITY Hold
 {
   public:
@@ -41,7 +41,7 @@ template <class Lockable> class SCOPED_CAPABILITY Released
 {
   public:
     explicit Released(Lockable &lock) RELEASE(lock) : m_lock(lock) { m_lock.Unlock(); }
-    ~Released() RELEASE() { m_lock.Lock(); } // of the guard's own state: the mutex is held again
+    ~Released() RELEASE() { m_lock.Lock(); } // as for the analysis: what was released is held again
     Released(const Released &) = delete;
     Released &operator=(const Released &) = delete;
 

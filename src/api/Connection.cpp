@@ -31,8 +31,8 @@ HRESULT ConnectToMailbox(const Here &here, DWORD hConnection, OrlMailbox *phMail
 
 } // namespace
 
-// No session to work on yet or any more: the frame without the guard.
-// After an exception they give E_FAIL, as the contract has it.
+// These two have no session to work on, yet or any more: the frame without the guard. After an exception they give
+// E_FAIL, as the contract has it.
 
 HRESULT ORLAPI OrlCreateConnection(DWORD *phConnection, BYTE bService)
 {

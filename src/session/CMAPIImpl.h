@@ -111,7 +111,7 @@ class CMAPIImpl
     HRESULT AttachFile(IMessage *pMsg, IStream *pSourceStream, const char *szFilename, const char *szDisplayName);
 
     // Forwarding, and answering to the sender. What happens to the original stays also where the copy fails.
-    // m_TargetAlias are recipients: a member's name, as the contract has it.
+    // m_TargetAlias has recipients; it is called like a member, as the contract has it.
     HRESULT ForwardEmail(IMsgStore *pIMsgStore, ULONG cbEntryID, const BYTE *lpEntryID, const tstring &m_TargetAlias);
     HRESULT ForwardEmail(ULONG cbEntryID, const BYTE *lpEntryID, const tstring &m_TargetAlias);
     HRESULT RespondEmail(IMsgStore *pIMsgStore, ULONG cbEntryID, const BYTE *lpEntryID, const tstring &szFile,
@@ -130,7 +130,8 @@ class CMAPIImpl
     HRESULT ObtainCalendarEvents(IMsgStore *pIMsgStore, const tstring &szDate, std::vector<CalendarEvent> &events);
     HRESULT ScanCalendarFolder(IMsgStore *pIMsgStore, ULONG cbEntryID, const BYTE *lpEntryID, const tstring &szDate,
                                std::vector<CalendarEvent> &events);
-    // Local time as UTC. What can't be read is a failure; what can't be converted is reported, and S_OK.
+    // Local time as UTC; "UCT", as the contract has it. What can't be read is a failure; what can't be converted is
+    // reported, and S_OK.
     static HRESULT UCTTimeFromString(const WCHAR *szTime, SYSTEMTIME *pUtc);
     static HRESULT UCTTimeFromLocalTime(const SYSTEMTIME *pLocal, SYSTEMTIME *pUtc);
 

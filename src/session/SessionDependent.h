@@ -11,9 +11,9 @@ class SessionDependent
     SessionDependent &operator=(const SessionDependent &) = delete;
 
     // Ends what it holds for a session and waits until it is over. Called on the thread that connects, disconnects or
-    // closes the session, without a lock held; also on several threads at once, for a session that it holds nothing for
-    // or that never was connected, and again for one that it was called for. Does not throw: the next one would not be
-    // told.
+    // closes the session or gives back its last reference, without a lock held; also on several threads at once, for a
+    // session that it holds nothing for or that never was connected, and again for one that it was called for. Does not
+    // throw: the next one would not be told.
     virtual void EndFor(const CMAPIImpl &session) = 0;
 
   protected:

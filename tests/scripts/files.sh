@@ -46,6 +46,9 @@ for file in src/room/Two.h src/room/tstring_dates.cpp src/api/abi_check.cpp loca
     accepted "$file" 1
 done
 
+refused 'has tests, and a name that does not end in Test' tests/room/Reading.cpp 3 'TEST(Reading, IsDone)'
+accepted tests/room/ReadingTest_linux.cpp 3 'TEST(Reading, IsDone)'
+
 head='more than 100 lines, and no comment first that says what it holds'
 for first in '#include "Long.h"' '#pragma once' '' 'int x; // comment'; do
     refused "$head" src/Long.cpp 101 "$first"

@@ -170,7 +170,8 @@ bool CriticalSection::Unlock(const char *szFile, int nLine, const char **pszLock
     return true;
 }
 
-// A mutex that is unlocked without reports stays the thread's own for the system, as the contract has it.
+// A mutex that is unlocked without reports still belongs to its thread as far as the system knows, as the contract has
+// it.
 void CriticalSection::Release(const char *szFile, int nLine, const char *szLockerFile, int nLockerLine, DWORD dwOwner,
                               bool bReport)
 {

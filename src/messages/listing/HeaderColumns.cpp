@@ -97,8 +97,8 @@ void MessageFlagsInto(const SPropValue &value, const Reading &, Header &header)
     header.bHasAttach = (value.Value.l & MSGFLAG_HASATTACH) != 0;
 }
 
-// In a listing the offset is the number of messages received too, as the contract has it, where the message has no such
-// property: its own column comes later and overwrites it.
+// In a listing the number of messages received is the offset where the message has no such property, as the contract
+// has it: its own column comes later and overwrites it.
 void OffsetInto(const SPropValue &value, const Reading &reading, Header &header)
 {
     header.offset = value.Value.l;

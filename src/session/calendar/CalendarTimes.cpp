@@ -1,5 +1,4 @@
-// Local dates as UTC, which the functions' names misspell, as the contract has it. The offset is the one that holds
-// now, whatever the date.
+// Local dates as UTC. The offset is the one that holds now, whatever the date.
 #include "common/mapi/Operation.h"
 #include "session/CMAPIImpl.h"
 #include <oleauto.h>

@@ -38,12 +38,6 @@ class FailureSweep : public MessagesTest
         return call.method;
     }
 
-    // A provider that does not know the no-cache flag is asked again without it.
-    static bool IsAskedAgain(const Round &round)
-    {
-        return round.hr == MAPI_E_UNKNOWN_FLAGS && round.call.method == "OpenEntry" && !round.onwards;
-    }
-
     void CheckReport(const Round &round)
     {
         const std::vector<std::string> errors = ErrorLines();

@@ -34,11 +34,6 @@ class SendingSweep : public CopyTest
         std::erase_if(original->props, [](const Value &value) { return PROP_ID(value.tag) == 0x1081; });
         Forget();
     }
-    // A provider that does not know the no-cache flag is asked again without it.
-    static bool IsAskedAgain(const Round &round)
-    {
-        return round.hr == MAPI_E_UNKNOWN_FLAGS && round.call.method == "OpenEntry" && !round.onwards;
-    }
     void CheckReport(const Round &round)
     {
         const std::vector<std::string> errors = ErrorLines();

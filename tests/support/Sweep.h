@@ -15,6 +15,12 @@ struct Round {
     std::string Text() const; // as ORL_SWEEP_ROUND takes it: "3 once 0x80004005"
 };
 
+// A provider that does not know the no-cache flag is asked again without it.
+inline bool IsAskedAgain(const Round &round)
+{
+    return round.hr == MAPI_E_UNKNOWN_FLAGS && round.call.method == "OpenEntry" && !round.onwards;
+}
+
 inline constexpr HRESULT kUsualFailures[] = {E_FAIL, E_OUTOFMEMORY, MAPI_E_NOT_FOUND, MAPI_E_NETWORK_ERROR};
 
 // Runs `operation` once with nothing failing, then, for each k up to the number of its fallible calls, with the k-th

@@ -42,6 +42,8 @@ std::string written(const Value &value)
         return "stream of " + std::to_string(stream->size);
     if (auto bytes = std::get_if<Bytes>(&value))
         return std::to_string(bytes->size()) + " bytes";
+    if (auto string = std::get_if<std::string>(&value))
+        return *string;
     return testing::PrintToString(value);
 }
 

@@ -71,7 +71,7 @@ void DayOfACalendar(benchmark::State &state)
     ULONG count = 0;
     for (auto _ : state) {
         CalendarEventA *events = nullptr;
-        if (OrlMapiObtainCalendarEventsA(host.connection(), host.mailbox(), kDate, &events, &count) < 0)
+        if (OrlMapiObtainCalendarEventsA(host.GetConnection(), host.GetMailbox(), kDate, &events, &count) < 0)
             state.SkipWithError("the day could not be read");
         OrlMapiFreeBuffer(events);
     }

@@ -15,11 +15,11 @@ ULONG List(const HostSession &host, LONG rows, BYTE priority, BYTE um)
     DWORD table = 0, bookmark = 0;
     EmailHeaderA *headers = nullptr;
     ULONG count = 0, total = 0;
-    if (OrlGetEmailHeadersA(host.connection(), host.mailbox(), &table, &bookmark, rows, &headers, &count, &total, 0, 1,
-                            ORL_BOOKMARK_BEGINNING, 0, priority, 0, 0, nullptr, 0, um) < 0)
+    if (OrlGetEmailHeadersA(host.GetConnection(), host.GetMailbox(), &table, &bookmark, rows, &headers, &count, &total,
+                            0, 1, ORL_BOOKMARK_BEGINNING, 0, priority, 0, 0, nullptr, 0, um) < 0)
         throw std::runtime_error("listing failed");
     OrlMapiFreeBuffer(headers);
-    OrlMapiReleaseHandle(host.connection(), &table, &bookmark);
+    OrlMapiReleaseHandle(host.GetConnection(), &table, &bookmark);
     return count;
 }
 
@@ -51,7 +51,7 @@ void PageOf1000ByHand(benchmark::State &state)
 {
     const HostSession host(SiteWith(10000));
     for (auto _ : state)
-        if (ListByHand(host.mailbox(), 1000) != 1000)
+        if (ListByHand(host.GetMailbox(), 1000) != 1000)
             state.SkipWithError("the page is not full");
 }
 

@@ -57,7 +57,7 @@ template <class Writer> void Notice(benchmark::State &state, Writer &writer, Adv
 void NotifiedWithinTheProcess(benchmark::State &state)
 {
     const HostSession host(EmptySite());
-    Inbox inbox(host.mailbox());
+    Inbox inbox(host.GetMailbox());
     Advised advised(inbox, static_cast<std::size_t>(state.range(0)));
     inbox.Save();
     Notice(state, inbox, advised);
@@ -66,7 +66,7 @@ void NotifiedWithinTheProcess(benchmark::State &state)
 void NotifiedAcrossProcesses(benchmark::State &state)
 {
     const HostSession host(EmptySite());
-    Inbox inbox(host.mailbox());
+    Inbox inbox(host.GetMailbox());
     Advised advised(inbox, static_cast<std::size_t>(state.range(0)));
     OtherProcess other(EmptySite());
     other.Save();
@@ -104,7 +104,7 @@ void NotifiedByPolling(benchmark::State &state)
 void SaveChangesAlone(benchmark::State &state)
 {
     const HostSession host(EmptySite());
-    Inbox inbox(host.mailbox());
+    Inbox inbox(host.GetMailbox());
     std::vector<std::int64_t> times;
     for (auto _ : state) {
         std::this_thread::sleep_for(kPause);
@@ -126,7 +126,7 @@ std::int64_t ProcessorTime()
 void IdleWithSinks(benchmark::State &state)
 {
     const HostSession host(EmptySite());
-    Inbox inbox(host.mailbox());
+    Inbox inbox(host.GetMailbox());
     const Advised advised(inbox, static_cast<std::size_t>(state.range(0)));
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
     for (auto _ : state) {

@@ -52,18 +52,18 @@ void Save100MB(benchmark::State &state)
     DWORD table = 0, bookmark = 0;
     EmailHeaderA *headers = nullptr;
     ULONG count = 0, total = 0;
-    OrlGetEmailHeadersA(host.connection(), host.mailbox(), &table, &bookmark, 1, &headers, &count, &total, 0, 1, 0, 1,
-                        0, 0, 0, nullptr, 0, 1);
+    OrlGetEmailHeadersA(host.GetConnection(), host.GetMailbox(), &table, &bookmark, 1, &headers, &count, &total, 0, 1,
+                        0, 1, 0, 0, 0, nullptr, 0, 1);
     if (count != 1 || headers->cAttachments != 1)
         throw std::runtime_error("the recording is not there");
     for (auto _ : state)
-        if (OrlDownloadAttachmentA(host.connection(), host.mailbox(), headers->cbEntryID, headers->pEntryID,
+        if (OrlDownloadAttachmentA(host.GetConnection(), host.GetMailbox(), headers->cbEntryID, headers->pEntryID,
                                    headers->pAttachments[0].ulAttachNum, "saved.wav") < 0)
             state.SkipWithError("saving failed");
     if (std::system("cmp -s recording.wav saved.wav") != 0)
         state.SkipWithError("what was saved differs");
     OrlMapiFreeBuffer(headers);
-    OrlMapiReleaseHandle(host.connection(), &table, &bookmark);
+    OrlMapiReleaseHandle(host.GetConnection(), &table, &bookmark);
 }
 
 void Cp100MB(benchmark::State &state)

@@ -37,7 +37,7 @@ void SendVoiceMail(benchmark::State &state)
     const HostSession host(SiteForSending());
     const char *file = Recording();
     for (auto _ : state)
-        if (OrlSendUMEmailA(host.connection(), host.mailbox(), "bob", "Voice Mail from Carla Costa (17 seconds)",
+        if (OrlSendUMEmailA(host.GetConnection(), host.GetMailbox(), "bob", "Voice Mail from Carla Costa (17 seconds)",
                             "You received a voice mail.\r\n", 0, 0, file, "message.wav", 17, "+15550100", "Carla Costa",
                             "message.wav", 0, 1795000000) < 0)
             state.SkipWithError("sending failed");

@@ -26,8 +26,8 @@ class HostSession
     ~HostSession();
     HostSession(const HostSession &) = delete;
     HostSession &operator=(const HostSession &) = delete;
-    DWORD connection() const { return m_connection; }
-    OrlMailbox mailbox() const { return m_mailbox; }
+    DWORD GetConnection() const { return m_connection; }
+    OrlMailbox GetMailbox() const { return m_mailbox; }
 
   private:
     DWORD m_connection = 0;

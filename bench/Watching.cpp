@@ -172,7 +172,7 @@ std::pair<std::int64_t, std::int64_t> OtherProcess::Save()
 int SaveWhenTold(const std::string &site)
 {
     const HostSession host(site);
-    Inbox inbox(host.mailbox());
+    Inbox inbox(host.GetMailbox());
     char line[16];
     while (std::fgets(line, sizeof line, stdin)) {
         const auto [called, returned] = inbox.Save();

@@ -10,7 +10,7 @@ class MemoryStream final : public BareStream
   public:
     explicit MemoryStream(std::span<const BYTE> bytes) : m_bytes(bytes) {}
 
-    std::size_t position() const { return m_at; }
+    std::size_t Position() const { return m_at; }
 
     STDMETHODIMP Read(void *pv, ULONG cb, ULONG *pcbRead) override
     {

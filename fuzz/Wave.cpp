@@ -12,7 +12,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     Confirm(tag == 0 || size >= 22, "a format tag was read from bytes that are there");
     Confirm(stream.Seek({}, STREAM_SEEK_SET, nullptr) == S_OK, "the stream can be read again");
     if (FindChunk(&stream, "data") != 0)
-        Confirm(stream.position() <= size, "a chunk's data begin within the stream");
+        Confirm(stream.Position() <= size, "a chunk's data begin within the stream");
 
     std::istringstream file(std::string(reinterpret_cast<const char *>(data), size));
     const auto recording = localmapi::delivery::ExamineRecording(file, size);

@@ -22,7 +22,7 @@ BehaviourTest::BehaviourTest() : m_folder(NewFolder())
     SetVariable("LOCALMAPI_FILE", File("site.db"));
     SetVariable("ORLMAPI_SETTINGS", File("settings.json"));
     m_site = storage::Site::Create(Utf8Path(File("site.db")), "NORVIK1", "Norvik");
-    storage::Directory(site()).AddUser("vm", "Voicemail Service", "", true);
+    storage::Directory(GetSite()).AddUser("vm", "Voicemail Service", "", true);
     AddUser("alice", "Alice Archer");
     AddUser("bob", "Bob Baker");
 }
@@ -42,7 +42,7 @@ BehaviourTest::~BehaviourTest()
 
 storage::User BehaviourTest::AddUser(const std::string &alias, const std::string &name)
 {
-    return storage::Directory(site()).AddUser(alias, name);
+    return storage::Directory(GetSite()).AddUser(alias, name);
 }
 
 void BehaviourTest::AddProfile(const char *name)
@@ -77,15 +77,15 @@ void BehaviourTest::AddProfile(const char *name)
 
 storage::ObjectId BehaviourTest::Deliver(const std::string &alias, const storage::MessageChanges &message)
 {
-    const storage::Directory directory(site());
-    return storage::Objects(site()).CreateMessage(directory.GetMailbox(directory.UserByAlias(alias)->mailbox).inbox,
-                                                  message);
+    const storage::Directory directory(GetSite());
+    return storage::Objects(GetSite()).CreateMessage(directory.GetMailbox(directory.UserByAlias(alias)->mailbox).inbox,
+                                                     message);
 }
 
 void BehaviourTest::DeliverVoicemail(const std::string &alias, const std::string &caller, bool urgent,
                                      const std::string &wav, bool isPrivate)
 {
-    const storage::User to = *storage::Directory(site()).UserByAlias(alias);
+    const storage::User to = *storage::Directory(GetSite()).UserByAlias(alias);
     // A second apart, so that their order is known.
     m_time += 10000000;
     storage::MessageChanges message =

@@ -60,7 +60,7 @@ class BehaviourTest : public testing::Test
               const Filter &filter = {});
     Page ListAll(OrlMailbox mailbox, const Filter &filter);
 
-    localmapi::storage::Site &site() { return *m_site; }
+    localmapi::storage::Site &GetSite() { return *m_site; }
 
     DWORD m_connection = 0;
     std::vector<OrlMailbox> m_mailboxes;

@@ -53,10 +53,10 @@ class CalendarBehaviour : public BehaviourTest
         appointment.rule = rule;
         appointment.first = day;
         appointment.startMinute = start;
-        const storage::Directory directory(site());
+        const storage::Directory directory(GetSite());
         const storage::User owner = *directory.UserByAlias("alice");
-        storage::Objects(site()).CreateMessage(directory.GetMailbox(owner.mailbox).calendar,
-                                               Compose(site(), appointment, owner));
+        storage::Objects(GetSite()).CreateMessage(directory.GetMailbox(owner.mailbox).calendar,
+                                                  Compose(GetSite(), appointment, owner));
     }
 
     struct Event {

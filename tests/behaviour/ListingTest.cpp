@@ -15,7 +15,7 @@ class ListingBehaviour : public BehaviourTest
     void DeliverMail(const std::string &sender, const std::string &address, const std::string &creator, bool read,
                      bool urgent, const std::string &messageClass = "IPM.Note")
     {
-        const storage::User to = *storage::Directory(site()).UserByAlias("alice");
+        const storage::User to = *storage::Directory(GetSite()).UserByAlias("alice");
         storage::MessageChanges message =
             Compose(delivery::Mail{{sender, "SMTP", address}, creator, "Subject", "Body", {urgent, false}}, to,
                     storage::CurrentTime());
@@ -222,7 +222,7 @@ TEST_F(ListingBehaviour, HandlesOfOneSessionMeanNothingInAnother)
 
 TEST_F(ListingBehaviour, OffsetStandsForAMissingReceivedTime)
 {
-    const storage::User to = *storage::Directory(site()).UserByAlias("alice");
+    const storage::User to = *storage::Directory(GetSite()).UserByAlias("alice");
     storage::MessageChanges message =
         Compose(delivery::Voicemail{{"x", "", ""}, "", "x", 3, "", {}}, to, storage::CurrentTime());
     message.properties.set.Set(delivery::kVoiceOffset, std::int32_t{41});

@@ -9,7 +9,7 @@ class LogonBehaviour : public BehaviourTest
     std::vector<std::string> Profiles()
     {
         std::vector<std::string> names;
-        for (const storage::Profile &profile : storage::Profiles(site()).List())
+        for (const storage::Profile &profile : storage::Profiles(GetSite()).List())
             names.push_back(profile.name);
         return names;
     }
@@ -112,7 +112,7 @@ TEST_F(LogonBehaviour, WithoutProfilesTheListIsEmptyAndThereIsNoBlock)
     EXPECT_HR(0, OrlGetExchangeProfilesA(m_connection, &profiles, &count));
     EXPECT_EQ(0U, count);
     EXPECT_EQ(nullptr, profiles);
-    storage::Profiles(site()).Create("Přílišný");
+    storage::Profiles(GetSite()).Create("Přílišný");
     ExchangeProfileW *wide = nullptr;
     EXPECT_HR(0, OrlGetExchangeProfilesW(m_connection, &wide, &count));
     ASSERT_EQ(1U, count);

@@ -24,7 +24,7 @@ class MessageBehaviour : public BehaviourTest
     ULONG Size(const Id &id) const { return static_cast<ULONG>(id.size()); }
     Id DeliverMail(const std::string &subject, const std::string &body)
     {
-        const storage::User to = *storage::Directory(site()).UserByAlias("alice");
+        const storage::User to = *storage::Directory(GetSite()).UserByAlias("alice");
         storage::MessageChanges message =
             Compose(delivery::Mail{{"Bob", "SMTP", "bob@elsewhere.example"}, "", subject, body, {}}, to,
                     storage::CurrentTime());
@@ -61,7 +61,7 @@ TEST_F(MessageBehaviour, FlagsTellPrivateUrgentAndRead)
 
 TEST_F(MessageBehaviour, AFaxGivesItsSenderAddressAsTheCreatorName)
 {
-    const storage::User to = *storage::Directory(site()).UserByAlias("alice");
+    const storage::User to = *storage::Directory(GetSite()).UserByAlias("alice");
     Deliver("alice", Compose(delivery::Mail{{"Fax", "SMTP", "4711@FAX.norvik.example"}, "Somebody", "Fax", "", {}}, to,
                              storage::CurrentTime()));
     Filter mail;
@@ -105,10 +105,10 @@ TEST_F(MessageBehaviour, ADeletedMessageIsInDeletedItemsUnderANewIdentifierAndMa
     EXPECT_EQ(9, read);
     EXPECT_LT(OrlDeleteEmail(m_connection, m_mailbox, Size(id), id.data()), 0);
 
-    const storage::Directory directory(site());
+    const storage::Directory directory(GetSite());
     const storage::Mailbox mailbox = directory.GetMailbox(directory.UserByAlias("alice")->mailbox);
     EXPECT_EQ(std::int32_t{1},
-              *storage::Objects(site()).Read(mailbox.deletedItems).get<std::int32_t>(storage::kContentCount));
+              *storage::Objects(GetSite()).Read(mailbox.deletedItems).get<std::int32_t>(storage::kContentCount));
 }
 
 TEST_F(MessageBehaviour, TextComesWholeUpTo64KiB)

@@ -103,7 +103,7 @@ TEST_F(NamesBehaviour, BrokenTextIsNoNameAndNoCrash)
 TEST_F(NamesBehaviour, HostileTextInEveryFieldIsListedReadAndSavedAsItIs)
 {
     const std::string hostile = "%s%s%s%s%n%1000000d";
-    const storage::User to = *storage::Directory(site()).UserByAlias("alice");
+    const storage::User to = *storage::Directory(GetSite()).UserByAlias("alice");
     Deliver("alice", Compose(delivery::Mail{{hostile, "SMTP", hostile + "@x"}, hostile, hostile, hostile, {}}, to,
                              storage::CurrentTime()));
     Connect();

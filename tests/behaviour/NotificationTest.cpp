@@ -157,7 +157,7 @@ TEST_F(NotificationBehaviour, MailAndFaxesChangeNoCount)
     Watched alice, bob;
     Watch(alice, "alice");
     Watch(bob, "bob");
-    const storage::User to = *storage::Directory(site()).UserByAlias("alice");
+    const storage::User to = *storage::Directory(GetSite()).UserByAlias("alice");
     Deliver("alice",
             Compose(delivery::Mail{{"Bob Baker", "", ""}, "", "No voice", "", {}}, to, storage::CurrentTime()));
     // What is told to Bob comes after whatever there was to tell to Alice.

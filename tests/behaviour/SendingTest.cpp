@@ -34,9 +34,9 @@ class SendingBehaviour : public BehaviourTest
     // The subjects of a folder's messages, in order.
     std::vector<std::string> Subjects(const std::string &alias, storage::ObjectId storage::Mailbox::*folder)
     {
-        const storage::Directory directory(site());
+        const storage::Directory directory(GetSite());
         const storage::Mailbox mailbox = directory.GetMailbox(directory.UserByAlias(alias)->mailbox);
-        const storage::View view(site(), {storage::Container::Kind::Contents, mailbox.*folder});
+        const storage::View view(GetSite(), {storage::Container::Kind::Contents, mailbox.*folder});
         std::vector<std::string> subjects;
         for (const storage::Row &row :
              view.Read(storage::Place::Beginning(), storage::Direction::Forward, 1000, {delivery::kSubject})) {
@@ -81,9 +81,9 @@ class SendingBehaviour : public BehaviourTest
     // The first messages of an Inbox, two at most, with these properties.
     std::vector<storage::Row> FirstOf(const std::string &alias, const std::vector<storage::Tag> &tags)
     {
-        const storage::Directory directory(site());
+        const storage::Directory directory(GetSite());
         const storage::Mailbox mailbox = directory.GetMailbox(directory.UserByAlias(alias)->mailbox);
-        const storage::View view(site(), {storage::Container::Kind::Contents, mailbox.inbox});
+        const storage::View view(GetSite(), {storage::Container::Kind::Contents, mailbox.inbox});
         return view.Read(storage::Place::Beginning(), storage::Direction::Forward, 2, tags);
     }
     // The last verb that was done on the one message of an Inbox, and its icon; 0 for none.
@@ -205,7 +205,7 @@ TEST_F(SendingBehaviour, NamesOfEveryLengthArriveAsShortOrLongOnes)
     for (const auto &[name, isShort] : names) {
         SCOPED_TRACE(name);
         ASSERT_HR(0, Send("alice", "Named", file, name.c_str()));
-        const storage::Objects objects(site());
+        const storage::Objects objects(GetSite());
         const auto rows = FirstOf("alice", {});
         ASSERT_EQ(1U, rows.size());
         const auto attachments = objects.Attachments(rows[0].id);

@@ -72,17 +72,17 @@ class MutexLock : public testing::Test
         SystemCalls().WaitForSingleObject = WaitScripted;
         SystemCalls().ReleaseMutex = ReleaseScripted;
         SystemCalls().CloseHandle = CloseScripted;
-        calls.AttachDebugger();
-        lock = std::make_unique<CriticalSection>(true, "OrlMapi test mutex", false);
+        m_calls.AttachDebugger();
+        m_lock = std::make_unique<CriticalSection>(true, "OrlMapi test mutex", false);
     }
     std::string LockLine(const char *szMessage) const
     {
-        return "CriticalSection::Lock[f(1)]" + Who("OrlMapi test mutex", *lock, 0) + "), " + szMessage;
+        return "CriticalSection::Lock[f(1)]" + Who("OrlMapi test mutex", *m_lock, 0) + "), " + szMessage;
     }
 
-    ReplacedCalls calls;
-    TraceCapture trace;
-    std::unique_ptr<CriticalSection> lock;
+    ReplacedCalls m_calls;
+    TraceCapture m_trace;
+    std::unique_ptr<CriticalSection> m_lock;
 };
 
 TEST_F(MutexLock, TheMutexHasTheLocksName)
@@ -92,29 +92,30 @@ TEST_F(MutexLock, TheMutexHasTheLocksName)
 
 TEST_F(MutexLock, ASignalledMutexIsTakenWithoutALimitOfTime)
 {
-    EXPECT_TRUE(lock->Lock("f", 1, true));
-    EXPECT_TRUE(lock->IsLockedByCurrentThread());
+    EXPECT_TRUE(m_lock->Lock("f", 1, true));
+    EXPECT_TRUE(m_lock->IsLockedByCurrentThread());
     EXPECT_THAT(g_waits, ElementsAre(INFINITE));
-    EXPECT_TRUE(lock->Unlock("f", 2, nullptr, nullptr, true));
+    EXPECT_TRUE(m_lock->Unlock("f", 2, nullptr, nullptr, true));
     EXPECT_EQ(g_releases, 1);
-    EXPECT_THAT(trace.Texts(), IsEmpty());
+    EXPECT_THAT(m_trace.Texts(), IsEmpty());
 }
 
 TEST_F(MutexLock, ATimeoutIsReported)
 {
     g_answers = {WAIT_TIMEOUT};
-    EXPECT_FALSE(lock->Lock("f", 1, true));
-    EXPECT_FALSE(lock->IsLockedByCurrentThread());
-    EXPECT_THAT(trace.Texts(kClass3), ElementsAre(LockLine("Timed out waiting for lock on Mutex.")));
-    EXPECT_EQ(calls.Breaks(), 1);
+    EXPECT_FALSE(m_lock->Lock("f", 1, true));
+    EXPECT_FALSE(m_lock->IsLockedByCurrentThread());
+    EXPECT_THAT(m_trace.Texts(kClass3), ElementsAre(LockLine("Timed out waiting for lock on Mutex.")));
+    EXPECT_EQ(m_calls.Breaks(), 1);
 }
 
 TEST_F(MutexLock, AFailedWaitIsReported)
 {
     g_answers = {WAIT_FAILED};
-    EXPECT_FALSE(lock->Lock("f", 1, true));
-    EXPECT_THAT(trace.Texts(kClass2), ElementsAre(LockLine("The error 0x00000abc occurred trying to lock the mutex.")));
-    EXPECT_EQ(calls.Breaks(), 1);
+    EXPECT_FALSE(m_lock->Lock("f", 1, true));
+    EXPECT_THAT(m_trace.Texts(kClass2),
+                ElementsAre(LockLine("The error 0x00000abc occurred trying to lock the mutex.")));
+    EXPECT_EQ(m_calls.Breaks(), 1);
 }
 
 constexpr const char *kAbandoned = "The mutex was not released by the thread that owned the mutex before the owning "
@@ -123,74 +124,74 @@ constexpr const char *kAbandoned = "The mutex was not released by the thread tha
 TEST_F(MutexLock, AnAbandonedMutexIsReportedAndTakenASecondTime)
 {
     g_answers = {WAIT_ABANDONED, WAIT_OBJECT_0};
-    EXPECT_TRUE(lock->Lock("f", 1, true));
-    EXPECT_TRUE(lock->IsLockedByCurrentThread());
+    EXPECT_TRUE(m_lock->Lock("f", 1, true));
+    EXPECT_TRUE(m_lock->IsLockedByCurrentThread());
     EXPECT_THAT(g_waits, ElementsAre(INFINITE, 0u));
-    EXPECT_THAT(trace.Texts(kClass2), ElementsAre(LockLine(kAbandoned)));
-    EXPECT_TRUE(lock->Unlock("f", 2, nullptr, nullptr, true));
+    EXPECT_THAT(m_trace.Texts(kClass2), ElementsAre(LockLine(kAbandoned)));
+    EXPECT_TRUE(m_lock->Unlock("f", 2, nullptr, nullptr, true));
     EXPECT_EQ(g_releases, 1);
 }
 
 TEST_F(MutexLock, AnAbandonedMutexThatIsNotFreeAtOnceIsWaitedFor)
 {
     g_answers = {WAIT_ABANDONED, WAIT_TIMEOUT, WAIT_OBJECT_0};
-    EXPECT_TRUE(lock->Lock("f", 1, true));
+    EXPECT_TRUE(m_lock->Lock("f", 1, true));
     EXPECT_THAT(g_waits, ElementsAre(INFINITE, 0u, INFINITE));
 }
 
 TEST_F(MutexLock, AnAbandonedMutexThatCannotBeTakenIsReported)
 {
     g_answers = {WAIT_ABANDONED, WAIT_TIMEOUT, WAIT_FAILED};
-    EXPECT_FALSE(lock->Lock("f", 1, true));
-    EXPECT_FALSE(lock->IsLockedByCurrentThread());
+    EXPECT_FALSE(m_lock->Lock("f", 1, true));
+    EXPECT_FALSE(m_lock->IsLockedByCurrentThread());
     EXPECT_THAT(
-        trace.Texts(kClass2),
+        m_trace.Texts(kClass2),
         ElementsAre(LockLine(kAbandoned), LockLine("The mutex could not be locked (ret=4294967295, err=0x00000abc).")));
-    EXPECT_EQ(calls.Breaks(), 2);
+    EXPECT_EQ(m_calls.Breaks(), 2);
 }
 
 TEST_F(MutexLock, AnyOtherAnswerOfTheWaitIsAFailureWithoutAWord)
 {
     g_answers = {5};
-    EXPECT_FALSE(lock->Lock("f", 1, true));
-    EXPECT_THAT(trace.Texts(), IsEmpty());
+    EXPECT_FALSE(m_lock->Lock("f", 1, true));
+    EXPECT_THAT(m_trace.Texts(), IsEmpty());
 }
 
 TEST_F(MutexLock, WithoutReportingFailuresAreSilent)
 {
     for (const DWORD answer : {DWORD{WAIT_TIMEOUT}, DWORD{WAIT_FAILED}}) {
         g_answers = {answer};
-        EXPECT_FALSE(lock->Lock("f", 1, false));
+        EXPECT_FALSE(m_lock->Lock("f", 1, false));
     }
     g_answers = {WAIT_ABANDONED, WAIT_FAILED, WAIT_FAILED};
-    EXPECT_FALSE(lock->Lock("f", 1, false));
-    EXPECT_THAT(trace.Texts(), IsEmpty());
-    EXPECT_EQ(calls.Breaks(), 0);
+    EXPECT_FALSE(m_lock->Lock("f", 1, false));
+    EXPECT_THAT(m_trace.Texts(), IsEmpty());
+    EXPECT_EQ(m_calls.Breaks(), 0);
 }
 
 TEST_F(MutexLock, AnUnlockWithoutReportingLeavesTheMutexOwned)
 {
-    ASSERT_TRUE(lock->Lock("f", 1, true));
-    EXPECT_TRUE(lock->Unlock("f", 2, nullptr, nullptr, false));
-    EXPECT_FALSE(lock->IsLockedByCurrentThread());
+    ASSERT_TRUE(m_lock->Lock("f", 1, true));
+    EXPECT_TRUE(m_lock->Unlock("f", 2, nullptr, nullptr, false));
+    EXPECT_FALSE(m_lock->IsLockedByCurrentThread());
     EXPECT_EQ(g_releases, 0);
 }
 
 TEST_F(MutexLock, AFailedReleaseIsReportedWithTheLockerAndTheLockIsFree)
 {
     g_release = FALSE;
-    ASSERT_TRUE(lock->Lock("f", 1, true));
-    EXPECT_TRUE(lock->Unlock("g", 2, nullptr, nullptr, true));
-    EXPECT_FALSE(lock->IsLockedByCurrentThread());
-    EXPECT_THAT(trace.Texts(kClass2),
-                ElementsAre("CriticalSection::Unlock[g(2)]" + Who("OrlMapi test mutex", *lock, GetCurrentThreadId()) +
+    ASSERT_TRUE(m_lock->Lock("f", 1, true));
+    EXPECT_TRUE(m_lock->Unlock("g", 2, nullptr, nullptr, true));
+    EXPECT_FALSE(m_lock->IsLockedByCurrentThread());
+    EXPECT_THAT(m_trace.Texts(kClass2),
+                ElementsAre("CriticalSection::Unlock[g(2)]" + Who("OrlMapi test mutex", *m_lock, GetCurrentThreadId()) +
                             ", file=f, line=1), The error (0x00000120) occurred trying to unlock the mutex."));
-    EXPECT_EQ(calls.Breaks(), 1);
+    EXPECT_EQ(m_calls.Breaks(), 1);
 }
 
 TEST_F(MutexLock, DestructionTakesTheLockAndClosesTheMutex)
 {
-    lock.reset();
+    m_lock.reset();
     EXPECT_THAT(g_waits, ElementsAre(INFINITE));
     EXPECT_EQ(g_closed, 1);
 }
@@ -198,9 +199,9 @@ TEST_F(MutexLock, DestructionTakesTheLockAndClosesTheMutex)
 TEST_F(MutexLock, AnExceptionDuringDestructionIsReported)
 {
     SystemCalls().CloseHandle = CloseByThrowing;
-    lock.reset();
-    EXPECT_THAT(trace.Texts(), ElementsAre("Exception has occurred in CriticalSection::~CriticalSection "
-                                           "(..\\LumenCommon\\CritSect[72])"));
+    m_lock.reset();
+    EXPECT_THAT(m_trace.Texts(), ElementsAre("Exception has occurred in CriticalSection::~CriticalSection "
+                                             "(..\\LumenCommon\\CritSect[72])"));
 }
 
 DWORD WINAPI WaitByThrowing(HANDLE, DWORD)
@@ -210,14 +211,14 @@ DWORD WINAPI WaitByThrowing(HANDLE, DWORD)
 
 TEST_F(MutexLock, AnExceptionAtTheEndOfAGuardIsReported)
 {
-    ASSERT_TRUE(lock->Lock("f", 1, true));
+    ASSERT_TRUE(m_lock->Lock("f", 1, true));
     {
-        const LockCriticalSection guard(lock.get(), false, "guard", 5);
+        const LockCriticalSection guard(m_lock.get(), false, "guard", 5);
         SystemCalls().WaitForSingleObject = WaitByThrowing;
     }
     SystemCalls().WaitForSingleObject = WaitScripted;
-    EXPECT_THAT(trace.Texts(), ElementsAre("Exception has occurred in LockCriticalSection::~LockCriticalSection "
-                                           "(..\\LumenCommon\\CritSect[373])"));
+    EXPECT_THAT(m_trace.Texts(), ElementsAre("Exception has occurred in LockCriticalSection::~LockCriticalSection "
+                                             "(..\\LumenCommon\\CritSect[373])"));
 }
 
 TEST(RealMutex, ThreadsTakeTurns)

@@ -30,174 +30,175 @@ Locker LockerOf(CriticalSection &lock)
 class Lock : public testing::Test
 {
   protected:
-    ReplacedCalls calls;
-    TraceCapture trace;
-    CriticalSection lock{false, "CMAPIImpl::m_CS", false};
-    CriticalSection watched{false, "watched", true};
+    ReplacedCalls m_calls;
+    TraceCapture m_trace;
+    CriticalSection m_lock{false, "CMAPIImpl::m_CS", false};
+    CriticalSection m_watched{false, "watched", true};
 };
 
 TEST_F(Lock, LockingTwiceOnOneThreadReturnsTrueAndThenFalse)
 {
-    EXPECT_TRUE(lock.Lock("a", 1, true));
-    EXPECT_FALSE(lock.Lock("b", 2, true));
-    EXPECT_STREQ(LockerOf(lock).szFile, "a");
-    EXPECT_EQ(LockerOf(lock).nLine, 1);
-    EXPECT_TRUE(lock.Unlock("c", 3, nullptr, nullptr, true));
-    EXPECT_FALSE(lock.IsLockedByCurrentThread());
-    EXPECT_THAT(trace.Texts(), IsEmpty());
-    EXPECT_FALSE(lock.Unlock("d", 4, nullptr, nullptr, true));
-    EXPECT_THAT(trace.Texts(kClass2), ElementsAre("CriticalSection::Unlock[d(4)]" + Who("CMAPIImpl::m_CS", lock, 0) +
-                                                  ", file=(null), line=0), The thread does not own the Mutex."));
+    EXPECT_TRUE(m_lock.Lock("a", 1, true));
+    EXPECT_FALSE(m_lock.Lock("b", 2, true));
+    EXPECT_STREQ(LockerOf(m_lock).szFile, "a");
+    EXPECT_EQ(LockerOf(m_lock).nLine, 1);
+    EXPECT_TRUE(m_lock.Unlock("c", 3, nullptr, nullptr, true));
+    EXPECT_FALSE(m_lock.IsLockedByCurrentThread());
+    EXPECT_THAT(m_trace.Texts(), IsEmpty());
+    EXPECT_FALSE(m_lock.Unlock("d", 4, nullptr, nullptr, true));
+    EXPECT_THAT(m_trace.Texts(kClass2),
+                ElementsAre("CriticalSection::Unlock[d(4)]" + Who("CMAPIImpl::m_CS", m_lock, 0) +
+                            ", file=(null), line=0), The thread does not own the Mutex."));
 }
 
 TEST_F(Lock, AnUnlockByAnotherThreadIsReportedAndChangesNothing)
 {
-    ASSERT_TRUE(lock.Lock("owner", 10, true));
+    ASSERT_TRUE(m_lock.Lock("owner", 10, true));
     const DWORD owner = GetCurrentThreadId();
     std::string expected;
     const char *szFile = "untouched";
     int nLine = -1;
     std::thread([&] {
-        EXPECT_FALSE(lock.Unlock("other", 20, &szFile, &nLine, true));
-        EXPECT_FALSE(lock.IsLockedByCurrentThread());
-        expected = "CriticalSection::Unlock[other(20)]" + Who("CMAPIImpl::m_CS", lock, owner) +
+        EXPECT_FALSE(m_lock.Unlock("other", 20, &szFile, &nLine, true));
+        EXPECT_FALSE(m_lock.IsLockedByCurrentThread());
+        expected = "CriticalSection::Unlock[other(20)]" + Who("CMAPIImpl::m_CS", m_lock, owner) +
                    ", file=owner, line=10), The thread does not own the Mutex.";
     }).join();
-    EXPECT_THAT(trace.Texts(kClass2), ElementsAre(expected));
+    EXPECT_THAT(m_trace.Texts(kClass2), ElementsAre(expected));
     EXPECT_STREQ(szFile, "untouched");
     EXPECT_EQ(nLine, -1);
-    EXPECT_TRUE(lock.IsLockedByCurrentThread());
-    EXPECT_TRUE(lock.Unlock("owner", 11, &szFile, &nLine, true));
+    EXPECT_TRUE(m_lock.IsLockedByCurrentThread());
+    EXPECT_TRUE(m_lock.Unlock("owner", 11, &szFile, &nLine, true));
     EXPECT_STREQ(szFile, "owner");
     EXPECT_EQ(nLine, 10);
 }
 
 TEST_F(Lock, AnUnlockWithoutReportingIsSilent)
 {
-    calls.AttachDebugger();
-    EXPECT_FALSE(lock.Unlock("d", 4, nullptr, nullptr, false));
-    EXPECT_THAT(trace.Texts(), IsEmpty());
-    EXPECT_EQ(calls.Breaks(), 0);
+    m_calls.AttachDebugger();
+    EXPECT_FALSE(m_lock.Unlock("d", 4, nullptr, nullptr, false));
+    EXPECT_THAT(m_trace.Texts(), IsEmpty());
+    EXPECT_EQ(m_calls.Breaks(), 0);
 }
 
 TEST_F(Lock, AReportStopsAnAttachedDebugger)
 {
-    EXPECT_FALSE(lock.Unlock("d", 4, nullptr, nullptr, true));
-    EXPECT_EQ(calls.Breaks(), 0);
-    calls.AttachDebugger();
-    EXPECT_FALSE(lock.Unlock("d", 4, nullptr, nullptr, true));
-    EXPECT_EQ(calls.Breaks(), 1);
+    EXPECT_FALSE(m_lock.Unlock("d", 4, nullptr, nullptr, true));
+    EXPECT_EQ(m_calls.Breaks(), 0);
+    m_calls.AttachDebugger();
+    EXPECT_FALSE(m_lock.Unlock("d", 4, nullptr, nullptr, true));
+    EXPECT_EQ(m_calls.Breaks(), 1);
 }
 
 TEST_F(Lock, AHoldOf150MillisecondsIsTooLong)
 {
-    calls.AttachDebugger();
-    calls.StopTicks(5000);
-    calls.StopClock({2024, 3, 0, 1, 0, 0, 0, 50});
-    ASSERT_TRUE(watched.Lock("holder", 7, true));
-    calls.Advance(150);
-    EXPECT_EQ(watched.LockedFor(), 150u);
-    EXPECT_TRUE(watched.Unlock("leaver", 9, nullptr, nullptr, true));
-    EXPECT_THAT(trace.Texts(kClass3),
-                ElementsAre("CriticalSection::Unlock[leaver(9)]" + Who("watched", watched, GetCurrentThreadId()) +
+    m_calls.AttachDebugger();
+    m_calls.StopTicks(5000);
+    m_calls.StopClock({2024, 3, 0, 1, 0, 0, 0, 50});
+    ASSERT_TRUE(m_watched.Lock("holder", 7, true));
+    m_calls.Advance(150);
+    EXPECT_EQ(m_watched.LockedFor(), 150u);
+    EXPECT_TRUE(m_watched.Unlock("leaver", 9, nullptr, nullptr, true));
+    EXPECT_THAT(m_trace.Texts(kClass3),
+                ElementsAre("CriticalSection::Unlock[leaver(9)]" + Who("watched", m_watched, GetCurrentThreadId()) +
                             ", file=holder, line=7), The CriticalSection object was locked for 0.150 secs (at "
                             "~23:59:59.900) which is too long."));
-    EXPECT_EQ(calls.Breaks(), 0);
+    EXPECT_EQ(m_calls.Breaks(), 0);
 }
 
 TEST_F(Lock, AHoldOf99MillisecondsIsNotReportedAndOneOf100Is)
 {
-    calls.StopTicks(5000);
-    ASSERT_TRUE(watched.Lock("holder", 7, true));
-    calls.Advance(99);
-    EXPECT_TRUE(watched.Unlock("leaver", 9, nullptr, nullptr, true));
-    EXPECT_THAT(trace.Texts(), IsEmpty());
-    ASSERT_TRUE(watched.Lock("holder", 7, true));
-    calls.Advance(100);
-    EXPECT_TRUE(watched.Unlock("leaver", 9, nullptr, nullptr, true));
-    EXPECT_EQ(trace.Containing("was locked for 0.100 secs").size(), 1u);
+    m_calls.StopTicks(5000);
+    ASSERT_TRUE(m_watched.Lock("holder", 7, true));
+    m_calls.Advance(99);
+    EXPECT_TRUE(m_watched.Unlock("leaver", 9, nullptr, nullptr, true));
+    EXPECT_THAT(m_trace.Texts(), IsEmpty());
+    ASSERT_TRUE(m_watched.Lock("holder", 7, true));
+    m_calls.Advance(100);
+    EXPECT_TRUE(m_watched.Unlock("leaver", 9, nullptr, nullptr, true));
+    EXPECT_EQ(m_trace.Containing("was locked for 0.100 secs").size(), 1u);
 }
 
 TEST_F(Lock, LongHoldsAreNotReportedWhenNobodyAsksForIt)
 {
-    calls.StopTicks(5000);
-    ASSERT_TRUE(lock.Lock("holder", 7, true));
-    calls.Advance(5000);
-    EXPECT_TRUE(lock.Unlock("leaver", 9, nullptr, nullptr, true));
-    ASSERT_TRUE(watched.Lock("holder", 7, true));
-    calls.Advance(5000);
-    EXPECT_TRUE(watched.Unlock("leaver", 9, nullptr, nullptr, false));
+    m_calls.StopTicks(5000);
+    ASSERT_TRUE(m_lock.Lock("holder", 7, true));
+    m_calls.Advance(5000);
+    EXPECT_TRUE(m_lock.Unlock("leaver", 9, nullptr, nullptr, true));
+    ASSERT_TRUE(m_watched.Lock("holder", 7, true));
+    m_calls.Advance(5000);
+    EXPECT_TRUE(m_watched.Unlock("leaver", 9, nullptr, nullptr, false));
     CriticalSection::SuppressLongHolds(true);
-    ASSERT_TRUE(watched.Lock("holder", 7, true));
-    calls.Advance(5000);
-    EXPECT_TRUE(watched.Unlock("leaver", 9, nullptr, nullptr, true));
+    ASSERT_TRUE(m_watched.Lock("holder", 7, true));
+    m_calls.Advance(5000);
+    EXPECT_TRUE(m_watched.Unlock("leaver", 9, nullptr, nullptr, true));
     CriticalSection::SuppressLongHolds(false);
-    EXPECT_THAT(trace.Texts(), IsEmpty());
+    EXPECT_THAT(m_trace.Texts(), IsEmpty());
 }
 
 TEST_F(Lock, ALockTakenAtTickZeroHasNoTime)
 {
-    calls.StopTicks(0);
-    ASSERT_TRUE(watched.Lock("holder", 7, true));
-    calls.Advance(5000);
-    EXPECT_TRUE(watched.Unlock("leaver", 9, nullptr, nullptr, true));
-    EXPECT_THAT(trace.Texts(), IsEmpty());
+    m_calls.StopTicks(0);
+    ASSERT_TRUE(m_watched.Lock("holder", 7, true));
+    m_calls.Advance(5000);
+    EXPECT_TRUE(m_watched.Unlock("leaver", 9, nullptr, nullptr, true));
+    EXPECT_THAT(m_trace.Texts(), IsEmpty());
 }
 
 TEST_F(Lock, TicksWrapAround)
 {
-    calls.StopTicks(0xFFFFFFF0);
-    ASSERT_TRUE(watched.Lock("holder", 7, true));
-    calls.Advance(0x80);
-    EXPECT_EQ(watched.LockedFor(), 0x80u);
-    EXPECT_TRUE(watched.Unlock("leaver", 9, nullptr, nullptr, true));
-    EXPECT_EQ(trace.Containing("was locked for 0.128 secs").size(), 1u);
+    m_calls.StopTicks(0xFFFFFFF0);
+    ASSERT_TRUE(m_watched.Lock("holder", 7, true));
+    m_calls.Advance(0x80);
+    EXPECT_EQ(m_watched.LockedFor(), 0x80u);
+    EXPECT_TRUE(m_watched.Unlock("leaver", 9, nullptr, nullptr, true));
+    EXPECT_EQ(m_trace.Containing("was locked for 0.128 secs").size(), 1u);
 }
 
 TEST_F(Lock, AGuardLocksForItsScope)
 {
     {
-        const LockCriticalSection guard(&lock, true, "guard", 5);
+        const LockCriticalSection guard(&m_lock, true, "guard", 5);
         EXPECT_TRUE(guard.IsActive());
-        EXPECT_TRUE(lock.IsLockedByCurrentThread());
+        EXPECT_TRUE(m_lock.IsLockedByCurrentThread());
         {
-            const LockCriticalSection nested(&lock, true, "nested", 6);
+            const LockCriticalSection nested(&m_lock, true, "nested", 6);
             EXPECT_FALSE(nested.IsActive());
         }
-        EXPECT_TRUE(lock.IsLockedByCurrentThread());
-        EXPECT_STREQ(LockerOf(lock).szFile, "guard");
+        EXPECT_TRUE(m_lock.IsLockedByCurrentThread());
+        EXPECT_STREQ(LockerOf(m_lock).szFile, "guard");
     }
-    EXPECT_FALSE(lock.IsLockedByCurrentThread());
-    EXPECT_THAT(trace.Texts(), IsEmpty());
+    EXPECT_FALSE(m_lock.IsLockedByCurrentThread());
+    EXPECT_THAT(m_trace.Texts(), IsEmpty());
 }
 
 TEST_F(Lock, AnUnlockingGuardReleasesForItsScopeAndTakesTheLockBackInTheNameOfItsLocker)
 {
-    ASSERT_TRUE(lock.Lock("first", 11, true));
+    ASSERT_TRUE(m_lock.Lock("first", 11, true));
     {
-        const LockCriticalSection guard(&lock, false, "guard", 5);
+        const LockCriticalSection guard(&m_lock, false, "guard", 5);
         EXPECT_TRUE(guard.IsActive());
-        EXPECT_FALSE(lock.IsLockedByCurrentThread());
+        EXPECT_FALSE(m_lock.IsLockedByCurrentThread());
         bool taken = false;
         std::thread([&] {
-            taken = lock.Lock("other", 1, true) && lock.Unlock("other", 2, nullptr, nullptr, true);
+            taken = m_lock.Lock("other", 1, true) && m_lock.Unlock("other", 2, nullptr, nullptr, true);
         }).join();
         EXPECT_TRUE(taken);
     }
-    EXPECT_TRUE(lock.IsLockedByCurrentThread());
-    EXPECT_STREQ(LockerOf(lock).szFile, "first");
-    EXPECT_EQ(LockerOf(lock).nLine, 11);
-    EXPECT_TRUE(lock.Unlock("last", 12, nullptr, nullptr, true));
+    EXPECT_TRUE(m_lock.IsLockedByCurrentThread());
+    EXPECT_STREQ(LockerOf(m_lock).szFile, "first");
+    EXPECT_EQ(LockerOf(m_lock).nLine, 11);
+    EXPECT_TRUE(m_lock.Unlock("last", 12, nullptr, nullptr, true));
 }
 
 TEST_F(Lock, AnUnlockingGuardWithoutALockToReleaseIsInactive)
 {
     {
-        const LockCriticalSection guard(&lock, false, "guard", 5);
+        const LockCriticalSection guard(&m_lock, false, "guard", 5);
         EXPECT_FALSE(guard.IsActive());
     }
-    EXPECT_FALSE(lock.IsLockedByCurrentThread());
-    EXPECT_EQ(trace.Containing("CriticalSection::Unlock[guard(5)]").size(), 1u);
+    EXPECT_FALSE(m_lock.IsLockedByCurrentThread());
+    EXPECT_EQ(m_trace.Containing("CriticalSection::Unlock[guard(5)]").size(), 1u);
 }
 
 TEST_F(Lock, AGuardWithoutALockIsInactive)
@@ -206,7 +207,7 @@ TEST_F(Lock, AGuardWithoutALockIsInactive)
     const LockCriticalSection unlocking(nullptr, false, "guard", 5);
     EXPECT_FALSE(locking.IsActive());
     EXPECT_FALSE(unlocking.IsActive());
-    EXPECT_THAT(trace.Texts(), IsEmpty());
+    EXPECT_THAT(m_trace.Texts(), IsEmpty());
 }
 
 TEST_F(Lock, OneThreadAtATimeIsInside)
@@ -216,16 +217,16 @@ TEST_F(Lock, OneThreadAtATimeIsInside)
     for (int t = 0; t < 8; ++t)
         threads.emplace_back([&] {
             for (int i = 0; i < 500; ++i) {
-                const LockCriticalSection guard(&lock, true, "thread", 1);
+                const LockCriticalSection guard(&m_lock, true, "thread", 1);
                 EXPECT_TRUE(guard.IsActive());
                 ++counter;
             }
         });
     // Tests of ownership from outside need no lock.
     for (int i = 0; i < 500; ++i) {
-        EXPECT_FALSE(lock.IsLockedByCurrentThread());
-        lock.LockedFor();
-        lock.Unlock("outside", 1, nullptr, nullptr, false);
+        EXPECT_FALSE(m_lock.IsLockedByCurrentThread());
+        m_lock.LockedFor();
+        m_lock.Unlock("outside", 1, nullptr, nullptr, false);
     }
     for (std::thread &thread : threads)
         thread.join();
@@ -251,16 +252,16 @@ TEST_F(Lock, DestructionWaitsForTheHolder)
     doomed.reset();
     EXPECT_TRUE(released);
     holder.join();
-    EXPECT_THAT(trace.Texts(), IsEmpty());
+    EXPECT_THAT(m_trace.Texts(), IsEmpty());
 }
 
 TEST_F(Lock, ABadNameIsReportedAndEmpty)
 {
     CriticalSection nameless(false, nullptr, false);
-    EXPECT_EQ(trace.Containing("Invalid string passed to tstring::tstring").size(), 1u);
-    trace.Clear();
+    EXPECT_EQ(m_trace.Containing("Invalid string passed to tstring::tstring").size(), 1u);
+    m_trace.Clear();
     EXPECT_FALSE(nameless.Unlock("f", 1, nullptr, nullptr, true));
-    EXPECT_EQ(trace.Containing("CriticalSection::Unlock[f(1)](, ").size(), 1u);
+    EXPECT_EQ(m_trace.Containing("CriticalSection::Unlock[f(1)](, ").size(), 1u);
 }
 
 } // namespace

@@ -57,19 +57,19 @@ class ErrorLines : public testing::Test
     // The one line traced, or what there is instead of one.
     std::string Line() const
     {
-        const auto texts = trace.Texts();
+        const auto texts = m_trace.Texts();
         return texts.size() == 1 ? texts.front() : std::to_string(texts.size()) + " lines";
     }
 
-    TraceCapture trace;
-    FailingObject object;
+    TraceCapture m_trace;
+    FailingObject m_object;
 };
 
 TEST_F(ErrorLines, AFailureWithoutContextEndsInAFullStop)
 {
     TraceHResult("F", 7, kNotFound, "Call", nullptr);
     EXPECT_EQ(Line(), "F[7]: Error 0x8004010f [MAPI_E_NOT_FOUND] from Call.");
-    EXPECT_EQ(trace.Lines().front().value, 0x00660002u);
+    EXPECT_EQ(m_trace.Lines().front().value, 0x00660002u);
 }
 
 TEST_F(ErrorLines, TheContextFollowsAfterABlank)
@@ -108,58 +108,58 @@ TEST_F(ErrorLines, TheFilterHoldsForErrorsToo)
 {
     PinDebugFilter(1, {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF});
     TraceHResult("F", 7, kNotFound, "Call", nullptr);
-    EXPECT_THAT(trace.Texts(), IsEmpty());
+    EXPECT_THAT(m_trace.Texts(), IsEmpty());
 }
 
 TEST_F(ErrorLines, TheObjectsOwnErrorStandsBeforeTheFullStop)
 {
-    TraceError("F", 7, "OpenEntry", "", &object, kNotFound);
+    TraceError("F", 7, "OpenEntry", "", &m_object, kNotFound);
     EXPECT_EQ(Line(), "F[7]: Error 0x8004010f [MAPI_E_NOT_FOUND] from OpenEntry (No such folder : Store[3000000000]).");
-    EXPECT_EQ(object.askedFor, kNotFound);
-    EXPECT_EQ(object.askedFlags, 0u);
-    EXPECT_EQ(object.asked, 1);
-    EXPECT_EQ(trace.Lines().front().value, 0x00660002u);
+    EXPECT_EQ(m_object.askedFor, kNotFound);
+    EXPECT_EQ(m_object.askedFlags, 0u);
+    EXPECT_EQ(m_object.asked, 1);
+    EXPECT_EQ(m_trace.Lines().front().value, 0x00660002u);
 }
 
 TEST_F(ErrorLines, TheObjectsOwnErrorStandsBeforeTheContext)
 {
-    TraceError("F", 7, "OpenEntry", "trying to open the %s number %lu.", &object, kNotFound, "folder", ULONG{5});
+    TraceError("F", 7, "OpenEntry", "trying to open the %s number %lu.", &m_object, kNotFound, "folder", ULONG{5});
     EXPECT_EQ(Line(), "F[7]: Error 0x8004010f [MAPI_E_NOT_FOUND] from OpenEntry (No such folder : Store[3000000000]) "
                       "trying to open the folder number 5.");
 }
 
 TEST_F(ErrorLines, AnObjectWithoutARecordAddsNothing)
 {
-    object.gives = false;
-    TraceError("F", 7, "OpenEntry", "trying.", &object, kNotFound);
+    m_object.gives = false;
+    TraceError("F", 7, "OpenEntry", "trying.", &m_object, kNotFound);
     EXPECT_EQ(Line(), "F[7]: Error 0x8004010f [MAPI_E_NOT_FOUND] from OpenEntry trying.");
 }
 
 TEST_F(ErrorLines, AnObjectThatCannotTellAddsNothing)
 {
     for (const HRESULT result : {E_FAIL, S_FALSE}) {
-        trace.Clear();
-        object.result = result;
-        TraceError("F", 7, "OpenEntry", "trying.", &object, kNotFound);
+        m_trace.Clear();
+        m_object.result = result;
+        TraceError("F", 7, "OpenEntry", "trying.", &m_object, kNotFound);
         EXPECT_EQ(Line(), "F[7]: Error 0x8004010f [MAPI_E_NOT_FOUND] from OpenEntry trying.");
     }
 }
 
 TEST_F(ErrorLines, TextsThatTheRecordLacksShowAsNull)
 {
-    object.szError = nullptr;
-    object.szComponent = nullptr;
-    TraceError("F", 7, "OpenEntry", "trying.", &object, kNotFound);
-    EXPECT_EQ(trace.Texts(), std::vector<std::string>{"F[7]: Error 0x8004010f [MAPI_E_NOT_FOUND] from OpenEntry "
-                                                      "((null) : (null)[3000000000]) trying."});
+    m_object.szError = nullptr;
+    m_object.szComponent = nullptr;
+    TraceError("F", 7, "OpenEntry", "trying.", &m_object, kNotFound);
+    EXPECT_EQ(m_trace.Texts(), std::vector<std::string>{"F[7]: Error 0x8004010f [MAPI_E_NOT_FOUND] from OpenEntry "
+                                                        "((null) : (null)[3000000000]) trying."});
 }
 
 TEST_F(ErrorLines, AnExceptionOfTheObjectIsReportedAndTheLineStillComes)
 {
-    object.throws = true;
-    TraceError("F", 7, "OpenEntry", "trying.", &object, kNotFound);
-    EXPECT_THAT(trace.Texts(), ElementsAre("Exception has occurred in TraceError (OrlMapi32[1613])",
-                                           "F[7]: Error 0x8004010f [MAPI_E_NOT_FOUND] from OpenEntry trying."));
+    m_object.throws = true;
+    TraceError("F", 7, "OpenEntry", "trying.", &m_object, kNotFound);
+    EXPECT_THAT(m_trace.Texts(), ElementsAre("Exception has occurred in TraceError (OrlMapi32[1613])",
+                                             "F[7]: Error 0x8004010f [MAPI_E_NOT_FOUND] from OpenEntry trying."));
 }
 
 TEST_F(ErrorLines, ANullObjectAddsNothing)
@@ -172,7 +172,7 @@ TEST_F(ErrorLines, AnExceptionReportNamesFunctionFileAndLine)
 {
     ReportException("OrlMapi32", "CMAPIImpl::Connect", 1234);
     EXPECT_EQ(Line(), "Exception has occurred in CMAPIImpl::Connect (OrlMapi32[1234])");
-    EXPECT_EQ(trace.Lines().front().value, 0x0000FFFFu);
+    EXPECT_EQ(m_trace.Lines().front().value, 0x0000FFFFu);
 }
 
 TEST_F(ErrorLines, AnExceptionReportPassesEveryFilter)
@@ -195,13 +195,13 @@ TEST_F(ErrorLines, AnExceptionHookTakesTheReportInPlaceOfTheTrace)
     ReportException("OrlMapi32", "F", 42);
     SetExceptionHooks(nullptr, nullptr);
     EXPECT_EQ(g_hooked, "OrlMapi32|F|42");
-    EXPECT_THAT(trace.Texts(), IsEmpty());
+    EXPECT_THAT(m_trace.Texts(), IsEmpty());
 }
 
 TEST_F(ErrorLines, BadNamesAreReportedAndTheLineStillComes)
 {
     TraceHResult(nullptr, 7, kNotFound, "Call", nullptr);
-    EXPECT_THAT(trace.Errors(), ElementsAre("[7]: Error 0x8004010f [MAPI_E_NOT_FOUND] from Call."));
+    EXPECT_THAT(m_trace.Errors(), ElementsAre("[7]: Error 0x8004010f [MAPI_E_NOT_FOUND] from Call."));
 }
 
 constexpr const char *kHostile = "%s%s%s%s%n%1000000d";
@@ -219,32 +219,32 @@ void ExpectHarmless(const TraceCapture &trace, const std::string &start)
 TEST_F(ErrorLines, ConversionsInTheContextAreReadASecondTimeWithoutHarm)
 {
     TraceHResult("F", 7, kNotFound, "Call", "subject %s", kHostile);
-    ExpectHarmless(trace, "F[7]: Error 0x8004010f [MAPI_E_NOT_FOUND] from Call subject ");
-    trace.Clear();
-    TraceError("F", 7, "Call", "subject %s", &object, kNotFound, kHostile);
-    ExpectHarmless(trace, "F[7]: Error 0x8004010f [MAPI_E_NOT_FOUND] from Call (No such folder : Store[3000000000]) "
-                          "subject ");
+    ExpectHarmless(m_trace, "F[7]: Error 0x8004010f [MAPI_E_NOT_FOUND] from Call subject ");
+    m_trace.Clear();
+    TraceError("F", 7, "Call", "subject %s", &m_object, kNotFound, kHostile);
+    ExpectHarmless(m_trace, "F[7]: Error 0x8004010f [MAPI_E_NOT_FOUND] from Call (No such folder : Store[3000000000]) "
+                            "subject ");
 }
 
 TEST_F(ErrorLines, ConversionsInTheNamesAreReadASecondTimeWithoutHarm)
 {
     TraceHResult(kHostile, 7, kNotFound, "Call", nullptr);
-    ExpectHarmless(trace, "");
-    trace.Clear();
+    ExpectHarmless(m_trace, "");
+    m_trace.Clear();
     TraceHResult("F", 7, kNotFound, kHostile, nullptr);
-    ExpectHarmless(trace, "F[7]: Error 0x8004010f [MAPI_E_NOT_FOUND] from ");
+    ExpectHarmless(m_trace, "F[7]: Error 0x8004010f [MAPI_E_NOT_FOUND] from ");
 }
 
 TEST_F(ErrorLines, ConversionsInTheObjectsTextsAreReadASecondTimeWithoutHarm)
 {
-    object.szError = kHostile;
-    TraceError("F", 7, "Call", "", &object, kNotFound);
-    ExpectHarmless(trace, "F[7]: Error 0x8004010f [MAPI_E_NOT_FOUND] from Call (");
-    trace.Clear();
-    object.szError = "e";
-    object.szComponent = kHostile;
-    TraceError("F", 7, "Call", "", &object, kNotFound);
-    ExpectHarmless(trace, "F[7]: Error 0x8004010f [MAPI_E_NOT_FOUND] from Call (e : ");
+    m_object.szError = kHostile;
+    TraceError("F", 7, "Call", "", &m_object, kNotFound);
+    ExpectHarmless(m_trace, "F[7]: Error 0x8004010f [MAPI_E_NOT_FOUND] from Call (");
+    m_trace.Clear();
+    m_object.szError = "e";
+    m_object.szComponent = kHostile;
+    TraceError("F", 7, "Call", "", &m_object, kNotFound);
+    ExpectHarmless(m_trace, "F[7]: Error 0x8004010f [MAPI_E_NOT_FOUND] from Call (e : ");
 }
 
 TEST_F(ErrorLines, ALineReadASecondTimeKeepsPercentSignsThatConvertNothing)
@@ -256,8 +256,8 @@ TEST_F(ErrorLines, ALineReadASecondTimeKeepsPercentSignsThatConvertNothing)
 TEST_F(ErrorLines, LongLinesAreCutByTheTrace)
 {
     TraceHResult("F", 7, kNotFound, "Call", "%s", std::string(5000, 'x').c_str());
-    ASSERT_EQ(trace.Lines().size(), 1u);
-    EXPECT_EQ(trace.Lines().front().whole.size(), 1022u); // and its line feed
+    ASSERT_EQ(m_trace.Lines().size(), 1u);
+    EXPECT_EQ(m_trace.Lines().front().whole.size(), 1022u); // and its line feed
 }
 
 } // namespace

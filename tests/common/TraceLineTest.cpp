@@ -55,37 +55,37 @@ class Lines : public testing::Test
     {
         g_hooked.clear();
         g_lengths.clear();
-        key.SetLevel(9);
-        trace.Init(nullptr, "host", kName);
-        calls.StopClock({2024, 11, 4, 21, 8, 5, 3, 7});
+        m_key.SetLevel(9);
+        m_trace.Init(nullptr, "host", kName);
+        m_calls.StopClock({2024, 11, 4, 21, 8, 5, 3, 7});
     }
-    ~Lines() override { trace.DeInit(); }
-    void Hook() { trace.m_outputHook = Keep; }
+    ~Lines() override { m_trace.DeInit(); }
+    void Hook() { m_trace.m_outputHook = Keep; }
     void Write(DWORD value, const char *format, ...)
     {
         va_list arguments;
         va_start(arguments, format);
-        trace.Output(value, format, arguments);
+        m_trace.Output(value, format, arguments);
         va_end(arguments);
     }
     void WriteWide(DWORD value, const WCHAR *format, ...)
     {
         va_list arguments;
         va_start(arguments, format);
-        trace.Output(value, format, arguments);
+        m_trace.Output(value, format, arguments);
         va_end(arguments);
     }
     std::string Prefix() const { return "host     (66,2) " + Thread() + ": "; }
 
-    ReplacedCalls calls;
-    RegistryKey key{kName};
-    DebugTrace trace;
+    ReplacedCalls m_calls;
+    RegistryKey m_key{kName};
+    DebugTrace m_trace;
 };
 
 TEST_F(Lines, TheDebugOutputGetsModuleClassLevelAndThread)
 {
     Write(0x00660002, "text %d", 5);
-    EXPECT_THAT(calls.DebugOutput(), ElementsAre("host     (66,2) " + Thread() + ": text 5\n"));
+    EXPECT_THAT(m_calls.DebugOutput(), ElementsAre("host     (66,2) " + Thread() + ": text 5\n"));
 }
 
 TEST_F(Lines, AHookGetsDateTimeAndProcessToo)
@@ -95,7 +95,7 @@ TEST_F(Lines, AHookGetsDateTimeAndProcessToo)
     EXPECT_THAT(g_hooked,
                 ElementsAre("21/11 08:05:03.007 host     (66,2) " + Process() + "," + Thread() + ": text 5\n"));
     EXPECT_THAT(g_lengths, ElementsAre(static_cast<int>(g_hooked.front().size())));
-    EXPECT_THAT(calls.DebugOutput(), IsEmpty());
+    EXPECT_THAT(m_calls.DebugOutput(), IsEmpty());
 }
 
 TEST_F(Lines, LevelsAboveNineShowAsAQuestionMark)
@@ -104,7 +104,7 @@ TEST_F(Lines, LevelsAboveNineShowAsAQuestionMark)
     Write(0x0002FFFF, "all");
     Write(0x0000FFFF, "always");
     Write(0x01020001, "wide class");
-    EXPECT_THAT(calls.DebugOutput(),
+    EXPECT_THAT(m_calls.DebugOutput(),
                 ElementsAre("host     (01,9) " + Thread() + ": nine\n", "host     (02,?) " + Thread() + ": all\n",
                             "host     (00,?) " + Thread() + ": always\n",
                             "host     (102,1) " + Thread() + ": wide class\n"));
@@ -113,10 +113,10 @@ TEST_F(Lines, LevelsAboveNineShowAsAQuestionMark)
 TEST_F(Lines, TheWideFormPadsWithZeros)
 {
     WriteWide(0x00660002, OLESTR("text %s %hs %d"), OLESTR("wide"), "narrow", 5);
-    ASSERT_EQ(calls.WideDebugOutput().size(), 1u);
-    EXPECT_EQ(Narrowed(calls.WideDebugOutput().front()),
+    ASSERT_EQ(m_calls.WideDebugOutput().size(), 1u);
+    EXPECT_EQ(Narrowed(m_calls.WideDebugOutput().front()),
               "host     (66,2) " + Padded(GetCurrentThreadId()) + ": text wide narrow 5\n");
-    EXPECT_THAT(calls.DebugOutput(), IsEmpty());
+    EXPECT_THAT(m_calls.DebugOutput(), IsEmpty());
 }
 
 TEST_F(Lines, TheWideFormReachesAHookAsNarrowText)
@@ -133,14 +133,14 @@ TEST_F(Lines, AMessageThatEndsInALineFeedGetsNoOther)
     Write(0x00660002, "text\n");
     Write(0x00660002, "\n");
     Write(0x00660002, "%s", "");
-    EXPECT_THAT(calls.DebugOutput(), ElementsAre(Prefix() + "text\n", Prefix() + "\n", Prefix() + "\n"));
+    EXPECT_THAT(m_calls.DebugOutput(), ElementsAre(Prefix() + "text\n", Prefix() + "\n", Prefix() + "\n"));
 }
 
 TEST_F(Lines, AMessageOf2000CharactersGivesALineOf1023ThatEndsInALineFeed)
 {
     Write(0x00660002, "%s", std::string(2000, 'x').c_str());
-    ASSERT_EQ(calls.DebugOutput().size(), 1u);
-    const std::string line = calls.DebugOutput().front();
+    ASSERT_EQ(m_calls.DebugOutput().size(), 1u);
+    const std::string line = m_calls.DebugOutput().front();
     EXPECT_EQ(line, Prefix() + std::string(1022 - Prefix().size(), 'x') + "\n");
     EXPECT_EQ(line.size(), 1023u);
 }
@@ -148,9 +148,9 @@ TEST_F(Lines, AMessageOf2000CharactersGivesALineOf1023ThatEndsInALineFeed)
 TEST_F(Lines, WideMessagesAreCutInTheSameWay)
 {
     WriteWide(0x00660002, OLESTR("%s"), std::basic_string<WCHAR>(2000, 'x').c_str());
-    ASSERT_EQ(calls.WideDebugOutput().size(), 1u);
-    EXPECT_EQ(calls.WideDebugOutput().front().size(), 1023u);
-    EXPECT_EQ(calls.WideDebugOutput().front().back(), WCHAR{'\n'});
+    ASSERT_EQ(m_calls.WideDebugOutput().size(), 1u);
+    EXPECT_EQ(m_calls.WideDebugOutput().front().size(), 1023u);
+    EXPECT_EQ(m_calls.WideDebugOutput().front().back(), WCHAR{'\n'});
 }
 
 // The line for a message that makes it `length` characters long before its end is seen to.
@@ -175,7 +175,7 @@ std::string LineOfLength(DebugTrace &trace, const ReplacedCalls &calls, std::siz
 TEST_F(Lines, TheLastCharacterMakesWayWhereOnePlaceIsLeft)
 {
     const auto shape = [&](std::size_t length, const std::string &end) {
-        const std::string line = LineOfLength(trace, calls, length, end);
+        const std::string line = LineOfLength(m_trace, m_calls, length, end);
         EXPECT_EQ(line.find('\n'), line.size() - 1);
         return line.size();
     };
@@ -191,51 +191,51 @@ TEST_F(Lines, TheLastCharacterMakesWayWhereOnePlaceIsLeft)
 
 TEST_F(Lines, IndentationStandsBetweenPrefixAndText)
 {
-    trace.Indent().Raise();
+    m_trace.Indent().Raise();
     Write(0x00660002, "two");
-    trace.Indent().Raise();
+    m_trace.Indent().Raise();
     Write(0x00660002, "four");
-    trace.Indent().Lower();
+    m_trace.Indent().Lower();
     Write(0x00660002, "two");
-    trace.Indent().Lower();
+    m_trace.Indent().Lower();
     Write(0x00660002, "none");
-    EXPECT_THAT(calls.DebugOutput(),
+    EXPECT_THAT(m_calls.DebugOutput(),
                 ElementsAre(Prefix() + "  two\n", Prefix() + "    four\n", Prefix() + "  two\n", Prefix() + "none\n"));
 }
 
 TEST_F(Lines, IndentationBeyondTheLineLeavesOnlyItself)
 {
     for (int i = 0; i < 1000; ++i)
-        trace.Indent().Raise();
+        m_trace.Indent().Raise();
     Write(0x00660002, "text");
-    ASSERT_EQ(calls.DebugOutput().size(), 1u);
-    EXPECT_EQ(calls.DebugOutput().front(), Prefix() + std::string(1022 - Prefix().size(), ' ') + "\n");
+    ASSERT_EQ(m_calls.DebugOutput().size(), 1u);
+    EXPECT_EQ(m_calls.DebugOutput().front(), Prefix() + std::string(1022 - Prefix().size(), ' ') + "\n");
 }
 
 TEST_F(Lines, AnAttachedDebuggerChangesNothingWithoutAModule)
 {
-    calls.AttachDebugger();
+    m_calls.AttachDebugger();
     Write(0x00660002, "text");
-    EXPECT_EQ(calls.DebugOutput().size(), 1u);
-    EXPECT_EQ(calls.Breaks(), 0);
+    EXPECT_EQ(m_calls.DebugOutput().size(), 1u);
+    EXPECT_EQ(m_calls.Breaks(), 0);
 }
 
 TEST_F(Lines, NothingIsWrittenForAFilteredValue)
 {
     Write(0x0066000A, "filtered");
     WriteWide(0x0066000A, OLESTR("filtered"));
-    EXPECT_THAT(calls.DebugOutput(), IsEmpty());
-    EXPECT_THAT(calls.WideDebugOutput(), IsEmpty());
+    EXPECT_THAT(m_calls.DebugOutput(), IsEmpty());
+    EXPECT_THAT(m_calls.WideDebugOutput(), IsEmpty());
 }
 
 TEST_F(Lines, WithFilterLevelZeroOnlyTheValueThatAlwaysPassesIsWritten)
 {
-    key.SetLevel(0);
-    trace.Settings().Read(key.Path());
+    m_key.SetLevel(0);
+    m_trace.Settings().Read(m_key.Path());
     Write(0x00660000, "filtered");
     Write(0x0001FFFF, "filtered");
     Write(0x0000FFFF, "always");
-    EXPECT_THAT(calls.DebugOutput(), ElementsAre("host     (00,?) " + Thread() + ": always\n"));
+    EXPECT_THAT(m_calls.DebugOutput(), ElementsAre("host     (00,?) " + Thread() + ": always\n"));
 }
 
 TEST_F(Lines, AnUnreadableArgumentLosesItsLineAndNothingElse)
@@ -255,15 +255,15 @@ TEST_F(Lines, AnUnreadableArgumentLosesItsLineAndNothingElse)
 TEST_F(Lines, ANullFormatGivesAnEmptyMessage)
 {
     Write(0x00660002, nullptr);
-    EXPECT_THAT(calls.DebugOutput(), ElementsAre(Prefix() + "\n"));
+    EXPECT_THAT(m_calls.DebugOutput(), ElementsAre(Prefix() + "\n"));
 }
 
 TEST_F(Lines, TheThreadsLastErrorSurvivesALine)
 {
     SetLastError(4711);
-    trace.Indent().Raise();
+    m_trace.Indent().Raise();
     Write(0x00660002, "text");
-    trace.Indent().Lower();
+    m_trace.Indent().Lower();
     EXPECT_EQ(GetLastError(), 4711u);
 }
 

@@ -26,8 +26,8 @@ template <class Result> Result Recorded(const char *szWhat)
 class TraceModule : public testing::Test
 {
   protected:
-    TraceModule() { calls.StopClock({2024, 11, 4, 21, 8, 5, 3, 7}); }
-    ReplacedCalls calls;
+    TraceModule() { m_calls.StopClock({2024, 11, 4, 21, 8, 5, 3, 7}); }
+    ReplacedCalls m_calls;
 };
 
 TEST_F(TraceModule, NarrowLinesGoToTheModuleWithDateTimeAndProcess)
@@ -40,7 +40,7 @@ TEST_F(TraceModule, NarrowLinesGoToTheModuleWithDateTimeAndProcess)
                   static_cast<unsigned>(GetCurrentThreadId()));
     EXPECT_EQ(line, std::string(prefix) + "text 5\n");
     EXPECT_EQ(Recorded<int>("RecordedLength"), static_cast<int>(line.size()));
-    EXPECT_THAT(calls.DebugOutput(), IsEmpty());
+    EXPECT_THAT(m_calls.DebugOutput(), IsEmpty());
 }
 
 TEST_F(TraceModule, WideLinesGoToTheModulesWideEntry)
@@ -53,16 +53,16 @@ TEST_F(TraceModule, WideLinesGoToTheModulesWideEntry)
                   static_cast<unsigned>(GetCurrentThreadId()));
     EXPECT_EQ(std::string(wide.begin(), wide.end()), std::string(prefix) + "text 5\n");
     EXPECT_EQ(Recorded<int>("RecordedLength"), static_cast<int>(wide.size()));
-    EXPECT_THAT(calls.WideDebugOutput(), IsEmpty());
+    EXPECT_THAT(m_calls.WideDebugOutput(), IsEmpty());
 }
 
 TEST_F(TraceModule, AnAttachedDebuggerSeesTheLinesToo)
 {
-    calls.AttachDebugger();
+    m_calls.AttachDebugger();
     DebugOutputA(kTraceError, "seen");
     DebugOutputW(kTraceError, OLESTR("seen"));
-    EXPECT_THAT(calls.DebugOutput(), ElementsAre(std::string(Recorded<const char *>("RecordedA"))));
-    EXPECT_EQ(calls.WideDebugOutput().size(), 1u);
+    EXPECT_THAT(m_calls.DebugOutput(), ElementsAre(std::string(Recorded<const char *>("RecordedA"))));
+    EXPECT_EQ(m_calls.WideDebugOutput().size(), 1u);
 }
 
 int g_hooked = 0;
@@ -93,11 +93,11 @@ TEST_F(TraceModule, AfterDeinitialisationTheDebugOutputTakesTheLines)
 {
     DeInitDebug();
     DebugOutputA(kTraceError, "after");
-    ASSERT_EQ(calls.DebugOutput().size(), 1u);
+    ASSERT_EQ(m_calls.DebugOutput().size(), 1u);
     char expected[128];
     std::snprintf(expected, sizeof(expected), "trace_mo (66,2) %4x: after\n",
                   static_cast<unsigned>(GetCurrentThreadId()));
-    EXPECT_EQ(calls.DebugOutput().front(), expected);
+    EXPECT_EQ(m_calls.DebugOutput().front(), expected);
 }
 
 } // namespace

@@ -20,87 +20,87 @@ DWORD Value(DWORD id, DWORD level)
 class Settings : public testing::Test
 {
   protected:
-    Settings() { calls.StopTicks(1000000); }
+    Settings() { m_calls.StopTicks(1000000); }
 
-    ReplacedCalls calls;
-    RegistryKey key{kName};
-    DebugTrace trace;
+    ReplacedCalls m_calls;
+    RegistryKey m_key{kName};
+    DebugTrace m_trace;
 };
 
 TEST_F(Settings, TheFirstUseMakesThemVisible)
 {
-    EXPECT_FALSE(key.Exists());
-    trace.Init(nullptr, "host", kName);
-    EXPECT_EQ(key.Text("Module Name"), "host    ");
-    EXPECT_EQ(key.Level(), kLevel5);
-    EXPECT_EQ(key.Map(), kAllOnes);
+    EXPECT_FALSE(m_key.Exists());
+    m_trace.Init(nullptr, "host", kName);
+    EXPECT_EQ(m_key.Text("Module Name"), "host    ");
+    EXPECT_EQ(m_key.Level(), kLevel5);
+    EXPECT_EQ(m_key.Map(), kAllOnes);
 }
 
 TEST_F(Settings, WhatTheAdministratorSetIsReadAndKept)
 {
-    key.SetLevel(7);
+    m_key.SetLevel(7);
     std::vector<BYTE> map(16, 0);
     map[0x66 / 8] = 1 << 0x66 % 8;
-    key.SetMap(map);
-    trace.Init(nullptr, "host", kName);
-    EXPECT_TRUE(trace.IsEnabled(Value(0x66, 7)));
-    EXPECT_FALSE(trace.IsEnabled(Value(0x66, 8)));
-    EXPECT_FALSE(trace.IsEnabled(Value(0x65, 1)));
-    EXPECT_FALSE(trace.IsEnabled(Value(0x67, 1)));
-    EXPECT_EQ(key.Level(), std::string("\7\0\0\0", 4));
-    EXPECT_EQ(key.Map(), std::string(map.begin(), map.end()));
+    m_key.SetMap(map);
+    m_trace.Init(nullptr, "host", kName);
+    EXPECT_TRUE(m_trace.IsEnabled(Value(0x66, 7)));
+    EXPECT_FALSE(m_trace.IsEnabled(Value(0x66, 8)));
+    EXPECT_FALSE(m_trace.IsEnabled(Value(0x65, 1)));
+    EXPECT_FALSE(m_trace.IsEnabled(Value(0x67, 1)));
+    EXPECT_EQ(m_key.Level(), std::string("\7\0\0\0", 4));
+    EXPECT_EQ(m_key.Map(), std::string(map.begin(), map.end()));
 }
 
 TEST_F(Settings, TheDefaultLetsLevelFiveOfEveryClassPass)
 {
-    trace.Init(nullptr, "host", kName);
+    m_trace.Init(nullptr, "host", kName);
     for (DWORD id = 0; id < 128; ++id) {
-        EXPECT_TRUE(trace.IsEnabled(Value(id, 5)));
-        EXPECT_FALSE(trace.IsEnabled(Value(id, 6)));
+        EXPECT_TRUE(m_trace.IsEnabled(Value(id, 5)));
+        EXPECT_FALSE(m_trace.IsEnabled(Value(id, 6)));
     }
 }
 
 TEST_F(Settings, ALevelOfTwelveIsReadAsNine)
 {
-    key.SetLevel(12);
-    trace.Init(nullptr, "host", kName);
-    EXPECT_EQ(trace.Settings().Level(), 9u);
-    EXPECT_TRUE(trace.IsEnabled(Value(1, 9)));
-    EXPECT_FALSE(trace.IsEnabled(Value(1, 10)));
-    EXPECT_FALSE(trace.IsEnabled(Value(1, 12)));
-    EXPECT_EQ(key.Level(), std::string("\x9\0\0\0", 4));
+    m_key.SetLevel(12);
+    m_trace.Init(nullptr, "host", kName);
+    EXPECT_EQ(m_trace.Settings().Level(), 9u);
+    EXPECT_TRUE(m_trace.IsEnabled(Value(1, 9)));
+    EXPECT_FALSE(m_trace.IsEnabled(Value(1, 10)));
+    EXPECT_FALSE(m_trace.IsEnabled(Value(1, 12)));
+    EXPECT_EQ(m_key.Level(), std::string("\x9\0\0\0", 4));
 }
 
 TEST_F(Settings, LevelZeroLetsNothingPass)
 {
-    key.SetLevel(0);
-    trace.Init(nullptr, "host", kName);
-    EXPECT_FALSE(trace.IsEnabled(Value(1, 0)));
-    EXPECT_FALSE(trace.IsEnabled(Value(1, 0xFFFF)));
-    EXPECT_FALSE(trace.IsEnabled(Value(0xFFFF, 0)));
+    m_key.SetLevel(0);
+    m_trace.Init(nullptr, "host", kName);
+    EXPECT_FALSE(m_trace.IsEnabled(Value(1, 0)));
+    EXPECT_FALSE(m_trace.IsEnabled(Value(1, 0xFFFF)));
+    EXPECT_FALSE(m_trace.IsEnabled(Value(0xFFFF, 0)));
 }
 
 TEST_F(Settings, TheHighestLevelAndTheHighestClassPassByThemselves)
 {
-    key.SetLevel(1);
-    key.SetMap(std::vector<BYTE>(16, 0));
-    trace.Init(nullptr, "host", kName);
-    EXPECT_TRUE(trace.IsEnabled(Value(0xFFFF, 1)));
-    EXPECT_TRUE(trace.IsEnabled(Value(0xFFFF, 0xFFFF)));
-    EXPECT_FALSE(trace.IsEnabled(Value(0xFFFF, 2)));
-    EXPECT_FALSE(trace.IsEnabled(Value(3, 0xFFFF)));
+    m_key.SetLevel(1);
+    m_key.SetMap(std::vector<BYTE>(16, 0));
+    m_trace.Init(nullptr, "host", kName);
+    EXPECT_TRUE(m_trace.IsEnabled(Value(0xFFFF, 1)));
+    EXPECT_TRUE(m_trace.IsEnabled(Value(0xFFFF, 0xFFFF)));
+    EXPECT_FALSE(m_trace.IsEnabled(Value(0xFFFF, 2)));
+    EXPECT_FALSE(m_trace.IsEnabled(Value(3, 0xFFFF)));
 }
 
 TEST_F(Settings, EachClassHasItsBit)
 {
-    trace.Init(nullptr, "host", kName);
+    m_trace.Init(nullptr, "host", kName);
     for (DWORD id = 0; id < 128; ++id) {
         std::vector<BYTE> map(16, 0);
         map[id / 8] = static_cast<BYTE>(1 << id % 8);
-        key.SetMap(map);
-        trace.Settings().Read(key.Path());
+        m_key.SetMap(map);
+        m_trace.Settings().Read(m_key.Path());
         for (DWORD other = 0; other < 128; ++other)
-            EXPECT_EQ(trace.IsEnabled(Value(other, 1)), other == id) << other;
+            EXPECT_EQ(m_trace.IsEnabled(Value(other, 1)), other == id) << other;
     }
 }
 
@@ -108,72 +108,72 @@ TEST_F(Settings, ClassesFrom128OnUseTheBitOfClassZero)
 {
     std::vector<BYTE> map(16, 0);
     map[0] = 1;
-    key.SetMap(map);
-    trace.Init(nullptr, "host", kName);
+    m_key.SetMap(map);
+    m_trace.Init(nullptr, "host", kName);
     for (const DWORD id : {128u, 200u, 0xFFFEu})
-        EXPECT_TRUE(trace.IsEnabled(Value(id, 1)));
-    EXPECT_FALSE(trace.IsEnabled(Value(127, 1)));
+        EXPECT_TRUE(m_trace.IsEnabled(Value(id, 1)));
+    EXPECT_FALSE(m_trace.IsEnabled(Value(127, 1)));
     map.assign(16, 0xFF);
     map[0] = 0xFE;
-    key.SetMap(map);
-    trace.Settings().Read(key.Path());
+    m_key.SetMap(map);
+    m_trace.Settings().Read(m_key.Path());
     for (const DWORD id : {128u, 200u, 0xFFFEu})
-        EXPECT_FALSE(trace.IsEnabled(Value(id, 1)));
+        EXPECT_FALSE(m_trace.IsEnabled(Value(id, 1)));
 }
 
 TEST_F(Settings, AChangeTakesEffectWhenThreeSecondsHavePassed)
 {
-    trace.Init(nullptr, "host", kName);
-    key.SetMap(std::vector<BYTE>(16, 0));
-    EXPECT_TRUE(trace.IsEnabled(Value(1, 1)));
-    calls.Advance(3000);
-    EXPECT_TRUE(trace.IsEnabled(Value(1, 1)));
-    calls.Advance(1);
-    EXPECT_FALSE(trace.IsEnabled(Value(1, 1)));
-    key.SetMap(std::vector<BYTE>(16, 0xFF));
-    calls.Advance(3000);
-    EXPECT_FALSE(trace.IsEnabled(Value(1, 1)));
-    calls.Advance(1);
-    EXPECT_TRUE(trace.IsEnabled(Value(1, 1)));
+    m_trace.Init(nullptr, "host", kName);
+    m_key.SetMap(std::vector<BYTE>(16, 0));
+    EXPECT_TRUE(m_trace.IsEnabled(Value(1, 1)));
+    m_calls.Advance(3000);
+    EXPECT_TRUE(m_trace.IsEnabled(Value(1, 1)));
+    m_calls.Advance(1);
+    EXPECT_FALSE(m_trace.IsEnabled(Value(1, 1)));
+    m_key.SetMap(std::vector<BYTE>(16, 0xFF));
+    m_calls.Advance(3000);
+    EXPECT_FALSE(m_trace.IsEnabled(Value(1, 1)));
+    m_calls.Advance(1);
+    EXPECT_TRUE(m_trace.IsEnabled(Value(1, 1)));
 }
 
 TEST_F(Settings, ValuesThatAreMissingKeepWhatHolds)
 {
-    key.SetLevel(3);
-    trace.Init(nullptr, "host", kName);
+    m_key.SetLevel(3);
+    m_trace.Init(nullptr, "host", kName);
     RegDeleteTreeA(HKEY_LOCAL_MACHINE, "SOFTWARE\\BRANE\\OrlMapi test of settings");
-    calls.Advance(3001);
-    EXPECT_TRUE(trace.IsEnabled(Value(1, 3)));
-    EXPECT_FALSE(trace.IsEnabled(Value(1, 4)));
-    EXPECT_FALSE(key.Exists());
+    m_calls.Advance(3001);
+    EXPECT_TRUE(m_trace.IsEnabled(Value(1, 3)));
+    EXPECT_FALSE(m_trace.IsEnabled(Value(1, 4)));
+    EXPECT_FALSE(m_key.Exists());
 }
 
 TEST_F(Settings, ValuesOfAnotherTypeOrSizeKeepWhatHolds)
 {
-    trace.Init(nullptr, "host", kName);
-    key.Set("Filter Level", REG_SZ, "abc", 4);
-    key.SetMap(std::vector<BYTE>(15, 0));
-    calls.Advance(3001);
-    EXPECT_TRUE(trace.IsEnabled(Value(1, 5)));
-    EXPECT_FALSE(trace.IsEnabled(Value(1, 6)));
-    key.SetMap(std::vector<BYTE>(32, 0));
-    calls.Advance(3001);
-    EXPECT_TRUE(trace.IsEnabled(Value(1, 5)));
+    m_trace.Init(nullptr, "host", kName);
+    m_key.Set("Filter Level", REG_SZ, "abc", 4);
+    m_key.SetMap(std::vector<BYTE>(15, 0));
+    m_calls.Advance(3001);
+    EXPECT_TRUE(m_trace.IsEnabled(Value(1, 5)));
+    EXPECT_FALSE(m_trace.IsEnabled(Value(1, 6)));
+    m_key.SetMap(std::vector<BYTE>(32, 0));
+    m_calls.Advance(3001);
+    EXPECT_TRUE(m_trace.IsEnabled(Value(1, 5)));
 }
 
 TEST_F(Settings, InitialisationHappensOnce)
 {
-    trace.Init(nullptr, "first", kName);
+    m_trace.Init(nullptr, "first", kName);
     const RegistryKey other("OrlMapi test of another name");
-    trace.Init(nullptr, "second", "OrlMapi test of another name");
+    m_trace.Init(nullptr, "second", "OrlMapi test of another name");
     EXPECT_FALSE(other.Exists());
-    EXPECT_EQ(key.Text("Module Name"), "first   ");
+    EXPECT_EQ(m_key.Text("Module Name"), "first   ");
 }
 
 TEST_F(Settings, ALongNameIsCutToEightCharacters)
 {
-    trace.Init(nullptr, "voicemailserver", kName);
-    EXPECT_EQ(key.Text("Module Name"), "voicemai");
+    m_trace.Init(nullptr, "voicemailserver", kName);
+    EXPECT_EQ(m_key.Text("Module Name"), "voicemai");
 }
 
 TEST(SettingsNames, WithoutARegistryNameTheKeyHasTheModulesWholeName)
@@ -219,35 +219,35 @@ TEST(SettingsNames, AKeyPathHasAtMost260CharactersWithItsEnd)
 
 TEST_F(Settings, NamesOfClassesAreWrittenUnderTheirNumbers)
 {
-    trace.Init(nullptr, "host", kName);
+    m_trace.Init(nullptr, "host", kName);
     const char *const names[] = {"nine", "ten", "sixteen less one"};
-    trace.SetIdNames(9, 2, names);
-    trace.SetIdNames(0x66, 1, names + 2);
-    EXPECT_EQ(key.Text("ID 09 Name"), "nine");
-    EXPECT_EQ(key.Text("ID 0a Name"), "ten");
-    EXPECT_EQ(key.Text("ID 66 Name"), "sixteen less one");
-    EXPECT_EQ(key.Text("ID 0b Name"), "absent");
+    m_trace.SetIdNames(9, 2, names);
+    m_trace.SetIdNames(0x66, 1, names + 2);
+    EXPECT_EQ(m_key.Text("ID 09 Name"), "nine");
+    EXPECT_EQ(m_key.Text("ID 0a Name"), "ten");
+    EXPECT_EQ(m_key.Text("ID 66 Name"), "sixteen less one");
+    EXPECT_EQ(m_key.Text("ID 0b Name"), "absent");
 }
 
 TEST_F(Settings, NamesOfClassesMakeTheKeyWhereItIsMissing)
 {
-    trace.Init(nullptr, "host", kName);
+    m_trace.Init(nullptr, "host", kName);
     RegDeleteTreeA(HKEY_LOCAL_MACHINE, "SOFTWARE\\BRANE\\OrlMapi test of settings");
     const char *const names[] = {"nine"};
-    trace.SetIdNames(9, 1, names);
-    EXPECT_EQ(key.Text("ID 09 Name"), "nine");
+    m_trace.SetIdNames(9, 1, names);
+    EXPECT_EQ(m_key.Text("ID 09 Name"), "nine");
 }
 
 TEST_F(Settings, APinnedFilterHoldsUntilItIsReleased)
 {
-    trace.Init(nullptr, "host", kName);
-    trace.Settings().Pin(9, {});
-    calls.Advance(3001);
-    EXPECT_FALSE(trace.IsEnabled(Value(1, 5)));
-    EXPECT_TRUE(trace.IsEnabled(Value(0xFFFF, 9)));
-    trace.Settings().Release(trace.KeyPath());
-    EXPECT_TRUE(trace.IsEnabled(Value(1, 5)));
-    EXPECT_FALSE(trace.IsEnabled(Value(1, 6)));
+    m_trace.Init(nullptr, "host", kName);
+    m_trace.Settings().Pin(9, {});
+    m_calls.Advance(3001);
+    EXPECT_FALSE(m_trace.IsEnabled(Value(1, 5)));
+    EXPECT_TRUE(m_trace.IsEnabled(Value(0xFFFF, 9)));
+    m_trace.Settings().Release(m_trace.KeyPath());
+    EXPECT_TRUE(m_trace.IsEnabled(Value(1, 5)));
+    EXPECT_FALSE(m_trace.IsEnabled(Value(1, 6)));
 }
 
 } // namespace

@@ -41,44 +41,44 @@ constexpr const char *kNoCharacters = "0x00, 0x00, 0x00, 0x00";
 class BadPointers : public testing::Test
 {
   protected:
-    BadPointers() { std::memset(page.End() - 64, 'x', 64); }
+    BadPointers() { std::memset(m_page.End() - 64, 'x', 64); }
 
     // Four characters that nothing ends.
     void PutUnterminated()
     {
         const WCHAR letters[] = {'a', 'b', 0x20AC, 'd'};
-        std::memcpy(page.End() - sizeof(letters), letters, sizeof(letters));
+        std::memcpy(m_page.End() - sizeof(letters), letters, sizeof(letters));
     }
 
-    PageBeforeGap page;
-    TraceCapture trace;
+    PageBeforeGap m_page;
+    TraceCapture m_trace;
 };
 
 TEST_F(BadPointers, NullNarrowTextIsReportedAndGivesAnEmptyString)
 {
     EXPECT_EQ(tstring(static_cast<const char *>(nullptr)), "");
-    EXPECT_THAT(trace.Texts(), ElementsAre(Assertion("tstring::tstring")));
-    EXPECT_EQ(trace.Lines().front().value, 0x000F0008u);
+    EXPECT_THAT(m_trace.Texts(), ElementsAre(Assertion("tstring::tstring")));
+    EXPECT_EQ(m_trace.Lines().front().value, 0x000F0008u);
 }
 
 TEST_F(BadPointers, UnreadableNarrowTextIsReportedAndGivesAnEmptyString)
 {
     EXPECT_EQ(tstring(Unreadable<char>()), "");
-    EXPECT_THAT(trace.Texts(), ElementsAre(Assertion("tstring::tstring")));
+    EXPECT_THAT(m_trace.Texts(), ElementsAre(Assertion("tstring::tstring")));
 }
 
 TEST_F(BadPointers, NarrowTextThatRunsIntoUnreadableMemoryIsReportedAndGivesAnEmptyString)
 {
-    EXPECT_EQ(tstring(static_cast<const char *>(page.End() - 5)), "");
-    EXPECT_THAT(trace.Texts(), ElementsAre(Assertion("tstring::tstring")));
+    EXPECT_EQ(tstring(static_cast<const char *>(m_page.End() - 5)), "");
+    EXPECT_THAT(m_trace.Texts(), ElementsAre(Assertion("tstring::tstring")));
 }
 
 TEST_F(BadPointers, NarrowTextThatEndsJustBeforeUnreadableMemoryIsRead)
 {
-    page.End()[-1] = 0;
-    EXPECT_EQ(tstring(static_cast<const char *>(page.End() - 3)).size(), 2u);
-    EXPECT_EQ(tstring(static_cast<const char *>(page.End() - 1)), "");
-    EXPECT_THAT(trace.Texts(), IsEmpty());
+    m_page.End()[-1] = 0;
+    EXPECT_EQ(tstring(static_cast<const char *>(m_page.End() - 3)).size(), 2u);
+    EXPECT_EQ(tstring(static_cast<const char *>(m_page.End() - 1)), "");
+    EXPECT_THAT(m_trace.Texts(), IsEmpty());
 }
 
 TEST_F(BadPointers, NarrowAssignmentReportsAndEmpties)
@@ -90,10 +90,10 @@ TEST_F(BadPointers, NarrowAssignmentReportsAndEmpties)
     text = Unreadable<char>();
     EXPECT_EQ(text, "");
     text = "again";
-    text = static_cast<const char *>(page.End() - 1);
+    text = static_cast<const char *>(m_page.End() - 1);
     EXPECT_EQ(text, "");
-    EXPECT_THAT(trace.Texts(), ElementsAre(Assertion("tstring::operator="), Assertion("tstring::operator="),
-                                           Assertion("tstring::operator=")));
+    EXPECT_THAT(m_trace.Texts(), ElementsAre(Assertion("tstring::operator="), Assertion("tstring::operator="),
+                                             Assertion("tstring::operator=")));
 }
 
 TEST_F(BadPointers, NarrowAppendingReportsAndAppendsNothing)
@@ -101,10 +101,10 @@ TEST_F(BadPointers, NarrowAppendingReportsAndAppendsNothing)
     tstring text("kept");
     text += static_cast<const char *>(nullptr);
     text += Unreadable<char>();
-    text += static_cast<const char *>(page.End() - 1);
+    text += static_cast<const char *>(m_page.End() - 1);
     EXPECT_EQ(text, "kept");
-    EXPECT_THAT(trace.Texts(), ElementsAre(Assertion("tstring::operator+="), Assertion("tstring::operator+="),
-                                           Assertion("tstring::operator+=")));
+    EXPECT_THAT(m_trace.Texts(), ElementsAre(Assertion("tstring::operator+="), Assertion("tstring::operator+="),
+                                             Assertion("tstring::operator+=")));
 }
 
 TEST_F(BadPointers, NarrowConcatenationReportsAndAddsNothing)
@@ -112,44 +112,44 @@ TEST_F(BadPointers, NarrowConcatenationReportsAndAddsNothing)
     const tstring text("left");
     EXPECT_EQ(text + static_cast<const char *>(nullptr), "left");
     EXPECT_EQ(text + Unreadable<char>(), "left");
-    EXPECT_THAT(trace.Texts(), ElementsAre(Assertion("tstring::operator+"), Assertion("tstring::operator+")));
+    EXPECT_THAT(m_trace.Texts(), ElementsAre(Assertion("tstring::operator+"), Assertion("tstring::operator+")));
 }
 
 TEST_F(BadPointers, NullWideTextIsReportedWithItsPointer)
 {
     EXPECT_EQ(tstring(static_cast<const WCHAR *>(nullptr)), "");
-    EXPECT_THAT(trace.Texts(),
+    EXPECT_THAT(m_trace.Texts(),
                 ElementsAre(Assertion("tstring::tstring"), WideLine("tstring::operator=", nullptr, kNoCharacters)));
-    EXPECT_EQ(trace.Lines().back().value, 0x000F0008u);
+    EXPECT_EQ(m_trace.Lines().back().value, 0x000F0008u);
 }
 
 TEST_F(BadPointers, UnreadableWideTextIsReportedWithoutBeingRead)
 {
     EXPECT_EQ(tstring(Unreadable<WCHAR>()), "");
-    EXPECT_THAT(trace.Texts(), ElementsAre(Assertion("tstring::tstring"),
-                                           WideLine("tstring::operator=", Unreadable<WCHAR>(), kNoCharacters)));
+    EXPECT_THAT(m_trace.Texts(), ElementsAre(Assertion("tstring::tstring"),
+                                             WideLine("tstring::operator=", Unreadable<WCHAR>(), kNoCharacters)));
 }
 
 TEST_F(BadPointers, UnterminatedWideTextIsReportedWithItsFirstFourCharacters)
 {
     PutUnterminated();
-    const auto *four = reinterpret_cast<const WCHAR *>(page.End() - 8);
+    const auto *four = reinterpret_cast<const WCHAR *>(m_page.End() - 8);
     EXPECT_EQ(tstring(four), "");
-    EXPECT_THAT(trace.Texts(), ElementsAre(Assertion("tstring::tstring"),
-                                           WideLine("tstring::operator=", four, "0x61, 0x62, 0x20ac, 0x64")));
+    EXPECT_THAT(m_trace.Texts(), ElementsAre(Assertion("tstring::tstring"),
+                                             WideLine("tstring::operator=", four, "0x61, 0x62, 0x20ac, 0x64")));
 }
 
 TEST_F(BadPointers, CharactersBehindTheEndOfReadableMemoryShowAsZero)
 {
     PutUnterminated();
-    const auto *two = reinterpret_cast<const WCHAR *>(page.End() - 4);
+    const auto *two = reinterpret_cast<const WCHAR *>(m_page.End() - 4);
     EXPECT_EQ(tstring(two), "");
-    EXPECT_THAT(trace.Texts(), ElementsAre(Assertion("tstring::tstring"),
-                                           WideLine("tstring::operator=", two, "0x20ac, 0x64, 0x00, 0x00")));
-    trace.Clear();
-    const auto *half = reinterpret_cast<const WCHAR *>(page.End() - 1);
+    EXPECT_THAT(m_trace.Texts(), ElementsAre(Assertion("tstring::tstring"),
+                                             WideLine("tstring::operator=", two, "0x20ac, 0x64, 0x00, 0x00")));
+    m_trace.Clear();
+    const auto *half = reinterpret_cast<const WCHAR *>(m_page.End() - 1);
     EXPECT_EQ(tstring(half), "");
-    EXPECT_THAT(trace.Texts(),
+    EXPECT_THAT(m_trace.Texts(),
                 ElementsAre(Assertion("tstring::tstring"), WideLine("tstring::operator=", half, kNoCharacters)));
 }
 
@@ -158,8 +158,8 @@ TEST_F(BadPointers, WideAssignmentReportsAndEmpties)
     tstring text("before");
     text = Unreadable<WCHAR>();
     EXPECT_EQ(text, "");
-    EXPECT_THAT(trace.Texts(), ElementsAre(Assertion("tstring::operator="),
-                                           WideLine("tstring::operator=", Unreadable<WCHAR>(), kNoCharacters)));
+    EXPECT_THAT(m_trace.Texts(), ElementsAre(Assertion("tstring::operator="),
+                                             WideLine("tstring::operator=", Unreadable<WCHAR>(), kNoCharacters)));
 }
 
 TEST_F(BadPointers, WideAppendingReportsAndAppendsNothing)
@@ -167,14 +167,14 @@ TEST_F(BadPointers, WideAppendingReportsAndAppendsNothing)
     tstring text("kept");
     text += Unreadable<WCHAR>();
     EXPECT_EQ(text, "kept");
-    EXPECT_THAT(trace.Texts(), ElementsAre(Assertion("tstring::operator+="),
-                                           WideLine("tstring::operator+=", Unreadable<WCHAR>(), kNoCharacters)));
+    EXPECT_THAT(m_trace.Texts(), ElementsAre(Assertion("tstring::operator+="),
+                                             WideLine("tstring::operator+=", Unreadable<WCHAR>(), kNoCharacters)));
 }
 
 TEST_F(BadPointers, WideConcatenationReportsAndAddsNothing)
 {
     EXPECT_EQ(tstring("left") + static_cast<const WCHAR *>(nullptr), "left");
-    EXPECT_THAT(trace.Texts(),
+    EXPECT_THAT(m_trace.Texts(),
                 ElementsAre(Assertion("tstring::operator+"), WideLine("tstring::operator+=", nullptr, kNoCharacters)));
 }
 
@@ -183,7 +183,7 @@ TEST_F(BadPointers, FindReportsAndFindsNothing)
     const tstring text("text");
     EXPECT_EQ(text.Find(nullptr), tstring::npos);
     EXPECT_EQ(text.Find(Unreadable<char>()), tstring::npos);
-    EXPECT_THAT(trace.Texts(), ElementsAre(Assertion("tstring::Find"), Assertion("tstring::Find")));
+    EXPECT_THAT(m_trace.Texts(), ElementsAre(Assertion("tstring::Find"), Assertion("tstring::Find")));
 }
 
 TEST_F(BadPointers, AnAttachedDebuggerIsStoppedUnlessToldNotTo)

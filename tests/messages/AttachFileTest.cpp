@@ -17,57 +17,57 @@ class AttachFileTest : public SendingTest
     // Attaches a stream to a message, as the session does, and gives its result.
     HRESULT Attach(const char *szFilename, const char *szDisplayName)
     {
-        ComPtr<IMessage> message(NewMessage(data));
-        ComPtr<IStream> source(NewStream("file", content));
-        SessionGuard session = CMAPIImpl::Locate(connection);
+        ComPtr<IMessage> message(NewMessage(m_data));
+        ComPtr<IStream> source(NewStream("file", m_content));
+        SessionGuard session = CMAPIImpl::Locate(m_connection);
         return session->AttachFile(message.get(), source.get(), szFilename, szDisplayName);
     }
     // The property that took the name, with the name.
     std::string NameFor(const char *szFilename, const char *szDisplayName)
     {
-        data->attachments.clear();
+        m_data->attachments.clear();
         EXPECT_EQ(Attach(szFilename, szDisplayName), S_OK);
-        if (data->attachments.size() != 1 || data->attachments[0]->props.size() < 3)
+        if (m_data->attachments.size() != 1 || m_data->attachments[0]->props.size() < 3)
             return "no attachment";
-        for (const Value &value : data->attachments[0]->props)
+        for (const Value &value : m_data->attachments[0]->props)
             if (value.tag == PR_ATTACH_FILENAME_A || value.tag == PR_ATTACH_LONG_FILENAME_A)
                 return (value.tag == PR_ATTACH_FILENAME_A ? "short " : "long ") + value.bytes;
         return "no name";
     }
     std::string NameFor(const std::string &name) { return NameFor("C.D", name.c_str()); }
 
-    std::shared_ptr<MessageData> data = std::make_shared<MessageData>("target");
-    std::shared_ptr<StreamData> content = std::make_shared<StreamData>("content");
+    std::shared_ptr<MessageData> m_data = std::make_shared<MessageData>("target");
+    std::shared_ptr<StreamData> m_content = std::make_shared<StreamData>("content");
 };
 
 TEST_F(AttachFileTest, TheContentIsCopiedFromTheBeginning)
 {
     EXPECT_EQ(Attach("file.wav", "shown.wav"), S_OK);
-    EXPECT_THAT(mapi.recorder.Calls(),
+    EXPECT_THAT(m_mapi.recorder.Calls(),
                 ElementsAre("Stream(file).Seek(0, SET)", "Message(target).CreateAttach(NULL, 0)",
                             "Attach(target#0).OpenProperty(PR_ATTACH_DATA_BIN, IStream, 0, 0x3)",
                             "Stream(file).Stat(1)", "Stream(file).CopyTo(Stream(target#0.PR_ATTACH_DATA_BIN), 7)",
                             "Attach(target#0).SetProps([PR_ATTACH_LONG_FILENAME_A=\"shown.wav\", PR_ATTACH_METHOD=1, "
                             "PR_RENDERING_POSITION=-1], NULL)",
                             "Attach(target#0).SaveChanges(0)"));
-    EXPECT_EQ(data->attachments[0]->streams[PR_ATTACH_DATA_BIN]->bytes, "content");
-    EXPECT_EQ(data->attachments[0]->saved, 1);
+    EXPECT_EQ(m_data->attachments[0]->streams[PR_ATTACH_DATA_BIN]->bytes, "content");
+    EXPECT_EQ(m_data->attachments[0]->saved, 1);
     ExpectNothingOpen();
 }
 
 TEST_F(AttachFileTest, AnEmptyFileIsAnEmptyAttachment)
 {
-    content->bytes.clear();
+    m_content->bytes.clear();
     EXPECT_EQ(Attach("empty.wav", "empty.wav"), S_OK);
-    EXPECT_THAT(mapi.recorder.Calls(), Contains("Stream(file).CopyTo(Stream(target#0.PR_ATTACH_DATA_BIN), 0)"));
-    EXPECT_EQ(data->attachments[0]->streams[PR_ATTACH_DATA_BIN]->bytes, "");
+    EXPECT_THAT(m_mapi.recorder.Calls(), Contains("Stream(file).CopyTo(Stream(target#0.PR_ATTACH_DATA_BIN), 0)"));
+    EXPECT_EQ(m_data->attachments[0]->streams[PR_ATTACH_DATA_BIN]->bytes, "");
 }
 
 TEST_F(AttachFileTest, MoreThanFourGigabytesAreAskedForWhole)
 {
-    content->claimedSize = 5000000000;
+    m_content->claimedSize = 5000000000;
     EXPECT_EQ(Attach("large.wav", "large.wav"), S_OK);
-    EXPECT_THAT(mapi.recorder.Calls(),
+    EXPECT_THAT(m_mapi.recorder.Calls(),
                 Contains("Stream(file).CopyTo(Stream(target#0.PR_ATTACH_DATA_BIN), 5000000000)"));
 }
 

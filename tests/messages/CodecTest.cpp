@@ -17,7 +17,7 @@ TEST_F(CodecTest, WindowsMediaGoesToItsModuleFromTheStartWithoutFormat)
 {
     for (const BYTE flagged : {BYTE{1}, BYTE{0x80}}) {
         EXPECT_EQ(Save("any bytes", flagged), HRESULT(0x00040001));
-        EXPECT_EQ(FileContent(file), "KRN_WMA\nNULL\nany bytes");
+        EXPECT_EQ(FileContent(m_file), "KRN_WMA\nNULL\nany bytes");
     }
 }
 
@@ -25,21 +25,21 @@ TEST_F(CodecTest, AWaveStreamThatIsFlaggedAsWindowsMediaIsNotLookedInto)
 {
     const std::string wave = Wave(1, "pcm");
     EXPECT_EQ(Save(wave, 1), HRESULT(0x00040001));
-    EXPECT_EQ(FileContent(file), "KRN_WMA\nNULL\n" + wave);
+    EXPECT_EQ(FileContent(m_file), "KRN_WMA\nNULL\n" + wave);
 }
 
 TEST_F(CodecTest, GsmGoesToItsModuleWithTheFormatThatItExpects)
 {
     EXPECT_EQ(Save(Wave(0x31, "gsm")), HRESULT(0x00040001));
     // The reader of the format tag leaves the stream behind the tag.
-    EXPECT_EQ(FileContent(file),
+    EXPECT_EQ(FileContent(m_file),
               "KRNBRANE\nTXC[RATE=13000]:WAV GSM, 8 kHz, mono\n" + Wave(0x31, "gsm").substr(12 + 8 + 2));
 }
 
 TEST_F(CodecTest, PcmNeedsNoModule)
 {
     EXPECT_EQ(Save(Wave(1, "pcm")), S_OK);
-    EXPECT_EQ(FileContent(file), Wave(1, "pcm"));
+    EXPECT_EQ(FileContent(m_file), Wave(1, "pcm"));
 }
 
 TEST_F(CodecTest, AModulesFailureIsTheResult)
@@ -65,7 +65,7 @@ TEST_F(CodecTest, ThreadsMayLoadAndUseTheModulesAtTheSameTime)
     std::atomic<int> good{0};
     for (int i = 0; i < 8; ++i)
         threads.emplace_back([&, i] {
-            const std::string own = file + std::to_string(i);
+            const std::string own = m_file + std::to_string(i);
             for (BYTE wma : {BYTE{1}, BYTE{0}}) {
                 ComPtr<IStream> stream(NewStream("voice", std::make_shared<StreamData>(Wave(0x31, "x"))));
                 if (SaveStreamToFile(stream.get(), wma, own.c_str()) == HRESULT(0x00040001))
@@ -81,11 +81,12 @@ TEST_F(CodecTest, ThreadsMayLoadAndUseTheModulesAtTheSameTime)
 TEST_F(CodecTest, AnAttachmentOfWindowsMediaIsSavedThroughItsModule)
 {
     MessageData &message = Deliver("m");
-    mapi.world.AddAttachment(message, {Long(PR_ATTACH_METHOD, 1), Text(PR_ATTACH_MIME_TAG_A, "audio/x-ms-wma")}, "wma");
+    m_mapi.world.AddAttachment(message, {Long(PR_ATTACH_METHOD, 1), Text(PR_ATTACH_MIME_TAG_A, "audio/x-ms-wma")},
+                               "wma");
     const std::string id = IdOf("m");
-    EXPECT_EQ(OrlDownloadAttachmentA(connection, mailbox, SizeOf(id), AsBytes(id), 0, file.c_str()),
+    EXPECT_EQ(OrlDownloadAttachmentA(m_connection, m_mailbox, SizeOf(id), AsBytes(id), 0, m_file.c_str()),
               HRESULT(0x00040001));
-    EXPECT_EQ(FileContent(file), "KRN_WMA\nNULL\nwma");
+    EXPECT_EQ(FileContent(m_file), "KRN_WMA\nNULL\nwma");
 }
 
 } // namespace

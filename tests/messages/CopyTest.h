@@ -20,17 +20,17 @@ inline const std::vector<std::string> kSubmitted = {"Message(new).SaveChanges(0x
 class CopyTest : public SendingTest
 {
   protected:
-    MessageData *original = nullptr;
+    MessageData *m_original = nullptr;
 
     void SetUp() override
     {
         SendingTest::SetUp();
-        original = &Deliver("m", {Text(PR_SUBJECT_A, "The subject"), Text(PR_BODY_A, "The body"),
-                                  Text(PR_SENDER_EMAIL_ADDRESS_A, "bob"), Text(PR_SENDER_NAME_A, "Bob Baker"),
-                                  Time(PR_CLIENT_SUBMIT_TIME, 0x01D9A1B2C3D4E5F6), Text(PR_SUBJECT_PREFIX_A, "FW: "),
-                                  Text(PR_MESSAGE_CLASS_A, "IPM.Note.Microsoft.Voicemail.UM")});
-        mapi.world.AddAttachment(*original, {Long(PR_ATTACH_METHOD, 1)}, "sound");
-        original->recipients = {{Text(PR_DISPLAY_NAME_A, "Alice Archer")}};
+        m_original = &Deliver("m", {Text(PR_SUBJECT_A, "The subject"), Text(PR_BODY_A, "The body"),
+                                    Text(PR_SENDER_EMAIL_ADDRESS_A, "bob"), Text(PR_SENDER_NAME_A, "Bob Baker"),
+                                    Time(PR_CLIENT_SUBMIT_TIME, 0x01D9A1B2C3D4E5F6), Text(PR_SUBJECT_PREFIX_A, "FW: "),
+                                    Text(PR_MESSAGE_CLASS_A, "IPM.Note.Microsoft.Voicemail.UM")});
+        m_mapi.world.AddAttachment(*m_original, {Long(PR_ATTACH_METHOD, 1)}, "sound");
+        m_original->recipients = {{Text(PR_DISPLAY_NAME_A, "Alice Archer")}};
     }
     // The calls from the opened original to its copy; the marks on the original as they were made.
     std::vector<std::string> CallsToTheCopy(const std::string &store = "alice") const
@@ -67,7 +67,7 @@ class CopyTest : public SendingTest
     // The first call that begins so.
     std::string CallOf(const std::string &beginning) const
     {
-        for (const std::string &call : mapi.recorder.Calls())
+        for (const std::string &call : m_mapi.recorder.Calls())
             if (call.rfind(beginning, 0) == 0)
                 return call;
         return "no call of " + beginning;
@@ -83,7 +83,7 @@ class CopyTest : public SendingTest
     }
     LONGLONG Mark(ULONG tag) const
     {
-        const Value *value = Find(original->props, tag);
+        const Value *value = Find(m_original->props, tag);
         return value ? value->number : -1;
     }
     // The failing call's line under the operation's name.

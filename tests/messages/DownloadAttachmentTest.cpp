@@ -33,25 +33,25 @@ std::string FileContent(const std::string &path)
 class DownloadAttachmentTest : public MessagesTest
 {
   protected:
-    const std::string id = IdOf("m");
-    const std::string file = (std::filesystem::temp_directory_path() / "orlmapi_download_test.wav").string();
+    const std::string m_id = IdOf("m");
+    const std::string m_file = (std::filesystem::temp_directory_path() / "orlmapi_download_test.wav").string();
 
-    void SetUp() override { std::remove(file.c_str()); }
+    void SetUp() override { std::remove(m_file.c_str()); }
     void TearDown() override
     {
-        std::remove(file.c_str());
+        std::remove(m_file.c_str());
         MessagesTest::TearDown();
     }
     // A message with one attachment.
     AttachData &Attached(Row props, const std::string &content = kWave)
     {
-        return mapi.world.AddAttachment(Deliver("m"), std::move(props), content);
+        return m_mapi.world.AddAttachment(Deliver("m"), std::move(props), content);
     }
     HRESULT Save(ULONG number = 0)
     {
-        return OrlDownloadAttachmentA(connection, mailbox, SizeOf(id), AsBytes(id), number, file.c_str());
+        return OrlDownloadAttachmentA(m_connection, m_mailbox, SizeOf(m_id), AsBytes(m_id), number, m_file.c_str());
     }
-    bool FileIsThere() const { return std::ifstream(file).good(); }
+    bool FileIsThere() const { return std::ifstream(m_file).good(); }
 };
 
 const char kSixTags[] = "[PR_ATTACH_METHOD, PR_ATTACH_FILENAME_A, PR_ATTACH_LONG_FILENAME_A, PR_ATTACH_PATHNAME_A, "
@@ -61,8 +61,8 @@ TEST_F(DownloadAttachmentTest, ARecordingByValueIsSavedWhole)
 {
     Attached({Long(PR_ATTACH_METHOD, 1), Text(PR_ATTACH_MIME_TAG_A, "audio/wav")});
     EXPECT_EQ(Save(), S_OK);
-    EXPECT_EQ(FileContent(file), kWave);
-    const std::vector<std::string> calls = mapi.recorder.Calls();
+    EXPECT_EQ(FileContent(m_file), kWave);
+    const std::vector<std::string> calls = m_mapi.recorder.Calls();
     ASSERT_GE(calls.size(), 4u);
     EXPECT_EQ(calls[0], "Store(alice).OpenEntry(eid(message:m), IMessage, 0x210)");
     EXPECT_EQ(calls[1], "Message(m).OpenAttach(0, NULL, 0)");
@@ -80,28 +80,28 @@ TEST_F(DownloadAttachmentTest, ARecordingByValueIsSavedWhole)
 TEST_F(DownloadAttachmentTest, AWideFileNameIsConverted)
 {
     Attached({Long(PR_ATTACH_METHOD, 1)});
-    const wtext wide(file.begin(), file.end());
-    EXPECT_EQ(OrlDownloadAttachmentW(connection, mailbox, SizeOf(id), AsBytes(id), 0, wide.c_str()), S_OK);
-    EXPECT_EQ(FileContent(file), kWave);
+    const wtext wide(m_file.begin(), m_file.end());
+    EXPECT_EQ(OrlDownloadAttachmentW(m_connection, m_mailbox, SizeOf(m_id), AsBytes(m_id), 0, wide.c_str()), S_OK);
+    EXPECT_EQ(FileContent(m_file), kWave);
 }
 
 TEST_F(DownloadAttachmentTest, AnAttachmentWithoutMimeTagIsTakenForARecording)
 {
     Attached({Long(PR_ATTACH_METHOD, 1)});
     EXPECT_EQ(Save(), S_OK);
-    EXPECT_EQ(FileContent(file), kWave);
+    EXPECT_EQ(FileContent(m_file), kWave);
 }
 
 TEST_F(DownloadAttachmentTest, AnyOtherMimeTagWritesNothing)
 {
     for (const char *tag : {"audio/mpeg", "AUDIO/WAV", "audio/wav ", "text/plain"}) {
         SCOPED_TRACE(tag);
-        mapi.world.mailboxes.at("alice")->inbox->messages.clear();
+        m_mapi.world.mailboxes.at("alice")->inbox->messages.clear();
         Attached({Long(PR_ATTACH_METHOD, 1), Text(PR_ATTACH_FILENAME_A, "song.mp3"), Text(PR_ATTACH_MIME_TAG_A, tag)});
         Forget();
         EXPECT_EQ(Save(), E_FAIL);
         EXPECT_FALSE(FileIsThere());
-        EXPECT_EQ(mapi.recorder.Count("Attach.OpenProperty"), 0);
+        EXPECT_EQ(m_mapi.recorder.Count("Attach.OpenProperty"), 0);
         EXPECT_THAT(
             ErrorLines(),
             ElementsAre("CMAPIImpl::HrStreamInAttachment[n]: Error 0x80004005 [MAPI_E_CALL_FAILED] from OpenAttach "
@@ -115,7 +115,7 @@ TEST_F(DownloadAttachmentTest, AnUnknownMethodHasNoStream)
 {
     for (LONG method : {0, 7, -1}) {
         SCOPED_TRACE(method);
-        mapi.world.mailboxes.at("alice")->inbox->messages.clear();
+        m_mapi.world.mailboxes.at("alice")->inbox->messages.clear();
         Attached({Long(PR_ATTACH_METHOD, method), Text(PR_ATTACH_PATHNAME_A, "P")});
         Forget();
         EXPECT_EQ(Save(), E_FAIL);
@@ -133,8 +133,8 @@ TEST_F(DownloadAttachmentTest, AnEmbeddedMessageIsReadFromItsObject)
     AttachData &attach = Attached({Long(PR_ATTACH_METHOD, 5)});
     attach.streams = {{PR_ATTACH_DATA_OBJ, std::make_shared<StreamData>(kWave)}};
     EXPECT_EQ(Save(), S_OK);
-    EXPECT_THAT(mapi.recorder.Calls(), Contains("Attach(m#0).OpenProperty(PR_ATTACH_DATA_OBJ, IStream, 0, 0)"));
-    EXPECT_EQ(FileContent(file), kWave);
+    EXPECT_THAT(m_mapi.recorder.Calls(), Contains("Attach(m#0).OpenProperty(PR_ATTACH_DATA_OBJ, IStream, 0, 0)"));
+    EXPECT_EQ(FileContent(m_file), kWave);
 }
 
 TEST_F(DownloadAttachmentTest, AnOleObjectIsTriedInThreeWays)
@@ -144,12 +144,12 @@ TEST_F(DownloadAttachmentTest, AnOleObjectIsTriedInThreeWays)
     attach.streams.clear();
     attach.docfileStreams = {{PR_ATTACH_DATA_OBJ, wave}};
     EXPECT_EQ(Save(), S_OK);
-    EXPECT_EQ(mapi.recorder.Count("Attach.OpenProperty"), 1);
+    EXPECT_EQ(m_mapi.recorder.Count("Attach.OpenProperty"), 1);
 
     attach.docfileStreams = {{PR_ATTACH_DATA_BIN, wave}};
     Forget();
     EXPECT_EQ(Save(), S_OK);
-    EXPECT_EQ(mapi.recorder.Count("Attach.OpenProperty"), 2);
+    EXPECT_EQ(m_mapi.recorder.Count("Attach.OpenProperty"), 2);
 
     attach.docfileStreams.clear();
     auto storage = std::make_shared<StorageData>();
@@ -157,20 +157,20 @@ TEST_F(DownloadAttachmentTest, AnOleObjectIsTriedInThreeWays)
     attach.storages = {{PR_ATTACH_DATA_OBJ, storage}};
     Forget();
     EXPECT_EQ(Save(), S_OK);
-    EXPECT_THAT(mapi.recorder.Calls(),
+    EXPECT_THAT(m_mapi.recorder.Calls(),
                 testing::IsSupersetOf({"Attach(m#0).OpenProperty(PR_ATTACH_DATA_OBJ, IStreamDocfile, 0, 0)",
                                        "Attach(m#0).OpenProperty(PR_ATTACH_DATA_BIN, IStreamDocfile, 0, 0)",
                                        "Attach(m#0).OpenProperty(PR_ATTACH_DATA_OBJ, IStorage, 0, 0)",
                                        "Storage(m#0.PR_ATTACH_DATA_OBJ).OpenStream(L\"CONTENTS\", 0x10)"}));
     EXPECT_THAT(ErrorLines(), IsEmpty()) << "the ways that failed are no failures of the operation";
-    EXPECT_EQ(FileContent(file), kWave);
+    EXPECT_EQ(FileContent(m_file), kWave);
 }
 
 TEST_F(DownloadAttachmentTest, AnOleObjectInNoFormFailsWithTheLastFailure)
 {
     AttachData &attach = Attached({Long(PR_ATTACH_METHOD, 6)});
     attach.streams.clear();
-    mapi.script.Tell("Attach(m#0).OpenProperty(PR_ATTACH_DATA_OBJ, IStorage, 0, 0)", Fails(MAPI_E_NO_ACCESS));
+    m_mapi.script.Tell("Attach(m#0).OpenProperty(PR_ATTACH_DATA_OBJ, IStorage, 0, 0)", Fails(MAPI_E_NO_ACCESS));
     EXPECT_EQ(Save(), MAPI_E_NO_ACCESS);
     EXPECT_THAT(ErrorLines(), ElementsAre(HasSubstr("[MAPI_E_NO_ACCESS] from OpenAttach trying to open the attachment "
                                                     "(method=00000006, ")));
@@ -179,7 +179,7 @@ TEST_F(DownloadAttachmentTest, AnOleObjectInNoFormFailsWithTheLastFailure)
 TEST_F(DownloadAttachmentTest, AStreamThatCannotBeOpenedIsReportedAsTheAttachment)
 {
     Attached({Long(PR_ATTACH_METHOD, 1), Text(PR_ATTACH_FILENAME_A, "a.wav"), Text(PR_ATTACH_MIME_TAG_A, "audio/wav")});
-    mapi.script.Tell("Attach.OpenProperty", Fails(MAPI_E_CORRUPT_DATA));
+    m_mapi.script.Tell("Attach.OpenProperty", Fails(MAPI_E_CORRUPT_DATA));
     EXPECT_EQ(Save(), MAPI_E_CORRUPT_DATA);
     EXPECT_FALSE(FileIsThere());
     EXPECT_THAT(
@@ -205,8 +205,8 @@ TEST_F(DownloadAttachmentTest, FailuresAreNamed)
                             "trying to get the properties for the attachment."},
     };
     for (const auto &failing : cases) {
-        mapi.script.Clear();
-        mapi.script.Tell(failing.call, Fails(MAPI_E_NETWORK_ERROR));
+        m_mapi.script.Clear();
+        m_mapi.script.Tell(failing.call, Fails(MAPI_E_NETWORK_ERROR));
         Forget();
         EXPECT_EQ(Save(), MAPI_E_NETWORK_ERROR);
         EXPECT_THAT(ErrorLines(), ElementsAre(failing.report));
@@ -228,15 +228,15 @@ TEST_F(DownloadAttachmentTest, MalformedValuesAreTakenAsEmpty)
     attach.props = {Long(PR_ATTACH_METHOD, 1),  Null(PR_ATTACH_MIME_TAG_A),      Null(PR_ATTACH_FILENAME_A),
                     Null(PR_ATTACH_PATHNAME_A), Null(PR_ATTACH_LONG_PATHNAME_A), Null(PR_ATTACH_LONG_FILENAME_A)};
     EXPECT_EQ(Save(), S_OK);
-    EXPECT_EQ(FileContent(file), kWave);
+    EXPECT_EQ(FileContent(m_file), kWave);
 }
 
 TEST_F(DownloadAttachmentTest, ANullMailboxAnUnknownConnectionAndANullStoreAreRefused)
 {
-    EXPECT_EQ(OrlDownloadAttachmentA(connection, 0, SizeOf(id), AsBytes(id), 0, file.c_str()), E_INVALIDARG);
-    EXPECT_EQ(OrlDownloadAttachmentW(0, mailbox, SizeOf(id), AsBytes(id), 0, OLESTR("x")), E_INVALIDARG);
-    SessionGuard session = CMAPIImpl::Locate(connection);
-    EXPECT_EQ(session->DownloadAttachment(nullptr, SizeOf(id), AsBytes(id), 0, tstring(file)), E_POINTER);
+    EXPECT_EQ(OrlDownloadAttachmentA(m_connection, 0, SizeOf(m_id), AsBytes(m_id), 0, m_file.c_str()), E_INVALIDARG);
+    EXPECT_EQ(OrlDownloadAttachmentW(0, m_mailbox, SizeOf(m_id), AsBytes(m_id), 0, OLESTR("x")), E_INVALIDARG);
+    SessionGuard session = CMAPIImpl::Locate(m_connection);
+    EXPECT_EQ(session->DownloadAttachment(nullptr, SizeOf(m_id), AsBytes(m_id), 0, tstring(m_file)), E_POINTER);
     EXPECT_EQ(CountLines("CMAPIImpl::DownloadAttachment[n]: Error pIMsgStore is NULL."), 1);
     EXPECT_FALSE(FileIsThere());
 }
@@ -286,12 +286,12 @@ class ReferencedFileTest : public DownloadAttachmentTest
 TEST_F(ReferencedFileTest, WithoutAStandInTheSystemOpensTheFile)
 {
     g_pfnOpenReferencedFile = m_usual;
-    const std::string referenced = file + ".referenced";
+    const std::string referenced = m_file + ".referenced";
     std::ofstream(referenced, std::ios::binary) << kWave;
     Attached({Long(PR_ATTACH_METHOD, 2), Text(PR_ATTACH_PATHNAME_A, referenced)});
     const HRESULT hr = Save();
     EXPECT_EQ(ErrorLines().size(), FAILED(hr) ? 1u : 0u);
-    EXPECT_EQ(FileContent(file), FAILED(hr) ? "" : kWave);
+    EXPECT_EQ(FileContent(m_file), FAILED(hr) ? "" : kWave);
     const std::string afterwards = FileContent(referenced);
     std::remove(referenced.c_str());
     if (FAILED(hr))
@@ -303,15 +303,15 @@ TEST_F(ReferencedFileTest, EachReferenceMethodWrapsTheFileAsAStorage)
 {
     for (LONG method : {2, 3, 4}) {
         SCOPED_TRACE(method);
-        mapi.world.mailboxes.at("alice")->inbox->messages.clear();
+        m_mapi.world.mailboxes.at("alice")->inbox->messages.clear();
         Attached({Long(PR_ATTACH_METHOD, method), Text(PR_ATTACH_PATHNAME_A, "SHORT~1.WAV"),
                   Text(PR_ATTACH_LONG_PATHNAME_A, "\\\\server\\share\\J\xC3\xBCrgen.wav")});
         Forget();
         EXPECT_EQ(Save(), S_OK);
         EXPECT_EQ(g_reference.path, OLESTR("\\\\server\\share\\J\u00FCrgen.wav"));
         EXPECT_EQ(g_reference.mode, 0x00030012u);
-        EXPECT_THAT(mapi.recorder.Calls(), Contains("Storage(reference).OpenStream(L\"CONTENTS\", 0x10)"));
-        EXPECT_EQ(FileContent(file), kWave);
+        EXPECT_THAT(m_mapi.recorder.Calls(), Contains("Storage(reference).OpenStream(L\"CONTENTS\", 0x10)"));
+        EXPECT_EQ(FileContent(m_file), kWave);
     }
 }
 

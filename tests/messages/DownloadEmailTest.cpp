@@ -14,13 +14,13 @@ namespace
 class DownloadEmailTest : public MessagesTest
 {
   protected:
-    const std::string id = IdOf("m");
+    const std::string m_id = IdOf("m");
 
     // Body and subject, with a bar between.
     std::string Download(HRESULT expected = S_OK)
     {
         EmailTextA *text = nullptr;
-        EXPECT_EQ(OrlDownloadEmailA(connection, mailbox, SizeOf(id), AsBytes(id), &text), expected);
+        EXPECT_EQ(OrlDownloadEmailA(m_connection, m_mailbox, SizeOf(m_id), AsBytes(m_id), &text), expected);
         const std::string result = text ? std::string(text->pszBody) + "|" + text->pszSubject : "nothing";
         OrlMapiFreeBuffer(text);
         return result;
@@ -31,8 +31,8 @@ TEST_F(DownloadEmailTest, BodyAndSubjectAreReadInThisOrder)
 {
     Deliver("m", {Text(PR_SUBJECT_A, "Subject"), Text(PR_BODY_A, "Body")});
     EXPECT_EQ(Download(), "Body|Subject");
-    EXPECT_THAT(mapi.recorder.Calls(), ElementsAre("Store(alice).OpenEntry(eid(message:m), IMessage, 0x210)",
-                                                   "Message(m).GetProps([PR_BODY_A, PR_SUBJECT_A], 0)"));
+    EXPECT_THAT(m_mapi.recorder.Calls(), ElementsAre("Store(alice).OpenEntry(eid(message:m), IMessage, 0x210)",
+                                                     "Message(m).GetProps([PR_BODY_A, PR_SUBJECT_A], 0)"));
     EXPECT_THAT(Lines(), Contains(testing::AllOf(StartsWith("> CMAPIImpl::DownloadEmail(pIMsgStore: "),
                                                  testing::EndsWith("\", ...)"))));
     EXPECT_EQ(CountLines("CMAPIImpl::DownloadEmail[n]: At Entry, counter=[0]"), 1);
@@ -62,7 +62,7 @@ TEST_F(DownloadEmailTest, ABodyTooLargeToComeAtOnceIsReadThroughItsStream)
         body += "line " + std::to_string(i) + "\r\n";
     message.streams[PR_BODY_A] = std::make_shared<StreamData>(body + std::string(1, '\0'));
     EXPECT_EQ(Download(), body + "|Subject");
-    EXPECT_THAT(mapi.recorder.Calls(), Contains("Message(m).OpenProperty(PR_BODY_A, IStream, 0, 0)"));
+    EXPECT_THAT(m_mapi.recorder.Calls(), Contains("Message(m).OpenProperty(PR_BODY_A, IStream, 0, 0)"));
 }
 
 TEST_F(DownloadEmailTest, ASubjectTooLargeToComeAtOnceIsReadThroughItsStream)
@@ -72,7 +72,7 @@ TEST_F(DownloadEmailTest, ASubjectTooLargeToComeAtOnceIsReadThroughItsStream)
     message.props = {Text(PR_BODY_A, "Body"), Missing(PR_SUBJECT_A, MAPI_E_NOT_ENOUGH_MEMORY)};
     message.streams[PR_SUBJECT_A] = std::make_shared<StreamData>(std::string("Large") + '\0');
     EXPECT_EQ(Download(), "Body|Large");
-    EXPECT_THAT(mapi.recorder.Calls(), Contains("Message(m).OpenProperty(PR_SUBJECT_A, IStream, 0, 0)"));
+    EXPECT_THAT(m_mapi.recorder.Calls(), Contains("Message(m).OpenProperty(PR_SUBJECT_A, IStream, 0, 0)"));
 }
 
 TEST_F(DownloadEmailTest, ALargeBodyThatCannotBeReadIsReportedAndEmpty)
@@ -109,7 +109,7 @@ TEST_F(DownloadEmailTest, FailuresAreNamed)
     EXPECT_THAT(ErrorLines(), ElementsAre("CMAPIImpl::DownloadEmail[n]: Error 0x8004010f [MAPI_E_NOT_FOUND] from "
                                           "HrOpenEntry trying to access and open the message."));
     Deliver("m");
-    mapi.script.Tell("Message.GetProps", Fails(MAPI_E_BUSY));
+    m_mapi.script.Tell("Message.GetProps", Fails(MAPI_E_BUSY));
     Forget();
     EXPECT_EQ(Download(MAPI_E_BUSY), "nothing");
     EXPECT_THAT(ErrorLines(), ElementsAre("CMAPIImpl::DownloadEmail[n]: Error 0x8004010b [MAPI_E_BUSY] from GetProps "
@@ -120,11 +120,11 @@ TEST_F(DownloadEmailTest, ANullMailboxAndAnUnknownConnectionAreRefused)
 {
     EmailTextA *a = nullptr;
     EmailTextW *w = nullptr;
-    EXPECT_EQ(OrlDownloadEmailA(connection, 0, SizeOf(id), AsBytes(id), &a), E_INVALIDARG);
-    EXPECT_EQ(OrlDownloadEmailW(0, mailbox, SizeOf(id), AsBytes(id), &w), E_INVALIDARG);
-    SessionGuard session = CMAPIImpl::Locate(connection);
+    EXPECT_EQ(OrlDownloadEmailA(m_connection, 0, SizeOf(m_id), AsBytes(m_id), &a), E_INVALIDARG);
+    EXPECT_EQ(OrlDownloadEmailW(0, m_mailbox, SizeOf(m_id), AsBytes(m_id), &w), E_INVALIDARG);
+    SessionGuard session = CMAPIImpl::Locate(m_connection);
     DownloadedText text;
-    EXPECT_EQ(session->DownloadEmail(nullptr, SizeOf(id), AsBytes(id), text), E_POINTER);
+    EXPECT_EQ(session->DownloadEmail(nullptr, SizeOf(m_id), AsBytes(m_id), text), E_POINTER);
     EXPECT_EQ(CountLines("CMAPIImpl::DownloadEmail[n]: Error pIMsgStore is NULL."), 1);
 }
 

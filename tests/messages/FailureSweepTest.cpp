@@ -17,14 +17,14 @@ const std::vector<HRESULT> kCodes = {E_FAIL, E_OUTOFMEMORY, MAPI_E_NETWORK_ERROR
 class FailureSweep : public MessagesTest
 {
   protected:
-    const std::string id = IdOf("m");
-    HRESULT hr = S_OK;
+    const std::string m_id = IdOf("m");
+    HRESULT m_hr = S_OK;
 
     void SetUp() override
     {
         MessageData &message = Deliver("m", {Long(PR_MESSAGE_FLAGS, 1), Long(PR_IMPORTANCE, 2), Long(PR_SENSITIVITY, 0),
                                              Text(PR_BODY_A, "Body"), Text(PR_SUBJECT_A, "Subject")});
-        mapi.world.AddAttachment(message, {Long(PR_ATTACH_SIZE, 3), Long(PR_ATTACH_METHOD, 5)}, "");
+        m_mapi.world.AddAttachment(message, {Long(PR_ATTACH_SIZE, 3), Long(PR_ATTACH_METHOD, 5)}, "");
         message.attachments[0]->streams[PR_ATTACH_DATA_OBJ] = std::make_shared<StreamData>("no WAVE");
     }
 
@@ -61,7 +61,7 @@ class FailureSweep : public MessagesTest
 
 TEST_F(FailureSweep, OfASingleHeader)
 {
-    EmailHeaderA *const untouched = reinterpret_cast<EmailHeaderA *>(&hr);
+    EmailHeaderA *const untouched = reinterpret_cast<EmailHeaderA *>(&m_hr);
     EmailHeaderA *header = untouched;
     const int calls = Sweep(
         [&] {
@@ -70,13 +70,13 @@ TEST_F(FailureSweep, OfASingleHeader)
             header = untouched;
             Forget();
         },
-        [&] { hr = OrlGetEmailHeaderA(connection, mailbox, SizeOf(id), AsBytes(id), &header); },
+        [&] { m_hr = OrlGetEmailHeaderA(m_connection, m_mailbox, SizeOf(m_id), AsBytes(m_id), &header); },
         [&](const Round &round) {
             if (IsAskedAgain(round)) {
-                EXPECT_EQ(hr, S_OK);
+                EXPECT_EQ(m_hr, S_OK);
                 return;
             }
-            EXPECT_EQ(hr, round.hr);
+            EXPECT_EQ(m_hr, round.hr);
             EXPECT_EQ(header, untouched);
             CheckReport(round);
             CheckNothingLeft(round);
@@ -95,14 +95,17 @@ TEST_F(FailureSweep, OfTheFlags)
             flags[0] = flags[1] = flags[2] = 9;
             Forget();
         },
-        [&] { hr = OrlGetEmailFlags(connection, mailbox, SizeOf(id), AsBytes(id), &flags[0], &flags[1], &flags[2]); },
+        [&] {
+            m_hr =
+                OrlGetEmailFlags(m_connection, m_mailbox, SizeOf(m_id), AsBytes(m_id), &flags[0], &flags[1], &flags[2]);
+        },
         [&](const Round &round) {
             if (IsAskedAgain(round)) {
-                EXPECT_EQ(hr, S_OK);
+                EXPECT_EQ(m_hr, S_OK);
                 EXPECT_EQ(flags[1], 1);
                 return;
             }
-            EXPECT_EQ(hr, round.hr);
+            EXPECT_EQ(m_hr, round.hr);
             EXPECT_EQ(flags[0] + flags[1] + flags[2], 27);
             CheckReport(round);
             CheckNothingLeft(round);
@@ -113,24 +116,24 @@ TEST_F(FailureSweep, OfTheFlags)
 
 TEST_F(FailureSweep, OfTheReadFlag)
 {
-    const int calls =
-        Sweep([&] { Forget(); }, [&] { hr = OrlSetEmailReadFlag(connection, mailbox, SizeOf(id), AsBytes(id), 0); },
-              [&](const Round &round) {
-                  if (IsAskedAgain(round)) {
-                      EXPECT_EQ(hr, S_OK);
-                      return;
-                  }
-                  EXPECT_EQ(hr, round.hr);
-                  CheckReport(round);
-                  CheckNothingLeft(round);
-              },
-              kCodes);
+    const int calls = Sweep(
+        [&] { Forget(); }, [&] { m_hr = OrlSetEmailReadFlag(m_connection, m_mailbox, SizeOf(m_id), AsBytes(m_id), 0); },
+        [&](const Round &round) {
+            if (IsAskedAgain(round)) {
+                EXPECT_EQ(m_hr, S_OK);
+                return;
+            }
+            EXPECT_EQ(m_hr, round.hr);
+            CheckReport(round);
+            CheckNothingLeft(round);
+        },
+        kCodes);
     EXPECT_EQ(calls, 2);
 }
 
 TEST_F(FailureSweep, OfADeletion)
 {
-    auto &store = *mapi.world.mailboxes.at("alice");
+    auto &store = *m_mapi.world.mailboxes.at("alice");
     const int calls = Sweep(
         [&] {
             // What a round has moved comes back.
@@ -139,15 +142,15 @@ TEST_F(FailureSweep, OfADeletion)
             store.deletedItems->messages.clear();
             Forget();
         },
-        [&] { hr = OrlDeleteEmail(connection, mailbox, SizeOf(id), AsBytes(id)); },
+        [&] { m_hr = OrlDeleteEmail(m_connection, m_mailbox, SizeOf(m_id), AsBytes(m_id)); },
         [&](const Round &round) {
             CheckNothingLeft(round);
             if (IsAskedAgain(round)) {
-                EXPECT_EQ(hr, S_OK);
+                EXPECT_EQ(m_hr, S_OK);
                 EXPECT_EQ(store.deletedItems->messages.size(), 1u);
                 return;
             }
-            EXPECT_EQ(hr, round.hr);
+            EXPECT_EQ(m_hr, round.hr);
             EXPECT_EQ(store.inbox->messages.size(), 1u);
             CheckReport(round);
         },
@@ -164,13 +167,13 @@ TEST_F(FailureSweep, OfADownloadedText)
             text = nullptr;
             Forget();
         },
-        [&] { hr = OrlDownloadEmailW(connection, mailbox, SizeOf(id), AsBytes(id), &text); },
+        [&] { m_hr = OrlDownloadEmailW(m_connection, m_mailbox, SizeOf(m_id), AsBytes(m_id), &text); },
         [&](const Round &round) {
             if (IsAskedAgain(round)) {
-                EXPECT_EQ(hr, S_OK);
+                EXPECT_EQ(m_hr, S_OK);
                 return;
             }
-            EXPECT_EQ(hr, round.hr);
+            EXPECT_EQ(m_hr, round.hr);
             EXPECT_EQ(text, nullptr);
             CheckReport(round);
             CheckNothingLeft(round);
@@ -183,21 +186,21 @@ TEST_F(FailureSweep, OfADownloadedText)
 TEST_F(FailureSweep, OfADownloadedAttachment)
 {
     const std::string file = (std::filesystem::temp_directory_path() / "orlmapi_failure_sweep").string();
-    const int calls =
-        Sweep([&] { Forget(); },
-              [&] { hr = OrlDownloadAttachmentA(connection, mailbox, SizeOf(id), AsBytes(id), 0, file.c_str()); },
-              [&](const Round &round) {
-                  CheckNothingLeft(round);
-                  // The stream is no recording: what fails within it changes nothing but the seek that comes first.
-                  const bool inStream = round.call.kindOfObject == "Stream";
-                  if (IsAskedAgain(round) || (inStream && round.call.method == "Read") || (inStream && round.at > 5)) {
-                      EXPECT_EQ(hr, E_FAIL);
-                      return;
-                  }
-                  EXPECT_EQ(hr, round.hr);
-                  CheckReport(round);
-              },
-              kCodes);
+    const int calls = Sweep(
+        [&] { Forget(); },
+        [&] { m_hr = OrlDownloadAttachmentA(m_connection, m_mailbox, SizeOf(m_id), AsBytes(m_id), 0, file.c_str()); },
+        [&](const Round &round) {
+            CheckNothingLeft(round);
+            // The stream is no recording: what fails within it changes nothing but the seek that comes first.
+            const bool inStream = round.call.kindOfObject == "Stream";
+            if (IsAskedAgain(round) || (inStream && round.call.method == "Read") || (inStream && round.at > 5)) {
+                EXPECT_EQ(m_hr, E_FAIL);
+                return;
+            }
+            EXPECT_EQ(m_hr, round.hr);
+            CheckReport(round);
+        },
+        kCodes);
     EXPECT_GE(calls, 6);
     EXPECT_FALSE(std::filesystem::exists(file));
 }
@@ -211,7 +214,7 @@ TEST_P(ListingSweep, OfAPageWithAttachments)
 {
     const bool goesOn = GetParam();
     Deliver("second");
-    mapi.world.AddAttachment(*mapi.world.mailboxes.at("alice")->inbox->messages[1], {Long(PR_ATTACH_SIZE, 3)}, "");
+    m_mapi.world.AddAttachment(*m_mapi.world.mailboxes.at("alice")->inbox->messages[1], {Long(PR_ATTACH_SIZE, 3)}, "");
     ListingA listing;
     listing.rows = 1;
     listing.withAttachments = 1;

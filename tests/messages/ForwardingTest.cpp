@@ -19,20 +19,20 @@ class ForwardTest : public CopyTest
   protected:
     HRESULT Forward(const char *recipients = "bob")
     {
-        return OrlForwardEmailA(connection, mailbox, SizeOf(id), AsBytes(id), recipients);
+        return OrlForwardEmailA(m_connection, m_mailbox, SizeOf(m_id), AsBytes(m_id), recipients);
     }
     // What the operation itself gives.
     HRESULT Operate(const char *recipients = "bob")
     {
-        SessionGuard session = CMAPIImpl::Locate(connection);
-        return session->ForwardEmail(reinterpret_cast<IMsgStore *>(mailbox), SizeOf(id), AsBytes(id), recipients);
+        SessionGuard session = CMAPIImpl::Locate(m_connection);
+        return session->ForwardEmail(reinterpret_cast<IMsgStore *>(m_mailbox), SizeOf(m_id), AsBytes(m_id), recipients);
     }
 };
 
 TEST_F(ForwardTest, TheOriginalIsMarkedThenCopiedAddressedSavedAndSubmitted)
 {
     EXPECT_EQ(Forward(), S_OK);
-    EXPECT_EQ(mapi.recorder.Calls(), Joined({CallsToTheCopy(), SentItems(), Recipient("bob"), kSubmitted}));
+    EXPECT_EQ(m_mapi.recorder.Calls(), Joined({CallsToTheCopy(), SentItems(), Recipient("bob"), kSubmitted}));
     EXPECT_TRUE(Created().submitted);
     EXPECT_EQ(NamesOfRecipients(), "Bob Baker") << "the original's recipients are replaced";
     EXPECT_THAT(ErrorLines(), IsEmpty());
@@ -65,7 +65,7 @@ TEST_F(ForwardTest, TheOriginalHasThreeMarksAndKeepsItsIcon)
               "Message(m).SetProps([PR_LAST_MODIFICATION_TIME=" + Hex(static_cast<ULONGLONG>(time)) +
                   ", PR_LAST_VERB_EXECUTED=104, PR_LAST_VERB_EXECUTION_TIME=" + Hex(static_cast<ULONGLONG>(time)) +
                   "], NULL)");
-    EXPECT_EQ(original->saved, 1);
+    EXPECT_EQ(m_original->saved, 1);
     EXPECT_EQ(Mark(0x10800003), -1);
     EXPECT_EQ(Mark(0x10810003), 104);
     EXPECT_EQ(Mark(0x30080040), Mark(0x10820040));
@@ -73,34 +73,34 @@ TEST_F(ForwardTest, TheOriginalHasThreeMarksAndKeepsItsIcon)
 
 TEST_F(ForwardTest, WithoutAMailboxTheDefaultStoreForwards)
 {
-    EXPECT_EQ(OrlForwardEmailA(connection, 0, SizeOf(id), AsBytes(id), "bob"), S_OK);
-    EXPECT_EQ(mapi.recorder.Calls(),
+    EXPECT_EQ(OrlForwardEmailA(m_connection, 0, SizeOf(m_id), AsBytes(m_id), "bob"), S_OK);
+    EXPECT_EQ(m_mapi.recorder.Calls(),
               Joined({CallsToTheCopy("default"), SentItems("default"), Recipient("bob"), kSubmitted}));
     ExpectNothingOpen();
 }
 
 TEST_F(ForwardTest, WideRecipientsAreTheSame)
 {
-    EXPECT_EQ(OrlForwardEmailW(connection, mailbox, SizeOf(id), AsBytes(id), OLESTR("bob;alice")), S_OK);
+    EXPECT_EQ(OrlForwardEmailW(m_connection, m_mailbox, SizeOf(m_id), AsBytes(m_id), OLESTR("bob;alice")), S_OK);
     EXPECT_EQ(NamesOfRecipients(), "Bob Baker;Alice Archer");
     EXPECT_TRUE(Created().submitted);
 }
 
 TEST_F(ForwardTest, AnUnknownConnectionIsZeroToo)
 {
-    EXPECT_EQ(OrlForwardEmailA(0, mailbox, SizeOf(id), AsBytes(id), "bob"), S_OK);
-    EXPECT_EQ(OrlForwardEmailW(40000, mailbox, SizeOf(id), AsBytes(id), OLESTR("bob")), S_OK);
-    EXPECT_THAT(mapi.recorder.Everything(), IsEmpty());
+    EXPECT_EQ(OrlForwardEmailA(0, m_mailbox, SizeOf(m_id), AsBytes(m_id), "bob"), S_OK);
+    EXPECT_EQ(OrlForwardEmailW(40000, m_mailbox, SizeOf(m_id), AsBytes(m_id), OLESTR("bob")), S_OK);
+    EXPECT_THAT(m_mapi.recorder.Everything(), IsEmpty());
     EXPECT_THAT(Lines(), IsEmpty());
 }
 
 TEST_F(ForwardTest, AnExceptionIsReportedAndZero)
 {
-    mapi.script.Tell("Message.CopyTo", Does([] { throw 1; }));
+    m_mapi.script.Tell("Message.CopyTo", Does([] { throw 1; }));
     EXPECT_EQ(Forward(), S_OK);
     EXPECT_THAT(Lines(), Contains(StartsWith("Exception has occurred in OrlForwardEmailA (OrlMapi32[")));
     Forget();
-    EXPECT_EQ(OrlForwardEmailW(connection, 0, SizeOf(id), AsBytes(id), OLESTR("bob")), S_OK);
+    EXPECT_EQ(OrlForwardEmailW(m_connection, 0, SizeOf(m_id), AsBytes(m_id), OLESTR("bob")), S_OK);
     EXPECT_THAT(Lines(), Contains(StartsWith("Exception has occurred in OrlForwardEmailW (OrlMapi32[")));
     EXPECT_FALSE(Submitted());
     ExpectNothingOpen();
@@ -108,13 +108,13 @@ TEST_F(ForwardTest, AnExceptionIsReportedAndZero)
 
 TEST_F(ForwardTest, WithoutAnyStoreTheTraceSaysSo)
 {
-    ASSERT_EQ(OrlMapiDisconnect(connection), S_OK);
+    ASSERT_EQ(OrlMapiDisconnect(m_connection), S_OK);
     Forget();
-    EXPECT_EQ(OrlForwardEmailA(connection, 0, SizeOf(id), AsBytes(id), "bob"), S_OK);
-    EXPECT_THAT(mapi.recorder.Calls(), IsEmpty());
+    EXPECT_EQ(OrlForwardEmailA(m_connection, 0, SizeOf(m_id), AsBytes(m_id), "bob"), S_OK);
+    EXPECT_THAT(m_mapi.recorder.Calls(), IsEmpty());
     EXPECT_THAT(LinesOf("Error pIMsgStore", '2'), ElementsAre("CMAPIImpl::ForwardEmail[n]: Error pIMsgStore is NULL."));
-    SessionGuard session = CMAPIImpl::Locate(connection);
-    EXPECT_EQ(session->ForwardEmail(SizeOf(id), AsBytes(id), "bob"), E_POINTER);
+    SessionGuard session = CMAPIImpl::Locate(m_connection);
+    EXPECT_EQ(session->ForwardEmail(SizeOf(m_id), AsBytes(m_id), "bob"), E_POINTER);
 }
 
 TEST_F(ForwardTest, TheTraceShowsTheArgumentsAndTheCounter)
@@ -132,11 +132,11 @@ TEST_F(ForwardTest, WhatIsHeldIsCounted)
     std::vector<LONG> counts;
     for (const char *call : {"Store(alice).OpenEntry", "HrGetOneProp", "Folder.CreateMessage", "Message(m).SetProps",
                              "Message(new).SetProps", "Session.OpenAddressBook", "Message.SubmitMessage"})
-        mapi.script.Tell(call, Does([&] { counts.push_back(OpenObjects()); }));
+        m_mapi.script.Tell(call, Does([&] { counts.push_back(OpenObjects()); }));
     EXPECT_EQ(Forward(), S_OK);
     EXPECT_THAT(counts, ElementsAre(0, 1, 2, 3, 4, 4, 5, 4, 4)); // the ID of the sent items while it is needed
     std::vector<std::string> released;
-    for (const std::string &call : mapi.recorder.Everything())
+    for (const std::string &call : m_mapi.recorder.Everything())
         if (call.find(".Release()") != std::string::npos || call.find("FreePadrlist") == 0)
             released.push_back(call.substr(0, call.find_last_of('(')));
     EXPECT_THAT(released, ElementsAre("AddrBook.Release", "FreePadrlist", "Message(new).Release", "Message(m).Release",
@@ -145,10 +145,10 @@ TEST_F(ForwardTest, WhatIsHeldIsCounted)
 
 TEST_F(ForwardTest, ToNobodyTheCopyIsSavedAndItsSubmissionIsTried)
 {
-    original->recipients.clear();
+    m_original->recipients.clear();
     EXPECT_EQ(Forward(""), S_OK);
     EXPECT_EQ(
-        mapi.recorder.Calls(),
+        m_mapi.recorder.Calls(),
         Joined({CallsToTheCopy(), SentItems(), kSubmitted, {"Message(new).GetLastError(MAPI_E_NO_RECIPIENTS, 0)"}}));
     EXPECT_EQ(Created().saved, 1);
     EXPECT_FALSE(Created().submitted);
@@ -184,12 +184,12 @@ TEST_F(ForwardTest, BeforeThereIsACopyAFailureEndsTheOperation)
     };
     for (const auto &failing : cases) {
         SCOPED_TRACE(failing.report);
-        mapi.script.Clear();
-        mapi.script.Tell(failing.call, Fails(MAPI_E_NETWORK_ERROR).Nth(failing.nth));
+        m_mapi.script.Clear();
+        m_mapi.script.Tell(failing.call, Fails(MAPI_E_NETWORK_ERROR).Nth(failing.nth));
         Forget();
         EXPECT_EQ(Operate(), MAPI_E_NETWORK_ERROR);
         EXPECT_THAT(ErrorLines(), ElementsAre(Reported("ForwardEmail", failing.report)));
-        std::vector<std::string> calls = mapi.recorder.Calls();
+        std::vector<std::string> calls = m_mapi.recorder.Calls();
         std::erase_if(calls, [](const std::string &call) { return call.find("GetLastError") != std::string::npos; });
         EXPECT_EQ(calls.size(), failing.calls) << testing::PrintToString(calls);
         EXPECT_EQ(Mark(PR_LAST_VERB_EXECUTED), -1) << "the original is as it was";
@@ -199,8 +199,8 @@ TEST_F(ForwardTest, BeforeThereIsACopyAFailureEndsTheOperation)
 
 TEST_F(ForwardTest, MarkingAndSavingTheOriginalMayFail)
 {
-    mapi.script.Tell("Message(m).SetProps", Fails(MAPI_E_NETWORK_ERROR));
-    mapi.script.Tell("Message(m).SaveChanges", Fails(MAPI_E_NETWORK_ERROR));
+    m_mapi.script.Tell("Message(m).SetProps", Fails(MAPI_E_NETWORK_ERROR));
+    m_mapi.script.Tell("Message(m).SaveChanges", Fails(MAPI_E_NETWORK_ERROR));
     EXPECT_EQ(Operate(), S_OK) << "the copy's result is what counts";
     EXPECT_THAT(ErrorLines(),
                 ElementsAre(Reported("ForwardEmail", "SetProps trying to set properties for the message."),
@@ -211,11 +211,11 @@ TEST_F(ForwardTest, MarkingAndSavingTheOriginalMayFail)
 
 TEST_F(ForwardTest, AfterAFailedCopyTheMessageHasNoNewRecipientsAndItsSubmissionIsTried)
 {
-    mapi.script.Tell("Message.CopyTo", Fails(MAPI_E_NETWORK_ERROR));
+    m_mapi.script.Tell("Message.CopyTo", Fails(MAPI_E_NETWORK_ERROR));
     EXPECT_EQ(Operate(), MAPI_E_NETWORK_ERROR);
-    EXPECT_EQ(mapi.recorder.Count("Session.OpenAddressBook"), 0);
-    EXPECT_EQ(mapi.recorder.Count("Message(new).SaveChanges(0x2)"), 1);
-    EXPECT_EQ(mapi.recorder.Count("Message(new).SubmitMessage(0)"), 1);
+    EXPECT_EQ(m_mapi.recorder.Count("Session.OpenAddressBook"), 0);
+    EXPECT_EQ(m_mapi.recorder.Count("Message(new).SaveChanges(0x2)"), 1);
+    EXPECT_EQ(m_mapi.recorder.Count("Message(new).SubmitMessage(0)"), 1);
     EXPECT_FALSE(Created().submitted) << "MAPI refuses a message without recipients";
     EXPECT_EQ(Mark(PR_LAST_VERB_EXECUTED), 104) << "the original stays marked";
     EXPECT_THAT(ErrorLines(),
@@ -241,19 +241,19 @@ TEST_F(ForwardTest, LaterFailuresAreReportedAndTheSubmissionIsTriedAllTheSame)
     };
     for (const auto &failing : cases) {
         SCOPED_TRACE(failing.report);
-        mapi.script.Clear();
-        mapi.script.Tell(failing.call, Fails(MAPI_E_NETWORK_ERROR));
+        m_mapi.script.Clear();
+        m_mapi.script.Tell(failing.call, Fails(MAPI_E_NETWORK_ERROR));
         Forget();
         EXPECT_EQ(Operate(), MAPI_E_NETWORK_ERROR);
         EXPECT_THAT(ErrorLines(), ElementsAre(Reported(failing.operation, failing.report)));
-        EXPECT_EQ(mapi.recorder.Count("Message(new).SubmitMessage(0)"), 1);
+        EXPECT_EQ(m_mapi.recorder.Count("Message(new).SubmitMessage(0)"), 1);
         ExpectNothingOpen();
     }
 }
 
 TEST_F(ForwardTest, AMessageThatCannotBeSavedIsNotSubmitted)
 {
-    mapi.script.Tell("Message(new).SaveChanges", Fails(MAPI_E_NETWORK_ERROR));
+    m_mapi.script.Tell("Message(new).SaveChanges", Fails(MAPI_E_NETWORK_ERROR));
     EXPECT_EQ(Operate(), MAPI_E_NETWORK_ERROR);
     EXPECT_FALSE(Submitted());
     EXPECT_THAT(ErrorLines(),
@@ -262,23 +262,23 @@ TEST_F(ForwardTest, AMessageThatCannotBeSavedIsNotSubmitted)
 
 TEST_F(ForwardTest, AnIdOfTheSentItemsOfAnotherTypeIsAFailure)
 {
-    auto &store = *mapi.world.mailboxes.at("alice");
+    auto &store = *m_mapi.world.mailboxes.at("alice");
     const Row good = store.props;
-    mapi.script.Tell("HrGetOneProp(Store(alice), PR_IPM_SENTMAIL_ENTRYID)", Does([&] {
-                         store.raw = true;
-                         store.props = {Text(CHANGE_PROP_TYPE(PR_IPM_SENTMAIL_ENTRYID, PT_STRING8), "folder")};
-                     }));
+    m_mapi.script.Tell("HrGetOneProp(Store(alice), PR_IPM_SENTMAIL_ENTRYID)", Does([&] {
+                           store.raw = true;
+                           store.props = {Text(CHANGE_PROP_TYPE(PR_IPM_SENTMAIL_ENTRYID, PT_STRING8), "folder")};
+                       }));
     EXPECT_EQ(Operate(), MAPI_E_NOT_FOUND);
     EXPECT_THAT(ErrorLines(), ElementsAre(HasSubstr("from HrGetOneProp determining the ID for sentmail.")));
-    EXPECT_EQ(mapi.recorder.Count("Message(new).SetProps"), 0);
-    EXPECT_EQ(mapi.recorder.Count("Message.ModifyRecipients"), 0);
+    EXPECT_EQ(m_mapi.recorder.Count("Message(new).SetProps"), 0);
+    EXPECT_EQ(m_mapi.recorder.Count("Message.ModifyRecipients"), 0);
     EXPECT_TRUE(Submitted());
     ExpectNothingOpen();
 }
 
 TEST_F(ForwardTest, WarningsStopNothing)
 {
-    mapi.script.Tell("Message.CopyTo", Warns(MAPI_W_PARTIAL_COMPLETION));
+    m_mapi.script.Tell("Message.CopyTo", Warns(MAPI_W_PARTIAL_COMPLETION));
     EXPECT_EQ(Operate(), S_OK);
     EXPECT_TRUE(Created().submitted);
     EXPECT_THAT(ErrorLines(), IsEmpty());

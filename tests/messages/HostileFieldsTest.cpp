@@ -16,23 +16,23 @@ const char *const kHostile[] = {"%s%s%s%s%n%1000000d", "%n", "%hhn%lln", "%*d%*.
 class HostileFieldsTest : public MessagesTest, public testing::WithParamInterface<const char *>
 {
   protected:
-    const std::string hostile = GetParam();
-    const std::string id = IdOf("m");
+    const std::string m_hostile = GetParam();
+    const std::string m_id = IdOf("m");
 
     HRESULT Save(const std::string &file) const
     {
-        return OrlDownloadAttachmentA(connection, mailbox, SizeOf(id), AsBytes(id), 0, file.c_str());
+        return OrlDownloadAttachmentA(m_connection, m_mailbox, SizeOf(m_id), AsBytes(m_id), 0, file.c_str());
     }
 };
 
 TEST_P(HostileFieldsTest, InTheNamesAndTheMimeTagOfAnAttachment)
 {
-    mapi.world.AddAttachment(Deliver("m"),
-                             {Long(PR_ATTACH_METHOD, 2), Text(PR_ATTACH_FILENAME_A, hostile),
-                              Text(PR_ATTACH_PATHNAME_A, hostile), Text(PR_ATTACH_LONG_PATHNAME_A, hostile),
-                              Text(PR_ATTACH_MIME_TAG_A, hostile)},
-                             "");
-    mapi.script.SetLastError("*", {GetParam(), GetParam(), 1});
+    m_mapi.world.AddAttachment(Deliver("m"),
+                               {Long(PR_ATTACH_METHOD, 2), Text(PR_ATTACH_FILENAME_A, m_hostile),
+                                Text(PR_ATTACH_PATHNAME_A, m_hostile), Text(PR_ATTACH_LONG_PATHNAME_A, m_hostile),
+                                Text(PR_ATTACH_MIME_TAG_A, m_hostile)},
+                               "");
+    m_mapi.script.SetLastError("*", {GetParam(), GetParam(), 1});
     EXPECT_EQ(Save("nowhere"), E_FAIL);
     EXPECT_THAT(ErrorLines(), ElementsAre(StartsWith("CMAPIImpl::HrStreamInAttachment[n]: Error 0x80004005 "
                                                      "[MAPI_E_CALL_FAILED] from OpenAttach (")));
@@ -41,10 +41,10 @@ TEST_P(HostileFieldsTest, InTheNamesAndTheMimeTagOfAnAttachment)
 TEST_P(HostileFieldsTest, InTheNameOfAFileThatCannotBeCreated)
 {
     const std::string wave = std::string("RIFF\0\0\0\0WAVEfmt \x02\0\0\0\x01\0", 22);
-    mapi.world.AddAttachment(Deliver("m"), {Long(PR_ATTACH_METHOD, 1)}, wave);
+    m_mapi.world.AddAttachment(Deliver("m"), {Long(PR_ATTACH_METHOD, 1)}, wave);
     const std::string folder = "orlmapi_there_is_no_such_folder";
     ASSERT_FALSE(std::filesystem::exists(folder));
-    EXPECT_EQ(Save(folder + "/" + hostile), E_FAIL);
+    EXPECT_EQ(Save(folder + "/" + m_hostile), E_FAIL);
     EXPECT_THAT(ErrorLines(), ElementsAre(StartsWith("SaveStreamToFile[n]: Error 0x80004005 [MAPI_E_CALL_FAILED] from "
                                                      "fopen_s trying to create the file \"" +
                                                      folder + "/")));

@@ -17,7 +17,7 @@ class ListingAttachmentsTest : public MessagesTest
 TEST_F(ListingAttachmentsTest, AFaxListingAlwaysListsAttachments)
 {
     MessageData &message = Deliver("m");
-    mapi.world.AddAttachment(message, {Long(PR_ATTACH_SIZE, 9)}, "");
+    m_mapi.world.AddAttachment(message, {Long(PR_ATTACH_SIZE, 9)}, "");
     ListingA listing;
     listing.fax = 5;
     EXPECT_EQ(Only(listing).cAttachments, 1u);
@@ -28,12 +28,12 @@ TEST_F(ListingAttachmentsTest, AFaxListingAlwaysListsAttachments)
 TEST_F(ListingAttachmentsTest, AttachmentsAreListedInTheOrderOfTheirTable)
 {
     MessageData &message = Deliver("m");
-    mapi.world.AddAttachment(
+    m_mapi.world.AddAttachment(
         message,
         {Long(PR_ATTACH_SIZE, 100), Text(PR_ATTACH_FILENAME_A, "voice.wav"), Text(PR_ATTACH_MIME_TAG_A, "audio/wav")},
         "");
-    mapi.world.AddAttachment(message, {Long(PR_ATTACH_SIZE, 0), Text(PR_ATTACH_FILENAME_A, "empty.txt")}, "");
-    mapi.world.AddAttachment(message, {Long(PR_ATTACH_SIZE, 7)}, "");
+    m_mapi.world.AddAttachment(message, {Long(PR_ATTACH_SIZE, 0), Text(PR_ATTACH_FILENAME_A, "empty.txt")}, "");
+    m_mapi.world.AddAttachment(message, {Long(PR_ATTACH_SIZE, 7)}, "");
     ListingA listing;
     listing.withAttachments = 1;
     const EmailHeaderA &header = Only(listing);
@@ -46,7 +46,7 @@ TEST_F(ListingAttachmentsTest, AttachmentsAreListedInTheOrderOfTheirTable)
     EXPECT_EQ(header.pAttachments[1].ulAttachNum, 2u);
     EXPECT_STREQ(header.pAttachments[1].pszMimeTag, "");
     EXPECT_STREQ(header.pAttachments[1].pszFilename, "");
-    EXPECT_THAT(mapi.recorder.Calls(),
+    EXPECT_THAT(m_mapi.recorder.Calls(),
                 testing::IsSupersetOf({"Store(alice).OpenEntry(eid(message:m), IMessage, 0x210)",
                                        "Message(m).GetAttachmentTable(0)", "Message(m).OpenAttach(0, NULL, 0)",
                                        "Attach(m#0).GetProps([PR_ATTACH_SIZE, PR_ATTACH_FILENAME_A, "
@@ -58,19 +58,19 @@ TEST_F(ListingAttachmentsTest, AttachmentsAreListedInTheOrderOfTheirTable)
 
 TEST_F(ListingAttachmentsTest, WithoutTheWishNoMessageIsOpened)
 {
-    mapi.world.AddAttachment(Deliver("m"), {Long(PR_ATTACH_SIZE, 100)}, "");
+    m_mapi.world.AddAttachment(Deliver("m"), {Long(PR_ATTACH_SIZE, 100)}, "");
     ListingA listing;
     EXPECT_EQ(Only(listing).cAttachments, 0u);
-    EXPECT_THAT(mapi.recorder.Calls(), Not(Contains(testing::HasSubstr("eid(message:m)"))));
+    EXPECT_THAT(m_mapi.recorder.Calls(), Not(Contains(testing::HasSubstr("eid(message:m)"))));
 }
 
 TEST_F(ListingAttachmentsTest, AnAttachmentThatFailsBeforeOthersIsLeftOut)
 {
     MessageData &message = Deliver("m");
-    mapi.world.AddAttachment(message, {Long(PR_ATTACH_SIZE, 1)}, "");
-    mapi.world.AddAttachment(message, {Long(PR_ATTACH_SIZE, 2)}, "");
+    m_mapi.world.AddAttachment(message, {Long(PR_ATTACH_SIZE, 1)}, "");
+    m_mapi.world.AddAttachment(message, {Long(PR_ATTACH_SIZE, 2)}, "");
     Deliver("next");
-    mapi.script.Tell("Message(m).OpenAttach(0, NULL, 0)", Fails(MAPI_E_NO_SUPPORT));
+    m_mapi.script.Tell("Message(m).OpenAttach(0, NULL, 0)", Fails(MAPI_E_NO_SUPPORT));
     ListingA listing;
     listing.withAttachments = 1;
     Run(listing);
@@ -86,10 +86,10 @@ TEST_F(ListingAttachmentsTest, AnAttachmentThatFailsBeforeOthersIsLeftOut)
 TEST_F(ListingAttachmentsTest, TheLastAttachmentsFailureEndsTheListing)
 {
     MessageData &message = Deliver("m");
-    mapi.world.AddAttachment(message, {Long(PR_ATTACH_SIZE, 1)}, "");
-    mapi.world.AddAttachment(message, {Long(PR_ATTACH_SIZE, 2)}, "");
+    m_mapi.world.AddAttachment(message, {Long(PR_ATTACH_SIZE, 1)}, "");
+    m_mapi.world.AddAttachment(message, {Long(PR_ATTACH_SIZE, 2)}, "");
     Deliver("next");
-    mapi.script.Tell("Attach(m#1).GetProps", Fails(MAPI_E_NETWORK_ERROR));
+    m_mapi.script.Tell("Attach(m#1).GetProps", Fails(MAPI_E_NETWORK_ERROR));
     ListingA listing;
     listing.withAttachments = 1;
     Run(listing);
@@ -107,7 +107,7 @@ TEST_F(ListingAttachmentsTest, TheLastAttachmentsFailureEndsTheListing)
 
 TEST_F(ListingAttachmentsTest, ATableOfAttachmentsThatCannotBeReadEndsTheListing)
 {
-    mapi.world.AddAttachment(Deliver("m"), {Long(PR_ATTACH_SIZE, 1)}, "");
+    m_mapi.world.AddAttachment(Deliver("m"), {Long(PR_ATTACH_SIZE, 1)}, "");
     const struct {
         const char *call;
         Answer answer;
@@ -126,8 +126,8 @@ TEST_F(ListingAttachmentsTest, ATableOfAttachmentsThatCannotBeReadEndsTheListing
     };
     for (const auto &failing : cases) {
         SCOPED_TRACE(failing.report);
-        mapi.script.Clear();
-        mapi.script.Tell(failing.call, failing.answer);
+        m_mapi.script.Clear();
+        m_mapi.script.Tell(failing.call, failing.answer);
         Forget();
         ListingA listing;
         listing.withAttachments = 1;
@@ -141,7 +141,7 @@ TEST_F(ListingAttachmentsTest, ATableOfAttachmentsThatCannotBeReadEndsTheListing
 
 TEST_F(ListingAttachmentsTest, EachAttachmentIsTracedWithItsMessageAndNumber)
 {
-    mapi.world.AddAttachment(Deliver("m"), {Long(PR_ATTACH_SIZE, 1)}, "");
+    m_mapi.world.AddAttachment(Deliver("m"), {Long(PR_ATTACH_SIZE, 1)}, "");
     ListingA listing;
     listing.withAttachments = 1;
     EXPECT_EQ(Only(listing).cAttachments, 1u);
@@ -153,7 +153,7 @@ TEST_F(ListingAttachmentsTest, EachAttachmentIsTracedWithItsMessageAndNumber)
 TEST_F(ListingAttachmentsTest, AMessageThatCannotBeOpenedEndsTheListing)
 {
     Deliver("m");
-    mapi.script.Tell("Store(alice).OpenEntry(eid(message:m), IMessage, 0x210)", Fails(MAPI_E_NOT_FOUND));
+    m_mapi.script.Tell("Store(alice).OpenEntry(eid(message:m), IMessage, 0x210)", Fails(MAPI_E_NOT_FOUND));
     ListingA listing;
     listing.withAttachments = 1;
     Run(listing);

@@ -123,7 +123,7 @@ class ListingFilterTest : public MessagesTest
         ASSERT_EQ(summary.hr, S_OK);
         Release(summary);
         fax.props.clear();
-        mapi.world.mailboxes.at("alice")->inbox->messages.pop_back();
+        m_mapi.world.mailboxes.at("alice")->inbox->messages.pop_back();
     }
 
     void Check(Case &of)
@@ -132,8 +132,8 @@ class ListingFilterTest : public MessagesTest
         Run(of.listing);
         ASSERT_EQ(of.listing.hr, S_OK);
         const Expected expected = FilterOf(of);
-        EXPECT_THAT(mapi.recorder.Calls(), Contains("Table(alice/Inbox).Restrict(" + expected.Tree() + ", 0)"));
-        EXPECT_EQ(mapi.recorder.Count("Table.Restrict"), 1);
+        EXPECT_THAT(m_mapi.recorder.Calls(), Contains("Table(alice/Inbox).Restrict(" + expected.Tree() + ", 0)"));
+        EXPECT_EQ(m_mapi.recorder.Count("Table.Restrict"), 1);
         EXPECT_THAT(Lines(), Contains("CMAPIImpl::GetEmailHeaders[n]: Applying filter <" + expected.description + ">"));
         Release(of.listing);
     }
@@ -167,8 +167,8 @@ TEST_P(EveryFlagOfTheFilter, GivesTheTreeAndTheTextOfTheTables)
         SetFlags(of.listing, bits);
         SCOPED_TRACE("flags " + std::to_string(bits));
         // A session of its own: what one listing learns, the next one would know.
-        ASSERT_EQ(OrlCloseConnection(&connection), S_OK);
-        ASSERT_EQ(OrlCreateConnection(&connection, 0), S_OK);
+        ASSERT_EQ(OrlCloseConnection(&m_connection), S_OK);
+        ASSERT_EQ(OrlCreateConnection(&m_connection, 0), S_OK);
         if (*learned)
             Learn(learned);
         FaxServerSeen = faxSeen;
@@ -242,7 +242,7 @@ TEST_F(ListingFilterTest, ANullListOfFaxServersIsNoServers)
 {
     ListingA listing;
     listing.fax = listing.summary = 1;
-    listing.hr = OrlGetEmailHeadersA(connection, mailbox, &listing.hTable, &listing.hOrigin, 10, &listing.headers,
+    listing.hr = OrlGetEmailHeadersA(m_connection, m_mailbox, &listing.hTable, &listing.hOrigin, 10, &listing.headers,
                                      &listing.count, &listing.total, 0, 1, 1, 0, 0, 1, 1, nullptr, 3, 0);
     EXPECT_EQ(listing.hr, S_OK);
     EXPECT_THAT(Lines(), Contains("CMAPIImpl::GetEmailHeaders[n]: Applying filter <(PR_MESSAGE_CLASS != "
@@ -259,13 +259,13 @@ TEST_F(ListingFilterTest, WideFaxServersAreConvertedToNarrowText)
     listing.servers = {OLESTR("Fax One"), nullptr, OLESTR("")};
     Run(listing);
     EXPECT_EQ(listing.hr, S_OK);
-    EXPECT_EQ(mapi.recorder.Count(
+    EXPECT_EQ(m_mapi.recorder.Count(
                   "Table(alice/Inbox).Restrict(AND(PROPERTY(PR_MESSAGE_CLASS_A != \"IPM.Norvik.VoiceMessage\"), "
                   "PROPERTY(PR_MESSAGE_CLASS_A != \"IPM.Note.Microsoft.Voicemail.UM\"), PROPERTY(PR_IMPORTANCE != 2), "
                   "OR(CONTENT(PR_CREATOR_NAME_A SUBSTRING|IGNORECASE \"Fax One\"), "
                   "CONTENT(PR_SENDER_EMAIL_ADDRESS_A SUBSTRING|IGNORECASE \"@fax.norvik.example\"))), 0)"),
               1);
-    EXPECT_EQ(OrlMapiReleaseHandle(connection, &listing.hTable, &listing.hOrigin), S_OK);
+    EXPECT_EQ(OrlMapiReleaseHandle(m_connection, &listing.hTable, &listing.hOrigin), S_OK);
 }
 
 TEST_F(ListingFilterTest, TheFirstSummaryListingComparesWithABlankCreatorName)

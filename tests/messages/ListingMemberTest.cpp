@@ -18,27 +18,27 @@ namespace
 class ListingMemberTest : public MessagesTest
 {
   protected:
-    DWORD hTable = 0;
-    DWORD hOrigin = 0;
-    std::vector<Header> headers;
+    DWORD m_hTable = 0;
+    DWORD m_hOrigin = 0;
+    std::vector<Header> m_headers;
 
     HRESULT List(LONG lRowCount, BYTE bWithAttachments = 0)
     {
         ULONG total = 0;
-        return CMAPIImpl::Locate(connection)
-            ->GetEmailHeaders(reinterpret_cast<IMsgStore *>(mailbox), &hTable, headers, &hOrigin, lRowCount, &total, 0,
-                              1, ORL_BOOKMARK_CURRENT, bWithAttachments, 0, 0, 0, nullptr, 0, 0);
+        return CMAPIImpl::Locate(m_connection)
+            ->GetEmailHeaders(reinterpret_cast<IMsgStore *>(m_mailbox), &m_hTable, m_headers, &m_hOrigin, lRowCount,
+                              &total, 0, 1, ORL_BOOKMARK_CURRENT, bWithAttachments, 0, 0, 0, nullptr, 0, 0);
     }
     std::vector<std::string> Senders() const
     {
         std::vector<std::string> names;
-        for (const Header &header : headers)
+        for (const Header &header : m_headers)
             names.push_back(header.strSenderName);
         return names;
     }
     void TearDown() override
     {
-        EXPECT_EQ(OrlMapiReleaseHandle(connection, &hTable, &hOrigin), S_OK);
+        EXPECT_EQ(OrlMapiReleaseHandle(m_connection, &m_hTable, &m_hOrigin), S_OK);
         MessagesTest::TearDown();
     }
 };
@@ -60,8 +60,8 @@ TEST_F(ListingMemberTest, EveryFailingStepOfANewListingHasItsSentence)
     Deliver("m");
     for (const auto &step : steps) {
         SCOPED_TRACE(step.call);
-        mapi.script.Clear();
-        mapi.script.Tell(step.call, Fails(MAPI_E_NETWORK_ERROR));
+        m_mapi.script.Clear();
+        m_mapi.script.Tell(step.call, Fails(MAPI_E_NETWORK_ERROR));
         Forget();
         EXPECT_EQ(List(1), MAPI_E_NETWORK_ERROR);
         EXPECT_THAT(ErrorLines(), ElementsAre("CMAPIImpl::GetEmailHeaders[n]: Error 0x80040115 [MAPI_E_NETWORK_ERROR] "
@@ -69,14 +69,14 @@ TEST_F(ListingMemberTest, EveryFailingStepOfANewListingHasItsSentence)
                                               std::string(step.report)));
         EXPECT_EQ(OpenObjects(), 0);
     }
-    mapi.script.Clear();
+    m_mapi.script.Clear();
 }
 
 TEST_F(ListingMemberTest, ANewListingClearsTheListAndOneThatGoesOnAppendsToIt)
 {
     Deliver("a");
     Deliver("b");
-    headers.emplace_back().strSenderName = "old";
+    m_headers.emplace_back().strSenderName = "old";
     EXPECT_EQ(List(1), S_OK);
     EXPECT_THAT(Senders(), ElementsAre("Sender of a"));
     EXPECT_EQ(List(1), S_OK);
@@ -86,12 +86,12 @@ TEST_F(ListingMemberTest, ANewListingClearsTheListAndOneThatGoesOnAppendsToIt)
 TEST_F(ListingMemberTest, WhatWasReadBeforeAFailureStaysInTheListWithTheRowThatFailed)
 {
     Deliver("a");
-    mapi.world.AddAttachment(Deliver("b"), {Long(PR_ATTACH_SIZE, 1)}, "");
+    m_mapi.world.AddAttachment(Deliver("b"), {Long(PR_ATTACH_SIZE, 1)}, "");
     Deliver("c");
-    mapi.script.Tell("Attach(b#0).GetProps", Fails(MAPI_E_NETWORK_ERROR));
+    m_mapi.script.Tell("Attach(b#0).GetProps", Fails(MAPI_E_NETWORK_ERROR));
     EXPECT_EQ(List(3, 1), MAPI_E_NETWORK_ERROR);
     EXPECT_THAT(Senders(), ElementsAre("Sender of a", "Sender of b"));
-    EXPECT_EQ(hTable, 0u);
+    EXPECT_EQ(m_hTable, 0u);
 }
 
 TEST_F(ListingMemberTest, ANewListingDoesNotLookAtTheBookmarkHandle)
@@ -99,13 +99,13 @@ TEST_F(ListingMemberTest, ANewListingDoesNotLookAtTheBookmarkHandle)
     Deliver("a");
     Deliver("b");
     EXPECT_EQ(List(1), S_OK);
-    const DWORD firstTable = std::exchange(hTable, 0);
-    const DWORD firstOrigin = hOrigin;
+    const DWORD firstTable = std::exchange(m_hTable, 0);
+    const DWORD firstOrigin = m_hOrigin;
     Forget();
     EXPECT_EQ(List(1), S_OK);
-    EXPECT_EQ(mapi.recorder.Count("Table.SeekRow"), 0);
-    EXPECT_NE(CMAPIImpl::Locate(connection)->LocateBookmark(firstOrigin), 0u) << "still registered";
-    EXPECT_EQ(OrlMapiReleaseHandle(connection, &firstTable, &firstOrigin), S_OK);
+    EXPECT_EQ(m_mapi.recorder.Count("Table.SeekRow"), 0);
+    EXPECT_NE(CMAPIImpl::Locate(m_connection)->LocateBookmark(firstOrigin), 0u) << "still registered";
+    EXPECT_EQ(OrlMapiReleaseHandle(m_connection, &firstTable, &firstOrigin), S_OK);
 }
 
 TEST_F(ListingMemberTest, ABookmarkWhoseTableIsUnknownIsTakenBackAndUsedOnTheNewTable)
@@ -113,17 +113,17 @@ TEST_F(ListingMemberTest, ABookmarkWhoseTableIsUnknownIsTakenBackAndUsedOnTheNew
     for (const char *name : {"a", "b", "c"})
         Deliver(name);
     EXPECT_EQ(List(1), S_OK);
-    const DWORD firstTable = std::exchange(hTable, 0xFFFF0000);
-    const DWORD firstOrigin = hOrigin;
+    const DWORD firstTable = std::exchange(m_hTable, 0xFFFF0000);
+    const DWORD firstOrigin = m_hOrigin;
     Forget();
     EXPECT_EQ(List(1), MAPI_E_INVALID_BOOKMARK);
-    EXPECT_EQ(mapi.recorder.Count("Table(alice/Inbox).SeekRow(bookmark 101, 0, NULL)"), 1);
-    EXPECT_EQ(mapi.recorder.Count("Store.GetReceiveFolder"), 1);
-    EXPECT_EQ(CMAPIImpl::Locate(connection)->LocateBookmark(firstOrigin), 0u);
-    EXPECT_EQ(hTable, 0xFFFF0000u);
-    EXPECT_EQ(hOrigin, firstOrigin);
+    EXPECT_EQ(m_mapi.recorder.Count("Table(alice/Inbox).SeekRow(bookmark 101, 0, NULL)"), 1);
+    EXPECT_EQ(m_mapi.recorder.Count("Store.GetReceiveFolder"), 1);
+    EXPECT_EQ(CMAPIImpl::Locate(m_connection)->LocateBookmark(firstOrigin), 0u);
+    EXPECT_EQ(m_hTable, 0xFFFF0000u);
+    EXPECT_EQ(m_hOrigin, firstOrigin);
     EXPECT_EQ(OpenObjects(), 1) << "the first listing's table";
-    EXPECT_EQ(OrlMapiReleaseHandle(connection, &firstTable, nullptr), S_OK);
+    EXPECT_EQ(OrlMapiReleaseHandle(m_connection, &firstTable, nullptr), S_OK);
 }
 
 TEST_F(ListingMemberTest, AnExceptionInAnExportIsReportedUnderItsNameAndALineOfItsOwnAndNothingIsKept)
@@ -141,14 +141,16 @@ TEST_F(ListingMemberTest, AnExceptionInAnExportIsReportedUnderItsNameAndALineOfI
         {"OrlGetEmailHeadersA", [&] { return Run(listingA), listingA.hr; }},
         {"OrlGetEmailHeadersW", [&] { return Run(listingW), listingW.hr; }},
         {"OrlGetEmailHeaderA",
-         [&] { return OrlGetEmailHeaderA(connection, mailbox, SizeOf(id), AsBytes(id), &headerA); }},
+         [&] { return OrlGetEmailHeaderA(m_connection, m_mailbox, SizeOf(id), AsBytes(id), &headerA); }},
         {"OrlGetEmailHeaderW",
-         [&] { return OrlGetEmailHeaderW(connection, mailbox, SizeOf(id), AsBytes(id), &headerW); }},
-        {"OrlDownloadEmailA", [&] { return OrlDownloadEmailA(connection, mailbox, SizeOf(id), AsBytes(id), &textA); }},
-        {"OrlDownloadEmailW", [&] { return OrlDownloadEmailW(connection, mailbox, SizeOf(id), AsBytes(id), &textW); }},
+         [&] { return OrlGetEmailHeaderW(m_connection, m_mailbox, SizeOf(id), AsBytes(id), &headerW); }},
+        {"OrlDownloadEmailA",
+         [&] { return OrlDownloadEmailA(m_connection, m_mailbox, SizeOf(id), AsBytes(id), &textA); }},
+        {"OrlDownloadEmailW",
+         [&] { return OrlDownloadEmailW(m_connection, m_mailbox, SizeOf(id), AsBytes(id), &textW); }},
     };
     std::set<std::string> places;
-    mapi.script.Tell("MAPIAllocateBuffer", Does([] { throw std::bad_alloc(); }));
+    m_mapi.script.Tell("MAPIAllocateBuffer", Does([] { throw std::bad_alloc(); }));
     for (const auto &[name, call] : exports) {
         SCOPED_TRACE(name);
         Forget();

@@ -198,7 +198,7 @@ class FaxLearningTest : public ListingRowsTest
         ListingA next;
         Run(next);
         Release(next);
-        return LearnedCreatorName(mapi.recorder);
+        return LearnedCreatorName(m_mapi.recorder);
     }
 };
 
@@ -246,10 +246,10 @@ TEST_F(FaxLearningTest, WhatASessionLearnsIsItsOwnAndThatTheProductWasSeenIsEver
     Forget();
     ListingA other;
     const DWORD otherConnection = AnotherConnection();
-    other.hr = OrlGetEmailHeadersA(otherConnection, mailbox, &other.hTable, nullptr, 1, &other.headers, &other.count,
+    other.hr = OrlGetEmailHeadersA(otherConnection, m_mailbox, &other.hTable, nullptr, 1, &other.headers, &other.count,
                                    &other.total, 0, 1, 1, 0, 0, 0, 0, nullptr, 0, 0);
     EXPECT_EQ(other.hr, S_OK);
-    EXPECT_EQ(LearnedCreatorName(mapi.recorder), "PR_CREATOR_NAME_A PREFIX|IGNORECASE \"\"");
+    EXPECT_EQ(LearnedCreatorName(m_mapi.recorder), "PR_CREATOR_NAME_A PREFIX|IGNORECASE \"\"");
     EXPECT_EQ(OrlMapiReleaseHandle(otherConnection, &other.hTable, nullptr), S_OK);
 }
 

@@ -33,7 +33,7 @@ TEST_F(ListingTest, ANewListingOpensTheInboxAndShapesItsTable)
     listing.rows = 3;
     Run(listing);
     EXPECT_EQ(listing.hr, S_OK);
-    EXPECT_THAT(mapi.recorder.Calls(),
+    EXPECT_THAT(m_mapi.recorder.Calls(),
                 ElementsAre("Store(alice).GetReceiveFolder(NULL, 0, NULL)",
                             "Store(alice).OpenEntry(eid(folder:alice/Inbox), IMAPIFolder, 0x210)",
                             "Folder(alice/Inbox).GetContentsTable(0)",
@@ -45,7 +45,7 @@ TEST_F(ListingTest, ANewListingOpensTheInboxAndShapesItsTable)
                             "Table(alice/Inbox).SortTable(SORT(PR_CLIENT_SUBMIT_TIME ASC), 0)",
                             "Table(alice/Inbox).GetRowCount(0)", "Table(alice/Inbox).QueryRows(3, 0)"));
     // The folder is given back after its identifier, once the table is shaped; the rows when all is done with them.
-    const std::vector<std::string> all = mapi.recorder.Everything();
+    const std::vector<std::string> all = m_mapi.recorder.Everything();
     const auto at = [&](const std::string &call) {
         return std::find_if(all.begin(), all.end(), [&](const auto &made) { return made.find(call) == 0; }) -
                all.begin();
@@ -129,12 +129,13 @@ TEST_F(ListingTest, TheFirstRowOfAThreeRowPageIsMessageZeroOfThree)
 TEST_F(ListingTest, AProviderThatDoesNotKnowTheNoCacheFlagIsAskedAgainWithout)
 {
     Deliver("m");
-    mapi.script.Tell("Store(alice).OpenEntry(eid(folder:alice/Inbox), IMAPIFolder, 0x210)",
-                     Fails(MAPI_E_UNKNOWN_FLAGS));
+    m_mapi.script.Tell("Store(alice).OpenEntry(eid(folder:alice/Inbox), IMAPIFolder, 0x210)",
+                       Fails(MAPI_E_UNKNOWN_FLAGS));
     ListingA listing;
     Run(listing);
     EXPECT_EQ(listing.hr, S_OK);
-    EXPECT_THAT(mapi.recorder.Calls(), Contains("Store(alice).OpenEntry(eid(folder:alice/Inbox), IMAPIFolder, 0x10)"));
+    EXPECT_THAT(m_mapi.recorder.Calls(),
+                Contains("Store(alice).OpenEntry(eid(folder:alice/Inbox), IMAPIFolder, 0x10)"));
     EXPECT_THAT(ErrorLines(), IsEmpty());
     Release(listing);
 }
@@ -142,7 +143,7 @@ TEST_F(ListingTest, AProviderThatDoesNotKnowTheNoCacheFlagIsAskedAgainWithout)
 TEST_F(ListingTest, ANullMailboxIsAnInvalidArgumentAndTheCountIsSetToZero)
 {
     ListingA listing;
-    listing.hr = OrlGetEmailHeadersA(connection, 0, &listing.hTable, nullptr, 1, &listing.headers, &listing.count,
+    listing.hr = OrlGetEmailHeadersA(m_connection, 0, &listing.hTable, nullptr, 1, &listing.headers, &listing.count,
                                      &listing.total, 0, 1, 1, 0, 0, 0, 0, nullptr, 0, 0);
     EXPECT_EQ(listing.hr, E_INVALIDARG);
     EXPECT_EQ(listing.count, 0u);
@@ -151,16 +152,16 @@ TEST_F(ListingTest, ANullMailboxIsAnInvalidArgumentAndTheCountIsSetToZero)
 TEST_F(ListingTest, AnUnknownConnectionIsAnInvalidArgumentAndTheCountIsSetToZero)
 {
     ListingW listing;
-    listing.hr = OrlGetEmailHeadersW(0, mailbox, &listing.hTable, nullptr, 1, &listing.headers, &listing.count,
+    listing.hr = OrlGetEmailHeadersW(0, m_mailbox, &listing.hTable, nullptr, 1, &listing.headers, &listing.count,
                                      &listing.total, 0, 1, 1, 0, 0, 0, 0, nullptr, 0, 0);
     EXPECT_EQ(listing.hr, E_INVALIDARG);
     EXPECT_EQ(listing.count, 0u);
-    EXPECT_THAT(mapi.recorder.Calls(), IsEmpty());
+    EXPECT_THAT(m_mapi.recorder.Calls(), IsEmpty());
 }
 
 TEST_F(ListingTest, TheMemberRefusesANullStore)
 {
-    SessionGuard session = CMAPIImpl::Locate(connection);
+    SessionGuard session = CMAPIImpl::Locate(m_connection);
     DWORD hTable = 0;
     DWORD hOrigin = 0;
     ULONG total = 0;
@@ -175,7 +176,7 @@ TEST_F(ListingTest, TheMemberRefusesANullStore)
 TEST_F(ListingTest, ARowCountThatFailsIsIgnored)
 {
     Deliver("m");
-    mapi.script.Tell("Table.GetRowCount", Fails(MAPI_E_BUSY));
+    m_mapi.script.Tell("Table.GetRowCount", Fails(MAPI_E_BUSY));
     ListingA listing;
     Run(listing);
     EXPECT_EQ(listing.hr, S_OK);
@@ -187,10 +188,10 @@ TEST_F(ListingTest, ARowCountThatFailsIsIgnored)
 TEST_F(ListingTest, WarningsAreSuccess)
 {
     MessageData &message = Deliver("m");
-    mapi.world.AddAttachment(message, {Long(PR_ATTACH_SIZE, 1)}, "");
+    m_mapi.world.AddAttachment(message, {Long(PR_ATTACH_SIZE, 1)}, "");
     for (const char *call : {"Table.SetColumns", "Table.Restrict", "Table.SortTable", "Table.GetRowCount",
                              "Table.QueryRows", "Store.GetReceiveFolder", "Folder.GetContentsTable"})
-        mapi.script.Tell(call, Warns(MAPI_W_APPROX_COUNT));
+        m_mapi.script.Tell(call, Warns(MAPI_W_APPROX_COUNT));
     ListingA listing;
     listing.withAttachments = 1;
     Run(listing);
@@ -206,17 +207,17 @@ TEST_F(ListingTest, AProviderThatGivesNothingWithASuccessEndsTheListing)
     for (const char *call : {"Store.GetReceiveFolder", "Store.OpenEntry", "Folder.GetContentsTable"}) {
         SCOPED_TRACE(call);
         Deliver("m");
-        mapi.script.Clear();
-        mapi.script.Tell(call, GivesNull());
+        m_mapi.script.Clear();
+        m_mapi.script.Tell(call, GivesNull());
         ListingA listing;
         Forget();
         Run(listing);
         EXPECT_EQ(listing.hr, E_FAIL);
         EXPECT_EQ(ErrorLines().size(), 1u);
-        EXPECT_EQ(mapi.recorder.Count("Store.OpenEntry"), call == std::string("Store.GetReceiveFolder") ? 0 : 1);
+        EXPECT_EQ(m_mapi.recorder.Count("Store.OpenEntry"), call == std::string("Store.GetReceiveFolder") ? 0 : 1);
     }
-    mapi.script.Clear();
-    mapi.script.Tell("Table.QueryRows", GivesNull());
+    m_mapi.script.Clear();
+    m_mapi.script.Tell("Table.QueryRows", GivesNull());
     ListingA listing;
     Run(listing);
     EXPECT_EQ(listing.hr, S_OK);
@@ -226,12 +227,12 @@ TEST_F(ListingTest, AProviderThatGivesNothingWithASuccessEndsTheListing)
 TEST_F(ListingTest, AnExceptionAtAnyStageIsReportedAndNothingIsLeft)
 {
     MessageData &message = Deliver("m");
-    mapi.world.AddAttachment(message, {Long(PR_ATTACH_SIZE, 1)}, "");
+    m_mapi.world.AddAttachment(message, {Long(PR_ATTACH_SIZE, 1)}, "");
     for (const char *call : {"Store.GetReceiveFolder", "Table.Restrict", "Table.GetRowCount", "Table.QueryRows",
                              "Message.OpenAttach", "Table(alice/Inbox).CreateBookmark"}) {
         SCOPED_TRACE(call);
-        mapi.script.Clear();
-        mapi.script.Tell(call, Does([] { throw std::bad_alloc(); }));
+        m_mapi.script.Clear();
+        m_mapi.script.Tell(call, Does([] { throw std::bad_alloc(); }));
         Forget();
         ListingA listing;
         listing.rows = 1;

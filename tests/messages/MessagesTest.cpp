@@ -54,7 +54,7 @@ class Anchor : public testing::Environment
     void TearDown() override { OrlCloseConnection(&m_connection); }
     DWORD m_connection = 0;
 };
-[[maybe_unused]] testing::Environment *const g_anchor = testing::AddGlobalTestEnvironment(new Anchor);
+[[maybe_unused]] testing::Environment *const kAnchor = testing::AddGlobalTestEnvironment(new Anchor);
 
 } // namespace
 
@@ -65,9 +65,9 @@ MessagesTest::MessagesTest()
     PinDebugFilter(9, everyClass);
     SetOutputHooks(&Keep, nullptr);
     FaxServerSeen = false;
-    EXPECT_EQ(OrlCreateConnection(&connection, 0), S_OK);
-    mailbox = reinterpret_cast<OrlMailbox>(NewStore(mapi.world.mailboxes.at("alice")));
-    mapi.world.mailboxes.at("alice")->inbox->messages.clear();
+    EXPECT_EQ(OrlCreateConnection(&m_connection, 0), S_OK);
+    m_mailbox = reinterpret_cast<OrlMailbox>(NewStore(m_mapi.world.mailboxes.at("alice")));
+    m_mapi.world.mailboxes.at("alice")->inbox->messages.clear();
     Forget();
 }
 
@@ -80,10 +80,10 @@ MessagesTest::~MessagesTest()
 void MessagesTest::TearDown()
 {
     EXPECT_EQ(OpenObjects(), 0);
-    reinterpret_cast<IMsgStore *>(mailbox)->Release();
+    reinterpret_cast<IMsgStore *>(m_mailbox)->Release();
     for (DWORD &more : m_more)
         EXPECT_EQ(OrlCloseConnection(&more), S_OK);
-    EXPECT_EQ(OrlCloseConnection(&connection), S_OK);
+    EXPECT_EQ(OrlCloseConnection(&m_connection), S_OK);
     MapiDoubleTest::TearDown();
 }
 
@@ -101,12 +101,12 @@ static void RunWith(List list, DWORD connection, OrlMailbox mailbox, Listing &li
 
 void MessagesTest::Run(ListingA &listing)
 {
-    RunWith(&OrlGetEmailHeadersA, connection, mailbox, listing);
+    RunWith(&OrlGetEmailHeadersA, m_connection, m_mailbox, listing);
 }
 
 void MessagesTest::Run(ListingW &listing)
 {
-    RunWith(&OrlGetEmailHeadersW, connection, mailbox, listing);
+    RunWith(&OrlGetEmailHeadersW, m_connection, m_mailbox, listing);
 }
 
 const EmailHeaderA &MessagesTest::Only(ListingA &listing)
@@ -121,12 +121,12 @@ const EmailHeaderA &MessagesTest::Only(ListingA &listing)
 
 void MessagesTest::Release(ListingA &listing)
 {
-    EXPECT_EQ(OrlMapiReleaseHandle(connection, &listing.hTable, &listing.hOrigin), S_OK);
+    EXPECT_EQ(OrlMapiReleaseHandle(m_connection, &listing.hTable, &listing.hOrigin), S_OK);
 }
 
 MessageData &MessagesTest::Deliver(const std::string &name, Row more)
 {
-    MessageData &message = mapi.world.AddMessage("alice", name, {Text(PR_SENDER_NAME_A, "Sender of " + name)});
+    MessageData &message = m_mapi.world.AddMessage("alice", name, {Text(PR_SENDER_NAME_A, "Sender of " + name)});
     for (Value &value : more)
         Set(message.props, std::move(value));
     return message;
@@ -140,7 +140,7 @@ void MessagesTest::DeliverMany(int count)
 
 bool MessagesTest::Asked(const std::string &call) const
 {
-    return mapi.recorder.Count("Table(alice/Inbox)." + call) > 0;
+    return m_mapi.recorder.Count("Table(alice/Inbox)." + call) > 0;
 }
 
 DWORD MessagesTest::AnotherConnection()
@@ -153,7 +153,7 @@ DWORD MessagesTest::AnotherConnection()
 
 LONG MessagesTest::OpenObjects() const
 {
-    SessionGuard session = CMAPIImpl::Locate(connection);
+    SessionGuard session = CMAPIImpl::Locate(m_connection);
     return session ? session->OpenObjects().load() : -1;
 }
 

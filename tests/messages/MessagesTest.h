@@ -83,12 +83,12 @@ class MessagesTest : public MapiDoubleTest
     static void ForgetTrace();
     void Forget()
     {
-        mapi.recorder.Forget();
+        m_mapi.recorder.Forget();
         ForgetTrace();
     }
 
-    DWORD connection = 0;
-    OrlMailbox mailbox = 0;
+    DWORD m_connection = 0;
+    OrlMailbox m_mailbox = 0;
 
   private:
     std::vector<DWORD> m_more;

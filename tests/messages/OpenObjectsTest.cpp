@@ -15,29 +15,29 @@ namespace
 class OpenObjectsTest : public MessagesTest
 {
   protected:
-    const std::string id = IdOf("m");
-    const std::string file =
+    const std::string m_id = IdOf("m");
+    const std::string m_file =
         (std::filesystem::temp_directory_path() / ("orlmapi_open_objects" + std::to_string(GetCurrentProcessId())))
             .string();
     using Seen = std::vector<std::pair<std::string, LONG>>;
-    Seen seen;
+    Seen m_seen;
 
     void TearDown() override
     {
-        std::remove(file.c_str());
+        std::remove(m_file.c_str());
         MessagesTest::TearDown();
     }
     // Notes the counter at every first call of each of these.
     void Watch(std::initializer_list<const char *> calls)
     {
         for (const char *call : calls)
-            mapi.script.Tell(call, Does([this, call] { seen.emplace_back(call, OpenObjects()); }).Once());
+            m_mapi.script.Tell(call, Does([this, call] { m_seen.emplace_back(call, OpenObjects()); }).Once());
     }
 };
 
 TEST_F(OpenObjectsTest, OfAListing)
 {
-    mapi.world.AddAttachment(Deliver("m"), {Long(PR_ATTACH_SIZE, 1)}, "");
+    m_mapi.world.AddAttachment(Deliver("m"), {Long(PR_ATTACH_SIZE, 1)}, "");
     Watch({"Store.GetReceiveFolder", "Folder.GetContentsTable", "Table(alice/Inbox).SetColumns",
            "Table(alice/Inbox).SortTable", "Table(alice/Inbox).QueryRows", "Message.GetAttachmentTable",
            "HrQueryAllRows", "Message.OpenAttach", "Attach.GetProps", "Table(alice/Inbox).CreateBookmark",
@@ -47,13 +47,13 @@ TEST_F(OpenObjectsTest, OfAListing)
     listing.withAttachments = 1;
     Run(listing);
     Release(listing);
-    EXPECT_THAT(seen, ElementsAre(Pair("Store.GetReceiveFolder", 0), Pair("Folder.GetContentsTable", 1),
-                                  Pair("Table(alice/Inbox).SetColumns", 2), Pair("Table(alice/Inbox).SortTable", 2),
-                                  Pair("Table(alice/Inbox).QueryRows", 1), // the folder is closed
-                                  Pair("Message.GetAttachmentTable", 3),   // table, rows, message
-                                  Pair("HrQueryAllRows", 4), Pair("Message.OpenAttach", 3), Pair("Attach.GetProps", 4),
-                                  Pair("Table(alice/Inbox).CreateBookmark", 2), Pair("MAPIAllocateBuffer", 1),
-                                  Pair("Table(alice/Inbox).FreeBookmark", 1)));
+    EXPECT_THAT(m_seen, ElementsAre(Pair("Store.GetReceiveFolder", 0), Pair("Folder.GetContentsTable", 1),
+                                    Pair("Table(alice/Inbox).SetColumns", 2), Pair("Table(alice/Inbox).SortTable", 2),
+                                    Pair("Table(alice/Inbox).QueryRows", 1), // the folder is closed
+                                    Pair("Message.GetAttachmentTable", 3),   // table, rows, message
+                                    Pair("HrQueryAllRows", 4), Pair("Message.OpenAttach", 3),
+                                    Pair("Attach.GetProps", 4), Pair("Table(alice/Inbox).CreateBookmark", 2),
+                                    Pair("MAPIAllocateBuffer", 1), Pair("Table(alice/Inbox).FreeBookmark", 1)));
 }
 
 TEST_F(OpenObjectsTest, OfWorkOnOneMessage)
@@ -61,12 +61,14 @@ TEST_F(OpenObjectsTest, OfWorkOnOneMessage)
     Deliver("m");
     Watch({"Message.GetProps", "Message.SetReadFlag", "HrGetOneProp", "Store.GetProps", "Folder.CopyMessages"});
     BYTE flags[3];
-    EXPECT_TRUE(SUCCEEDED(OrlGetEmailFlags(connection, mailbox, SizeOf(id), AsBytes(id), flags, flags + 1, flags + 2)));
-    EXPECT_EQ(OrlSetEmailReadFlag(connection, mailbox, SizeOf(id), AsBytes(id), 1), S_OK);
-    EXPECT_EQ(OrlDeleteEmail(connection, mailbox, SizeOf(id), AsBytes(id)), S_OK);
-    EXPECT_THAT(seen, ElementsAre(Pair("Message.GetProps", 1), Pair("Message.SetReadFlag", 1), Pair("HrGetOneProp", 1),
-                                  Pair("Store.GetProps", 1),        // the message is closed, its folder open
-                                  Pair("Folder.CopyMessages", 2))); // and Deleted Items
+    EXPECT_TRUE(
+        SUCCEEDED(OrlGetEmailFlags(m_connection, m_mailbox, SizeOf(m_id), AsBytes(m_id), flags, flags + 1, flags + 2)));
+    EXPECT_EQ(OrlSetEmailReadFlag(m_connection, m_mailbox, SizeOf(m_id), AsBytes(m_id), 1), S_OK);
+    EXPECT_EQ(OrlDeleteEmail(m_connection, m_mailbox, SizeOf(m_id), AsBytes(m_id)), S_OK);
+    EXPECT_THAT(m_seen,
+                ElementsAre(Pair("Message.GetProps", 1), Pair("Message.SetReadFlag", 1), Pair("HrGetOneProp", 1),
+                            Pair("Store.GetProps", 1),        // the message is closed, its folder open
+                            Pair("Folder.CopyMessages", 2))); // and Deleted Items
 }
 
 TEST_F(OpenObjectsTest, OfADownloadedText)
@@ -77,24 +79,24 @@ TEST_F(OpenObjectsTest, OfADownloadedText)
     message.streams[PR_BODY_A] = std::make_shared<StreamData>("Body");
     Watch({"Message.GetProps", "Message.OpenProperty"});
     EmailTextA *text = nullptr;
-    EXPECT_EQ(OrlDownloadEmailA(connection, mailbox, SizeOf(id), AsBytes(id), &text), S_OK);
+    EXPECT_EQ(OrlDownloadEmailA(m_connection, m_mailbox, SizeOf(m_id), AsBytes(m_id), &text), S_OK);
     OrlMapiFreeBuffer(text);
-    EXPECT_THAT(seen, ElementsAre(Pair("Message.GetProps", 1), Pair("Message.OpenProperty", 2)));
+    EXPECT_THAT(m_seen, ElementsAre(Pair("Message.GetProps", 1), Pair("Message.OpenProperty", 2)));
 }
 
 TEST_F(OpenObjectsTest, OfASavedRecording)
 {
-    AttachData &attach = mapi.world.AddAttachment(Deliver("m"), {Long(PR_ATTACH_METHOD, 6)}, "");
+    AttachData &attach = m_mapi.world.AddAttachment(Deliver("m"), {Long(PR_ATTACH_METHOD, 6)}, "");
     auto storage = std::make_shared<StorageData>();
     storage->streams["CONTENTS"] = std::make_shared<StreamData>("no recording");
     attach.storages = {{PR_ATTACH_DATA_OBJ, storage}};
     Watch({"Message.OpenAttach", "Attach.GetProps", "Attach.OpenProperty", "Storage.OpenStream", "Stream.Seek"});
-    EXPECT_EQ(OrlDownloadAttachmentA(connection, mailbox, SizeOf(id), AsBytes(id), 0, file.c_str()), E_FAIL);
-    EXPECT_THAT(seen,
+    EXPECT_EQ(OrlDownloadAttachmentA(m_connection, m_mailbox, SizeOf(m_id), AsBytes(m_id), 0, m_file.c_str()), E_FAIL);
+    EXPECT_THAT(m_seen,
                 ElementsAre(Pair("Message.OpenAttach", 1), Pair("Attach.GetProps", 2), Pair("Attach.OpenProperty", 2),
                             Pair("Storage.OpenStream", 3), Pair("Stream.Seek", 4)));
     std::vector<std::string> released;
-    for (const std::string &call : mapi.recorder.Everything())
+    for (const std::string &call : m_mapi.recorder.Everything())
         if (call.find(".Release()") != std::string::npos)
             released.push_back(call.substr(0, call.find('(')));
     EXPECT_THAT(released, ElementsAre("Stream", "Storage", "Attach", "Message"));

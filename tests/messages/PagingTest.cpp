@@ -100,7 +100,7 @@ TEST_F(PagingTest, ForwardsTheNextPageBeginsAtTheBookmark)
     Forget();
     Run(listing);
     EXPECT_THAT(NamesOf(listing), ElementsAre("3", "4"));
-    EXPECT_THAT(mapi.recorder.Calls(),
+    EXPECT_THAT(m_mapi.recorder.Calls(),
                 ElementsAre("Table(alice/Inbox).SeekRow(bookmark 101, 0, NULL)", "Table(alice/Inbox).GetRowCount(0)",
                             "Table(alice/Inbox).QueryRows(2, 0)", "Table(alice/Inbox).FreeBookmark(bookmark 101)",
                             "Table(alice/Inbox).CreateBookmark()"));
@@ -110,7 +110,7 @@ TEST_F(PagingTest, ForwardsTheNextPageBeginsAtTheBookmark)
     // The pair that went in is taken out of the registries.
     if (firstTable != listing.hTable) {
         DWORD oldTable = firstTable;
-        ASSERT_EQ(OrlMapiReleaseHandle(connection, &oldTable, nullptr), S_OK);
+        ASSERT_EQ(OrlMapiReleaseHandle(m_connection, &oldTable, nullptr), S_OK);
         EXPECT_EQ(OpenObjects(), 1);
     }
     Release(listing);
@@ -158,7 +158,7 @@ TEST_F(PagingTest, ANewTableWithoutBookmarkIsNotMoved)
     DeliverMany(1);
     ListingA listing;
     Run(listing);
-    EXPECT_EQ(mapi.recorder.Count("Table.SeekRow"), 0);
+    EXPECT_EQ(m_mapi.recorder.Count("Table.SeekRow"), 0);
     EXPECT_EQ(listing.count, 1u);
     Release(listing);
 }
@@ -171,7 +171,7 @@ TEST_F(PagingTest, AKeptTableWithoutBookmarkStaysWhereItIs)
     EXPECT_EQ(listing.count, 3u);
     Forget();
     Run(listing);
-    EXPECT_EQ(mapi.recorder.Count("Table.SeekRow"), 0);
+    EXPECT_EQ(m_mapi.recorder.Count("Table.SeekRow"), 0);
     EXPECT_EQ(listing.hr, S_OK);
     EXPECT_EQ(listing.count, 0u);
 }
@@ -211,11 +211,11 @@ TEST_F(PagingTest, ACallWithoutRowsReleasesTheTableAndLeavesTheCallersHandles)
     EXPECT_EQ(listing.hOrigin, hOrigin);
     EXPECT_EQ(OpenObjects(), 0);
     EXPECT_TRUE(Asked("FreeBookmark(bookmark 101)"));
-    EXPECT_THAT(mapi.recorder.Everything(), Contains("Table(alice/Inbox).Release()"));
+    EXPECT_THAT(m_mapi.recorder.Everything(), Contains("Table(alice/Inbox).Release()"));
     // Their registry entries are gone: the next call with them begins a new listing.
     Forget();
     Run(listing);
-    EXPECT_EQ(mapi.recorder.Count("Store.GetReceiveFolder"), 1);
+    EXPECT_EQ(m_mapi.recorder.Count("Store.GetReceiveFolder"), 1);
     EXPECT_EQ(listing.count, 2u);
     Release(listing);
 }
@@ -244,8 +244,8 @@ TEST_F(PagingTest, APassedBackTableIgnoresNewFilterFlags)
     listing.read = listing.priority = listing.um = listing.fax = 1;
     Run(listing);
     EXPECT_EQ(listing.count, 1u);
-    EXPECT_EQ(mapi.recorder.Count("Table(alice/Inbox).Restrict"), 0);
-    EXPECT_EQ(mapi.recorder.Count("Table(alice/Inbox).SetColumns"), 0);
+    EXPECT_EQ(m_mapi.recorder.Count("Table(alice/Inbox).Restrict"), 0);
+    EXPECT_EQ(m_mapi.recorder.Count("Table(alice/Inbox).SetColumns"), 0);
     EXPECT_THAT(Lines(), Not(Contains(HasSubstr("Applying filter"))));
     Release(listing);
 }
@@ -260,7 +260,7 @@ TEST_F(PagingTest, AnUnknownTableHandleBeginsANewListing)
     EXPECT_EQ(listing.hr, S_OK);
     EXPECT_EQ(listing.count, 1u);
     EXPECT_NE(listing.hTable, 0xFFFF0000u);
-    EXPECT_EQ(mapi.recorder.Count("Store.GetReceiveFolder"), 1);
+    EXPECT_EQ(m_mapi.recorder.Count("Store.GetReceiveFolder"), 1);
     Release(listing);
 }
 
@@ -293,8 +293,8 @@ TEST_F(PagingTest, WithoutAPlaceForTheBookmarkHandleNoneIsReadOrWritten)
     // The table goes on from where it stands.
     Run(listing);
     EXPECT_THAT(NamesOf(listing), ElementsAre("2"));
-    EXPECT_EQ(mapi.recorder.Count("Table.SeekRow"), 0);
-    EXPECT_EQ(OrlMapiReleaseHandle(connection, &listing.hTable, nullptr), S_OK);
+    EXPECT_EQ(m_mapi.recorder.Count("Table.SeekRow"), 0);
+    EXPECT_EQ(OrlMapiReleaseHandle(m_connection, &listing.hTable, nullptr), S_OK);
 }
 
 TEST_F(PagingTest, ATableHandleWithoutItsBookmarkGoesOnFromWhereTheTableStands)
@@ -307,7 +307,7 @@ TEST_F(PagingTest, ATableHandleWithoutItsBookmarkGoesOnFromWhereTheTableStands)
     Forget();
     Run(listing);
     EXPECT_THAT(NamesOf(listing), ElementsAre("3", "4"));
-    EXPECT_EQ(mapi.recorder.Count("Table.SeekRow"), 0);
+    EXPECT_EQ(m_mapi.recorder.Count("Table.SeekRow"), 0);
     Release(listing);
 }
 

@@ -21,7 +21,7 @@ TEST_F(ReleaseHandlesTest, ABookmarkThatCannotBeFreedIsReportedAndThePageIsGood)
     ListingA listing;
     listing.rows = 2;
     Run(listing);
-    mapi.script.Tell("Table.FreeBookmark", Fails(MAPI_E_BUSY).Once());
+    m_mapi.script.Tell("Table.FreeBookmark", Fails(MAPI_E_BUSY).Once());
     Forget();
     Run(listing);
     EXPECT_EQ(listing.hr, S_OK);
@@ -33,7 +33,7 @@ TEST_F(ReleaseHandlesTest, ABookmarkThatCannotBeFreedIsReportedAndThePageIsGood)
 TEST_F(ReleaseHandlesTest, ABookmarkThatCannotBeMadeFailsThePageAndReleasesTheTable)
 {
     DeliverMany(5);
-    mapi.script.Tell("Table.CreateBookmark", Fails(MAPI_E_UNABLE_TO_COMPLETE));
+    m_mapi.script.Tell("Table.CreateBookmark", Fails(MAPI_E_UNABLE_TO_COMPLETE));
     ListingA listing;
     listing.rows = 2;
     Run(listing);
@@ -54,14 +54,14 @@ TEST_F(ReleaseHandlesTest, ReleasingBothHandlesFreesTheBookmarkAndReleasesTheTab
     Forget();
     Release(listing);
     EXPECT_EQ(listing.hTable, hTable) << "the caller's variables are not cleared";
-    EXPECT_THAT(mapi.recorder.Everything(),
+    EXPECT_THAT(m_mapi.recorder.Everything(),
                 ElementsAre("Table(alice/Inbox).FreeBookmark(bookmark 101)", "Table(alice/Inbox).Release()"));
     EXPECT_THAT(Lines(), Contains("CMAPIImpl::ReleaseHandles[n]: At entry, counter=[1]"));
     EXPECT_THAT(Lines(), Contains("CMAPIImpl::ReleaseHandles[n]: At Exit, counter=[0]"));
     EXPECT_EQ(OpenObjects(), 0);
     Forget();
     Release(listing);
-    EXPECT_THAT(mapi.recorder.Everything(), IsEmpty()) << "a second time there is nothing to release";
+    EXPECT_THAT(m_mapi.recorder.Everything(), IsEmpty()) << "a second time there is nothing to release";
 }
 
 TEST_F(ReleaseHandlesTest, ReleasingTheTableAloneLeavesNoTable)
@@ -70,17 +70,17 @@ TEST_F(ReleaseHandlesTest, ReleasingTheTableAloneLeavesNoTable)
     ListingA listing;
     listing.rows = 1;
     Run(listing);
-    EXPECT_EQ(OrlMapiReleaseHandle(connection, &listing.hTable, nullptr), S_OK);
+    EXPECT_EQ(OrlMapiReleaseHandle(m_connection, &listing.hTable, nullptr), S_OK);
     EXPECT_EQ(OpenObjects(), 0);
-    EXPECT_EQ(mapi.recorder.Count("Table.FreeBookmark"), 0);
-    EXPECT_EQ(OrlMapiReleaseHandle(connection, nullptr, &listing.hOrigin), S_OK);
+    EXPECT_EQ(m_mapi.recorder.Count("Table.FreeBookmark"), 0);
+    EXPECT_EQ(OrlMapiReleaseHandle(m_connection, nullptr, &listing.hOrigin), S_OK);
 }
 
 TEST_F(ReleaseHandlesTest, ReleasingNothingIsSuccess)
 {
-    EXPECT_EQ(OrlMapiReleaseHandle(connection, nullptr, nullptr), S_OK);
+    EXPECT_EQ(OrlMapiReleaseHandle(m_connection, nullptr, nullptr), S_OK);
     EXPECT_THAT(Lines(), Contains(HasSubstr("> CMAPIImpl::ReleaseHandles(hTable: ")));
-    EXPECT_THAT(mapi.recorder.Everything(), IsEmpty());
+    EXPECT_THAT(m_mapi.recorder.Everything(), IsEmpty());
 }
 
 TEST_F(ReleaseHandlesTest, AnExceptionWhileFreeingTheBookmarkIsReportedAndTheTableStillReleased)
@@ -89,11 +89,11 @@ TEST_F(ReleaseHandlesTest, AnExceptionWhileFreeingTheBookmarkIsReportedAndTheTab
     ListingA listing;
     listing.rows = 1;
     Run(listing);
-    mapi.script.Tell("Table.FreeBookmark", Does([] { throw 1; }));
+    m_mapi.script.Tell("Table.FreeBookmark", Does([] { throw 1; }));
     Forget();
-    EXPECT_EQ(OrlMapiReleaseHandle(connection, &listing.hTable, &listing.hOrigin), S_OK);
+    EXPECT_EQ(OrlMapiReleaseHandle(m_connection, &listing.hTable, &listing.hOrigin), S_OK);
     EXPECT_EQ(OpenObjects(), 0);
-    EXPECT_EQ(mapi.recorder.Count("Table.FreeBookmark"), 1);
+    EXPECT_EQ(m_mapi.recorder.Count("Table.FreeBookmark"), 1);
     EXPECT_THAT(Lines(),
                 Contains(testing::StartsWith("Exception has occurred in CMAPIImpl::ReleaseHandles (OrlMapi32[")));
     EXPECT_THAT(Lines(), Contains("CMAPIImpl::ReleaseHandles[n]: At Exit, counter=[0]"));
@@ -105,7 +105,7 @@ TEST_F(ReleaseHandlesTest, AReleaseWhoseBookmarkFailsStillReleasesTheTable)
     ListingA listing;
     listing.rows = 1;
     Run(listing);
-    mapi.script.Tell("Table.FreeBookmark", Fails(MAPI_E_NETWORK_ERROR));
+    m_mapi.script.Tell("Table.FreeBookmark", Fails(MAPI_E_NETWORK_ERROR));
     Forget();
     Release(listing);
     EXPECT_EQ(OpenObjects(), 0);

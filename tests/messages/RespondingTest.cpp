@@ -19,13 +19,13 @@ class RespondTest : public CopyTest
   protected:
     HRESULT Respond(const std::string &file = "", const char *filename = "answer.wav", ULONG unused = 0)
     {
-        return OrlRespondEmailA(connection, mailbox, SizeOf(id), AsBytes(id), file.c_str(), filename, unused);
+        return OrlRespondEmailA(m_connection, m_mailbox, SizeOf(m_id), AsBytes(m_id), file.c_str(), filename, unused);
     }
     // What the operation itself gives.
     HRESULT Operate(const std::string &file = "")
     {
-        SessionGuard session = CMAPIImpl::Locate(connection);
-        return session->RespondEmail(reinterpret_cast<IMsgStore *>(mailbox), SizeOf(id), AsBytes(id), file,
+        SessionGuard session = CMAPIImpl::Locate(m_connection);
+        return session->RespondEmail(reinterpret_cast<IMsgStore *>(m_mailbox), SizeOf(m_id), AsBytes(m_id), file,
                                      "answer.wav", 0);
     }
     std::vector<std::string> Attaching(const std::string &file) const
@@ -48,9 +48,9 @@ const std::vector<std::string> kSender = {"Message(m).GetProps([PR_SENDER_EMAIL_
 TEST_F(RespondTest, TheOriginalIsMarkedThenCopiedAndSentToItsSender)
 {
     EXPECT_EQ(Respond(), S_OK);
-    EXPECT_EQ(mapi.recorder.Calls(),
+    EXPECT_EQ(m_mapi.recorder.Calls(),
               Joined({CallsToTheCopy(), kSaved, SentItems(), kSender, Recipient("bob"), kSubmitted}));
-    EXPECT_EQ(mapi.recorder.Count("OpenStreamOnFile"), 0) << "no file, no attachment";
+    EXPECT_EQ(m_mapi.recorder.Count("OpenStreamOnFile"), 0) << "no file, no attachment";
     EXPECT_TRUE(Created().submitted);
     EXPECT_EQ(NamesOfRecipients(), "Bob Baker");
     EXPECT_THAT(ErrorLines(), IsEmpty());
@@ -61,7 +61,7 @@ TEST_F(RespondTest, AFileIsAttachedBetweenTheCopyAndItsSaving)
 {
     const std::string file = File("answer.tmp", "answer");
     EXPECT_EQ(Respond(file), S_OK);
-    EXPECT_EQ(mapi.recorder.Calls(),
+    EXPECT_EQ(m_mapi.recorder.Calls(),
               Joined({CallsToTheCopy(), Attaching(file), kSaved, SentItems(), kSender, Recipient("bob"), kSubmitted}));
     ASSERT_EQ(Created().attachments.size(), 2u);
     EXPECT_EQ(Created().attachments[1]->streams[PR_ATTACH_DATA_BIN]->bytes, "answer");
@@ -81,61 +81,61 @@ TEST_F(RespondTest, TheOriginalHasFourMarks)
                                                   ", PR_ICON_INDEX=262], NULL)");
     EXPECT_EQ(Mark(0x10800003), 0x106);
     EXPECT_EQ(Mark(0x10810003), 0x66);
-    EXPECT_EQ(original->saved, 1);
+    EXPECT_EQ(m_original->saved, 1);
 }
 
 TEST_F(RespondTest, WithoutAMailboxNothingIsDone)
 {
-    EXPECT_EQ(OrlRespondEmailA(connection, 0, SizeOf(id), AsBytes(id), "", "", 0), S_OK);
-    EXPECT_EQ(OrlRespondEmailW(connection, 0, SizeOf(id), AsBytes(id), OLESTR(""), OLESTR(""), 0), S_OK);
-    EXPECT_THAT(mapi.recorder.Everything(), IsEmpty());
+    EXPECT_EQ(OrlRespondEmailA(m_connection, 0, SizeOf(m_id), AsBytes(m_id), "", "", 0), S_OK);
+    EXPECT_EQ(OrlRespondEmailW(m_connection, 0, SizeOf(m_id), AsBytes(m_id), OLESTR(""), OLESTR(""), 0), S_OK);
+    EXPECT_THAT(m_mapi.recorder.Everything(), IsEmpty());
     EXPECT_THAT(LinesOf("RespondEmail", '8'), IsEmpty());
 }
 
 TEST_F(RespondTest, TheSessionItselfCanAnswerFromItsDefaultStore)
 {
-    SessionGuard session = CMAPIImpl::Locate(connection);
-    EXPECT_EQ(session->RespondEmail(SizeOf(id), AsBytes(id), "", "", 0), S_OK);
-    EXPECT_EQ(mapi.recorder.Calls().front(), "Store(default).OpenEntry(eid(message:m), IMessage, 0x210)");
+    SessionGuard session = CMAPIImpl::Locate(m_connection);
+    EXPECT_EQ(session->RespondEmail(SizeOf(m_id), AsBytes(m_id), "", "", 0), S_OK);
+    EXPECT_EQ(m_mapi.recorder.Calls().front(), "Store(default).OpenEntry(eid(message:m), IMessage, 0x210)");
     EXPECT_TRUE(Created().submitted);
-    ASSERT_EQ(OrlMapiDisconnect(connection), S_OK);
-    EXPECT_EQ(session->RespondEmail(SizeOf(id), AsBytes(id), "", "", 0), E_POINTER);
+    ASSERT_EQ(OrlMapiDisconnect(m_connection), S_OK);
+    EXPECT_EQ(session->RespondEmail(SizeOf(m_id), AsBytes(m_id), "", "", 0), E_POINTER);
     EXPECT_THAT(LinesOf("Error pIMsgStore", '2'), ElementsAre("CMAPIImpl::RespondEmail[n]: Error pIMsgStore is NULL."));
 }
 
 TEST_F(RespondTest, TheSeventhArgumentChangesNothing)
 {
     EXPECT_EQ(Respond("", "a", 0), S_OK);
-    std::vector<std::string> first = mapi.recorder.Calls();
+    std::vector<std::string> first = m_mapi.recorder.Calls();
     Forget();
     EXPECT_EQ(Respond("", "a", 0xFFFFFFFF), S_OK);
-    EXPECT_EQ(mapi.recorder.Calls().size(), first.size());
+    EXPECT_EQ(m_mapi.recorder.Calls().size(), first.size());
     EXPECT_TRUE(Created().submitted);
 }
 
 TEST_F(RespondTest, WideTextsAreTheSame)
 {
     const std::string file = File("answer.tmp", "answer");
-    EXPECT_EQ(
-        OrlRespondEmailW(connection, mailbox, SizeOf(id), AsBytes(id), Widened(file).c_str(), OLESTR("answer.wav"), 0),
-        S_OK);
-    EXPECT_EQ(mapi.recorder.Calls(),
+    EXPECT_EQ(OrlRespondEmailW(m_connection, m_mailbox, SizeOf(m_id), AsBytes(m_id), Widened(file).c_str(),
+                               OLESTR("answer.wav"), 0),
+              S_OK);
+    EXPECT_EQ(m_mapi.recorder.Calls(),
               Joined({CallsToTheCopy(), Attaching(file), kSaved, SentItems(), kSender, Recipient("bob"), kSubmitted}));
 }
 
 TEST_F(RespondTest, AnUnknownConnectionIsZeroToo)
 {
-    EXPECT_EQ(OrlRespondEmailA(0, mailbox, SizeOf(id), AsBytes(id), "", "", 0), S_OK);
-    EXPECT_EQ(OrlRespondEmailW(40000, mailbox, SizeOf(id), AsBytes(id), OLESTR(""), OLESTR(""), 0), S_OK);
-    EXPECT_THAT(mapi.recorder.Everything(), IsEmpty());
+    EXPECT_EQ(OrlRespondEmailA(0, m_mailbox, SizeOf(m_id), AsBytes(m_id), "", "", 0), S_OK);
+    EXPECT_EQ(OrlRespondEmailW(40000, m_mailbox, SizeOf(m_id), AsBytes(m_id), OLESTR(""), OLESTR(""), 0), S_OK);
+    EXPECT_THAT(m_mapi.recorder.Everything(), IsEmpty());
 }
 
 TEST_F(RespondTest, AnExceptionIsReportedAndZero)
 {
-    mapi.script.Tell("Message.CopyTo", Does([] { throw 1; }));
+    m_mapi.script.Tell("Message.CopyTo", Does([] { throw 1; }));
     EXPECT_EQ(Respond(), S_OK);
     EXPECT_THAT(Lines(), Contains(StartsWith("Exception has occurred in OrlRespondEmailA (OrlMapi32[")));
-    EXPECT_EQ(OrlRespondEmailW(connection, mailbox, SizeOf(id), AsBytes(id), OLESTR(""), OLESTR(""), 0), S_OK);
+    EXPECT_EQ(OrlRespondEmailW(m_connection, m_mailbox, SizeOf(m_id), AsBytes(m_id), OLESTR(""), OLESTR(""), 0), S_OK);
     EXPECT_THAT(Lines(), Contains(StartsWith("Exception has occurred in OrlRespondEmailW (OrlMapi32[")));
     ExpectNothingOpen();
 }
@@ -156,7 +156,7 @@ TEST_F(RespondTest, WhatIsHeldIsCounted)
     std::vector<LONG> counts;
     for (const char *call : {"Message(m).SetProps", "Stream(file).Seek", "Message(m).GetProps",
                              "Session.OpenAddressBook", "Message.SubmitMessage"})
-        mapi.script.Tell(call, Does([&] { counts.push_back(OpenObjects()); }));
+        m_mapi.script.Tell(call, Does([&] { counts.push_back(OpenObjects()); }));
     EXPECT_EQ(Respond(File("answer.tmp", "answer")), S_OK);
     EXPECT_THAT(counts, ElementsAre(4, 5, 5, 5, 5));
 }
@@ -172,8 +172,8 @@ TEST_F(RespondTest, ASenderWithoutAnAddressGetsNothingAndTheOriginalIsMarked)
         {Text(PR_SENDER_NAME_A, "bob")},
     };
     for (const Row &sender : senders) {
-        original->props = sender;
-        original->raw = true;
+        m_original->props = sender;
+        m_original->raw = true;
         Forget();
         EXPECT_EQ(Operate(), E_INVALIDARG);
         EXPECT_EQ(Mark(PR_LAST_VERB_EXECUTED), 102);
@@ -183,15 +183,15 @@ TEST_F(RespondTest, ASenderWithoutAnAddressGetsNothingAndTheOriginalIsMarked)
         EXPECT_EQ(Respond(), S_OK);
         ExpectNothingOpen();
     }
-    mapi.script.Tell("Message(m).GetProps", GivesNull());
+    m_mapi.script.Tell("Message(m).GetProps", GivesNull());
     EXPECT_EQ(Operate(), E_INVALIDARG);
     EXPECT_FALSE(Submitted());
 }
 
 TEST_F(RespondTest, OneValueOfSeveralIsTheSendersAddress)
 {
-    original->raw = true;
-    original->props = {Text(PR_SENDER_NAME_A, "alice"), Text(PR_SENDER_EMAIL_ADDRESS_A, "bob")};
+    m_original->raw = true;
+    m_original->props = {Text(PR_SENDER_NAME_A, "alice"), Text(PR_SENDER_EMAIL_ADDRESS_A, "bob")};
     EXPECT_EQ(Operate(), S_OK);
     EXPECT_EQ(NamesOfRecipients(), "Bob Baker");
 }
@@ -210,8 +210,8 @@ TEST_F(RespondTest, BeforeThereIsACopyAFailureEndsTheOperation)
     };
     for (const auto &failing : cases) {
         SCOPED_TRACE(failing.report);
-        mapi.script.Clear();
-        mapi.script.Tell(failing.call, Fails(MAPI_E_NETWORK_ERROR).Nth(failing.nth));
+        m_mapi.script.Clear();
+        m_mapi.script.Tell(failing.call, Fails(MAPI_E_NETWORK_ERROR).Nth(failing.nth));
         Forget();
         EXPECT_EQ(Operate(), MAPI_E_NETWORK_ERROR);
         EXPECT_THAT(ErrorLines(), ElementsAre(Reported("RespondEmail", failing.report)));
@@ -245,13 +245,13 @@ TEST_F(RespondTest, AfterTheCopyAFailureKeepsTheAnswerFromBeingSubmitted)
     const std::string file = File("answer.tmp", "answer");
     for (const auto &failing : cases) {
         SCOPED_TRACE(failing.report);
-        mapi.script.Clear();
-        mapi.script.Tell(failing.call, Fails(MAPI_E_NETWORK_ERROR));
+        m_mapi.script.Clear();
+        m_mapi.script.Tell(failing.call, Fails(MAPI_E_NETWORK_ERROR));
         Forget();
         EXPECT_EQ(Operate(file), MAPI_E_NETWORK_ERROR);
         EXPECT_THAT(ErrorLines(), ElementsAre(StartsWith(Reported(failing.operation, failing.report))));
         EXPECT_EQ(Mark(PR_LAST_VERB_EXECUTED), 102) << "the original stays marked";
-        EXPECT_EQ(mapi.recorder.Count("Message(new).SaveChanges"), 1) << "whatever came before";
+        EXPECT_EQ(m_mapi.recorder.Count("Message(new).SaveChanges"), 1) << "whatever came before";
         EXPECT_FALSE(Submitted());
         ExpectNothingOpen();
     }
@@ -259,15 +259,15 @@ TEST_F(RespondTest, AfterTheCopyAFailureKeepsTheAnswerFromBeingSubmitted)
 
 TEST_F(RespondTest, AfterAFailedCopyNothingIsAttached)
 {
-    mapi.script.Tell("Message.CopyTo", Fails(MAPI_E_NETWORK_ERROR));
+    m_mapi.script.Tell("Message.CopyTo", Fails(MAPI_E_NETWORK_ERROR));
     EXPECT_EQ(Operate(File("answer.tmp", "answer")), MAPI_E_NETWORK_ERROR);
-    EXPECT_EQ(mapi.recorder.Count("OpenStreamOnFile"), 0);
+    EXPECT_EQ(m_mapi.recorder.Count("OpenStreamOnFile"), 0);
 }
 
 TEST_F(RespondTest, MarkingAndSavingTheOriginalMayFail)
 {
-    mapi.script.Tell("Message(m).SetProps", Fails(MAPI_E_NETWORK_ERROR));
-    mapi.script.Tell("Message(m).SaveChanges", Fails(MAPI_E_NETWORK_ERROR));
+    m_mapi.script.Tell("Message(m).SetProps", Fails(MAPI_E_NETWORK_ERROR));
+    m_mapi.script.Tell("Message(m).SaveChanges", Fails(MAPI_E_NETWORK_ERROR));
     EXPECT_EQ(Operate(), S_OK);
     EXPECT_THAT(ErrorLines(),
                 ElementsAre(Reported("RespondEmail", "SetProps trying to set properties for the message."),
@@ -277,13 +277,13 @@ TEST_F(RespondTest, MarkingAndSavingTheOriginalMayFail)
 
 TEST_F(RespondTest, TheFinalSaveAndSubmissionAreReportedToo)
 {
-    mapi.script.Tell("Message(new).SaveChanges", Fails(MAPI_E_NETWORK_ERROR).Nth(2));
+    m_mapi.script.Tell("Message(new).SaveChanges", Fails(MAPI_E_NETWORK_ERROR).Nth(2));
     EXPECT_EQ(Operate(), MAPI_E_NETWORK_ERROR);
     EXPECT_THAT(ErrorLines(),
                 ElementsAre(Reported("RespondEmail", "SaveChanges trying to save changes to the message.")));
     EXPECT_FALSE(Submitted());
-    mapi.script.Clear();
-    mapi.script.Tell("Message(new).SubmitMessage", Fails(MAPI_E_NETWORK_ERROR));
+    m_mapi.script.Clear();
+    m_mapi.script.Tell("Message(new).SubmitMessage", Fails(MAPI_E_NETWORK_ERROR));
     Forget();
     EXPECT_EQ(Operate(), MAPI_E_NETWORK_ERROR);
     EXPECT_THAT(ErrorLines(),

@@ -16,16 +16,16 @@ class ResultBlockTest : public MessagesTest
     {
         MessageData &message = Deliver(name, {Text(PR_SENDER_NAME_A, "Ann"), Text(PR_CREATOR_NAME_A, "Bo"),
                                               Text(PR_COMMENT_A, "C"), Text(PR_UM_TELEPHONE_NUMBER_A, "12345")});
-        mapi.world.AddAttachment(
+        m_mapi.world.AddAttachment(
             message,
             {Long(PR_ATTACH_SIZE, 5), Text(PR_ATTACH_MIME_TAG_A, "audio/wav"), Text(PR_ATTACH_FILENAME_A, "v.wav")},
             "");
-        mapi.world.AddAttachment(message, {Long(PR_ATTACH_SIZE, 6)}, "");
+        m_mapi.world.AddAttachment(message, {Long(PR_ATTACH_SIZE, 6)}, "");
     }
     std::vector<std::string> Allocations() const
     {
         std::vector<std::string> calls;
-        for (const std::string &call : mapi.recorder.Memory())
+        for (const std::string &call : m_mapi.recorder.Memory())
             if (call.find("MAPIAllocate") == 0)
                 calls.push_back(call);
         return calls;
@@ -67,7 +67,7 @@ TEST_F(ResultBlockTest, AWideListingAllocatesTwoBytesACharacterAndTwoMore)
     EXPECT_EQ(wtext(header.pszName), OLESTR(""));
     EXPECT_EQ(wtext(header.pAttachments[0].pszMimeTag), OLESTR("audio/wav"));
     EXPECT_EQ(wtext(header.pAttachments[0].pszFilename), OLESTR("v.wav"));
-    EXPECT_EQ(OrlMapiReleaseHandle(connection, &listing.hTable, &listing.hOrigin), S_OK);
+    EXPECT_EQ(OrlMapiReleaseHandle(m_connection, &listing.hTable, &listing.hOrigin), S_OK);
 }
 
 TEST_F(ResultBlockTest, WideTextsAreReadAsUtf8)
@@ -77,7 +77,7 @@ TEST_F(ResultBlockTest, WideTextsAreReadAsUtf8)
     Run(listing);
     ASSERT_EQ(listing.count, 1u);
     EXPECT_EQ(wtext(listing.headers[0].pszSenderName), OLESTR("J\u00FCrgen \u03A9 \u65E5\u672C \U0001F4DE"));
-    EXPECT_EQ(OrlMapiReleaseHandle(connection, &listing.hTable, &listing.hOrigin), S_OK);
+    EXPECT_EQ(OrlMapiReleaseHandle(m_connection, &listing.hTable, &listing.hOrigin), S_OK);
 }
 
 TEST_F(ResultBlockTest, NarrowTextsComeAsTheProviderGaveThem)
@@ -93,7 +93,7 @@ TEST_F(ResultBlockTest, NarrowTextsComeAsTheProviderGaveThem)
 TEST_F(ResultBlockTest, ABlockThatCannotBeAllocatedStillGivesTheHandles)
 {
     Deliver("m");
-    mapi.script.Tell("MAPIAllocateBuffer", Fails(E_OUTOFMEMORY));
+    m_mapi.script.Tell("MAPIAllocateBuffer", Fails(E_OUTOFMEMORY));
     ListingA listing;
     Run(listing);
     EXPECT_EQ(listing.hr, E_OUTOFMEMORY);
@@ -111,11 +111,11 @@ TEST_F(ResultBlockTest, TheFirstPartThatCannotBeAllocatedEndsTheResultWithTheEle
     // Each header takes seven parts: five texts, the entry ID and the array of its attachments.
     for (int failing = 1; failing <= 21; ++failing) {
         SCOPED_TRACE(failing);
-        mapi.world.mailboxes.at("alice")->inbox->messages.clear();
-        mapi.script.Clear();
+        m_mapi.world.mailboxes.at("alice")->inbox->messages.clear();
+        m_mapi.script.Clear();
         for (const char *name : {"a", "b", "c"})
             Deliver(name);
-        mapi.script.Tell("MAPIAllocateMore", Fails(E_OUTOFMEMORY).From(failing));
+        m_mapi.script.Tell("MAPIAllocateMore", Fails(E_OUTOFMEMORY).From(failing));
         Forget();
         ListingA listing;
         Run(listing);
@@ -126,7 +126,7 @@ TEST_F(ResultBlockTest, TheFirstPartThatCannotBeAllocatedEndsTheResultWithTheEle
             EXPECT_EQ(listing.headers[i].cAttachments, 0u);
             EXPECT_EQ(listing.headers[i].pszSenderName, std::string("Sender of ") + "abc"[i]);
         }
-        EXPECT_EQ(mapi.recorder.Count("MAPIAllocateMore"), failing) << "none is tried after the first that failed";
+        EXPECT_EQ(m_mapi.recorder.Count("MAPIAllocateMore"), failing) << "none is tried after the first that failed";
         EXPECT_THAT(ErrorLines(), ElementsAre("OrlGetEmailHeadersA[n]: Error 0x8007000e [MAPI_E_NOT_ENOUGH_MEMORY] "
                                               "from MAPIAllocateMore."));
         EXPECT_NE(listing.hTable, 0u);
@@ -139,7 +139,7 @@ TEST_F(ResultBlockTest, ASingleHeaderAllocatesTextsThenEntryId)
     DeliverVoice("m");
     const std::string id = IdOf("m");
     EmailHeaderW *header = nullptr;
-    EXPECT_EQ(OrlGetEmailHeaderW(connection, mailbox, SizeOf(id), AsBytes(id), &header), S_OK);
+    EXPECT_EQ(OrlGetEmailHeaderW(m_connection, m_mailbox, SizeOf(id), AsBytes(id), &header), S_OK);
     EXPECT_THAT(Allocations(), ElementsAre(Root(sizeof(EmailHeaderW)), Child(8), Child(6), Child(4), Child(12),
                                            Child(2), Child(id.size())));
     OrlMapiFreeBuffer(header);
@@ -149,15 +149,15 @@ TEST_F(ResultBlockTest, ASingleHeaderThatCannotBeAllocatedLeavesNothing)
 {
     DeliverVoice("m");
     const std::string id = IdOf("m");
-    auto *const untouched = reinterpret_cast<EmailHeaderA *>(&connection);
+    auto *const untouched = reinterpret_cast<EmailHeaderA *>(&m_connection);
     for (int failing = 0; failing <= 6; ++failing) {
         SCOPED_TRACE(failing);
-        mapi.script.Clear();
-        mapi.script.Tell(failing ? "MAPIAllocateMore" : "MAPIAllocateBuffer",
-                         Fails(E_OUTOFMEMORY).Nth(failing ? failing : 1));
+        m_mapi.script.Clear();
+        m_mapi.script.Tell(failing ? "MAPIAllocateMore" : "MAPIAllocateBuffer",
+                           Fails(E_OUTOFMEMORY).Nth(failing ? failing : 1));
         Forget();
         EmailHeaderA *header = untouched;
-        EXPECT_EQ(OrlGetEmailHeaderA(connection, mailbox, SizeOf(id), AsBytes(id), &header), E_OUTOFMEMORY);
+        EXPECT_EQ(OrlGetEmailHeaderA(m_connection, m_mailbox, SizeOf(id), AsBytes(id), &header), E_OUTOFMEMORY);
         EXPECT_EQ(header, untouched);
         EXPECT_THAT(ErrorLines(),
                     ElementsAre(HasSubstr(failing ? "from MAPIAllocateMore." : "from MAPIAllocateBuffer.")));
@@ -170,13 +170,13 @@ TEST_F(ResultBlockTest, ADownloadedTextAllocatesBodyThenSubject)
     Deliver("m", {Text(PR_BODY_A, "Body"), Text(PR_SUBJECT_A, "Subject")});
     const std::string id = IdOf("m");
     EmailTextA *narrow = nullptr;
-    EXPECT_EQ(OrlDownloadEmailA(connection, mailbox, SizeOf(id), AsBytes(id), &narrow), S_OK);
+    EXPECT_EQ(OrlDownloadEmailA(m_connection, m_mailbox, SizeOf(id), AsBytes(id), &narrow), S_OK);
     EXPECT_THAT(Allocations(), ElementsAre(Root(sizeof(EmailTextA)), Child(5), Child(8)));
     OrlMapiFreeBuffer(narrow);
     ForgetBlockNumbers();
     Forget();
     EmailTextW *wide = nullptr;
-    EXPECT_EQ(OrlDownloadEmailW(connection, mailbox, SizeOf(id), AsBytes(id), &wide), S_OK);
+    EXPECT_EQ(OrlDownloadEmailW(m_connection, m_mailbox, SizeOf(id), AsBytes(id), &wide), S_OK);
     EXPECT_THAT(Allocations(), ElementsAre(Root(sizeof(EmailTextW)), Child(10), Child(16)));
     EXPECT_EQ(wtext(wide->pszBody), OLESTR("Body"));
     EXPECT_EQ(wtext(wide->pszSubject), OLESTR("Subject"));
@@ -189,12 +189,12 @@ TEST_F(ResultBlockTest, ADownloadedTextThatCannotBeAllocatedLeavesNothing)
     const std::string id = IdOf("m");
     for (int failing = 0; failing <= 2; ++failing) {
         SCOPED_TRACE(failing);
-        mapi.script.Clear();
-        mapi.script.Tell(failing ? "MAPIAllocateMore" : "MAPIAllocateBuffer",
-                         Fails(E_OUTOFMEMORY).Nth(failing ? failing : 1));
+        m_mapi.script.Clear();
+        m_mapi.script.Tell(failing ? "MAPIAllocateMore" : "MAPIAllocateBuffer",
+                           Fails(E_OUTOFMEMORY).Nth(failing ? failing : 1));
         Forget();
         EmailTextW *text = nullptr;
-        EXPECT_EQ(OrlDownloadEmailW(connection, mailbox, SizeOf(id), AsBytes(id), &text), E_OUTOFMEMORY);
+        EXPECT_EQ(OrlDownloadEmailW(m_connection, m_mailbox, SizeOf(id), AsBytes(id), &text), E_OUTOFMEMORY);
         EXPECT_EQ(text, nullptr);
         EXPECT_EQ(ErrorLines().size(), 1u);
         EXPECT_THAT(LiveBlocks(), testing::IsEmpty());

@@ -28,7 +28,7 @@ TEST_F(RowCountTest, ZeroRowsGoThroughToTheTable)
 TEST_F(RowCountTest, ZeroRowsOfATableThatAllowsThemEndTheListing)
 {
     DeliverMany(1);
-    mapi.script.Tell("Table.QueryRows", GivesNull());
+    m_mapi.script.Tell("Table.QueryRows", GivesNull());
     ListingA listing;
     listing.rows = 0;
     Run(listing);
@@ -71,7 +71,7 @@ TEST_F(RowCountTest, ATableThatGivesFewerRowsThanWantedMakesAShortPage)
     for (const char *name : {"1", "2", "3"})
         table->rows.push_back({Binary(PR_ENTRYID, IdOf(name))});
     table->mostPerQuery = 2;
-    mapi.world.mailboxes.at("alice")->inbox->contents = table;
+    m_mapi.world.mailboxes.at("alice")->inbox->contents = table;
     ListingA listing;
     listing.rows = 3;
     Run(listing);

@@ -27,16 +27,16 @@ struct Voice {
 class SendTest : public SendingTest
 {
   protected:
-    HRESULT Send(const Email &e) { return SendFrom(mailbox, e); }
+    HRESULT Send(const Email &e) { return SendFrom(m_mailbox, e); }
     HRESULT SendFrom(OrlMailbox from, const Email &e)
     {
-        return OrlSendEmailA(connection, from, e.recipients.c_str(), e.subject.c_str(), e.body.c_str(), e.urgent,
+        return OrlSendEmailA(m_connection, from, e.recipients.c_str(), e.subject.c_str(), e.body.c_str(), e.urgent,
                              e.isPrivate, e.file.c_str(), e.filename.c_str());
     }
-    HRESULT SendUM(const Email &e, const Voice &v) { return SendUMFrom(mailbox, e, v); }
+    HRESULT SendUM(const Email &e, const Voice &v) { return SendUMFrom(m_mailbox, e, v); }
     HRESULT SendUMFrom(OrlMailbox from, const Email &e, const Voice &v)
     {
-        return OrlSendUMEmailA(connection, from, e.recipients.c_str(), e.subject.c_str(), e.body.c_str(), e.urgent,
+        return OrlSendUMEmailA(m_connection, from, e.recipients.c_str(), e.subject.c_str(), e.body.c_str(), e.urgent,
                                e.isPrivate, e.file.c_str(), e.filename.c_str(), v.secs, v.number.c_str(),
                                v.name.c_str(), v.order.c_str(), v.offset, v.received);
     }
@@ -64,7 +64,7 @@ class SendTest : public SendingTest
     }
     std::string SetProps() const
     {
-        for (const std::string &call : mapi.recorder.Calls())
+        for (const std::string &call : m_mapi.recorder.Calls())
             if (call.rfind("Message(new).SetProps([", 0) == 0)
                 return call;
         return "no properties were set";

@@ -26,18 +26,18 @@ TEST_F(SendTest, AFileThatCannotBeOpenedIsReportedAndNothingIsSubmitted)
 
 TEST_F(SendTest, WithoutAnyStoreItIsRefused)
 {
-    ASSERT_EQ(OrlMapiDisconnect(connection), S_OK);
+    ASSERT_EQ(OrlMapiDisconnect(m_connection), S_OK);
     Forget();
     EXPECT_EQ(SendFrom(0, {}), E_POINTER);
     EXPECT_EQ(SendUMFrom(0, {}, {}), E_POINTER);
-    EXPECT_THAT(mapi.recorder.Calls(), IsEmpty());
+    EXPECT_THAT(m_mapi.recorder.Calls(), IsEmpty());
     EXPECT_THAT(LinesOf("Error pIMsgStore", '2'), ElementsAre("CMAPIImpl::SendEmail[n]: Error pIMsgStore is NULL.",
                                                               "CMAPIImpl::SendUMEmail[n]: Error pIMsgStore is NULL."));
 }
 
 TEST_F(SendTest, WithoutALogonTheRecipientsCannotBeResolved)
 {
-    ASSERT_EQ(OrlMapiDisconnect(connection), S_OK);
+    ASSERT_EQ(OrlMapiDisconnect(m_connection), S_OK);
     Forget();
     EXPECT_TRUE(FAILED(Send({})));
     EXPECT_FALSE(Submitted());
@@ -46,14 +46,14 @@ TEST_F(SendTest, WithoutALogonTheRecipientsCannotBeResolved)
 TEST_F(SendTest, AnUnknownConnectionIsRefused)
 {
     const DWORD unknown = 40000;
-    EXPECT_EQ(OrlSendEmailA(unknown, mailbox, "bob", "", "", 0, 0, "", ""), E_INVALIDARG);
-    EXPECT_EQ(OrlSendEmailW(0, mailbox, OLESTR("bob"), OLESTR(""), OLESTR(""), 0, 0, OLESTR(""), OLESTR("")),
+    EXPECT_EQ(OrlSendEmailA(unknown, m_mailbox, "bob", "", "", 0, 0, "", ""), E_INVALIDARG);
+    EXPECT_EQ(OrlSendEmailW(0, m_mailbox, OLESTR("bob"), OLESTR(""), OLESTR(""), 0, 0, OLESTR(""), OLESTR("")),
               E_INVALIDARG);
     EXPECT_EQ(OrlSendUMEmailA(0, 0, "bob", "", "", 0, 0, "", "", 1, "", "", "", 0, 0), E_INVALIDARG);
     EXPECT_EQ(OrlSendUMEmailW(unknown, 0, OLESTR("bob"), OLESTR(""), OLESTR(""), 0, 0, OLESTR(""), OLESTR(""), 1,
                               OLESTR(""), OLESTR(""), OLESTR(""), 0, 0),
               E_INVALIDARG);
-    EXPECT_THAT(mapi.recorder.Everything(), IsEmpty());
+    EXPECT_THAT(m_mapi.recorder.Everything(), IsEmpty());
     EXPECT_THAT(Lines(), IsEmpty());
 }
 
@@ -71,18 +71,18 @@ TEST_F(SendTest, RecipientsThatAreNoneAreTheAddressListsFailure)
         EXPECT_EQ(Send(email), example.hr);
         EXPECT_EQ(SendUM(email, {}), example.hr);
         EXPECT_FALSE(Submitted());
-        EXPECT_EQ(mapi.recorder.Count("Message.ModifyRecipients"), 0);
-        EXPECT_EQ(mapi.recorder.Count("Message.SetProps"), 0);
+        EXPECT_EQ(m_mapi.recorder.Count("Message.ModifyRecipients"), 0);
+        EXPECT_EQ(m_mapi.recorder.Count("Message.SetProps"), 0);
         ExpectNothingOpen();
     }
 }
 
 TEST_F(SendTest, OnlyAVoiceMessageThatWasSubmittedSaysSo)
 {
-    mapi.script.Tell("Message.SubmitMessage", Fails(MAPI_E_NETWORK_ERROR));
+    m_mapi.script.Tell("Message.SubmitMessage", Fails(MAPI_E_NETWORK_ERROR));
     EXPECT_EQ(SendUM({}, {}), MAPI_E_NETWORK_ERROR);
     EXPECT_THAT(LinesOf("Message submitted", '5'), IsEmpty());
-    mapi.script.Clear();
+    m_mapi.script.Clear();
     Email email;
     email.file = File("sound.wav", "sound");
     EXPECT_EQ(Send(email), S_OK);
@@ -95,15 +95,15 @@ TEST_F(SendTest, OnlyAVoiceMessageThatWasSubmittedSaysSo)
 
 TEST_F(SendTest, AnOutboxIdOfAnotherTypeIsNone)
 {
-    auto &store = *mapi.world.mailboxes.at("alice");
+    auto &store = *m_mapi.world.mailboxes.at("alice");
     store.raw = true;
     store.props = {Text(CHANGE_PROP_TYPE(PR_IPM_OUTBOX_ENTRYID, PT_STRING8), "folder")};
     EXPECT_EQ(Send({}), MAPI_E_NOT_FOUND);
     EXPECT_THAT(ErrorLines(), ElementsAre("CMAPIImpl::SendEmail[n]: Error 0x8004010f [MAPI_E_NOT_FOUND] from "
                                           "HrGetOneProp determining the ID for outbox."));
-    mapi.script.Tell("HrGetOneProp", GivesNull());
+    m_mapi.script.Tell("HrGetOneProp", GivesNull());
     EXPECT_EQ(Send({}), MAPI_E_NOT_FOUND);
-    EXPECT_EQ(mapi.recorder.Count("Store.OpenEntry"), 0);
+    EXPECT_EQ(m_mapi.recorder.Count("Store.OpenEntry"), 0);
     ExpectNothingOpen();
 }
 
@@ -114,8 +114,8 @@ TEST_F(SendTest, CallsThatSucceedAndGiveNothingHaveFailed)
     for (const char *call : {"Store.OpenEntry", "Folder.CreateMessage", "OpenStreamOnFile", "Message.CreateAttach",
                              "Attach.OpenProperty"}) {
         SCOPED_TRACE(call);
-        mapi.script.Clear();
-        mapi.script.Tell(call, GivesNull());
+        m_mapi.script.Clear();
+        m_mapi.script.Tell(call, GivesNull());
         Forget();
         EXPECT_EQ(Send(email), E_FAIL);
         EXPECT_EQ(ErrorLines().size(), 1u);
@@ -126,8 +126,8 @@ TEST_F(SendTest, CallsThatSucceedAndGiveNothingHaveFailed)
 
 TEST_F(SendTest, WarningsStopNothing)
 {
-    mapi.script.Tell("Message.SetProps", Warns(MAPI_W_ERRORS_RETURNED));
-    mapi.script.Tell("Message.ModifyRecipients", Warns(MAPI_W_PARTIAL_COMPLETION));
+    m_mapi.script.Tell("Message.SetProps", Warns(MAPI_W_ERRORS_RETURNED));
+    m_mapi.script.Tell("Message.ModifyRecipients", Warns(MAPI_W_PARTIAL_COMPLETION));
     EXPECT_EQ(Send({}), S_OK);
     EXPECT_TRUE(Created().submitted);
     EXPECT_THAT(ErrorLines(), IsEmpty());
@@ -164,13 +164,13 @@ TEST_F(SendTest, EveryFailingStepHasItsOwnSentence)
     email.file = File("sound.wav", "sound");
     for (const auto &failing : cases) {
         SCOPED_TRACE(failing.report);
-        mapi.script.Clear();
-        mapi.script.Tell(failing.call, Fails(MAPI_E_NETWORK_ERROR));
+        m_mapi.script.Clear();
+        m_mapi.script.Tell(failing.call, Fails(MAPI_E_NETWORK_ERROR));
         Forget();
         EXPECT_EQ(Send(email), MAPI_E_NETWORK_ERROR);
         EXPECT_THAT(ErrorLines(), ElementsAre(std::string("CMAPIImpl::") + failing.function +
                                               "[n]: Error 0x80040115 [MAPI_E_NETWORK_ERROR] from " + failing.report));
-        for (const auto &message : mapi.world.created)
+        for (const auto &message : m_mapi.world.created)
             EXPECT_FALSE(message->submitted);
         ExpectNothingOpen();
     }
@@ -178,8 +178,8 @@ TEST_F(SendTest, EveryFailingStepHasItsOwnSentence)
 
 TEST_F(SendTest, AnObjectsOwnErrorTextIsInTheReport)
 {
-    mapi.script.Tell("Message.SubmitMessage", Fails(MAPI_E_NETWORK_ERROR));
-    mapi.script.SetLastError("Message", {"The server is gone.", "Store", 7});
+    m_mapi.script.Tell("Message.SubmitMessage", Fails(MAPI_E_NETWORK_ERROR));
+    m_mapi.script.SetLastError("Message", {"The server is gone.", "Store", 7});
     EXPECT_EQ(Send({}), MAPI_E_NETWORK_ERROR);
     EXPECT_THAT(ErrorLines(), ElementsAre(HasSubstr("from SubmitMessage (The server is gone. : Store[7]) trying to ")));
 }
@@ -187,8 +187,8 @@ TEST_F(SendTest, AnObjectsOwnErrorTextIsInTheReport)
 TEST_F(SendTest, AnExceptionIsReportedUnderTheExportsName)
 {
     for (const char *call : {"Folder.CreateMessage", "Message.SubmitMessage"}) {
-        mapi.script.Clear();
-        mapi.script.Tell(call, Does([] { throw 1; }));
+        m_mapi.script.Clear();
+        m_mapi.script.Tell(call, Does([] { throw 1; }));
         Forget();
         EXPECT_EQ(Send({}), E_UNEXPECTED);
         EXPECT_THAT(Lines(), Contains(StartsWith("Exception has occurred in OrlSendEmailA (OrlMapi32[")));

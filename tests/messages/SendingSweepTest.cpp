@@ -18,20 +18,20 @@ const std::vector<HRESULT> kCodes = {E_FAIL, E_OUTOFMEMORY, MAPI_E_NETWORK_ERROR
 class SendingSweep : public CopyTest
 {
   protected:
-    std::string file;
-    HRESULT hr = S_OK;
-    std::set<std::string> failed;
+    std::string m_file;
+    HRESULT m_hr = S_OK;
+    std::set<std::string> m_failed;
 
     void SetUp() override
     {
         CopyTest::SetUp();
-        file = File("sound.wav", "sound");
+        m_file = File("sound.wav", "sound");
     }
     void Prepare()
     {
-        mapi.world.created.clear();
-        original->saved = 0;
-        std::erase_if(original->props, [](const Value &value) { return PROP_ID(value.tag) == 0x1081; });
+        m_mapi.world.created.clear();
+        m_original->saved = 0;
+        std::erase_if(m_original->props, [](const Value &value) { return PROP_ID(value.tag) == 0x1081; });
         Forget();
     }
     void CheckReport(const Round &round)
@@ -47,32 +47,34 @@ class SendingSweep : public CopyTest
         std::snprintf(code, sizeof code, "0x%08x", static_cast<unsigned>(round.hr));
         EXPECT_THAT(errors[0], HasSubstr(std::string("Error ") + code + " ["));
     }
-    bool WasSubmitted() const { return !mapi.world.created.empty() && mapi.world.created.back()->submitted; }
+    bool WasSubmitted() const { return !m_mapi.world.created.empty() && m_mapi.world.created.back()->submitted; }
     // What happens on the original after it was opened and marked stays.
-    bool IsMarked() const { return Find(original->props, PR_LAST_VERB_EXECUTED) != nullptr; }
+    bool IsMarked() const { return Find(m_original->props, PR_LAST_VERB_EXECUTED) != nullptr; }
 };
 
 TEST_F(SendingSweep, OfAPlainMessageWithAFile)
 {
-    const int calls = Sweep(
-        [&] { Prepare(); },
-        [&] { hr = OrlSendEmailA(connection, mailbox, "bob", "Subject", "Body", 1, 1, file.c_str(), "message.wav"); },
-        [&](const Round &round) {
-            ExpectNothingOpen();
-            if (IsAskedAgain(round)) {
-                EXPECT_EQ(hr, S_OK);
-                EXPECT_TRUE(WasSubmitted());
-                return;
-            }
-            EXPECT_EQ(hr, round.hr);
-            EXPECT_FALSE(WasSubmitted());
-            CheckReport(round);
-        },
-        kCodes);
+    const int calls = Sweep([&] { Prepare(); },
+                            [&] {
+                                m_hr = OrlSendEmailA(m_connection, m_mailbox, "bob", "Subject", "Body", 1, 1,
+                                                     m_file.c_str(), "message.wav");
+                            },
+                            [&](const Round &round) {
+                                ExpectNothingOpen();
+                                if (IsAskedAgain(round)) {
+                                    EXPECT_EQ(m_hr, S_OK);
+                                    EXPECT_TRUE(WasSubmitted());
+                                    return;
+                                }
+                                EXPECT_EQ(m_hr, round.hr);
+                                EXPECT_FALSE(WasSubmitted());
+                                CheckReport(round);
+                            },
+                            kCodes);
     // Outbox, message, recipients (the list, its entry, the name, the address book), properties, file, attachment.
     EXPECT_EQ(calls, 19);
     Prepare();
-    EXPECT_EQ(OrlSendEmailA(connection, mailbox, "bob", "", "", 0, 0, "", ""), S_OK);
+    EXPECT_EQ(OrlSendEmailA(m_connection, m_mailbox, "bob", "", "", 0, 0, "", ""), S_OK);
     EXPECT_TRUE(WasSubmitted());
 }
 
@@ -80,17 +82,17 @@ TEST_F(SendingSweep, OfAVoiceMessage)
 {
     const int calls = Sweep([&] { Prepare(); },
                             [&] {
-                                hr = OrlSendUMEmailW(connection, 0, OLESTR("bob;alice"), OLESTR("Subject"),
-                                                     OLESTR("Body"), 0, 0, Widened(file).c_str(), OLESTR("a.wav"), 3,
-                                                     OLESTR("1"), OLESTR("n"), OLESTR("a.wav"), 0, 0);
+                                m_hr = OrlSendUMEmailW(m_connection, 0, OLESTR("bob;alice"), OLESTR("Subject"),
+                                                       OLESTR("Body"), 0, 0, Widened(m_file).c_str(), OLESTR("a.wav"),
+                                                       3, OLESTR("1"), OLESTR("n"), OLESTR("a.wav"), 0, 0);
                             },
                             [&](const Round &round) {
                                 ExpectNothingOpen();
                                 if (IsAskedAgain(round)) {
-                                    EXPECT_EQ(hr, S_OK);
+                                    EXPECT_EQ(m_hr, S_OK);
                                     return;
                                 }
-                                EXPECT_EQ(hr, round.hr);
+                                EXPECT_EQ(m_hr, round.hr);
                                 EXPECT_FALSE(WasSubmitted());
                                 CheckReport(round);
                             },
@@ -106,19 +108,19 @@ bool IsOnTheOriginal(const Round &round)
 
 TEST_F(SendingSweep, OfAForward)
 {
-    original->recipients.clear();
-    SessionGuard session = CMAPIImpl::Locate(connection);
-    auto *store = reinterpret_cast<IMsgStore *>(mailbox);
-    Sweep([&] { Prepare(); }, [&] { hr = session->ForwardEmail(store, SizeOf(id), AsBytes(id), "bob"); },
+    m_original->recipients.clear();
+    SessionGuard session = CMAPIImpl::Locate(m_connection);
+    auto *store = reinterpret_cast<IMsgStore *>(m_mailbox);
+    Sweep([&] { Prepare(); }, [&] { m_hr = session->ForwardEmail(store, SizeOf(m_id), AsBytes(m_id), "bob"); },
           [&](const Round &round) {
-              failed.insert(round.call.object + "." + round.call.method);
+              m_failed.insert(round.call.object + "." + round.call.method);
               ExpectNothingOpen();
               if (IsAskedAgain(round) || (!round.onwards && IsOnTheOriginal(round))) {
-                  EXPECT_EQ(hr, S_OK);
+                  EXPECT_EQ(m_hr, S_OK);
                   EXPECT_TRUE(WasSubmitted());
                   return;
               }
-              EXPECT_EQ(hr, round.hr);
+              EXPECT_EQ(m_hr, round.hr);
               EXPECT_FALSE(WasSubmitted());
               // The submission that is tried without recipients is reported too.
               const std::vector<std::string> errors = ErrorLines();
@@ -132,47 +134,50 @@ TEST_F(SendingSweep, OfAForward)
               }
           },
           kCodes);
-    EXPECT_EQ(failed, (std::set<std::string>{
-                          "Store(alice).OpenEntry", ".HrGetOneProp", "Folder(alice/Outbox).CreateMessage",
-                          "Message(m).SetProps", "Message(m).SaveChanges", "Message(m).CopyTo", "Message(new).SetProps",
-                          ".MAPIAllocateBuffer", ".MAPIAllocateMore", "Session.OpenAddressBook", "AddrBook.ResolveName",
-                          "Message(new).ModifyRecipients", "Message(new).SaveChanges", "Message(new).SubmitMessage"}));
+    EXPECT_EQ(m_failed,
+              (std::set<std::string>{"Store(alice).OpenEntry", ".HrGetOneProp", "Folder(alice/Outbox).CreateMessage",
+                                     "Message(m).SetProps", "Message(m).SaveChanges", "Message(m).CopyTo",
+                                     "Message(new).SetProps", ".MAPIAllocateBuffer", ".MAPIAllocateMore",
+                                     "Session.OpenAddressBook", "AddrBook.ResolveName", "Message(new).ModifyRecipients",
+                                     "Message(new).SaveChanges", "Message(new).SubmitMessage"}));
 }
 
 TEST_F(SendingSweep, OfAnAnswerWithAFile)
 {
-    original->recipients.clear();
-    SessionGuard session = CMAPIImpl::Locate(connection);
-    auto *store = reinterpret_cast<IMsgStore *>(mailbox);
+    m_original->recipients.clear();
+    SessionGuard session = CMAPIImpl::Locate(m_connection);
+    auto *store = reinterpret_cast<IMsgStore *>(m_mailbox);
     Sweep([&] { Prepare(); },
-          [&] { hr = session->RespondEmail(store, SizeOf(id), AsBytes(id), file, "answer.wav", 0); },
+          [&] { m_hr = session->RespondEmail(store, SizeOf(m_id), AsBytes(m_id), m_file, "answer.wav", 0); },
           [&](const Round &round) {
-              failed.insert(round.call.method);
+              m_failed.insert(round.call.method);
               ExpectNothingOpen();
               if (IsAskedAgain(round) || (!round.onwards && IsOnTheOriginal(round))) {
-                  EXPECT_EQ(hr, S_OK);
+                  EXPECT_EQ(m_hr, S_OK);
                   EXPECT_TRUE(WasSubmitted());
                   return;
               }
-              EXPECT_EQ(hr, round.hr);
+              EXPECT_EQ(m_hr, round.hr);
               EXPECT_FALSE(WasSubmitted());
               CheckReport(round);
-              const bool beforeTheMarks = mapi.recorder.Count("Message(m).SetProps") == 0;
+              const bool beforeTheMarks = m_mapi.recorder.Count("Message(m).SetProps") == 0;
               EXPECT_EQ(IsMarked(), !beforeTheMarks &&
                                         !(round.onwards && IsOnTheOriginal(round) && round.call.method == "SetProps"));
           },
           kCodes);
     for (const char *method : {"OpenStreamOnFile", "Seek", "CreateAttach", "OpenProperty", "Stat", "CopyTo", "GetProps",
                                "ModifyRecipients", "SubmitMessage"})
-        EXPECT_EQ(failed.count(method), 1u) << method;
+        EXPECT_EQ(m_failed.count(method), 1u) << method;
 }
 
 TEST_F(SendingSweep, TheExportsThatForwardAndAnswerAreSilentInEveryRound)
 {
     Sweep([&] { Prepare(); },
           [&] {
-              EXPECT_EQ(OrlForwardEmailA(connection, mailbox, SizeOf(id), AsBytes(id), "bob"), S_OK);
-              EXPECT_EQ(OrlRespondEmailA(connection, mailbox, SizeOf(id), AsBytes(id), file.c_str(), "a.wav", 0), S_OK);
+              EXPECT_EQ(OrlForwardEmailA(m_connection, m_mailbox, SizeOf(m_id), AsBytes(m_id), "bob"), S_OK);
+              EXPECT_EQ(
+                  OrlRespondEmailA(m_connection, m_mailbox, SizeOf(m_id), AsBytes(m_id), m_file.c_str(), "a.wav", 0),
+                  S_OK);
           },
           [&](const Round &) { ExpectNothingOpen(); }, {MAPI_E_NETWORK_ERROR});
 }
@@ -184,15 +189,15 @@ const char *const kHostile[] = {"%s%s%n", "%s%s%s%s%n%1000000d", "%n", "%hhn%lln
 class HostileSendingTest : public CopyTest, public testing::WithParamInterface<const char *>
 {
   protected:
-    const std::string hostile = GetParam();
+    const std::string m_hostile = GetParam();
 
     HRESULT Send(const std::string &recipients, const std::string &path)
     {
-        const char *text = hostile.c_str();
+        const char *text = m_hostile.c_str();
         const HRESULT plain =
-            OrlSendEmailA(connection, mailbox, recipients.c_str(), text, text, 0, 0, path.c_str(), text);
-        const HRESULT voice = OrlSendUMEmailA(connection, mailbox, recipients.c_str(), text, text, 0, 0, path.c_str(),
-                                              text, 1, text, text, text, 0, 0);
+            OrlSendEmailA(m_connection, m_mailbox, recipients.c_str(), text, text, 0, 0, path.c_str(), text);
+        const HRESULT voice = OrlSendUMEmailA(m_connection, m_mailbox, recipients.c_str(), text, text, 0, 0,
+                                              path.c_str(), text, 1, text, text, text, 0, 0);
         EXPECT_EQ(voice, plain);
         return voice;
     }
@@ -201,52 +206,52 @@ class HostileSendingTest : public CopyTest, public testing::WithParamInterface<c
 TEST_P(HostileSendingTest, InEveryTextOfAMessage)
 {
     EXPECT_EQ(Send("bob", File("sound.wav", "sound")), S_OK);
-    EXPECT_EQ(Find(Created().props, PR_SUBJECT_A)->bytes, hostile);
-    EXPECT_EQ(Find(Created().props, PR_BODY_A)->bytes, hostile);
-    EXPECT_EQ(Find(Created().props, PR_UM_SENDER_NAME_A)->bytes, hostile);
+    EXPECT_EQ(Find(Created().props, PR_SUBJECT_A)->bytes, m_hostile);
+    EXPECT_EQ(Find(Created().props, PR_BODY_A)->bytes, m_hostile);
+    EXPECT_EQ(Find(Created().props, PR_UM_SENDER_NAME_A)->bytes, m_hostile);
     EXPECT_THAT(ErrorLines(), IsEmpty());
 }
 
 TEST_P(HostileSendingTest, InTheRecipientsAndTheFilesName)
 {
-    EXPECT_EQ(Send(hostile, ""), MAPI_E_NOT_FOUND);
+    EXPECT_EQ(Send(m_hostile, ""), MAPI_E_NOT_FOUND);
     EXPECT_EQ(ErrorLines().size(), 2u);
     Forget();
-    EXPECT_EQ(Send("bob", MissingFile() + hostile), MAPI_E_NOT_FOUND);
+    EXPECT_EQ(Send("bob", MissingFile() + m_hostile), MAPI_E_NOT_FOUND);
     EXPECT_EQ(ErrorLines().size(), 2u);
     for (const std::string &line : ErrorLines())
         EXPECT_THAT(line, HasSubstr("from OpenStreamOnFile trying open a stream on the file "));
     Forget();
-    EXPECT_EQ(OrlForwardEmailA(connection, mailbox, SizeOf(id), AsBytes(id), hostile.c_str()), S_OK);
-    EXPECT_EQ(OrlRespondEmailA(connection, mailbox, SizeOf(id), AsBytes(id), (MissingFile() + hostile).c_str(),
-                               hostile.c_str(), 0),
+    EXPECT_EQ(OrlForwardEmailA(m_connection, m_mailbox, SizeOf(m_id), AsBytes(m_id), m_hostile.c_str()), S_OK);
+    EXPECT_EQ(OrlRespondEmailA(m_connection, m_mailbox, SizeOf(m_id), AsBytes(m_id),
+                               (MissingFile() + m_hostile).c_str(), m_hostile.c_str(), 0),
               S_OK);
     EXPECT_EQ(ErrorLines().size(), 2u) << "the forward's recipients, the answer's file";
-    original->props = {Text(PR_SENDER_EMAIL_ADDRESS_A, hostile)};
+    m_original->props = {Text(PR_SENDER_EMAIL_ADDRESS_A, m_hostile)};
     Forget();
-    EXPECT_EQ(OrlRespondEmailA(connection, mailbox, SizeOf(id), AsBytes(id), "", "", 0), S_OK);
+    EXPECT_EQ(OrlRespondEmailA(m_connection, m_mailbox, SizeOf(m_id), AsBytes(m_id), "", "", 0), S_OK);
     EXPECT_THAT(ErrorLines(), testing::ElementsAre(HasSubstr("from ResolveName trying to resolve the recipients ")));
 }
 
 TEST_P(HostileSendingTest, InWhatObjectsSayAboutThemselves)
 {
-    mapi.script.SetLastError("*", {GetParam(), GetParam(), 1});
+    m_mapi.script.SetLastError("*", {GetParam(), GetParam(), 1});
     const std::string path = File("sound.wav", "sound");
     for (const char *call :
          {"HrGetOneProp", "Store.OpenEntry", "Folder.CreateMessage", "Message.ModifyRecipients", "Message.SetProps",
           "Message.CreateAttach", "Attach.OpenProperty", "Attach.SetProps", "Attach.SaveChanges",
           "Message.SubmitMessage", "Message.CopyTo", "Message.SaveChanges", "Message.GetProps"}) {
         SCOPED_TRACE(call);
-        mapi.script.Tell(call, Fails(MAPI_E_NETWORK_ERROR).From(1));
+        m_mapi.script.Tell(call, Fails(MAPI_E_NETWORK_ERROR).From(1));
         Forget();
         Send("bob", path);
-        OrlForwardEmailA(connection, mailbox, SizeOf(id), AsBytes(id), "bob");
-        OrlRespondEmailA(connection, mailbox, SizeOf(id), AsBytes(id), path.c_str(), "", 0);
+        OrlForwardEmailA(m_connection, m_mailbox, SizeOf(m_id), AsBytes(m_id), "bob");
+        OrlRespondEmailA(m_connection, m_mailbox, SizeOf(m_id), AsBytes(m_id), path.c_str(), "", 0);
         EXPECT_FALSE(ErrorLines().empty());
         for (const std::string &line : ErrorLines())
             EXPECT_THAT(line, HasSubstr("[n]: Error 0x8004"));
-        mapi.script.Clear();
-        mapi.script.SetLastError("*", {GetParam(), GetParam(), 1});
+        m_mapi.script.Clear();
+        m_mapi.script.SetLastError("*", {GetParam(), GetParam(), 1});
     }
 }
 

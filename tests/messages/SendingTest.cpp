@@ -22,7 +22,7 @@ const char kVoiceProps[] = ", PR_MESSAGE_CLASS_A=\"IPM.Note.Microsoft.Voicemail.
 TEST_F(SendTest, APlainMessageIsCreatedInTheOutboxAddressedFilledAndSubmitted)
 {
     EXPECT_EQ(Send({}), S_OK);
-    EXPECT_EQ(mapi.recorder.Calls(),
+    EXPECT_EQ(m_mapi.recorder.Calls(),
               CallsWith(Opening(), {std::string("Message(new).SetProps([") + kPlainProps + "], NULL)",
                                     "Message(new).SubmitMessage(0)"}));
     EXPECT_TRUE(Created().submitted);
@@ -34,7 +34,7 @@ TEST_F(SendTest, APlainMessageIsCreatedInTheOutboxAddressedFilledAndSubmitted)
 TEST_F(SendTest, AVoiceMessageHasFourteenPropertiesInTheirOrder)
 {
     EXPECT_EQ(SendUM({}, {}), S_OK);
-    EXPECT_EQ(mapi.recorder.Calls(),
+    EXPECT_EQ(m_mapi.recorder.Calls(),
               CallsWith(Opening(), {std::string("Message(new).SetProps([") + kPlainProps + kVoiceProps + "], NULL)",
                                     "Message(new).SubmitMessage(0)"}));
     ExpectNothingOpen();
@@ -81,7 +81,7 @@ TEST_F(SendTest, AFileIsAttachedBeforeTheMessageIsSubmitted)
     email.file = File("sound.wav", "sound");
     email.filename = "message.wav";
     EXPECT_EQ(Send(email), S_OK);
-    EXPECT_EQ(mapi.recorder.Calls(),
+    EXPECT_EQ(m_mapi.recorder.Calls(),
               CallsWith(Opening(), {std::string("Message(new).SetProps([") + kPlainProps + "], NULL)",
                                     "OpenStreamOnFile(0, \"" + email.file + "\", NULL)", "Stream(file).Seek(0, SET)",
                                     "Message(new).CreateAttach(NULL, 0)",
@@ -102,19 +102,19 @@ TEST_F(SendTest, WithoutAFileNoStreamIsOpened)
     email.filename = "message.wav";
     EXPECT_EQ(Send(email), S_OK);
     EXPECT_EQ(SendUM(email, {}), S_OK);
-    EXPECT_EQ(mapi.recorder.Count("OpenStreamOnFile"), 0);
-    EXPECT_EQ(mapi.recorder.Count("Message.CreateAttach"), 0);
+    EXPECT_EQ(m_mapi.recorder.Count("OpenStreamOnFile"), 0);
+    EXPECT_EQ(m_mapi.recorder.Count("Message.CreateAttach"), 0);
 }
 
 TEST_F(SendTest, WithoutAMailboxTheDefaultStoreSends)
 {
     EXPECT_EQ(SendFrom(0, {}), S_OK);
-    EXPECT_EQ(mapi.recorder.Calls(),
+    EXPECT_EQ(m_mapi.recorder.Calls(),
               CallsWith(Opening("default"), {std::string("Message(new).SetProps([") + kPlainProps + "], NULL)",
                                              "Message(new).SubmitMessage(0)"}));
     Forget();
     EXPECT_EQ(SendUMFrom(0, {}, {}), S_OK);
-    EXPECT_EQ(mapi.recorder.Calls().front(), "HrGetOneProp(Store(default), PR_IPM_OUTBOX_ENTRYID)");
+    EXPECT_EQ(m_mapi.recorder.Calls().front(), "HrGetOneProp(Store(default), PR_IPM_OUTBOX_ENTRYID)");
     EXPECT_TRUE(Created().submitted);
     ExpectNothingOpen();
 }
@@ -130,35 +130,35 @@ TEST_F(SendTest, SeveralRecipientsAreSeparatedBySemicolons)
 TEST_F(SendTest, WideTextsBecomeTheSameMessage)
 {
     const std::string file = File("sound.wav", "sound");
-    EXPECT_EQ(OrlSendEmailW(connection, mailbox, OLESTR("bob"), OLESTR("The subject"), OLESTR("The body"), 1, 1,
+    EXPECT_EQ(OrlSendEmailW(m_connection, m_mailbox, OLESTR("bob"), OLESTR("The subject"), OLESTR("The body"), 1, 1,
                             Widened(file).c_str(), OLESTR("message.wav")),
               S_OK);
-    const std::vector<std::string> wide = mapi.recorder.Calls();
+    const std::vector<std::string> wide = m_mapi.recorder.Calls();
     Email email;
     email.urgent = email.isPrivate = 1;
     email.file = file;
     email.filename = "message.wav";
     Forget();
     EXPECT_EQ(Send(email), S_OK);
-    EXPECT_EQ(mapi.recorder.Calls(), wide);
+    EXPECT_EQ(m_mapi.recorder.Calls(), wide);
 
     Forget();
-    EXPECT_EQ(OrlSendUMEmailW(connection, mailbox, OLESTR("bob"), OLESTR("The subject"), OLESTR("The body"), 1, 1,
+    EXPECT_EQ(OrlSendUMEmailW(m_connection, m_mailbox, OLESTR("bob"), OLESTR("The subject"), OLESTR("The body"), 1, 1,
                               Widened(file).c_str(), OLESTR("message.wav"), 12, OLESTR("+15550100"), OLESTR("Carol"),
                               OLESTR("a.wav;b.wav"), -3, 0xFFFFFFF0),
               S_OK);
-    const std::vector<std::string> wideVoice = mapi.recorder.Calls();
+    const std::vector<std::string> wideVoice = m_mapi.recorder.Calls();
     Forget();
     EXPECT_EQ(SendUM(email, {}), S_OK);
-    EXPECT_EQ(mapi.recorder.Calls(), wideVoice);
+    EXPECT_EQ(m_mapi.recorder.Calls(), wideVoice);
 }
 
 TEST_F(SendTest, NullTextsAreEmpty)
 {
-    EXPECT_EQ(OrlSendEmailA(connection, mailbox, "bob", nullptr, nullptr, 0, 0, nullptr, nullptr), S_OK);
+    EXPECT_EQ(OrlSendEmailA(m_connection, m_mailbox, "bob", nullptr, nullptr, 0, 0, nullptr, nullptr), S_OK);
     EXPECT_THAT(SetProps(), StartsWith("Message(new).SetProps([PR_SUBJECT_A=\"\", PR_BODY_A=\"\", "));
-    EXPECT_EQ(mapi.recorder.Count("OpenStreamOnFile"), 0);
-    EXPECT_EQ(OrlSendUMEmailW(connection, mailbox, nullptr, nullptr, nullptr, 0, 0, nullptr, nullptr, 0, nullptr,
+    EXPECT_EQ(m_mapi.recorder.Count("OpenStreamOnFile"), 0);
+    EXPECT_EQ(OrlSendUMEmailW(m_connection, m_mailbox, nullptr, nullptr, nullptr, 0, 0, nullptr, nullptr, 0, nullptr,
                               nullptr, nullptr, 0, 0),
               E_INVALIDARG);
 }
@@ -211,13 +211,13 @@ TEST_F(SendTest, WhatIsHeldIsCounted)
     for (const char *call : {"HrGetOneProp", "Store(alice).OpenEntry", "Folder.CreateMessage", "Message.SetProps",
                              "Stream(file).Seek", "Message.CreateAttach", "Attach.OpenProperty", "Stream(file).CopyTo",
                              "Attach.SaveChanges", "Message.SubmitMessage"})
-        mapi.script.Tell(call, Does([&] { counts.push_back(OpenObjects()); }));
+        m_mapi.script.Tell(call, Does([&] { counts.push_back(OpenObjects()); }));
     Email email;
     email.file = File("sound.wav", "sound");
     EXPECT_EQ(Send(email), S_OK);
     EXPECT_THAT(counts, ElementsAre(0, 1, 2, 3, 4, 4, 5, 6, 6, 4));
     std::vector<std::string> released;
-    for (const std::string &call : mapi.recorder.Everything())
+    for (const std::string &call : m_mapi.recorder.Everything())
         if (call.find(".Release()") != std::string::npos || call.find("FreePadrlist") == 0)
             released.push_back(call.substr(0, call.find('(')));
     EXPECT_THAT(released,

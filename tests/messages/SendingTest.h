@@ -16,11 +16,11 @@ inline WideText Widened(const std::string &text)
 class SendingTest : public MessagesTest
 {
   protected:
-    const std::string id = IdOf("m");
+    const std::string m_id = IdOf("m");
 
     void SetUp() override
     {
-        ASSERT_EQ(OrlMapiConnectA(connection, "NORVIK1", "vm", "Voicemail"), S_OK);
+        ASSERT_EQ(OrlMapiConnectA(m_connection, "NORVIK1", "vm", "Voicemail"), S_OK);
         Forget();
     }
     void TearDown() override
@@ -43,8 +43,8 @@ class SendingTest : public MessagesTest
     const MessageData &Created() const
     {
         static const MessageData none("none");
-        EXPECT_FALSE(mapi.world.created.empty());
-        return mapi.world.created.empty() ? none : *mapi.world.created.back();
+        EXPECT_FALSE(m_mapi.world.created.empty());
+        return m_mapi.world.created.empty() ? none : *m_mapi.world.created.back();
     }
     // How a message's recipients were named when they were resolved.
     std::string NamesOfRecipients() const
@@ -54,7 +54,7 @@ class SendingTest : public MessagesTest
             names += (names.empty() ? "" : ";") + Find(recipient, PR_DISPLAY_NAME_A)->bytes;
         return names;
     }
-    bool Submitted() const { return mapi.recorder.Count("Message.SubmitMessage") > 0; }
+    bool Submitted() const { return m_mapi.recorder.Count("Message.SubmitMessage") > 0; }
 
     // Session, default store and Alice's store are what the fixture holds.
     void ExpectNothingOpen()

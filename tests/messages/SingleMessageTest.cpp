@@ -19,11 +19,11 @@ namespace
 class SingleMessageTest : public MessagesTest
 {
   protected:
-    const std::string id = IdOf("m");
+    const std::string m_id = IdOf("m");
 
     HRESULT Header(EmailHeaderA *&header) const
     {
-        return OrlGetEmailHeaderA(connection, mailbox, SizeOf(id), AsBytes(id), &header);
+        return OrlGetEmailHeaderA(m_connection, m_mailbox, SizeOf(m_id), AsBytes(m_id), &header);
     }
     struct Flags {
         BYTE bPrivate = 7;
@@ -34,15 +34,15 @@ class SingleMessageTest : public MessagesTest
     Flags GetFlags() const
     {
         Flags flags;
-        flags.hr = OrlGetEmailFlags(connection, mailbox, SizeOf(id), AsBytes(id), &flags.bPrivate, &flags.bHighPriority,
-                                    &flags.bRead);
+        flags.hr = OrlGetEmailFlags(m_connection, m_mailbox, SizeOf(m_id), AsBytes(m_id), &flags.bPrivate,
+                                    &flags.bHighPriority, &flags.bRead);
         return flags;
     }
     HRESULT SetRead(BYTE bRead) const
     {
-        return OrlSetEmailReadFlag(connection, mailbox, SizeOf(id), AsBytes(id), bRead);
+        return OrlSetEmailReadFlag(m_connection, m_mailbox, SizeOf(m_id), AsBytes(m_id), bRead);
     }
-    HRESULT Delete() const { return OrlDeleteEmail(connection, mailbox, SizeOf(id), AsBytes(id)); }
+    HRESULT Delete() const { return OrlDeleteEmail(m_connection, m_mailbox, SizeOf(m_id), AsBytes(m_id)); }
 };
 
 TEST_F(SingleMessageTest, AHeaderIsReadWithTheColumnsOfTheListing)
@@ -55,13 +55,13 @@ TEST_F(SingleMessageTest, AHeaderIsReadWithTheColumnsOfTheListing)
     EmailHeaderA *header = nullptr;
     ASSERT_EQ(Header(header), S_OK);
     EXPECT_THAT(
-        mapi.recorder.Calls(),
+        m_mapi.recorder.Calls(),
         ElementsAre("Store(alice).OpenEntry(eid(message:m), IMessage, 0x210)",
                     "Message(m).GetProps([PR_ENTRYID, PR_MESSAGE_CLASS_A, PR_IMPORTANCE, PR_SENSITIVITY, "
                     "PR_SENDER_NAME_A, PR_CREATOR_NAME_A, PR_CLIENT_SUBMIT_TIME, PR_MESSAGE_FLAGS, "
                     "PR_MESSAGE_SIZE, PR_COMMENT_A, PR_SENDER_EMAIL_ADDRESS_A, PR_UM_DURATION, "
                     "PR_UM_TELEPHONE_NUMBER_A, PR_UM_SENDER_NAME_A, PR_UM_OFFSET, PR_UM_MESSAGE_RECEIVED], 0)"));
-    EXPECT_EQ(Bytes(header->pEntryID, header->cbEntryID), id);
+    EXPECT_EQ(Bytes(header->pEntryID, header->cbEntryID), m_id);
     EXPECT_STREQ(header->pszSenderName, "Sender");
     EXPECT_STREQ(header->pszCreatorName, "Creator");
     EXPECT_STREQ(header->pszComment, "Comment");
@@ -103,7 +103,7 @@ TEST_F(SingleMessageTest, AWideHeaderIsWidenedAsUtf8)
 {
     Deliver("m", {Text(PR_SENDER_NAME_A, "\xCE\xA9")});
     EmailHeaderW *header = nullptr;
-    ASSERT_EQ(OrlGetEmailHeaderW(connection, mailbox, SizeOf(id), AsBytes(id), &header), S_OK);
+    ASSERT_EQ(OrlGetEmailHeaderW(m_connection, m_mailbox, SizeOf(m_id), AsBytes(m_id), &header), S_OK);
     EXPECT_EQ(wtext(header->pszSenderName), OLESTR("\u03A9"));
     EXPECT_EQ(wtext(header->pszComment), OLESTR(""));
     OrlMapiFreeBuffer(header);
@@ -111,7 +111,7 @@ TEST_F(SingleMessageTest, AWideHeaderIsWidenedAsUtf8)
 
 TEST_F(SingleMessageTest, AttachmentsOfASingleHeaderAreNoneAndTheirPointerIsUnset)
 {
-    mapi.world.AddAttachment(Deliver("m"), {Long(PR_ATTACH_SIZE, 100)}, "");
+    m_mapi.world.AddAttachment(Deliver("m"), {Long(PR_ATTACH_SIZE, 100)}, "");
     EmailHeaderA *header = nullptr;
     ASSERT_EQ(Header(header), S_OK);
     EXPECT_EQ(header->cAttachments, 0u);
@@ -141,7 +141,7 @@ TEST_F(SingleMessageTest, MalformedValuesOfAHeaderAreTakenAsEmpty)
 TEST_F(SingleMessageTest, NoPropertiesAtAllAreAnEmptyHeader)
 {
     Deliver("m");
-    mapi.script.Tell("Message.GetProps", GivesNull());
+    m_mapi.script.Tell("Message.GetProps", GivesNull());
     EmailHeaderA *header = nullptr;
     ASSERT_EQ(Header(header), S_OK);
     EXPECT_STREQ(header->pszSenderName, "");
@@ -163,13 +163,13 @@ TEST_F(SingleMessageTest, TheTraceOfAHeaderKeepsItsMisspeltExit)
 
 TEST_F(SingleMessageTest, FailuresOfAHeaderAreNamed)
 {
-    auto *const untouched = reinterpret_cast<EmailHeaderA *>(&connection);
+    auto *const untouched = reinterpret_cast<EmailHeaderA *>(&m_connection);
     EmailHeaderA *header = untouched;
     EXPECT_EQ(Header(header), MAPI_E_NOT_FOUND);
     EXPECT_THAT(ErrorLines(), ElementsAre("CMAPIImpl::GetEmailHeader[n]: Error 0x8004010f [MAPI_E_NOT_FOUND] from "
                                           "HrOpenEntry trying to access and open the message."));
     Deliver("m");
-    mapi.script.Tell("Message.GetProps", Fails(MAPI_E_NO_ACCESS));
+    m_mapi.script.Tell("Message.GetProps", Fails(MAPI_E_NO_ACCESS));
     Forget();
     EXPECT_EQ(Header(header), MAPI_E_NO_ACCESS);
     EXPECT_THAT(ErrorLines(), ElementsAre("CMAPIImpl::GetEmailHeader[n]: Error 0x80070005 [MAPI_E_NO_ACCESS] from "
@@ -179,7 +179,7 @@ TEST_F(SingleMessageTest, FailuresOfAHeaderAreNamed)
 
 TEST_F(SingleMessageTest, AnErrorTextOfTheObjectIsPartOfTheReport)
 {
-    mapi.script.SetLastError("Store(alice)", {"The server is not available.", "Store", 1164});
+    m_mapi.script.SetLastError("Store(alice)", {"The server is not available.", "Store", 1164});
     EmailHeaderA *header = nullptr;
     EXPECT_EQ(Header(header), MAPI_E_NOT_FOUND);
     EXPECT_THAT(ErrorLines(), ElementsAre("CMAPIImpl::GetEmailHeader[n]: Error 0x8004010f [MAPI_E_NOT_FOUND] from "
@@ -195,7 +195,7 @@ TEST_F(SingleMessageTest, FlagsOfANormalUnreadMessageAreAllZero)
     EXPECT_EQ(flags.bPrivate, 0);
     EXPECT_EQ(flags.bHighPriority, 0);
     EXPECT_EQ(flags.bRead, 0);
-    EXPECT_THAT(mapi.recorder.Calls(),
+    EXPECT_THAT(m_mapi.recorder.Calls(),
                 ElementsAre("Store(alice).OpenEntry(eid(message:m), IMessage, 0x210)",
                             "Message(m).GetProps([PR_IMPORTANCE, PR_SENSITIVITY, PR_MESSAGE_FLAGS], 0)"));
     EXPECT_THAT(Lines(),
@@ -211,9 +211,9 @@ TEST_F(SingleMessageTest, EachFlagComesFromItsProperty)
     EXPECT_EQ(GetFlags().bPrivate, 1);
     EXPECT_EQ(GetFlags().bHighPriority, 0);
     EXPECT_EQ(GetFlags().bRead, 0);
-    Set(mapi.world.mailboxes.at("alice")->inbox->messages[0]->props, Long(PR_IMPORTANCE, 2));
+    Set(m_mapi.world.mailboxes.at("alice")->inbox->messages[0]->props, Long(PR_IMPORTANCE, 2));
     EXPECT_EQ(GetFlags().bHighPriority, 1);
-    Set(mapi.world.mailboxes.at("alice")->inbox->messages[0]->props, Long(PR_MESSAGE_FLAGS, 0x201));
+    Set(m_mapi.world.mailboxes.at("alice")->inbox->messages[0]->props, Long(PR_MESSAGE_FLAGS, 0x201));
     EXPECT_EQ(GetFlags().bRead, 1);
 }
 
@@ -229,7 +229,7 @@ TEST_F(SingleMessageTest, FlagsThatAreMissingAreZeroAndTheWarningComesThrough)
 TEST_F(SingleMessageTest, OnFailureTheCallersFlagsAreUntouched)
 {
     Deliver("m");
-    mapi.script.Tell("Message.GetProps", Fails(MAPI_E_NETWORK_ERROR));
+    m_mapi.script.Tell("Message.GetProps", Fails(MAPI_E_NETWORK_ERROR));
     const Flags flags = GetFlags();
     EXPECT_EQ(flags.hr, MAPI_E_NETWORK_ERROR);
     EXPECT_EQ(flags.bPrivate, 7);
@@ -245,8 +245,8 @@ TEST_F(SingleMessageTest, TheMemberWritesOnlyOnes)
     BYTE bPrivate = 5;
     BYTE bHighPriority = 6;
     BYTE bRead = 7;
-    SessionGuard session = CMAPIImpl::Locate(connection);
-    EXPECT_EQ(session->GetEmailFlags(reinterpret_cast<IMsgStore *>(mailbox), SizeOf(id), AsBytes(id), &bPrivate,
+    SessionGuard session = CMAPIImpl::Locate(m_connection);
+    EXPECT_EQ(session->GetEmailFlags(reinterpret_cast<IMsgStore *>(m_mailbox), SizeOf(m_id), AsBytes(m_id), &bPrivate,
                                      &bHighPriority, &bRead),
               S_OK);
     EXPECT_EQ(bPrivate, 5);
@@ -258,7 +258,7 @@ TEST_F(SingleMessageTest, MarkingAsReadUsesNoFlag)
 {
     MessageData &message = Deliver("m", {Long(PR_MESSAGE_FLAGS, 0)});
     EXPECT_EQ(SetRead(1), S_OK);
-    EXPECT_THAT(mapi.recorder.Calls(),
+    EXPECT_THAT(m_mapi.recorder.Calls(),
                 ElementsAre("Store(alice).OpenEntry(eid(message:m), IMessage, 0x210)", "Message(m).SetReadFlag(0)"));
     EXPECT_EQ(Find(message.props, PR_MESSAGE_FLAGS)->number, 1);
     EXPECT_THAT(Lines(), Contains(testing::AllOf(StartsWith("> CMAPIImpl::SetEmailReadFlag(pIMsgStore: "),
@@ -272,14 +272,14 @@ TEST_F(SingleMessageTest, MarkingAsUnreadClearsTheReadFlag)
 {
     Deliver("m", {Long(PR_MESSAGE_FLAGS, 1)});
     EXPECT_EQ(SetRead(0), S_OK);
-    EXPECT_THAT(mapi.recorder.Calls(), Contains("Message(m).SetReadFlag(0x4)"));
+    EXPECT_THAT(m_mapi.recorder.Calls(), Contains("Message(m).SetReadFlag(0x4)"));
     EXPECT_THAT(Lines(), Contains(testing::EndsWith("\", UNREAD)")));
 }
 
 TEST_F(SingleMessageTest, AReadFlagThatCannotBeSetIsReported)
 {
     Deliver("m");
-    mapi.script.Tell("Message.SetReadFlag", Fails(MAPI_E_NO_ACCESS));
+    m_mapi.script.Tell("Message.SetReadFlag", Fails(MAPI_E_NO_ACCESS));
     EXPECT_EQ(SetRead(1), MAPI_E_NO_ACCESS);
     EXPECT_THAT(ErrorLines(), ElementsAre("CMAPIImpl::SetEmailReadFlag[n]: Error 0x80070005 [MAPI_E_NO_ACCESS] from "
                                           "SetReadFlag trying to change PR_MESSAGE_FLAGS property of the message."));
@@ -292,30 +292,30 @@ TEST_F(SingleMessageTest, EveryExportRefusesANullMailboxAndAnUnknownConnection)
     const struct {
         DWORD connection;
         OrlMailbox mailbox;
-    } refused[] = {{connection, 0}, {0, mailbox}, {0xFFFFFFFF, mailbox}};
+    } refused[] = {{m_connection, 0}, {0, m_mailbox}, {0xFFFFFFFF, m_mailbox}};
     for (const auto &of : refused) {
         EmailHeaderA *a = nullptr;
         EmailHeaderW *w = nullptr;
         BYTE b = 3;
-        EXPECT_EQ(OrlGetEmailHeaderA(of.connection, of.mailbox, SizeOf(id), AsBytes(id), &a), E_INVALIDARG);
-        EXPECT_EQ(OrlGetEmailHeaderW(of.connection, of.mailbox, SizeOf(id), AsBytes(id), &w), E_INVALIDARG);
-        EXPECT_EQ(OrlGetEmailFlags(of.connection, of.mailbox, SizeOf(id), AsBytes(id), &b, &b, &b), E_INVALIDARG);
-        EXPECT_EQ(OrlSetEmailReadFlag(of.connection, of.mailbox, SizeOf(id), AsBytes(id), 1), E_INVALIDARG);
-        EXPECT_EQ(OrlDeleteEmail(of.connection, of.mailbox, SizeOf(id), AsBytes(id)), E_INVALIDARG);
+        EXPECT_EQ(OrlGetEmailHeaderA(of.connection, of.mailbox, SizeOf(m_id), AsBytes(m_id), &a), E_INVALIDARG);
+        EXPECT_EQ(OrlGetEmailHeaderW(of.connection, of.mailbox, SizeOf(m_id), AsBytes(m_id), &w), E_INVALIDARG);
+        EXPECT_EQ(OrlGetEmailFlags(of.connection, of.mailbox, SizeOf(m_id), AsBytes(m_id), &b, &b, &b), E_INVALIDARG);
+        EXPECT_EQ(OrlSetEmailReadFlag(of.connection, of.mailbox, SizeOf(m_id), AsBytes(m_id), 1), E_INVALIDARG);
+        EXPECT_EQ(OrlDeleteEmail(of.connection, of.mailbox, SizeOf(m_id), AsBytes(m_id)), E_INVALIDARG);
         EXPECT_EQ(b, 3);
     }
-    EXPECT_THAT(mapi.recorder.Calls(), IsEmpty());
+    EXPECT_THAT(m_mapi.recorder.Calls(), IsEmpty());
 }
 
 TEST_F(SingleMessageTest, TheMembersRefuseANullStore)
 {
-    SessionGuard session = CMAPIImpl::Locate(connection);
+    SessionGuard session = CMAPIImpl::Locate(m_connection);
     ::Header header;
     BYTE b = 0;
-    EXPECT_EQ(session->GetEmailHeader(nullptr, SizeOf(id), AsBytes(id), header), E_POINTER);
-    EXPECT_EQ(session->GetEmailFlags(nullptr, SizeOf(id), AsBytes(id), &b, &b, &b), E_POINTER);
-    EXPECT_EQ(session->SetEmailReadFlag(nullptr, SizeOf(id), AsBytes(id), 1), E_POINTER);
-    EXPECT_EQ(session->DeleteEmail(nullptr, SizeOf(id), AsBytes(id)), E_POINTER);
+    EXPECT_EQ(session->GetEmailHeader(nullptr, SizeOf(m_id), AsBytes(m_id), header), E_POINTER);
+    EXPECT_EQ(session->GetEmailFlags(nullptr, SizeOf(m_id), AsBytes(m_id), &b, &b, &b), E_POINTER);
+    EXPECT_EQ(session->SetEmailReadFlag(nullptr, SizeOf(m_id), AsBytes(m_id), 1), E_POINTER);
+    EXPECT_EQ(session->DeleteEmail(nullptr, SizeOf(m_id), AsBytes(m_id)), E_POINTER);
     for (const char *name : {"GetEmailHeader", "GetEmailFlags", "SetEmailReadFlag", "DeleteEmail"})
         EXPECT_EQ(CountLines("CMAPIImpl::" + std::string(name) + "[n]: Error pIMsgStore is NULL."), 1) << name;
 }
@@ -324,9 +324,9 @@ TEST_F(SingleMessageTest, AnExceptionIsReportedAndNothingIsLeft)
 {
     Deliver("m");
     const auto thrown = Does([] { throw std::bad_alloc(); });
-    mapi.script.Tell("Message.GetProps", thrown);
-    mapi.script.Tell("Message.SetReadFlag", thrown);
-    mapi.script.Tell("Folder.CopyMessages", thrown);
+    m_mapi.script.Tell("Message.GetProps", thrown);
+    m_mapi.script.Tell("Message.SetReadFlag", thrown);
+    m_mapi.script.Tell("Folder.CopyMessages", thrown);
     EmailHeaderA *header = nullptr;
     EXPECT_EQ(Header(header), E_UNEXPECTED);
     EXPECT_EQ(GetFlags().hr, E_UNEXPECTED);

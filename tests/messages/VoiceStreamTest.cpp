@@ -39,7 +39,7 @@ TEST_F(Recognition, ChunksBeforeTheFormatAreSkipped)
 TEST_F(Recognition, SkippingReadsAtMostAHundredBytesAtATime)
 {
     Tag(Riff(Chunk("LIST", std::string(250, 'x')) + Chunk("fmt ", Format(1))));
-    EXPECT_THAT(mapi.recorder.Calls(),
+    EXPECT_THAT(m_mapi.recorder.Calls(),
                 ElementsAre("Stream(voice).Seek(0, SET)", "Stream(voice).Read(4)", "Stream(voice).Read(4)",
                             "Stream(voice).Read(4)", "Stream(voice).Read(4)", "Stream(voice).Read(4)",
                             "Stream(voice).Read(100)", "Stream(voice).Read(100)", "Stream(voice).Read(50)",
@@ -103,11 +103,11 @@ TEST_F(Recognition, AReadThatFailsOrIsShortEndsTheSearch)
 {
     const std::string whole = Riff(Chunk("LIST", "1234") + Chunk("fmt ", Format(1)));
     for (int nth = 1; nth <= 9; ++nth) {
-        mapi.script.Clear();
-        mapi.script.Tell("Stream.Read", Fails(STG_E_READFAULT).Nth(nth));
+        m_mapi.script.Clear();
+        m_mapi.script.Tell("Stream.Read", Fails(STG_E_READFAULT).Nth(nth));
         EXPECT_EQ(Tag(whole), 0) << nth;
-        mapi.script.Clear();
-        mapi.script.Tell("Stream.Read", GivesNull().Nth(nth));
+        m_mapi.script.Clear();
+        m_mapi.script.Tell("Stream.Read", GivesNull().Nth(nth));
         EXPECT_EQ(Tag(whole), 0) << nth;
     }
 }
@@ -119,7 +119,7 @@ TEST_F(VoiceStreamTest, APcmStreamIsWrittenWholeWithItsHeader)
         data += static_cast<char>(i * 7);
     const std::string wave = Wave(1, data);
     EXPECT_EQ(Save(wave), S_OK);
-    EXPECT_EQ(FileContent(file), wave);
+    EXPECT_EQ(FileContent(m_file), wave);
     EXPECT_THAT(Lines(), Contains(testing::AllOf(testing::StartsWith("> SaveStreamToFile(pStream: "),
                                                  HasSubstr(", bWMA: false, szFilename: \""))));
     EXPECT_THAT(ErrorLines(), IsEmpty());
@@ -131,14 +131,14 @@ TEST_F(VoiceStreamTest, LengthsAroundABlockAreCopied)
     for (size_t length : {4095u, 4096u, 4097u, 8192u}) {
         const std::string wave = Wave(1, std::string(length - header, 'v'));
         EXPECT_EQ(Save(wave), S_OK);
-        EXPECT_EQ(FileContent(file), wave) << length;
+        EXPECT_EQ(FileContent(m_file), wave) << length;
     }
 }
 
 TEST_F(VoiceStreamTest, APcmStreamIsReadInBlocksOf4096FromItsStart)
 {
     Save(Wave(1, std::string(5000, 'v')));
-    EXPECT_THAT(mapi.recorder.Calls(),
+    EXPECT_THAT(m_mapi.recorder.Calls(),
                 ElementsAre("Stream(voice).Seek(0, SET)", "Stream(voice).Seek(0, SET)", "Stream(voice).Read(4)",
                             "Stream(voice).Read(4)", "Stream(voice).Read(4)", "Stream(voice).Read(4)",
                             "Stream(voice).Read(4)", "Stream(voice).Read(2)", "Stream(voice).Seek(0, SET)",
@@ -147,10 +147,10 @@ TEST_F(VoiceStreamTest, APcmStreamIsReadInBlocksOf4096FromItsStart)
 
 TEST_F(VoiceStreamTest, AnExistingFileIsOverwritten)
 {
-    std::ofstream(file) << std::string(100000, 'x');
+    std::ofstream(m_file) << std::string(100000, 'x');
     const std::string wave = Wave(1, "short");
     EXPECT_EQ(Save(wave), S_OK);
-    EXPECT_EQ(FileContent(file), wave);
+    EXPECT_EQ(FileContent(m_file), wave);
 }
 
 TEST_F(VoiceStreamTest, AStreamThatIsNoWaveGivesNoFile)
@@ -182,19 +182,19 @@ TEST_F(VoiceStreamTest, ACodecModuleWithoutItsEntryPointGivesNoFile)
 TEST_F(VoiceStreamTest, AStreamThatFailsHalfWayLeavesWhatCameAndSucceeds)
 {
     const std::string wave = Wave(1, std::string(10000, 'v'));
-    mapi.script.Tell("Stream(voice).Read(4096)", Fails(STG_E_READFAULT).Nth(2));
+    m_mapi.script.Tell("Stream(voice).Read(4096)", Fails(STG_E_READFAULT).Nth(2));
     EXPECT_EQ(Save(wave), S_OK);
-    EXPECT_EQ(FileContent(file), wave.substr(0, 4096));
+    EXPECT_EQ(FileContent(m_file), wave.substr(0, 4096));
     EXPECT_THAT(ErrorLines(), ElementsAre(HasSubstr("SaveStreamToFile[n]: Error 0x8003001e [STG_E_READFAULT] from Read "
                                                     "trying to read the voice stream")));
 }
 
 TEST_F(VoiceStreamTest, AStreamThatCannotBeRewoundIsReported)
 {
-    mapi.script.Tell("Stream.Seek", Fails(STG_E_SEEKERROR).Nth(1));
+    m_mapi.script.Tell("Stream.Seek", Fails(STG_E_SEEKERROR).Nth(1));
     EXPECT_EQ(Save(Wave(1, "v")), STG_E_SEEKERROR);
-    mapi.script.Clear();
-    mapi.script.Tell("Stream.Seek", Fails(STG_E_SEEKERROR).Nth(3));
+    m_mapi.script.Clear();
+    m_mapi.script.Tell("Stream.Seek", Fails(STG_E_SEEKERROR).Nth(3));
     EXPECT_EQ(Save(Wave(1, "v")), STG_E_SEEKERROR);
     EXPECT_EQ(ErrorLines().size(), 2u);
     EXPECT_FALSE(FileIsThere());
@@ -202,7 +202,7 @@ TEST_F(VoiceStreamTest, AStreamThatCannotBeRewoundIsReported)
 
 TEST_F(VoiceStreamTest, AFileThatCannotBeCreatedFailsAndIsReported)
 {
-    const std::string nowhere = file + "_no_folder/voice.wav";
+    const std::string nowhere = m_file + "_no_folder/voice.wav";
     ComPtr<IStream> stream(NewStream("voice", std::make_shared<StreamData>(Wave(1, "v"))));
     EXPECT_EQ(SaveStreamToFile(stream.get(), 0, nowhere.c_str()), E_FAIL);
     ASSERT_EQ(ErrorLines().size(), 1u);
@@ -262,11 +262,11 @@ TEST_F(VoiceStreamTest, AHundredMegabytesAreCopiedWithoutGrowthOfMemory)
 {
     LongRecording recording;
     const size_t before = controlled_new::Total();
-    EXPECT_EQ(SaveStreamToFile(&recording, 0, file.c_str()), S_OK);
+    EXPECT_EQ(SaveStreamToFile(&recording, 0, m_file.c_str()), S_OK);
     EXPECT_LT(controlled_new::Total() - before, 512u * 1024);
     EXPECT_EQ(recording.most, 4096u);
-    EXPECT_EQ(std::filesystem::file_size(file), LongRecording::kLength);
-    std::ifstream saved(file, std::ios::binary);
+    EXPECT_EQ(std::filesystem::file_size(m_file), LongRecording::kLength);
+    std::ifstream saved(m_file, std::ios::binary);
     std::vector<char> block(1 << 20);
     std::vector<char> expected(block.size());
     for (ULONGLONG at = 0; at < LongRecording::kLength; at += block.size()) {

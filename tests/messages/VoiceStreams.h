@@ -54,23 +54,23 @@ class VoiceStreamTest : public MessagesTest
   protected:
     // Each test program has its own file: several of them may run at the same time.
     VoiceStreamTest()
-        : file((std::filesystem::temp_directory_path() /
-                (std::string("orlmapi_") + testing::UnitTest::GetInstance()->current_test_info()->name() +
-                 std::to_string(GetCurrentProcessId())))
-                   .string())
+        : m_file((std::filesystem::temp_directory_path() /
+                  (std::string("orlmapi_") + testing::UnitTest::GetInstance()->current_test_info()->name() +
+                   std::to_string(GetCurrentProcessId())))
+                     .string())
     {
-        std::remove(file.c_str());
+        std::remove(m_file.c_str());
     }
-    ~VoiceStreamTest() override { std::remove(file.c_str()); }
+    ~VoiceStreamTest() override { std::remove(m_file.c_str()); }
 
     HRESULT Save(const std::string &content, BYTE bWMA = 0) const
     {
         ComPtr<IStream> stream(NewStream("voice", std::make_shared<StreamData>(content)));
-        return SaveStreamToFile(stream.get(), bWMA, file.c_str());
+        return SaveStreamToFile(stream.get(), bWMA, m_file.c_str());
     }
-    bool FileIsThere() const { return std::ifstream(file).good(); }
+    bool FileIsThere() const { return std::ifstream(m_file).good(); }
 
-    const std::string file;
+    const std::string m_file;
 };
 
 } // namespace messages_test

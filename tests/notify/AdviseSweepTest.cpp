@@ -15,10 +15,10 @@ TEST_F(AdviseSweepTest, WhateverStepFailsNothingIsLeftThatNobodyCanReach)
     int rounds = 0;
     const int calls = Sweep(
         [&] {
-            if (sink != kNoSink && sink != 0)
-                Unadvise(sink);
-            sink = kNoSink;
-            mapi.world.mailboxes.at("alice")->inbox->turn = 0;
+            if (m_sink != kNoSink && m_sink != 0)
+                Unadvise(m_sink);
+            m_sink = kNoSink;
+            m_mapi.world.mailboxes.at("alice")->inbox->turn = 0;
             Forget();
             TakeTold();
         },
@@ -28,12 +28,12 @@ TEST_F(AdviseSweepTest, WhateverStepFailsNothingIsLeftThatNobodyCanReach)
             const std::string &method = round.call.method;
             const size_t errors = Errors().size();
             if (FAILED(hr)) {
-                EXPECT_EQ(sink, kNoSink);
-                EXPECT_EQ(mailbox, kNoMailbox);
-            } else if (sink == 0) {
+                EXPECT_EQ(m_sink, kNoSink);
+                EXPECT_EQ(m_mailbox, kNoMailbox);
+            } else if (m_sink == 0) {
                 EXPECT_THAT(method, testing::AnyOf("GetContentsTable", "SetColumns", "Restrict", "SortTable"));
                 EXPECT_TRUE(round.onwards || errors == 2) << "the step, and that tables are missing";
-                EXPECT_EQ(OrlMapiDisconnectFromMailbox(hConnection, mailbox), S_OK);
+                EXPECT_EQ(OrlMapiDisconnectFromMailbox(m_hConnection, m_mailbox), S_OK);
             } else {
                 if (!round.onwards && (method == "Advise" || method == "GetRowCount")) {
                     EXPECT_EQ(errors, 1u);
@@ -41,20 +41,20 @@ TEST_F(AdviseSweepTest, WhateverStepFailsNothingIsLeftThatNobodyCanReach)
                 if (method == "GetRowCount") {
                     EXPECT_THAT(TakeTold(), IsEmpty()) << "a failing count never calls the callback";
                 }
-                EXPECT_EQ(Unadvise(sink), S_OK);
+                EXPECT_EQ(Unadvise(m_sink), S_OK);
             }
-            sink = kNoSink;
+            m_sink = kNoSink;
             EXPECT_THAT(Registrations(), IsEmpty());
             EXPECT_EQ(LiveObjects().size(), 2u) << "the session and its default store";
             EXPECT_THAT(LiveBlocks(), IsEmpty());
         },
         {E_FAIL, E_OUTOFMEMORY, MAPI_E_NETWORK_ERROR});
-    if (sink != kNoSink && sink != 0)
-        Unadvise(sink);
+    if (m_sink != kNoSink && m_sink != 0)
+        Unadvise(m_sink);
     EXPECT_GT(rounds, 2 * 3 * 20);
     EXPECT_GT(calls, 20);
     ASSERT_EQ(Advise(), S_OK) << "the next one works";
-    Unadvise(sink);
+    Unadvise(m_sink);
 }
 
 } // namespace

@@ -13,7 +13,7 @@ class ClosingTest : public NotifyTest
     // the callbacks that are still at work.
     void OpenWhenASinkEnds(Gate &gate)
     {
-        mapi.script.Tell("Table(unread priority).Unadvise", Does([&gate] { gate.Open(); }));
+        m_mapi.script.Tell("Table(unread priority).Unadvise", Does([&gate] { gate.Open(); }));
     }
     // More than is left to do for one who would not wait.
     static void WorkOn()
@@ -31,25 +31,25 @@ TEST_F(ClosingTest, DisconnectCancelsEverySinkBeforeItLogsOff)
     Watch();
     Watch();
     EXPECT_EQ(Registrations().size(), 6u);
-    EXPECT_EQ(OrlMapiDisconnect(hConnection), S_OK);
+    EXPECT_EQ(OrlMapiDisconnect(m_hConnection), S_OK);
     ExpectEnded();
-    const std::vector<std::string> all = mapi.recorder.Everything();
+    const std::vector<std::string> all = m_mapi.recorder.Everything();
     EXPECT_EQ(After(all, "Session.Logoff(0, 0, 0)"), std::vector<std::string>{"Session.Release()"});
     EXPECT_THAT(After(all, "Store(default).Release()"), ElementsAre("Session.Logoff(0, 0, 0)", "Session.Release()"));
     EXPECT_EQ(Lines().front(), "> CMAPIImpl::Disconnect()");
     EXPECT_EQ(Lines().at(1), "> CAdviseSink::Unadvise()");
     EXPECT_EQ(Lines().back(), "< CMAPIImpl::Disconnect()");
     EXPECT_EQ(Counter(), 0);
-    EXPECT_EQ(Unadvise(sink), S_OK) << "ended before";
+    EXPECT_EQ(Unadvise(m_sink), S_OK) << "ended before";
 }
 
 TEST_F(ClosingTest, ANewLogonCancelsThemToo)
 {
     Watch();
-    EXPECT_EQ(OrlMapiConnectA(hConnection, "NORVIK1", "vm", "Voicemail"), S_OK);
+    EXPECT_EQ(OrlMapiConnectA(m_hConnection, "NORVIK1", "vm", "Voicemail"), S_OK);
     ExpectEnded();
     Watch();
-    EXPECT_EQ(Unadvise(sink), S_OK);
+    EXPECT_EQ(Unadvise(m_sink), S_OK);
 }
 
 TEST_F(ClosingTest, OtherConnectionsKeepTheirs)
@@ -63,7 +63,7 @@ TEST_F(ClosingTest, OtherConnectionsKeepTheirs)
     EXPECT_EQ(Registrations().size(), 3u);
     Notify("Table(read)");
     EXPECT_EQ(TakeTold().size(), 1u);
-    EXPECT_EQ(Unadvise(sink), S_OK);
+    EXPECT_EQ(Unadvise(m_sink), S_OK);
 }
 
 TEST_F(ClosingTest, AConnectionThatIsClosedWithLiveSinksCancelsThem)
@@ -73,7 +73,7 @@ TEST_F(ClosingTest, AConnectionThatIsClosedWithLiveSinksCancelsThem)
     Close();
     EXPECT_THAT(Registrations(), IsEmpty());
     EXPECT_THAT(LiveObjects(), IsEmpty());
-    const std::vector<std::string> all = mapi.recorder.Everything();
+    const std::vector<std::string> all = m_mapi.recorder.Everything();
     EXPECT_THAT(After(all, "Store(default).Release()"), ElementsAre("Session.Logoff(0, 0, 0)", "Session.Release()"));
 }
 
@@ -84,8 +84,8 @@ TEST_F(ClosingTest, ClosingWaitsForACallbackThatIsAtWorkInTheLibraryAndNotTheOth
     Gate inside, closing;
     BOOL available = TRUE;
     HRESULT disconnected = S_OK;
-    mapi.script.Tell("Table(read).Unadvise", Does([&] { closing.Open(); }));
-    const DWORD handle = hConnection;
+    m_mapi.script.Tell("Table(read).Unadvise", Does([&] { closing.Open(); }));
+    const DWORD handle = m_hConnection;
     Answer([&](const Told &) -> BOOL {
         inside.Open();
         EXPECT_TRUE(closing.Pass());
@@ -111,15 +111,15 @@ TEST_F(ClosingTest, ClosingWhileACallbackIsInsideACallCancelsTheSinkOnTheClosing
     LetUnadviseWait();
     Watch();
     Gate inside, closing;
-    mapi.script.Tell("MAPIAdminProfiles", Does([&] {
-                         inside.Open();
-                         EXPECT_TRUE(closing.Pass());
-                     }));
-    mapi.script.Tell("Table(read).Unadvise", Does([&] { closing.Open(); }));
+    m_mapi.script.Tell("MAPIAdminProfiles", Does([&] {
+                           inside.Open();
+                           EXPECT_TRUE(closing.Pass());
+                       }));
+    m_mapi.script.Tell("Table(read).Unadvise", Does([&] { closing.Open(); }));
     Answer([&](const Told &) -> BOOL {
         ExchangeProfileA *profiles = nullptr;
         ULONG count = 0;
-        EXPECT_EQ(OrlGetExchangeProfilesA(hConnection, &profiles, &count), S_OK);
+        EXPECT_EQ(OrlGetExchangeProfilesA(m_hConnection, &profiles, &count), S_OK);
         OrlMapiFreeBuffer(profiles);
         return 1;
     });
@@ -138,18 +138,18 @@ TEST_F(ClosingTest, DisconnectWaitsForACallbackThatIsAtWorkOnItsConnection)
     Watch();
     Gate inside, cancelling;
     HRESULT opened = E_FAIL;
-    mapi.script.Tell("Table(read).Unadvise", Does([&] { cancelling.Open(); }));
+    m_mapi.script.Tell("Table(read).Unadvise", Does([&] { cancelling.Open(); }));
     Answer([&](const Told &) -> BOOL {
         inside.Open();
         EXPECT_TRUE(cancelling.Pass());
         OrlMailbox bob = 0;
-        opened = OrlMapiConnectToMailboxA(hConnection, &bob, "bob");
-        EXPECT_EQ(OrlMapiDisconnectFromMailbox(hConnection, bob), S_OK);
+        opened = OrlMapiConnectToMailboxA(m_hConnection, &bob, "bob");
+        EXPECT_EQ(OrlMapiDisconnectFromMailbox(m_hConnection, bob), S_OK);
         return 1;
     });
     std::thread notifying = NotifyMeanwhile("Table(unread)");
     ASSERT_TRUE(inside.Pass());
-    EXPECT_EQ(OrlMapiDisconnect(hConnection), S_OK);
+    EXPECT_EQ(OrlMapiDisconnect(m_hConnection), S_OK);
     notifying.join();
     EXPECT_EQ(opened, S_OK) << "still logged on while the callback ran";
     ExpectEnded();
@@ -161,17 +161,17 @@ TEST_F(ClosingTest, ClosingWaitsForACallbackThatHasEndedItsOwnSinkAndIsStillInsi
 {
     LetUnadviseWait();
     Watch();
-    const OrlSink own = sink;
+    const OrlSink own = m_sink;
     Watch();
     Gate inside, closing;
     std::atomic<bool> returned{false};
-    const DWORD handle = hConnection;
-    mapi.script.Tell("MAPIAdminProfiles", Does([&] {
-                         OpenWhenASinkEnds(closing);
-                         inside.Open();
-                         EXPECT_TRUE(closing.Pass());
-                     }));
-    mapi.script.Tell("Session.Logoff", Does([&] { EXPECT_TRUE(returned) << "logged off under the callback"; }));
+    const DWORD handle = m_hConnection;
+    m_mapi.script.Tell("MAPIAdminProfiles", Does([&] {
+                           OpenWhenASinkEnds(closing);
+                           inside.Open();
+                           EXPECT_TRUE(closing.Pass());
+                       }));
+    m_mapi.script.Tell("Session.Logoff", Does([&] { EXPECT_TRUE(returned) << "logged off under the callback"; }));
     Answer([&](const Told &) -> BOOL {
         EXPECT_EQ(OrlUnadvise(handle, own, nullptr), S_OK);
         ExchangeProfileA *profiles = nullptr;
@@ -195,7 +195,7 @@ TEST_F(ClosingTest, ClosingWaitsForACallbackThatHasEndedItsOwnSinkAndIsStillInsi
 TEST_F(ClosingTest, DisconnectWaitsForACallbackWhoseSinkHasEndedWithoutWaiting)
 {
     Watch();
-    const OrlSink first = sink;
+    const OrlSink first = m_sink;
     Watch();
     Gate inside, disconnecting;
     std::atomic<bool> returned{false};
@@ -210,7 +210,7 @@ TEST_F(ClosingTest, DisconnectWaitsForACallbackWhoseSinkHasEndedWithoutWaiting)
     ASSERT_TRUE(inside.Pass());
     EXPECT_EQ(Unadvise(first), S_OK);
     OpenWhenASinkEnds(disconnecting);
-    EXPECT_EQ(OrlMapiDisconnect(hConnection), S_OK);
+    EXPECT_EQ(OrlMapiDisconnect(m_hConnection), S_OK);
     EXPECT_TRUE(returned);
     notifying.join();
     ExpectEnded();
@@ -220,7 +220,7 @@ TEST_F(ClosingTest, ACallbackThatDisconnectsDoesNotWaitForItself)
 {
     Watch();
     Answer([&](const Told &) -> BOOL {
-        EXPECT_EQ(OrlMapiDisconnect(hConnection), S_OK);
+        EXPECT_EQ(OrlMapiDisconnect(m_hConnection), S_OK);
         return 1;
     });
     Notify("Table(unread)");

@@ -18,7 +18,7 @@ NotifyTest::NotifyTest()
     g_told.clear();
     g_taken = 0;
     g_answer = nullptr;
-    mapi.world.mailboxes.at("alice")->inbox->contentsInTurn = {readItems, unreadItems, unreadPriorityItems};
+    m_mapi.world.mailboxes.at("alice")->inbox->contentsInTurn = {m_readItems, m_unreadItems, m_unreadPriorityItems};
     SetCounts(2, 3, 1);
 }
 
@@ -36,22 +36,22 @@ void NotifyTest::SetUp()
 void NotifyTest::SetCounts(ULONG read, ULONG unread, ULONG unreadPriority)
 {
     const std::lock_guard lock(Mutex());
-    readItems->claimedCount = read;
-    unreadItems->claimedCount = unread;
-    unreadPriorityItems->claimedCount = unreadPriority;
+    m_readItems->claimedCount = read;
+    m_unreadItems->claimedCount = unread;
+    m_unreadPriorityItems->claimedCount = unreadPriority;
 }
 
 HRESULT NotifyTest::Advise(const char *szMailbox, ULONG_PTR context)
 {
-    sink = kNoSink;
-    mailbox = kNoMailbox;
-    return OrlAdviseA(hConnection, &sink, szMailbox, &Callback, context, &mailbox);
+    m_sink = kNoSink;
+    m_mailbox = kNoMailbox;
+    return OrlAdviseA(m_hConnection, &m_sink, szMailbox, &Callback, context, &m_mailbox);
 }
 
 void NotifyTest::Watch()
 {
     ASSERT_EQ(Advise(), S_OK);
-    ASSERT_NE(sink, 0u);
+    ASSERT_NE(m_sink, 0u);
     TakeTold();
     Forget();
 }

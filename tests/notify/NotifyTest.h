@@ -27,7 +27,7 @@ class NotifyTest : public SessionTest
     void SetCounts(ULONG read, ULONG unread, ULONG unreadPriority);
     // Watches a mailbox with the callback; the outputs are sink and mailbox.
     HRESULT Advise(const char *szMailbox = "alice", ULONG_PTR context = 7);
-    HRESULT Unadvise(OrlSink which) { return OrlUnadvise(hConnection, which, nullptr); }
+    HRESULT Unadvise(OrlSink which) { return OrlUnadvise(m_hConnection, which, nullptr); }
     // Advises, which must work, and forgets that it did.
     void Watch();
 
@@ -48,11 +48,11 @@ class NotifyTest : public SessionTest
 
     static constexpr OrlSink kNoSink = 5;
     static constexpr OrlMailbox kNoMailbox = 6;
-    OrlSink sink = kNoSink;
-    OrlMailbox mailbox = kNoMailbox;
-    std::shared_ptr<TableData> readItems = std::make_shared<TableData>("read");
-    std::shared_ptr<TableData> unreadItems = std::make_shared<TableData>("unread");
-    std::shared_ptr<TableData> unreadPriorityItems = std::make_shared<TableData>("unread priority");
+    OrlSink m_sink = kNoSink;
+    OrlMailbox m_mailbox = kNoMailbox;
+    std::shared_ptr<TableData> m_readItems = std::make_shared<TableData>("read");
+    std::shared_ptr<TableData> m_unreadItems = std::make_shared<TableData>("unread");
+    std::shared_ptr<TableData> m_unreadPriorityItems = std::make_shared<TableData>("unread priority");
 };
 
 // What stands after the first element that is `text`.

@@ -16,7 +16,7 @@ class OnNotifyTest : public NotifyTest
     }
     void TearDown() override
     {
-        EXPECT_EQ(Unadvise(sink), S_OK);
+        EXPECT_EQ(Unadvise(m_sink), S_OK);
         NotifyTest::TearDown();
     }
 };
@@ -29,8 +29,8 @@ TEST_F(OnNotifyTest, AChangeToAnyTableCountsAllThreeAndTellsThem)
         SetCounts(5, 7, 4);
         Forget();
         EXPECT_EQ(Notify(table), Results{S_OK});
-        EXPECT_THAT(mapi.recorder.Calls(), ElementsAre("Table(read).GetRowCount(0)", "Table(unread).GetRowCount(0)",
-                                                       "Table(unread priority).GetRowCount(0)"));
+        EXPECT_THAT(m_mapi.recorder.Calls(), ElementsAre("Table(read).GetRowCount(0)", "Table(unread).GetRowCount(0)",
+                                                         "Table(unread priority).GetRowCount(0)"));
         EXPECT_EQ(TakeTold(), std::vector<std::string>{"7 unread (4) 5 read"});
     }
     const Told last = AllTold().back();
@@ -52,7 +52,7 @@ TEST_F(OnNotifyTest, WritesTheseLines)
 TEST_F(OnNotifyTest, ABatchIsCountedAndToldForEachOfItsChanges)
 {
     EXPECT_EQ(Notify("Table(unread)", {fnevTableModified, fnevTableModified, fnevTableModified}), Results{S_OK});
-    EXPECT_EQ(mapi.recorder.Count("Table.GetRowCount"), 9);
+    EXPECT_EQ(m_mapi.recorder.Count("Table.GetRowCount"), 9);
     EXPECT_EQ(TakeTold().size(), 3u);
 }
 
@@ -71,24 +71,25 @@ TEST_F(OnNotifyTest, ACountThatFailsIsReportedUnderAdviseAndTheNextChangeIsLooke
     const char *const tables[] = {"read", "unread", "unread priority"};
     for (int failing = 0; failing < 3; ++failing) {
         SCOPED_TRACE(tables[failing]);
-        mapi.script.Clear();
-        mapi.script.Tell("Table(" + std::string(tables[failing]) + ").GetRowCount", Fails(MAPI_E_NETWORK_ERROR).Once());
+        m_mapi.script.Clear();
+        m_mapi.script.Tell("Table(" + std::string(tables[failing]) + ").GetRowCount",
+                           Fails(MAPI_E_NETWORK_ERROR).Once());
         Forget();
         EXPECT_EQ(NotifyHere("Table(unread)", {fnevTableModified, fnevTableModified}), Results{S_OK});
         EXPECT_THAT(Errors(),
                     ElementsAre(CountingFailed("CAdviseSink::OnNotify", std::string(tables[failing]) + " items")));
-        EXPECT_EQ(mapi.recorder.Count("Table.GetRowCount"), failing + 1 + 3);
+        EXPECT_EQ(m_mapi.recorder.Count("Table.GetRowCount"), failing + 1 + 3);
         EXPECT_EQ(TakeTold(), std::vector<std::string>{"3 unread (1) 2 read"});
     }
 }
 
 TEST_F(OnNotifyTest, TheResultOfAFailingCountIsGivenAndNothingIsTold)
 {
-    mapi.script.Tell("Table.GetRowCount", Fails(MAPI_E_NETWORK_ERROR));
+    m_mapi.script.Tell("Table.GetRowCount", Fails(MAPI_E_NETWORK_ERROR));
     EXPECT_EQ(Notify("Table(read)", {fnevTableModified, fnevTableModified}), Results{MAPI_E_NETWORK_ERROR});
     EXPECT_THAT(TakeTold(), IsEmpty());
-    mapi.script.Clear();
-    mapi.script.Tell("Table(unread priority).GetRowCount", Fails(MAPI_E_BUSY).Nth(2));
+    m_mapi.script.Clear();
+    m_mapi.script.Tell("Table(unread priority).GetRowCount", Fails(MAPI_E_BUSY).Nth(2));
     EXPECT_EQ(Notify("Table(read)", {fnevTableModified, fnevTableModified}), Results{MAPI_E_BUSY}) << "the last one's";
     EXPECT_EQ(TakeTold().size(), 1u);
 }
@@ -103,7 +104,7 @@ TEST_F(OnNotifyTest, ZeroEndsTheCallsAndLeavesTheRegistrations)
     EXPECT_EQ(Notify("Table(unread)"), Results{E_FAIL});
     EXPECT_EQ(Notify("Table(read)"), Results{E_FAIL});
     EXPECT_THAT(TakeTold(), IsEmpty());
-    EXPECT_EQ(mapi.recorder.Count("Table.GetRowCount"), 0);
+    EXPECT_EQ(m_mapi.recorder.Count("Table.GetRowCount"), 0);
     EXPECT_EQ(Registrations().size(), 3u);
 }
 
@@ -115,12 +116,12 @@ TEST_F(OnNotifyTest, ZeroInTheMiddleOfABatchEndsItThere)
     EXPECT_EQ(Notify("Table(unread)", {fnevTableModified, fnevTableModified, fnevTableModified, fnevTableModified}),
               Results{S_OK});
     EXPECT_EQ(TakeTold().size(), 2u);
-    EXPECT_EQ(mapi.recorder.Count("Table.GetRowCount"), 6);
+    EXPECT_EQ(m_mapi.recorder.Count("Table.GetRowCount"), 6);
 }
 
 TEST_F(OnNotifyTest, AfterZeroTheResultIsThatOfTheLastCount)
 {
-    mapi.script.Tell("Table(unread priority).GetRowCount", Warns(MAPI_W_APPROX_COUNT));
+    m_mapi.script.Tell("Table(unread priority).GetRowCount", Warns(MAPI_W_APPROX_COUNT));
     EXPECT_EQ(Notify("Table(unread)"), Results{S_OK}) << "more is wanted";
     Answer([](const Told &) { return 0; });
     EXPECT_EQ(Notify("Table(unread)"), Results{MAPI_W_APPROX_COUNT});
@@ -130,7 +131,7 @@ TEST_F(OnNotifyTest, AnExceptionFromTheCallbackStaysInside)
 {
     Answer([](const Told &) -> BOOL { throw std::runtime_error("from above"); });
     EXPECT_EQ(Notify("Table(unread)"), Results{S_OK}) << "that of the last count";
-    EXPECT_THAT(trace.Texts(kTraceAlways),
+    EXPECT_THAT(m_trace.Texts(kTraceAlways),
                 ElementsAre(Like("Exception has occurred in CAdviseSink::OnNotify (OrlMapi32[*])")));
     Answer(nullptr);
     TakeTold();
@@ -140,7 +141,7 @@ TEST_F(OnNotifyTest, AnExceptionFromTheCallbackStaysInside)
 
 TEST_F(OnNotifyTest, AnExceptionFromMapiStaysInsideToo)
 {
-    mapi.script.Tell("Table(unread).GetRowCount", Does([] { throw 5; }).Once());
+    m_mapi.script.Tell("Table(unread).GetRowCount", Does([] { throw 5; }).Once());
     EXPECT_EQ(Notify("Table(unread)"), Results{E_FAIL});
     EXPECT_THAT(TakeTold(), IsEmpty());
 }
@@ -148,13 +149,13 @@ TEST_F(OnNotifyTest, AnExceptionFromMapiStaysInsideToo)
 TEST_F(OnNotifyTest, TheCallbackMayWorkOnItsOwnConnection)
 {
     std::string listed;
-    mapi.world.mailboxes.at("bob")->inbox->contentsInTurn.clear();
+    m_mapi.world.mailboxes.at("bob")->inbox->contentsInTurn.clear();
     Answer([&](const Told &) -> BOOL {
         OrlMailbox bob = 0;
-        EXPECT_EQ(OrlIsConnected(hConnection), 1);
-        EXPECT_EQ(OrlMapiConnectToMailboxA(hConnection, &bob, "bob"), S_OK);
+        EXPECT_EQ(OrlIsConnected(m_hConnection), 1);
+        EXPECT_EQ(OrlMapiConnectToMailboxA(m_hConnection, &bob, "bob"), S_OK);
         listed = ObjectName(reinterpret_cast<void *>(bob));
-        EXPECT_EQ(OrlMapiDisconnectFromMailbox(hConnection, bob), S_OK);
+        EXPECT_EQ(OrlMapiDisconnectFromMailbox(m_hConnection, bob), S_OK);
         return 1;
     });
     EXPECT_EQ(Notify("Table(unread)"), Results{S_OK});

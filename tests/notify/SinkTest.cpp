@@ -12,11 +12,11 @@ class SinkTest : public NotifyTest
     CAdviseSink *New(const std::string &tables, bool withStore = true)
     {
         IMAPITable *given[3] = {};
-        const std::shared_ptr<TableData> all[] = {readItems, unreadItems, unreadPriorityItems};
+        const std::shared_ptr<TableData> all[] = {m_readItems, m_unreadItems, m_unreadPriorityItems};
         for (size_t i = 0; i < 3; ++i)
             if (tables.find("rup"[i]) != std::string::npos)
                 given[i] = NewTable(all[i]);
-        auto *made = new CAdviseSink("alice", withStore ? NewStore(mapi.world.mailboxes.at("alice")) : nullptr,
+        auto *made = new CAdviseSink("alice", withStore ? NewStore(m_mapi.world.mailboxes.at("alice")) : nullptr,
                                      given[0], given[1], given[2], &Callback, 9);
         for (IMAPITable *table : given)
             if (table) {
@@ -53,7 +53,7 @@ TEST_F(SinkTest, AnswersToItsTwoInterfacesWithItself)
 TEST_F(SinkTest, ItsLastReferenceReleasesTheTablesAndLogsTheMailboxOff)
 {
     EXPECT_EQ(New("rup")->Release(), 0u);
-    EXPECT_THAT(mapi.recorder.Everything(),
+    EXPECT_THAT(m_mapi.recorder.Everything(),
                 ElementsAre("Table(read).Release()", "Table(unread).Release()", "Table(unread priority).Release()",
                             "Store(alice).StoreLogoff(NULL)", "Store(alice).Release()"));
     EXPECT_THAT(Lines(), ElementsAre(Like("> CAdviseSink::CAdviseSink(*: \"alice\")"), "< CAdviseSink::CAdviseSink()"));
@@ -61,10 +61,10 @@ TEST_F(SinkTest, ItsLastReferenceReleasesTheTablesAndLogsTheMailboxOff)
 
 TEST_F(SinkTest, AnExceptionFromALogoffStaysInsideAndTheMailboxIsReleased)
 {
-    mapi.script.Tell("Store(alice).StoreLogoff", Does([] { throw 5; }));
+    m_mapi.script.Tell("Store(alice).StoreLogoff", Does([] { throw 5; }));
     EXPECT_EQ(New("rup")->Release(), 0u);
-    EXPECT_EQ(mapi.recorder.Count("Store(alice).Release()"), 1);
-    EXPECT_THAT(trace.Texts(kTraceAlways),
+    EXPECT_EQ(m_mapi.recorder.Count("Store(alice).Release()"), 1);
+    EXPECT_THAT(m_trace.Texts(kTraceAlways),
                 ElementsAre(StartsWith("Exception has occurred in CAdviseSink::CAdviseSink")));
 }
 
@@ -85,7 +85,7 @@ TEST_F(SinkTest, WithoutAMailboxItRegistersAndCountsAllTheSame)
 {
     CAdviseSink *const made = New("rup", false);
     EXPECT_EQ(made->Advise(), S_OK);
-    EXPECT_EQ(mapi.recorder.Count("HrGetOneProp"), 0);
+    EXPECT_EQ(m_mapi.recorder.Count("HrGetOneProp"), 0);
     EXPECT_EQ(AllTold().size(), 1u);
     EXPECT_EQ(made->Unadvise(), 0u);
 }
@@ -104,9 +104,9 @@ TEST_F(SinkTest, TheResultOfItsRegistrationIsThatOfTheStepsBeforeTheCounts)
     };
     for (const auto &one : cases) {
         SCOPED_TRACE(one.call);
-        mapi.script.Clear();
+        m_mapi.script.Clear();
         CAdviseSink *const made = New("rup");
-        mapi.script.Tell(one.call, Fails(one.told));
+        m_mapi.script.Tell(one.call, Fails(one.told));
         EXPECT_EQ(made->Advise(), one.expected);
         EXPECT_EQ(made->Unadvise(), 0u);
     }
@@ -131,7 +131,7 @@ TEST_F(SinkTest, UnadviseEndsItsRegistrationsInOrderAndGivesTheReferencesLeft)
 
 TEST_F(SinkTest, UnadviseEndsJustWhatWasRegistered)
 {
-    mapi.script.Tell("Table(unread).Advise", Fails(MAPI_E_NETWORK_ERROR));
+    m_mapi.script.Tell("Table(unread).Advise", Fails(MAPI_E_NETWORK_ERROR));
     CAdviseSink *const made = New("rup");
     EXPECT_EQ(made->Advise(), MAPI_E_NETWORK_ERROR);
     Forget();
@@ -161,7 +161,7 @@ TEST_F(SinkTest, ASinkThatNoSessionHasGivenOutIsEndedByOneAllTheSame)
     EXPECT_EQ(count, 0u);
     EXPECT_THAT(Lines(), Contains(Like("> CMAPIImpl::Unadvise(pSink: *, mailbox: \"alice\", ulCount: 99)")));
     EXPECT_THAT(Registrations(), IsEmpty());
-    EXPECT_EQ(mapi.recorder.Count("Store(alice).StoreLogoff(NULL)"), 1);
+    EXPECT_EQ(m_mapi.recorder.Count("Store(alice).StoreLogoff(NULL)"), 1);
     EXPECT_EQ(Counter(), 0) << "no session has counted it";
     count = 99;
     EXPECT_EQ(Session()->Unadvise(made, &count), S_OK) << "once";
@@ -186,8 +186,8 @@ TEST_F(SinkTest, ATableThatWillNotLetGoKeepsNothingElse)
 {
     CAdviseSink *const made = New("rup");
     ASSERT_EQ(made->Advise(), S_OK);
-    mapi.script.Tell("Table(read).Unadvise", Fails(MAPI_E_NETWORK_ERROR));
-    mapi.script.Tell("Table(unread).Unadvise", Does([] { throw 5; }));
+    m_mapi.script.Tell("Table(read).Unadvise", Fails(MAPI_E_NETWORK_ERROR));
+    m_mapi.script.Tell("Table(unread).Unadvise", Does([] { throw 5; }));
     EXPECT_EQ(made->Unadvise(), 2u) << "those tables' own";
     EXPECT_THAT(Registrations(), ElementsAre("Table(read) 0x100", "Table(unread) 0x100"));
     // What they hold on to tells nobody any more.

@@ -15,7 +15,7 @@ class NotifyThreadsTest : public NotifyTest
   protected:
     void SetUp() override
     {
-        mapi.world.mailboxes.at("alice")->inbox->contentsInTurn.clear();
+        m_mapi.world.mailboxes.at("alice")->inbox->contentsInTurn.clear();
         NotifyTest::SetUp();
     }
     static void OnAllThreads(const std::function<void(int)> &work)
@@ -76,13 +76,13 @@ TEST_F(NotifyThreadsTest, AThousandRoundsOfAdviseChangeAndUnadvise)
     OnAllThreads([&](int thread) {
         for (int round = 0; round < kRounds; ++round) {
             Watched &watched = *rounds[static_cast<size_t>(thread * kRounds + round)];
-            watched.connection = hConnection;
+            watched.connection = m_hConnection;
             watched.end = round % 3 == 0   ? Watched::ByItsThread
                           : round % 3 == 1 ? Watched::ByItself
                                            : Watched::AfterZero;
             OrlSink made = 0;
             OrlMailbox opened = 0;
-            ASSERT_EQ(OrlAdviseA(hConnection, &made, "alice", &WatchedCallback, reinterpret_cast<ULONG_PTR>(&watched),
+            ASSERT_EQ(OrlAdviseA(m_hConnection, &made, "alice", &WatchedCallback, reinterpret_cast<ULONG_PTR>(&watched),
                                  &opened),
                       S_OK);
             ASSERT_NE(made, 0u);
@@ -108,23 +108,23 @@ TEST_F(NotifyThreadsTest, DisconnectAndConnectWhileOthersAdviseAndUnadvise)
     OnAllThreads([&](int thread) {
         for (int round = 0; round < 40; ++round) {
             if (thread == 0) {
-                EXPECT_EQ(OrlMapiConnectA(hConnection, "NORVIK1", "vm", "Voicemail"), S_OK);
+                EXPECT_EQ(OrlMapiConnectA(m_hConnection, "NORVIK1", "vm", "Voicemail"), S_OK);
                 continue;
             }
             OrlSink made = 0;
             OrlMailbox opened = 0;
-            if (FAILED(OrlAdviseA(hConnection, &made, "alice", &Callback, 0, &opened)))
+            if (FAILED(OrlAdviseA(m_hConnection, &made, "alice", &Callback, 0, &opened)))
                 continue;
             EXPECT_NE(made, 0u);
             if (thread == 1)
                 NotifyHere("Table(alice/Inbox)");
             // The others are left to the disconnects: by now the value may be a newer sink's.
             if (round == 39) {
-                EXPECT_EQ(OrlMapiDisconnect(hConnection), S_OK);
+                EXPECT_EQ(OrlMapiDisconnect(m_hConnection), S_OK);
             }
         }
     });
-    EXPECT_EQ(OrlMapiDisconnect(hConnection), S_OK);
+    EXPECT_EQ(OrlMapiDisconnect(m_hConnection), S_OK);
     EXPECT_THAT(Registrations(), IsEmpty());
     EXPECT_EQ(Counter(), 0);
 }

@@ -15,8 +15,8 @@ TEST_F(UnadviseTest, EndsTheRegistrationsAndClosesTheMailbox)
 {
     Watch();
     EXPECT_EQ(Counter(), 1);
-    EXPECT_EQ(Unadvise(sink), S_OK);
-    EXPECT_THAT(mapi.recorder.Everything(),
+    EXPECT_EQ(Unadvise(m_sink), S_OK);
+    EXPECT_THAT(m_mapi.recorder.Everything(),
                 ElementsAre("Table(read).Unadvise()", "Table(unread).Unadvise()", "Table(unread priority).Unadvise()",
                             "Table(read).Release()", "Table(unread).Release()", "Table(unread priority).Release()",
                             "Store(alice).StoreLogoff(NULL)", "Store(alice).Release()"));
@@ -31,7 +31,7 @@ TEST_F(UnadviseTest, EndsTheRegistrationsAndClosesTheMailbox)
 TEST_F(UnadviseTest, GivesTheReferencesThatAreLeft)
 {
     Watch();
-    auto *const object = reinterpret_cast<CAdviseSink *>(sink);
+    auto *const object = reinterpret_cast<CAdviseSink *>(m_sink);
     object->AddRef();
     ULONG count = 99;
     EXPECT_EQ(Session()->Unadvise(object, &count), S_OK);
@@ -43,7 +43,7 @@ TEST_F(UnadviseTest, GivesTheReferencesThatAreLeft)
 TEST_F(UnadviseTest, OfNoSinkIsASuccessThatDoesNothing)
 {
     EXPECT_EQ(Unadvise(0), S_OK);
-    EXPECT_THAT(mapi.recorder.Everything(), IsEmpty());
+    EXPECT_THAT(m_mapi.recorder.Everything(), IsEmpty());
     EXPECT_THAT(Lines(), ElementsAre(Like("> CMAPIImpl::Unadvise(pSink: 0*0, mailbox: \"NULL\", ulCount: 0)"),
                                      "< CMAPIImpl::Unadvise()"));
 }
@@ -51,32 +51,32 @@ TEST_F(UnadviseTest, OfNoSinkIsASuccessThatDoesNothing)
 TEST_F(UnadviseTest, TheThirdParameterIsNeitherReadNorWritten)
 {
     ULONG count = 4711;
-    EXPECT_EQ(OrlUnadvise(hConnection, 0, &count), S_OK);
+    EXPECT_EQ(OrlUnadvise(m_hConnection, 0, &count), S_OK);
     Watch();
-    EXPECT_EQ(OrlUnadvise(hConnection, sink, &count), S_OK);
+    EXPECT_EQ(OrlUnadvise(m_hConnection, m_sink, &count), S_OK);
     EXPECT_EQ(count, 4711u);
-    EXPECT_EQ(OrlUnadvise(hConnection, 0, reinterpret_cast<ULONG *>(1)), S_OK);
+    EXPECT_EQ(OrlUnadvise(m_hConnection, 0, reinterpret_cast<ULONG *>(1)), S_OK);
 }
 
 TEST_F(UnadviseTest, ASinkEndsOnceAndAnyOtherValueIsLeftAlone)
 {
     Watch();
-    EXPECT_EQ(Unadvise(sink), S_OK);
+    EXPECT_EQ(Unadvise(m_sink), S_OK);
     Forget();
-    EXPECT_EQ(Unadvise(sink), S_OK) << "ended before";
+    EXPECT_EQ(Unadvise(m_sink), S_OK) << "ended before";
     EXPECT_EQ(Unadvise(1), S_OK) << "never a sink";
-    EXPECT_EQ(Unadvise(mailbox), S_OK);
-    EXPECT_THAT(mapi.recorder.Everything(), IsEmpty());
+    EXPECT_EQ(Unadvise(m_mailbox), S_OK);
+    EXPECT_THAT(m_mapi.recorder.Everything(), IsEmpty());
     EXPECT_EQ(Counter(), 0);
 }
 
 TEST_F(UnadviseTest, AnUnknownConnectionEndsNothing)
 {
     Watch();
-    EXPECT_EQ(OrlUnadvise(0, sink, nullptr), E_INVALIDARG);
-    EXPECT_EQ(OrlUnadvise(40000, sink, nullptr), E_INVALIDARG);
+    EXPECT_EQ(OrlUnadvise(0, m_sink, nullptr), E_INVALIDARG);
+    EXPECT_EQ(OrlUnadvise(40000, m_sink, nullptr), E_INVALIDARG);
     EXPECT_EQ(Registrations().size(), 3u);
-    EXPECT_EQ(Unadvise(sink), S_OK);
+    EXPECT_EQ(Unadvise(m_sink), S_OK);
 }
 
 TEST_F(UnadviseTest, ASinkOfAnotherConnectionEndsToo)
@@ -84,13 +84,13 @@ TEST_F(UnadviseTest, ASinkOfAnotherConnectionEndsToo)
     Watch();
     DWORD other = 0;
     ASSERT_EQ(OrlCreateConnection(&other, 0), S_OK);
-    EXPECT_EQ(OrlUnadvise(other, sink, nullptr), S_OK);
+    EXPECT_EQ(OrlUnadvise(other, m_sink, nullptr), S_OK);
     ExpectEnded();
     EXPECT_EQ(Counter(), 0);
     EXPECT_EQ(OrlCloseConnection(&other), S_OK);
     Forget();
-    EXPECT_EQ(OrlMapiDisconnect(hConnection), S_OK) << "which has no sink any more";
-    EXPECT_EQ(mapi.recorder.Count("Table.Unadvise"), 0);
+    EXPECT_EQ(OrlMapiDisconnect(m_hConnection), S_OK) << "which has no sink any more";
+    EXPECT_EQ(m_mapi.recorder.Count("Table.Unadvise"), 0);
 }
 
 TEST_F(UnadviseTest, AfterZeroItStillEndsTheSink)
@@ -98,7 +98,7 @@ TEST_F(UnadviseTest, AfterZeroItStillEndsTheSink)
     Watch();
     Answer([](const Told &) { return 0; });
     Notify("Table(read)");
-    EXPECT_EQ(Unadvise(sink), S_OK);
+    EXPECT_EQ(Unadvise(m_sink), S_OK);
     ExpectEnded();
 }
 
@@ -106,7 +106,7 @@ TEST_F(UnadviseTest, WhatMapiStillHasOnItsWayIsNotTold)
 {
     KeepSinksAfterUnadvise();
     Watch();
-    EXPECT_EQ(Unadvise(sink), S_OK);
+    EXPECT_EQ(Unadvise(m_sink), S_OK);
     EXPECT_THAT(LiveObjects(), Contains("Store(alice)")) << "MAPI holds the sink";
     EXPECT_EQ(NotifyKeptSinks(), (std::vector<HRESULT>{E_FAIL, E_FAIL, E_FAIL}));
     EXPECT_THAT(TakeTold(), IsEmpty());
@@ -121,7 +121,7 @@ TEST_F(UnadviseTest, FromInsideTheCallbackEndsTheSinkThatCalls)
             LetUnadviseWait();
         Watch();
         Answer([&](const Told &) -> BOOL {
-            EXPECT_EQ(Unadvise(sink), S_OK);
+            EXPECT_EQ(Unadvise(m_sink), S_OK);
             EXPECT_THAT(Registrations(), IsEmpty());
             return 1;
         });
@@ -135,7 +135,7 @@ TEST_F(UnadviseTest, FromInsideTheCallbackEndsTheSinkThatCalls)
 TEST_F(UnadviseTest, FromInsideTheCallbackAlsoOfAnotherSink)
 {
     Watch();
-    const OrlSink first = sink;
+    const OrlSink first = m_sink;
     Watch();
     Answer([&](const Told &) -> BOOL {
         EXPECT_EQ(Unadvise(first), S_OK);
@@ -144,7 +144,7 @@ TEST_F(UnadviseTest, FromInsideTheCallbackAlsoOfAnotherSink)
     Notify("Table(unread)");
     EXPECT_EQ(Registrations().size(), 3u);
     Answer(nullptr);
-    EXPECT_EQ(Unadvise(sink), S_OK);
+    EXPECT_EQ(Unadvise(m_sink), S_OK);
 }
 
 TEST_F(UnadviseTest, WhileANotificationRunsOnAnotherThread)
@@ -167,7 +167,7 @@ TEST_F(UnadviseTest, WhileANotificationRunsOnAnotherThread)
         });
         std::thread notifying = NotifyMeanwhile("Table(unread)");
         ASSERT_TRUE(inside.Pass());
-        EXPECT_EQ(Unadvise(sink), S_OK);
+        EXPECT_EQ(Unadvise(m_sink), S_OK);
         if (waits) {
             EXPECT_TRUE(returned);
         } else {
@@ -185,8 +185,8 @@ TEST_F(UnadviseTest, OfTwoAtOnceOneEndsTheSink)
 {
     for (int round = 0; round < 50; ++round) {
         Watch();
-        std::thread other([&] { EXPECT_EQ(Unadvise(sink), S_OK); });
-        EXPECT_EQ(Unadvise(sink), S_OK);
+        std::thread other([&] { EXPECT_EQ(Unadvise(m_sink), S_OK); });
+        EXPECT_EQ(Unadvise(m_sink), S_OK);
         other.join();
         ExpectEnded();
         EXPECT_EQ(Counter(), 0);

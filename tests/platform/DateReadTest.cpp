@@ -23,7 +23,7 @@ const char *const kRefused = "<80020005>";
 struct Example {
     const char *text, *date;
 };
-template <std::size_t count> void Expect(const Example (&examples)[count])
+template <std::size_t Count> void Expect(const Example (&examples)[Count])
 {
     for (const Example &example : examples)
         EXPECT_EQ(example.date, Read(example.text)) << example.text;

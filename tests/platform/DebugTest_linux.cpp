@@ -31,13 +31,13 @@ class DebugSink : public testing::Test
     DebugSink()
     {
         char name[] = "/tmp/debug_test.XXXXXX";
-        folder = mkdtemp(name);
+        m_folder = mkdtemp(name);
     }
-    ~DebugSink() override { fs::remove_all(folder); }
+    ~DebugSink() override { fs::remove_all(m_folder); }
     // What the body's child writes to standard error.
     template <class Body> std::string ErrorsOf(const std::string &sink, Body body) const
     {
-        const fs::path errors = folder / "stderr";
+        const fs::path errors = m_folder / "stderr";
         const pid_t child = fork();
         if (child == 0) {
             const int file = open(errors.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
@@ -51,7 +51,7 @@ class DebugSink : public testing::Test
         EXPECT_EQ(0, status);
         return ContentOf(errors);
     }
-    fs::path folder;
+    fs::path m_folder;
 };
 
 TEST_F(DebugSink, MayBeStandardError)
@@ -71,7 +71,7 @@ TEST_F(DebugSink, IsNoneWhenNoneIsNamed)
 
 TEST_F(DebugSink, MayBeAFileThatIsAppendedTo)
 {
-    const fs::path trace = folder / "trace.log";
+    const fs::path trace = m_folder / "trace.log";
     std::ofstream(trace) << "before\n";
     EXPECT_EQ("", ErrorsOf(trace, [] { OutputDebugStringA("one\n"); }));
     EXPECT_EQ("", ErrorsOf(trace, [] { OutputDebugStringA("two\n"); }));
@@ -80,14 +80,14 @@ TEST_F(DebugSink, MayBeAFileThatIsAppendedTo)
 
 TEST_F(DebugSink, KeepsItsFileToTheOwner)
 {
-    const fs::path trace = folder / "trace.log";
+    const fs::path trace = m_folder / "trace.log";
     ErrorsOf(trace, [] { OutputDebugStringA("one\n"); });
     EXPECT_EQ(fs::perms(0600), fs::status(trace).permissions());
 }
 
 TEST_F(DebugSink, KeepsTheLinesOfSeveralThreadsWhole)
 {
-    const fs::path trace = folder / "trace.log";
+    const fs::path trace = m_folder / "trace.log";
     ErrorsOf(trace, [] {
         std::vector<std::thread> threads;
         for (const char letter : {'a', 'b', 'c', 'd'})

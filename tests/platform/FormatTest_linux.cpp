@@ -64,14 +64,14 @@ TEST(FormatOnLinux, CutsWideTextAtAWholeCharacter)
 }
 
 // A guard as a caller writes one: it leaves the formatting function in the middle.
-jmp_buf leave;
-DWORD code;
-ULONG_PTR address;
+jmp_buf g_leave;
+DWORD g_code;
+ULONG_PTR g_address;
 LONG Leave(EXCEPTION_POINTERS *exception)
 {
-    code = exception->ExceptionRecord->ExceptionCode;
-    address = exception->ExceptionRecord->ExceptionInformation[1];
-    longjmp(leave, 1);
+    g_code = exception->ExceptionRecord->ExceptionCode;
+    g_address = exception->ExceptionRecord->ExceptionInformation[1];
+    longjmp(g_leave, 1);
 }
 
 char *const kUnreadable = reinterpret_cast<char *>(0x10);
@@ -81,14 +81,14 @@ TEST(FormatOnLinux, RaisesAnAccessViolationForAnUnreadableText)
     const PVOID handler = AddVectoredExceptionHandler(1, Leave);
     char buffer[16] = "ZZZ";
     volatile bool left = false;
-    if (setjmp(leave) == 0)
+    if (setjmp(g_leave) == 0)
         _snprintf_s(buffer, sizeof buffer, _TRUNCATE, "a%s", kUnreadable);
     else
         left = true;
     EXPECT_EQ(1u, RemoveVectoredExceptionHandler(handler));
     EXPECT_TRUE(left);
-    EXPECT_EQ(EXCEPTION_ACCESS_VIOLATION, code);
-    EXPECT_EQ(reinterpret_cast<ULONG_PTR>(kUnreadable), address);
+    EXPECT_EQ(EXCEPTION_ACCESS_VIOLATION, g_code);
+    EXPECT_EQ(reinterpret_cast<ULONG_PTR>(kUnreadable), g_address);
     EXPECT_STREQ("a", buffer);
     EXPECT_EQ("after", Formats("%s", "after"));
 }
@@ -109,16 +109,16 @@ TEST(FormatOnLinux, DoesNotReadATextOfWhichNothingIsWanted)
     EXPECT_EQ("|", Formats("%.0s|", kUnreadable));
 }
 
-int order = 0;
-int firstSeen, secondSeen;
+int g_order = 0;
+int g_firstSeen, g_secondSeen;
 LONG First(EXCEPTION_POINTERS *)
 {
-    firstSeen = ++order;
+    g_firstSeen = ++g_order;
     return EXCEPTION_CONTINUE_SEARCH;
 }
 LONG Second(EXCEPTION_POINTERS *exception)
 {
-    secondSeen = ++order;
+    g_secondSeen = ++g_order;
     return exception->ExceptionRecord->ExceptionCode == 0xE0000001 ? EXCEPTION_CONTINUE_EXECUTION
                                                                    : EXCEPTION_CONTINUE_SEARCH;
 }
@@ -129,13 +129,13 @@ TEST(Exceptions, ReachTheHandlersInOrderUntilOneTakesThem)
     const PVOID first = AddVectoredExceptionHandler(1, First);
     const ULONG_PTR parameter = 5;
     RaiseException(0xE0000001, 0, 1, &parameter);
-    EXPECT_EQ(1, firstSeen);
-    EXPECT_EQ(2, secondSeen);
+    EXPECT_EQ(1, g_firstSeen);
+    EXPECT_EQ(2, g_secondSeen);
     EXPECT_EQ(1u, RemoveVectoredExceptionHandler(first));
     EXPECT_EQ(0u, RemoveVectoredExceptionHandler(first));
     RaiseException(0xE0000001, 0, 0, nullptr);
-    EXPECT_EQ(1, firstSeen);
-    EXPECT_EQ(3, secondSeen);
+    EXPECT_EQ(1, g_firstSeen);
+    EXPECT_EQ(3, g_secondSeen);
     EXPECT_EQ(1u, RemoveVectoredExceptionHandler(last));
 }
 

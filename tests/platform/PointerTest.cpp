@@ -11,7 +11,7 @@ void *const kUnmapped = reinterpret_cast<void *>(0x18);
 class Pointers : public testing::Test
 {
   protected:
-    Pages pages;
+    Pages m_pages;
 };
 
 TEST_F(Pointers, OfOrdinaryTextAreGood)
@@ -28,65 +28,65 @@ TEST_F(Pointers, ThatAreNullOrUnmappedAreBad)
     EXPECT_TRUE(IsBadStringPtrW(nullptr, 100));
     EXPECT_TRUE(IsBadStringPtrA(static_cast<char *>(kUnmapped), 100));
     EXPECT_TRUE(IsBadStringPtrW(static_cast<WCHAR *>(kUnmapped), 100));
-    EXPECT_TRUE(IsBadStringPtrA(pages.End(), 100));
+    EXPECT_TRUE(IsBadStringPtrA(m_pages.End(), 100));
 }
 
 TEST_F(Pointers, ToTextThatEndsWithItsPageAreGood)
 {
-    std::memset(pages.Begin(), 'x', pages.Size());
-    pages.End()[-1] = '\0';
-    EXPECT_FALSE(IsBadStringPtrA(pages.End() - 10, 100));
-    EXPECT_FALSE(IsBadStringPtrA(pages.Begin(), 100000));
-    EXPECT_FALSE(IsBadStringPtrA(pages.End() - 1, 1));
+    std::memset(m_pages.Begin(), 'x', m_pages.Size());
+    m_pages.End()[-1] = '\0';
+    EXPECT_FALSE(IsBadStringPtrA(m_pages.End() - 10, 100));
+    EXPECT_FALSE(IsBadStringPtrA(m_pages.Begin(), 100000));
+    EXPECT_FALSE(IsBadStringPtrA(m_pages.End() - 1, 1));
 }
 
 TEST_F(Pointers, ToTextWithoutEndBeforeUnreadableMemoryAreBad)
 {
-    std::memset(pages.Begin(), 'x', pages.Size());
-    EXPECT_TRUE(IsBadStringPtrA(pages.End() - 10, 100));
-    EXPECT_TRUE(IsBadStringPtrA(pages.End() - 10, 11));
-    EXPECT_TRUE(IsBadStringPtrW(reinterpret_cast<WCHAR *>(pages.End() - 10), 6));
+    std::memset(m_pages.Begin(), 'x', m_pages.Size());
+    EXPECT_TRUE(IsBadStringPtrA(m_pages.End() - 10, 100));
+    EXPECT_TRUE(IsBadStringPtrA(m_pages.End() - 10, 11));
+    EXPECT_TRUE(IsBadStringPtrW(reinterpret_cast<WCHAR *>(m_pages.End() - 10), 6));
 }
 
 TEST_F(Pointers, AreGoodWhenAsMuchAsIsAskedForCanBeRead)
 {
-    std::memset(pages.Begin(), 'x', pages.Size());
-    EXPECT_FALSE(IsBadStringPtrA(pages.End() - 10, 10));
-    EXPECT_FALSE(IsBadStringPtrW(reinterpret_cast<WCHAR *>(pages.End() - 10), 5));
+    std::memset(m_pages.Begin(), 'x', m_pages.Size());
+    EXPECT_FALSE(IsBadStringPtrA(m_pages.End() - 10, 10));
+    EXPECT_FALSE(IsBadStringPtrW(reinterpret_cast<WCHAR *>(m_pages.End() - 10), 5));
 }
 
 TEST_F(Pointers, ToMisalignedWideTextAreGood)
 {
-    std::memset(pages.Begin(), 0, pages.Size());
-    std::memcpy(pages.Begin() + 1, OLESTR("wide"), 5 * sizeof(WCHAR));
-    EXPECT_FALSE(IsBadStringPtrW(reinterpret_cast<WCHAR *>(pages.Begin() + 1), 100));
+    std::memset(m_pages.Begin(), 0, m_pages.Size());
+    std::memcpy(m_pages.Begin() + 1, OLESTR("wide"), 5 * sizeof(WCHAR));
+    EXPECT_FALSE(IsBadStringPtrW(reinterpret_cast<WCHAR *>(m_pages.Begin() + 1), 100));
 }
 
 TEST_F(Pointers, ToWideTextWhoseLastUnitReachesIntoUnreadableMemoryAreBad)
 {
-    std::memset(pages.Begin(), 'x', pages.Size());
-    pages.End()[-1] = '\0';
-    EXPECT_TRUE(IsBadStringPtrW(reinterpret_cast<WCHAR *>(pages.End() - 3), 100));
+    std::memset(m_pages.Begin(), 'x', m_pages.Size());
+    m_pages.End()[-1] = '\0';
+    EXPECT_TRUE(IsBadStringPtrW(reinterpret_cast<WCHAR *>(m_pages.End() - 3), 100));
 }
 
 TEST_F(Pointers, ToBlocksAreGoodWhenAllOfTheBlockCanBeRead)
 {
-    EXPECT_FALSE(IsBadReadPtr(pages.Begin(), pages.Size()));
-    EXPECT_TRUE(IsBadReadPtr(pages.Begin(), pages.Size() + 1));
+    EXPECT_FALSE(IsBadReadPtr(m_pages.Begin(), m_pages.Size()));
+    EXPECT_TRUE(IsBadReadPtr(m_pages.Begin(), m_pages.Size() + 1));
     EXPECT_FALSE(IsBadReadPtr(kUnmapped, 0));
     EXPECT_TRUE(IsBadReadPtr(nullptr, 1));
-    EXPECT_TRUE(IsBadReadPtr(pages.End(), 1));
+    EXPECT_TRUE(IsBadReadPtr(m_pages.End(), 1));
 }
 
 TEST_F(Pointers, ToBlocksAreGoodForWritingWhenAllOfTheBlockCanBeWritten)
 {
-    EXPECT_FALSE(IsBadWritePtr(pages.Begin(), pages.Size()));
-    EXPECT_TRUE(IsBadWritePtr(pages.Begin(), pages.Size() + 1));
+    EXPECT_FALSE(IsBadWritePtr(m_pages.Begin(), m_pages.Size()));
+    EXPECT_TRUE(IsBadWritePtr(m_pages.Begin(), m_pages.Size() + 1));
     EXPECT_FALSE(IsBadWritePtr(kUnmapped, 0));
     EXPECT_TRUE(IsBadWritePtr(nullptr, 1));
-    pages.MakeReadOnly();
-    EXPECT_TRUE(IsBadWritePtr(pages.Begin(), 1));
-    EXPECT_FALSE(IsBadReadPtr(pages.Begin(), pages.Size()));
+    m_pages.MakeReadOnly();
+    EXPECT_TRUE(IsBadWritePtr(m_pages.Begin(), 1));
+    EXPECT_FALSE(IsBadReadPtr(m_pages.Begin(), m_pages.Size()));
     int local = 0;
     EXPECT_FALSE(IsBadWritePtr(&local, sizeof local));
 }

@@ -17,16 +17,16 @@ class PointersByPipe : public testing::Test
   protected:
     PointersByPipe() { PlatformProbeByPipe(true); }
     ~PointersByPipe() override { PlatformProbeByPipe(false); }
-    Pages pages;
+    Pages m_pages;
 };
 
 TEST_F(PointersByPipe, AreToldApart)
 {
-    std::memset(pages.Begin(), 'x', pages.Size());
+    std::memset(m_pages.Begin(), 'x', m_pages.Size());
     EXPECT_FALSE(IsBadStringPtrA("text", 100));
-    EXPECT_TRUE(IsBadStringPtrA(pages.End() - 10, 100));
-    EXPECT_FALSE(IsBadStringPtrA(pages.End() - 10, 10));
-    EXPECT_TRUE(IsBadReadPtr(pages.End(), 1));
+    EXPECT_TRUE(IsBadStringPtrA(m_pages.End() - 10, 100));
+    EXPECT_FALSE(IsBadStringPtrA(m_pages.End() - 10, 10));
+    EXPECT_TRUE(IsBadReadPtr(m_pages.End(), 1));
     EXPECT_TRUE(IsBadReadPtr(reinterpret_cast<void *>(0xDEAD000000000000), 1));
 }
 
@@ -37,7 +37,7 @@ TEST_F(PointersByPipe, AreToldApartAsOftenAsAskedByManyThreads)
     for (int i = 0; i < 4; ++i)
         threads.emplace_back([&] {
             for (int round = 0; round < 5000; ++round)
-                wrong += IsBadReadPtr(pages.Begin(), 1) || !IsBadReadPtr(pages.End(), 1);
+                wrong += IsBadReadPtr(m_pages.Begin(), 1) || !IsBadReadPtr(m_pages.End(), 1);
         });
     for (std::thread &thread : threads)
         thread.join();

@@ -16,24 +16,24 @@ class Registry : public testing::Test
         RegDeleteTreeA(HKEY_CURRENT_USER, kBase);
         DWORD disposition = 0;
         EXPECT_EQ(ERROR_SUCCESS, RegCreateKeyExA(HKEY_CURRENT_USER, kBase, 0, nullptr, REG_OPTION_NON_VOLATILE,
-                                                 KEY_ALL_ACCESS, nullptr, &key, &disposition));
+                                                 KEY_ALL_ACCESS, nullptr, &m_key, &disposition));
         EXPECT_EQ(DWORD{REG_CREATED_NEW_KEY}, disposition);
     }
     ~Registry() override
     {
-        RegCloseKey(key);
+        RegCloseKey(m_key);
         RegDeleteTreeA(HKEY_CURRENT_USER, kBase);
     }
     LSTATUS SetText(const char *name, const std::string &text)
     {
-        return RegSetValueExA(key, name, 0, REG_SZ, reinterpret_cast<const BYTE *>(text.c_str()),
+        return RegSetValueExA(m_key, name, 0, REG_SZ, reinterpret_cast<const BYTE *>(text.c_str()),
                               static_cast<DWORD>(text.size() + 1));
     }
     std::string TextOf(const char *name)
     {
         char text[256];
         DWORD type = 0, size = sizeof text;
-        const LSTATUS result = RegQueryValueExA(key, name, nullptr, &type, reinterpret_cast<BYTE *>(text), &size);
+        const LSTATUS result = RegQueryValueExA(m_key, name, nullptr, &type, reinterpret_cast<BYTE *>(text), &size);
         if (result != ERROR_SUCCESS)
             return "<" + std::to_string(result) + ">";
         return type == REG_SZ && size == std::strlen(text) + 1 ? text : "<other>";
@@ -41,12 +41,12 @@ class Registry : public testing::Test
     LSTATUS Create(const char *below)
     {
         HKEY made;
-        const LSTATUS result = RegCreateKeyExA(key, below, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &made, nullptr);
+        const LSTATUS result = RegCreateKeyExA(m_key, below, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &made, nullptr);
         if (result == ERROR_SUCCESS)
             RegCloseKey(made);
         return result;
     }
-    HKEY key;
+    HKEY m_key;
 };
 
 TEST_F(Registry, KeepsText)
@@ -63,10 +63,10 @@ TEST_F(Registry, KeepsNumbers)
 {
     for (const DWORD number : {0u, 8u, 0xFFFFFFFFu}) {
         EXPECT_EQ(ERROR_SUCCESS,
-                  RegSetValueExA(key, "Filter Level", 0, REG_DWORD, reinterpret_cast<const BYTE *>(&number), 4));
+                  RegSetValueExA(m_key, "Filter Level", 0, REG_DWORD, reinterpret_cast<const BYTE *>(&number), 4));
         DWORD read = 77, type = 0, size = sizeof read;
         EXPECT_EQ(ERROR_SUCCESS,
-                  RegQueryValueExA(key, "Filter Level", nullptr, &type, reinterpret_cast<BYTE *>(&read), &size));
+                  RegQueryValueExA(m_key, "Filter Level", nullptr, &type, reinterpret_cast<BYTE *>(&read), &size));
         EXPECT_EQ(number, read);
         EXPECT_EQ(DWORD{REG_DWORD}, type);
         EXPECT_EQ(4u, size);
@@ -78,15 +78,15 @@ TEST_F(Registry, KeepsBytes)
     std::vector<BYTE> bytes;
     for (int i = 0; i < 256; ++i)
         bytes.push_back(static_cast<BYTE>(i));
-    EXPECT_EQ(ERROR_SUCCESS, RegSetValueExA(key, "ID Bitmap", 0, REG_BINARY, bytes.data(), 256));
+    EXPECT_EQ(ERROR_SUCCESS, RegSetValueExA(m_key, "ID Bitmap", 0, REG_BINARY, bytes.data(), 256));
     std::vector<BYTE> read(256);
     DWORD type = 0, size = 256;
-    EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExA(key, "ID Bitmap", nullptr, &type, read.data(), &size));
+    EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExA(m_key, "ID Bitmap", nullptr, &type, read.data(), &size));
     EXPECT_EQ(bytes, read);
     EXPECT_EQ(DWORD{REG_BINARY}, type);
-    EXPECT_EQ(ERROR_SUCCESS, RegSetValueExA(key, "ID Bitmap", 0, REG_BINARY, nullptr, 0));
+    EXPECT_EQ(ERROR_SUCCESS, RegSetValueExA(m_key, "ID Bitmap", 0, REG_BINARY, nullptr, 0));
     size = 5;
-    EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExA(key, "ID Bitmap", nullptr, nullptr, nullptr, &size));
+    EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExA(m_key, "ID Bitmap", nullptr, nullptr, nullptr, &size));
     EXPECT_EQ(0u, size);
 }
 
@@ -94,14 +94,14 @@ TEST_F(Registry, SaysHowMuchRoomAValueNeeds)
 {
     SetText("Text", "12345");
     DWORD size = 0, type = 0;
-    EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExA(key, "Text", nullptr, &type, nullptr, &size));
+    EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExA(m_key, "Text", nullptr, &type, nullptr, &size));
     EXPECT_EQ(6u, size);
     BYTE small[5];
     size = sizeof small;
-    EXPECT_EQ(ERROR_MORE_DATA, RegQueryValueExA(key, "Text", nullptr, &type, small, &size));
+    EXPECT_EQ(ERROR_MORE_DATA, RegQueryValueExA(m_key, "Text", nullptr, &type, small, &size));
     EXPECT_EQ(6u, size);
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, RegQueryValueExA(key, "Text", nullptr, nullptr, small, nullptr));
-    EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExA(key, "Text", nullptr, &type, nullptr, nullptr));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, RegQueryValueExA(m_key, "Text", nullptr, nullptr, small, nullptr));
+    EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExA(m_key, "Text", nullptr, &type, nullptr, nullptr));
 }
 
 TEST_F(Registry, OpensTheKeysThatAreThere)
@@ -109,11 +109,11 @@ TEST_F(Registry, OpensTheKeysThatAreThere)
     EXPECT_EQ(ERROR_SUCCESS, Create("One\\Two"));
     HKEY opened;
     for (const char *path : {"One", "One\\Two", "one\\TWO", "One\\Two\\"}) {
-        ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExA(key, path, 0, KEY_READ, &opened)) << path;
+        ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExA(m_key, path, 0, KEY_READ, &opened)) << path;
         RegCloseKey(opened);
     }
-    EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegOpenKeyExA(key, "Three", 0, KEY_READ, &opened));
-    EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegOpenKeyExA(key, "One\\Tw", 0, KEY_READ, &opened));
+    EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegOpenKeyExA(m_key, "Three", 0, KEY_READ, &opened));
+    EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegOpenKeyExA(m_key, "One\\Tw", 0, KEY_READ, &opened));
     DWORD disposition = 0;
     ASSERT_EQ(ERROR_SUCCESS,
               RegCreateKeyExA(HKEY_CURRENT_USER, kBase, 0, nullptr, 0, KEY_WRITE, nullptr, &opened, &disposition));
@@ -140,21 +140,21 @@ TEST_F(Registry, GivesNoMoreThanWasAskedFor)
 TEST_F(Registry, DeletesValues)
 {
     SetText("Text", "x");
-    EXPECT_EQ(ERROR_SUCCESS, RegDeleteValueA(key, "TEXT"));
-    EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegDeleteValueA(key, "Text"));
+    EXPECT_EQ(ERROR_SUCCESS, RegDeleteValueA(m_key, "TEXT"));
+    EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegDeleteValueA(m_key, "Text"));
     EXPECT_EQ("<2>", TextOf("Text"));
 }
 
 TEST_F(Registry, DeletesAKeyWithoutKeysBelowAndATreeWithThem)
 {
     Create("One\\Two");
-    EXPECT_EQ(ERROR_ACCESS_DENIED, RegDeleteKeyA(key, "One"));
-    EXPECT_EQ(ERROR_SUCCESS, RegDeleteKeyA(key, "One\\Two"));
-    EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegDeleteKeyA(key, "One\\Two"));
-    EXPECT_EQ(ERROR_SUCCESS, RegDeleteKeyA(key, "One"));
+    EXPECT_EQ(ERROR_ACCESS_DENIED, RegDeleteKeyA(m_key, "One"));
+    EXPECT_EQ(ERROR_SUCCESS, RegDeleteKeyA(m_key, "One\\Two"));
+    EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegDeleteKeyA(m_key, "One\\Two"));
+    EXPECT_EQ(ERROR_SUCCESS, RegDeleteKeyA(m_key, "One"));
     Create("One\\Two\\Three");
-    EXPECT_EQ(ERROR_SUCCESS, RegDeleteTreeA(key, "One"));
-    EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegDeleteTreeA(key, "One"));
+    EXPECT_EQ(ERROR_SUCCESS, RegDeleteTreeA(m_key, "One"));
+    EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegDeleteTreeA(m_key, "One"));
     HKEY opened;
     ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExA(HKEY_CURRENT_USER, kBase, 0, KEY_READ, &opened));
     RegCloseKey(opened);
@@ -168,7 +168,7 @@ TEST_F(Registry, ListsTheKeysBelow)
     for (DWORD index = 0;; ++index) {
         char name[64];
         DWORD length = sizeof name;
-        const LSTATUS result = RegEnumKeyExA(key, index, name, &length, nullptr, nullptr, nullptr, nullptr);
+        const LSTATUS result = RegEnumKeyExA(m_key, index, name, &length, nullptr, nullptr, nullptr, nullptr);
         if (result == ERROR_NO_MORE_ITEMS)
             break;
         ASSERT_EQ(ERROR_SUCCESS, result);
@@ -178,7 +178,7 @@ TEST_F(Registry, ListsTheKeysBelow)
     EXPECT_EQ((std::vector<std::string>{"alpha", "Beta"}), names);
     char small[5];
     DWORD length = sizeof small;
-    EXPECT_EQ(ERROR_MORE_DATA, RegEnumKeyExA(key, 0, small, &length, nullptr, nullptr, nullptr, nullptr));
+    EXPECT_EQ(ERROR_MORE_DATA, RegEnumKeyExA(m_key, 0, small, &length, nullptr, nullptr, nullptr, nullptr));
 }
 
 TEST_F(Registry, RefusesHandlesThatAreNone)
@@ -194,8 +194,8 @@ TEST_F(Registry, RefusesHandlesThatAreNone)
 TEST_F(Registry, KnowsADeletedKeyByItsHandle)
 {
     HKEY below;
-    ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExA(key, "Gone", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &below, nullptr));
-    EXPECT_EQ(ERROR_SUCCESS, RegDeleteKeyA(key, "Gone"));
+    ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExA(m_key, "Gone", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &below, nullptr));
+    EXPECT_EQ(ERROR_SUCCESS, RegDeleteKeyA(m_key, "Gone"));
     const DWORD number = 1;
     EXPECT_EQ(ERROR_KEY_DELETED, RegSetValueExA(below, "x", 0, REG_DWORD, reinterpret_cast<const BYTE *>(&number), 4));
     EXPECT_EQ(ERROR_SUCCESS, RegCloseKey(below));

@@ -23,14 +23,14 @@ class SettingsFile : public testing::Test
     SettingsFile()
     {
         char name[] = "/tmp/settings_test.XXXXXX";
-        folder = mkdtemp(name);
-        file = folder / "settings.json";
-        setenv("ORLMAPI_SETTINGS", file.c_str(), 1);
+        m_folder = mkdtemp(name);
+        m_file = m_folder / "settings.json";
+        setenv("ORLMAPI_SETTINGS", m_file.c_str(), 1);
     }
     ~SettingsFile() override
     {
-        fs::permissions(folder, fs::perms::owner_all);
-        fs::remove_all(folder);
+        fs::permissions(m_folder, fs::perms::owner_all);
+        fs::remove_all(m_folder);
     }
     static LSTATUS Set(const char *name, DWORD number, const char *path = kPath)
     {
@@ -56,14 +56,14 @@ class SettingsFile : public testing::Test
     }
     std::string Content() const
     {
-        std::ifstream in(file);
+        std::ifstream in(m_file);
         std::stringstream text;
         text << in.rdbuf();
         return text.str();
     }
-    void Write(const std::string &text) const { std::ofstream(file) << text; }
+    void Write(const std::string &text) const { std::ofstream(m_file) << text; }
 
-    fs::path folder, file;
+    fs::path m_folder, m_file;
 };
 
 TEST_F(SettingsFile, HoldsAnObjectAKeyWithItsValues)
@@ -77,7 +77,7 @@ TEST_F(SettingsFile, HoldsAnObjectAKeyWithItsValues)
     const auto expected = nlohmann::json::parse(R"({"HKEY_LOCAL_MACHINE\\SOFTWARE\\BRANE\\host\\Debug":
         {"Filter Level": 8, "Module Name": "hosté", "ID Bitmap": {"binary": "ff001a"}}})");
     EXPECT_EQ(expected, nlohmann::json::parse(Content()));
-    EXPECT_EQ(0600, fs::status(file).permissions() == fs::perms(0600) ? 0600 : 0);
+    EXPECT_EQ(0600, fs::status(m_file).permissions() == fs::perms(0600) ? 0600 : 0);
 }
 
 TEST_F(SettingsFile, IsReadAsAnOperatorWroteIt)
@@ -97,17 +97,17 @@ TEST_F(SettingsFile, IsReadAgainWhenItHasChanged)
         std::string text = Content();
         text.replace(text.find("\": " + std::to_string(level - 1)), 4, "\": " + std::to_string(level));
         if (level % 2 == 0) {
-            const fs::file_time_type before = fs::last_write_time(file);
+            const fs::file_time_type before = fs::last_write_time(m_file);
             Write(text);
             // A kernel's time stamps may be too coarse to show it.
-            fs::last_write_time(file, before + std::chrono::seconds(1));
+            fs::last_write_time(m_file, before + std::chrono::seconds(1));
         } else {
-            std::ofstream(folder / "other") << text;
-            fs::rename(folder / "other", file);
+            std::ofstream(m_folder / "other") << text;
+            fs::rename(m_folder / "other", m_file);
         }
         EXPECT_EQ(level, Get("Filter Level"));
     }
-    fs::remove(file);
+    fs::remove(m_file);
     EXPECT_EQ(-ERROR_FILE_NOT_FOUND, Get("Filter Level"));
 }
 
@@ -135,10 +135,10 @@ TEST_F(SettingsFile, WithAValueThatIsNoneGivesAnErrorForThatValueAlone)
 
 TEST_F(SettingsFile, IsMadeWithTheFoldersAboveIt)
 {
-    file = folder / "a" / "b" / "settings.json";
-    setenv("ORLMAPI_SETTINGS", file.c_str(), 1);
+    m_file = m_folder / "a" / "b" / "settings.json";
+    setenv("ORLMAPI_SETTINGS", m_file.c_str(), 1);
     EXPECT_EQ(-ERROR_FILE_NOT_FOUND, Get("Filter Level"));
-    EXPECT_FALSE(fs::exists(folder / "a"));
+    EXPECT_FALSE(fs::exists(m_folder / "a"));
     EXPECT_EQ(ERROR_SUCCESS, Set("Filter Level", 3));
     EXPECT_EQ(3, Get("Filter Level"));
 }
@@ -146,26 +146,26 @@ TEST_F(SettingsFile, IsMadeWithTheFoldersAboveIt)
 TEST_F(SettingsFile, LiesInTheUsersConfigurationUnlessNamed)
 {
     unsetenv("ORLMAPI_SETTINGS");
-    setenv("XDG_CONFIG_HOME", (folder / "config").c_str(), 1);
+    setenv("XDG_CONFIG_HOME", (m_folder / "config").c_str(), 1);
     EXPECT_EQ(ERROR_SUCCESS, Set("Filter Level", 3));
-    EXPECT_TRUE(fs::exists(folder / "config/orlmapi/settings.json"));
+    EXPECT_TRUE(fs::exists(m_folder / "config/orlmapi/settings.json"));
     unsetenv("XDG_CONFIG_HOME");
     const std::string home = std::getenv("HOME") ? std::getenv("HOME") : "";
-    setenv("HOME", folder.c_str(), 1);
+    setenv("HOME", m_folder.c_str(), 1);
     EXPECT_EQ(ERROR_SUCCESS, Set("Filter Level", 4));
-    EXPECT_TRUE(fs::exists(folder / ".config/orlmapi/settings.json"));
+    EXPECT_TRUE(fs::exists(m_folder / ".config/orlmapi/settings.json"));
     setenv("HOME", home.c_str(), 1);
 }
 
 TEST_F(SettingsFile, ThatIsALinkStaysOne)
 {
-    std::ofstream(folder / "real.json") << "{}";
-    fs::create_symlink("real.json", file);
-    fs::permissions(folder / "real.json", fs::perms(0640));
+    std::ofstream(m_folder / "real.json") << "{}";
+    fs::create_symlink("real.json", m_file);
+    fs::permissions(m_folder / "real.json", fs::perms(0640));
     EXPECT_EQ(ERROR_SUCCESS, Set("Filter Level", 2));
-    EXPECT_TRUE(fs::is_symlink(file));
+    EXPECT_TRUE(fs::is_symlink(m_file));
     EXPECT_EQ(2, Get("Filter Level"));
-    EXPECT_EQ(fs::perms(0640), fs::status(folder / "real.json").permissions());
+    EXPECT_EQ(fs::perms(0640), fs::status(m_folder / "real.json").permissions());
 }
 
 // What a child process answers, by its exit status. A user with all rights would be refused nothing, so the child
@@ -186,15 +186,15 @@ int AsOrdinaryUser(int (*body)())
 TEST_F(SettingsFile, InAFolderThatCantBeWrittenToIsDenied)
 {
     ASSERT_EQ(ERROR_SUCCESS, Set("Filter Level", 3));
-    fs::permissions(folder, fs::perms(0555));
-    fs::permissions(file, fs::perms(0444));
+    fs::permissions(m_folder, fs::perms(0555));
+    fs::permissions(m_file, fs::perms(0444));
     EXPECT_EQ(ERROR_ACCESS_DENIED, AsOrdinaryUser([] { return static_cast<int>(Set("Filter Level", 4)); }));
     EXPECT_EQ(3, AsOrdinaryUser([] { return static_cast<int>(Get("Filter Level")); }));
     // A change that is none needs no right to write.
     EXPECT_EQ(ERROR_SUCCESS, AsOrdinaryUser([] { return static_cast<int>(Set("Filter Level", 3)); }));
-    fs::permissions(file, fs::perms(0000));
+    fs::permissions(m_file, fs::perms(0000));
     EXPECT_EQ(ERROR_ACCESS_DENIED, AsOrdinaryUser([] { return static_cast<int>(-Get("Filter Level")); }));
-    fs::permissions(folder, fs::perms(0000));
+    fs::permissions(m_folder, fs::perms(0000));
     EXPECT_EQ(ERROR_ACCESS_DENIED, AsOrdinaryUser([] { return static_cast<int>(Set("Filter Level", 4)); }));
 }
 
@@ -227,6 +227,6 @@ TEST_F(SettingsFile, LosesNoValueWhenManyProcessesWriteAtOnce)
         for (int i = 0; i < kValues; ++i)
             EXPECT_EQ(process * 100 + i, Get(Formats("%d-%d", process, i).c_str()));
     // The file, its lock, and nothing else.
-    EXPECT_EQ(2, std::distance(fs::directory_iterator(folder), fs::directory_iterator()));
+    EXPECT_EQ(2, std::distance(fs::directory_iterator(m_folder), fs::directory_iterator()));
 }
 } // namespace

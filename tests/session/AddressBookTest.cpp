@@ -13,8 +13,8 @@ class AddressBookTest : public SessionTest
         SessionTest::SetUp();
         Connect();
     }
-    HRESULT Find(const char *name = "alice") { return Session()->FindAddressBookEntry(name, identity); }
-    HRESULT Obtain(const char *name = "alice") { return Session()->ObtainMailboxName(name, identity); }
+    HRESULT Find(const char *name = "alice") { return Session()->FindAddressBookEntry(name, m_identity); }
+    HRESULT Obtain(const char *name = "alice") { return Session()->ObtainMailboxName(name, m_identity); }
     void ExpectClean()
     {
         EXPECT_THAT(LiveObjects(), testing::UnorderedElementsAre("Session", "Store(default)"));
@@ -25,7 +25,7 @@ class AddressBookTest : public SessionTest
         ExpectClean();
         SessionTest::TearDown();
     }
-    MailboxIdentity identity;
+    MailboxIdentity m_identity;
 };
 
 const char *const kWalk[] = {"Session.OpenAddressBook(0, NULL, 0x1)",
@@ -44,9 +44,9 @@ const char *const kWalk[] = {"Session.OpenAddressBook(0, NULL, 0x1)",
 TEST_F(AddressBookTest, TheWalkAsksTheGlobalAddressList)
 {
     EXPECT_EQ(Find(), S_OK);
-    EXPECT_EQ(identity.strDisplayName, "Alice Archer");
-    EXPECT_EQ(identity.strEmailAddress, kAliceDN);
-    EXPECT_EQ(identity.strAddressType, "EX");
+    EXPECT_EQ(m_identity.strDisplayName, "Alice Archer");
+    EXPECT_EQ(m_identity.strEmailAddress, kAliceDN);
+    EXPECT_EQ(m_identity.strAddressType, "EX");
     const auto calls = Calls();
     ASSERT_EQ(calls.size(), std::size(kWalk));
     for (size_t i = 0; i < calls.size(); ++i)
@@ -66,35 +66,35 @@ TEST_F(AddressBookTest, ObtainingEndsWithAFoundEntry)
 
 TEST_F(AddressBookTest, AnEntryOfAnotherAddressTypeIsIgnoredAndTheNextOneTaken)
 {
-    mapi.world.globalAddressList->contents->rows.clear();
-    mapi.world.users.clear();
-    mapi.world.AddUser("ann1", "Ann One", "SMTP", "ann@elsewhere.example");
-    mapi.world.AddUser("ann2", "Ann Two", "ex");
+    m_mapi.world.globalAddressList->contents->rows.clear();
+    m_mapi.world.users.clear();
+    m_mapi.world.AddUser("ann1", "Ann One", "SMTP", "ann@elsewhere.example");
+    m_mapi.world.AddUser("ann2", "Ann Two", "ex");
     EXPECT_EQ(Find("ann"), S_OK);
-    EXPECT_EQ(identity.strDisplayName, "Ann Two");
-    EXPECT_EQ(identity.strAddressType, "ex") << "the type is compared without case and copied as it is";
-    EXPECT_THAT(trace.Texts(0x00660005),
+    EXPECT_EQ(m_identity.strDisplayName, "Ann Two");
+    EXPECT_EQ(m_identity.strAddressType, "ex") << "the type is compared without case and copied as it is";
+    EXPECT_THAT(m_trace.Texts(0x00660005),
                 ElementsAre(Like("FindAddressBookEntry[*]: Ignoring address entry type SMTP for ann.")));
-    EXPECT_THAT(trace.Texts(0x00660008), Contains(StartsWith("Processing [ann] - Address Type=SMTP, ")));
+    EXPECT_THAT(m_trace.Texts(0x00660008), Contains(StartsWith("Processing [ann] - Address Type=SMTP, ")));
     EXPECT_THAT(Errors(), IsEmpty());
 }
 
 TEST_F(AddressBookTest, TheFirstExchangeEntryEndsTheWalk)
 {
-    mapi.world.AddUser("alice2", "Alice Two");
+    m_mapi.world.AddUser("alice2", "Alice Two");
     EXPECT_EQ(Find(), S_OK);
-    EXPECT_EQ(identity.strDisplayName, "Alice Archer");
-    EXPECT_EQ(mapi.recorder.Count("Container(GAL).OpenEntry"), 1);
+    EXPECT_EQ(m_identity.strDisplayName, "Alice Archer");
+    EXPECT_EQ(m_mapi.recorder.Count("Container(GAL).OpenEntry"), 1);
 }
 
 TEST_F(AddressBookTest, AnExchangeEntryWithoutAnEmailAddressIsSkippedSilently)
 {
-    auto &props = mapi.world.users[0]->props;
+    auto &props = m_mapi.world.users[0]->props;
     props.erase(std::remove_if(props.begin(), props.end(), [](const Value &v) { return v.tag == PR_EMAIL_ADDRESS_A; }),
                 props.end());
-    identity.strEmailAddress = "kept";
+    m_identity.strEmailAddress = "kept";
     EXPECT_EQ(Find(), S_FALSE);
-    EXPECT_EQ(identity.strEmailAddress, "kept");
+    EXPECT_EQ(m_identity.strEmailAddress, "kept");
     EXPECT_THAT(Errors(), ElementsAre(Like("*FindAddressBookEntry[#]: Error 0x8004010f [MAPI_E_NOT_FOUND] from "
                                            "HrGetOneProp trying to get the email address property for the mailbox "
                                            "entry for alice.")));
@@ -104,18 +104,18 @@ TEST_F(AddressBookTest, AnExchangeEntryWithoutAnEmailAddressIsSkippedSilently)
 
 TEST_F(AddressBookTest, AMissingDisplayNameIsReportedAndDoesNotMatter)
 {
-    mapi.script.Tell("HrGetOneProp(User(alice), PR_DISPLAY_NAME_A)", Fails(MAPI_E_NOT_FOUND));
-    identity.strDisplayName = "kept";
+    m_mapi.script.Tell("HrGetOneProp(User(alice), PR_DISPLAY_NAME_A)", Fails(MAPI_E_NOT_FOUND));
+    m_identity.strDisplayName = "kept";
     EXPECT_EQ(Find(), S_OK);
-    EXPECT_EQ(identity.strDisplayName, "kept");
-    EXPECT_EQ(identity.strEmailAddress, kAliceDN);
+    EXPECT_EQ(m_identity.strDisplayName, "kept");
+    EXPECT_EQ(m_identity.strEmailAddress, kAliceDN);
     EXPECT_THAT(Errors(), ElementsAre(Like("*from HrGetOneProp trying to get the display name property for the mailbox "
                                            "entry for alice.")));
 }
 
 TEST_F(AddressBookTest, AMissingAddressTypeMakesTheEntryNoExchangeEntry)
 {
-    mapi.script.Tell("HrGetOneProp(User(alice), PR_ADDRTYPE_A)", Fails(MAPI_E_NOT_FOUND));
+    m_mapi.script.Tell("HrGetOneProp(User(alice), PR_ADDRTYPE_A)", Fails(MAPI_E_NOT_FOUND));
     EXPECT_EQ(Find(), S_FALSE);
     EXPECT_THAT(Errors(), ElementsAre(Like("*from HrGetOneProp trying to get the email address type for the mailbox "
                                            "entry for alice.")));
@@ -130,9 +130,9 @@ TEST_F(AddressBookTest, NobodyOfThatNameIsNoFailureOfTheWalk)
 
 TEST_F(AddressBookTest, WithoutAGlobalAddressListMapiResolvesTheName)
 {
-    mapi.world.rootContainer->hierarchy->rows.clear();
+    m_mapi.world.rootContainer->hierarchy->rows.clear();
     EXPECT_EQ(Obtain(), S_OK);
-    EXPECT_EQ(identity.strDisplayName, "Alice Archer");
+    EXPECT_EQ(m_identity.strDisplayName, "Alice Archer");
     EXPECT_THAT(Errors(), ElementsAre(Like("*FindAddressBookEntry[#]: Error * from HrQueryAllRows no rows retrieved "
                                            "from the global address book.")));
     const auto calls = Calls();
@@ -148,45 +148,45 @@ TEST_F(AddressBookTest, WithoutAGlobalAddressListMapiResolvesTheName)
 
 TEST_F(AddressBookTest, TheListForTheNameResolutionIsBuiltOfTwoRootsAndOneChild)
 {
-    mapi.world.rootContainer->hierarchy->rows.clear();
+    m_mapi.world.rootContainer->hierarchy->rows.clear();
     Forget();
     EXPECT_EQ(Obtain(), S_OK);
     std::vector<std::string> allocations;
-    for (const std::string &call : mapi.recorder.Memory())
+    for (const std::string &call : m_mapi.recorder.Memory())
         if (call.find("MAPIAllocate") == 0)
             allocations.push_back(call);
     EXPECT_THAT(allocations, ElementsAre("MAPIAllocateBuffer(" + std::to_string(CbNewADRLIST(1)) + ")",
                                          "MAPIAllocateBuffer(" + std::to_string(sizeof(SPropValue)) + ")",
                                          "MAPIAllocateMore(6, block 2)"));
-    EXPECT_THAT(mapi.recorder.Memory(), Contains("FreePadrlist(block 1)"));
+    EXPECT_THAT(m_mapi.recorder.Memory(), Contains("FreePadrlist(block 1)"));
 }
 
 TEST_F(AddressBookTest, AListThatCannotBeAllocatedIsReportedAndNothingIsResolved)
 {
-    mapi.world.globalAddressList->contents->rows.clear();
+    m_mapi.world.globalAddressList->contents->rows.clear();
     const std::pair<const char *, int> allocations[] = {
         {"MAPIAllocateBuffer", 1}, {"MAPIAllocateBuffer", 2}, {"MAPIAllocateMore", 1}};
     for (const auto &[call, nth] : allocations) {
         SCOPED_TRACE(call + std::to_string(nth));
-        mapi.script.Clear();
-        mapi.script.Tell(call, Fails(E_OUTOFMEMORY).Nth(nth));
+        m_mapi.script.Clear();
+        m_mapi.script.Tell(call, Fails(E_OUTOFMEMORY).Nth(nth));
         Forget();
         EXPECT_EQ(Obtain(), E_OUTOFMEMORY);
         EXPECT_THAT(Errors(), ElementsAre(ErrorLine("CMAPIImpl::UpdateAddressList", E_OUTOFMEMORY, call, "")));
-        EXPECT_EQ(mapi.recorder.Count("AddrBook.ResolveName"), 0);
+        EXPECT_EQ(m_mapi.recorder.Count("AddrBook.ResolveName"), 0);
         ExpectClean();
     }
 }
 
 TEST_F(AddressBookTest, WhatWasReadBeforeAFailureStaysWithTheCaller)
 {
-    mapi.world.globalAddressList->contents->rows.clear();
-    mapi.script.Tell("HrGetOneProp(User(alice), PR_DISPLAY_NAME_A)", Fails(MAPI_E_NETWORK_ERROR));
-    identity.strDisplayName = "kept";
+    m_mapi.world.globalAddressList->contents->rows.clear();
+    m_mapi.script.Tell("HrGetOneProp(User(alice), PR_DISPLAY_NAME_A)", Fails(MAPI_E_NETWORK_ERROR));
+    m_identity.strDisplayName = "kept";
     EXPECT_EQ(Obtain(), MAPI_E_NETWORK_ERROR);
-    EXPECT_EQ(identity.strAddressType, "EX");
-    EXPECT_EQ(identity.strEmailAddress, kAliceDN);
-    EXPECT_EQ(identity.strDisplayName, "kept");
+    EXPECT_EQ(m_identity.strAddressType, "EX");
+    EXPECT_EQ(m_identity.strEmailAddress, kAliceDN);
+    EXPECT_EQ(m_identity.strDisplayName, "kept");
 }
 
 TEST_F(AddressBookTest, AnyFailureOfTheWalkFallsBackToTheNameResolution)
@@ -194,11 +194,11 @@ TEST_F(AddressBookTest, AnyFailureOfTheWalkFallsBackToTheNameResolution)
     for (const char *call : {"AddrBook.OpenEntry(eid(), NULL, 0x210)", "Container.GetHierarchyTable",
                              "Container.GetContentsTable", "Container.OpenEntry"}) {
         SCOPED_TRACE(call);
-        mapi.script.Clear();
-        mapi.script.Tell(call, Fails(MAPI_E_NETWORK_ERROR));
+        m_mapi.script.Clear();
+        m_mapi.script.Tell(call, Fails(MAPI_E_NETWORK_ERROR));
         Forget();
         EXPECT_EQ(Obtain(), S_OK);
-        EXPECT_EQ(mapi.recorder.Count("AddrBook.ResolveName"), 1);
+        EXPECT_EQ(m_mapi.recorder.Count("AddrBook.ResolveName"), 1);
         EXPECT_EQ(Errors().size(), 1u);
         ExpectClean();
     }
@@ -224,8 +224,8 @@ TEST_F(AddressBookTest, EveryStepOfTheWalkHasItsSentence)
     };
     for (const auto &expected : cases) {
         SCOPED_TRACE(expected.call);
-        mapi.script.Clear();
-        mapi.script.Tell(expected.call, Fails(MAPI_E_NETWORK_ERROR));
+        m_mapi.script.Clear();
+        m_mapi.script.Tell(expected.call, Fails(MAPI_E_NETWORK_ERROR));
         Forget();
         EXPECT_EQ(Find(), MAPI_E_NETWORK_ERROR);
         EXPECT_THAT(Errors(),
@@ -233,8 +233,8 @@ TEST_F(AddressBookTest, EveryStepOfTheWalkHasItsSentence)
                                      std::string(expected.reported))));
         ExpectClean();
     }
-    mapi.script.Clear();
-    mapi.script.Tell("AddrBook.OpenEntry", Fails(MAPI_E_NETWORK_ERROR).Nth(2));
+    m_mapi.script.Clear();
+    m_mapi.script.Tell("AddrBook.OpenEntry", Fails(MAPI_E_NETWORK_ERROR).Nth(2));
     Forget();
     EXPECT_EQ(Find(), MAPI_E_NETWORK_ERROR);
     EXPECT_THAT(Errors(), ElementsAre(Like("*from OpenEntry trying to open the global address book for alice.")));
@@ -242,7 +242,7 @@ TEST_F(AddressBookTest, EveryStepOfTheWalkHasItsSentence)
 
 TEST_F(AddressBookTest, EveryStepOfTheNameResolutionHasItsSentence)
 {
-    mapi.world.globalAddressList->contents->rows.clear(); // the walk finds nobody, without a line
+    m_mapi.world.globalAddressList->contents->rows.clear(); // the walk finds nobody, without a line
     const struct {
         const char *call;
         Answer answer;
@@ -259,8 +259,8 @@ TEST_F(AddressBookTest, EveryStepOfTheNameResolutionHasItsSentence)
     };
     for (const auto &expected : cases) {
         SCOPED_TRACE(expected.call);
-        mapi.script.Clear();
-        mapi.script.Tell(expected.call, expected.answer);
+        m_mapi.script.Clear();
+        m_mapi.script.Tell(expected.call, expected.answer);
         Forget();
         EXPECT_EQ(Obtain(), MAPI_E_NETWORK_ERROR);
         EXPECT_THAT(Errors(), ElementsAre(Like("*ObtainMailboxName[#]: Error 0x80040115 [MAPI_E_NETWORK_ERROR] from " +
@@ -271,15 +271,15 @@ TEST_F(AddressBookTest, EveryStepOfTheNameResolutionHasItsSentence)
 
 TEST_F(AddressBookTest, TheNameResolutionGoesOnAfterAMissingPropertyAndItsLastReadDecides)
 {
-    mapi.world.globalAddressList->contents->rows.clear();
-    mapi.script.Tell("HrGetOneProp(User(alice), PR_ADDRTYPE_A)", Fails(MAPI_E_NOT_FOUND));
-    mapi.script.Tell("HrGetOneProp(User(alice), PR_EMAIL_ADDRESS_A)", Fails(MAPI_E_NOT_FOUND));
-    identity.strAddressType = "kept";
-    identity.strEmailAddress = "kept";
+    m_mapi.world.globalAddressList->contents->rows.clear();
+    m_mapi.script.Tell("HrGetOneProp(User(alice), PR_ADDRTYPE_A)", Fails(MAPI_E_NOT_FOUND));
+    m_mapi.script.Tell("HrGetOneProp(User(alice), PR_EMAIL_ADDRESS_A)", Fails(MAPI_E_NOT_FOUND));
+    m_identity.strAddressType = "kept";
+    m_identity.strEmailAddress = "kept";
     EXPECT_EQ(Obtain(), S_OK);
-    EXPECT_EQ(identity.strDisplayName, "Alice Archer");
-    EXPECT_EQ(identity.strAddressType, "kept");
-    EXPECT_EQ(identity.strEmailAddress, "kept");
+    EXPECT_EQ(m_identity.strDisplayName, "Alice Archer");
+    EXPECT_EQ(m_identity.strAddressType, "kept");
+    EXPECT_EQ(m_identity.strEmailAddress, "kept");
     EXPECT_THAT(Errors(),
                 ElementsAre(Like("*trying to get the address type property for the mailbox entry for alice."),
                             Like("*trying to get the email address property for the mailbox entry for alice.")));
@@ -287,8 +287,8 @@ TEST_F(AddressBookTest, TheNameResolutionGoesOnAfterAMissingPropertyAndItsLastRe
 
 TEST_F(AddressBookTest, ANameResolvedWithoutAnEntryIdCannotBeOpened)
 {
-    mapi.world.globalAddressList->contents->rows.clear();
-    mapi.script.Tell("PpropFindProp", GivesNull());
+    m_mapi.world.globalAddressList->contents->rows.clear();
+    m_mapi.script.Tell("PpropFindProp", GivesNull());
     EXPECT_TRUE(FAILED(Obtain()));
     EXPECT_THAT(Errors(), ElementsAre(Like("*from OpenEntry trying to open the mailbox entry for alice.")));
 }
@@ -296,14 +296,14 @@ TEST_F(AddressBookTest, ANameResolvedWithoutAnEntryIdCannotBeOpened)
 TEST_F(AddressBookTest, AnUnknownAndAnAmbiguousNameFailAsMapiSays)
 {
     EXPECT_EQ(Obtain("nobody"), MAPI_E_NOT_FOUND);
-    mapi.world.globalAddressList->contents->rows.clear();
+    m_mapi.world.globalAddressList->contents->rows.clear();
     EXPECT_EQ(Obtain(""), MAPI_E_AMBIGUOUS_RECIP);
 }
 
 TEST_F(AddressBookTest, AnAddressBookThatDoesNotKnowTheNoCacheFlagIsAskedOnceMore)
 {
-    mapi.script.Tell("AddrBook.OpenEntry(eid(), NULL, 0x210)", Fails(MAPI_E_UNKNOWN_FLAGS).WithOutput());
-    mapi.script.Tell("Container(GAL).OpenEntry", Fails(MAPI_E_UNKNOWN_FLAGS).Once());
+    m_mapi.script.Tell("AddrBook.OpenEntry(eid(), NULL, 0x210)", Fails(MAPI_E_UNKNOWN_FLAGS).WithOutput());
+    m_mapi.script.Tell("Container(GAL).OpenEntry", Fails(MAPI_E_UNKNOWN_FLAGS).Once());
     EXPECT_EQ(Find(), S_OK);
     EXPECT_THAT(Calls(), Contains("AddrBook.OpenEntry(eid(), NULL, 0x10)"));
     EXPECT_THAT(Calls(), Contains(Like("Container(GAL).OpenEntry(eid(user:alice), *, 0x10)")));
@@ -315,7 +315,7 @@ TEST_F(AddressBookTest, NamesOfAnyScriptAreLookedUpAsTheyAre)
     for (const char *name :
          {"J\xC3\xBCrgen", "\xCE\x93\xCE\xB9\xCF\x8E", "\xE5\xB1\xB1\xE7\x94\xB0", "\xF0\x9F\x8E\xA4", "\xE9\xFF"}) {
         SCOPED_TRACE(name);
-        mapi.world.AddUser(name, "Somebody");
+        m_mapi.world.AddUser(name, "Somebody");
         Forget();
         EXPECT_EQ(Find(name), S_OK);
         EXPECT_THAT(Calls(),
@@ -325,28 +325,28 @@ TEST_F(AddressBookTest, NamesOfAnyScriptAreLookedUpAsTheyAre)
 
 TEST_F(AddressBookTest, RowsThatHoldNoEntryIdDoNoHarm)
 {
-    mapi.world.rootContainer->hierarchy->rows = {{Long(PR_DISPLAY_TYPE, 0x20000)}};
+    m_mapi.world.rootContainer->hierarchy->rows = {{Long(PR_DISPLAY_TYPE, 0x20000)}};
     EXPECT_TRUE(FAILED(Find()));
-    mapi.world.rootContainer->hierarchy->rows = {{Null(PR_ENTRYID)}};
+    m_mapi.world.rootContainer->hierarchy->rows = {{Null(PR_ENTRYID)}};
     Find();
-    mapi.world.rootContainer->hierarchy->raw = true;
-    mapi.world.rootContainer->hierarchy->rows = {{}};
+    m_mapi.world.rootContainer->hierarchy->raw = true;
+    m_mapi.world.rootContainer->hierarchy->rows = {{}};
     EXPECT_TRUE(FAILED(Find()));
 }
 
 TEST_F(AddressBookTest, BothLookUpsNeedASession)
 {
-    OrlMapiDisconnect(hConnection);
+    OrlMapiDisconnect(m_hConnection);
     Forget();
     LPADRLIST list = nullptr;
     EXPECT_EQ(Obtain(), E_FAIL);
     EXPECT_EQ(Session()->CreateAddressList(&list, "alice"), E_FAIL);
-    mapi.script.Tell("MAPILogonEx", Fails(MAPI_E_LOGON_FAILED));
-    OrlMapiConnectA(hConnection, "s", "m", "p");
+    m_mapi.script.Tell("MAPILogonEx", Fails(MAPI_E_LOGON_FAILED));
+    OrlMapiConnectA(m_hConnection, "s", "m", "p");
     EXPECT_EQ(Obtain(), MAPI_E_LOGON_FAILED);
     EXPECT_EQ(Session()->CreateAddressList(&list, "alice"), MAPI_E_LOGON_FAILED);
     EXPECT_EQ(list, nullptr);
-    mapi.script.Clear();
+    m_mapi.script.Clear();
     Connect();
 }
 

@@ -35,11 +35,11 @@ std::string QueryOf(const std::string &columns, const std::string &end, const st
 TEST_F(CalendarTest, ADayIsOneQueryOfTheCalendarFolder)
 {
     Add("Meeting");
-    mapi.recorder.Forget();
+    m_mapi.recorder.Forget();
     EXPECT_THAT(Subjects(), ElementsAre("Meeting"));
     EXPECT_EQ(TicksOf({2026, 11, 0, 23, 0, 0, 0, 0}), 0x1DD7ADD952B8000u);
     EXPECT_EQ(TicksOf({2026, 11, 0, 23, 23, 59, 0, 0}), 0x1DD7BA69BD1FA00u);
-    EXPECT_THAT(mapi.recorder.Calls(),
+    EXPECT_THAT(m_mapi.recorder.Calls(),
                 ElementsAre("Store(alice).GetReceiveFolder(NULL, 0, NULL)",
                             "Store(alice).OpenEntry(eid(folder:alice/Inbox), IMAPIFolder, 0x210)",
                             "Folder(alice/Inbox).GetProps([0x36D00102], 0)",
@@ -55,9 +55,9 @@ TEST_F(CalendarTest, WhatIsHeldIsGivenBackBeforeTheFolderThatItCameFrom)
 {
     Add("Meeting");
     DayA day;
-    mapi.recorder.Forget();
+    m_mapi.recorder.Forget();
     Read(day);
-    const std::vector<std::string> all = mapi.recorder.Everything();
+    const std::vector<std::string> all = m_mapi.recorder.Everything();
     const auto at = [&](const std::string &call) {
         const auto found = std::find(all.begin(), all.end(), call);
         EXPECT_NE(found, all.end()) << call;
@@ -80,21 +80,21 @@ TEST_F(CalendarTest, NamesThatCannotBeResolvedLeaveTheBareIdentifiers)
                                      "0x82160000, 0x82310000",
                                      "0x820E0000", "0x820D0000", "0x00050000", false);
     for (const bool gives : {false, true}) {
-        mapi.script.Clear();
-        mapi.script.Tell("Folder.GetIDsFromNames", gives ? GivesNull() : Fails(MAPI_E_NO_SUPPORT));
+        m_mapi.script.Clear();
+        m_mapi.script.Tell("Folder.GetIDsFromNames", gives ? GivesNull() : Fails(MAPI_E_NO_SUPPORT));
         Forget();
         EXPECT_THAT(Subjects(), IsEmpty());
-        EXPECT_THAT(mapi.recorder.Calls(), Contains(bare));
+        EXPECT_THAT(m_mapi.recorder.Calls(), Contains(bare));
         EXPECT_THAT(ErrorLines(), IsEmpty());
     }
 }
 
 TEST_F(CalendarTest, ANameThatTheFolderDoesNotKnowKeepsItsType)
 {
-    calendar->ids.erase("{00062002-0000-0000-c000-000000000046}/0x8208");
+    m_calendar->ids.erase("{00062002-0000-0000-c000-000000000046}/0x8208");
     Add("Meeting");
     EXPECT_THAT(Subjects(), ElementsAre("Meeting"));
-    EXPECT_THAT(mapi.recorder.Calls(), Contains(HasSubstr("[0x8001000B, 0x80020003, 0x0000001F, 0x80040040,")));
+    EXPECT_THAT(m_mapi.recorder.Calls(), Contains(HasSubstr("[0x8001000B, 0x80020003, 0x0000001F, 0x80040040,")));
 }
 
 TEST_F(CalendarTest, ADayIsTraced)
@@ -122,7 +122,7 @@ TEST_F(CalendarTest, ADayIsTraced)
 
 TEST_F(CalendarTest, TheNumberOfEventsIsTracedAfterAFailureToo)
 {
-    mapi.script.Tell("HrQueryAllRows", Fails(MAPI_E_NETWORK_ERROR));
+    m_mapi.script.Tell("HrQueryAllRows", Fails(MAPI_E_NETWORK_ERROR));
     DayA day;
     Read(day);
     EXPECT_EQ(day.hr, MAPI_E_NETWORK_ERROR);
@@ -160,8 +160,8 @@ TEST_F(CalendarTest, FailuresAreNamed)
     Add("Meeting");
     for (const auto &failing : cases) {
         SCOPED_TRACE(failing.report);
-        mapi.script.Clear();
-        mapi.script.Tell(failing.call, Fails(MAPI_E_NETWORK_ERROR).Nth(failing.nth));
+        m_mapi.script.Clear();
+        m_mapi.script.Tell(failing.call, Fails(MAPI_E_NETWORK_ERROR).Nth(failing.nth));
         ForgetTrace();
         DayA day;
         Read(day);
@@ -175,8 +175,8 @@ TEST_F(CalendarTest, FailuresAreNamed)
 
 TEST_F(CalendarTest, WhatAnObjectSaysAboutItsFailureIsReported)
 {
-    mapi.script.Tell("HrQueryAllRows", Fails(MAPI_E_TOO_COMPLEX));
-    mapi.script.SetLastError("Table(alice/Calendar)", {"Too much at once", "Store", 7});
+    m_mapi.script.Tell("HrQueryAllRows", Fails(MAPI_E_TOO_COMPLEX));
+    m_mapi.script.SetLastError("Table(alice/Calendar)", {"Too much at once", "Store", 7});
     DayA day;
     Read(day);
     ASSERT_EQ(ErrorLines().size(), 1u);
@@ -185,32 +185,32 @@ TEST_F(CalendarTest, WhatAnObjectSaysAboutItsFailureIsReported)
 
 TEST_F(CalendarTest, AMailboxWithoutCalendarHasNoEvents)
 {
-    mapi.world.mailboxes.at("alice")->inbox->props = {
-        Binary(PR_ENTRYID, mapi.world.mailboxes.at("alice")->inbox->entryId)};
+    m_mapi.world.mailboxes.at("alice")->inbox->props = {
+        Binary(PR_ENTRYID, m_mapi.world.mailboxes.at("alice")->inbox->entryId)};
     DayA day;
     Read(day);
     EXPECT_TRUE(SUCCEEDED(day.hr));
     EXPECT_EQ(day.count, 0u);
     EXPECT_NE(day.events, nullptr);
-    EXPECT_EQ(mapi.recorder.Count("Folder.GetContentsTable"), 0);
+    EXPECT_EQ(m_mapi.recorder.Count("Folder.GetContentsTable"), 0);
 
     // A value of another type is not the calendar's.
-    mapi.world.mailboxes.at("alice")->inbox->raw = true;
-    mapi.world.mailboxes.at("alice")->inbox->props = {Text(PROP_TAG(PT_STRING8, 0x36D0), "calendar")};
+    m_mapi.world.mailboxes.at("alice")->inbox->raw = true;
+    m_mapi.world.mailboxes.at("alice")->inbox->props = {Text(PROP_TAG(PT_STRING8, 0x36D0), "calendar")};
     DayA other;
     Read(other);
     EXPECT_TRUE(SUCCEEDED(other.hr));
-    EXPECT_EQ(mapi.recorder.Count("Folder.GetContentsTable"), 0);
+    EXPECT_EQ(m_mapi.recorder.Count("Folder.GetContentsTable"), 0);
 }
 
 TEST_F(CalendarTest, EveryCalendarThatTheFolderNamesIsReadAndTheLastOneSaysHowItWent)
 {
     Add("Meeting");
-    FolderData &inbox = *mapi.world.mailboxes.at("alice")->inbox;
+    FolderData &inbox = *m_mapi.world.mailboxes.at("alice")->inbox;
     inbox.raw = true;
-    inbox.props = {Binary(kCalendarId, calendar->entryId), Binary(kCalendarId, calendar->entryId)};
+    inbox.props = {Binary(kCalendarId, m_calendar->entryId), Binary(kCalendarId, m_calendar->entryId)};
     EXPECT_THAT(Subjects(), ElementsAre("Meeting", "Meeting"));
-    inbox.props = {Binary(kCalendarId, EntryIdOf("gone")), Binary(kCalendarId, calendar->entryId)};
+    inbox.props = {Binary(kCalendarId, EntryIdOf("gone")), Binary(kCalendarId, m_calendar->entryId)};
     EXPECT_THAT(Subjects(), ElementsAre("Meeting"));
     std::swap(inbox.props[0], inbox.props[1]);
     DayA day;
@@ -224,24 +224,25 @@ TEST_F(CalendarTest, UnknownConnectionsAndMailboxesAreRefused)
     DayA day;
     for (const DWORD unknown : {DWORD{0}, DWORD{40000}}) {
         day.count = 9;
-        EXPECT_EQ(OrlMapiObtainCalendarEventsA(unknown, mailbox, "11/23/2026", &day.events, &day.count), E_INVALIDARG);
+        EXPECT_EQ(OrlMapiObtainCalendarEventsA(unknown, m_mailbox, "11/23/2026", &day.events, &day.count),
+                  E_INVALIDARG);
         EXPECT_EQ(day.count, 0u);
     }
     day.count = 9;
-    EXPECT_EQ(OrlMapiObtainCalendarEventsA(connection, 0, "11/23/2026", &day.events, &day.count), E_INVALIDARG);
+    EXPECT_EQ(OrlMapiObtainCalendarEventsA(m_connection, 0, "11/23/2026", &day.events, &day.count), E_INVALIDARG);
     EXPECT_EQ(day.count, 0u);
     EXPECT_EQ(day.events, nullptr);
     DayW wide;
-    EXPECT_EQ(OrlMapiObtainCalendarEventsW(connection, 0, OLESTR("11/23/2026"), &wide.events, &wide.count),
+    EXPECT_EQ(OrlMapiObtainCalendarEventsW(m_connection, 0, OLESTR("11/23/2026"), &wide.events, &wide.count),
               E_INVALIDARG);
     EXPECT_EQ(wide.count, 0u);
-    EXPECT_THAT(mapi.recorder.Calls(), IsEmpty());
+    EXPECT_THAT(m_mapi.recorder.Calls(), IsEmpty());
 }
 
 TEST_F(CalendarTest, TheMemberRefusesANullStore)
 {
     std::vector<CalendarEvent> events(1);
-    EXPECT_EQ(CMAPIImpl::Locate(connection)->ObtainCalendarEvents(nullptr, "11/23/2026", events), E_POINTER);
+    EXPECT_EQ(CMAPIImpl::Locate(m_connection)->ObtainCalendarEvents(nullptr, "11/23/2026", events), E_POINTER);
     EXPECT_EQ(CountLines("CMAPIImpl::ObtainCalendarEvents[n]: Error pIMsgStore is NULL."), 1);
 }
 
@@ -249,11 +250,11 @@ TEST_F(CalendarTest, TheMemberBeginsWithAnEmptyList)
 {
     Add("Meeting");
     std::vector<CalendarEvent> events(3);
-    auto *store = reinterpret_cast<IMsgStore *>(mailbox);
-    EXPECT_EQ(CMAPIImpl::Locate(connection)->ObtainCalendarEvents(store, "11/23/2026", events), S_OK);
+    auto *store = reinterpret_cast<IMsgStore *>(m_mailbox);
+    EXPECT_EQ(CMAPIImpl::Locate(m_connection)->ObtainCalendarEvents(store, "11/23/2026", events), S_OK);
     EXPECT_EQ(events.size(), 1u);
-    mapi.script.Tell("Store.GetReceiveFolder", Fails(MAPI_E_NOT_FOUND));
-    EXPECT_EQ(CMAPIImpl::Locate(connection)->ObtainCalendarEvents(store, "11/23/2026", events), MAPI_E_NOT_FOUND);
+    m_mapi.script.Tell("Store.GetReceiveFolder", Fails(MAPI_E_NOT_FOUND));
+    EXPECT_EQ(CMAPIImpl::Locate(m_connection)->ObtainCalendarEvents(store, "11/23/2026", events), MAPI_E_NOT_FOUND);
     EXPECT_TRUE(events.empty());
 }
 
@@ -267,7 +268,7 @@ TEST_F(CalendarTest, ATextThatIsNoDateEndsTheScan)
         Read(day, date);
         EXPECT_EQ(day.hr, static_cast<HRESULT>(0x80020005));
         EXPECT_EQ(day.count, 0u);
-        EXPECT_EQ(mapi.recorder.Count("HrQueryAllRows"), 0);
+        EXPECT_EQ(m_mapi.recorder.Count("HrQueryAllRows"), 0);
         ASSERT_EQ(ErrorLines().size(), 1u);
         EXPECT_THAT(ErrorLines()[0], AllOf(StartsWith("CMAPIImpl::UCTTimeFromString[n]: Error 0x80020005 ["),
                                            EndsWith("] from VarDateFromStr.")));
@@ -280,7 +281,7 @@ TEST_F(CalendarTest, ADateBeforeAllFileTimesIsReportedByEachConversion)
     DayA day;
     Read(day, "1/1/1600");
     EXPECT_EQ(day.hr, E_INVALIDARG);
-    EXPECT_EQ(mapi.recorder.Count("HrQueryAllRows"), 0);
+    EXPECT_EQ(m_mapi.recorder.Count("HrQueryAllRows"), 0);
     EXPECT_THAT(ErrorLines(), ElementsAre(AllOf(StartsWith("CMAPIImpl::UCTTimeFromLocalTime[n]: Error 0x000057 ["),
                                                 EndsWith("] from SystemTimeToFileTime.")),
                                           AllOf(StartsWith("CMAPIImpl::ScanCalendarFolder[n]: Error 0x000057 ["),
@@ -295,7 +296,7 @@ TEST_F(CalendarTest, AnEmptyOrMissingDateIsTheFirstOfVariantDates)
         char bound[32];
         std::snprintf(bound, sizeof bound, ">= 0x%llX)",
                       static_cast<unsigned long long>(TicksOf({1899, 12, 0, 30, 0, 0, 0, 0})));
-        EXPECT_THAT(mapi.recorder.Calls(), Contains(HasSubstr(bound)));
+        EXPECT_THAT(m_mapi.recorder.Calls(), Contains(HasSubstr(bound)));
     }
     EXPECT_EQ(CountLines("Assertion failed: Invalid string passed to tstring::tstring"), 0);
     EXPECT_THAT(Lines(), Contains(StartsWith("Assertion failed: Invalid string passed to tstring::tstring")));
@@ -318,10 +319,10 @@ TEST_F(CalendarTest, EveryFailureIsTheResultOnceReportedAndNothingIsLeft)
             },
             [&] {
                 if (wide)
-                    hr = OrlMapiObtainCalendarEventsW(connection, mailbox, OLESTR("11/23/2026"),
+                    hr = OrlMapiObtainCalendarEventsW(m_connection, m_mailbox, OLESTR("11/23/2026"),
                                                       reinterpret_cast<CalendarEventW **>(&block), &count);
                 else
-                    hr = OrlMapiObtainCalendarEventsA(connection, mailbox, "11/23/2026",
+                    hr = OrlMapiObtainCalendarEventsA(m_connection, m_mailbox, "11/23/2026",
                                                       reinterpret_cast<CalendarEventA **>(&block), &count);
             },
             [&](const Round &round) {
@@ -354,10 +355,10 @@ TEST_F(CalendarTest, EveryFailureIsTheResultOnceReportedAndNothingIsLeft)
 TEST_F(CalendarTest, AStoreThatKnowsNoCacheFlagIsAskedAgain)
 {
     Add("Meeting");
-    mapi.script.Tell("Store(alice).OpenEntry(eid(folder:alice/Calendar), IMAPIFolder, 0x210)",
-                     Fails(MAPI_E_UNKNOWN_FLAGS));
+    m_mapi.script.Tell("Store(alice).OpenEntry(eid(folder:alice/Calendar), IMAPIFolder, 0x210)",
+                       Fails(MAPI_E_UNKNOWN_FLAGS));
     EXPECT_THAT(Subjects(), ElementsAre("Meeting"));
-    EXPECT_THAT(mapi.recorder.Calls(),
+    EXPECT_THAT(m_mapi.recorder.Calls(),
                 Contains("Store(alice).OpenEntry(eid(folder:alice/Calendar), IMAPIFolder, 0x10)"));
     EXPECT_THAT(ErrorLines(), IsEmpty());
 }
@@ -365,15 +366,15 @@ TEST_F(CalendarTest, AStoreThatKnowsNoCacheFlagIsAskedAgain)
 TEST_F(CalendarTest, SuccessesThatGiveNothingAreFailures)
 {
     for (const char *call : {"Store.GetReceiveFolder", "Store.OpenEntry", "Folder.GetContentsTable"}) {
-        mapi.script.Clear();
-        mapi.script.Tell(call, GivesNull());
+        m_mapi.script.Clear();
+        m_mapi.script.Tell(call, GivesNull());
         DayA day;
         Read(day);
         EXPECT_EQ(day.hr, E_FAIL) << call;
     }
     for (const char *call : {"Folder.GetProps", "HrQueryAllRows"}) {
-        mapi.script.Clear();
-        mapi.script.Tell(call, GivesNull());
+        m_mapi.script.Clear();
+        m_mapi.script.Tell(call, GivesNull());
         EXPECT_THAT(Subjects(), IsEmpty()) << call;
     }
 }

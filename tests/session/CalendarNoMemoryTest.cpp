@@ -22,7 +22,7 @@ class CalendarNoMemoryTest : public CalendarTest
 
     void ExpectNothingLeft(const DayW &day)
     {
-        failing.reset();
+        m_failing.reset();
         EXPECT_EQ(day.hr, E_UNEXPECTED);
         EXPECT_EQ(day.count, 0u);
         EXPECT_EQ(day.events, nullptr);
@@ -30,19 +30,19 @@ class CalendarNoMemoryTest : public CalendarTest
         EXPECT_EQ(OpenObjects(), 0);
         EXPECT_THAT(LiveBlocks(), IsEmpty());
         EXPECT_EQ(LiveObjects(), std::vector<std::string>{"Store(alice)"});
-        mapi.script.Clear();
+        m_mapi.script.Clear();
         EXPECT_THAT(Subjects(), ElementsAre("Meeting"));
     }
-    std::optional<controlled_new::FailingAllocation> failing;
+    std::optional<controlled_new::FailingAllocation> m_failing;
 };
 
 TEST_F(CalendarNoMemoryTest, AnExceptionInTheScanIsTheResultAndTheExportTellsOfNoEvents)
 {
     // Of the narrow text; the double's own wide one is longer.
-    mapi.script.Tell("HrQueryAllRows", Does([this] { failing.emplace(kLong, kLong + 100); }));
+    m_mapi.script.Tell("HrQueryAllRows", Does([this] { m_failing.emplace(kLong, kLong + 100); }));
     DayW day;
     Read(day);
-    ASSERT_TRUE(failing && failing->HasFailed());
+    ASSERT_TRUE(m_failing && m_failing->HasFailed());
     EXPECT_THAT(Lines(), Contains(StartsWith("Exception has occurred in CMAPIImpl::ScanCalendarFolder (OrlMapi32[")));
     EXPECT_EQ(CountLines("OrlMapiObtainCalendarEventsW: ObtainCalendarEvents returned 0 events"), 1);
     ExpectNothingLeft(day);
@@ -51,10 +51,10 @@ TEST_F(CalendarNoMemoryTest, AnExceptionInTheScanIsTheResultAndTheExportTellsOfN
 TEST_F(CalendarNoMemoryTest, AnExceptionOfTheExportFreesItsBlock)
 {
     const std::string block = "MAPIAllocateBuffer(" + std::to_string(sizeof(CalendarEventW)) + ")";
-    mapi.script.Tell(block, Does([this] { failing.emplace(2 * kLong, 2 * kLong + 100); }));
+    m_mapi.script.Tell(block, Does([this] { m_failing.emplace(2 * kLong, 2 * kLong + 100); }));
     DayW day;
     Read(day);
-    ASSERT_TRUE(failing && failing->HasFailed());
+    ASSERT_TRUE(m_failing && m_failing->HasFailed());
     EXPECT_THAT(Lines(), Contains(StartsWith("Exception has occurred in OrlMapiObtainCalendarEventsW (OrlMapi32[")));
     EXPECT_EQ(CountLines("OrlMapiObtainCalendarEventsW: ObtainCalendarEvents returned 1 events"), 1);
     ExpectNothingLeft(day);

@@ -52,7 +52,7 @@ TEST_F(CalendarTest, ARowBecomesARecord)
 TEST_F(CalendarTest, TheFlagsOfARecordAreLeftAsTheAllocatorLeftThem)
 {
     for (const int status : {1, 2, 3}) {
-        calendar->contents->rows.clear();
+        m_calendar->contents->rows.clear();
         Add("Meeting", {Long(kBusyStatus, status)});
         DayA day;
         Read(day);
@@ -74,8 +74,8 @@ TEST_F(CalendarTest, TheSessionKnowsTheBusyStatus)
     for (const int status : {1, 2, 3, 4, -1})
         Add("Meeting", {Long(kBusyStatus, status)});
     std::vector<CalendarEvent> events;
-    ASSERT_EQ(CMAPIImpl::Locate(connection)
-                  ->ObtainCalendarEvents(reinterpret_cast<IMsgStore *>(mailbox), "11/23/2026", events),
+    ASSERT_EQ(CMAPIImpl::Locate(m_connection)
+                  ->ObtainCalendarEvents(reinterpret_cast<IMsgStore *>(m_mailbox), "11/23/2026", events),
               S_OK);
     std::vector<std::string> flags;
     for (const CalendarEvent &event : events)
@@ -100,12 +100,12 @@ TEST_F(CalendarTest, ADayWithoutAppointmentsIsAnEmptyBlock)
     EXPECT_EQ(day.hr, S_OK);
     EXPECT_EQ(day.count, 0u);
     EXPECT_NE(day.events, nullptr);
-    EXPECT_THAT(mapi.recorder.Memory(), testing::Contains("MAPIAllocateBuffer(0)"));
+    EXPECT_THAT(m_mapi.recorder.Memory(), testing::Contains("MAPIAllocateBuffer(0)"));
 }
 
 TEST_F(CalendarTest, ARowWithoutValuesIsAnEmptyAppointment)
 {
-    calendar->contents->rows.push_back({});
+    m_calendar->contents->rows.push_back({});
     DayA day;
     Read(day);
     ASSERT_EQ(day.count, 1u);
@@ -119,8 +119,8 @@ TEST_F(CalendarTest, ARowWithoutValuesIsAnEmptyAppointment)
 
 TEST_F(CalendarTest, ValuesOfOtherTypesSayNothing)
 {
-    calendar->contents->raw = true;
-    calendar->contents->rows.push_back(
+    m_calendar->contents->raw = true;
+    m_calendar->contents->rows.push_back(
         {Long(CHANGE_PROP_TYPE(kRecurring, PT_LONG), 1), Text(CHANGE_PROP_TYPE(kBusyStatus, PT_STRING8), "0"),
          Long(CHANGE_PROP_TYPE(kLocation, PT_LONG), 77), Long(CHANGE_PROP_TYPE(kStart, PT_LONG), 5),
          Missing(CHANGE_PROP_TYPE(kEnd, PT_ERROR)), Text(CHANGE_PROP_TYPE(kRecurrence, PT_STRING8), "blob"),
@@ -136,8 +136,8 @@ TEST_F(CalendarTest, ValuesOfOtherTypesSayNothing)
 
 TEST_F(CalendarTest, ALocationMayBeNarrow)
 {
-    calendar->contents->raw = true;
-    calendar->contents->rows.push_back({Text(CHANGE_PROP_TYPE(kLocation, PT_STRING8), "Room 2")});
+    m_calendar->contents->raw = true;
+    m_calendar->contents->rows.push_back({Text(CHANGE_PROP_TYPE(kLocation, PT_STRING8), "Room 2")});
     DayA day;
     Read(day);
     ASSERT_EQ(day.count, 1u);
@@ -146,8 +146,8 @@ TEST_F(CalendarTest, ALocationMayBeNarrow)
 
 TEST_F(CalendarTest, TextsWithoutAPointerAreReportedAndEmpty)
 {
-    calendar->contents->raw = true;
-    calendar->contents->rows.push_back({Null(kLocation), Null(kSubject), Null(kBody), Null(kRecurrence)});
+    m_calendar->contents->raw = true;
+    m_calendar->contents->rows.push_back({Null(kLocation), Null(kSubject), Null(kBody), Null(kRecurrence)});
     DayA day;
     Read(day);
     ASSERT_EQ(day.count, 1u);
@@ -171,23 +171,23 @@ TEST_F(CalendarTest, ATimeThatIsNoneIsReportedAndEmpty)
 TEST_F(CalendarTest, WideTextsAreAsLongAsTheirCharacters)
 {
     Add("J\xC3\xA4ger", {Text(kBody, "\xF0\x9F\x93\x9E call")});
-    mapi.recorder.Forget();
+    m_mapi.recorder.Forget();
     DayW day;
     Read(day);
     ASSERT_EQ(day.count, 1u);
     EXPECT_EQ(WideText(day.events[0].pszSubject), OLESTR("J\u00E4ger"));
     EXPECT_EQ(WideText(day.events[0].pszBody), OLESTR("\U0001F4DE call"));
     const std::string block = "MAPIAllocateBuffer(" + std::to_string(sizeof(CalendarEventW)) + ")";
-    EXPECT_THAT(mapi.recorder.Memory(), testing::IsSupersetOf({block, std::string("MAPIAllocateMore(2, block 1)"),
-                                                               std::string("MAPIAllocateMore(12, block 1)"),
-                                                               std::string("MAPIAllocateMore(16, block 1)")}));
-    mapi.recorder.Forget();
+    EXPECT_THAT(m_mapi.recorder.Memory(), testing::IsSupersetOf({block, std::string("MAPIAllocateMore(2, block 1)"),
+                                                                 std::string("MAPIAllocateMore(12, block 1)"),
+                                                                 std::string("MAPIAllocateMore(16, block 1)")}));
+    m_mapi.recorder.Forget();
     DayA narrow;
     Read(narrow);
     ASSERT_EQ(narrow.count, 1u);
     EXPECT_STREQ(narrow.events[0].pszSubject, "J\xC3\xA4ger");
     std::vector<std::string> more;
-    for (const std::string &call : mapi.recorder.Memory())
+    for (const std::string &call : m_mapi.recorder.Memory())
         if (call.find("MAPIAllocateMore") == 0)
             more.push_back(call.substr(0, call.find(',')));
     EXPECT_THAT(more, ElementsAre("MAPIAllocateMore(1", "MAPIAllocateMore(7", "MAPIAllocateMore(10"))

@@ -22,13 +22,13 @@ CalendarTest::CalendarTest()
 {
     const std::string meeting = "{6ed8da90-450b-101b-98da-00aa003f1305}/";
     const std::string appointment = "{00062002-0000-0000-c000-000000000046}/";
-    mapi.world.Enter(calendar, "folder:alice/Calendar");
-    calendar->ids = {{meeting + "0x5", USHORT{0x8001}},        {appointment + "0x8205", USHORT{0x8002}},
-                     {appointment + "0x8208", USHORT{0x8003}}, {appointment + "0x820d", USHORT{0x8004}},
-                     {appointment + "0x820e", USHORT{0x8005}}, {appointment + "0x8213", USHORT{0x8006}},
-                     {appointment + "0x8216", USHORT{0x8007}}, {appointment + "0x8231", USHORT{0x8008}}};
-    calendar->contents = std::make_shared<TableData>("alice/Calendar");
-    Set(mapi.world.mailboxes.at("alice")->inbox->props, Binary(kCalendarId, calendar->entryId));
+    m_mapi.world.Enter(m_calendar, "folder:alice/Calendar");
+    m_calendar->ids = {{meeting + "0x5", USHORT{0x8001}},        {appointment + "0x8205", USHORT{0x8002}},
+                       {appointment + "0x8208", USHORT{0x8003}}, {appointment + "0x820d", USHORT{0x8004}},
+                       {appointment + "0x820e", USHORT{0x8005}}, {appointment + "0x8213", USHORT{0x8006}},
+                       {appointment + "0x8216", USHORT{0x8007}}, {appointment + "0x8231", USHORT{0x8008}}};
+    m_calendar->contents = std::make_shared<TableData>("alice/Calendar");
+    Set(m_mapi.world.mailboxes.at("alice")->inbox->props, Binary(kCalendarId, m_calendar->entryId));
 }
 
 Row &CalendarTest::Add(const std::string &subject, Row more)
@@ -41,18 +41,18 @@ Row &CalendarTest::Add(const std::string &subject, Row more)
                Text(kSubject, subject)};
     for (Value &value : more)
         Set(row, std::move(value));
-    calendar->contents->rows.push_back(row);
-    return calendar->contents->rows.back();
+    m_calendar->contents->rows.push_back(row);
+    return m_calendar->contents->rows.back();
 }
 
 void CalendarTest::Read(DayA &day, const char *date) const
 {
-    day.hr = OrlMapiObtainCalendarEventsA(connection, mailbox, date, &day.events, &day.count);
+    day.hr = OrlMapiObtainCalendarEventsA(m_connection, m_mailbox, date, &day.events, &day.count);
 }
 
 void CalendarTest::Read(DayW &day, const WCHAR *date) const
 {
-    day.hr = OrlMapiObtainCalendarEventsW(connection, mailbox, date, &day.events, &day.count);
+    day.hr = OrlMapiObtainCalendarEventsW(m_connection, m_mailbox, date, &day.events, &day.count);
 }
 
 std::vector<std::string> CalendarTest::Subjects(const char *date) const

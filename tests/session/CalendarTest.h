@@ -48,7 +48,7 @@ class CalendarTest : public MessagesTest
     void Read(DayW &day, const WCHAR *date = OLESTR("11/23/2026")) const;
     std::vector<std::string> Subjects(const char *date = "11/23/2026") const;
 
-    std::shared_ptr<FolderData> calendar = std::make_shared<FolderData>("alice/Calendar");
+    std::shared_ptr<FolderData> m_calendar = std::make_shared<FolderData>("alice/Calendar");
 };
 
 } // namespace calendar_test

@@ -26,13 +26,13 @@ class CalendarZoneTest : public CalendarTest
     void ExpectBounds(const char *date, SYSTEMTIME midnight)
     {
         SCOPED_TRACE(date);
-        mapi.recorder.Forget();
+        m_mapi.recorder.Forget();
         Subjects(date);
         const LONGLONG start = static_cast<LONGLONG>(TicksOf(midnight)) - OffsetNow() * kTicksAMinute;
         char from[32], to[32];
         std::snprintf(from, sizeof from, ">= 0x%llX)", static_cast<long long>(start));
         std::snprintf(to, sizeof to, "<= 0x%llX)", static_cast<long long>(start + 1439 * kTicksAMinute));
-        EXPECT_THAT(mapi.recorder.Calls(),
+        EXPECT_THAT(m_mapi.recorder.Calls(),
                     testing::Contains(testing::AllOf(testing::HasSubstr(from), testing::HasSubstr(to))));
     }
 };
@@ -110,7 +110,7 @@ TEST_F(CalendarZoneTest, ARecurringAppointmentFallsOnTheDateInUtcAtTheEndOfTheDa
     EXPECT_EQ(reference.wDay, OffsetNow() < 0 ? 24 : 23);
     for (DWORD weekday = 0; weekday < 7; ++weekday) {
         blob.specific = {1u << weekday};
-        calendar->contents->rows.clear();
+        m_calendar->contents->rows.clear();
         Add("Daily", {Bool(kRecurring, true), Binary(kRecurrence, blob.Bytes())});
         DayA day;
         Read(day);

@@ -32,15 +32,15 @@ TEST_F(ConnectSweepTest, WithAProfile)
         {"Session.OpenMsgStore", "OpenMsgStore", "trying to open message store for default session."},
     };
     HRESULT hr = S_OK;
-    const int calls = Sweep([&] { OrlMapiDisconnect(hConnection), Forget(); },
-                            [&] { hr = OrlMapiConnectA(hConnection, "NORVIK1", "vm", "Voicemail"); },
+    const int calls = Sweep([&] { OrlMapiDisconnect(m_hConnection), Forget(); },
+                            [&] { hr = OrlMapiConnectA(m_hConnection, "NORVIK1", "vm", "Voicemail"); },
                             [&](const Round &round) {
                                 const Step *step = StepOf(steps, round.call);
                                 ASSERT_NE(step, nullptr);
                                 // The first attempt to open the store is allowed to fail.
                                 const bool second = round.call.Is("Session.OpenMsgStore") && !round.onwards;
                                 EXPECT_EQ(hr, second ? S_OK : round.hr);
-                                EXPECT_EQ(OrlIsConnected(hConnection), second ? 1 : 0);
+                                EXPECT_EQ(OrlIsConnected(m_hConnection), second ? 1 : 0);
                                 if (second) {
                                     EXPECT_THAT(Errors(), IsEmpty());
                                 } else {
@@ -48,9 +48,9 @@ TEST_F(ConnectSweepTest, WithAProfile)
                                                                                 step->reported, step->sentence)));
                                 }
                                 EXPECT_EQ(Counter(), 0);
-                                EXPECT_EQ(OrlMapiDisconnect(hConnection), S_OK);
-                                mapi.ExpectNothingLeft();
-                                EXPECT_EQ(OrlMapiConnectA(hConnection, "NORVIK1", "vm", "Voicemail"), S_OK);
+                                EXPECT_EQ(OrlMapiDisconnect(m_hConnection), S_OK);
+                                m_mapi.ExpectNothingLeft();
+                                EXPECT_EQ(OrlMapiConnectA(m_hConnection, "NORVIK1", "vm", "Voicemail"), S_OK);
                             });
     EXPECT_EQ(calls, 4);
 }
@@ -73,8 +73,8 @@ TEST_F(ConnectSweepTest, WithTheServiceProfile)
     };
     HRESULT hr = S_OK;
     const int calls =
-        Sweep([&] { OrlMapiDisconnect(hConnection), Forget(); },
-              [&] { hr = OrlMapiConnectA(hConnection, "NORVIK1", "vm", ""); },
+        Sweep([&] { OrlMapiDisconnect(m_hConnection), Forget(); },
+              [&] { hr = OrlMapiConnectA(m_hConnection, "NORVIK1", "vm", ""); },
               [&](const Round &round) {
                   constexpr int kLogon = 9; // the calls before it make the profile
                   if (round.onwards) {
@@ -103,8 +103,8 @@ TEST_F(ConnectSweepTest, WithTheServiceProfile)
                                 round.at == 13 ? "MAPIAdminProfiles(0)" : "ProfAdmin.DeleteProfile(\"MAPIImpl\", 0)");
                   }
                   EXPECT_EQ(Counter(), 0);
-                  EXPECT_EQ(OrlMapiDisconnect(hConnection), S_OK);
-                  mapi.ExpectNothingLeft();
+                  EXPECT_EQ(OrlMapiDisconnect(m_hConnection), S_OK);
+                  m_mapi.ExpectNothingLeft();
               });
     EXPECT_EQ(calls, 14);
 }
@@ -114,11 +114,11 @@ TEST_F(ConnectSweepTest, ObjectsHandedBackTogetherWithAFailureAreReleased)
     for (const char *call : {"MAPILogonEx", "Session.GetMsgStoresTable", "HrQueryAllRows", "Session.OpenMsgStore",
                              "MAPIAdminProfiles", "ProfAdmin.AdminServices", "ServiceAdmin.GetMsgServiceTable"}) {
         SCOPED_TRACE(call);
-        mapi.script.Clear();
-        mapi.script.Tell(call, Fails(MAPI_E_NETWORK_ERROR).WithOutput());
-        OrlMapiConnectA(hConnection, "NORVIK1", "vm", "");
-        EXPECT_EQ(OrlMapiDisconnect(hConnection), S_OK);
-        mapi.ExpectNothingLeft();
+        m_mapi.script.Clear();
+        m_mapi.script.Tell(call, Fails(MAPI_E_NETWORK_ERROR).WithOutput());
+        OrlMapiConnectA(m_hConnection, "NORVIK1", "vm", "");
+        EXPECT_EQ(OrlMapiDisconnect(m_hConnection), S_OK);
+        m_mapi.ExpectNothingLeft();
     }
 }
 
@@ -126,29 +126,29 @@ TEST_F(ConnectSweepTest, NothingHandedBackTogetherWithASuccessIsAFailure)
 {
     for (const char *call : {"MAPILogonEx", "Session.GetMsgStoresTable", "HrQueryAllRows", "Session.OpenMsgStore"}) {
         SCOPED_TRACE(call);
-        mapi.script.Clear();
-        mapi.script.Tell(call, GivesNull());
+        m_mapi.script.Clear();
+        m_mapi.script.Tell(call, GivesNull());
         Forget();
-        EXPECT_TRUE(FAILED(OrlMapiConnectA(hConnection, "NORVIK1", "vm", "Voicemail")));
+        EXPECT_TRUE(FAILED(OrlMapiConnectA(m_hConnection, "NORVIK1", "vm", "Voicemail")));
         EXPECT_EQ(Errors().size(), 1u);
-        EXPECT_EQ(OrlIsConnected(hConnection), 0);
-        EXPECT_EQ(OrlMapiDisconnect(hConnection), S_OK);
-        mapi.ExpectNothingLeft();
+        EXPECT_EQ(OrlIsConnected(m_hConnection), 0);
+        EXPECT_EQ(OrlMapiDisconnect(m_hConnection), S_OK);
+        m_mapi.ExpectNothingLeft();
     }
     for (const char *call :
          {"MAPIAdminProfiles", "ProfAdmin.AdminServices", "ServiceAdmin.GetMsgServiceTable", "HrQueryAllRows"}) {
         SCOPED_TRACE(call);
-        mapi.script.Clear();
-        mapi.script.Tell(call, GivesNull().Once());
+        m_mapi.script.Clear();
+        m_mapi.script.Tell(call, GivesNull().Once());
         Forget();
-        EXPECT_EQ(OrlMapiConnectA(hConnection, "NORVIK1", "vm", ""), S_OK);
+        EXPECT_EQ(OrlMapiConnectA(m_hConnection, "NORVIK1", "vm", ""), S_OK);
         EXPECT_THAT(Calls(), Contains("MAPILogonEx(0, NULL, NULL, 0x108062)")) << "the default profile";
-        EXPECT_EQ(OrlMapiDisconnect(hConnection), S_OK);
-        mapi.ExpectNothingLeft();
+        EXPECT_EQ(OrlMapiDisconnect(m_hConnection), S_OK);
+        m_mapi.ExpectNothingLeft();
     }
-    mapi.script.Clear();
-    mapi.script.Tell("MAPIAdminProfiles", GivesNull()); // for the deletion too
-    EXPECT_EQ(OrlMapiConnectA(hConnection, "NORVIK1", "vm", ""), S_OK);
+    m_mapi.script.Clear();
+    m_mapi.script.Tell("MAPIAdminProfiles", GivesNull()); // for the deletion too
+    EXPECT_EQ(OrlMapiConnectA(m_hConnection, "NORVIK1", "vm", ""), S_OK);
 }
 
 TEST_F(ConnectSweepTest, WarningsAreSuccess)
@@ -157,11 +157,11 @@ TEST_F(ConnectSweepTest, WarningsAreSuccess)
         for (const char *call :
              {"MAPILogonEx", "Session.GetMsgStoresTable", "HrQueryAllRows", "Session.OpenMsgStore"}) {
             SCOPED_TRACE(call);
-            mapi.script.Clear();
-            mapi.script.Tell(call, Warns(warning));
+            m_mapi.script.Clear();
+            m_mapi.script.Tell(call, Warns(warning));
             Forget();
-            EXPECT_TRUE(SUCCEEDED(OrlMapiConnectA(hConnection, "NORVIK1", "vm", "Voicemail")));
-            EXPECT_EQ(OrlIsConnected(hConnection), 1);
+            EXPECT_TRUE(SUCCEEDED(OrlMapiConnectA(m_hConnection, "NORVIK1", "vm", "Voicemail")));
+            EXPECT_EQ(OrlIsConnected(m_hConnection), 1);
             EXPECT_THAT(Errors(), IsEmpty());
         }
 }

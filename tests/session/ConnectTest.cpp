@@ -35,7 +35,7 @@ class ConnectTest : public SessionTest
   protected:
     HRESULT ConnectWith(const char *profile, const char *server = "NORVIK1", const char *mailbox = "vm")
     {
-        return OrlMapiConnectA(hConnection, server, mailbox, profile);
+        return OrlMapiConnectA(m_hConnection, server, mailbox, profile);
     }
 };
 
@@ -65,7 +65,7 @@ TEST_F(ConnectTest, MakesAServiceProfileForNoProfileAndDeletesItAgain)
                             "  > CMAPIImpl::CreateMailboxProfile(szProfile: \"MAPIImpl\")",
                             "  < CMAPIImpl::CreateMailboxProfile()",
                             "  Attempting to logon to MAPI using profile MAPIImpl.", "< CMAPIImpl::Connect()"));
-    EXPECT_EQ(OrlIsConnected(hConnection), 1);
+    EXPECT_EQ(OrlIsConnected(m_hConnection), 1);
     EXPECT_EQ(Counter(), 0);
 }
 
@@ -73,7 +73,7 @@ TEST_F(ConnectTest, ASecondConnectStartsWithADisconnect)
 {
     Connect();
     EXPECT_EQ(ConnectWith("Voicemail"), S_OK);
-    EXPECT_THAT(mapi.recorder.Everything(),
+    EXPECT_THAT(m_mapi.recorder.Everything(),
                 testing::IsSupersetOf({"Store(default).Release()", "Session.Logoff(0, 0, 0)", "Session.Release()"}));
     EXPECT_EQ(Calls().front(), "Session.Logoff(0, 0, 0)");
     EXPECT_THAT(LiveObjects(), testing::UnorderedElementsAre("Session", "Store(default)"));
@@ -85,7 +85,7 @@ TEST_F(ConnectTest, FallsBackToTheDefaultProfileWithoutServerOrMailbox)
     for (const auto &[server, mailbox] : cases) {
         SCOPED_TRACE(std::string("server <") + server + ">, mailbox <" + mailbox + ">");
         Forget();
-        EXPECT_EQ(OrlMapiDisconnect(hConnection), S_OK);
+        EXPECT_EQ(OrlMapiDisconnect(m_hConnection), S_OK);
         Forget();
         EXPECT_EQ(ConnectWith("", server, mailbox), S_OK);
         EXPECT_THAT(Calls(), ElementsAreArray(std::vector<std::string>{"MAPILogonEx(0, NULL, NULL, 0x108062)"} +
@@ -117,26 +117,26 @@ TEST_F(ConnectTest, AServiceLogsOnAsAService)
 
 TEST_F(ConnectTest, OpensTheStoreOnTheSecondAttemptWhereItRefusesToBeOnline)
 {
-    mapi.script.Tell("Session.OpenMsgStore", Fails(MAPI_E_UNKNOWN_FLAGS).Once());
+    m_mapi.script.Tell("Session.OpenMsgStore", Fails(MAPI_E_UNKNOWN_FLAGS).Once());
     EXPECT_EQ(ConnectWith("Voicemail"), S_OK);
     EXPECT_THAT(Calls(),
                 ElementsAreArray(std::vector<std::string>{"MAPILogonEx(0, \"Voicemail\", NULL, 0x108032)"} +
                                  kOpenDefaultStore +
                                  std::vector<std::string>{"Session.OpenMsgStore(0, eid(store:default), NULL, 0x11)"}));
     EXPECT_THAT(Errors(), IsEmpty());
-    EXPECT_EQ(OrlIsConnected(hConnection), 1);
+    EXPECT_EQ(OrlIsConnected(m_hConnection), 1);
 }
 
 TEST_F(ConnectTest, AStoreHandedBackWithTheRefusalIsReleased)
 {
-    mapi.script.Tell("Session.OpenMsgStore", Fails(MAPI_E_UNKNOWN_FLAGS).Once().WithOutput());
+    m_mapi.script.Tell("Session.OpenMsgStore", Fails(MAPI_E_UNKNOWN_FLAGS).Once().WithOutput());
     EXPECT_EQ(ConnectWith("Voicemail"), S_OK);
     EXPECT_THAT(LiveObjects(), testing::UnorderedElementsAre("Session", "Store(default)"));
 }
 
 TEST_F(ConnectTest, ACreateProfileWithoutAccessCountsAsDone)
 {
-    mapi.script.Tell("ProfAdmin.CreateProfile", Fails(E_ACCESSDENIED));
+    m_mapi.script.Tell("ProfAdmin.CreateProfile", Fails(E_ACCESSDENIED));
     EXPECT_EQ(ConnectWith(""), S_OK);
     EXPECT_THAT(Errors(), IsEmpty());
     EXPECT_THAT(Calls(), Contains("MAPILogonEx(0, \"MAPIImpl\", NULL, 0x108032)"));
@@ -144,26 +144,26 @@ TEST_F(ConnectTest, ACreateProfileWithoutAccessCountsAsDone)
 
 TEST_F(ConnectTest, ResultsOfDeletingTheServiceProfileDoNotMatter)
 {
-    mapi.script.Tell("ProfAdmin.DeleteProfile", Fails(MAPI_E_NOT_FOUND));
+    m_mapi.script.Tell("ProfAdmin.DeleteProfile", Fails(MAPI_E_NOT_FOUND));
     EXPECT_EQ(ConnectWith(""), S_OK);
     EXPECT_THAT(Errors(), IsEmpty());
-    EXPECT_EQ(mapi.recorder.Count("ProfAdmin.DeleteProfile"), 2);
+    EXPECT_EQ(m_mapi.recorder.Count("ProfAdmin.DeleteProfile"), 2);
 }
 
 TEST_F(ConnectTest, AFailedLogonIsReportedWithoutASentenceAndStillDeletesTheServiceProfile)
 {
-    mapi.script.Tell("MAPILogonEx", Fails(MAPI_E_LOGON_FAILED));
+    m_mapi.script.Tell("MAPILogonEx", Fails(MAPI_E_LOGON_FAILED));
     EXPECT_EQ(ConnectWith(""), MAPI_E_LOGON_FAILED);
     EXPECT_THAT(Errors(), ElementsAre(ErrorLine("CMAPIImpl::Connect", MAPI_E_LOGON_FAILED, "MAPILogonEx", "")));
     const auto calls = Calls();
     ASSERT_GE(calls.size(), 2u);
     EXPECT_EQ(std::vector<std::string>(calls.end() - 2, calls.end()), kDeleteServiceProfile);
-    EXPECT_EQ(OrlIsConnected(hConnection), 0);
+    EXPECT_EQ(OrlIsConnected(m_hConnection), 0);
 }
 
 TEST_F(ConnectTest, ALogonWithoutASessionFails)
 {
-    mapi.script.Tell("MAPILogonEx", GivesNull());
+    m_mapi.script.Tell("MAPILogonEx", GivesNull());
     EXPECT_EQ(ConnectWith("Voicemail"), E_FAIL);
     EXPECT_THAT(Errors(), ElementsAre(Like("CMAPIImpl::Connect[#]: Error * from MAPILogonEx Call succeeded but default "
                                            "session is NULL.")));
@@ -171,66 +171,66 @@ TEST_F(ConnectTest, ALogonWithoutASessionFails)
 
 TEST_F(ConnectTest, ASessionHandedBackWithAFailedLogonIsNotLeft)
 {
-    mapi.script.Tell("MAPILogonEx", Fails(MAPI_E_LOGON_FAILED).WithOutput());
+    m_mapi.script.Tell("MAPILogonEx", Fails(MAPI_E_LOGON_FAILED).WithOutput());
     EXPECT_EQ(ConnectWith("Voicemail"), MAPI_E_LOGON_FAILED);
-    EXPECT_EQ(OrlIsConnected(hConnection), 0);
+    EXPECT_EQ(OrlIsConnected(m_hConnection), 0);
 }
 
 TEST_F(ConnectTest, AMissingDefaultStoreFailsWithoutReadingBeyondTheRows)
 {
-    mapi.world.stores->rows.clear();
+    m_mapi.world.stores->rows.clear();
     EXPECT_TRUE(FAILED(ConnectWith("Voicemail")));
-    EXPECT_EQ(OrlIsConnected(hConnection), 0);
-    EXPECT_EQ(mapi.recorder.Count("Session.OpenMsgStore"), 0);
+    EXPECT_EQ(OrlIsConnected(m_hConnection), 0);
+    EXPECT_EQ(m_mapi.recorder.Count("Session.OpenMsgStore"), 0);
 }
 
 TEST_F(ConnectTest, ADefaultStoreWithoutAnEntryIdFails)
 {
-    mapi.world.stores->rows = {{Bool(PR_DEFAULT_STORE, true)}};
+    m_mapi.world.stores->rows = {{Bool(PR_DEFAULT_STORE, true)}};
     EXPECT_TRUE(FAILED(ConnectWith("Voicemail")));
-    EXPECT_EQ(OrlIsConnected(hConnection), 0);
+    EXPECT_EQ(OrlIsConnected(m_hConnection), 0);
 }
 
 TEST_F(ConnectTest, TheFirstOfSeveralDefaultStoresIsTaken)
 {
-    mapi.world.stores->rows.push_back({Binary(PR_ENTRYID, EntryIdOf("store:alice")), Bool(PR_DEFAULT_STORE, true)});
+    m_mapi.world.stores->rows.push_back({Binary(PR_ENTRYID, EntryIdOf("store:alice")), Bool(PR_DEFAULT_STORE, true)});
     EXPECT_EQ(ConnectWith("Voicemail"), S_OK);
     EXPECT_THAT(LiveObjects(), Contains("Store(default)"));
 }
 
 TEST_F(ConnectTest, AServiceTableWithoutTheExchangeServiceFallsBackToTheDefaultProfile)
 {
-    mapi.world.services->rows.clear();
+    m_mapi.world.services->rows.clear();
     EXPECT_EQ(ConnectWith(""), S_OK);
     EXPECT_THAT(Calls(), Contains("MAPILogonEx(0, NULL, NULL, 0x108062)"));
-    EXPECT_EQ(mapi.recorder.Count("ServiceAdmin.ConfigureMsgService"), 0);
+    EXPECT_EQ(m_mapi.recorder.Count("ServiceAdmin.ConfigureMsgService"), 0);
 }
 
 TEST_F(ConnectTest, DisconnectReleasesTheStoreThenLogsOff)
 {
     Connect();
-    EXPECT_EQ(OrlMapiDisconnect(hConnection), S_OK);
-    EXPECT_THAT(mapi.recorder.Everything(),
+    EXPECT_EQ(OrlMapiDisconnect(m_hConnection), S_OK);
+    EXPECT_THAT(m_mapi.recorder.Everything(),
                 ElementsAre("Store(default).Release()", "Session.Logoff(0, 0, 0)", "Session.Release()"));
     EXPECT_THAT(Lines(), ElementsAre("> CMAPIImpl::Disconnect()", "< CMAPIImpl::Disconnect()"));
     Forget();
-    EXPECT_EQ(OrlMapiDisconnect(hConnection), S_OK);
-    EXPECT_THAT(mapi.recorder.Everything(), IsEmpty());
+    EXPECT_EQ(OrlMapiDisconnect(m_hConnection), S_OK);
+    EXPECT_THAT(m_mapi.recorder.Everything(), IsEmpty());
 }
 
 TEST_F(ConnectTest, DisconnectIgnoresAFailedLogoffAndKeepsTheRegistries)
 {
     Connect();
     const DWORD bookmark = Session()->StoreObject(BOOKMARK{5});
-    mapi.script.Tell("Session.Logoff", Fails(MAPI_E_NETWORK_ERROR));
-    EXPECT_EQ(OrlMapiDisconnect(hConnection), S_OK);
+    m_mapi.script.Tell("Session.Logoff", Fails(MAPI_E_NETWORK_ERROR));
+    EXPECT_EQ(OrlMapiDisconnect(m_hConnection), S_OK);
     EXPECT_EQ(Session()->LocateBookmark(bookmark), 5u);
 }
 
 TEST_F(ConnectTest, TheObjectsOwnWordsAreInTheErrorLine)
 {
-    mapi.script.Tell("Session.GetMsgStoresTable", Fails(MAPI_E_NETWORK_ERROR));
-    mapi.script.SetLastError("Session", {"the server is down", "Exchange", 42});
+    m_mapi.script.Tell("Session.GetMsgStoresTable", Fails(MAPI_E_NETWORK_ERROR));
+    m_mapi.script.SetLastError("Session", {"the server is down", "Exchange", 42});
     EXPECT_EQ(ConnectWith("Voicemail"), MAPI_E_NETWORK_ERROR);
     EXPECT_THAT(Errors(), ElementsAre("CMAPIImpl::Connect[#]: Error 0x80040115 [MAPI_E_NETWORK_ERROR] from "
                                       "GetMsgStoresTable (the server is down : Exchange[42]) trying to get the message "
@@ -241,7 +241,7 @@ TEST_F(ConnectTest, TheObjectsOwnWordsAreInTheErrorLine)
 TEST_F(ConnectTest, CreateMailboxProfileNeedsServerAndMailboxOfAConnect)
 {
     EXPECT_EQ(Session()->CreateMailboxProfile("Mine"), E_INVALIDARG);
-    EXPECT_THAT(mapi.recorder.Everything(), IsEmpty());
+    EXPECT_THAT(m_mapi.recorder.Everything(), IsEmpty());
     EXPECT_THAT(Errors(),
                 ElementsAre("[#]: Need a default mailbox and server name in-order to create the profile \"Mine\""));
     Connect();

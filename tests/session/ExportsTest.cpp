@@ -13,8 +13,8 @@ class ExportsTest : public SessionTest
 
 TEST_F(ExportsTest, EveryFramedExportRefusesAnUnknownConnectionAndTouchesNothing)
 {
-    DWORD unknown = hConnection;
-    ASSERT_EQ(OrlCloseConnection(&hConnection), S_OK);
+    DWORD unknown = m_hConnection;
+    ASSERT_EQ(OrlCloseConnection(&m_hConnection), S_OK);
     Forget();
     for (const DWORD h : {DWORD{0}, unknown, DWORD{32769}, DWORD{0xFFFFFFFF}}) {
         SCOPED_TRACE(h);
@@ -48,20 +48,20 @@ TEST_F(ExportsTest, EveryFramedExportRefusesAnUnknownConnectionAndTouchesNothing
         EXPECT_EQ(countA, 0u) << "the count is set before the connection is looked up";
         EXPECT_EQ(countW, 0u);
     }
-    EXPECT_THAT(mapi.recorder.Everything(), IsEmpty());
+    EXPECT_THAT(m_mapi.recorder.Everything(), IsEmpty());
 }
 
 TEST_F(ExportsTest, CreatingGivesAHandleFrom1To32768)
 {
-    EXPECT_GE(hConnection, 1u);
-    EXPECT_LE(hConnection, 32768u);
+    EXPECT_GE(m_hConnection, 1u);
+    EXPECT_LE(m_hConnection, 32768u);
 }
 
 TEST_F(ExportsTest, ClosingSetsTheHandleToZeroAndAnUnknownOneIsLeftAsItIs)
 {
-    const DWORD closed = hConnection;
-    EXPECT_EQ(OrlCloseConnection(&hConnection), S_OK);
-    EXPECT_EQ(hConnection, 0u);
+    const DWORD closed = m_hConnection;
+    EXPECT_EQ(OrlCloseConnection(&m_hConnection), S_OK);
+    EXPECT_EQ(m_hConnection, 0u);
     DWORD again = closed;
     EXPECT_EQ(OrlCloseConnection(&again), E_FAIL);
     EXPECT_EQ(again, closed);
@@ -72,31 +72,31 @@ TEST_F(ExportsTest, ClosingSetsTheHandleToZeroAndAnUnknownOneIsLeftAsItIs)
 
 TEST_F(ExportsTest, IsConnectedOnlyBetweenLogonAndLogoff)
 {
-    EXPECT_EQ(OrlIsConnected(hConnection), 0);
+    EXPECT_EQ(OrlIsConnected(m_hConnection), 0);
     Connect();
-    EXPECT_EQ(OrlIsConnected(hConnection), 1);
-    EXPECT_EQ(OrlMapiDisconnect(hConnection), S_OK);
-    EXPECT_EQ(OrlIsConnected(hConnection), 0);
+    EXPECT_EQ(OrlIsConnected(m_hConnection), 1);
+    EXPECT_EQ(OrlMapiDisconnect(m_hConnection), S_OK);
+    EXPECT_EQ(OrlIsConnected(m_hConnection), 0);
 }
 
 TEST_F(ExportsTest, IsNotConnectedWithASessionButNoDefaultStore)
 {
-    mapi.script.Tell("Session.OpenMsgStore", Fails(MAPI_E_NETWORK_ERROR));
-    EXPECT_EQ(OrlMapiConnectA(hConnection, "NORVIK1", "vm", "Voicemail"), MAPI_E_NETWORK_ERROR);
-    EXPECT_EQ(OrlIsConnected(hConnection), 0);
+    m_mapi.script.Tell("Session.OpenMsgStore", Fails(MAPI_E_NETWORK_ERROR));
+    EXPECT_EQ(OrlMapiConnectA(m_hConnection, "NORVIK1", "vm", "Voicemail"), MAPI_E_NETWORK_ERROR);
+    EXPECT_EQ(OrlIsConnected(m_hConnection), 0);
 }
 
 TEST_F(ExportsTest, CrashRecoveryHasNoEffect)
 {
     Connect();
     OrlCrashRecovery();
-    EXPECT_THAT(mapi.recorder.Everything(), IsEmpty());
+    EXPECT_THAT(m_mapi.recorder.Everything(), IsEmpty());
     EXPECT_THAT(Lines(), IsEmpty());
-    EXPECT_EQ(OrlIsConnected(hConnection), 1);
+    EXPECT_EQ(OrlIsConnected(m_hConnection), 1);
     Close();
     Forget();
     OrlCrashRecovery();
-    EXPECT_THAT(mapi.recorder.Everything(), IsEmpty());
+    EXPECT_THAT(m_mapi.recorder.Everything(), IsEmpty());
 }
 
 TEST_F(ExportsTest, FreeingABufferNeedsNoConnectionAndGivesMapisOwnResult)
@@ -106,14 +106,14 @@ TEST_F(ExportsTest, FreeingABufferNeedsNoConnectionAndGivesMapisOwnResult)
     ASSERT_EQ(MAPIAllocateBuffer(16, &block), S_OK);
     Forget();
     EXPECT_EQ(OrlMapiFreeBuffer(block), S_OK);
-    mapi.script.Tell("MAPIFreeBuffer", Fails(MAPI_E_NETWORK_ERROR));
+    m_mapi.script.Tell("MAPIFreeBuffer", Fails(MAPI_E_NETWORK_ERROR));
     EXPECT_EQ(OrlMapiFreeBuffer(nullptr), MAPI_E_NETWORK_ERROR);
-    EXPECT_THAT(mapi.recorder.Memory(), ElementsAre("MAPIFreeBuffer(block 1)", "MAPIFreeBuffer(NULL)"));
+    EXPECT_THAT(m_mapi.recorder.Memory(), ElementsAre("MAPIFreeBuffer(block 1)", "MAPIFreeBuffer(NULL)"));
 }
 
 TEST_F(ExportsTest, ReleasingNoHandlesPassesTwoZeroHandles)
 {
-    EXPECT_EQ(OrlMapiReleaseHandle(hConnection, nullptr, nullptr), S_OK);
+    EXPECT_EQ(OrlMapiReleaseHandle(m_hConnection, nullptr, nullptr), S_OK);
     EXPECT_THAT(Lines(), Contains(Like("> CMAPIImpl::ReleaseHandles(hTable: 0*0, hBookmark: 0*0)")));
 }
 
@@ -128,10 +128,10 @@ TEST_F(ExportsTest, ReleasingHandlesReadsThemThroughTheirPointersAndDoesNotClear
     Session()->OpenObjects() = 1; // the kept table
     DWORD tableVariable = hTable;
     DWORD bookmarkVariable = hBookmark;
-    EXPECT_EQ(OrlMapiReleaseHandle(hConnection, &tableVariable, &bookmarkVariable), S_OK);
+    EXPECT_EQ(OrlMapiReleaseHandle(m_hConnection, &tableVariable, &bookmarkVariable), S_OK);
     EXPECT_EQ(tableVariable, hTable);
     EXPECT_EQ(bookmarkVariable, hBookmark);
-    EXPECT_THAT(mapi.recorder.Everything(),
+    EXPECT_THAT(m_mapi.recorder.Everything(),
                 ElementsAre("Table(kept).FreeBookmark(bookmark 101)", "Table(kept).Release()"));
     EXPECT_EQ(Counter(), 0);
     EXPECT_EQ(Session()->LocateContentsTable(hTable), nullptr);
@@ -142,9 +142,9 @@ TEST_F(ExportsTest, AFailedMailboxLogonLeavesTheMailboxHandleAlone)
 {
     Connect();
     OrlMailbox mailbox = 77;
-    EXPECT_EQ(OrlMapiConnectToMailboxA(hConnection, &mailbox, "nobody"), MAPI_E_NOT_FOUND);
+    EXPECT_EQ(OrlMapiConnectToMailboxA(m_hConnection, &mailbox, "nobody"), MAPI_E_NOT_FOUND);
     EXPECT_EQ(mailbox, 77u);
-    EXPECT_EQ(OrlMapiConnectToMailboxW(hConnection, &mailbox, OLESTR("nobody")), MAPI_E_NOT_FOUND);
+    EXPECT_EQ(OrlMapiConnectToMailboxW(m_hConnection, &mailbox, OLESTR("nobody")), MAPI_E_NOT_FOUND);
     EXPECT_EQ(mailbox, 77u);
 }
 
@@ -152,28 +152,28 @@ TEST_F(ExportsTest, TheMailboxHandleIsTheStoreAndGoesBackUnchanged)
 {
     Connect();
     OrlMailbox mailbox = 0;
-    ASSERT_EQ(OrlMapiConnectToMailboxA(hConnection, &mailbox, "alice"), S_OK);
+    ASSERT_EQ(OrlMapiConnectToMailboxA(m_hConnection, &mailbox, "alice"), S_OK);
     EXPECT_EQ(ObjectName(reinterpret_cast<void *>(mailbox)), "Store(alice)");
     Forget();
-    EXPECT_EQ(OrlMapiDisconnectFromMailbox(hConnection, mailbox), S_OK);
-    EXPECT_THAT(mapi.recorder.Everything(), ElementsAre("Store(alice).StoreLogoff(NULL)", "Store(alice).Release()"));
+    EXPECT_EQ(OrlMapiDisconnectFromMailbox(m_hConnection, mailbox), S_OK);
+    EXPECT_THAT(m_mapi.recorder.Everything(), ElementsAre("Store(alice).StoreLogoff(NULL)", "Store(alice).Release()"));
 }
 
 TEST_F(ExportsTest, LeavingMailboxZeroIsNoErrorAndChangesNothing)
 {
     Connect();
-    EXPECT_EQ(OrlMapiDisconnectFromMailbox(hConnection, 0), S_OK);
-    EXPECT_THAT(mapi.recorder.Everything(), IsEmpty());
+    EXPECT_EQ(OrlMapiDisconnectFromMailbox(m_hConnection, 0), S_OK);
+    EXPECT_THAT(m_mapi.recorder.Everything(), IsEmpty());
     EXPECT_EQ(Counter(), 0);
 }
 
 TEST_F(ExportsTest, NullTextArgumentsAreReportedAndEmpty)
 {
     // An empty profile with an empty server falls back to the default profile.
-    EXPECT_EQ(OrlMapiConnectA(hConnection, nullptr, nullptr, nullptr), S_OK);
+    EXPECT_EQ(OrlMapiConnectA(m_hConnection, nullptr, nullptr, nullptr), S_OK);
     EXPECT_THAT(Calls(), Contains("MAPILogonEx(0, NULL, NULL, 0x108062)"));
     Forget();
-    EXPECT_EQ(OrlMapiConnectW(hConnection, nullptr, nullptr, nullptr), S_OK);
+    EXPECT_EQ(OrlMapiConnectW(m_hConnection, nullptr, nullptr, nullptr), S_OK);
     EXPECT_THAT(Calls(), Contains("MAPILogonEx(0, NULL, NULL, 0x108062)"));
 }
 
@@ -183,7 +183,7 @@ TEST_F(ExportsTest, NarrowTextReachesMapiByteForByte)
                                     std::string("\xE5\xB1\xB1\xE7\x94\xB0"), std::string("\xF0\x9F\x8E\xA4 mail"),
                                     std::string("broken \xE9\x80 \xFF"), std::string("cut \xF0\x9F\x8E")}) {
         Forget();
-        EXPECT_EQ(OrlMapiConnectA(hConnection, "NORVIK1", "vm", name.c_str()), S_OK);
+        EXPECT_EQ(OrlMapiConnectA(m_hConnection, "NORVIK1", "vm", name.c_str()), S_OK);
         EXPECT_THAT(Calls(), Contains("MAPILogonEx(0, \"" + name + "\", NULL, 0x108032)"));
     }
 }
@@ -195,7 +195,7 @@ TEST_F(ExportsTest, WideTextReachesMapiInTheAnsiCodePage)
     for (const WideText &name : {WideText(OLESTR("Jürgen")), WideText(OLESTR("Γιώργος")), WideText(OLESTR("山田太郎")),
                                  WideText(OLESTR("🎤 mail")), WideText(lone), WideText(reversed)}) {
         Forget();
-        EXPECT_EQ(OrlMapiConnectW(hConnection, OLESTR("NORVIK1"), OLESTR("vm"), name.c_str()), S_OK);
+        EXPECT_EQ(OrlMapiConnectW(m_hConnection, OLESTR("NORVIK1"), OLESTR("vm"), name.c_str()), S_OK);
         EXPECT_THAT(Calls(), Contains("MAPILogonEx(0, \"" + InAnsi(name) + "\", NULL, 0x108032)"));
     }
 }
@@ -216,44 +216,44 @@ TEST_F(ExportsTest, AnExceptionIsReportedUnderTheExportsNameWithALineOfItsOwn)
     std::set<std::string> lines;
     const auto expect = [&](const char *name, const std::string &call, const std::function<HRESULT()> &action) {
         SCOPED_TRACE(name);
-        mapi.script.Clear();
-        mapi.script.Tell(call, throwing);
+        m_mapi.script.Clear();
+        m_mapi.script.Tell(call, throwing);
         Forget();
         EXPECT_EQ(action(), E_UNEXPECTED);
-        lines.insert(ExceptionLine(trace.Texts(), name));
+        lines.insert(ExceptionLine(m_trace.Texts(), name));
     };
-    expect("OrlMapiConnectA", "MAPILogonEx", [&] { return OrlMapiConnectA(hConnection, "s", "m", "p"); });
+    expect("OrlMapiConnectA", "MAPILogonEx", [&] { return OrlMapiConnectA(m_hConnection, "s", "m", "p"); });
     expect("OrlMapiConnectW", "MAPILogonEx",
-           [&] { return OrlMapiConnectW(hConnection, OLESTR("s"), OLESTR("m"), OLESTR("p")); });
-    mapi.script.Clear();
+           [&] { return OrlMapiConnectW(m_hConnection, OLESTR("s"), OLESTR("m"), OLESTR("p")); });
+    m_mapi.script.Clear();
     Connect();
     OrlMailbox mailbox = 77;
     expect("OrlMapiConnectToMailboxA", "Session.OpenMsgStore",
-           [&] { return OrlMapiConnectToMailboxA(hConnection, &mailbox, "alice"); });
+           [&] { return OrlMapiConnectToMailboxA(m_hConnection, &mailbox, "alice"); });
     expect("OrlMapiConnectToMailboxW", "Session.OpenMsgStore",
-           [&] { return OrlMapiConnectToMailboxW(hConnection, &mailbox, OLESTR("alice")); });
+           [&] { return OrlMapiConnectToMailboxW(m_hConnection, &mailbox, OLESTR("alice")); });
     EXPECT_EQ(mailbox, 77u);
     ExchangeServerNameA *nameA = nullptr;
     ExchangeServerNameW *nameW = nullptr;
     expect("OrlGetExchangeServerNameA", "Session.AdminServices",
-           [&] { return OrlGetExchangeServerNameA(hConnection, &nameA, "p"); });
+           [&] { return OrlGetExchangeServerNameA(m_hConnection, &nameA, "p"); });
     expect("OrlGetExchangeServerNameW", "Session.AdminServices",
-           [&] { return OrlGetExchangeServerNameW(hConnection, &nameW, OLESTR("p")); });
+           [&] { return OrlGetExchangeServerNameW(m_hConnection, &nameW, OLESTR("p")); });
     ExchangeProfileA *profilesA = nullptr;
     ExchangeProfileW *profilesW = nullptr;
     ULONG count = 0;
     expect("OrlGetExchangeProfilesA", "MAPIAdminProfiles",
-           [&] { return OrlGetExchangeProfilesA(hConnection, &profilesA, &count); });
+           [&] { return OrlGetExchangeProfilesA(m_hConnection, &profilesA, &count); });
     expect("OrlGetExchangeProfilesW", "MAPIAdminProfiles",
-           [&] { return OrlGetExchangeProfilesW(hConnection, &profilesW, &count); });
-    mapi.script.Clear();
-    ASSERT_EQ(OrlMapiConnectToMailboxA(hConnection, &mailbox, "alice"), S_OK);
+           [&] { return OrlGetExchangeProfilesW(m_hConnection, &profilesW, &count); });
+    m_mapi.script.Clear();
+    ASSERT_EQ(OrlMapiConnectToMailboxA(m_hConnection, &mailbox, "alice"), S_OK);
     expect("OrlMapiDisconnectFromMailbox", "Store(alice).StoreLogoff",
-           [&] { return OrlMapiDisconnectFromMailbox(hConnection, mailbox); });
-    expect("OrlMapiDisconnect", "Session.Logoff", [&] { return OrlMapiDisconnect(hConnection); });
+           [&] { return OrlMapiDisconnectFromMailbox(m_hConnection, mailbox); });
+    expect("OrlMapiDisconnect", "Session.Logoff", [&] { return OrlMapiDisconnect(m_hConnection); });
     expect("OrlMapiFreeBuffer", "MAPIFreeBuffer", [&] { return OrlMapiFreeBuffer(nullptr); });
     EXPECT_EQ(lines.size(), 11u);
-    mapi.script.Clear();
+    m_mapi.script.Clear();
 }
 
 std::string g_exceptionIn;
@@ -281,7 +281,7 @@ TEST_F(ExportsTest, AnExceptionWhileCreatingIsAPlainFailure)
 
 TEST_F(ExportsTest, TheErrorNameExportsIgnoreTheConnection)
 {
-    for (const DWORD h : {hConnection, DWORD{0}, DWORD{0xFFFFFFFF}}) {
+    for (const DWORD h : {m_hConnection, DWORD{0}, DWORD{0xFFFFFFFF}}) {
         char narrow[64] = "x";
         WCHAR wide[64] = {'x'};
         OrlGetErrorTextA(h, static_cast<HRESULT>(0x8004010F), narrow, 64);
@@ -289,7 +289,7 @@ TEST_F(ExportsTest, TheErrorNameExportsIgnoreTheConnection)
         EXPECT_STREQ(narrow, "MAPI_E_NOT_FOUND");
         EXPECT_EQ(WideText(wide), WideText(OLESTR("MAPI_E_LOGON_FAILED")));
     }
-    EXPECT_THAT(mapi.recorder.Everything(), IsEmpty());
+    EXPECT_THAT(m_mapi.recorder.Everything(), IsEmpty());
 }
 
 TEST_F(ExportsTest, AResultWithoutANameIsEmptyTextInBothFlavours)

@@ -20,21 +20,21 @@ class HostileTextTest : public SessionTest, public testing::WithParamInterface<c
         EXPECT_GE(Errors().size(), atLeast);
         for (const std::string &line : Errors())
             EXPECT_THAT(line, testing::AnyOf(Like("*" + function + "[#]: Error *"), Like("[#]: Need a default*")));
-        for (const auto &line : trace.Lines())
+        for (const auto &line : m_trace.Lines())
             EXPECT_LE(line.whole.size(), 1023u);
     }
 };
 
 TEST_P(HostileTextTest, InTheNamesOfALogon)
 {
-    mapi.script.Tell("MAPILogonEx", Fails(MAPI_E_LOGON_FAILED));
-    EXPECT_EQ(OrlMapiConnectA(hConnection, Hostile(), Hostile(), Hostile()), MAPI_E_LOGON_FAILED);
+    m_mapi.script.Tell("MAPILogonEx", Fails(MAPI_E_LOGON_FAILED));
+    EXPECT_EQ(OrlMapiConnectA(m_hConnection, Hostile(), Hostile(), Hostile()), MAPI_E_LOGON_FAILED);
     EXPECT_THAT(Calls(), Contains("MAPILogonEx(0, \"" + std::string(Hostile()) + "\", NULL, 0x108032)"));
     ExpectErrorsFrom("CMAPIImpl::Connect");
     EXPECT_THAT(Lines(), Contains("Attempting to logon to MAPI using profile " + std::string(Hostile()) + "."));
-    EXPECT_EQ(OrlMapiConnectA(hConnection, Hostile(), Hostile(), ""), MAPI_E_LOGON_FAILED);
+    EXPECT_EQ(OrlMapiConnectA(m_hConnection, Hostile(), Hostile(), ""), MAPI_E_LOGON_FAILED);
     const WideText wide = FromAnsi(Hostile());
-    EXPECT_EQ(OrlMapiConnectW(hConnection, wide.c_str(), wide.c_str(), wide.c_str()), MAPI_E_LOGON_FAILED);
+    EXPECT_EQ(OrlMapiConnectW(m_hConnection, wide.c_str(), wide.c_str(), wide.c_str()), MAPI_E_LOGON_FAILED);
 }
 
 TEST_P(HostileTextTest, InTheNameOfAProfileThatCannotBeMade)
@@ -45,9 +45,9 @@ TEST_P(HostileTextTest, InTheNameOfAProfileThatCannotBeMade)
 
 TEST_P(HostileTextTest, InAnObjectsOwnErrorText)
 {
-    mapi.script.SetLastError("*", {Hostile(), Hostile(), 0xFFFFFFFF});
-    mapi.script.Tell("Session.GetMsgStoresTable", Fails(MAPI_E_NETWORK_ERROR));
-    EXPECT_EQ(OrlMapiConnectA(hConnection, "NORVIK1", "vm", "Voicemail"), MAPI_E_NETWORK_ERROR);
+    m_mapi.script.SetLastError("*", {Hostile(), Hostile(), 0xFFFFFFFF});
+    m_mapi.script.Tell("Session.GetMsgStoresTable", Fails(MAPI_E_NETWORK_ERROR));
+    EXPECT_EQ(OrlMapiConnectA(m_hConnection, "NORVIK1", "vm", "Voicemail"), MAPI_E_NETWORK_ERROR);
     ExpectErrorsFrom("CMAPIImpl::Connect");
     EXPECT_THAT(Errors(), Contains(StartsWith("CMAPIImpl::Connect[#]: Error 0x80040115 [MAPI_E_NETWORK_ERROR] from "
                                               "GetMsgStoresTable (")));
@@ -57,37 +57,37 @@ TEST_P(HostileTextTest, InTheNameOfAMailbox)
 {
     Connect();
     OrlMailbox mailbox = 0;
-    EXPECT_EQ(OrlMapiConnectToMailboxA(hConnection, &mailbox, Hostile()), MAPI_E_NOT_FOUND);
+    EXPECT_EQ(OrlMapiConnectToMailboxA(m_hConnection, &mailbox, Hostile()), MAPI_E_NOT_FOUND);
     ExpectErrorsFrom("");
     for (const char *call : {"AddrBook.OpenEntry", "Container.GetHierarchyTable", "Container.GetContentsTable",
                              "AddrBook.ResolveName", "HrQueryAllRows"}) {
-        mapi.script.Clear();
-        mapi.script.Tell(call, Fails(MAPI_E_NETWORK_ERROR));
-        EXPECT_TRUE(FAILED(OrlMapiConnectToMailboxA(hConnection, &mailbox, Hostile())));
+        m_mapi.script.Clear();
+        m_mapi.script.Tell(call, Fails(MAPI_E_NETWORK_ERROR));
+        EXPECT_TRUE(FAILED(OrlMapiConnectToMailboxA(m_hConnection, &mailbox, Hostile())));
     }
-    mapi.script.Clear();
+    m_mapi.script.Clear();
 }
 
 TEST_P(HostileTextTest, InEveryPropertyOfAnAddressBookEntry)
 {
     Connect();
-    mapi.world.globalAddressList->contents->rows.clear();
-    mapi.world.users.clear();
-    mapi.world.AddUser(Hostile(), Hostile(), Hostile(), Hostile());
+    m_mapi.world.globalAddressList->contents->rows.clear();
+    m_mapi.world.users.clear();
+    m_mapi.world.AddUser(Hostile(), Hostile(), Hostile(), Hostile());
     MailboxIdentity identity;
     EXPECT_EQ(Session()->FindAddressBookEntry(Hostile(), identity), S_FALSE);
     EXPECT_THAT(Lines(), Contains(Like("*Ignoring address entry type *")));
-    Set(mapi.world.users[0]->props, Text(PR_ADDRTYPE_A, "EX"));
+    Set(m_mapi.world.users[0]->props, Text(PR_ADDRTYPE_A, "EX"));
     EXPECT_EQ(Session()->FindAddressBookEntry(Hostile(), identity), S_OK);
     EXPECT_EQ(identity.strEmailAddress, Hostile());
     OrlMailbox mailbox = 0;
     Forget();
-    EXPECT_EQ(OrlMapiConnectToMailboxA(hConnection, &mailbox, Hostile()), MAPI_E_NOT_FOUND); // no such store
+    EXPECT_EQ(OrlMapiConnectToMailboxA(m_hConnection, &mailbox, Hostile()), MAPI_E_NOT_FOUND); // no such store
     ExpectErrorsFrom("CMAPIImpl::Logon");
     for (const char *property : {"PR_ADDRTYPE_A", "PR_EMAIL_ADDRESS_A", "PR_DISPLAY_NAME_A"}) {
-        mapi.script.Clear();
-        mapi.script.Tell("HrGetOneProp(User(" + std::string(Hostile()) + "), " + property + ")",
-                         Fails(MAPI_E_NETWORK_ERROR));
+        m_mapi.script.Clear();
+        m_mapi.script.Tell("HrGetOneProp(User(" + std::string(Hostile()) + "), " + property + ")",
+                           Fails(MAPI_E_NETWORK_ERROR));
         Forget();
         Session()->ObtainMailboxName(Hostile(), identity);
         ExpectErrorsFrom("");
@@ -98,12 +98,12 @@ TEST_P(HostileTextTest, InTheServersName)
 {
     Connect(Hostile(), Hostile(), Hostile());
     OrlMailbox mailbox = 0;
-    mapi.script.Tell("ManageStore.CreateStoreEntryID", Fails(MAPI_E_NETWORK_ERROR));
-    EXPECT_EQ(OrlMapiConnectToMailboxA(hConnection, &mailbox, "alice"), MAPI_E_NETWORK_ERROR);
+    m_mapi.script.Tell("ManageStore.CreateStoreEntryID", Fails(MAPI_E_NETWORK_ERROR));
+    EXPECT_EQ(OrlMapiConnectToMailboxA(m_hConnection, &mailbox, "alice"), MAPI_E_NETWORK_ERROR);
     ExpectErrorsFrom("CMAPIImpl::Logon");
-    mapi.script.Clear();
-    ASSERT_EQ(OrlMapiConnectToMailboxA(hConnection, &mailbox, "alice"), S_OK);
-    EXPECT_EQ(OrlMapiDisconnectFromMailbox(hConnection, mailbox), S_OK);
+    m_mapi.script.Clear();
+    ASSERT_EQ(OrlMapiConnectToMailboxA(m_hConnection, &mailbox, "alice"), S_OK);
+    EXPECT_EQ(OrlMapiDisconnectFromMailbox(m_hConnection, mailbox), S_OK);
 }
 
 TEST_P(HostileTextTest, InListsOfRecipients)
@@ -117,16 +117,16 @@ TEST_P(HostileTextTest, InListsOfRecipients)
 
 TEST_P(HostileTextTest, InTheNamesOfProfilesAndServers)
 {
-    mapi.world.profiles->rows = {{Text(PR_DISPLAY_NAME_A, Hostile())}};
-    mapi.world.globalSection->props = {Text(PR_PROFILE_HOME_SERVER, Hostile()), Text(PR_PROFILE_NAME_A, Hostile()),
-                                       Text(PR_PROFILE_UNRESOLVED_NAME, Hostile())};
+    m_mapi.world.profiles->rows = {{Text(PR_DISPLAY_NAME_A, Hostile())}};
+    m_mapi.world.globalSection->props = {Text(PR_PROFILE_HOME_SERVER, Hostile()), Text(PR_PROFILE_NAME_A, Hostile()),
+                                         Text(PR_PROFILE_UNRESOLVED_NAME, Hostile())};
     ExchangeProfileA *profiles = nullptr;
     ULONG count = 0;
-    ASSERT_EQ(OrlGetExchangeProfilesA(hConnection, &profiles, &count), S_OK);
+    ASSERT_EQ(OrlGetExchangeProfilesA(m_hConnection, &profiles, &count), S_OK);
     EXPECT_STREQ(profiles[0].pszDisplayName, Hostile());
     EXPECT_EQ(OrlMapiFreeBuffer(profiles), S_OK);
     ExchangeServerNameA *name = nullptr;
-    ASSERT_EQ(OrlGetExchangeServerNameA(hConnection, &name, Hostile()), S_OK);
+    ASSERT_EQ(OrlGetExchangeServerNameA(m_hConnection, &name, Hostile()), S_OK);
     EXPECT_STREQ(name->pszHomeServer, Hostile());
     EXPECT_EQ(name->bProfileMatched, 1);
     EXPECT_EQ(OrlMapiFreeBuffer(name), S_OK);
@@ -142,9 +142,9 @@ class OddTextTest : public SessionTest
 
 TEST_F(OddTextTest, TheSecondReadingFindsArgumentsThatAreZero)
 {
-    mapi.script.Tell("Session.GetMsgStoresTable", Fails(MAPI_E_NETWORK_ERROR));
-    mapi.script.SetLastError("Session", {"[%d] [%s] [%%]", "c", 1});
-    EXPECT_EQ(OrlMapiConnectA(hConnection, "NORVIK1", "vm", "Voicemail"), MAPI_E_NETWORK_ERROR);
+    m_mapi.script.Tell("Session.GetMsgStoresTable", Fails(MAPI_E_NETWORK_ERROR));
+    m_mapi.script.SetLastError("Session", {"[%d] [%s] [%%]", "c", 1});
+    EXPECT_EQ(OrlMapiConnectA(m_hConnection, "NORVIK1", "vm", "Voicemail"), MAPI_E_NETWORK_ERROR);
     EXPECT_THAT(Errors(), ElementsAre("CMAPIImpl::Connect[#]: Error 0x80040115 [MAPI_E_NETWORK_ERROR] from "
                                       "GetMsgStoresTable ([0] [(null)] [%] : c[1]) trying to get the message stores "
                                       "table."));
@@ -152,29 +152,29 @@ TEST_F(OddTextTest, TheSecondReadingFindsArgumentsThatAreZero)
 
 TEST_F(OddTextTest, NullTextsInAnErrorRecordDoNoHarm)
 {
-    mapi.script.Tell("Session.GetMsgStoresTable", Fails(MAPI_E_NETWORK_ERROR));
-    mapi.script.SetLastError("Session", {nullptr, nullptr, 7});
-    EXPECT_EQ(OrlMapiConnectA(hConnection, "NORVIK1", "vm", "Voicemail"), MAPI_E_NETWORK_ERROR);
+    m_mapi.script.Tell("Session.GetMsgStoresTable", Fails(MAPI_E_NETWORK_ERROR));
+    m_mapi.script.SetLastError("Session", {nullptr, nullptr, 7});
+    EXPECT_EQ(OrlMapiConnectA(m_hConnection, "NORVIK1", "vm", "Voicemail"), MAPI_E_NETWORK_ERROR);
     EXPECT_THAT(Errors(), ElementsAre(Like("CMAPIImpl::Connect[#]: Error 0x80040115 [MAPI_E_NETWORK_ERROR] from "
                                            "GetMsgStoresTable (* : *[7]) trying to get the message stores table.")));
 }
 
 TEST_F(OddTextTest, AFailedGetLastErrorDropsThePart)
 {
-    mapi.script.Tell("Session.GetMsgStoresTable", Fails(MAPI_E_NETWORK_ERROR));
-    mapi.script.SetLastError("Session", {"text", "component", 7});
-    mapi.script.Tell("Session.GetLastError", Fails(E_FAIL));
-    EXPECT_EQ(OrlMapiConnectA(hConnection, "NORVIK1", "vm", "Voicemail"), MAPI_E_NETWORK_ERROR);
+    m_mapi.script.Tell("Session.GetMsgStoresTable", Fails(MAPI_E_NETWORK_ERROR));
+    m_mapi.script.SetLastError("Session", {"text", "component", 7});
+    m_mapi.script.Tell("Session.GetLastError", Fails(E_FAIL));
+    EXPECT_EQ(OrlMapiConnectA(m_hConnection, "NORVIK1", "vm", "Voicemail"), MAPI_E_NETWORK_ERROR);
     EXPECT_THAT(Errors(), ElementsAre(ErrorLine("CMAPIImpl::Connect", MAPI_E_NETWORK_ERROR, "GetMsgStoresTable",
                                                 "trying to get the message stores table.")));
 }
 
 TEST_F(OddTextTest, AnExceptionInGetLastErrorIsReportedAndTheLineIsStillWritten)
 {
-    mapi.script.Tell("Session.GetMsgStoresTable", Fails(MAPI_E_NETWORK_ERROR));
-    mapi.script.Tell("Session.GetLastError", Does([] { throw 1; }));
-    EXPECT_EQ(OrlMapiConnectA(hConnection, "NORVIK1", "vm", "Voicemail"), MAPI_E_NETWORK_ERROR);
-    EXPECT_THAT(trace.Texts(), Contains("Exception has occurred in TraceError (OrlMapi32[1613])"));
+    m_mapi.script.Tell("Session.GetMsgStoresTable", Fails(MAPI_E_NETWORK_ERROR));
+    m_mapi.script.Tell("Session.GetLastError", Does([] { throw 1; }));
+    EXPECT_EQ(OrlMapiConnectA(m_hConnection, "NORVIK1", "vm", "Voicemail"), MAPI_E_NETWORK_ERROR);
+    EXPECT_THAT(m_trace.Texts(), Contains("Exception has occurred in TraceError (OrlMapi32[1613])"));
     EXPECT_THAT(Errors(), ElementsAre(ErrorLine("CMAPIImpl::Connect", MAPI_E_NETWORK_ERROR, "GetMsgStoresTable",
                                                 "trying to get the message stores table.")));
 }
@@ -182,10 +182,10 @@ TEST_F(OddTextTest, AnExceptionInGetLastErrorIsReportedAndTheLineIsStillWritten)
 TEST_F(OddTextTest, VeryLongNamesAreCutInTheTraceOnly)
 {
     const std::string name(100000, 'n');
-    mapi.script.Tell("MAPILogonEx", Fails(MAPI_E_LOGON_FAILED));
-    EXPECT_EQ(OrlMapiConnectA(hConnection, name.c_str(), name.c_str(), name.c_str()), MAPI_E_LOGON_FAILED);
+    m_mapi.script.Tell("MAPILogonEx", Fails(MAPI_E_LOGON_FAILED));
+    EXPECT_EQ(OrlMapiConnectA(m_hConnection, name.c_str(), name.c_str(), name.c_str()), MAPI_E_LOGON_FAILED);
     EXPECT_THAT(Calls(), Contains("MAPILogonEx(0, \"" + name + "\", NULL, 0x108032)"));
-    for (const auto &line : trace.Lines())
+    for (const auto &line : m_trace.Lines())
         EXPECT_LE(line.whole.size(), 1023u);
 }
 

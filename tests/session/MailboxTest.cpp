@@ -10,13 +10,13 @@ const std::string kServerDN = "/cn=Configuration/cn=Servers/cn=NORVIK1/cn=Micros
 class MailboxTest : public SessionTest
 {
   protected:
-    HRESULT Open(const char *name = "alice") { return OrlMapiConnectToMailboxA(hConnection, &mailbox, name); }
+    HRESULT Open(const char *name = "alice") { return OrlMapiConnectToMailboxA(m_hConnection, &m_mailbox, name); }
     void Leave()
     {
-        if (mailbox) {
-            EXPECT_EQ(OrlMapiDisconnectFromMailbox(hConnection, mailbox), S_OK);
+        if (m_mailbox) {
+            EXPECT_EQ(OrlMapiDisconnectFromMailbox(m_hConnection, m_mailbox), S_OK);
         }
-        mailbox = 0;
+        m_mailbox = 0;
     }
     void TearDown() override
     {
@@ -42,7 +42,7 @@ class MailboxTest : public SessionTest
                 return true;
         return false;
     }
-    OrlMailbox mailbox = 0;
+    OrlMailbox m_mailbox = 0;
 };
 
 TEST_F(MailboxTest, IsOpenedThroughTheDefaultStoresAdministration)
@@ -71,7 +71,7 @@ TEST_F(MailboxTest, IsClosedWithoutFlags)
     ASSERT_EQ(Open(), S_OK);
     Forget();
     Leave();
-    EXPECT_THAT(mapi.recorder.Everything(), ElementsAre("Store(alice).StoreLogoff(NULL)", "Store(alice).Release()"));
+    EXPECT_THAT(m_mapi.recorder.Everything(), ElementsAre("Store(alice).StoreLogoff(NULL)", "Store(alice).Release()"));
     EXPECT_EQ(Counter(), 0);
     EXPECT_THAT(Lines(),
                 ElementsAre(Like("> CMAPIImpl::Logoff(lpMailboxMDB: *, FolderCount=[1])"), "< CMAPIImpl::Logoff()"));
@@ -81,7 +81,7 @@ TEST_F(MailboxTest, ClosingSucceedsWhateverTheStoreSays)
 {
     Connect();
     ASSERT_EQ(Open(), S_OK);
-    mapi.script.Tell("Store.StoreLogoff", Fails(MAPI_E_NETWORK_ERROR));
+    m_mapi.script.Tell("Store.StoreLogoff", Fails(MAPI_E_NETWORK_ERROR));
     Leave();
     EXPECT_EQ(Counter(), 0);
     EXPECT_THAT(LiveObjects(), testing::UnorderedElementsAre("Session", "Store(default)"));
@@ -91,16 +91,16 @@ TEST_F(MailboxTest, AnExceptionWhileClosingStillReleasesAndUncountsTheStore)
 {
     Connect();
     ASSERT_EQ(Open(), S_OK);
-    mapi.script.Tell("Store.StoreLogoff", Does([] { throw 1; }));
-    EXPECT_EQ(OrlMapiDisconnectFromMailbox(hConnection, mailbox), E_UNEXPECTED);
-    mailbox = 0;
+    m_mapi.script.Tell("Store.StoreLogoff", Does([] { throw 1; }));
+    EXPECT_EQ(OrlMapiDisconnectFromMailbox(m_hConnection, m_mailbox), E_UNEXPECTED);
+    m_mailbox = 0;
     EXPECT_EQ(Counter(), 0);
     EXPECT_THAT(LiveObjects(), testing::UnorderedElementsAre("Session", "Store(default)"));
 }
 
 TEST_F(MailboxTest, ClosingNoMailboxIsTraced)
 {
-    EXPECT_EQ(OrlMapiDisconnectFromMailbox(hConnection, 0), S_OK);
+    EXPECT_EQ(OrlMapiDisconnectFromMailbox(m_hConnection, 0), S_OK);
     EXPECT_THAT(Lines(),
                 ElementsAre(Like("> CMAPIImpl::Logoff(lpMailboxMDB: 0*0, FolderCount=[0])"), "< CMAPIImpl::Logoff()"));
 }
@@ -108,12 +108,12 @@ TEST_F(MailboxTest, ClosingNoMailboxIsTraced)
 TEST_F(MailboxTest, TheWideNameIsTheSameMailbox)
 {
     Connect();
-    ASSERT_EQ(OrlMapiConnectToMailboxW(hConnection, &mailbox, OLESTR("alice")), S_OK);
+    ASSERT_EQ(OrlMapiConnectToMailboxW(m_hConnection, &m_mailbox, OLESTR("alice")), S_OK);
     EXPECT_THAT(LiveObjects(), Contains("Store(alice)"));
     Leave();
     const WideText wide = OLESTR("Jürgen");
-    mapi.world.AddMailbox(InAnsi(wide), "A friend");
-    ASSERT_EQ(OrlMapiConnectToMailboxW(hConnection, &mailbox, wide.c_str()), S_OK);
+    m_mapi.world.AddMailbox(InAnsi(wide), "A friend");
+    ASSERT_EQ(OrlMapiConnectToMailboxW(m_hConnection, &m_mailbox, wide.c_str()), S_OK);
     EXPECT_THAT(LiveObjects(), Contains("Store(" + InAnsi(wide) + ")"));
 }
 
@@ -122,23 +122,23 @@ TEST_F(MailboxTest, TwoMailboxesCountTwo)
     Connect();
     ASSERT_EQ(Open("alice"), S_OK);
     OrlMailbox second = 0;
-    ASSERT_EQ(OrlMapiConnectToMailboxA(hConnection, &second, "bob"), S_OK);
+    ASSERT_EQ(OrlMapiConnectToMailboxA(m_hConnection, &second, "bob"), S_OK);
     EXPECT_EQ(Counter(), 2);
-    EXPECT_EQ(OrlMapiDisconnectFromMailbox(hConnection, second), S_OK);
+    EXPECT_EQ(OrlMapiDisconnectFromMailbox(m_hConnection, second), S_OK);
     EXPECT_EQ(Counter(), 1);
 }
 
 TEST_F(MailboxTest, NeverConnectedMeansEFail)
 {
     EXPECT_EQ(Open(), E_FAIL);
-    EXPECT_EQ(mailbox, 0u);
+    EXPECT_EQ(m_mailbox, 0u);
     EXPECT_THAT(Calls(), IsEmpty());
 }
 
 TEST_F(MailboxTest, AfterAFailedConnectItsFailureIsTheAnswer)
 {
-    mapi.script.Tell("MAPILogonEx", Fails(MAPI_E_LOGON_FAILED));
-    EXPECT_EQ(OrlMapiConnectA(hConnection, "NORVIK1", "vm", "Voicemail"), MAPI_E_LOGON_FAILED);
+    m_mapi.script.Tell("MAPILogonEx", Fails(MAPI_E_LOGON_FAILED));
+    EXPECT_EQ(OrlMapiConnectA(m_hConnection, "NORVIK1", "vm", "Voicemail"), MAPI_E_LOGON_FAILED);
     Forget();
     EXPECT_EQ(Open(), MAPI_E_LOGON_FAILED);
     EXPECT_THAT(Calls(), IsEmpty());
@@ -146,17 +146,17 @@ TEST_F(MailboxTest, AfterAFailedConnectItsFailureIsTheAnswer)
 
 TEST_F(MailboxTest, AfterADisconnectTheSuccessfulConnectIsNoAnswerAndNoEarlierFailureIsEither)
 {
-    mapi.script.Tell("MAPILogonEx", Fails(MAPI_E_LOGON_FAILED).Once());
-    EXPECT_EQ(OrlMapiConnectA(hConnection, "NORVIK1", "vm", "Voicemail"), MAPI_E_LOGON_FAILED);
+    m_mapi.script.Tell("MAPILogonEx", Fails(MAPI_E_LOGON_FAILED).Once());
+    EXPECT_EQ(OrlMapiConnectA(m_hConnection, "NORVIK1", "vm", "Voicemail"), MAPI_E_LOGON_FAILED);
     Connect();
-    EXPECT_EQ(OrlMapiDisconnect(hConnection), S_OK);
+    EXPECT_EQ(OrlMapiDisconnect(m_hConnection), S_OK);
     EXPECT_EQ(Open(), E_FAIL);
 }
 
 TEST_F(MailboxTest, WithoutADefaultStoreItCannotBeOpened)
 {
-    mapi.script.Tell("Session.OpenMsgStore", Fails(MAPI_E_NETWORK_ERROR));
-    EXPECT_EQ(OrlMapiConnectA(hConnection, "NORVIK1", "vm", "Voicemail"), MAPI_E_NETWORK_ERROR);
+    m_mapi.script.Tell("Session.OpenMsgStore", Fails(MAPI_E_NETWORK_ERROR));
+    EXPECT_EQ(OrlMapiConnectA(m_hConnection, "NORVIK1", "vm", "Voicemail"), MAPI_E_NETWORK_ERROR);
     Forget();
     EXPECT_EQ(Open(), E_UNEXPECTED);
     EXPECT_THAT(Errors(), ElementsAre("CMAPIImpl::Logon[#]: Error m_lpMDB is NULL."));
@@ -166,7 +166,7 @@ TEST_F(MailboxTest, WithoutADefaultStoreItCannotBeOpened)
 TEST_F(MailboxTest, AnEmptyServerNameIsFilledFromTheProfileOnce)
 {
     Connect("", "vm", "Voicemail");
-    mapi.world.globalSection->props = {Text(PR_PROFILE_HOME_SERVER, "HOME7"), Text(PR_PROFILE_NAME_A, "Voicemail")};
+    m_mapi.world.globalSection->props = {Text(PR_PROFILE_HOME_SERVER, "HOME7"), Text(PR_PROFILE_NAME_A, "Voicemail")};
     ASSERT_EQ(Open(), S_OK);
     EXPECT_THAT(StoreCalls(),
                 ElementsAre("Session.AdminServices(0)",
@@ -179,13 +179,13 @@ TEST_F(MailboxTest, AnEmptyServerNameIsFilledFromTheProfileOnce)
     Leave();
     Forget();
     ASSERT_EQ(Open(), S_OK);
-    EXPECT_EQ(mapi.recorder.Count("Session.AdminServices"), 0) << "the server's name is known now";
+    EXPECT_EQ(m_mapi.recorder.Count("Session.AdminServices"), 0) << "the server's name is known now";
 }
 
 TEST_F(MailboxTest, IsOpenedOnTheSecondAttemptWhereItRefusesToBeOnline)
 {
     Connect();
-    mapi.script.Tell("Session.OpenMsgStore", Fails(MAPI_E_UNKNOWN_FLAGS).Once().WithOutput());
+    m_mapi.script.Tell("Session.OpenMsgStore", Fails(MAPI_E_UNKNOWN_FLAGS).Once().WithOutput());
     ASSERT_EQ(Open(), S_OK);
     EXPECT_EQ(Calls().back(), "Session.OpenMsgStore(0, eid(store:alice), NULL, 0x31)");
     EXPECT_THAT(Errors(), IsEmpty());
@@ -197,9 +197,9 @@ TEST_F(MailboxTest, TheDistinguishedNamesOrganisationDoesNotReachTheServersName)
 {
     for (const char *dn : {"/o=Org/ou=Site/cn=Recipients/cn=x", "/o=Org", "/ou=Site", "o=", "/o", ""}) {
         SCOPED_TRACE(dn);
-        mapi.world.mailboxes["alice"]->distinguishedName = dn;
-        Set(mapi.world.users[0]->props, Text(PR_EMAIL_ADDRESS_A, dn));
-        OrlMapiDisconnect(hConnection);
+        m_mapi.world.mailboxes["alice"]->distinguishedName = dn;
+        Set(m_mapi.world.users[0]->props, Text(PR_EMAIL_ADDRESS_A, dn));
+        OrlMapiDisconnect(m_hConnection);
         Connect();
         EXPECT_EQ(Open(), S_OK);
         EXPECT_THAT(StoreCalls(),
@@ -226,15 +226,15 @@ TEST_F(MailboxTest, EveryFailingStepIsReportedAndCounted)
     Connect();
     for (const auto &expected : cases) {
         SCOPED_TRACE(expected.call);
-        mapi.script.Clear();
-        mapi.script.Tell(expected.call, Fails(MAPI_E_NETWORK_ERROR));
+        m_mapi.script.Clear();
+        m_mapi.script.Tell(expected.call, Fails(MAPI_E_NETWORK_ERROR));
         Session()->OpenObjects() = 0;
         Forget();
         EXPECT_EQ(Open(), MAPI_E_NETWORK_ERROR);
         EXPECT_THAT(Errors(), ElementsAre("CMAPIImpl::Logon[#]: Error 0x80040115 [MAPI_E_NETWORK_ERROR] from " +
                                           expected.reported));
         EXPECT_EQ(Counter(), expected.counter);
-        EXPECT_EQ(mailbox, 0u);
+        EXPECT_EQ(m_mailbox, 0u);
         EXPECT_THAT(LiveObjects(), testing::UnorderedElementsAre("Session", "Store(default)"));
         EXPECT_THAT(LiveBlocks(), IsEmpty());
     }
@@ -243,10 +243,10 @@ TEST_F(MailboxTest, EveryFailingStepIsReportedAndCounted)
 TEST_F(MailboxTest, AnEntryIdHandedBackTogetherWithAFailureIsFreedAndUncounted)
 {
     Connect();
-    mapi.script.Tell("ManageStore.CreateStoreEntryID", Fails(MAPI_E_NETWORK_ERROR).WithOutput());
+    m_mapi.script.Tell("ManageStore.CreateStoreEntryID", Fails(MAPI_E_NETWORK_ERROR).WithOutput());
     EXPECT_EQ(Open(), MAPI_E_NETWORK_ERROR);
     EXPECT_EQ(Counter(), 0);
-    EXPECT_THAT(mapi.recorder.Memory(), Contains("MAPIFreeBuffer(store entry ID)"));
+    EXPECT_THAT(m_mapi.recorder.Memory(), Contains("MAPIFreeBuffer(store entry ID)"));
     EXPECT_THAT(LiveBlocks(), IsEmpty());
 }
 
@@ -257,8 +257,8 @@ TEST_F(MailboxTest, ASweepLeavesNothingAndTheNextOpenWorks)
     Sweep(
         [&] {
             Leave();
-            OrlMapiDisconnect(hConnection);
-            OrlMapiConnectA(hConnection, "", "vm", "Voicemail"); // so that the server's name is asked for again
+            OrlMapiDisconnect(m_hConnection);
+            OrlMapiConnectA(m_hConnection, "", "vm", "Voicemail"); // so that the server's name is asked for again
             Forget();
         },
         [&] { hr = Open(); },
@@ -266,7 +266,7 @@ TEST_F(MailboxTest, ASweepLeavesNothingAndTheNextOpenWorks)
             if (round.onwards) {
                 EXPECT_TRUE(FAILED(hr) || round.call.Is("HrGetOneProp"));
             }
-            EXPECT_EQ(SUCCEEDED(hr), mailbox != 0);
+            EXPECT_EQ(SUCCEEDED(hr), m_mailbox != 0);
             EXPECT_THAT(LiveObjects().size(), SUCCEEDED(hr) ? 3u : 2u);
             EXPECT_THAT(LiveBlocks(), IsEmpty());
             Leave();
@@ -297,11 +297,11 @@ TEST_F(MailboxTest, NothingHandedBackTogetherWithASuccessIsAFailureOfThatStep)
     };
     for (const auto &expected : cases) {
         SCOPED_TRACE(expected.call);
-        mapi.script.Clear();
-        mapi.script.Tell(expected.call, GivesNull());
+        m_mapi.script.Clear();
+        m_mapi.script.Tell(expected.call, GivesNull());
         const HRESULT hr = Open();
         EXPECT_EQ(SUCCEEDED(hr), expected.opens);
-        EXPECT_EQ(mailbox != 0, expected.opens);
+        EXPECT_EQ(m_mailbox != 0, expected.opens);
         Leave();
         EXPECT_THAT(LiveObjects(), testing::UnorderedElementsAre("Session", "Store(default)"));
         EXPECT_THAT(LiveBlocks(), IsEmpty());

@@ -30,7 +30,7 @@ TEST_F(NoMemoryTest, CreationWritesZeroAndSaysSo)
     DWORD h = 77;
     EXPECT_TRUE(Failing(sizeof(CMAPIImpl), [&] { EXPECT_EQ(OrlCreateConnection(&h, 0), E_OUTOFMEMORY); }));
     EXPECT_EQ(h, 0u);
-    EXPECT_EQ(mapi.recorder.Count("MAPIInitialize"), mapi.recorder.Count("MAPIUninitialize"));
+    EXPECT_EQ(m_mapi.recorder.Count("MAPIInitialize"), m_mapi.recorder.Count("MAPIUninitialize"));
     ASSERT_EQ(OrlCreateConnection(&h, 0), S_OK);
     EXPECT_EQ(OrlIsMAPIAvailable(h), 1);
     EXPECT_EQ(OrlCloseConnection(&h), S_OK);
@@ -46,13 +46,13 @@ TEST_F(NoMemoryTest, TheTextOfAnEntryIdIsThenWhatWasBuiltSoFar)
 }
 
 // What the library reports instead of throwing.
-char reported[64];
-int reports = 0;
+char g_reported[64];
+int g_reports = 0;
 void Keep(const char *szSourceFile, const char *szFunction, int)
 {
     EXPECT_STREQ(szSourceFile, "OrlMapi32");
-    strcpy_s(reported, sizeof(reported), szFunction);
-    ++reports;
+    strcpy_s(g_reported, sizeof(g_reported), szFunction);
+    ++g_reports;
 }
 
 // The trace is silent meanwhile and reads no settings, so that the library's own allocations are the only ones.
@@ -63,14 +63,14 @@ class NoRoomTest : public NoMemoryTest
     {
         PinDebugFilter(0, {});
         SetExceptionHooks(Keep, nullptr);
-        reported[0] = 0;
-        reports = 0;
-        EXPECT_EQ(OrlCreateConnection(&h, 0), S_OK);
+        g_reported[0] = 0;
+        g_reports = 0;
+        EXPECT_EQ(OrlCreateConnection(&m_h, 0), S_OK);
     }
     ~NoRoomTest() override
     {
-        EXPECT_EQ(OrlCloseConnection(&h), S_OK);
-        EXPECT_EQ(mapi.recorder.Count("MAPIInitialize"), mapi.recorder.Count("MAPIUninitialize"));
+        EXPECT_EQ(OrlCloseConnection(&m_h), S_OK);
+        EXPECT_EQ(m_mapi.recorder.Count("MAPIInitialize"), m_mapi.recorder.Count("MAPIUninitialize"));
         SetExceptionHooks(nullptr, nullptr);
         ReleaseDebugFilter();
     }
@@ -83,7 +83,7 @@ class NoRoomTest : public NoMemoryTest
         EXPECT_EQ(OrlCloseConnection(&other), S_OK);
         return entry;
     }
-    DWORD h = 0;
+    DWORD m_h = 0;
 };
 
 TEST_F(NoRoomTest, AConnectionThatCannotBeEnteredKeepsItsHandleAndNoSession)
@@ -94,8 +94,8 @@ TEST_F(NoRoomTest, AConnectionThatCannotBeEnteredKeepsItsHandleAndNoSession)
     EXPECT_NE(third, 0u);
     EXPECT_FALSE(CMAPIImpl::Locate(third));
     EXPECT_EQ(OrlCloseConnection(&third), E_FAIL);
-    EXPECT_STREQ(reported, "CMAPIImpl::Allocate");
-    EXPECT_EQ(reports, 1);
+    EXPECT_STREQ(g_reported, "CMAPIImpl::Allocate");
+    EXPECT_EQ(g_reports, 1);
 }
 
 // The ends of sessions, and how many of them came while their thread held the lock of the registries.
@@ -124,20 +124,20 @@ TEST_F(NoRoomTest, TheSessionOfAConnectionThatCannotBeEnteredEndsWithoutTheLock)
 
 TEST_F(NoRoomTest, ATableOrBookmarkThatCannotBeStoredIsReportedAndNotFound)
 {
-    const SessionGuard session = CMAPIImpl::Locate(h);
+    const SessionGuard session = CMAPIImpl::Locate(m_h);
     auto *const table = reinterpret_cast<IMAPITable *>(0x10); // recorded, never called
     EXPECT_TRUE(session->FreeContentsTableObject(session->StoreObject(table)));
     const std::size_t tableEntry = controlled_new::LastSize();
     DWORD handle = 0;
     EXPECT_TRUE(Failing(tableEntry, [&] { handle = session->StoreObject(table); }));
     EXPECT_EQ(session->LocateContentsTable(handle), nullptr);
-    EXPECT_STREQ(reported, "CMAPIImpl::StoreObject");
+    EXPECT_STREQ(g_reported, "CMAPIImpl::StoreObject");
 
     EXPECT_TRUE(session->FreeBookmarkObject(session->StoreObject(BOOKMARK{7})));
     const std::size_t bookmarkEntry = controlled_new::LastSize();
     EXPECT_TRUE(Failing(bookmarkEntry, [&] { handle = session->StoreObject(BOOKMARK{7}); }));
     EXPECT_EQ(session->LocateBookmark(handle), 0u);
-    EXPECT_EQ(reports, 2);
+    EXPECT_EQ(g_reports, 2);
 }
 
 } // namespace

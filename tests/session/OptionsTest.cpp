@@ -35,7 +35,7 @@ TEST_F(OptionsTest, AreLogged)
                             "ulOpenStoreFlags=<00000013>)",
                             "> CMAPIImpl::Initialise(Service: <true>)", "< CMAPIImpl::Initialise()"));
     EXPECT_TRUE(CMAPIImpl::IsService());
-    trace.Clear();
+    m_trace.Clear();
     OrlUninitialise();
     EXPECT_THAT(IndentedLines(), ElementsAre("> CMAPIImpl::Uninitialise()", "< CMAPIImpl::Uninitialise()"));
     EXPECT_EQ(OpenOptions::StoreEntryIDFlags(), 0x13u);
@@ -58,11 +58,11 @@ TEST_F(OptionsTest, AllFourCombinationsChangeJustTheirOwnFlags)
         for (const bool noCache : {false, true}) {
             SCOPED_TRACE(std::string(online ? "online" : "not online") + (noCache ? ", no cache" : ", cache"));
             Initialise(false, online, noCache, 0x7);
-            OrlMapiDisconnect(hConnection);
+            OrlMapiDisconnect(m_hConnection);
             Forget();
-            ASSERT_EQ(OrlMapiConnectA(hConnection, "NORVIK1", "vm", "Voicemail"), S_OK);
+            ASSERT_EQ(OrlMapiConnectA(m_hConnection, "NORVIK1", "vm", "Voicemail"), S_OK);
             OrlMailbox mailbox = 0;
-            ASSERT_EQ(OrlMapiConnectToMailboxA(hConnection, &mailbox, "alice"), S_OK);
+            ASSERT_EQ(OrlMapiConnectToMailboxA(m_hConnection, &mailbox, "alice"), S_OK);
             const std::string open = noCache ? "0x210" : "0x10";
             EXPECT_THAT(
                 Calls(),
@@ -74,36 +74,36 @@ TEST_F(OptionsTest, AllFourCombinationsChangeJustTheirOwnFlags)
             EXPECT_THAT(Calls(), Contains(Like("ManageStore(default).CreateStoreEntryID(*, 0x7)")));
             BYTE flags[3] = {};
             const std::string id = EntryIdOf("message:m1");
-            EXPECT_EQ(OrlGetEmailFlags(hConnection, mailbox, static_cast<ULONG>(id.size()),
+            EXPECT_EQ(OrlGetEmailFlags(m_hConnection, mailbox, static_cast<ULONG>(id.size()),
                                        reinterpret_cast<const BYTE *>(id.data()), &flags[0], &flags[1], &flags[2]),
                       S_OK);
             EXPECT_THAT(Calls(), Contains("Store(alice).OpenEntry(eid(message:m1), IMessage, " + open + ")"));
-            EXPECT_EQ(OrlMapiDisconnectFromMailbox(hConnection, mailbox), S_OK);
+            EXPECT_EQ(OrlMapiDisconnectFromMailbox(m_hConnection, mailbox), S_OK);
         }
 }
 
 TEST_F(OptionsTest, WithoutTheOnlineStoreThereIsOneAttemptOnly)
 {
     Initialise(false, false, true, 0);
-    mapi.script.Tell("Session.OpenMsgStore", Fails(MAPI_E_NETWORK_ERROR));
-    EXPECT_EQ(OrlMapiConnectA(hConnection, "NORVIK1", "vm", "Voicemail"), MAPI_E_NETWORK_ERROR);
-    EXPECT_EQ(mapi.recorder.Count("Session.OpenMsgStore"), 1);
-    mapi.script.Clear();
+    m_mapi.script.Tell("Session.OpenMsgStore", Fails(MAPI_E_NETWORK_ERROR));
+    EXPECT_EQ(OrlMapiConnectA(m_hConnection, "NORVIK1", "vm", "Voicemail"), MAPI_E_NETWORK_ERROR);
+    EXPECT_EQ(m_mapi.recorder.Count("Session.OpenMsgStore"), 1);
+    m_mapi.script.Clear();
     Connect();
-    mapi.script.Tell("Session.OpenMsgStore", Fails(MAPI_E_NETWORK_ERROR));
+    m_mapi.script.Tell("Session.OpenMsgStore", Fails(MAPI_E_NETWORK_ERROR));
     OrlMailbox mailbox = 0;
-    EXPECT_EQ(OrlMapiConnectToMailboxA(hConnection, &mailbox, "alice"), MAPI_E_NETWORK_ERROR);
-    EXPECT_EQ(mapi.recorder.Count("Session.OpenMsgStore"), 1);
+    EXPECT_EQ(OrlMapiConnectToMailboxA(m_hConnection, &mailbox, "alice"), MAPI_E_NETWORK_ERROR);
+    EXPECT_EQ(m_mapi.recorder.Count("Session.OpenMsgStore"), 1);
 }
 
 TEST_F(OptionsTest, WithoutTheNoCacheOptionAnUnknownFlagsAnswerIsFinal)
 {
     Initialise(false, true, false, 0);
     Connect();
-    mapi.script.Tell("AddrBook.OpenEntry", Fails(MAPI_E_UNKNOWN_FLAGS));
+    m_mapi.script.Tell("AddrBook.OpenEntry", Fails(MAPI_E_UNKNOWN_FLAGS));
     MailboxIdentity identity;
     EXPECT_EQ(Session()->FindAddressBookEntry("alice", identity), MAPI_E_UNKNOWN_FLAGS);
-    EXPECT_EQ(mapi.recorder.Count("AddrBook.OpenEntry"), 1);
+    EXPECT_EQ(m_mapi.recorder.Count("AddrBook.OpenEntry"), 1);
 }
 
 } // namespace

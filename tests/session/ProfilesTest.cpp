@@ -16,25 +16,25 @@ class ProfilesTest : public SessionTest
   protected:
     void SetProfiles(const std::vector<std::string> &names)
     {
-        mapi.world.profiles->rows.clear();
+        m_mapi.world.profiles->rows.clear();
         for (const std::string &name : names)
-            mapi.world.profiles->rows.push_back({Text(PR_DISPLAY_NAME_A, name)});
+            m_mapi.world.profiles->rows.push_back({Text(PR_DISPLAY_NAME_A, name)});
     }
-    ULONG count = 99;
-    ExchangeProfileA *profilesA = nullptr;
-    ExchangeProfileW *profilesW = nullptr;
+    ULONG m_count = 99;
+    ExchangeProfileA *m_profilesA = nullptr;
+    ExchangeProfileW *m_profilesW = nullptr;
 };
 
 TEST_F(ProfilesTest, AreListedInTheOrderOfTheTable)
 {
     SetProfiles({"Voicemail", "Zeta", "Alpha"});
-    EXPECT_EQ(OrlGetExchangeProfilesA(hConnection, &profilesA, &count), S_OK);
-    ASSERT_EQ(count, 3u);
-    EXPECT_STREQ(profilesA[0].pszDisplayName, "Voicemail");
-    EXPECT_STREQ(profilesA[1].pszDisplayName, "Zeta");
-    EXPECT_STREQ(profilesA[2].pszDisplayName, "Alpha");
-    for (ULONG i = 0; i < count; ++i)
-        EXPECT_EQ(profilesA[i].bFlag, 0);
+    EXPECT_EQ(OrlGetExchangeProfilesA(m_hConnection, &m_profilesA, &m_count), S_OK);
+    ASSERT_EQ(m_count, 3u);
+    EXPECT_STREQ(m_profilesA[0].pszDisplayName, "Voicemail");
+    EXPECT_STREQ(m_profilesA[1].pszDisplayName, "Zeta");
+    EXPECT_STREQ(m_profilesA[2].pszDisplayName, "Alpha");
+    for (ULONG i = 0; i < m_count; ++i)
+        EXPECT_EQ(m_profilesA[i].bFlag, 0);
     EXPECT_THAT(Calls(), ElementsAreArray(kProfileQuery));
     EXPECT_THAT(IndentedLines(), ElementsAre("> CMAPIImpl::GetAvailableProfiles()",
                                              "  CMAPIImpl::GetAvailableProfiles[#]: At entry, counter=[0]",
@@ -43,40 +43,40 @@ TEST_F(ProfilesTest, AreListedInTheOrderOfTheTable)
                                              "  GetAvailableProfiles - profile is \"Alpha\"",
                                              "  CMAPIImpl::GetAvailableProfiles[#]: At exit, counter=[0]",
                                              "< CMAPIImpl::GetAvailableProfiles()"));
-    EXPECT_THAT(mapi.recorder.Memory(),
+    EXPECT_THAT(m_mapi.recorder.Memory(),
                 ElementsAre("FreeProws(rows of profiles)",
                             "MAPIAllocateBuffer(" + std::to_string(3 * sizeof(ExchangeProfileA)) + ")",
                             "MAPIAllocateMore(10, block 1)", "MAPIAllocateMore(5, block 1)",
                             "MAPIAllocateMore(6, block 1)"));
     EXPECT_THAT(LiveBlocks(), ElementsAre("block 1"));
-    EXPECT_EQ(OrlMapiFreeBuffer(profilesA), S_OK);
+    EXPECT_EQ(OrlMapiFreeBuffer(m_profilesA), S_OK);
 }
 
 TEST_F(ProfilesTest, WhatIsHeldCountsAsOpen)
 {
     LONG atTable = -1;
     LONG atQuery = -1;
-    mapi.script.Tell("ProfAdmin.GetProfileTable", Does([&] { atTable = Counter(); }));
-    mapi.script.Tell("HrQueryAllRows", Does([&] { atQuery = Counter(); }));
-    EXPECT_EQ(OrlGetExchangeProfilesA(hConnection, &profilesA, &count), S_OK);
+    m_mapi.script.Tell("ProfAdmin.GetProfileTable", Does([&] { atTable = Counter(); }));
+    m_mapi.script.Tell("HrQueryAllRows", Does([&] { atQuery = Counter(); }));
+    EXPECT_EQ(OrlGetExchangeProfilesA(m_hConnection, &m_profilesA, &m_count), S_OK);
     EXPECT_EQ(atTable, 1) << "the administration";
     EXPECT_EQ(atQuery, 2) << "and the table";
     EXPECT_EQ(Counter(), 0);
-    EXPECT_EQ(OrlMapiFreeBuffer(profilesA), S_OK);
+    EXPECT_EQ(OrlMapiFreeBuffer(m_profilesA), S_OK);
 }
 
 TEST_F(ProfilesTest, NoProfilesAreNoErrorAndNoBuffer)
 {
     SetProfiles({});
     auto *untouched = reinterpret_cast<ExchangeProfileA *>(0x10);
-    EXPECT_EQ(OrlGetExchangeProfilesA(hConnection, &untouched, &count), S_OK);
-    EXPECT_EQ(count, 0u);
+    EXPECT_EQ(OrlGetExchangeProfilesA(m_hConnection, &untouched, &m_count), S_OK);
+    EXPECT_EQ(m_count, 0u);
     EXPECT_EQ(untouched, reinterpret_cast<ExchangeProfileA *>(0x10));
-    EXPECT_THAT(mapi.recorder.Memory(), ElementsAre("FreeProws(rows of profiles)"));
-    count = 99;
-    EXPECT_EQ(OrlGetExchangeProfilesW(hConnection, &profilesW, &count), S_OK);
-    EXPECT_EQ(count, 0u);
-    EXPECT_EQ(profilesW, nullptr);
+    EXPECT_THAT(m_mapi.recorder.Memory(), ElementsAre("FreeProws(rows of profiles)"));
+    m_count = 99;
+    EXPECT_EQ(OrlGetExchangeProfilesW(m_hConnection, &m_profilesW, &m_count), S_OK);
+    EXPECT_EQ(m_count, 0u);
+    EXPECT_EQ(m_profilesW, nullptr);
 }
 
 TEST_F(ProfilesTest, AreWidenedAsUtf8AndAsAnsiTextWhereTheyAreNotUtf8)
@@ -87,45 +87,45 @@ TEST_F(ProfilesTest, AreWidenedAsUtf8AndAsAnsiTextWhereTheyAreNotUtf8)
     std::vector<std::string> names(std::begin(valid), std::end(valid));
     names.insert(names.end(), std::begin(broken), std::end(broken));
     SetProfiles(names);
-    EXPECT_EQ(OrlGetExchangeProfilesW(hConnection, &profilesW, &count), S_OK);
-    ASSERT_EQ(count, names.size());
-    const auto memory = mapi.recorder.Memory();
+    EXPECT_EQ(OrlGetExchangeProfilesW(m_hConnection, &m_profilesW, &m_count), S_OK);
+    ASSERT_EQ(m_count, names.size());
+    const auto memory = m_mapi.recorder.Memory();
     ASSERT_EQ(memory.size(), names.size() + 2);
     for (size_t i = 0; i < names.size(); ++i) {
         SCOPED_TRACE(i);
         const WideText expected = i < std::size(valid) ? FromUtf8(names[i]) : FromAnsi(names[i]);
-        EXPECT_EQ(WideText(profilesW[i].pszDisplayName), expected);
+        EXPECT_EQ(WideText(m_profilesW[i].pszDisplayName), expected);
         EXPECT_EQ(memory[i + 2], "MAPIAllocateMore(" + std::to_string(names[i].size() * 2 + 2) + ", block 1)");
     }
-    EXPECT_EQ(OrlMapiFreeBuffer(profilesW), S_OK);
+    EXPECT_EQ(OrlMapiFreeBuffer(m_profilesW), S_OK);
     // The narrow export gives every byte as it is.
-    EXPECT_EQ(OrlGetExchangeProfilesA(hConnection, &profilesA, &count), S_OK);
+    EXPECT_EQ(OrlGetExchangeProfilesA(m_hConnection, &m_profilesA, &m_count), S_OK);
     for (size_t i = 0; i < names.size(); ++i)
-        EXPECT_EQ(profilesA[i].pszDisplayName, names[i]);
-    EXPECT_EQ(OrlMapiFreeBuffer(profilesA), S_OK);
+        EXPECT_EQ(m_profilesA[i].pszDisplayName, names[i]);
+    EXPECT_EQ(OrlMapiFreeBuffer(m_profilesA), S_OK);
 }
 
 TEST_F(ProfilesTest, ARowWithoutANameDoesNoHarm)
 {
-    mapi.world.profiles->rows = {{Text(PR_DISPLAY_NAME_A, "first")}, {}, {Null(PR_DISPLAY_NAME_A)}};
-    EXPECT_EQ(OrlGetExchangeProfilesA(hConnection, &profilesA, &count), S_OK);
-    EXPECT_EQ(count, 3u);
-    EXPECT_STREQ(profilesA[0].pszDisplayName, "first");
-    EXPECT_STREQ(profilesA[1].pszDisplayName, "");
-    EXPECT_STREQ(profilesA[2].pszDisplayName, "");
-    EXPECT_EQ(OrlMapiFreeBuffer(profilesA), S_OK);
+    m_mapi.world.profiles->rows = {{Text(PR_DISPLAY_NAME_A, "first")}, {}, {Null(PR_DISPLAY_NAME_A)}};
+    EXPECT_EQ(OrlGetExchangeProfilesA(m_hConnection, &m_profilesA, &m_count), S_OK);
+    EXPECT_EQ(m_count, 3u);
+    EXPECT_STREQ(m_profilesA[0].pszDisplayName, "first");
+    EXPECT_STREQ(m_profilesA[1].pszDisplayName, "");
+    EXPECT_STREQ(m_profilesA[2].pszDisplayName, "");
+    EXPECT_EQ(OrlMapiFreeBuffer(m_profilesA), S_OK);
 }
 
 TEST_F(ProfilesTest, TheCountIsThatOfTheRecordsFilledWhereMemoryEnds)
 {
     SetProfiles({"one", "two", "three"});
-    mapi.script.Tell("MAPIAllocateMore", Fails(E_OUTOFMEMORY).From(2));
-    EXPECT_EQ(OrlGetExchangeProfilesA(hConnection, &profilesA, &count), E_OUTOFMEMORY);
-    EXPECT_EQ(count, 1u);
+    m_mapi.script.Tell("MAPIAllocateMore", Fails(E_OUTOFMEMORY).From(2));
+    EXPECT_EQ(OrlGetExchangeProfilesA(m_hConnection, &m_profilesA, &m_count), E_OUTOFMEMORY);
+    EXPECT_EQ(m_count, 1u);
     EXPECT_THAT(Errors(), ElementsAre(ErrorLine("OrlGetExchangeProfilesA", E_OUTOFMEMORY, "MAPIAllocateMore", "")));
-    ASSERT_NE(profilesA, nullptr);
-    EXPECT_STREQ(profilesA[0].pszDisplayName, "one");
-    EXPECT_EQ(OrlMapiFreeBuffer(profilesA), S_OK);
+    ASSERT_NE(m_profilesA, nullptr);
+    EXPECT_STREQ(m_profilesA[0].pszDisplayName, "one");
+    EXPECT_EQ(OrlMapiFreeBuffer(m_profilesA), S_OK);
 }
 
 TEST_F(ProfilesTest, EveryFailingCallIsReportedOnceAndLeavesNothing)
@@ -144,15 +144,15 @@ TEST_F(ProfilesTest, EveryFailingCallIsReportedOnceAndLeavesNothing)
     HRESULT hr = S_OK;
     const int calls = Sweep(
         [&] {
-            OrlMapiFreeBuffer(profilesA);
-            profilesA = nullptr;
-            count = 99;
+            OrlMapiFreeBuffer(m_profilesA);
+            m_profilesA = nullptr;
+            m_count = 99;
             Forget();
         },
-        [&] { hr = OrlGetExchangeProfilesA(hConnection, &profilesA, &count); },
+        [&] { hr = OrlGetExchangeProfilesA(m_hConnection, &m_profilesA, &m_count); },
         [&](const Round &round) {
             EXPECT_EQ(hr, round.hr);
-            EXPECT_EQ(count, 0u);
+            EXPECT_EQ(m_count, 0u);
             ASSERT_EQ(Errors().size(), 1u);
             for (const auto &step : steps)
                 if (round.call.Is(step.call)) {
@@ -162,9 +162,9 @@ TEST_F(ProfilesTest, EveryFailingCallIsReportedOnceAndLeavesNothing)
                     EXPECT_THAT(Errors()[0], Like(start.substr(0, start.size() - 1) + step.sentence));
                 }
             EXPECT_EQ(Counter(), 0);
-            OrlMapiFreeBuffer(profilesA);
-            profilesA = nullptr;
-            mapi.ExpectNothingLeft();
+            OrlMapiFreeBuffer(m_profilesA);
+            m_profilesA = nullptr;
+            m_mapi.ExpectNothingLeft();
         });
     EXPECT_EQ(calls, 5);
 }
@@ -173,35 +173,35 @@ TEST_F(ProfilesTest, NothingHandedBackTogetherWithASuccessIsAFailure)
 {
     for (const char *call : {"MAPIAdminProfiles", "ProfAdmin.GetProfileTable", "HrQueryAllRows"}) {
         SCOPED_TRACE(call);
-        mapi.script.Clear();
-        mapi.script.Tell(call, GivesNull());
-        EXPECT_TRUE(FAILED(OrlGetExchangeProfilesA(hConnection, &profilesA, &count)));
-        EXPECT_EQ(count, 0u);
-        EXPECT_EQ(profilesA, nullptr);
-        mapi.ExpectNothingLeft();
+        m_mapi.script.Clear();
+        m_mapi.script.Tell(call, GivesNull());
+        EXPECT_TRUE(FAILED(OrlGetExchangeProfilesA(m_hConnection, &m_profilesA, &m_count)));
+        EXPECT_EQ(m_count, 0u);
+        EXPECT_EQ(m_profilesA, nullptr);
+        m_mapi.ExpectNothingLeft();
     }
 }
 
 class ServerNameTest : public SessionTest
 {
   protected:
-    ExchangeServerNameA *nameA = nullptr;
-    ExchangeServerNameW *nameW = nullptr;
+    ExchangeServerNameA *m_nameA = nullptr;
+    ExchangeServerNameW *m_nameW = nullptr;
 };
 
 TEST_F(ServerNameTest, IsTheNamedProfilesWhereTheSessionIsNotLoggedOn)
 {
-    EXPECT_EQ(OrlGetExchangeServerNameA(hConnection, &nameA, "voiceMAIL"), S_OK);
-    ASSERT_NE(nameA, nullptr);
-    EXPECT_EQ(nameA->bProfileMatched, 1) << "the names differ only in case";
-    EXPECT_STREQ(nameA->pszHomeServer, "NORVIK1");
-    EXPECT_STREQ(nameA->pszProfileUser, "vm");
+    EXPECT_EQ(OrlGetExchangeServerNameA(m_hConnection, &m_nameA, "voiceMAIL"), S_OK);
+    ASSERT_NE(m_nameA, nullptr);
+    EXPECT_EQ(m_nameA->bProfileMatched, 1) << "the names differ only in case";
+    EXPECT_STREQ(m_nameA->pszHomeServer, "NORVIK1");
+    EXPECT_STREQ(m_nameA->pszProfileUser, "vm");
     EXPECT_THAT(Calls(), ElementsAre("MAPIAdminProfiles(0)", "ProfAdmin.AdminServices(\"voiceMAIL\", \"\", 0, 0)",
                                      "ServiceAdmin(voiceMAIL).OpenProfileSection(global section, NULL, 0)",
                                      Like(kSectionQuery)));
-    const auto everything = mapi.recorder.Everything();
+    const auto everything = m_mapi.recorder.Everything();
     EXPECT_EQ(everything[2], "ProfAdmin.Release()") << "given back before the section is opened";
-    EXPECT_THAT(mapi.recorder.Memory(),
+    EXPECT_THAT(m_mapi.recorder.Memory(),
                 ElementsAre("MAPIFreeBuffer(properties of global)",
                             "MAPIAllocateBuffer(" + std::to_string(sizeof(ExchangeServerNameA)) + ")",
                             "MAPIAllocateMore(8, block 1)", "MAPIAllocateMore(3, block 1)"));
@@ -210,52 +210,53 @@ TEST_F(ServerNameTest, IsTheNamedProfilesWhereTheSessionIsNotLoggedOn)
                                              "  GetExchangeServerName - profile name is \"Voicemail\"",
                                              "  GetExchangeServerName - profile user or unresolved name is \"vm\"",
                                              "< CMAPIImpl::GetExchangeServerName()"));
-    EXPECT_EQ(OrlMapiFreeBuffer(nameA), S_OK);
+    EXPECT_EQ(OrlMapiFreeBuffer(m_nameA), S_OK);
 }
 
 TEST_F(ServerNameTest, IsTheSessionsOwnWhereItIsLoggedOn)
 {
     Connect();
-    EXPECT_EQ(OrlGetExchangeServerNameA(hConnection, &nameA, "Another"), S_OK);
-    EXPECT_EQ(nameA->bProfileMatched, 0);
-    EXPECT_STREQ(nameA->pszHomeServer, "NORVIK1");
+    EXPECT_EQ(OrlGetExchangeServerNameA(m_hConnection, &m_nameA, "Another"), S_OK);
+    EXPECT_EQ(m_nameA->bProfileMatched, 0);
+    EXPECT_STREQ(m_nameA->pszHomeServer, "NORVIK1");
     EXPECT_THAT(Calls(),
                 ElementsAre("Session.AdminServices(0)",
                             "ServiceAdmin(session).OpenProfileSection(global section, NULL, 0)", Like(kSectionQuery)));
-    EXPECT_EQ(OrlMapiFreeBuffer(nameA), S_OK);
+    EXPECT_EQ(OrlMapiFreeBuffer(m_nameA), S_OK);
 }
 
 TEST_F(ServerNameTest, TakesTheUserFromEitherPropertyAndSkipsErrors)
 {
-    mapi.world.globalSection->raw = true;
-    mapi.world.globalSection->props = {Missing(PR_PROFILE_HOME_SERVER), Text(PR_PROFILE_USER, "configured user")};
-    EXPECT_EQ(OrlGetExchangeServerNameA(hConnection, &nameA, "p"), MAPI_W_ERRORS_RETURNED) << "MAPI's warning stays";
-    EXPECT_EQ(nameA->bProfileMatched, 0);
-    EXPECT_STREQ(nameA->pszHomeServer, "");
-    EXPECT_STREQ(nameA->pszProfileUser, "configured user");
+    m_mapi.world.globalSection->raw = true;
+    m_mapi.world.globalSection->props = {Missing(PR_PROFILE_HOME_SERVER), Text(PR_PROFILE_USER, "configured user")};
+    EXPECT_EQ(OrlGetExchangeServerNameA(m_hConnection, &m_nameA, "p"), MAPI_W_ERRORS_RETURNED)
+        << "MAPI's warning stays";
+    EXPECT_EQ(m_nameA->bProfileMatched, 0);
+    EXPECT_STREQ(m_nameA->pszHomeServer, "");
+    EXPECT_STREQ(m_nameA->pszProfileUser, "configured user");
     EXPECT_THAT(Lines(), ElementsAre("> CMAPIImpl::GetExchangeServerName(szProfile: p)",
                                      "GetExchangeServerName - profile user or unresolved name is \"configured user\"",
                                      "< CMAPIImpl::GetExchangeServerName()"));
-    EXPECT_EQ(OrlMapiFreeBuffer(nameA), S_OK);
+    EXPECT_EQ(OrlMapiFreeBuffer(m_nameA), S_OK);
 }
 
 TEST_F(ServerNameTest, ValuesWithNullPointersAreSkipped)
 {
-    mapi.world.globalSection->raw = true;
-    mapi.world.globalSection->props = {Null(PR_PROFILE_HOME_SERVER), Null(PR_PROFILE_NAME_A),
-                                       Null(PR_PROFILE_UNRESOLVED_NAME)};
-    EXPECT_EQ(OrlGetExchangeServerNameA(hConnection, &nameA, "p"), S_OK);
-    EXPECT_EQ(nameA->bProfileMatched, 0);
-    EXPECT_STREQ(nameA->pszHomeServer, "");
-    EXPECT_STREQ(nameA->pszProfileUser, "");
+    m_mapi.world.globalSection->raw = true;
+    m_mapi.world.globalSection->props = {Null(PR_PROFILE_HOME_SERVER), Null(PR_PROFILE_NAME_A),
+                                         Null(PR_PROFILE_UNRESOLVED_NAME)};
+    EXPECT_EQ(OrlGetExchangeServerNameA(m_hConnection, &m_nameA, "p"), S_OK);
+    EXPECT_EQ(m_nameA->bProfileMatched, 0);
+    EXPECT_STREQ(m_nameA->pszHomeServer, "");
+    EXPECT_STREQ(m_nameA->pszProfileUser, "");
     EXPECT_THAT(Lines(), ElementsAre("> CMAPIImpl::GetExchangeServerName(szProfile: p)",
                                      "< CMAPIImpl::GetExchangeServerName()"));
-    EXPECT_EQ(OrlMapiFreeBuffer(nameA), S_OK);
+    EXPECT_EQ(OrlMapiFreeBuffer(m_nameA), S_OK);
 }
 
 TEST_F(ServerNameTest, TheMemberClearsWhatTheCallerHadThere)
 {
-    mapi.world.globalSection->props.clear();
+    m_mapi.world.globalSection->props.clear();
     tstring server = "old";
     tstring user = "old";
     bool matched = true;
@@ -263,7 +264,7 @@ TEST_F(ServerNameTest, TheMemberClearsWhatTheCallerHadThere)
     EXPECT_EQ(server, "");
     EXPECT_EQ(user, "");
     EXPECT_FALSE(matched);
-    mapi.script.Tell("MAPIAdminProfiles", Fails(MAPI_E_NETWORK_ERROR));
+    m_mapi.script.Tell("MAPIAdminProfiles", Fails(MAPI_E_NETWORK_ERROR));
     server = user = "old";
     matched = true;
     EXPECT_EQ(Session()->GetExchangeServerName(server, "p", user, matched), MAPI_E_NETWORK_ERROR);
@@ -275,20 +276,20 @@ TEST_F(ServerNameTest, TheMemberClearsWhatTheCallerHadThere)
 TEST_F(ServerNameTest, IsAskedForInAnsiTextAndWidenedAsUtf8)
 {
     const WideText asked = OLESTR("Jürgen");
-    mapi.world.globalSection->props = {Text(PR_PROFILE_HOME_SERVER, "GR\xC3\x9C\xC3\x9F"
-                                                                    "E-\xF0\x9F\x8E\xA4"),
-                                       Text(PR_PROFILE_NAME_A, InAnsi(asked)),
-                                       Text(PR_PROFILE_UNRESOLVED_NAME, "\xE9t\xE9")};
-    EXPECT_EQ(OrlGetExchangeServerNameW(hConnection, &nameW, asked.c_str()), S_OK);
-    EXPECT_EQ(nameW->bProfileMatched, 1);
-    EXPECT_EQ(WideText(nameW->pszHomeServer), WideText(OLESTR("GRÜßE-🎤")));
-    EXPECT_EQ(WideText(nameW->pszProfileUser), FromAnsi("\xE9t\xE9"));
+    m_mapi.world.globalSection->props = {Text(PR_PROFILE_HOME_SERVER, "GR\xC3\x9C\xC3\x9F"
+                                                                      "E-\xF0\x9F\x8E\xA4"),
+                                         Text(PR_PROFILE_NAME_A, InAnsi(asked)),
+                                         Text(PR_PROFILE_UNRESOLVED_NAME, "\xE9t\xE9")};
+    EXPECT_EQ(OrlGetExchangeServerNameW(m_hConnection, &m_nameW, asked.c_str()), S_OK);
+    EXPECT_EQ(m_nameW->bProfileMatched, 1);
+    EXPECT_EQ(WideText(m_nameW->pszHomeServer), WideText(OLESTR("GRÜßE-🎤")));
+    EXPECT_EQ(WideText(m_nameW->pszProfileUser), FromAnsi("\xE9t\xE9"));
     EXPECT_THAT(Calls(), Contains("ProfAdmin.AdminServices(\"" + InAnsi(asked) + "\", \"\", 0, 0)"));
-    EXPECT_THAT(mapi.recorder.Memory(),
+    EXPECT_THAT(m_mapi.recorder.Memory(),
                 ElementsAre("MAPIFreeBuffer(properties of global)",
                             "MAPIAllocateBuffer(" + std::to_string(sizeof(ExchangeServerNameW)) + ")",
                             "MAPIAllocateMore(26, block 1)", "MAPIAllocateMore(8, block 1)"));
-    EXPECT_EQ(OrlMapiFreeBuffer(nameW), S_OK);
+    EXPECT_EQ(OrlMapiFreeBuffer(m_nameW), S_OK);
 }
 
 TEST_F(ServerNameTest, EveryFailingCallIsReportedOnceAndLeavesNothing)
@@ -300,16 +301,16 @@ TEST_F(ServerNameTest, EveryFailingCallIsReportedOnceAndLeavesNothing)
         const size_t objects = LiveObjects().size();
         HRESULT hr = S_OK;
         const auto prepare = [&] {
-            OrlMapiFreeBuffer(nameA);
-            nameA = nullptr;
+            OrlMapiFreeBuffer(m_nameA);
+            m_nameA = nullptr;
             Forget();
         };
         const int calls = Sweep(
-            prepare, [&] { hr = OrlGetExchangeServerNameA(hConnection, &nameA, "p"); },
+            prepare, [&] { hr = OrlGetExchangeServerNameA(m_hConnection, &m_nameA, "p"); },
             [&](const Round &round) {
                 EXPECT_EQ(hr, round.hr);
                 EXPECT_EQ(Errors().size(), 1u);
-                EXPECT_EQ(nameA, nullptr);
+                EXPECT_EQ(m_nameA, nullptr);
                 if (round.call.kind == Kind::Memory) {
                     EXPECT_THAT(Errors(),
                                 ElementsAre(ErrorLine("OrlGetExchangeServerNameA", round.hr, round.call.method, "")));

@@ -17,12 +17,12 @@ class RecipientsTest : public SessionTest
     {
         Free();
         Forget();
-        return Session()->CreateAddressList(&list, recipients);
+        return Session()->CreateAddressList(&m_list, recipients);
     }
     void Free()
     {
-        FreePadrlist(list);
-        list = nullptr;
+        FreePadrlist(m_list);
+        m_list = nullptr;
     }
     void TearDown() override
     {
@@ -41,7 +41,7 @@ class RecipientsTest : public SessionTest
     {
         return "PR_DISPLAY_NAME_A=\"" + name + "\", PR_RECIPIENT_TYPE=1";
     }
-    LPADRLIST list = nullptr;
+    LPADRLIST m_list = nullptr;
 };
 
 TEST_F(RecipientsTest, TwoNamesAreTwoResolvedEntries)
@@ -50,9 +50,9 @@ TEST_F(RecipientsTest, TwoNamesAreTwoResolvedEntries)
     EXPECT_THAT(Calls(),
                 ElementsAre("Session.OpenAddressBook(0, NULL, 0x1)",
                             "AddrBook.ResolveName(0, 0, NULL, [" + Entry("alice") + "; " + Entry("bob") + "])"));
-    ASSERT_NE(list, nullptr);
-    ASSERT_EQ(list->cEntries, 2u);
-    const SPropValue *id = PpropFindProp(list->aEntries[1].rgPropVals, list->aEntries[1].cValues, PR_ENTRYID);
+    ASSERT_NE(m_list, nullptr);
+    ASSERT_EQ(m_list->cEntries, 2u);
+    const SPropValue *id = PpropFindProp(m_list->aEntries[1].rgPropVals, m_list->aEntries[1].cValues, PR_ENTRYID);
     ASSERT_NE(id, nullptr);
     EXPECT_EQ(EntryId(id->Value.bin.cb, id->Value.bin.lpb), "eid(user:bob)");
     EXPECT_EQ(LiveObjects().size(), 2u) << "the address book is given back";
@@ -62,7 +62,7 @@ TEST_F(RecipientsTest, TheListIsBuiltBeforeTheAddressBookIsOpened)
 {
     EXPECT_EQ(Create("alice;bob"), S_OK);
     const std::string values = std::to_string(2 * sizeof(SPropValue));
-    EXPECT_THAT(mapi.recorder.Everything(),
+    EXPECT_THAT(m_mapi.recorder.Everything(),
                 ElementsAre("MAPIAllocateBuffer(" + std::to_string(CbNewADRLIST(2)) + ")",
                             "MAPIAllocateBuffer(" + values + ")", "MAPIAllocateMore(6, block 2)",
                             "MAPIAllocateBuffer(" + values + ")", "MAPIAllocateMore(4, block 3)",
@@ -87,7 +87,7 @@ TEST_F(RecipientsTest, AreSplitAtSemicolonsOnlyAndNothingIsTrimmed)
         {"a;;;b;c", {"a", ";;b", "c"}},
         {"\xE5\xB1\xB1;\xF0\x9F\x8E\xA4", {"\xE5\xB1\xB1", "\xF0\x9F\x8E\xA4"}},
     };
-    mapi.script.Tell("AddrBook.ResolveName", GivesNull());
+    m_mapi.script.Tell("AddrBook.ResolveName", GivesNull());
     for (const auto &expected : cases) {
         SCOPED_TRACE(expected.text);
         EXPECT_EQ(Create(expected.text), S_OK);
@@ -101,12 +101,12 @@ TEST_F(RecipientsTest, AreSplitAtSemicolonsOnlyAndNothingIsTrimmed)
 TEST_F(RecipientsTest, NoTextAndNoNamesAreRefused)
 {
     EXPECT_EQ(Create(nullptr), E_POINTER);
-    EXPECT_EQ(list, nullptr);
+    EXPECT_EQ(m_list, nullptr);
     EXPECT_EQ(Create(""), E_INVALIDARG);
-    EXPECT_EQ(list, nullptr);
+    EXPECT_EQ(m_list, nullptr);
     for (const char *delimiters : {";", ";;", ";;;;;"}) {
         EXPECT_EQ(Create(delimiters), E_ABORT);
-        EXPECT_EQ(list, nullptr);
+        EXPECT_EQ(m_list, nullptr);
         EXPECT_THAT(Lines(), Contains("CMAPIImpl::CreateAddressList[#]: No recipients."));
     }
     EXPECT_THAT(Calls(), IsEmpty());
@@ -115,16 +115,16 @@ TEST_F(RecipientsTest, NoTextAndNoNamesAreRefused)
 TEST_F(RecipientsTest, HavingNoRecipientsIsTracedAsADecisionAndTheEntryAsACall)
 {
     EXPECT_EQ(Create(";"), E_ABORT);
-    EXPECT_THAT(trace.Texts(0x00660005), ElementsAre(Like("CMAPIImpl::CreateAddressList[*]: No recipients.")));
-    EXPECT_THAT(trace.Texts(0x00660008),
+    EXPECT_THAT(m_trace.Texts(0x00660005), ElementsAre(Like("CMAPIImpl::CreateAddressList[*]: No recipients.")));
+    EXPECT_THAT(m_trace.Texts(0x00660008),
                 Contains(Like("> CMAPIImpl::CreateAddressList(pAddressList: *, szRecpientList: \";\")")));
 }
 
 TEST_F(RecipientsTest, TheOutListIsNullFirst)
 {
-    list = reinterpret_cast<LPADRLIST>(0x10);
-    EXPECT_EQ(Session()->CreateAddressList(&list, ""), E_INVALIDARG);
-    EXPECT_EQ(list, nullptr);
+    m_list = reinterpret_cast<LPADRLIST>(0x10);
+    EXPECT_EQ(Session()->CreateAddressList(&m_list, ""), E_INVALIDARG);
+    EXPECT_EQ(m_list, nullptr);
 }
 
 TEST_F(RecipientsTest, TheEntryLineKeepsItsSpelling)
@@ -138,8 +138,8 @@ TEST_F(RecipientsTest, AFailedResolutionIsReportedWithTheWholeTextAndTheListStay
     EXPECT_EQ(Create("alice;nobody"), MAPI_E_NOT_FOUND);
     EXPECT_THAT(Errors(), ElementsAre(ErrorLine("CMAPIImpl::CreateAddressList", MAPI_E_NOT_FOUND, "ResolveName",
                                                 "trying to resolve the recipients alice;nobody.")));
-    ASSERT_NE(list, nullptr);
-    EXPECT_EQ(list->cEntries, 2u);
+    ASSERT_NE(m_list, nullptr);
+    EXPECT_EQ(m_list->cEntries, 2u);
 }
 
 TEST_F(RecipientsTest, EveryFailingCallIsReportedOnceAndTheListFreesWhole)
@@ -150,7 +150,7 @@ TEST_F(RecipientsTest, EveryFailingCallIsReportedOnceAndTheListFreesWhole)
             Free();
             Forget();
         },
-        [&] { hr = Session()->CreateAddressList(&list, "alice;bob"); },
+        [&] { hr = Session()->CreateAddressList(&m_list, "alice;bob"); },
         [&](const Round &round) {
             EXPECT_EQ(hr, round.hr);
             const std::string sentence =
@@ -160,7 +160,7 @@ TEST_F(RecipientsTest, EveryFailingCallIsReportedOnceAndTheListFreesWhole)
             ASSERT_EQ(Errors().size(), 1u);
             EXPECT_THAT(Errors()[0],
                         Like("*[#]: Error * from " + round.call.method + (sentence.empty() ? "*" : " " + sentence)));
-            EXPECT_EQ(list == nullptr, round.at == 1) << "once allocated the list stays with the caller";
+            EXPECT_EQ(m_list == nullptr, round.at == 1) << "once allocated the list stays with the caller";
             Free();
             EXPECT_THAT(LiveBlocks(), IsEmpty());
             EXPECT_EQ(LiveObjects().size(), 2u);
@@ -173,12 +173,12 @@ TEST_F(RecipientsTest, AThousandNamesAreAThousandEntries)
     std::string text;
     for (int i = 0; i < 1000; ++i)
         text += (i ? ";" : "") + std::string("name") + std::to_string(i);
-    mapi.script.Tell("AddrBook.ResolveName", GivesNull());
+    m_mapi.script.Tell("AddrBook.ResolveName", GivesNull());
     EXPECT_EQ(Create(text.c_str()), S_OK);
-    ASSERT_EQ(list->cEntries, 1000u);
-    EXPECT_STREQ(list->aEntries[999].rgPropVals[0].Value.lpszA, "name999");
-    for (ULONG i = 0; i < list->cEntries; ++i)
-        EXPECT_EQ(list->aEntries[i].ulReserved1, 0u) << i;
+    ASSERT_EQ(m_list->cEntries, 1000u);
+    EXPECT_STREQ(m_list->aEntries[999].rgPropVals[0].Value.lpszA, "name999");
+    for (ULONG i = 0; i < m_list->cEntries; ++i)
+        EXPECT_EQ(m_list->aEntries[i].ulReserved1, 0u) << i;
 }
 
 } // namespace

@@ -12,7 +12,7 @@ class RegistryTest : public SessionTest
 
 TEST_F(RegistryTest, ConnectionHandlesAreUniqueAndNeverZero)
 {
-    std::set<DWORD> handles = {hConnection};
+    std::set<DWORD> handles = {m_hConnection};
     std::vector<DWORD> created;
     for (int i = 0; i < 500; ++i) {
         const DWORD h = CMAPIImpl::Allocate(false);
@@ -55,7 +55,7 @@ TEST_F(RegistryTest, ATableIsRecordedAndNotOwned)
     EXPECT_EQ(Session()->LocateContentsTable(h), nullptr);
     EXPECT_FALSE(Session()->FreeContentsTableObject(h));
     EXPECT_THAT(LiveObjects(), ElementsAre("Table(kept)"));
-    EXPECT_THAT(mapi.recorder.Everything(), IsEmpty());
+    EXPECT_THAT(m_mapi.recorder.Everything(), IsEmpty());
     EXPECT_EQ(table->Release(), 0u) << "the registry held no reference";
 }
 
@@ -112,7 +112,7 @@ TEST_F(RegistryTest, ClosingDiscardsTheRegistriesAndDoesNotTouchWhatTheyRecorded
     Session()->StoreObject(table);
     Session()->StoreObject(BOOKMARK{7});
     Close();
-    EXPECT_THAT(mapi.recorder.Everything(), IsEmpty());
+    EXPECT_THAT(m_mapi.recorder.Everything(), IsEmpty());
     EXPECT_EQ(table->Release(), 0u);
 }
 

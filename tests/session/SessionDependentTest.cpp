@@ -26,7 +26,7 @@ class SessionDependentTest : public SessionTest
     void SetUp() override
     {
         SessionTest::SetUp();
-        mapi.script.Tell("Session.Logoff", Does([this] { told.push_back("Logoff"); }));
+        m_mapi.script.Tell("Session.Logoff", Does([this] { m_told.push_back("Logoff"); }));
     }
     void TearDown() override
     {
@@ -39,13 +39,13 @@ class SessionDependentTest : public SessionTest
     Dependent &Register(const std::string &name)
     {
         Dependent &dependent = *new Dependent;
-        dependent.tell = [this, name](const CMAPIImpl &) { told.push_back(name); };
+        dependent.tell = [this, name](const CMAPIImpl &) { m_told.push_back(name); };
         m_dependents.push_back(&dependent);
         RegisterDependent(dependent);
         return dependent;
     }
 
-    std::vector<std::string> told;
+    std::vector<std::string> m_told;
 
   private:
     std::vector<Dependent *> m_dependents;
@@ -56,9 +56,9 @@ TEST_F(SessionDependentTest, AllAreToldTheLastRegisteredFirstBeforeTheSessionLog
     Register("lower");
     Register("higher");
     Connect();
-    told.clear();
-    EXPECT_EQ(OrlMapiDisconnect(hConnection), S_OK);
-    EXPECT_THAT(told, ElementsAre("higher", "lower", "Logoff"));
+    m_told.clear();
+    EXPECT_EQ(OrlMapiDisconnect(m_hConnection), S_OK);
+    EXPECT_THAT(m_told, ElementsAre("higher", "lower", "Logoff"));
 }
 
 TEST_F(SessionDependentTest, TheSessionIsTheOneThatEndsAndStillWhole)
@@ -70,18 +70,18 @@ TEST_F(SessionDependentTest, TheSessionIsTheOneThatEndsAndStillWhole)
         EXPECT_TRUE(session.IsConnected());
         EXPECT_FALSE(CMAPIImpl::m_CS.IsLockedByCurrentThread());
         EXPECT_THAT(Calls(), IsEmpty()) << "neither the store nor the session was given back";
-        told.push_back("whole");
+        m_told.push_back("whole");
     };
-    EXPECT_EQ(OrlMapiDisconnect(hConnection), S_OK);
-    EXPECT_THAT(told, ElementsAre("whole", "Logoff"));
+    EXPECT_EQ(OrlMapiDisconnect(m_hConnection), S_OK);
+    EXPECT_THAT(m_told, ElementsAre("whole", "Logoff"));
 }
 
 TEST_F(SessionDependentTest, ANewLogonEndsThemBeforeTheOldOne)
 {
     Connect();
     Register("dependent");
-    EXPECT_EQ(OrlMapiConnectA(hConnection, "NORVIK1", "vm", "Voicemail"), S_OK);
-    EXPECT_THAT(told, ElementsAre("dependent", "Logoff"));
+    EXPECT_EQ(OrlMapiConnectA(m_hConnection, "NORVIK1", "vm", "Voicemail"), S_OK);
+    EXPECT_THAT(m_told, ElementsAre("dependent", "Logoff"));
 }
 
 // First on the thread that closes, where another one may still be inside a call, then with the session itself.
@@ -89,24 +89,24 @@ TEST_F(SessionDependentTest, ClosingTellsThemAndTheSessionsOwnEndTellsThemAgain)
 {
     Register("dependent");
     Connect();
-    told.clear();
+    m_told.clear();
     {
         const SessionGuard inside = Session();
         Close();
-        EXPECT_THAT(told, ElementsAre("dependent"));
+        EXPECT_THAT(m_told, ElementsAre("dependent"));
         EXPECT_TRUE(inside->IsConnected());
     }
-    EXPECT_THAT(told, ElementsAre("dependent", "dependent", "Logoff"));
+    EXPECT_THAT(m_told, ElementsAre("dependent", "dependent", "Logoff"));
 }
 
 TEST_F(SessionDependentTest, ASessionThatNeverWasConnectedTellsThemAndLogsNothingOff)
 {
     Register("dependent");
-    EXPECT_EQ(OrlMapiDisconnect(hConnection), S_OK);
-    EXPECT_THAT(told, ElementsAre("dependent"));
+    EXPECT_EQ(OrlMapiDisconnect(m_hConnection), S_OK);
+    EXPECT_THAT(m_told, ElementsAre("dependent"));
     Close();
-    EXPECT_THAT(told, ElementsAre("dependent", "dependent", "dependent"));
-    EXPECT_THAT(mapi.recorder.Everything(), IsEmpty());
+    EXPECT_THAT(m_told, ElementsAre("dependent", "dependent", "dependent"));
+    EXPECT_THAT(m_mapi.recorder.Everything(), IsEmpty());
 }
 
 TEST_F(SessionDependentTest, TheEndOfAnotherSessionIsToldAsThatOnes)
@@ -114,10 +114,10 @@ TEST_F(SessionDependentTest, TheEndOfAnotherSessionIsToldAsThatOnes)
     DWORD other = 0;
     ASSERT_EQ(OrlCreateConnection(&other, 0), S_OK);
     const CMAPIImpl *const own = [&] { return &*Session(); }();
-    Register("dependent").tell = [&](const CMAPIImpl &session) { told.push_back(&session == own ? "own" : "other"); };
+    Register("dependent").tell = [&](const CMAPIImpl &session) { m_told.push_back(&session == own ? "own" : "other"); };
     EXPECT_EQ(OrlMapiDisconnect(other), S_OK);
-    EXPECT_EQ(OrlMapiDisconnect(hConnection), S_OK);
-    EXPECT_THAT(told, ElementsAre("other", "own"));
+    EXPECT_EQ(OrlMapiDisconnect(m_hConnection), S_OK);
+    EXPECT_THAT(m_told, ElementsAre("other", "own"));
     EXPECT_EQ(OrlCloseConnection(&other), S_OK);
 }
 
@@ -125,15 +125,15 @@ TEST_F(SessionDependentTest, OneThatRegistersWhileAnEndIsToldIsToldOfTheNext)
 {
     bool registered = false;
     Register("first").tell = [&](const CMAPIImpl &) {
-        told.push_back("first");
+        m_told.push_back("first");
         if (!std::exchange(registered, true))
             Register("second");
     };
-    EXPECT_EQ(OrlMapiDisconnect(hConnection), S_OK);
-    EXPECT_THAT(told, ElementsAre("first"));
-    told.clear();
-    EXPECT_EQ(OrlMapiDisconnect(hConnection), S_OK);
-    EXPECT_THAT(told, ElementsAre("second", "first"));
+    EXPECT_EQ(OrlMapiDisconnect(m_hConnection), S_OK);
+    EXPECT_THAT(m_told, ElementsAre("first"));
+    m_told.clear();
+    EXPECT_EQ(OrlMapiDisconnect(m_hConnection), S_OK);
+    EXPECT_THAT(m_told, ElementsAre("second", "first"));
 }
 
 } // namespace

@@ -71,7 +71,7 @@ class Anchor : public testing::Environment
   private:
     DWORD m_hConnection = 0;
 };
-[[maybe_unused]] testing::Environment *const anchor = testing::AddGlobalTestEnvironment(new Anchor);
+[[maybe_unused]] testing::Environment *const kAnchor = testing::AddGlobalTestEnvironment(new Anchor);
 
 } // namespace
 
@@ -87,8 +87,8 @@ WideText FromUtf8(const std::string &text)
 
 void SessionTest::SetUp()
 {
-    ASSERT_EQ(OrlCreateConnection(&hConnection, 0), S_OK);
-    ASSERT_EQ(OrlIsMAPIAvailable(hConnection), 1);
+    ASSERT_EQ(OrlCreateConnection(&m_hConnection, 0), S_OK);
+    ASSERT_EQ(OrlIsMAPIAvailable(m_hConnection), 1);
     Forget();
 }
 
@@ -100,21 +100,21 @@ void SessionTest::TearDown()
 
 void SessionTest::Connect(const char *server, const char *mailbox, const char *profile)
 {
-    ASSERT_EQ(OrlMapiConnectA(hConnection, server, mailbox, profile), S_OK);
+    ASSERT_EQ(OrlMapiConnectA(m_hConnection, server, mailbox, profile), S_OK);
     Forget();
 }
 
 void SessionTest::Forget()
 {
-    mapi.recorder.Forget();
+    m_mapi.recorder.Forget();
     ForgetBlockNumbers();
-    trace.Clear();
+    m_trace.Clear();
 }
 
 void SessionTest::Close()
 {
-    if (hConnection) {
-        EXPECT_EQ(OrlCloseConnection(&hConnection), S_OK);
+    if (m_hConnection) {
+        EXPECT_EQ(OrlCloseConnection(&m_hConnection), S_OK);
     }
 }
 
@@ -123,7 +123,7 @@ std::vector<std::string> SessionTest::Select(bool errorsOnly, bool indented) con
     static const std::regex prefix(R"(^.*\([0-9a-f]+,.\) *[0-9a-f]+, *([0-9a-f]+): [\s\S]*$)");
     static const std::regex lineNumber(R"(^([\w:~]*)\[\d+\])");
     std::vector<std::string> result;
-    for (const TraceCapture::Line &line : trace.Lines()) {
+    for (const TraceCapture::Line &line : m_trace.Lines()) {
         std::smatch parts;
         const std::string head = line.whole.substr(0, line.whole.find(": ") + 2);
         if (!std::regex_match(head, parts, prefix) || std::stoul(parts[1].str(), nullptr, 16) != GetCurrentThreadId())

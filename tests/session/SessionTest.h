@@ -46,18 +46,18 @@ class SessionTest : public MapiDoubleTest
     void Connect(const char *server = "NORVIK1", const char *mailbox = "vm", const char *profile = "Voicemail");
     void Forget();
     void Close();
-    SessionGuard Session() const { return CMAPIImpl::Locate(hConnection); }
+    SessionGuard Session() const { return CMAPIImpl::Locate(m_hConnection); }
     LONG Counter() const { return Session()->OpenObjects().load(); }
 
     // The calls of this thread, and its lines of the library's trace class with "[#]" in the place of each source
     // line's number.
-    std::vector<std::string> Calls() const { return mapi.recorder.CallsOnThisThread(); }
+    std::vector<std::string> Calls() const { return m_mapi.recorder.CallsOnThisThread(); }
     std::vector<std::string> Lines() const;
     std::vector<std::string> IndentedLines() const;
     std::vector<std::string> Errors() const;
 
-    DWORD hConnection = 0;
-    TraceCapture trace;
+    DWORD m_hConnection = 0;
+    TraceCapture m_trace;
 
   private:
     std::vector<std::string> Select(bool errorsOnly, bool indented) const;

@@ -10,7 +10,10 @@ struct Numbered {
     ULONG tag;
     ULONG number;
 };
-#define NUMBERED(tag, number) Numbered(#tag, tag, number)
+#define NUMBERED(tag, number)                                                                                          \
+    {                                                                                                                  \
+#tag, tag, number                                                                                              \
+    }
 
 TEST(PropertyTags, HaveTheirNumbers)
 {

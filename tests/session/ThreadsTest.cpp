@@ -42,7 +42,7 @@ TEST_F(ThreadsTest, EachCreatesUsesAndClosesItsOwnConnections)
             EXPECT_EQ(OrlCloseConnection(&h), S_OK);
         }
     });
-    EXPECT_EQ(mapi.recorder.Count("MAPIInitialize"), mapi.recorder.Count("MAPIUninitialize"));
+    EXPECT_EQ(m_mapi.recorder.Count("MAPIInitialize"), m_mapi.recorder.Count("MAPIUninitialize"));
 }
 
 TEST_F(ThreadsTest, StartsAndStopsOfTheMapiThreadAtOnceLeaveItRunningForWhoeverIsThere)
@@ -55,7 +55,7 @@ TEST_F(ThreadsTest, StartsAndStopsOfTheMapiThreadAtOnceLeaveItRunningForWhoeverI
             EXPECT_EQ(OrlCloseConnection(&h), S_OK);
         }
     });
-    EXPECT_EQ(mapi.recorder.Count("MAPIInitialize"), mapi.recorder.Count("MAPIUninitialize"));
+    EXPECT_EQ(m_mapi.recorder.Count("MAPIInitialize"), m_mapi.recorder.Count("MAPIUninitialize"));
 }
 
 TEST_F(ThreadsTest, ShareOneConnectionAndItsRegistries)

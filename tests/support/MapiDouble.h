@@ -43,13 +43,13 @@ struct Double {
 class MapiDoubleTest : public testing::Test
 {
   protected:
-    MapiDoubleTest() { mapi.Reset(); }
+    MapiDoubleTest() { m_mapi.Reset(); }
     void TearDown() override
     {
-        mapi.ExpectNothingLeft();
-        mapi.ExpectNoMisuse();
+        m_mapi.ExpectNothingLeft();
+        m_mapi.ExpectNoMisuse();
     }
-    Double mapi;
+    Double m_mapi;
 };
 
 } // namespace mapi_double

@@ -14,22 +14,22 @@ class MapiDoubleSelfTest : public MapiDoubleTest
   protected:
     void SetUp() override
     {
-        ASSERT_EQ(MAPILogonEx(0, nullptr, nullptr, 0x40, &session), S_OK);
-        mapi.recorder.Forget();
+        ASSERT_EQ(MAPILogonEx(0, nullptr, nullptr, 0x40, &m_session), S_OK);
+        m_mapi.recorder.Forget();
     }
     void TearDown() override
     {
-        if (session)
-            session->Release();
+        if (m_session)
+            m_session->Release();
         MapiDoubleTest::TearDown();
     }
-    IMAPISession *session = nullptr;
+    IMAPISession *m_session = nullptr;
 };
 
 TEST_F(MapiDoubleSelfTest, RecordsAConversationWithItsArguments)
 {
     IMAPITable *table = nullptr;
-    ASSERT_EQ(session->GetMsgStoresTable(0, &table), S_OK);
+    ASSERT_EQ(m_session->GetMsgStoresTable(0, &table), S_OK);
     SPropValue yes = {};
     yes.ulPropTag = PR_DEFAULT_STORE;
     yes.Value.b = TRUE;
@@ -43,16 +43,16 @@ TEST_F(MapiDoubleSelfTest, RecordsAConversationWithItsArguments)
     ASSERT_EQ(HrQueryAllRows(table, reinterpret_cast<SPropTagArray *>(&columns), &isDefault, nullptr, 0, &rows), S_OK);
     IMsgStore *store = nullptr;
     const SBinary &id = rows->aRow[0].lpProps[0].Value.bin;
-    ASSERT_EQ(session->OpenMsgStore(0, id.cb, reinterpret_cast<ENTRYID *>(id.lpb), nullptr, 0x111, &store), S_OK);
+    ASSERT_EQ(m_session->OpenMsgStore(0, id.cb, reinterpret_cast<ENTRYID *>(id.lpb), nullptr, 0x111, &store), S_OK);
     FreeProws(rows);
     table->Release();
     store->Release();
 
-    EXPECT_THAT(mapi.recorder.Calls(), ElementsAre("Session.GetMsgStoresTable(0)",
-                                                   "HrQueryAllRows(Table(stores), [PR_ENTRYID, PR_DEFAULT_STORE], "
-                                                   "PROPERTY(PR_DEFAULT_STORE == TRUE), NULL, 0)",
-                                                   "Session.OpenMsgStore(0, eid(store:default), NULL, 0x111)"));
-    EXPECT_THAT(mapi.recorder.Everything(),
+    EXPECT_THAT(m_mapi.recorder.Calls(), ElementsAre("Session.GetMsgStoresTable(0)",
+                                                     "HrQueryAllRows(Table(stores), [PR_ENTRYID, PR_DEFAULT_STORE], "
+                                                     "PROPERTY(PR_DEFAULT_STORE == TRUE), NULL, 0)",
+                                                     "Session.OpenMsgStore(0, eid(store:default), NULL, 0x111)"));
+    EXPECT_THAT(m_mapi.recorder.Everything(),
                 ElementsAre("Session.GetMsgStoresTable(0)", testing::StartsWith("HrQueryAllRows("),
                             "  Table(stores).SetColumns([PR_ENTRYID, PR_DEFAULT_STORE], 0x2)",
                             "  Table(stores).Restrict(PROPERTY(PR_DEFAULT_STORE == TRUE), 0x2)",
@@ -63,11 +63,11 @@ TEST_F(MapiDoubleSelfTest, RecordsAConversationWithItsArguments)
 
 TEST_F(MapiDoubleSelfTest, AnswersTheNthCallAsTold)
 {
-    mapi.script.Tell("Session.GetMsgStoresTable", Fails(MAPI_E_NETWORK_ERROR).Nth(2));
+    m_mapi.script.Tell("Session.GetMsgStoresTable", Fails(MAPI_E_NETWORK_ERROR).Nth(2));
     IMAPITable *tables[3] = {};
-    EXPECT_EQ(session->GetMsgStoresTable(0, &tables[0]), S_OK);
-    EXPECT_EQ(session->GetMsgStoresTable(0, &tables[1]), MAPI_E_NETWORK_ERROR);
-    EXPECT_EQ(session->GetMsgStoresTable(0, &tables[2]), S_OK);
+    EXPECT_EQ(m_session->GetMsgStoresTable(0, &tables[0]), S_OK);
+    EXPECT_EQ(m_session->GetMsgStoresTable(0, &tables[1]), MAPI_E_NETWORK_ERROR);
+    EXPECT_EQ(m_session->GetMsgStoresTable(0, &tables[2]), S_OK);
     EXPECT_EQ(tables[1], nullptr);
     tables[0]->Release();
     tables[2]->Release();
@@ -75,17 +75,17 @@ TEST_F(MapiDoubleSelfTest, AnswersTheNthCallAsTold)
 
 TEST_F(MapiDoubleSelfTest, HandsAnObjectBackTogetherWithAFailureWhereTold)
 {
-    mapi.script.Tell("Session.GetMsgStoresTable", Fails(E_FAIL).WithOutput());
+    m_mapi.script.Tell("Session.GetMsgStoresTable", Fails(E_FAIL).WithOutput());
     IMAPITable *table = nullptr;
-    EXPECT_EQ(session->GetMsgStoresTable(0, &table), E_FAIL);
+    EXPECT_EQ(m_session->GetMsgStoresTable(0, &table), E_FAIL);
     ASSERT_NE(table, nullptr);
     table->Release();
 }
 
 TEST_F(MapiDoubleSelfTest, HandsNothingBackTogetherWithASuccessWhereTold)
 {
-    mapi.script.Tell("MAPIAdminProfiles", GivesNull());
-    IProfAdmin *admin = reinterpret_cast<IProfAdmin *>(session);
+    m_mapi.script.Tell("MAPIAdminProfiles", GivesNull());
+    IProfAdmin *admin = reinterpret_cast<IProfAdmin *>(m_session);
     EXPECT_EQ(MAPIAdminProfiles(0, &admin), S_OK);
     EXPECT_EQ(admin, nullptr);
 }
@@ -103,7 +103,7 @@ TEST_F(MapiDoubleSelfTest, KnowsWhatIsLeft)
     EXPECT_EQ(MAPIFreeBuffer(block), 0u);
     admin->Release();
     EXPECT_THAT(LiveBlocks(), IsEmpty());
-    EXPECT_THAT(mapi.recorder.Memory(),
+    EXPECT_THAT(m_mapi.recorder.Memory(),
                 ElementsAre("MAPIAllocateBuffer(9)", "MAPIAllocateMore(4, block 1)", "MAPIFreeBuffer(block 1)"));
 }
 
@@ -121,9 +121,9 @@ TEST_F(MapiDoubleSelfTest, NoticesAPartFreedByItselfAndABlockFreedTwice)
 
 TEST_F(MapiDoubleSelfTest, GivesTheErrorRecordThatItWasTold)
 {
-    mapi.script.SetLastError("Session", {"no such thing", "the component", 42});
+    m_mapi.script.SetLastError("Session", {"no such thing", "the component", 42});
     MAPIERROR *error = nullptr;
-    ASSERT_EQ(session->GetLastError(E_FAIL, 0, &error), S_OK);
+    ASSERT_EQ(m_session->GetLastError(E_FAIL, 0, &error), S_OK);
     ASSERT_NE(error, nullptr);
     EXPECT_STREQ(reinterpret_cast<const char *>(error->lpszError), "no such thing");
     EXPECT_STREQ(reinterpret_cast<const char *>(error->lpszComponent), "the component");
@@ -138,7 +138,7 @@ TEST_F(MapiDoubleSelfTest, ASweepFailsEachCallOnceAndFromThereOn)
     HRESULT second = S_OK;
     const auto call = [&](HRESULT &hr) {
         IMAPITable *table = nullptr;
-        hr = session->GetMsgStoresTable(0, &table);
+        hr = m_session->GetMsgStoresTable(0, &table);
         if (table)
             table->Release();
     };

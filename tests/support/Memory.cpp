@@ -25,7 +25,7 @@ std::map<const void *, Block> &Blocks()
     return *blocks;
 }
 
-int lastNumber = 0;
+int g_lastNumber = 0;
 
 void *NewBlock(Block block, ULONG size)
 {
@@ -141,7 +141,7 @@ void ForgetLiveBlocks()
 void ForgetBlockNumbers()
 {
     std::lock_guard<std::recursive_mutex> lock(Mutex());
-    lastNumber = 0;
+    g_lastNumber = 0;
 }
 
 } // namespace mapi_double
@@ -157,7 +157,7 @@ SCODE WINAPI MAPIAllocateBuffer(ULONG cbSize, LPVOID *lppBuffer)
     Call call("MAPIAllocateBuffer", {Number(cbSize)}, Kind::Memory);
     if (!call.Proceed())
         return call.Return(E_OUTOFMEMORY);
-    *lppBuffer = call.GivesNull() ? nullptr : NewRoot("block " + Number(++lastNumber), cbSize);
+    *lppBuffer = call.GivesNull() ? nullptr : NewRoot("block " + Number(++g_lastNumber), cbSize);
     return call.Return(S_OK);
 }
 

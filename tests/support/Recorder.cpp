@@ -92,22 +92,22 @@ int Recorder::Count(const std::string &name) const
 
 namespace
 {
-thread_local int depthOfThread = 0;
+thread_local int t_depth = 0;
 }
 
 Nested::Nested()
 {
-    ++depthOfThread;
+    ++t_depth;
 }
 
 Nested::~Nested()
 {
-    --depthOfThread;
+    --t_depth;
 }
 
 int Nested::Depth()
 {
-    return depthOfThread;
+    return t_depth;
 }
 
 } // namespace mapi_double

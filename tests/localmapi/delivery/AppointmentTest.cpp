@@ -56,7 +56,7 @@ class AppointmentTest : public SiteTest
     }
     Tag Named(const Guid &set, std::int32_t number, Type type)
     {
-        return MakeTag(Names(site).Ids({{set, number}}, false).front(), type);
+        return MakeTag(Names(m_site).Ids({{set, number}}, false).front(), type);
     }
     std::int64_t Time(const MessageChanges &message, const Guid &set, std::int32_t number)
     {
@@ -74,14 +74,14 @@ class AppointmentTest : public SiteTest
 
 TEST_F(AppointmentTest, HasThePropertiesOfAMessage)
 {
-    const MessageChanges message = Compose(site, Meeting(), alice);
+    const MessageChanges message = Compose(m_site, Meeting(), m_alice);
     EXPECT_EQ(Of<std::string>(message, kMessageClass), "IPM.Appointment");
     EXPECT_EQ(Of<std::int32_t>(message, kMessageFlags), kFlagRead);
     EXPECT_EQ(Of<std::string>(message, kSubject), "Meeting");
     EXPECT_EQ(Of<std::string>(message, 0x0E1D001F), "Meeting");
     EXPECT_EQ(Of<std::string>(message, kBody), "Agenda");
-    EXPECT_EQ(Of<std::string>(message, kSenderName), alice.name);
-    EXPECT_EQ(Of<std::string>(message, 0x0065001F), alice.dn);
+    EXPECT_EQ(Of<std::string>(message, kSenderName), m_alice.name);
+    EXPECT_EQ(Of<std::string>(message, 0x0065001F), m_alice.dn);
     EXPECT_EQ(Of<std::int64_t>(message, 0x00600040), At(On(2026, 11, 23), 480));
     EXPECT_EQ(Of<std::int64_t>(message, 0x00610040), At(On(2026, 11, 23), 510));
     EXPECT_EQ(Of<std::int32_t>(message, 0x10800003), 1024) << "the icon of a single one";
@@ -89,7 +89,7 @@ TEST_F(AppointmentTest, HasThePropertiesOfAMessage)
 
 TEST_F(AppointmentTest, OfOneDayHasItsTimesUnderAllTheirNames)
 {
-    const MessageChanges message = Compose(site, Meeting(), alice);
+    const MessageChanges message = Compose(m_site, Meeting(), m_alice);
     for (const auto &[set, number] :
          {std::pair(kAppointmentSet, 0x820D), std::pair(kAppointmentSet, 0x8235), std::pair(kCommonSet, 0x8516)})
         EXPECT_EQ(Time(message, set, number), At(On(2026, 11, 23), 480)) << std::hex << number;
@@ -112,7 +112,7 @@ TEST_F(AppointmentTest, ThatRecursSaysSoWithItsRuleAndItsFirstAndLastDay)
 {
     RecurrenceRule rule = Mondays();
     rule.times = 3;
-    const MessageChanges message = Compose(site, Meeting(rule), alice);
+    const MessageChanges message = Compose(m_site, Meeting(rule), m_alice);
     EXPECT_TRUE(Flag(message, kAppointmentSet, 0x8223));
     EXPECT_TRUE(Flag(message, kMeetingSet, 0x0005));
     EXPECT_EQ(Number(message, kAppointmentSet, 0x8231), 2);
@@ -128,18 +128,18 @@ TEST_F(AppointmentTest, ThatRecursSaysSoWithItsRuleAndItsFirstAndLastDay)
 
 TEST_F(AppointmentTest, ThatNeverEndsHasThePublishedEnd)
 {
-    const MessageChanges message = Compose(site, Meeting(Mondays()), alice);
+    const MessageChanges message = Compose(m_site, Meeting(Mondays()), m_alice);
     EXPECT_EQ(Time(message, kAppointmentSet, 0x8236), At(On(4500, 8, 31), 23 * 60 + 59));
 }
 
 TEST_F(AppointmentTest, NamesItsPropertiesOnceInASite)
 {
-    Compose(site, Meeting(), alice);
-    const std::size_t names = Names(site).All().size();
+    Compose(m_site, Meeting(), m_alice);
+    const std::size_t names = Names(m_site).All().size();
     const Tag start = Named(kAppointmentSet, 0x820D, Type::Time);
     EXPECT_GE(start >> 16, 0x8000u);
-    Compose(site, Meeting(Mondays()), alice);
-    EXPECT_EQ(Names(site).All().size(), names);
+    Compose(m_site, Meeting(Mondays()), m_alice);
+    EXPECT_EQ(Names(m_site).All().size(), names);
     EXPECT_EQ(Named(kAppointmentSet, 0x820D, Type::Time), start);
 }
 

@@ -87,16 +87,16 @@ TEST_F(AllocationTest, PropertiesAndEntryIdentifiersFailCleanly)
     ENTRYID *entry = nullptr;
     TCHAR *text = nullptr;
     Sweep(
-        "GetReceiveFolder", [&] { return m_mailbox.store()->GetReceiveFolder(nullptr, 0, &count, &entry, &text); },
+        "GetReceiveFolder", [&] { return m_mailbox.GetStore()->GetReceiveFolder(nullptr, 0, &count, &entry, &text); },
         [&] {
             FreeBuffer(entry);
             FreeBuffer(text);
         });
     ComPtr<IExchangeManageStore> manager;
-    ASSERT_CODE(m_mailbox.store()->QueryInterface(IID_IExchangeManageStore, reinterpret_cast<void **>(manager.put())),
-                S_OK);
+    ASSERT_CODE(
+        m_mailbox.GetStore()->QueryInterface(IID_IExchangeManageStore, reinterpret_cast<void **>(manager.put())), S_OK);
     std::string server = "/cn=Configuration/cn=Servers/cn=NORVIK1/cn=Microsoft Private MDB";
-    std::string mailbox = m_mailbox.bob().dn;
+    std::string mailbox = m_mailbox.Bob().dn;
     Sweep(
         "CreateStoreEntryID",
         [&] { return manager->CreateStoreEntryID(server.data(), mailbox.data(), 0, &count, &entry); },
@@ -105,10 +105,10 @@ TEST_F(AllocationTest, PropertiesAndEntryIdentifiersFailCleanly)
 
 TEST_F(AllocationTest, ErrorTextsFailCleanly)
 {
-    EXPECT_CODE(m_mailbox.store()->Unadvise(1), MAPI_E_NO_SUPPORT);
+    EXPECT_CODE(m_mailbox.GetStore()->Unadvise(1), MAPI_E_NO_SUPPORT);
     MAPIERROR *error = nullptr;
     Sweep(
-        "GetLastError", [&] { return m_mailbox.store()->GetLastError(MAPI_E_NO_SUPPORT, MAPI_UNICODE, &error); },
+        "GetLastError", [&] { return m_mailbox.GetStore()->GetLastError(MAPI_E_NO_SUPPORT, MAPI_UNICODE, &error); },
         [&] { FreeBuffer(error); });
 }
 

@@ -232,7 +232,7 @@ TEST_F(AttachmentTest, AMessageCanBeAttachedToAMessage)
     EXPECT_EQ(List(inner), "0=inner.txt");
     EXPECT_EQ(ReadProperty(Open(inner, 0).get(), PR_ATTACH_DATA_BIN), "inner data");
     // It is no message of the folder.
-    EXPECT_EQ(LongOf(m_mailbox.inbox(), PR_CONTENT_COUNT), 1);
+    EXPECT_EQ(LongOf(m_mailbox.Inbox(), PR_CONTENT_COUNT), 1);
 }
 
 TEST_F(AttachmentTest, AnAttachedMessageIsChangedAndReplaced)

@@ -104,13 +104,13 @@ TEST_F(CopyTest, AMessageIsCopiedWithAllThatItHolds)
 TEST_F(CopyTest, NothingOfACopyIsThereBeforeItsOwnSave)
 {
     auto source = Source();
-    const auto changes = m_mailbox.site().GetChangeNumber();
+    const auto changes = m_mailbox.GetSite().GetChangeNumber();
     {
         auto copy = Empty();
         ASSERT_CODE(CopyTo(source.get(), copy.get()), S_OK);
     }
-    EXPECT_EQ(m_mailbox.site().GetChangeNumber(), changes);
-    EXPECT_EQ(CountIn(m_mailbox.inbox()), 0u);
+    EXPECT_EQ(m_mailbox.GetSite().GetChangeNumber(), changes);
+    EXPECT_EQ(CountIn(m_mailbox.Inbox()), 0u);
 }
 
 TEST_F(CopyTest, ACopyOutlivesItsSource)
@@ -168,7 +168,7 @@ TEST_F(CopyTest, AMessageThatArrivedBecomesADraftAgain)
     ASSERT_CODE(Address(answer.get(), {Alice()}), S_OK);
     ASSERT_CODE(answer->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
     ASSERT_CODE(answer->SubmitMessage(0), S_OK);
-    auto back = MessageIn(m_mailbox.inbox());
+    auto back = MessageIn(m_mailbox.Inbox());
     EXPECT_EQ(TextOf(back.get(), PR_SENDER_NAME_A), "Bob Baker");
     EXPECT_EQ(ReadProperty(AttachmentOf(back.get(), 1).get(), PR_ATTACH_DATA_BIN), m_recording);
 }
@@ -316,7 +316,7 @@ TEST_F(CopyTest, AFolderIsCopiedWithItsMessagesAndFolders)
         EXPECT_CODE(in->CreateFolder(FOLDER_GENERIC, name.data(), nullptr, nullptr, 0, folder.put()), S_OK);
         return folder;
     };
-    auto from = make(m_mailbox.inbox(), "From"), to = make(m_mailbox.inbox(), "To");
+    auto from = make(m_mailbox.Inbox(), "From"), to = make(m_mailbox.Inbox(), "To");
     auto below = make(from.get(), "Below");
     ASSERT_CODE(SetProps(from.get(), {Narrow(PR_COMMENT_A, "a comment")}), S_OK);
     const auto put = [&](IMAPIFolder *in, const char *subject, ULONG flags = 0) {
@@ -340,7 +340,7 @@ TEST_F(CopyTest, AFolderIsCopiedWithItsMessagesAndFolders)
     ASSERT_CODE(to->CreateFolder(FOLDER_GENERIC, name.data(), nullptr, nullptr, OPEN_IF_EXISTS, copied.put()), S_OK);
     EXPECT_EQ(SubjectsIn(copied.get()), "deep");
 
-    auto bare = make(m_mailbox.inbox(), "Bare");
+    auto bare = make(m_mailbox.Inbox(), "Bare");
     ASSERT_CODE(CopyTo(from.get(), bare.get(),
                        {PR_CONTAINER_CONTENTS, PR_CONTAINER_HIERARCHY, PR_FOLDER_ASSOCIATED_CONTENTS}, 0,
                        IID_IMAPIFolder),

@@ -50,7 +50,7 @@ class FolderTest : public testing::Test
     }
     HRESULT Copy(const std::vector<EntryIdBytes> &ids, IMAPIFolder *to, ULONG flags)
     {
-        return m_mailbox.inbox()->CopyMessages(EntryList(ids), nullptr, to, 0, nullptr, flags);
+        return m_mailbox.Inbox()->CopyMessages(EntryList(ids), nullptr, to, 0, nullptr, flags);
     }
     HRESULT DeleteFolder(IMAPIFolder *parent, const EntryIdBytes &id, ULONG flags)
     {
@@ -67,43 +67,45 @@ TEST_F(FolderTest, AFolderCountsItsMessagesAndTheUnreadOnes)
     m_mailbox.Add({Narrow(PR_SUBJECT_A, "read"), Long(PR_MESSAGE_FLAGS, MSGFLAG_READ)});
     m_mailbox.Add({Narrow(PR_SUBJECT_A, "unread"), Long(PR_MESSAGE_FLAGS, 0)});
     m_mailbox.Add({Narrow(PR_SUBJECT_A, "another"), Long(PR_MESSAGE_FLAGS, 0)});
-    EXPECT_EQ(LongOf(m_mailbox.inbox(), PR_CONTENT_COUNT), 3);
-    EXPECT_EQ(LongOf(m_mailbox.inbox(), PR_CONTENT_UNREAD), 2);
-    EXPECT_EQ(LongOf(m_mailbox.inbox(), PR_SUBFOLDERS), 0);
+    EXPECT_EQ(LongOf(m_mailbox.Inbox(), PR_CONTENT_COUNT), 3);
+    EXPECT_EQ(LongOf(m_mailbox.Inbox(), PR_CONTENT_UNREAD), 2);
+    EXPECT_EQ(LongOf(m_mailbox.Inbox(), PR_SUBFOLDERS), 0);
     EXPECT_EQ(LongOf(m_mailbox.Folder(PR_IPM_SUBTREE_ENTRYID).get(), PR_SUBFOLDERS), 1);
 }
 
 TEST_F(FolderTest, AFolderSaysWhatItIs)
 {
-    IMAPIFolder *inbox = m_mailbox.inbox();
+    IMAPIFolder *inbox = m_mailbox.Inbox();
     EXPECT_EQ(LongOf(inbox, PR_OBJECT_TYPE), static_cast<LONG>(MAPI_FOLDER));
     EXPECT_EQ(LongOf(inbox, PR_FOLDER_TYPE), static_cast<LONG>(FOLDER_GENERIC));
     EXPECT_EQ(LongOf(inbox, PR_ACCESS_LEVEL), static_cast<LONG>(MAPI_MODIFY));
     EXPECT_EQ(TextOf(inbox, PR_CONTAINER_CLASS_A), "IPF.Note");
-    EXPECT_EQ(BytesOf(inbox, PR_STORE_ENTRYID), BytesOf(m_mailbox.store(), PR_ENTRYID));
+    EXPECT_EQ(BytesOf(inbox, PR_STORE_ENTRYID), BytesOf(m_mailbox.GetStore(), PR_ENTRYID));
     EXPECT_CODE(ProblemOf(inbox, Long(PR_CONTENT_COUNT, 5)), MAPI_E_COMPUTED);
     EXPECT_CODE(ProblemOf(inbox, Long(PR_FOLDER_TYPE, 0)), MAPI_E_COMPUTED);
 }
 
 TEST_F(FolderTest, TheCalendarIsNamedByInboxAndRoot)
 {
-    const EntryIdBytes calendar = BytesOf(m_mailbox.inbox(), PR_IPM_APPOINTMENT_ENTRYID);
+    const EntryIdBytes calendar = BytesOf(m_mailbox.Inbox(), PR_IPM_APPOINTMENT_ENTRYID);
     ComPtr<IMAPIFolder> folder;
-    ASSERT_CODE(OpenEntry(m_mailbox.store(), calendar, nullptr, 0, reinterpret_cast<IUnknown **>(folder.put())), S_OK);
+    ASSERT_CODE(OpenEntry(m_mailbox.GetStore(), calendar, nullptr, 0, reinterpret_cast<IUnknown **>(folder.put())),
+                S_OK);
     EXPECT_EQ(TextOf(folder.get(), PR_CONTAINER_CLASS_A), "IPF.Appointment");
     ComPtr<IMAPIFolder> root;
     ASSERT_CODE(
-        m_mailbox.store()->OpenEntry(0, nullptr, nullptr, 0, nullptr, reinterpret_cast<IUnknown **>(root.put())), S_OK);
+        m_mailbox.GetStore()->OpenEntry(0, nullptr, nullptr, 0, nullptr, reinterpret_cast<IUnknown **>(root.put())),
+        S_OK);
     EXPECT_EQ(BytesOf(root.get(), PR_IPM_APPOINTMENT_ENTRYID), calendar);
     EXPECT_TRUE(BytesOf(folder.get(), PR_IPM_APPOINTMENT_ENTRYID).empty());
 }
 
 TEST_F(FolderTest, PropertiesOfAFolderAreChangedAtOnce)
 {
-    ASSERT_CODE(SetProps(m_mailbox.inbox(), {Narrow(PR_COMMENT_A, "all that arrives")}), S_OK);
+    ASSERT_CODE(SetProps(m_mailbox.Inbox(), {Narrow(PR_COMMENT_A, "all that arrives")}), S_OK);
     EXPECT_EQ(TextOf(m_mailbox.Folder(0).get(), PR_COMMENT_A), "all that arrives");
-    EXPECT_CODE(m_mailbox.inbox()->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
-    EXPECT_CODE(m_mailbox.inbox()->DeleteProps(Tags{PR_COMMENT_A}, nullptr), S_OK);
+    EXPECT_CODE(m_mailbox.Inbox()->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
+    EXPECT_CODE(m_mailbox.Inbox()->DeleteProps(Tags{PR_COMMENT_A}, nullptr), S_OK);
     EXPECT_EQ(TextOf(m_mailbox.Folder(0).get(), PR_COMMENT_A), "(none)");
 }
 
@@ -125,8 +127,8 @@ TEST_F(FolderTest, TheContentsTableHasEntryIdentifiersThatOpen)
     EXPECT_EQ(bytes(0), id);
     auto message = m_mailbox.Open(id);
     EXPECT_EQ(bytes(1), BytesOf(message.get(), PR_INSTANCE_KEY));
-    EXPECT_EQ(bytes(2), BytesOf(m_mailbox.inbox(), PR_ENTRYID));
-    EXPECT_EQ(bytes(3), BytesOf(m_mailbox.store(), PR_ENTRYID));
+    EXPECT_EQ(bytes(2), BytesOf(m_mailbox.Inbox(), PR_ENTRYID));
+    EXPECT_EQ(bytes(3), BytesOf(m_mailbox.GetStore(), PR_ENTRYID));
     EXPECT_EQ(rows[0].lpProps[4].Value.l, static_cast<LONG>(MAPI_MESSAGE));
     EXPECT_EQ(bytes(5), BytesOf(message.get(), PR_RECORD_KEY));
 }
@@ -141,22 +143,22 @@ TEST_F(FolderTest, TheContentsTableBeginsWithTextInTheWidthAskedFor)
             EXPECT_NE(PROP_TYPE(columns->aulPropTag[i]), flags ? PT_STRING8 : PT_UNICODE);
     }
     ComPtr<IMAPITable> table;
-    EXPECT_CODE(m_mailbox.inbox()->GetContentsTable(0x01000000, table.put()), MAPI_E_UNKNOWN_FLAGS);
-    EXPECT_CODE(m_mailbox.inbox()->GetContentsTable(0, nullptr), MAPI_E_INVALID_PARAMETER);
+    EXPECT_CODE(m_mailbox.Inbox()->GetContentsTable(0x01000000, table.put()), MAPI_E_UNKNOWN_FLAGS);
+    EXPECT_CODE(m_mailbox.Inbox()->GetContentsTable(0, nullptr), MAPI_E_INVALID_PARAMETER);
 }
 
 TEST_F(FolderTest, TablesOpenAsPropertiesToo)
 {
     m_mailbox.Add({Narrow(PR_SUBJECT_A, "hello")});
     ComPtr<IMAPITable> table;
-    ASSERT_CODE(m_mailbox.inbox()->OpenProperty(PR_CONTAINER_CONTENTS, &IID_IMAPITable, 0, 0,
+    ASSERT_CODE(m_mailbox.Inbox()->OpenProperty(PR_CONTAINER_CONTENTS, &IID_IMAPITable, 0, 0,
                                                 reinterpret_cast<LPUNKNOWN *>(table.put())),
                 S_OK);
     ULONG count = 0;
     EXPECT_CODE(table->GetRowCount(0, &count), S_OK);
     EXPECT_EQ(count, 1u);
     ComPtr<IUnknown> object;
-    EXPECT_CODE(m_mailbox.inbox()->OpenProperty(PR_CONTAINER_CONTENTS, &IID_IStream, 0, 0, object.put()),
+    EXPECT_CODE(m_mailbox.Inbox()->OpenProperty(PR_CONTAINER_CONTENTS, &IID_IStream, 0, 0, object.put()),
                 MAPI_E_INTERFACE_NOT_SUPPORTED);
 }
 
@@ -164,33 +166,33 @@ TEST_F(FolderTest, AssociatedMessagesStandInATableOfTheirOwn)
 {
     m_mailbox.Add({Narrow(PR_SUBJECT_A, "mail")});
     ComPtr<IMessage> message;
-    ASSERT_CODE(m_mailbox.inbox()->CreateMessage(nullptr, MAPI_ASSOCIATED, message.put()), S_OK);
+    ASSERT_CODE(m_mailbox.Inbox()->CreateMessage(nullptr, MAPI_ASSOCIATED, message.put()), S_OK);
     ASSERT_CODE(SetProps(message.get(), {Narrow(PR_SUBJECT_A, "hidden"), Long(PR_MESSAGE_FLAGS, 0)}), S_OK);
     ASSERT_CODE(message->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
     EXPECT_TRUE(LongOf(message.get(), PR_MESSAGE_FLAGS) & static_cast<LONG>(MSGFLAG_ASSOCIATED));
-    EXPECT_EQ(Subjects(m_mailbox.inbox()), "mail");
-    EXPECT_EQ(Subjects(m_mailbox.inbox(), MAPI_ASSOCIATED), "hidden");
-    EXPECT_EQ(LongOf(m_mailbox.inbox(), PR_CONTENT_COUNT), 1);
+    EXPECT_EQ(Subjects(m_mailbox.Inbox()), "mail");
+    EXPECT_EQ(Subjects(m_mailbox.Inbox(), MAPI_ASSOCIATED), "hidden");
+    EXPECT_EQ(LongOf(m_mailbox.Inbox(), PR_CONTENT_COUNT), 1);
 }
 
 TEST_F(FolderTest, TheHierarchyTableShowsOneLevelOrAll)
 {
-    auto one = Create(m_mailbox.inbox(), "One");
+    auto one = Create(m_mailbox.Inbox(), "One");
     Create(one.get(), "Deep");
-    Create(m_mailbox.inbox(), "Two");
-    EXPECT_EQ(Folders(m_mailbox.inbox()), "One:1 Two:1");
-    const std::string deep = Folders(m_mailbox.inbox(), CONVENIENT_DEPTH);
+    Create(m_mailbox.Inbox(), "Two");
+    EXPECT_EQ(Folders(m_mailbox.Inbox()), "One:1 Two:1");
+    const std::string deep = Folders(m_mailbox.Inbox(), CONVENIENT_DEPTH);
     EXPECT_NE(deep.find("Deep:2"), std::string::npos) << deep;
     EXPECT_NE(deep.find("Two:1"), std::string::npos) << deep;
 }
 
 TEST_F(FolderTest, CreateFolderMakesOneOrOpensTheOneThatIsThere)
 {
-    auto made = Create(m_mailbox.inbox(), "Projects");
-    EXPECT_EQ(BytesOf(made.get(), PR_PARENT_ENTRYID), BytesOf(m_mailbox.inbox(), PR_ENTRYID));
+    auto made = Create(m_mailbox.Inbox(), "Projects");
+    EXPECT_EQ(BytesOf(made.get(), PR_PARENT_ENTRYID), BytesOf(m_mailbox.Inbox(), PR_ENTRYID));
     ComPtr<IMAPIFolder> folder;
     const auto create = [&](ULONG type, const WCHAR *name, ULONG flags) {
-        return m_mailbox.inbox()->CreateFolder(type, reinterpret_cast<LPTSTR>(const_cast<WCHAR *>(name)), nullptr,
+        return m_mailbox.Inbox()->CreateFolder(type, reinterpret_cast<LPTSTR>(const_cast<WCHAR *>(name)), nullptr,
                                                nullptr, MAPI_UNICODE | flags, folder.put());
     };
     EXPECT_CODE(create(FOLDER_GENERIC, OLESTR("projects"), 0), MAPI_E_COLLISION);
@@ -204,20 +206,20 @@ TEST_F(FolderTest, CreateFolderMakesOneOrOpensTheOneThatIsThere)
 
 TEST_F(FolderTest, DeleteFolderNeedsLeaveForWhatIsInIt)
 {
-    auto folder = Create(m_mailbox.inbox(), "Full");
+    auto folder = Create(m_mailbox.Inbox(), "Full");
     const EntryIdBytes id = BytesOf(folder.get(), PR_ENTRYID);
     ComPtr<IMessage> message;
     ASSERT_CODE(folder->CreateMessage(nullptr, 0, message.put()), S_OK);
     ASSERT_CODE(message->SaveChanges(0), S_OK);
-    EXPECT_CODE(DeleteFolder(m_mailbox.inbox(), id, 0), MAPI_E_HAS_MESSAGES);
+    EXPECT_CODE(DeleteFolder(m_mailbox.Inbox(), id, 0), MAPI_E_HAS_MESSAGES);
     Create(folder.get(), "Inner");
-    EXPECT_CODE(DeleteFolder(m_mailbox.inbox(), id, DEL_MESSAGES), MAPI_E_HAS_FOLDERS);
+    EXPECT_CODE(DeleteFolder(m_mailbox.Inbox(), id, DEL_MESSAGES), MAPI_E_HAS_FOLDERS);
     EXPECT_CODE(DeleteFolder(m_mailbox.Folder(PR_IPM_OUTBOX_ENTRYID).get(), id, DEL_MESSAGES | DEL_FOLDERS),
                 MAPI_E_NOT_FOUND);
-    EXPECT_CODE(DeleteFolder(m_mailbox.inbox(), id, DEL_MESSAGES | DEL_FOLDERS), S_OK);
-    EXPECT_CODE(DeleteFolder(m_mailbox.inbox(), id, 0), MAPI_E_NOT_FOUND);
-    EXPECT_EQ(Folders(m_mailbox.inbox()), "");
-    EXPECT_CODE(DeleteFolder(m_mailbox.Folder(PR_IPM_SUBTREE_ENTRYID).get(), BytesOf(m_mailbox.inbox(), PR_ENTRYID),
+    EXPECT_CODE(DeleteFolder(m_mailbox.Inbox(), id, DEL_MESSAGES | DEL_FOLDERS), S_OK);
+    EXPECT_CODE(DeleteFolder(m_mailbox.Inbox(), id, 0), MAPI_E_NOT_FOUND);
+    EXPECT_EQ(Folders(m_mailbox.Inbox()), "");
+    EXPECT_CODE(DeleteFolder(m_mailbox.Folder(PR_IPM_SUBTREE_ENTRYID).get(), BytesOf(m_mailbox.Inbox(), PR_ENTRYID),
                              DEL_MESSAGES | DEL_FOLDERS),
                 MAPI_E_NO_ACCESS);
     EXPECT_CODE(GetProps(folder, {PR_DISPLAY_NAME_A}).hr, MAPI_E_OBJECT_DELETED);
@@ -226,17 +228,17 @@ TEST_F(FolderTest, DeleteFolderNeedsLeaveForWhatIsInIt)
 TEST_F(FolderTest, EmptyFolderTakesMessagesAndFoldersAndLeavesAssociatedOnes)
 {
     m_mailbox.Add({Narrow(PR_SUBJECT_A, "mail")});
-    Create(m_mailbox.inbox(), "Inner");
+    Create(m_mailbox.Inbox(), "Inner");
     ComPtr<IMessage> hidden;
-    ASSERT_CODE(m_mailbox.inbox()->CreateMessage(nullptr, MAPI_ASSOCIATED, hidden.put()), S_OK);
+    ASSERT_CODE(m_mailbox.Inbox()->CreateMessage(nullptr, MAPI_ASSOCIATED, hidden.put()), S_OK);
     ASSERT_CODE(SetProps(hidden.get(), {Narrow(PR_SUBJECT_A, "hidden")}), S_OK);
     ASSERT_CODE(hidden->SaveChanges(0), S_OK);
-    EXPECT_CODE(m_mailbox.inbox()->EmptyFolder(0, nullptr, 0), S_OK);
-    EXPECT_EQ(Subjects(m_mailbox.inbox()), "");
-    EXPECT_EQ(Folders(m_mailbox.inbox()), "");
-    EXPECT_EQ(Subjects(m_mailbox.inbox(), MAPI_ASSOCIATED), "hidden");
-    EXPECT_CODE(m_mailbox.inbox()->EmptyFolder(0, nullptr, DEL_ASSOCIATED), S_OK);
-    EXPECT_EQ(Subjects(m_mailbox.inbox(), MAPI_ASSOCIATED), "");
+    EXPECT_CODE(m_mailbox.Inbox()->EmptyFolder(0, nullptr, 0), S_OK);
+    EXPECT_EQ(Subjects(m_mailbox.Inbox()), "");
+    EXPECT_EQ(Folders(m_mailbox.Inbox()), "");
+    EXPECT_EQ(Subjects(m_mailbox.Inbox(), MAPI_ASSOCIATED), "hidden");
+    EXPECT_CODE(m_mailbox.Inbox()->EmptyFolder(0, nullptr, DEL_ASSOCIATED), S_OK);
+    EXPECT_EQ(Subjects(m_mailbox.Inbox(), MAPI_ASSOCIATED), "");
 }
 
 TEST_F(FolderTest, CopyMessagesCopiesWithEverythingInThem)
@@ -244,7 +246,7 @@ TEST_F(FolderTest, CopyMessagesCopiesWithEverythingInThem)
     const EntryIdBytes id = m_mailbox.Add({Narrow(PR_SUBJECT_A, "hello"), Narrow(PR_BODY_A, "body")});
     auto sent = m_mailbox.Folder(PR_IPM_SENTMAIL_ENTRYID);
     EXPECT_CODE(Copy({id}, sent.get(), 0), S_OK);
-    EXPECT_EQ(Subjects(m_mailbox.inbox()), "hello");
+    EXPECT_EQ(Subjects(m_mailbox.Inbox()), "hello");
     EXPECT_EQ(Subjects(sent.get()), "hello");
 }
 
@@ -253,10 +255,10 @@ TEST_F(FolderTest, AMovedMessageHasANewEntryIdentifierAndTheOldOneNamesNothing)
     const EntryIdBytes id = m_mailbox.Add({Narrow(PR_SUBJECT_A, "gone"), Narrow(PR_BODY_A, "body")});
     auto deleted = m_mailbox.Folder(PR_IPM_WASTEBASKET_ENTRYID);
     EXPECT_CODE(Copy({id}, deleted.get(), MESSAGE_MOVE), S_OK);
-    EXPECT_EQ(Subjects(m_mailbox.inbox()), "");
+    EXPECT_EQ(Subjects(m_mailbox.Inbox()), "");
     EXPECT_EQ(Subjects(deleted.get()), "gone");
     ComPtr<IUnknown> object;
-    EXPECT_CODE(OpenEntry(m_mailbox.store(), id, nullptr, 0, object.put()), MAPI_E_NOT_FOUND);
+    EXPECT_CODE(OpenEntry(m_mailbox.GetStore(), id, nullptr, 0, object.put()), MAPI_E_NOT_FOUND);
     ComPtr<IMAPITable> table;
     ASSERT_CODE(deleted->GetContentsTable(0, table.put()), S_OK);
     Rows rows;
@@ -276,33 +278,33 @@ TEST_F(FolderTest, MessagesThatAreMissingMakeTheCompletionPartial)
     EXPECT_CODE(Copy({gone, here}, deleted.get(), MESSAGE_MOVE), MAPI_W_PARTIAL_COMPLETION);
     EXPECT_EQ(Subjects(deleted.get()), "here");
     EXPECT_CODE(Copy({here}, deleted.get(), MESSAGE_MOVE), MAPI_W_PARTIAL_COMPLETION);
-    EXPECT_CODE(m_mailbox.inbox()->DeleteMessages(EntryList({here}), 0, nullptr, 0), MAPI_W_PARTIAL_COMPLETION);
+    EXPECT_CODE(m_mailbox.Inbox()->DeleteMessages(EntryList({here}), 0, nullptr, 0), MAPI_W_PARTIAL_COMPLETION);
 }
 
 TEST_F(FolderTest, CopyingAndMovingWithinOneFolderWorks)
 {
     const EntryIdBytes id = m_mailbox.Add({Narrow(PR_SUBJECT_A, "same")});
-    EXPECT_CODE(Copy({id}, m_mailbox.inbox(), 0), S_OK);
-    EXPECT_EQ(Subjects(m_mailbox.inbox()), "same same");
-    EXPECT_CODE(Copy({id}, m_mailbox.inbox(), MESSAGE_MOVE), S_OK);
-    EXPECT_EQ(Subjects(m_mailbox.inbox()), "same same");
+    EXPECT_CODE(Copy({id}, m_mailbox.Inbox(), 0), S_OK);
+    EXPECT_EQ(Subjects(m_mailbox.Inbox()), "same same");
+    EXPECT_CODE(Copy({id}, m_mailbox.Inbox(), MESSAGE_MOVE), S_OK);
+    EXPECT_EQ(Subjects(m_mailbox.Inbox()), "same same");
     ComPtr<IUnknown> object;
-    EXPECT_CODE(OpenEntry(m_mailbox.store(), id, nullptr, 0, object.put()), MAPI_E_NOT_FOUND);
+    EXPECT_CODE(OpenEntry(m_mailbox.GetStore(), id, nullptr, 0, object.put()), MAPI_E_NOT_FOUND);
 }
 
 TEST_F(FolderTest, MessagesGoToAnotherMailboxOnlyWithTheRightToIt)
 {
     const EntryIdBytes id = m_mailbox.Add({Narrow(PR_SUBJECT_A, "to bob")});
-    auto bobs = m_mailbox.StoreOf(m_mailbox.bob());
+    auto bobs = m_mailbox.StoreOf(m_mailbox.Bob());
     auto bobsInbox = m_mailbox.Folder(0, bobs.get());
     EXPECT_CODE(Copy({id}, bobsInbox.get(), 0), MAPI_E_NO_ACCESS);
     ComPtr<IMsgStore> asService;
-    ASSERT_CODE(m_mailbox.OpenStore(m_mailbox.alice(), m_mailbox.service(), MAPI_BEST_ACCESS, asService), S_OK);
+    ASSERT_CODE(m_mailbox.OpenStore(m_mailbox.Alice(), m_mailbox.Service(), MAPI_BEST_ACCESS, asService), S_OK);
     auto inbox = m_mailbox.Folder(0, asService.get());
     const std::vector<EntryIdBytes> ids{id};
     EXPECT_CODE(inbox->CopyMessages(EntryList(ids), &IID_IMAPIFolder, bobsInbox.get(), 0, nullptr, 0), S_OK);
     EXPECT_EQ(Subjects(bobsInbox.get()), "to bob");
-    auto readOnly = m_mailbox.StoreOf(m_mailbox.bob(), 0);
+    auto readOnly = m_mailbox.StoreOf(m_mailbox.Bob(), 0);
     auto readOnlyInbox = m_mailbox.Folder(0, readOnly.get());
     EXPECT_CODE(inbox->CopyMessages(EntryList(ids), nullptr, readOnlyInbox.get(), 0, nullptr, 0), MAPI_E_NO_ACCESS);
 }
@@ -310,7 +312,7 @@ TEST_F(FolderTest, MessagesGoToAnotherMailboxOnlyWithTheRightToIt)
 TEST_F(FolderTest, BadListsAreRefused)
 {
     auto sent = m_mailbox.Folder(PR_IPM_SENTMAIL_ENTRYID);
-    IMAPIFolder *inbox = m_mailbox.inbox();
+    IMAPIFolder *inbox = m_mailbox.Inbox();
     EXPECT_CODE(inbox->CopyMessages(nullptr, nullptr, sent.get(), 0, nullptr, 0), MAPI_E_INVALID_PARAMETER);
     ENTRYLIST bad{};
     bad.cValues = 1;
@@ -337,17 +339,17 @@ TEST_F(FolderTest, SetReadFlagsMarksTheListedMessagesOrAll)
 {
     const EntryIdBytes one = m_mailbox.Add({Narrow(PR_SUBJECT_A, "one"), Long(PR_MESSAGE_FLAGS, 0)});
     m_mailbox.Add({Narrow(PR_SUBJECT_A, "two"), Long(PR_MESSAGE_FLAGS, 0)});
-    EXPECT_CODE(m_mailbox.inbox()->SetReadFlags(EntryList({one}), 0, nullptr, 0), S_OK);
-    EXPECT_EQ(LongOf(m_mailbox.inbox(), PR_CONTENT_UNREAD), 1);
-    EXPECT_CODE(m_mailbox.inbox()->SetReadFlags(nullptr, 0, nullptr, SUPPRESS_RECEIPT), S_OK);
-    EXPECT_EQ(LongOf(m_mailbox.inbox(), PR_CONTENT_UNREAD), 0);
-    EXPECT_CODE(m_mailbox.inbox()->SetReadFlags(EntryList({one}), 0, nullptr, CLEAR_READ_FLAG), S_OK);
-    EXPECT_EQ(LongOf(m_mailbox.inbox(), PR_CONTENT_UNREAD), 1);
-    EXPECT_CODE(m_mailbox.inbox()->SetReadFlags(nullptr, 0, nullptr, CLEAR_READ_FLAG), S_OK);
-    EXPECT_EQ(LongOf(m_mailbox.inbox(), PR_CONTENT_UNREAD), 2);
-    EXPECT_CODE(m_mailbox.inbox()->SetReadFlags(nullptr, 0, nullptr, CLEAR_READ_FLAG | SUPPRESS_RECEIPT),
+    EXPECT_CODE(m_mailbox.Inbox()->SetReadFlags(EntryList({one}), 0, nullptr, 0), S_OK);
+    EXPECT_EQ(LongOf(m_mailbox.Inbox(), PR_CONTENT_UNREAD), 1);
+    EXPECT_CODE(m_mailbox.Inbox()->SetReadFlags(nullptr, 0, nullptr, SUPPRESS_RECEIPT), S_OK);
+    EXPECT_EQ(LongOf(m_mailbox.Inbox(), PR_CONTENT_UNREAD), 0);
+    EXPECT_CODE(m_mailbox.Inbox()->SetReadFlags(EntryList({one}), 0, nullptr, CLEAR_READ_FLAG), S_OK);
+    EXPECT_EQ(LongOf(m_mailbox.Inbox(), PR_CONTENT_UNREAD), 1);
+    EXPECT_CODE(m_mailbox.Inbox()->SetReadFlags(nullptr, 0, nullptr, CLEAR_READ_FLAG), S_OK);
+    EXPECT_EQ(LongOf(m_mailbox.Inbox(), PR_CONTENT_UNREAD), 2);
+    EXPECT_CODE(m_mailbox.Inbox()->SetReadFlags(nullptr, 0, nullptr, CLEAR_READ_FLAG | SUPPRESS_RECEIPT),
                 MAPI_E_INVALID_PARAMETER);
-    EXPECT_CODE(m_mailbox.inbox()->SetReadFlags(nullptr, 0, nullptr, 0x8000), MAPI_E_UNKNOWN_FLAGS);
+    EXPECT_CODE(m_mailbox.Inbox()->SetReadFlags(nullptr, 0, nullptr, 0x8000), MAPI_E_UNKNOWN_FLAGS);
 }
 
 TEST_F(FolderTest, AMessageHasAStatusThatItsFolderKeeps)
@@ -356,24 +358,24 @@ TEST_F(FolderTest, AMessageHasAStatusThatItsFolderKeeps)
     const auto entry = reinterpret_cast<LPENTRYID>(id.data());
     const auto size = static_cast<ULONG>(id.size());
     ULONG status = 99;
-    EXPECT_CODE(m_mailbox.inbox()->GetMessageStatus(size, entry, 0, &status), S_OK);
+    EXPECT_CODE(m_mailbox.Inbox()->GetMessageStatus(size, entry, 0, &status), S_OK);
     EXPECT_EQ(status, 0u);
     ULONG old = 99;
     EXPECT_CODE(
-        m_mailbox.inbox()->SetMessageStatus(size, entry, MSGSTATUS_TAGGED | MSGSTATUS_HIDDEN, MSGSTATUS_TAGGED, &old),
+        m_mailbox.Inbox()->SetMessageStatus(size, entry, MSGSTATUS_TAGGED | MSGSTATUS_HIDDEN, MSGSTATUS_TAGGED, &old),
         S_OK);
     EXPECT_EQ(old, 0u);
-    EXPECT_CODE(m_mailbox.inbox()->SetMessageStatus(size, entry, MSGSTATUS_HIGHLIGHTED, MSGSTATUS_HIGHLIGHTED, nullptr),
+    EXPECT_CODE(m_mailbox.Inbox()->SetMessageStatus(size, entry, MSGSTATUS_HIGHLIGHTED, MSGSTATUS_HIGHLIGHTED, nullptr),
                 S_OK);
-    EXPECT_CODE(m_mailbox.inbox()->GetMessageStatus(size, entry, 0, &status), S_OK);
+    EXPECT_CODE(m_mailbox.Inbox()->GetMessageStatus(size, entry, 0, &status), S_OK);
     EXPECT_EQ(status, MSGSTATUS_TAGGED | MSGSTATUS_HIGHLIGHTED);
     EXPECT_CODE(m_mailbox.Folder(PR_IPM_OUTBOX_ENTRYID)->GetMessageStatus(size, entry, 0, &status), MAPI_E_NOT_FOUND);
-    EXPECT_CODE(m_mailbox.inbox()->GetMessageStatus(size, entry, 0, nullptr), MAPI_E_INVALID_PARAMETER);
+    EXPECT_CODE(m_mailbox.Inbox()->GetMessageStatus(size, entry, 0, nullptr), MAPI_E_INVALID_PARAMETER);
 }
 
 TEST_F(FolderTest, SearchFoldersAndCopyFolderSayThatTheyAreNotSupported)
 {
-    IMAPIFolder *inbox = m_mailbox.inbox();
+    IMAPIFolder *inbox = m_mailbox.Inbox();
     EXPECT_CODE(inbox->SetSearchCriteria(nullptr, nullptr, 0), MAPI_E_NO_SUPPORT);
     EXPECT_CODE(inbox->CopyFolder(0, nullptr, nullptr, nullptr, nullptr, 0, nullptr, 0), MAPI_E_NO_SUPPORT);
     EXPECT_CODE(inbox->SaveContentsSort(nullptr, 0), MAPI_E_NO_SUPPORT);

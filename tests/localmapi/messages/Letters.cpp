@@ -53,8 +53,8 @@ HRESULT Address(IMessage *message, std::vector<Recipient> recipients)
     auto *list = reinterpret_cast<ADRLIST *>(memory.data());
     list->cEntries = static_cast<ULONG>(recipients.size());
     for (std::size_t i = 0; i < recipients.size(); ++i) {
-        list->aEntries[i].cValues = static_cast<ULONG>(recipients[i].values().size());
-        list->aEntries[i].rgPropVals = recipients[i].values().data();
+        list->aEntries[i].cValues = static_cast<ULONG>(recipients[i].Values().size());
+        list->aEntries[i].rgPropVals = recipients[i].Values().data();
     }
     return message->ModifyRecipients(0, list);
 }
@@ -159,7 +159,7 @@ ComPtr<IMessage> EmbeddedIn(IAttach *attachment, ULONG flags)
 
 void WithLetters::TearDown()
 {
-    for (const storage::Finding &finding : storage::Check(m_mailbox.site(), false))
+    for (const storage::Finding &finding : storage::Check(m_mailbox.GetSite(), false))
         ADD_FAILURE() << finding.text;
 }
 

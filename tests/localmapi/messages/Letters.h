@@ -17,7 +17,7 @@ class Recipient
     Recipient(std::initializer_list<SPropValue> values) : m_values(values) {}
     Recipient &With(ULONG tag, const std::string &text);
     Recipient &With(const Recipient &more);
-    Props &values() { return m_values; }
+    Props &Values() { return m_values; }
 
   private:
     Props m_values;
@@ -53,12 +53,12 @@ class WithLetters : public testing::Test
     // A new message in Alice's Outbox, to Bob.
     ComPtr<IMessage> Letter(const Props &props = {});
     ComPtr<IMessage> LetterTo(std::vector<Recipient> recipients, const Props &props = {});
-    Recipient Bob(LONG as = MAPI_TO) { return ByAddress("EX", m_mailbox.bob().dn, as); }
-    Recipient Alice(LONG as = MAPI_TO) { return ByAddress("EX", m_mailbox.alice().dn, as); }
+    Recipient Bob(LONG as = MAPI_TO) { return ByAddress("EX", m_mailbox.Bob().dn, as); }
+    Recipient Alice(LONG as = MAPI_TO) { return ByAddress("EX", m_mailbox.Alice().dn, as); }
 
     LiveCountsAreZeroAtTheEnd m_counts;
     Mailbox m_mailbox;
-    ComPtr<IMsgStore> m_bobsStore = m_mailbox.StoreOf(m_mailbox.bob());
+    ComPtr<IMsgStore> m_bobsStore = m_mailbox.StoreOf(m_mailbox.Bob());
     ComPtr<IMAPIFolder> m_outbox = m_mailbox.Folder(PR_IPM_OUTBOX_ENTRYID);
     ComPtr<IMAPIFolder> m_sent = m_mailbox.Folder(PR_IPM_SENTMAIL_ENTRYID);
     ComPtr<IMAPIFolder> m_bobsInbox = m_mailbox.Folder(0, m_bobsStore.get());

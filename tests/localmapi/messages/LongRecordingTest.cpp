@@ -72,24 +72,24 @@ class LongRecordingTest : public WithLetters
 
 TEST_F(LongRecordingTest, ItIsSentAndAnsweredInPieces)
 {
-    const std::uint64_t before = storage::memoryInUse();
-    storage::forgetPeak();
-    const EntryIdBytes sent = BytesOf(m_mailbox.store(), PR_IPM_SENTMAIL_ENTRYID);
+    const std::uint64_t before = storage::MemoryInUse();
+    storage::ForgetPeak();
+    const EntryIdBytes sent = BytesOf(m_mailbox.GetStore(), PR_IPM_SENTMAIL_ENTRYID);
     {
         auto letter = Letter({Binary(PR_SENTMAIL_ENTRYID, sent.data(), static_cast<ULONG>(sent.size()))});
         AttachFile(letter.get());
         ASSERT_CODE(letter->SubmitMessage(0), S_OK);
     }
-    EXPECT_LT(storage::memoryPeak(), before + kRoom) << "while it was sent";
+    EXPECT_LT(storage::MemoryPeak(), before + kRoom) << "while it was sent";
     ExpectRecording(MessageIn(m_bobsInbox.get()).get());
     ExpectRecording(MessageIn(m_sent.get()).get());
 
-    storage::forgetPeak();
+    storage::ForgetPeak();
     auto copy = m_mailbox.NewMessage();
     ASSERT_CODE(MessageIn(m_sent.get())->CopyTo(0, nullptr, nullptr, 0, nullptr, &IID_IMessage, copy.get(), 0, nullptr),
                 S_OK);
     ASSERT_CODE(copy->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
-    EXPECT_LT(storage::memoryPeak(), before + kRoom) << "while it was copied";
+    EXPECT_LT(storage::MemoryPeak(), before + kRoom) << "while it was copied";
     ExpectRecording(copy.get());
 }
 

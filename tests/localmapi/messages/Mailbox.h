@@ -80,12 +80,12 @@ class Mailbox
     explicit Mailbox(Of of = Of::TheSameSite);
     ~Mailbox();
 
-    storage::Site &site() { return *m_site; }
-    const storage::User &alice() const { return m_alice; }
-    const storage::User &bob() const { return m_bob; }
-    const storage::User &service() const { return m_service; }
-    IMsgStore *store() { return m_store.get(); }
-    IMAPIFolder *inbox() { return m_inbox.get(); }
+    storage::Site &GetSite() { return *m_site; }
+    const storage::User &Alice() const { return m_alice; }
+    const storage::User &Bob() const { return m_bob; }
+    const storage::User &Service() const { return m_service; }
+    IMsgStore *GetStore() { return m_store.get(); }
+    IMAPIFolder *Inbox() { return m_inbox.get(); }
 
     // The mailbox of `owner` as `user` opens it.
     HRESULT OpenStore(const storage::User &owner, const storage::User &user, ULONG flags, ComPtr<IMsgStore> &store,

@@ -17,7 +17,7 @@ class ManageStoreTest : public StoreTest
     ManageStoreTest()
     {
         EXPECT_CODE(
-            m_mailbox.store()->QueryInterface(IID_IExchangeManageStore, reinterpret_cast<void **>(m_manager.put())),
+            m_mailbox.GetStore()->QueryInterface(IID_IExchangeManageStore, reinterpret_cast<void **>(m_manager.put())),
             S_OK);
     }
     HRESULT Create(const std::string &server, const std::string &mailbox, ULONG flags = 0x0C)
@@ -36,24 +36,24 @@ const char *const kServerDn = "/cn=Configuration/cn=Servers/cn=NORVIK1/cn=Micros
 
 TEST_F(ManageStoreTest, ServerAndMailboxNamesMakeAStoreEntryIdentifier)
 {
-    ASSERT_CODE(Create(kServerDn, m_mailbox.bob().dn), S_OK);
-    const SiteUid uid = m_mailbox.site().Info().uid;
+    ASSERT_CODE(Create(kServerDn, m_mailbox.Bob().dn), S_OK);
+    const SiteUid uid = m_mailbox.GetSite().Info().uid;
     const EntryId id = ParseEntryId(uid, m_size, m_entry.get(), EntryKind::Store);
-    EXPECT_EQ(id.object, m_mailbox.bob().mailbox);
+    EXPECT_EQ(id.object, m_mailbox.Bob().mailbox);
     EXPECT_EQ(id.openFlags, 0x0Cu);
     // With the organisation before it, and in another case.
-    EXPECT_CODE(Create("/o=Norvik/ou=First Administrative Group" + std::string(kServerDn), m_mailbox.bob().dn), S_OK);
-    EXPECT_CODE(Create("/CN=configuration/CN=servers/CN=norvik1/CN=microsoft private mdb", m_mailbox.bob().dn), S_OK);
+    EXPECT_CODE(Create("/o=Norvik/ou=First Administrative Group" + std::string(kServerDn), m_mailbox.Bob().dn), S_OK);
+    EXPECT_CODE(Create("/CN=configuration/CN=servers/CN=norvik1/CN=microsoft private mdb", m_mailbox.Bob().dn), S_OK);
 }
 
 TEST_F(ManageStoreTest, AWrongServerOrMailboxIsRefused)
 {
-    EXPECT_CODE(Create("/cn=Configuration/cn=Servers/cn=OTHER/cn=Microsoft Private MDB", m_mailbox.bob().dn),
+    EXPECT_CODE(Create("/cn=Configuration/cn=Servers/cn=OTHER/cn=Microsoft Private MDB", m_mailbox.Bob().dn),
                 MAPI_E_NETWORK_ERROR);
     EXPECT_EQ(m_size, 0u);
     EXPECT_FALSE(m_entry.get());
     EXPECT_CODE(Create(kServerDn, "/o=Norvik/ou=First Administrative Group/cn=Recipients/cn=nobody"), MAPI_E_NOT_FOUND);
-    EXPECT_CODE(Create(kServerDn, m_mailbox.bob().dn, 0x40000000), MAPI_E_UNKNOWN_FLAGS);
+    EXPECT_CODE(Create(kServerDn, m_mailbox.Bob().dn, 0x40000000), MAPI_E_UNKNOWN_FLAGS);
     EXPECT_CODE(m_manager->CreateStoreEntryID(nullptr, nullptr, 0, &m_size, m_entry.put()), MAPI_E_INVALID_PARAMETER);
     EXPECT_CODE(m_manager->CreateStoreEntryID(const_cast<char *>(kServerDn), nullptr, 0, &m_size, m_entry.put()),
                 MAPI_E_NO_SUPPORT);

@@ -19,12 +19,12 @@ class MessageTest : public InAMailbox
 using AnyValue = decltype(SPropValue::Value);
 
 // A list as the value of a property; the elements must live as long.
-template <class List, class Element, std::size_t count>
-SPropValue Listed(ULONG tag, List AnyValue::*member, Element (&elements)[count])
+template <class List, class Element, std::size_t Count>
+SPropValue Listed(ULONG tag, List AnyValue::*member, Element (&elements)[Count])
 {
     SPropValue value{};
     value.ulPropTag = tag;
-    value.Value.*member = List{count, elements};
+    value.Value.*member = List{Count, elements};
     return value;
 }
 
@@ -253,7 +253,7 @@ TEST_F(MessageTest, ANewMessageIsAnUnsentNoteWithoutAnEntryIdentifier)
     EXPECT_EQ(LongOf(message.get(), PR_HASATTACH), 0);
     EXPECT_EQ(TextOf(message.get(), PR_DISPLAY_TO_A), "");
     EXPECT_TRUE(BytesOf(message.get(), PR_ENTRYID).empty());
-    EXPECT_EQ(BytesOf(message.get(), PR_PARENT_ENTRYID), BytesOf(m_mailbox.inbox(), PR_ENTRYID));
+    EXPECT_EQ(BytesOf(message.get(), PR_PARENT_ENTRYID), BytesOf(m_mailbox.Inbox(), PR_ENTRYID));
     EXPECT_EQ(BytesOf(message.get(), PR_SEARCH_KEY).size(), 16u);
 }
 
@@ -264,7 +264,7 @@ TEST_F(MessageTest, ASavedMessageHasItsIdentifiersAndTimes)
     EXPECT_FALSE(id.empty());
     EXPECT_EQ(BytesOf(message.get(), PR_RECORD_KEY), id);
     EXPECT_FALSE(BytesOf(message.get(), PR_INSTANCE_KEY).empty());
-    EXPECT_EQ(BytesOf(message.get(), PR_STORE_ENTRYID), BytesOf(m_mailbox.store(), PR_ENTRYID));
+    EXPECT_EQ(BytesOf(message.get(), PR_STORE_ENTRYID), BytesOf(m_mailbox.GetStore(), PR_ENTRYID));
     EXPECT_EQ(LongOf(message.get(), PR_OBJECT_TYPE), static_cast<LONG>(MAPI_MESSAGE));
     EXPECT_EQ(LongOf(message.get(), PR_ACCESS),
               static_cast<LONG>(MAPI_ACCESS_READ | MAPI_ACCESS_MODIFY | MAPI_ACCESS_DELETE));

@@ -61,9 +61,9 @@ TEST_F(NamedPropertyTest, ANameHasOneIdentifierEverywhereInTheSite)
         for (std::size_t j = 0; j < i; ++j)
             EXPECT_NE(m_tags[i], m_tags[j]);
     }
-    EXPECT_CODE(Ids(m_mailbox.inbox(), names, 0, m_again), S_OK);
+    EXPECT_CODE(Ids(m_mailbox.Inbox(), names, 0, m_again), S_OK);
     EXPECT_EQ(m_again, m_tags);
-    auto bobs = m_mailbox.StoreOf(m_mailbox.bob());
+    auto bobs = m_mailbox.StoreOf(m_mailbox.Bob());
     EXPECT_CODE(Ids(bobs.get(), names, MAPI_CREATE, m_again), S_OK);
     EXPECT_EQ(m_again, m_tags);
     // The value is a property like any other.
@@ -75,10 +75,10 @@ TEST_F(NamedPropertyTest, ANameHasOneIdentifierEverywhereInTheSite)
 TEST_F(NamedPropertyTest, AnUnknownNameIsAnErrorInItsPlace)
 {
     ASSERT_CODE(Ids(m_message.get(), {Number(5)}, MAPI_CREATE, m_tags), S_OK);
-    const auto changes = m_mailbox.site().GetChangeNumber();
+    const auto changes = m_mailbox.GetSite().GetChangeNumber();
     EXPECT_CODE(Ids(m_message.get(), {Number(6), Number(5), Text(OLESTR("x"))}, 0, m_again), MAPI_W_ERRORS_RETURNED);
     EXPECT_EQ(m_again, (std::vector<ULONG>{PROP_TAG(PT_ERROR, 0), m_tags[0], PROP_TAG(PT_ERROR, 0)}));
-    EXPECT_EQ(m_mailbox.site().GetChangeNumber(), changes);
+    EXPECT_EQ(m_mailbox.GetSite().GetChangeNumber(), changes);
 }
 
 TEST_F(NamedPropertyTest, TheStandardSetNamesTheStandardIdentifiers)
@@ -152,7 +152,7 @@ TEST_F(NamedPropertyTest, WhatIsNoNameIsRefused)
     EXPECT_CODE(Ids(m_message.get(), {Text(nullptr)}, MAPI_CREATE, m_tags), MAPI_E_INVALID_PARAMETER);
     EXPECT_CODE(Ids(m_message.get(), {Number(1)}, 1, m_tags), MAPI_E_UNKNOWN_FLAGS);
     ComPtr<IMsgStore> store;
-    ASSERT_CODE(m_mailbox.OpenStore(m_mailbox.alice(), m_mailbox.alice(), 0, store), S_OK);
+    ASSERT_CODE(m_mailbox.OpenStore(m_mailbox.Alice(), m_mailbox.Alice(), 0, store), S_OK);
     EXPECT_CODE(Ids(store.get(), {Number(1)}, MAPI_CREATE, m_tags), MAPI_E_NO_ACCESS) << "open for reading";
     EXPECT_CODE(Ids(store.get(), {Number(1)}, 0, m_tags), MAPI_W_ERRORS_RETURNED);
 }

@@ -87,8 +87,8 @@ TEST_F(NestingTest, AsDeepAsMessagesMayLieTheyAreSavedSentCopiedAndDeleted)
     EXPECT_EQ(Deepest(m_mailbox.Open(id).get()), kNestingLimit);
     ASSERT_CODE(letter->SubmitMessage(0), S_OK);
     EXPECT_EQ(Deepest(MessageIn(m_bobsInbox.get()).get()), kNestingLimit);
-    ASSERT_EQ(CountIn(m_mailbox.inbox()), 2u) << "the copy and the report, which holds the letter one deeper";
-    for (IMAPIFolder *folder : {m_bobsInbox.get(), m_mailbox.inbox()}) {
+    ASSERT_EQ(CountIn(m_mailbox.Inbox()), 2u) << "the copy and the report, which holds the letter one deeper";
+    for (IMAPIFolder *folder : {m_bobsInbox.get(), m_mailbox.Inbox()}) {
         EXPECT_CODE(folder->DeleteMessages(EntryList(MessagesIn(folder)), 0, nullptr, 0), S_OK);
         EXPECT_EQ(CountIn(folder), 0u);
     }
@@ -113,8 +113,8 @@ TEST_F(NestingTest, AsDeepAsFoldersMayLieTheyAreCopiedAndDeleted)
         return in->CreateFolder(FOLDER_GENERIC, name.data(), nullptr, nullptr, 0, folder.put());
     };
     ComPtr<IMAPIFolder> from, to;
-    ASSERT_CODE(create(m_mailbox.inbox(), "From", from), S_OK);
-    ASSERT_CODE(create(m_mailbox.inbox(), "To", to), S_OK);
+    ASSERT_CODE(create(m_mailbox.Inbox(), "From", from), S_OK);
+    ASSERT_CODE(create(m_mailbox.Inbox(), "To", to), S_OK);
     HRESULT hr = S_OK;
     int depth = 4; // the root, what users see of it, the Inbox and this one
     for (auto last = Share<IMAPIFolder>(from.get()); hr == S_OK;) {
@@ -129,11 +129,11 @@ TEST_F(NestingTest, AsDeepAsFoldersMayLieTheyAreCopiedAndDeleted)
     EXPECT_CODE(from->CopyTo(0, nullptr, nullptr, 0, nullptr, &IID_IMAPIFolder, to.get(), 0, nullptr), S_OK);
     for (IMAPIFolder *top : {from.get(), to.get()}) {
         EntryIdBytes id = BytesOf(top, PR_ENTRYID);
-        EXPECT_CODE(m_mailbox.inbox()->DeleteFolder(static_cast<ULONG>(id.size()),
+        EXPECT_CODE(m_mailbox.Inbox()->DeleteFolder(static_cast<ULONG>(id.size()),
                                                     reinterpret_cast<LPENTRYID>(id.data()), 0, nullptr, DEL_FOLDERS),
                     S_OK);
     }
-    EXPECT_EQ(LongOf(m_mailbox.inbox(), PR_SUBFOLDERS), 0);
+    EXPECT_EQ(LongOf(m_mailbox.Inbox(), PR_SUBFOLDERS), 0);
 }
 
 TEST_F(NestingTest, AMessageIsCopiedIntoTheOneThatItHolds)

@@ -19,18 +19,18 @@ class NonDeliveryTest : public WithLetters
         const ULONG before = CountIn(m_bobsInbox.get());
         EXPECT_CODE(LetterTo({std::move(recipient)}, {Bool(PR_DELETE_AFTER_SUBMIT, true)})->SubmitMessage(0), S_OK);
         const bool arrived = CountIn(m_bobsInbox.get()) == before + 1;
-        const auto reports = MessagesIn(m_mailbox.inbox());
+        const auto reports = MessagesIn(m_mailbox.Inbox());
         std::string fate = arrived ? "arrived" : "";
         for (std::size_t i = 0; i < reports.size(); ++i) {
             ComPtr<IMAPITable> table;
             Rows rows;
-            EXPECT_CODE(MessageIn(m_mailbox.inbox(), i)->GetRecipientTable(0, table.put()), S_OK);
+            EXPECT_CODE(MessageIn(m_mailbox.Inbox(), i)->GetRecipientTable(0, table.put()), S_OK);
             EXPECT_CODE(QueryAllRows(table.get(), Tags{PR_NDR_DIAG_CODE}, nullptr, nullptr, 0, rows.put()), S_OK);
             for (ULONG row = 0; row < rows.size(); ++row)
                 fate += "report " + std::to_string(rows[row].lpProps[0].Value.l);
         }
         if (!reports.empty()) {
-            EXPECT_CODE(m_mailbox.inbox()->DeleteMessages(EntryList(reports), 0, nullptr, 0), S_OK);
+            EXPECT_CODE(m_mailbox.Inbox()->DeleteMessages(EntryList(reports), 0, nullptr, 0), S_OK);
         }
         return fate;
     }
@@ -46,9 +46,9 @@ class NonDeliveryTest : public WithLetters
 
 TEST_F(NonDeliveryTest, WhoIsMeantFollowsFromEntryIdentifierThenAddressThenName)
 {
-    const SiteUid site = m_mailbox.site().Info().uid;
-    const storage::User &bob = m_mailbox.bob();
-    storage::Directory directory(m_mailbox.site());
+    const SiteUid site = m_mailbox.GetSite().Info().uid;
+    const storage::User &bob = m_mailbox.Bob();
+    storage::Directory directory(m_mailbox.GetSite());
     const auto contact = directory.AddContact("Bobby", "bobby@elsewhere.example");
     directory.AddUser("bart", "Bart Baker");
     const std::string unknown = "report " + std::to_string(MAPI_DIAG_OR_NAME_UNRECOGNIZED);
@@ -99,8 +99,8 @@ TEST_F(NonDeliveryTest, TheReportNamesTheUnreachedAndHoldsTheMessage)
     ASSERT_CODE(letter->SubmitMessage(0), S_OK);
     EXPECT_EQ(SubjectsIn(m_bobsInbox.get()), "lunch?") << "who can be reached gets it";
 
-    ASSERT_EQ(SubjectsIn(m_mailbox.inbox()), "Undeliverable: lunch?");
-    auto report = MessageIn(m_mailbox.inbox());
+    ASSERT_EQ(SubjectsIn(m_mailbox.Inbox()), "Undeliverable: lunch?");
+    auto report = MessageIn(m_mailbox.Inbox());
     EXPECT_EQ(TextOf(report.get(), PR_MESSAGE_CLASS_A), "REPORT.IPM.Note.NDR");
     EXPECT_EQ(LongOf(report.get(), PR_MESSAGE_FLAGS), LONG{MSGFLAG_HASATTACH}) << "unread";
     EXPECT_EQ(TextOf(report.get(), PR_SENDER_NAME_A), "System Administrator");
@@ -147,8 +147,8 @@ TEST_F(NonDeliveryTest, ASavedMessageIsReportedWithAllThatItHolds)
     ASSERT_CODE(letter->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
     ASSERT_CODE(letter->SubmitMessage(0), S_OK);
     EXPECT_EQ(CountIn(m_outbox.get()), 0u);
-    ASSERT_EQ(CountIn(m_mailbox.inbox()), 1u);
-    auto report = MessageIn(m_mailbox.inbox());
+    ASSERT_EQ(CountIn(m_mailbox.Inbox()), 1u);
+    auto report = MessageIn(m_mailbox.Inbox());
     auto original = EmbeddedIn(AttachmentOf(report.get(), 0).get());
     EXPECT_EQ(ReadProperty(AttachmentOf(original.get(), 0).get(), PR_ATTACH_DATA_BIN), std::string(100000, 'm'));
     EXPECT_EQ(TextOf(EmbeddedIn(AttachmentOf(original.get(), 1).get()).get(), PR_SUBJECT_A), "within");
@@ -157,10 +157,10 @@ TEST_F(NonDeliveryTest, ASavedMessageIsReportedWithAllThatItHolds)
 TEST_F(NonDeliveryTest, ReportsGoToTheSenderAlsoWhenAServiceWrites)
 {
     ComPtr<IMsgStore> store;
-    ASSERT_CODE(m_mailbox.OpenStore(m_mailbox.alice(), m_mailbox.service(), MAPI_BEST_ACCESS, store), S_OK);
+    ASSERT_CODE(m_mailbox.OpenStore(m_mailbox.Alice(), m_mailbox.Service(), MAPI_BEST_ACCESS, store), S_OK);
     m_outbox = m_mailbox.Folder(PR_IPM_OUTBOX_ENTRYID, store.get());
     ASSERT_CODE(LetterTo({ByName("nobody")})->SubmitMessage(0), S_OK);
-    EXPECT_EQ(SubjectsIn(m_mailbox.inbox()), "Undeliverable: ");
+    EXPECT_EQ(SubjectsIn(m_mailbox.Inbox()), "Undeliverable: ");
 }
 
 } // namespace

@@ -11,7 +11,7 @@ class StoreTest : public testing::Test
     HRESULT Open(const EntryIdBytes &id, LPCIID iid, ULONG flags, ULONG *type = nullptr)
     {
         m_object.reset();
-        return OpenEntry(m_mailbox.store(), id, iid, flags, m_object.put(), type);
+        return OpenEntry(m_mailbox.GetStore(), id, iid, flags, m_object.put(), type);
     }
 
     LiveCountsAreZeroAtTheEnd m_counts;

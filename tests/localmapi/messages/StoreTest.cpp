@@ -18,7 +18,7 @@ constexpr ULONG kPrMailboxOwnerEntryId = PROP_TAG(PT_BINARY, 0x661B);
 
 TEST_F(StoreTest, AStoreSaysWhatItIs)
 {
-    IMsgStore *store = m_mailbox.store();
+    IMsgStore *store = m_mailbox.GetStore();
     EXPECT_EQ(TextOf(store, PR_DISPLAY_NAME_A), "Mailbox - Alice Archer");
     EXPECT_EQ(TextOf(store, PR_DISPLAY_NAME_W), "Mailbox - Alice Archer");
     EXPECT_EQ(TextOf(store, kPrMailboxOwnerName), "Alice Archer");
@@ -29,13 +29,13 @@ TEST_F(StoreTest, AStoreSaysWhatItIs)
     EXPECT_FALSE(BytesOf(store, kPrMailboxOwnerEntryId).empty());
     EXPECT_EQ(BytesOf(store, PR_ENTRYID), BytesOf(store, PR_STORE_ENTRYID));
     EXPECT_EQ(BytesOf(store, PR_RECORD_KEY).size(), 16u);
-    EXPECT_NE(BytesOf(store, PR_RECORD_KEY), BytesOf(m_mailbox.StoreOf(m_mailbox.bob()).get(), PR_RECORD_KEY));
+    EXPECT_NE(BytesOf(store, PR_RECORD_KEY), BytesOf(m_mailbox.StoreOf(m_mailbox.Bob()).get(), PR_RECORD_KEY));
 }
 
 TEST_F(StoreTest, TheDefaultStoreOfAProfileIsMarked)
 {
     ComPtr<IMsgStore> store;
-    ASSERT_CODE(m_mailbox.OpenStore(m_mailbox.alice(), m_mailbox.alice(), MAPI_BEST_ACCESS, store, true), S_OK);
+    ASSERT_CODE(m_mailbox.OpenStore(m_mailbox.Alice(), m_mailbox.Alice(), MAPI_BEST_ACCESS, store, true), S_OK);
     EXPECT_EQ(LongOf(store.get(), PR_DEFAULT_STORE), 1);
 }
 
@@ -49,17 +49,17 @@ TEST_F(StoreTest, SpecialFoldersAreNamedByTheStoreAndCanBeOpened)
                    {PR_IPM_WASTEBASKET_ENTRYID, "Deleted Items"}};
     for (const auto &folder : folders)
         EXPECT_EQ(TextOf(m_mailbox.Folder(folder.tag).get(), PR_DISPLAY_NAME_A), folder.name);
-    EXPECT_EQ(TextOf(m_mailbox.inbox(), PR_DISPLAY_NAME_A), "Inbox");
+    EXPECT_EQ(TextOf(m_mailbox.Inbox(), PR_DISPLAY_NAME_A), "Inbox");
     // The folders stand in the subtree for messages between people.
     auto subtree = m_mailbox.Folder(PR_IPM_SUBTREE_ENTRYID);
-    EXPECT_EQ(BytesOf(m_mailbox.inbox(), PR_PARENT_ENTRYID), BytesOf(subtree.get(), PR_ENTRYID));
+    EXPECT_EQ(BytesOf(m_mailbox.Inbox(), PR_PARENT_ENTRYID), BytesOf(subtree.get(), PR_ENTRYID));
 }
 
 TEST_F(StoreTest, PropertiesOfTheStoreCanBeSetReadAndDeleted)
 {
-    IMsgStore *store = m_mailbox.store();
+    IMsgStore *store = m_mailbox.GetStore();
     ASSERT_CODE(SetProps(store, {Narrow(PROP_TAG(PT_STRING8, 0x6A20), "note")}), S_OK);
-    EXPECT_EQ(TextOf(m_mailbox.StoreOf(m_mailbox.alice()).get(), PROP_TAG(PT_UNICODE, 0x6A20)), "note");
+    EXPECT_EQ(TextOf(m_mailbox.StoreOf(m_mailbox.Alice()).get(), PROP_TAG(PT_UNICODE, 0x6A20)), "note");
     EXPECT_CODE(store->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
     EXPECT_CODE(store->DeleteProps(Tags{PROP_TAG(PT_STRING8, 0x6A20)}, nullptr), S_OK);
     EXPECT_EQ(TextOf(store, PROP_TAG(PT_STRING8, 0x6A20)), "(none)");
@@ -70,21 +70,21 @@ TEST_F(StoreTest, PropertiesOfTheStoreCanBeSetReadAndDeleted)
 TEST_F(StoreTest, WhoHasNoRightToAMailboxGetsNoAccess)
 {
     ComPtr<IMsgStore> store;
-    EXPECT_CODE(m_mailbox.OpenStore(m_mailbox.alice(), m_mailbox.bob(), MAPI_BEST_ACCESS, store), MAPI_E_NO_ACCESS);
+    EXPECT_CODE(m_mailbox.OpenStore(m_mailbox.Alice(), m_mailbox.Bob(), MAPI_BEST_ACCESS, store), MAPI_E_NO_ACCESS);
     EXPECT_FALSE(store);
-    EXPECT_CODE(m_mailbox.OpenStore(m_mailbox.alice(), m_mailbox.service(), MAPI_BEST_ACCESS, store), S_OK);
+    EXPECT_CODE(m_mailbox.OpenStore(m_mailbox.Alice(), m_mailbox.Service(), MAPI_BEST_ACCESS, store), S_OK);
     EXPECT_EQ(TextOf(store.get(), kPrMailboxOwnerName), "Alice Archer");
 }
 
 TEST_F(StoreTest, AMailboxThatIsNotThereIsNotFound)
 {
     ComPtr<IMsgStore> store;
-    EXPECT_CODE(CreateStore({m_mailbox.site(), 4711, m_mailbox.alice().id, 0, false}, nullptr, store.put()),
+    EXPECT_CODE(CreateStore({m_mailbox.GetSite(), 4711, m_mailbox.Alice().id, 0, false}, nullptr, store.put()),
                 MAPI_E_NOT_FOUND);
     EXPECT_CODE(
-        CreateStore({m_mailbox.site(), m_mailbox.alice().mailbox, m_mailbox.alice().id, 0, false}, nullptr, nullptr),
+        CreateStore({m_mailbox.GetSite(), m_mailbox.Alice().mailbox, m_mailbox.Alice().id, 0, false}, nullptr, nullptr),
         MAPI_E_INVALID_PARAMETER);
-    EXPECT_CODE(CreateStore({m_mailbox.site(), m_mailbox.alice().mailbox, m_mailbox.alice().id, 0x00800000, false},
+    EXPECT_CODE(CreateStore({m_mailbox.GetSite(), m_mailbox.Alice().mailbox, m_mailbox.Alice().id, 0x00800000, false},
                             nullptr, store.put()),
                 MAPI_E_UNKNOWN_FLAGS);
 }
@@ -93,11 +93,11 @@ TEST_F(StoreTest, TheStoreAnswersForItsInterfacesOnly)
 {
     ComPtr<IUnknown> object;
     for (const IID *iid : {&IID_IMsgStore, &IID_IMAPIProp, &IID_IExchangeManageStore, &IID_IUnknown})
-        EXPECT_CODE(m_mailbox.store()->QueryInterface(*iid, reinterpret_cast<void **>(object.put())), S_OK);
-    EXPECT_CODE(m_mailbox.store()->QueryInterface(IID_IMessage, reinterpret_cast<void **>(object.put())),
+        EXPECT_CODE(m_mailbox.GetStore()->QueryInterface(*iid, reinterpret_cast<void **>(object.put())), S_OK);
+    EXPECT_CODE(m_mailbox.GetStore()->QueryInterface(IID_IMessage, reinterpret_cast<void **>(object.put())),
                 MAPI_E_INTERFACE_NOT_SUPPORTED);
     ComPtr<IMsgStore> store;
-    EXPECT_CODE(CreateStore({m_mailbox.site(), m_mailbox.alice().mailbox, m_mailbox.alice().id, 0, false},
+    EXPECT_CODE(CreateStore({m_mailbox.GetSite(), m_mailbox.Alice().mailbox, m_mailbox.Alice().id, 0, false},
                             &IID_IMAPIFolder, store.put()),
                 MAPI_E_INTERFACE_NOT_SUPPORTED);
 }
@@ -105,7 +105,7 @@ TEST_F(StoreTest, TheStoreAnswersForItsInterfacesOnly)
 TEST_F(StoreTest, AStoreThatIsOpenForReadingWritesNothing)
 {
     const EntryIdBytes id = m_mailbox.Add({Narrow(PR_SUBJECT_A, "kept")});
-    auto store = m_mailbox.StoreOf(m_mailbox.alice(), 0);
+    auto store = m_mailbox.StoreOf(m_mailbox.Alice(), 0);
     ComPtr<IMessage> message;
     EXPECT_CODE(OpenEntry(store.get(), id, nullptr, MAPI_MODIFY, reinterpret_cast<IUnknown **>(message.put())),
                 MAPI_E_NO_ACCESS);
@@ -131,12 +131,12 @@ TEST_F(StoreTest, OpenEntryOpensFoldersAndMessagesByTheirEntryIdentifiers)
     ASSERT_CODE(Open(message, nullptr, MAPI_BEST_ACCESS, &type), S_OK);
     EXPECT_EQ(type, MAPI_MESSAGE);
     EXPECT_EQ(TextOf(static_cast<IMessage *>(m_object.get()), PR_SUBJECT_A), "hello");
-    ASSERT_CODE(Open(BytesOf(m_mailbox.inbox(), PR_ENTRYID), &IID_IMAPIContainer, 0, &type), S_OK);
+    ASSERT_CODE(Open(BytesOf(m_mailbox.Inbox(), PR_ENTRYID), &IID_IMAPIContainer, 0, &type), S_OK);
     EXPECT_EQ(type, MAPI_FOLDER);
-    ASSERT_CODE(m_mailbox.store()->OpenEntry(0, nullptr, nullptr, 0, &type, m_object.put()), S_OK);
+    ASSERT_CODE(m_mailbox.GetStore()->OpenEntry(0, nullptr, nullptr, 0, &type, m_object.put()), S_OK);
     EXPECT_EQ(type, MAPI_FOLDER);
     EXPECT_EQ(LongOf(static_cast<IMAPIFolder *>(m_object.get()), PR_FOLDER_TYPE), static_cast<LONG>(FOLDER_ROOT));
-    EXPECT_CODE(m_mailbox.store()->OpenEntry(0, nullptr, nullptr, 0, nullptr, m_object.put()), S_OK);
+    EXPECT_CODE(m_mailbox.GetStore()->OpenEntry(0, nullptr, nullptr, 0, nullptr, m_object.put()), S_OK);
 }
 
 TEST_F(StoreTest, OpenEntryTakesTheFlagsOfExchangeAndRefusesOthers)
@@ -155,7 +155,7 @@ TEST_F(StoreTest, OpenEntryGivesTheInterfaceThatIsAskedForOrNone)
         EXPECT_CODE(Open(id, iid, 0), S_OK);
     EXPECT_CODE(Open(id, &IID_IMAPIFolder, 0), MAPI_E_INTERFACE_NOT_SUPPORTED);
     EXPECT_FALSE(m_object);
-    EXPECT_CODE(Open(BytesOf(m_mailbox.inbox(), PR_ENTRYID), &IID_IMessage, 0), MAPI_E_INTERFACE_NOT_SUPPORTED);
+    EXPECT_CODE(Open(BytesOf(m_mailbox.Inbox(), PR_ENTRYID), &IID_IMessage, 0), MAPI_E_INTERFACE_NOT_SUPPORTED);
 }
 
 TEST_F(StoreTest, OpenEntryRefusesWhatIsNoEntryIdentifierOfItsOwn)
@@ -163,9 +163,10 @@ TEST_F(StoreTest, OpenEntryRefusesWhatIsNoEntryIdentifierOfItsOwn)
     const EntryIdBytes id = m_mailbox.Add({Narrow(PR_SUBJECT_A, "hello")});
     ULONG type = 0;
     EXPECT_CODE(Open({1, 2, 3}, nullptr, 0), MAPI_E_INVALID_ENTRYID);
-    EXPECT_CODE(m_mailbox.store()->OpenEntry(48, nullptr, nullptr, 0, &type, m_object.put()), MAPI_E_INVALID_ENTRYID);
-    EXPECT_CODE(m_mailbox.store()->OpenEntry(0, nullptr, nullptr, 0, &type, nullptr), MAPI_E_INVALID_PARAMETER);
-    EXPECT_CODE(Open(BytesOf(m_mailbox.store(), PR_ENTRYID), nullptr, 0), MAPI_E_INVALID_ENTRYID);
+    EXPECT_CODE(m_mailbox.GetStore()->OpenEntry(48, nullptr, nullptr, 0, &type, m_object.put()),
+                MAPI_E_INVALID_ENTRYID);
+    EXPECT_CODE(m_mailbox.GetStore()->OpenEntry(0, nullptr, nullptr, 0, &type, nullptr), MAPI_E_INVALID_PARAMETER);
+    EXPECT_CODE(Open(BytesOf(m_mailbox.GetStore(), PR_ENTRYID), nullptr, 0), MAPI_E_INVALID_ENTRYID);
     for (std::size_t size = 0; size < id.size(); ++size) {
         if (size == 0)
             continue;
@@ -182,12 +183,12 @@ TEST_F(StoreTest, OpenEntryRefusesWhatIsNoEntryIdentifierOfItsOwn)
 TEST_F(StoreTest, WhatIsNotInThisMailboxIsNotFound)
 {
     const EntryIdBytes id = m_mailbox.Add({Narrow(PR_SUBJECT_A, "hello")});
-    auto bobs = m_mailbox.StoreOf(m_mailbox.bob());
+    auto bobs = m_mailbox.StoreOf(m_mailbox.Bob());
     EXPECT_CODE(OpenEntry(bobs.get(), id, nullptr, 0, m_object.put()), MAPI_E_NOT_FOUND);
     m_mailbox.Delete(id);
     EXPECT_CODE(Open(id, nullptr, 0), MAPI_E_NOT_FOUND);
     Block<MAPIERROR> error;
-    ASSERT_CODE(m_mailbox.store()->GetLastError(MAPI_E_NOT_FOUND, 0, error.put()), S_OK);
+    ASSERT_CODE(m_mailbox.GetStore()->GetLastError(MAPI_E_NOT_FOUND, 0, error.put()), S_OK);
     ASSERT_TRUE(error);
     EXPECT_NE(std::string(reinterpret_cast<const char *>(error->lpszError)).find("no such message"), std::string::npos);
 }
@@ -197,7 +198,7 @@ TEST_F(StoreTest, EntryIdentifiersAreComparedByWhatTheyName)
     const EntryIdBytes one = m_mailbox.Add({Narrow(PR_SUBJECT_A, "one")});
     const EntryIdBytes two = m_mailbox.Add({Narrow(PR_SUBJECT_A, "two")});
     const auto compare = [&](const EntryIdBytes &left, const EntryIdBytes &right, ULONG &same) {
-        return m_mailbox.store()->CompareEntryIDs(
+        return m_mailbox.GetStore()->CompareEntryIDs(
             static_cast<ULONG>(left.size()), reinterpret_cast<LPENTRYID>(const_cast<BYTE *>(left.data())),
             static_cast<ULONG>(right.size()), reinterpret_cast<LPENTRYID>(const_cast<BYTE *>(right.data())), 0, &same);
     };
@@ -207,7 +208,7 @@ TEST_F(StoreTest, EntryIdentifiersAreComparedByWhatTheyName)
     EXPECT_CODE(compare(one, two, same), S_OK);
     EXPECT_EQ(same, 0u);
     EXPECT_CODE(compare(one, {1, 2}, same), MAPI_E_INVALID_ENTRYID);
-    EXPECT_CODE(m_mailbox.store()->CompareEntryIDs(0, nullptr, 0, nullptr, 0, nullptr), MAPI_E_INVALID_PARAMETER);
+    EXPECT_CODE(m_mailbox.GetStore()->CompareEntryIDs(0, nullptr, 0, nullptr, 0, nullptr), MAPI_E_INVALID_PARAMETER);
 }
 
 // The folder for a message class, and the class that decided it.
@@ -236,46 +237,46 @@ HRESULT SetReceiveFolder(IMsgStore *store, const char *messageClass, const Entry
 
 TEST_F(StoreTest, TheInboxReceivesMessagesOfEveryClass)
 {
-    EXPECT_EQ(ReceiveFolder(m_mailbox.store(), nullptr), "Inbox:");
-    EXPECT_EQ(ReceiveFolder(m_mailbox.store(), ""), "Inbox:");
-    EXPECT_EQ(ReceiveFolder(m_mailbox.store(), "IPM.Note"), "Inbox:");
-    EXPECT_EQ(ReceiveFolder(m_mailbox.store(), "Anything.else"), "Inbox:");
-    EXPECT_EQ(ReceiveFolder(m_mailbox.store(), "IPM..Note"), "MAPI_E_INVALID_PARAMETER");
-    EXPECT_EQ(ReceiveFolder(m_mailbox.store(), ".IPM"), "MAPI_E_INVALID_PARAMETER");
-    EXPECT_EQ(ReceiveFolder(m_mailbox.store(), std::string(256, 'a').c_str()), "MAPI_E_INVALID_PARAMETER");
+    EXPECT_EQ(ReceiveFolder(m_mailbox.GetStore(), nullptr), "Inbox:");
+    EXPECT_EQ(ReceiveFolder(m_mailbox.GetStore(), ""), "Inbox:");
+    EXPECT_EQ(ReceiveFolder(m_mailbox.GetStore(), "IPM.Note"), "Inbox:");
+    EXPECT_EQ(ReceiveFolder(m_mailbox.GetStore(), "Anything.else"), "Inbox:");
+    EXPECT_EQ(ReceiveFolder(m_mailbox.GetStore(), "IPM..Note"), "MAPI_E_INVALID_PARAMETER");
+    EXPECT_EQ(ReceiveFolder(m_mailbox.GetStore(), ".IPM"), "MAPI_E_INVALID_PARAMETER");
+    EXPECT_EQ(ReceiveFolder(m_mailbox.GetStore(), std::string(256, 'a').c_str()), "MAPI_E_INVALID_PARAMETER");
     ULONG size = 0;
     Block<ENTRYID> entry;
-    EXPECT_CODE(m_mailbox.store()->GetReceiveFolder(nullptr, 0, nullptr, entry.put(), nullptr),
+    EXPECT_CODE(m_mailbox.GetStore()->GetReceiveFolder(nullptr, 0, nullptr, entry.put(), nullptr),
                 MAPI_E_INVALID_PARAMETER);
-    EXPECT_CODE(m_mailbox.store()->GetReceiveFolder(nullptr, 0, &size, nullptr, nullptr), MAPI_E_INVALID_PARAMETER);
-    EXPECT_CODE(m_mailbox.store()->GetReceiveFolder(nullptr, 2, &size, entry.put(), nullptr), MAPI_E_UNKNOWN_FLAGS);
+    EXPECT_CODE(m_mailbox.GetStore()->GetReceiveFolder(nullptr, 0, &size, nullptr, nullptr), MAPI_E_INVALID_PARAMETER);
+    EXPECT_CODE(m_mailbox.GetStore()->GetReceiveFolder(nullptr, 2, &size, entry.put(), nullptr), MAPI_E_UNKNOWN_FLAGS);
 }
 
 TEST_F(StoreTest, AClassWithAFolderOfItsOwnKeepsItForTheClassesThatItBegins)
 {
-    const EntryIdBytes sent = BytesOf(m_mailbox.store(), PR_IPM_SENTMAIL_ENTRYID);
-    const EntryIdBytes deleted = BytesOf(m_mailbox.store(), PR_IPM_WASTEBASKET_ENTRYID);
-    ASSERT_CODE(SetReceiveFolder(m_mailbox.store(), "IPM.Note", sent), S_OK);
-    ASSERT_CODE(SetReceiveFolder(m_mailbox.store(), "IPM.Note.Fax", deleted), S_OK);
-    auto other = m_mailbox.StoreOf(m_mailbox.alice());
+    const EntryIdBytes sent = BytesOf(m_mailbox.GetStore(), PR_IPM_SENTMAIL_ENTRYID);
+    const EntryIdBytes deleted = BytesOf(m_mailbox.GetStore(), PR_IPM_WASTEBASKET_ENTRYID);
+    ASSERT_CODE(SetReceiveFolder(m_mailbox.GetStore(), "IPM.Note", sent), S_OK);
+    ASSERT_CODE(SetReceiveFolder(m_mailbox.GetStore(), "IPM.Note.Fax", deleted), S_OK);
+    auto other = m_mailbox.StoreOf(m_mailbox.Alice());
     EXPECT_EQ(ReceiveFolder(other.get(), "IPM.Note"), "Sent Items:IPM.Note");
     EXPECT_EQ(ReceiveFolder(other.get(), "ipm.note.microsoft"), "Sent Items:IPM.Note");
     EXPECT_EQ(ReceiveFolder(other.get(), "IPM.Note.Fax.Page"), "Deleted Items:IPM.Note.Fax");
     EXPECT_EQ(ReceiveFolder(other.get(), "IPM.Notebook"), "Inbox:");
-    ASSERT_CODE(SetReceiveFolder(m_mailbox.store(), "IPM.Note", {}), S_OK);
+    ASSERT_CODE(SetReceiveFolder(m_mailbox.GetStore(), "IPM.Note", {}), S_OK);
     EXPECT_EQ(ReceiveFolder(other.get(), "IPM.Note"), "Inbox:");
     EXPECT_EQ(ReceiveFolder(other.get(), "IPM.Note.Fax"), "Deleted Items:IPM.Note.Fax");
-    EXPECT_CODE(SetReceiveFolder(m_mailbox.store(), "", {}), MAPI_E_INVALID_PARAMETER);
+    EXPECT_CODE(SetReceiveFolder(m_mailbox.GetStore(), "", {}), MAPI_E_INVALID_PARAMETER);
     // Where messages arrive is nothing for a list of properties.
-    EXPECT_EQ(GetAllProps(*m_mailbox.store()).Find(PROP_TAG(PT_MV_STRING8, 0x67F0)), nullptr);
+    EXPECT_EQ(GetAllProps(*m_mailbox.GetStore()).Find(PROP_TAG(PT_MV_STRING8, 0x67F0)), nullptr);
 }
 
 TEST_F(StoreTest, TheReceiveFolderTableListsClassesAndFolders)
 {
-    const EntryIdBytes sent = BytesOf(m_mailbox.store(), PR_IPM_SENTMAIL_ENTRYID);
-    ASSERT_CODE(SetReceiveFolder(m_mailbox.store(), "IPM.Note", sent), S_OK);
+    const EntryIdBytes sent = BytesOf(m_mailbox.GetStore(), PR_IPM_SENTMAIL_ENTRYID);
+    ASSERT_CODE(SetReceiveFolder(m_mailbox.GetStore(), "IPM.Note", sent), S_OK);
     ComPtr<IMAPITable> table;
-    ASSERT_CODE(m_mailbox.store()->GetReceiveFolderTable(0, table.put()), S_OK);
+    ASSERT_CODE(m_mailbox.GetStore()->GetReceiveFolderTable(0, table.put()), S_OK);
     Rows rows;
     ASSERT_CODE(QueryAllRows(table.get(), Tags{PR_MESSAGE_CLASS_A, PR_ENTRYID}, nullptr,
                              Sort{{PR_MESSAGE_CLASS_A, TABLE_SORT_ASCEND}}, 0, rows.put()),
@@ -288,18 +289,18 @@ TEST_F(StoreTest, TheReceiveFolderTableListsClassesAndFolders)
 
 TEST_F(StoreTest, LogoffTakesNoFlagsAndLeavesTheStoreUsable)
 {
-    EXPECT_CODE(m_mailbox.store()->StoreLogoff(nullptr), S_OK);
+    EXPECT_CODE(m_mailbox.GetStore()->StoreLogoff(nullptr), S_OK);
     ULONG flags = LOGOFF_ORDERLY;
-    EXPECT_CODE(m_mailbox.store()->StoreLogoff(&flags), S_OK);
+    EXPECT_CODE(m_mailbox.GetStore()->StoreLogoff(&flags), S_OK);
     EXPECT_EQ(flags, LOGOFF_COMPLETE);
     flags = 0x80000000;
-    EXPECT_CODE(m_mailbox.store()->StoreLogoff(&flags), MAPI_E_UNKNOWN_FLAGS);
-    EXPECT_EQ(TextOf(m_mailbox.store(), PR_DISPLAY_NAME_A), "Mailbox - Alice Archer");
+    EXPECT_CODE(m_mailbox.GetStore()->StoreLogoff(&flags), MAPI_E_UNKNOWN_FLAGS);
+    EXPECT_EQ(TextOf(m_mailbox.GetStore(), PR_DISPLAY_NAME_A), "Mailbox - Alice Archer");
 }
 
 TEST_F(StoreTest, ObjectsStayUsableAfterTheirStoreIsReleased)
 {
-    auto store = m_mailbox.StoreOf(m_mailbox.bob());
+    auto store = m_mailbox.StoreOf(m_mailbox.Bob());
     auto folder = m_mailbox.Folder(PR_IPM_OUTBOX_ENTRYID, store.get());
     store.reset();
     ComPtr<IMessage> message;
@@ -312,7 +313,7 @@ TEST_F(StoreTest, ObjectsStayUsableAfterTheirStoreIsReleased)
 
 TEST_F(StoreTest, NotificationsAndTheTransportSayThatTheyAreNotSupported)
 {
-    IMsgStore *store = m_mailbox.store();
+    IMsgStore *store = m_mailbox.GetStore();
     ULONG connection = 0;
     ComPtr<IMAPITable> table;
     EXPECT_CODE(store->Advise(0, nullptr, fnevNewMail, nullptr, &connection), MAPI_E_NO_SUPPORT);

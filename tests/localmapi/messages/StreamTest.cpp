@@ -331,14 +331,14 @@ TEST_F(StreamTest, ALongRecordingIsWrittenAndReadInPieces)
 TEST_F(StreamTest, StoresAndFoldersHaveStreamsThatWriteAtOnce)
 {
     ComPtr<IStream> stream;
-    ASSERT_CODE(OpenStream(m_mailbox.inbox(), kBytes, MAPI_CREATE | MAPI_MODIFY, stream), S_OK);
+    ASSERT_CODE(OpenStream(m_mailbox.Inbox(), kBytes, MAPI_CREATE | MAPI_MODIFY, stream), S_OK);
     ASSERT_CODE(WriteStream(stream.get(), "folder"), S_OK);
     stream.reset();
     EXPECT_EQ(ReadProperty(m_mailbox.Folder(0).get(), kBytes), "folder");
-    ASSERT_CODE(OpenStream(m_mailbox.store(), kBytes, MAPI_CREATE | MAPI_MODIFY, stream), S_OK);
+    ASSERT_CODE(OpenStream(m_mailbox.GetStore(), kBytes, MAPI_CREATE | MAPI_MODIFY, stream), S_OK);
     ASSERT_CODE(WriteStream(stream.get(), "store"), S_OK);
     stream.reset();
-    EXPECT_EQ(ReadProperty(m_mailbox.StoreOf(m_mailbox.alice()).get(), kBytes), "store");
+    EXPECT_EQ(ReadProperty(m_mailbox.StoreOf(m_mailbox.Alice()).get(), kBytes), "store");
 }
 
 } // namespace

@@ -43,13 +43,13 @@ class SubmitDiskTest : public WithLetters
 
 TEST_F(SubmitDiskTest, WhereThereIsNoRoomNothingIsSentAndTheMessageCanBeSentLater)
 {
-    const EntryIdBytes sent = BytesOf(m_mailbox.store(), PR_IPM_SENTMAIL_ENTRYID);
+    const EntryIdBytes sent = BytesOf(m_mailbox.GetStore(), PR_IPM_SENTMAIL_ENTRYID);
     auto letter = LetterTo({Bob(), ByName("nobody")},
                            {Binary(PR_SENTMAIL_ENTRYID, sent.data(), static_cast<ULONG>(sent.size()))});
     // Three long recordings: more than the WAL can take under the limit.
     for (const char *name : {"1.wav", "2.wav", "3.wav"})
         Attach(letter.get(), name, std::string(250000, 'w'));
-    const auto change = m_mailbox.site().GetChangeNumber();
+    const auto change = m_mailbox.GetSite().GetChangeNumber();
     int failures = 0;
     for (rlim_t room = 256 * 1024;; room += 512 * 1024) {
         ASSERT_LT(failures, 20);
@@ -62,13 +62,13 @@ TEST_F(SubmitDiskTest, WhereThereIsNoRoomNothingIsSentAndTheMessageCanBeSentLate
             break;
         ++failures;
         EXPECT_CODE(hr, MAPI_E_NOT_ENOUGH_DISK) << room;
-        EXPECT_EQ(m_mailbox.site().GetChangeNumber(), change);
-        EXPECT_EQ(CountIn(m_bobsInbox.get()) + CountIn(m_sent.get()) + CountIn(m_mailbox.inbox()), 0u);
+        EXPECT_EQ(m_mailbox.GetSite().GetChangeNumber(), change);
+        EXPECT_EQ(CountIn(m_bobsInbox.get()) + CountIn(m_sent.get()) + CountIn(m_mailbox.Inbox()), 0u);
     }
     EXPECT_GT(failures, 1);
     EXPECT_EQ(CountIn(m_bobsInbox.get()), 1u);
     EXPECT_EQ(CountIn(m_sent.get()), 1u);
-    EXPECT_EQ(CountIn(m_mailbox.inbox()), 1u) << "the report";
+    EXPECT_EQ(CountIn(m_mailbox.Inbox()), 1u) << "the report";
     EXPECT_EQ(ReadProperty(AttachmentOf(MessageIn(m_bobsInbox.get()).get(), 2).get(), PR_ATTACH_DATA_BIN),
               std::string(250000, 'w'));
 }

@@ -17,14 +17,14 @@ namespace
 class SubmitTest : public WithLetters
 {
   protected:
-    std::int64_t Changes() { return m_mailbox.site().GetChangeNumber(); }
+    std::int64_t Changes() { return m_mailbox.GetSite().GetChangeNumber(); }
     LONGLONG TimeOf(IMessage *message, ULONG tag)
     {
         const Given given = GetProps(*message, {tag});
         const SPropValue *value = given.Find(tag);
         return value ? static_cast<LONGLONG>(value->Value.ft.dwHighDateTime) << 32 | value->Value.ft.dwLowDateTime : 0;
     }
-    EntryIdBytes SentFolder() { return BytesOf(m_mailbox.store(), PR_IPM_SENTMAIL_ENTRYID); }
+    EntryIdBytes SentFolder() { return BytesOf(m_mailbox.GetStore(), PR_IPM_SENTMAIL_ENTRYID); }
     static SPropValue SentTo(const EntryIdBytes &folder)
     {
         return Binary(PR_SENTMAIL_ENTRYID, folder.data(), static_cast<ULONG>(folder.size()));
@@ -68,20 +68,20 @@ TEST_F(SubmitTest, TheDeliveryPropertiesTellWhoSentItWhoGotItAndWhen)
         ULONG name, type, address, id, key;
         const storage::User &who;
     } parties[] = {{PR_SENDER_NAME_A, PR_SENDER_ADDRTYPE_A, PR_SENDER_EMAIL_ADDRESS_A, PR_SENDER_ENTRYID,
-                    PR_SENDER_SEARCH_KEY, m_mailbox.alice()},
+                    PR_SENDER_SEARCH_KEY, m_mailbox.Alice()},
                    {PR_SENT_REPRESENTING_NAME_A, PR_SENT_REPRESENTING_ADDRTYPE_A, PR_SENT_REPRESENTING_EMAIL_ADDRESS_A,
-                    PR_SENT_REPRESENTING_ENTRYID, PR_SENT_REPRESENTING_SEARCH_KEY, m_mailbox.alice()},
+                    PR_SENT_REPRESENTING_ENTRYID, PR_SENT_REPRESENTING_SEARCH_KEY, m_mailbox.Alice()},
                    {PR_RECEIVED_BY_NAME_A, PR_RECEIVED_BY_ADDRTYPE_A, PR_RECEIVED_BY_EMAIL_ADDRESS_A,
-                    PR_RECEIVED_BY_ENTRYID, PR_RECEIVED_BY_SEARCH_KEY, m_mailbox.bob()},
+                    PR_RECEIVED_BY_ENTRYID, PR_RECEIVED_BY_SEARCH_KEY, m_mailbox.Bob()},
                    {PR_RCVD_REPRESENTING_NAME_A, PR_RCVD_REPRESENTING_ADDRTYPE_A, PR_RCVD_REPRESENTING_EMAIL_ADDRESS_A,
-                    PR_RCVD_REPRESENTING_ENTRYID, PR_RCVD_REPRESENTING_SEARCH_KEY, m_mailbox.bob()}};
+                    PR_RCVD_REPRESENTING_ENTRYID, PR_RCVD_REPRESENTING_SEARCH_KEY, m_mailbox.Bob()}};
     for (const auto &party : parties) {
         SCOPED_TRACE(HexText(party.name));
         EXPECT_EQ(TextOf(arrived.get(), party.name), party.who.name);
         EXPECT_EQ(TextOf(arrived.get(), party.type), "EX");
         EXPECT_EQ(TextOf(arrived.get(), party.address), party.who.dn);
         EXPECT_EQ(BytesOf(arrived.get(), party.id),
-                  MakeEntryId(m_mailbox.site().Info().uid, EntryKind::MailUser, party.who.id));
+                  MakeEntryId(m_mailbox.GetSite().Info().uid, EntryKind::MailUser, party.who.id));
         EXPECT_FALSE(BytesOf(arrived.get(), party.key).empty());
     }
     for (const ULONG tag : {PR_CLIENT_SUBMIT_TIME, PR_MESSAGE_DELIVERY_TIME}) {
@@ -96,8 +96,8 @@ TEST_F(SubmitTest, TheDeliveryPropertiesTellWhoSentItWhoGotItAndWhen)
     EXPECT_EQ(TextOf(arrived.get(), PR_CREATOR_NAME_A), "Alice Archer");
     EXPECT_EQ(BytesOf(arrived.get(), PR_PARENT_ENTRYID), BytesOf(m_bobsInbox.get(), PR_ENTRYID));
     // Who answers by the address reaches the sender.
-    EXPECT_EQ(MatchesOf(m_mailbox.site(), TextOf(arrived.get(), PR_SENDER_EMAIL_ADDRESS_A)),
-              std::vector<storage::ObjectId>{m_mailbox.alice().id});
+    EXPECT_EQ(MatchesOf(m_mailbox.GetSite(), TextOf(arrived.get(), PR_SENDER_EMAIL_ADDRESS_A)),
+              std::vector<storage::ObjectId>{m_mailbox.Alice().id});
 }
 
 TEST_F(SubmitTest, DeleteAfterSubmitLeavesNothingWithTheSender)
@@ -276,7 +276,7 @@ TEST_F(SubmitTest, ForcedSubmissionTakesTheMessageAsItIs)
 
 TEST_F(SubmitTest, SomebodyNamedSeveralTimesGetsItOnce)
 {
-    auto letter = LetterTo({Bob(MAPI_CC), ByName("Bob Baker"), ByAddress("SMTP", m_mailbox.bob().smtp, MAPI_BCC)});
+    auto letter = LetterTo({Bob(MAPI_CC), ByName("Bob Baker"), ByAddress("SMTP", m_mailbox.Bob().smtp, MAPI_BCC)});
     ASSERT_CODE(letter->SubmitMessage(0), S_OK);
     ASSERT_EQ(CountIn(m_bobsInbox.get()), 1u);
     auto arrived = MessageIn(m_bobsInbox.get());
@@ -289,12 +289,12 @@ TEST_F(SubmitTest, NobodySeesWhoGotABlindCopy)
 {
     auto letter = LetterTo({Alice(), Bob(MAPI_BCC)}, {Bool(PR_DELETE_AFTER_SUBMIT, true)});
     ASSERT_CODE(letter->SubmitMessage(0), S_OK);
-    for (IMAPIFolder *inbox : {m_mailbox.inbox(), m_bobsInbox.get()}) {
+    for (IMAPIFolder *inbox : {m_mailbox.Inbox(), m_bobsInbox.get()}) {
         ASSERT_EQ(CountIn(inbox), 1u);
         auto arrived = MessageIn(inbox);
         EXPECT_EQ(RecipientsOf(arrived.get()), "Alice Archer/1");
         EXPECT_EQ(TextOf(arrived.get(), PR_DISPLAY_BCC_A), "");
-        EXPECT_EQ(LongOf(arrived.get(), PR_MESSAGE_RECIP_ME), inbox == m_mailbox.inbox() ? 1 : 0);
+        EXPECT_EQ(LongOf(arrived.get(), PR_MESSAGE_RECIP_ME), inbox == m_mailbox.Inbox() ? 1 : 0);
     }
 }
 
@@ -303,28 +303,28 @@ TEST_F(SubmitTest, OneCanWriteToOneself)
     const auto sent = SentFolder();
     auto letter = LetterTo({Alice()}, {Narrow(PR_SUBJECT_A, "note"), SentTo(sent)});
     ASSERT_CODE(letter->SubmitMessage(0), S_OK);
-    EXPECT_EQ(SubjectsIn(m_mailbox.inbox()), "note");
+    EXPECT_EQ(SubjectsIn(m_mailbox.Inbox()), "note");
     EXPECT_EQ(SubjectsIn(m_sent.get()), "note");
     // From the very folder in which it arrives.
     ComPtr<IMessage> here = m_mailbox.NewMessage();
     ASSERT_CODE(Address(here.get(), {Alice()}), S_OK);
     ASSERT_CODE(here->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
     ASSERT_CODE(here->SubmitMessage(0), S_OK);
-    EXPECT_EQ(CountIn(m_mailbox.inbox()), 3u) << "what arrived, and what was sent";
+    EXPECT_EQ(CountIn(m_mailbox.Inbox()), 3u) << "what arrived, and what was sent";
 }
 
 TEST_F(SubmitTest, AServiceInSomebodysMailboxSendsAsItsOwner)
 {
     ComPtr<IMsgStore> store;
-    ASSERT_CODE(m_mailbox.OpenStore(m_mailbox.alice(), m_mailbox.service(), MAPI_BEST_ACCESS, store), S_OK);
+    ASSERT_CODE(m_mailbox.OpenStore(m_mailbox.Alice(), m_mailbox.Service(), MAPI_BEST_ACCESS, store), S_OK);
     m_outbox = m_mailbox.Folder(PR_IPM_OUTBOX_ENTRYID, store.get());
     ASSERT_CODE(Letter()->SubmitMessage(0), S_OK);
-    EXPECT_EQ(TextOf(MessageIn(m_bobsInbox.get()).get(), PR_SENDER_EMAIL_ADDRESS_A), m_mailbox.alice().dn);
+    EXPECT_EQ(TextOf(MessageIn(m_bobsInbox.get()).get(), PR_SENDER_EMAIL_ADDRESS_A), m_mailbox.Alice().dn);
 }
 
 TEST_F(SubmitTest, OnlyWhoMayOpenAMailboxSpeaksForItsOwner)
 {
-    const std::string bob = m_mailbox.bob().dn, alice = m_mailbox.alice().dn;
+    const std::string bob = m_mailbox.Bob().dn, alice = m_mailbox.Alice().dn;
     const auto speakingFor = [](const std::string &dn, const char *type = "EX") {
         return Props{Narrow(PR_SENT_REPRESENTING_NAME_A, "Whoever"), Narrow(PR_SENT_REPRESENTING_ADDRTYPE_A, type),
                      Narrow(PR_SENT_REPRESENTING_EMAIL_ADDRESS_A, dn.c_str())};
@@ -337,7 +337,7 @@ TEST_F(SubmitTest, OnlyWhoMayOpenAMailboxSpeaksForItsOwner)
     EXPECT_EQ(TextOf(MessageIn(m_bobsInbox.get()).get(), PR_SENT_REPRESENTING_NAME_A), "Alice Archer");
 
     ComPtr<IMsgStore> store;
-    ASSERT_CODE(m_mailbox.OpenStore(m_mailbox.service(), m_mailbox.service(), MAPI_BEST_ACCESS, store), S_OK);
+    ASSERT_CODE(m_mailbox.OpenStore(m_mailbox.Service(), m_mailbox.Service(), MAPI_BEST_ACCESS, store), S_OK);
     m_outbox = m_mailbox.Folder(PR_IPM_OUTBOX_ENTRYID, store.get());
     EXPECT_CODE(Letter(speakingFor(alice))->SubmitMessage(0), S_OK);
     auto arrived = MessageIn(m_bobsInbox.get(), 1);
@@ -352,9 +352,9 @@ TEST_F(SubmitTest, AFolderForSentCopiesMustBeThereAndOnesOwn)
     const auto changes = Changes();
     EntryIdBytes folder = BytesOf(m_bobsInbox.get(), PR_ENTRYID);
     EXPECT_CODE(Letter({SentTo(folder)})->SubmitMessage(0), MAPI_E_NO_ACCESS);
-    folder = MakeEntryId(m_mailbox.site().Info().uid, EntryKind::Folder, 999999);
+    folder = MakeEntryId(m_mailbox.GetSite().Info().uid, EntryKind::Folder, 999999);
     EXPECT_CODE(Letter({SentTo(folder)})->SubmitMessage(0), MAPI_E_NOT_FOUND);
-    folder = BytesOf(m_mailbox.store(), PR_ENTRYID);
+    folder = BytesOf(m_mailbox.GetStore(), PR_ENTRYID);
     EXPECT_CODE(Letter({SentTo(folder)})->SubmitMessage(0), MAPI_E_INVALID_ENTRYID);
     folder.resize(7);
     EXPECT_CODE(Letter({SentTo(folder)})->SubmitMessage(0), MAPI_E_INVALID_ENTRYID);
@@ -387,7 +387,7 @@ TEST_F(SubmitTest, WhateverIsSentIsOneChangeOfTheSite)
     ASSERT_CODE(letter->SubmitMessage(0), S_OK);
     EXPECT_EQ(Changes(), changes + 1);
     EXPECT_EQ(CountIn(m_bobsInbox.get()), 1u);
-    EXPECT_EQ(CountIn(m_mailbox.inbox()), 2u) << "the copy and the report";
+    EXPECT_EQ(CountIn(m_mailbox.Inbox()), 2u) << "the copy and the report";
     EXPECT_EQ(CountIn(m_sent.get()), 1u);
 }
 

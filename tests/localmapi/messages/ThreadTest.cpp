@@ -40,7 +40,7 @@ TEST_F(ThreadTest, OneTableServesSeveralThreadsWhileTheFolderChanges)
         for (int round = 0; round < kRounds; ++round) {
             if (number == 0) {
                 ComPtr<IMessage> message;
-                EXPECT_CODE(m_mailbox.inbox()->CreateMessage(nullptr, 0, message.put()), S_OK);
+                EXPECT_CODE(m_mailbox.Inbox()->CreateMessage(nullptr, 0, message.put()), S_OK);
                 EXPECT_CODE(message->SaveChanges(0), S_OK);
                 continue;
             }

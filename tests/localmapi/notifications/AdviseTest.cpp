@@ -168,7 +168,7 @@ TEST_F(AdviseTest, AReleasedTableEndsItsAdvises)
 
 TEST_F(AdviseTest, AStoreThatIsLoggedOffEndsTheAdvisesOfItsTables)
 {
-    auto store = m_mailbox.StoreOf(m_mailbox.alice());
+    auto store = m_mailbox.StoreOf(m_mailbox.Alice());
     auto folder = m_mailbox.Folder(0, store.get());
     ComPtr<IMAPITable> contents, hierarchy;
     ASSERT_CODE(folder->GetContentsTable(0, contents.put()), S_OK);

@@ -57,7 +57,7 @@ TEST_F(NotificationTest, N01_NothingIsToldOfRowsThatARestrictionHides)
             EXPECT_EQ(Told(sink).substr(0, 10), "added last");
         }
         EXPECT_EQ(sink->Events(), std::size(steps));
-        m_mailbox.inbox()->EmptyFolder(0, nullptr, 0);
+        m_mailbox.Inbox()->EmptyFolder(0, nullptr, 0);
     }
 }
 
@@ -79,7 +79,7 @@ TEST_F(NotificationTest, N01_ARowThatMovesIntoARestrictionIsAddedAndOneThatMoves
         AddLast();
         EXPECT_EQ(Told(sink).substr(0, 10), "added last");
         EXPECT_EQ(sink->Events(), 4u);
-        m_mailbox.inbox()->EmptyFolder(0, nullptr, 0);
+        m_mailbox.Inbox()->EmptyFolder(0, nullptr, 0);
     }
 }
 
@@ -233,10 +233,10 @@ TEST_F(NotificationTest, N06_AnOperationOnTheWholeFolderIsOneTableChangedForTheT
     Advise(all, m_sink);
     Advise(read, reader);
     Advise(urgent, urgentSink);
-    ASSERT_CODE(m_mailbox.inbox()->SetReadFlags(nullptr, 0, nullptr, 0), S_OK);
+    ASSERT_CODE(m_mailbox.Inbox()->SetReadFlags(nullptr, 0, nullptr, 0), S_OK);
     EXPECT_EQ(Told(m_sink), "changed");
     EXPECT_EQ(Told(reader), "changed");
-    ASSERT_CODE(m_mailbox.inbox()->EmptyFolder(0, nullptr, 0), S_OK);
+    ASSERT_CODE(m_mailbox.Inbox()->EmptyFolder(0, nullptr, 0), S_OK);
     EXPECT_EQ(Told(m_sink), "changed");
     EXPECT_EQ(Told(reader), "changed");
     AddLast();
@@ -253,7 +253,7 @@ TEST_F(NotificationTest, N06_EntriesThatAreLostAreAReload)
     {
         Held held(*this);
         sqlite3 *raw = nullptr;
-        ASSERT_EQ(sqlite3_open(m_mailbox.site().Path().c_str(), &raw), SQLITE_OK);
+        ASSERT_EQ(sqlite3_open(m_mailbox.GetSite().Path().c_str(), &raw), SQLITE_OK);
         ASSERT_EQ(sqlite3_exec(raw, "DELETE FROM change_entry", nullptr, nullptr, nullptr), SQLITE_OK);
         sqlite3_close(raw);
         m_mailbox.Add({Narrow(kLabel, "unseen")});
@@ -269,11 +269,11 @@ TEST_F(NotificationTest, N06_EntriesThatWereDeletedMeanwhileAreAReload)
     Advise(table, m_sink);
     {
         Held held(*this);
-        storage::Objects objects(m_mailbox.site());
-        const auto inbox = storage::Directory(m_mailbox.site()).GetMailbox(m_mailbox.alice().mailbox).inbox;
+        storage::Objects objects(m_mailbox.GetSite());
+        const auto inbox = storage::Directory(m_mailbox.GetSite()).GetMailbox(m_mailbox.Alice().mailbox).inbox;
         const std::vector<storage::ObjectId> one{objects.CreateMessage(inbox, {})};
         sqlite3 *raw = nullptr;
-        ASSERT_EQ(sqlite3_open(m_mailbox.site().Path().c_str(), &raw), SQLITE_OK);
+        ASSERT_EQ(sqlite3_open(m_mailbox.GetSite().Path().c_str(), &raw), SQLITE_OK);
         ASSERT_EQ(sqlite3_exec(raw,
                                "WITH RECURSIVE n (i) AS (VALUES (1) UNION ALL SELECT i + 1 FROM n WHERE i < 20000) "
                                "INSERT INTO change_entry (number, kind, event, container, object) SELECT "
@@ -292,7 +292,7 @@ TEST_F(NotificationTest, N06_EntriesThatWereDeletedMeanwhileAreAReload)
 // Whose entries have lower numbers than the sinks have heard of.
 TEST_F(NotificationTest, N06_AnOlderCopyInTheFilesPlaceIsAReloadAndWhatFollowsIsTold)
 {
-    const std::string path = m_mailbox.site().Path(), copy = path + ".copy";
+    const std::string path = m_mailbox.GetSite().Path(), copy = path + ".copy";
     CopySite(path, copy);
     for (const char *label : {"a", "b", "c"})
         Add(label);
@@ -322,10 +322,10 @@ TEST_F(NotificationTest, N06_ARepairOfTheFileIsAReload)
     Add("a");
     Advise(table, m_sink);
     sqlite3 *raw = nullptr;
-    ASSERT_EQ(sqlite3_open(m_mailbox.site().Path().c_str(), &raw), SQLITE_OK);
+    ASSERT_EQ(sqlite3_open(m_mailbox.GetSite().Path().c_str(), &raw), SQLITE_OK);
     ASSERT_EQ(sqlite3_exec(raw, "UPDATE facet SET count = count + 5", nullptr, nullptr, nullptr), SQLITE_OK);
     sqlite3_close(raw);
-    EXPECT_FALSE(storage::Check(m_mailbox.site(), true).empty());
+    EXPECT_FALSE(storage::Check(m_mailbox.GetSite(), true).empty());
     EXPECT_EQ(Told(m_sink), "reload");
 }
 
@@ -335,7 +335,7 @@ TEST_F(NotificationTest, N07_ARowThatCanNotBeReadIsATableErrorWithItsCodeAndWhat
     ASSERT_CODE(table->SetColumns(Tags{kLabel, PR_BODY_A}, 0), S_OK);
     Advise(table, m_sink);
     sqlite3 *raw = nullptr;
-    ASSERT_EQ(sqlite3_open(m_mailbox.site().Path().c_str(), &raw), SQLITE_OK);
+    ASSERT_EQ(sqlite3_open(m_mailbox.GetSite().Path().c_str(), &raw), SQLITE_OK);
     ASSERT_EQ(sqlite3_exec(raw, "CREATE TRIGGER t AFTER INSERT ON change_entry BEGIN DELETE FROM chunk; END", nullptr,
                            nullptr, nullptr),
               SQLITE_OK);

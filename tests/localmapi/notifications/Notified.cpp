@@ -142,7 +142,7 @@ std::string Notified::LabelOf(const EntryIdBytes &instanceKey)
 
 EntryIdBytes Notified::Add(const char *label, Props more)
 {
-    return AddTo(m_mailbox.inbox(), label, std::move(more));
+    return AddTo(m_mailbox.Inbox(), label, std::move(more));
 }
 
 EntryIdBytes Notified::AddTo(IMAPIFolder *folder, const char *label, Props more)
@@ -173,7 +173,7 @@ void Notified::Set(const EntryIdBytes &message, const Props &props)
 void Notified::MarkRead(const EntryIdBytes &message, bool read)
 {
     const std::vector<EntryIdBytes> ids{message};
-    EXPECT_CODE(m_mailbox.inbox()->SetReadFlags(EntryList(ids), 0, nullptr, read ? 0 : CLEAR_READ_FLAG), S_OK);
+    EXPECT_CODE(m_mailbox.Inbox()->SetReadFlags(EntryList(ids), 0, nullptr, read ? 0 : CLEAR_READ_FLAG), S_OK);
 }
 
 void Notified::Move(const EntryIdBytes &message, IMAPIFolder *from, IMAPIFolder *to)

@@ -20,7 +20,7 @@ class ProcessTest : public Notified
     // A process that adds so many messages, "<label> 0" onwards, each in a transaction of its own or all in one.
     storage::Process Writer(const std::string &label, int count, bool atOnce = false)
     {
-        return {g_program, {atOnce ? "--at-once" : "--each", m_mailbox.site().Path(), label, std::to_string(count)}};
+        return {g_program, {atOnce ? "--at-once" : "--each", m_mailbox.GetSite().Path(), label, std::to_string(count)}};
     }
 };
 
@@ -32,7 +32,7 @@ TEST_F(ProcessTest, MessagesOfAnotherProcessAreToldInOrder)
     constexpr int kCount = 30; // few enough to be told one by one, however late
     storage::Process writer = Writer("there", kCount);
     const auto events = sink->Take(kCount);
-    ASSERT_EQ(writer.wait(), 0);
+    ASSERT_EQ(writer.Wait(), 0);
     ASSERT_EQ(events.size(), std::size_t{kCount});
     for (int i = 0; i < kCount; ++i) {
         EXPECT_EQ(events[static_cast<std::size_t>(i)].event, ULONG{TABLE_ROW_ADDED});
@@ -51,8 +51,8 @@ TEST_F(ProcessTest, NothingIsLostWhenThreeProcessesWrite)
     storage::Process second = Writer("second", kCount);
     for (int i = 0; i < kCount; ++i)
         Add(("here " + std::to_string(i)).c_str());
-    ASSERT_EQ(first.wait(), 0);
-    ASSERT_EQ(second.wait(), 0);
+    ASSERT_EQ(first.Wait(), 0);
+    ASSERT_EQ(second.Wait(), 0);
     // Where many came at once the table says that it has changed; then the client reads it.
     ULONG count = 0;
     std::map<std::string, int> seen;
@@ -73,7 +73,7 @@ TEST_F(ProcessTest, TenThousandMessagesInOneTransactionAreOneEvent)
     auto table = Inbox();
     auto sink = MakeObject<Sink>();
     Advise(table, sink);
-    ASSERT_EQ(Writer("many", 10000, true).wait(), 0);
+    ASSERT_EQ(Writer("many", 10000, true).Wait(), 0);
     EXPECT_EQ(Told(sink), "changed");
     Add("last");
     EXPECT_EQ(Told(sink).substr(0, 10), "added last");

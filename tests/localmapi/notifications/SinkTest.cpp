@@ -155,8 +155,8 @@ TEST_F(SinkTest, AdvisesThatComeAndGoInFourThreadsWhileMailArrivesAreNeverCalled
     std::atomic<int> calls{0};
     std::atomic<bool> done{false};
     std::thread writer([&] {
-        storage::Objects objects(m_mailbox.site());
-        const auto inbox = storage::Directory(m_mailbox.site()).GetMailbox(m_mailbox.alice().mailbox).inbox;
+        storage::Objects objects(m_mailbox.GetSite());
+        const auto inbox = storage::Directory(m_mailbox.GetSite()).GetMailbox(m_mailbox.Alice().mailbox).inbox;
         std::vector<storage::ObjectId> one{objects.CreateMessage(inbox, {})};
         for (bool read = true; !done; read = !read)
             objects.SetRead(one, read);

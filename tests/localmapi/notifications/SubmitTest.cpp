@@ -32,18 +32,18 @@ class SubmissionIsTold : public Notified
 
 TEST_F(SubmissionIsTold, ToTheInboxTheOutboxAndTheFolderOfSentMessages)
 {
-    auto bobs = m_mailbox.StoreOf(m_mailbox.bob());
+    auto bobs = m_mailbox.StoreOf(m_mailbox.Bob());
     auto inbox = Watch(m_mailbox.Folder(0, bobs.get()));
     auto outboxFolder = m_mailbox.Folder(PR_IPM_OUTBOX_ENTRYID);
     auto outbox = Watch(outboxFolder);
     auto sent = Watch(m_mailbox.Folder(PR_IPM_SENTMAIL_ENTRYID));
-    const EntryIdBytes keep = BytesOf(m_mailbox.store(), PR_IPM_SENTMAIL_ENTRYID);
+    const EntryIdBytes keep = BytesOf(m_mailbox.GetStore(), PR_IPM_SENTMAIL_ENTRYID);
     ComPtr<IMessage> letter;
     ASSERT_CODE(outboxFolder->CreateMessage(nullptr, 0, letter.put()), S_OK);
     ASSERT_CODE(SetProps(letter.get(), {Narrow(kLabel, "letter"),
                                         Binary(PR_SENTMAIL_ENTRYID, keep.data(), static_cast<ULONG>(keep.size()))}),
                 S_OK);
-    ASSERT_CODE(Address(letter.get(), {ByAddress("EX", m_mailbox.bob().dn)}), S_OK);
+    ASSERT_CODE(Address(letter.get(), {ByAddress("EX", m_mailbox.Bob().dn)}), S_OK);
     ASSERT_CODE(letter->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
     EXPECT_EQ(First(outbox), std::to_string(TABLE_ROW_ADDED) + " letter");
     ASSERT_CODE(letter->SubmitMessage(0), S_OK);

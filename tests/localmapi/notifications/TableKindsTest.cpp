@@ -40,7 +40,7 @@ TEST_F(TableKindsTest, AMoveDeletesTheRowHereAndAddsOneThere)
     const auto a = Add("a");
     Advise(here, m_sink);
     Advise(there, thereSink);
-    Move(a, m_mailbox.inbox(), target.get());
+    Move(a, m_mailbox.Inbox(), target.get());
     EXPECT_EQ(Told(m_sink), "deleted a");
     const auto added = thereSink->Take(1);
     ASSERT_EQ(added.size(), 1u);
@@ -56,7 +56,7 @@ TEST_F(TableKindsTest, AssociatedMessagesAreToldToTheirTableOnly)
     Advise(contents, m_sink);
     Advise(associated, associatedSink);
     ComPtr<IMessage> message;
-    ASSERT_CODE(m_mailbox.inbox()->CreateMessage(nullptr, MAPI_ASSOCIATED, message.put()), S_OK);
+    ASSERT_CODE(m_mailbox.Inbox()->CreateMessage(nullptr, MAPI_ASSOCIATED, message.put()), S_OK);
     ASSERT_CODE(SetProps(message.get(), {Narrow(kLabel, "hidden form")}), S_OK);
     ASSERT_CODE(message->SaveChanges(0), S_OK);
     Add("a");
@@ -138,8 +138,8 @@ TEST_F(TableKindsTest, ASiteOpenedASecondTimeInTheProcessIsTheSameSite)
 {
     auto table = Inbox();
     Advise(table, m_sink);
-    storage::Site again = storage::Site::Open(m_mailbox.site().Path());
-    storage::Objects(again).CreateMessage(storage::Directory(again).GetMailbox(m_mailbox.alice().mailbox).inbox, {});
+    storage::Site again = storage::Site::Open(m_mailbox.GetSite().Path());
+    storage::Objects(again).CreateMessage(storage::Directory(again).GetMailbox(m_mailbox.Alice().mailbox).inbox, {});
     EXPECT_EQ(m_sink->Take(1)[0].event, ULONG{TABLE_ROW_ADDED});
 }
 
@@ -147,11 +147,11 @@ TEST_F(TableKindsTest, AChangeThatNobodyAnnouncedIsFoundAllTheSame)
 {
     auto table = Inbox();
     Advise(table, m_sink);
-    const auto inbox = storage::Directory(m_mailbox.site()).GetMailbox(m_mailbox.alice().mailbox).inbox;
+    const auto inbox = storage::Directory(m_mailbox.GetSite()).GetMailbox(m_mailbox.Alice().mailbox).inbox;
     const std::string entry =
         "INSERT INTO change_entry (kind, event, container, object) VALUES (3, 4, " + std::to_string(inbox) + ", 0)";
     sqlite3 *raw = nullptr;
-    ASSERT_EQ(sqlite3_open(m_mailbox.site().Path().c_str(), &raw), SQLITE_OK);
+    ASSERT_EQ(sqlite3_open(m_mailbox.GetSite().Path().c_str(), &raw), SQLITE_OK);
     ASSERT_EQ(sqlite3_exec(raw, entry.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
     EXPECT_EQ(Told(m_sink), "changed");
     sqlite3_close(raw);
@@ -162,9 +162,10 @@ TEST_F(TableKindsTest, APersonWhoIsAddedIsToldToTheAddressBooksTable)
     auto table = ComPtr<IMAPITable>();
     TableSchema schema;
     schema.columns = {PR_DISPLAY_NAME_W};
-    ASSERT_CODE(CreateViewTable(m_mailbox.site(), {storage::Container::Kind::Directory, 0}, schema, table.put()), S_OK);
+    ASSERT_CODE(CreateViewTable(m_mailbox.GetSite(), {storage::Container::Kind::Directory, 0}, schema, table.put()),
+                S_OK);
     Advise(table, m_sink);
-    storage::Directory(m_mailbox.site()).AddContact("Carol", "carol@elsewhere.example");
+    storage::Directory(m_mailbox.GetSite()).AddContact("Carol", "carol@elsewhere.example");
     EXPECT_EQ(m_sink->Take(1)[0].event, ULONG{TABLE_ROW_ADDED});
 }
 

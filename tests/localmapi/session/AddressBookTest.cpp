@@ -64,7 +64,7 @@ class AddressBook : public SiteTest
         restriction.res.resProperty.lpProp = &value;
         const Rows rows = AllRows(Contents().get(), {PR_DISPLAY_NAME_W}, &restriction);
         Names names;
-        for (ULONG i = 0; i < rows.count(); ++i)
+        for (ULONG i = 0; i < rows.Count(); ++i)
             names.push_back(TextIn(rows[i], PR_DISPLAY_NAME_W));
         std::sort(names.begin(), names.end());
         return names;
@@ -112,7 +112,7 @@ TEST_F(AddressBook, TheRootHoldsTheGlobalAddressList)
     restriction.res.resProperty.ulPropTag = PR_DISPLAY_TYPE;
     restriction.res.resProperty.lpProp = &global;
     const Rows rows = AllRows(table.get(), {PR_ENTRYID, PR_DISPLAY_NAME_A, PR_OBJECT_TYPE}, &restriction);
-    ASSERT_EQ(rows.count(), 1u);
+    ASSERT_EQ(rows.Count(), 1u);
     EXPECT_EQ(TextIn(rows[0], PR_DISPLAY_NAME_A), "Global Address List");
     EXPECT_EQ(rows[0].lpProps[2].Value.l, LONG{MAPI_ABCONT});
     ULONG type = 0;
@@ -125,8 +125,8 @@ TEST_F(AddressBook, TheListShowsUsersAndContacts)
 {
     const Rows rows = AllRows(Contents().get(), {PR_DISPLAY_NAME_W, PR_ADDRTYPE_A, PR_EMAIL_ADDRESS_A, kSmtpAddressA,
                                                  PR_OBJECT_TYPE, PR_DISPLAY_TYPE, PR_ACCOUNT_A, PR_ENTRYID});
-    ASSERT_EQ(rows.count(), 5u);
-    for (ULONG i = 0; i < rows.count(); ++i) {
+    ASSERT_EQ(rows.Count(), 5u);
+    for (ULONG i = 0; i < rows.Count(); ++i) {
         const std::string name = TextIn(rows[i], PR_DISPLAY_NAME_W);
         if (name == "Alice Archer") {
             EXPECT_EQ(TextIn(rows[i], PR_ADDRTYPE_A), "EX");
@@ -147,7 +147,7 @@ TEST_F(AddressBook, ARowOpensThroughTheListAndTheBook)
 {
     const Rows rows = AllRows(Contents().get(), {PR_ENTRYID, PR_DISPLAY_NAME_W, PR_SEARCH_KEY, PR_INSTANCE_KEY});
     const auto list = GlobalList();
-    for (ULONG i = 0; i < rows.count(); ++i) {
+    for (ULONG i = 0; i < rows.Count(); ++i) {
         const SBinary &id = rows[i].lpProps[0].Value.bin;
         ComPtr<IUnknown> object;
         ULONG type = 0;
@@ -350,7 +350,7 @@ TEST_F(AddressBook, TheGlobalListIsWhereNamesAreLookedUp)
     EXPECT_EQ(Bytes(bytes, bytes + size), list);
     Rows path;
     ASSERT_CODE(m_book->GetSearchPath(MAPI_UNICODE, path.put()), S_OK);
-    ASSERT_EQ(path.count(), 1u);
+    ASSERT_EQ(path.Count(), 1u);
     EXPECT_EQ(BytesIn(path[0], PR_ENTRYID), list);
     EXPECT_EQ(TextIn(path[0], PR_DISPLAY_NAME_W), "Global Address List");
     ASSERT_CODE(m_book->GetPAB(&size, entry.put()), S_OK);

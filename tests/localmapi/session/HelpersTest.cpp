@@ -54,7 +54,7 @@ TEST_F(Helpers, T29_AllRowsAreQueried)
         const auto table = TableOf(count);
         Rows rows;
         ASSERT_CODE(HrQueryAllRows(table.get(), nullptr, nullptr, nullptr, 0, rows.put()), S_OK);
-        ASSERT_EQ(rows.count(), static_cast<ULONG>(count));
+        ASSERT_EQ(rows.Count(), static_cast<ULONG>(count));
         for (LONG i = 0; i < count; ++i)
             ASSERT_EQ(rows[static_cast<ULONG>(i)].lpProps[0].Value.l, i);
     }
@@ -66,11 +66,11 @@ TEST_F(Helpers, T29_MoreRowsThanWantedAreTooMany)
     {
         Rows rows;
         EXPECT_CODE(HrQueryAllRows(table.get(), nullptr, nullptr, nullptr, 9, rows.put()), MAPI_E_TABLE_TOO_BIG);
-        EXPECT_EQ(rows.count(), 0u);
+        EXPECT_EQ(rows.Count(), 0u);
     }
     Rows rows;
     EXPECT_CODE(HrQueryAllRows(table.get(), nullptr, nullptr, nullptr, 10, rows.put()), S_OK);
-    EXPECT_EQ(rows.count(), 10u);
+    EXPECT_EQ(rows.Count(), 10u);
 }
 
 TEST_F(Helpers, T29_ColumnsRestrictionAndOrderAreSet)
@@ -84,7 +84,7 @@ TEST_F(Helpers, T29_ColumnsRestrictionAndOrderAreSet)
     ASSERT_CODE(HrQueryAllRows(table.get(), reinterpret_cast<SPropTagArray *>(columns.data()), &restriction, &order, 0,
                                rows.put()),
                 S_OK);
-    ASSERT_EQ(rows.count(), 3u);
+    ASSERT_EQ(rows.Count(), 3u);
     EXPECT_EQ(rows[0].lpProps[0].ulPropTag, PROP_TAG(PT_ERROR, 0x6AFF));
     EXPECT_EQ(rows[0].lpProps[1].Value.l, 2);
     EXPECT_EQ(rows[2].lpProps[1].Value.l, 0);
@@ -96,7 +96,7 @@ TEST_F(Helpers, T29_WhereverTheCursorIsAllRowsCome)
     ASSERT_CODE(table->SeekRow(BOOKMARK_END, 0, nullptr), S_OK);
     Rows rows;
     ASSERT_CODE(HrQueryAllRows(table.get(), nullptr, nullptr, nullptr, 0, rows.put()), S_OK);
-    EXPECT_EQ(rows.count(), 10u);
+    EXPECT_EQ(rows.Count(), 10u);
 }
 
 TEST_F(Helpers, T29_BadArgumentsAreRefused)
@@ -117,11 +117,11 @@ TEST_F(Helpers, T29_WithoutMemoryNothingIsLeft)
         const HRESULT hr = HrQueryAllRows(table.get(), nullptr, nullptr, nullptr, 0, rows.put());
         FailAllocation(-1);
         if (hr == S_OK) {
-            EXPECT_EQ(rows.count(), 3u);
+            EXPECT_EQ(rows.Count(), 3u);
             return;
         }
         EXPECT_CODE(hr, MAPI_E_NOT_ENOUGH_MEMORY);
-        EXPECT_EQ(rows.count(), 0u);
+        EXPECT_EQ(rows.Count(), 0u);
     }
     FAIL() << "it never succeeds";
 }

@@ -22,7 +22,7 @@ HRESULT ReadAll(IMAPITable *table)
 {
     Rows rows;
     STEP(HrQueryAllRows(table, nullptr, nullptr, nullptr, 0, rows.put()));
-    return rows.count() > 0 ? S_OK : MAPI_E_NOT_FOUND;
+    return rows.Count() > 0 ? S_OK : MAPI_E_NOT_FOUND;
 }
 
 HRESULT ThroughTheProfile()

@@ -29,7 +29,7 @@ TEST_F(ProfileAdmin, AProfileIsMadeAndDeleted)
     ComPtr<IMAPITable> table;
     ASSERT_CODE(admin->GetProfileTable(MAPI_UNICODE, table.put()), S_OK);
     const Rows rows = AllRows(table.get(), {PR_DISPLAY_NAME_W});
-    ASSERT_EQ(rows.count(), 1u);
+    ASSERT_EQ(rows.Count(), 1u);
     EXPECT_EQ(TextIn(rows[0], PR_DISPLAY_NAME_W), "\xE6\x9D\xB1 profile");
 }
 
@@ -48,7 +48,7 @@ TEST_F(ProfileAdmin, TheTableShowsNameAndDefault)
     EXPECT_EQ(columns->aulPropTag[1], ULONG{PR_DEFAULT_PROFILE});
     Rows rows;
     ASSERT_CODE(table->QueryRows(10, 0, rows.put()), S_OK);
-    ASSERT_EQ(rows.count(), 2u);
+    ASSERT_EQ(rows.Count(), 2u);
     for (ULONG i = 0; i < 2; ++i)
         EXPECT_EQ(rows[i].lpProps[1].Value.b, TextIn(rows[i], PR_DISPLAY_NAME_A) == "Two" ? 1 : 0);
 }
@@ -156,7 +156,7 @@ TEST_F(ProfileAdmin, DefaultServicesAreTheExchangeService)
     ComPtr<IMAPITable> table;
     ASSERT_CODE(Services(admin, "One")->GetMsgServiceTable(0, table.put()), S_OK);
     const Rows rows = AllRows(table.get(), {PR_SERVICE_NAME_A});
-    ASSERT_EQ(rows.count(), 1u);
+    ASSERT_EQ(rows.Count(), 1u);
     EXPECT_EQ(TextIn(rows[0], PR_SERVICE_NAME_A), "MSEMS");
 }
 

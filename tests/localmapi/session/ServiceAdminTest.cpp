@@ -62,7 +62,7 @@ TEST_F(ServiceAdmin, ANewProfileHasNoServices)
 {
     ComPtr<IMAPITable> table;
     ASSERT_CODE(m_services->GetMsgServiceTable(0, table.put()), S_OK);
-    EXPECT_EQ(AllRows(table.get(), {PR_SERVICE_UID}).count(), 0u);
+    EXPECT_EQ(AllRows(table.get(), {PR_SERVICE_UID}).Count(), 0u);
 }
 
 TEST_F(ServiceAdmin, TheServiceIsFoundByItsName)
@@ -79,7 +79,7 @@ TEST_F(ServiceAdmin, TheServiceIsFoundByItsName)
     restriction.res.resContent.ulPropTag = PR_SERVICE_NAME_A;
     restriction.res.resContent.lpProp = &name;
     const Rows rows = AllRows(table.get(), {PR_SERVICE_NAME_A, PR_SERVICE_UID, PR_DISPLAY_NAME_W}, &restriction);
-    ASSERT_EQ(rows.count(), 1u);
+    ASSERT_EQ(rows.Count(), 1u);
     EXPECT_EQ(TextIn(rows[0], PR_SERVICE_NAME_A), "MSEMS");
     EXPECT_EQ(TextIn(rows[0], PR_DISPLAY_NAME_W), "Microsoft Exchange Server");
     EXPECT_EQ(BytesIn(rows[0], PR_SERVICE_UID).size(), sizeof(MAPIUID));
@@ -196,7 +196,7 @@ TEST_F(ServiceAdmin, ProvidersAreStoreAndAddressBook)
     ComPtr<IMAPITable> table;
     ASSERT_CODE(m_services->GetProviderTable(0, table.put()), S_OK);
     const Rows rows = AllRows(table.get(), {PR_RESOURCE_TYPE, PR_PROVIDER_UID, PR_SERVICE_UID});
-    ASSERT_EQ(rows.count(), 2u);
+    ASSERT_EQ(rows.Count(), 2u);
     EXPECT_EQ(rows[0].lpProps[0].Value.l, LONG{MAPI_STORE_PROVIDER});
     EXPECT_EQ(rows[1].lpProps[0].Value.l, LONG{MAPI_AB_PROVIDER});
     EXPECT_NE(BytesIn(rows[0], PR_PROVIDER_UID), BytesIn(rows[1], PR_PROVIDER_UID));

@@ -40,8 +40,8 @@ class Session : public SiteTest
         restriction.res.resProperty.ulPropTag = PR_DEFAULT_STORE;
         restriction.res.resProperty.lpProp = &yes;
         const Rows rows = AllRows(table.get(), {PR_ENTRYID, PR_DEFAULT_STORE}, &restriction);
-        EXPECT_EQ(rows.count(), 1u);
-        return rows.count() ? BytesIn(rows[0], PR_ENTRYID) : Bytes();
+        EXPECT_EQ(rows.Count(), 1u);
+        return rows.Count() ? BytesIn(rows[0], PR_ENTRYID) : Bytes();
     }
     static LPENTRYID Entry(Bytes &bytes) { return reinterpret_cast<LPENTRYID>(bytes.data()); }
     HRESULT OpenStore(Bytes bytes, ULONG flags, ComPtr<IMsgStore> &store, LPCIID iid = nullptr)
@@ -64,7 +64,7 @@ TEST_F(Session, TheStoresTableShowsTheMailbox)
     ASSERT_CODE(m_session->GetMsgStoresTable(MAPI_UNICODE, table.put()), S_OK);
     const Rows rows = AllRows(table.get(), {PR_ENTRYID, PR_DEFAULT_STORE, PR_DISPLAY_NAME_W, PR_RESOURCE_TYPE,
                                             PR_PROVIDER_DISPLAY_A, PR_MDB_PROVIDER});
-    ASSERT_EQ(rows.count(), 1u);
+    ASSERT_EQ(rows.Count(), 1u);
     EXPECT_EQ(rows[0].lpProps[1].Value.b, 1);
     EXPECT_EQ(TextIn(rows[0], PR_DISPLAY_NAME_W), "Mailbox - Alice Archer");
     EXPECT_EQ(rows[0].lpProps[3].Value.l, LONG{MAPI_STORE_PROVIDER});

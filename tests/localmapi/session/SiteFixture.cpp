@@ -198,8 +198,8 @@ MAPIUID SiteTest::ServiceUid(const ComPtr<IMsgServiceAdmin> &services)
     EXPECT_CODE(services->GetMsgServiceTable(0, table.put()), S_OK);
     const Rows rows = AllRows(table.get(), {PR_SERVICE_UID});
     MAPIUID uid{};
-    EXPECT_EQ(rows.count(), 1u);
-    if (rows.count() == 1 && rows[0].lpProps[0].Value.bin.cb == sizeof uid)
+    EXPECT_EQ(rows.Count(), 1u);
+    if (rows.Count() == 1 && rows[0].lpProps[0].Value.bin.cb == sizeof uid)
         std::memcpy(uid.ab, rows[0].lpProps[0].Value.bin.lpb, sizeof uid);
     return uid;
 }
@@ -210,7 +210,7 @@ std::vector<std::string> SiteTest::ProfileNames()
     EXPECT_CODE(Admin()->GetProfileTable(0, table.put()), S_OK);
     const Rows rows = AllRows(table.get(), {PR_DISPLAY_NAME_A});
     std::vector<std::string> names;
-    for (ULONG i = 0; i < rows.count(); ++i)
+    for (ULONG i = 0; i < rows.Count(); ++i)
         names.push_back(TextIn(rows[i], PR_DISPLAY_NAME_A));
     return names;
 }

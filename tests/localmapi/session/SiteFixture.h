@@ -26,7 +26,7 @@ class Rows
     Rows &operator=(Rows &&) = delete;
     ~Rows() { FreeProws(m_rows); }
     SRowSet **put() { return &m_rows; }
-    ULONG count() const { return m_rows ? m_rows->cRows : 0; }
+    ULONG Count() const { return m_rows ? m_rows->cRows : 0; }
     const SRow &operator[](ULONG row) const { return m_rows->aRow[row]; }
 
   private:

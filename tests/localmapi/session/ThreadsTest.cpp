@@ -37,7 +37,7 @@ TEST_F(Threads, SessionsOfTheirOwn)
                 ASSERT_TRUE(session);
                 ComPtr<IMAPITable> table;
                 EXPECT_CODE(session->GetMsgStoresTable(0, table.put()), S_OK);
-                EXPECT_EQ(AllRows(table.get(), {PR_ENTRYID}).count(), 1u);
+                EXPECT_EQ(AllRows(table.get(), {PR_ENTRYID}).Count(), 1u);
                 EXPECT_CODE(session->Logoff(0, 0, 0), S_OK);
             }
             MAPIUninitialize();

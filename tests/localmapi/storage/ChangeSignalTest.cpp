@@ -21,10 +21,10 @@ TEST_F(Signalled, AWaitEndsWithACommitOfWhoeverAndWithAWakeUp)
 {
     constexpr std::chrono::seconds kBound{60};
     ChangeSignal signal;
-    ASSERT_TRUE(signal.Listen({site.Path()}));
-    EntryReader reader(site);
+    ASSERT_TRUE(signal.Listen({m_site.Path()}));
+    EntryReader reader(m_site);
     auto begun = std::chrono::steady_clock::now();
-    std::thread writer([&] { Objects(Site::Open(site.Path())).CreateMessage(box.inbox, {}); });
+    std::thread writer([&] { Objects(Site::Open(m_site.Path())).CreateMessage(m_box.inbox, {}); });
     while (reader.Next().empty())
         signal.Wait(kBound);
     writer.join();
@@ -39,19 +39,19 @@ TEST_F(Signalled, AWaitEndsWithACommitOfWhoeverAndWithAWakeUp)
 TEST_F(Signalled, AFileOfWhichTheSystemTellsNothingIsLookedAt)
 {
     ChangeSignal signal;
-    EXPECT_FALSE(signal.Listen({folder.file("nowhere/site.db")}));
-    ChangeSignal::Announce(folder.file("nowhere/site.db"));
+    EXPECT_FALSE(signal.Listen({m_folder.File("nowhere/site.db")}));
+    ChangeSignal::Announce(m_folder.File("nowhere/site.db"));
     constexpr std::chrono::seconds kBound{60};
     auto begun = std::chrono::steady_clock::now();
     std::thread maker([&] {
-        std::filesystem::path later(folder.file("nowhere"));
+        std::filesystem::path later(m_folder.File("nowhere"));
         std::filesystem::create_directory(later);
         std::ofstream(later / "site.db") << "here";
     });
     signal.Wait(kBound);
     maker.join();
     EXPECT_LT(std::chrono::steady_clock::now() - begun, kBound);
-    EXPECT_TRUE(signal.Listen({site.Path()}));
+    EXPECT_TRUE(signal.Listen({m_site.Path()}));
 }
 
 } // namespace

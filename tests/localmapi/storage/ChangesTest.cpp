@@ -18,7 +18,7 @@ class Changed : public SiteTest
 {
   protected:
     // "+a +b after a ~c -d several lost", with the subjects that rows have or had.
-    std::string toldBy(Watch &watch)
+    std::string ToldBy(Watch &watch)
     {
         std::string told;
         for (const Notice &notice : watch.Next({kSubject})) {
@@ -38,29 +38,29 @@ class Changed : public SiteTest
         }
         return told;
     }
-    ObjectId added(const std::string &subject, const PropertyBag &more = {})
+    ObjectId Added(const std::string &subject, const PropertyBag &more = {})
     {
-        ObjectId id = add(subject, more);
+        ObjectId id = Add(subject, more);
         m_names[id] = subject;
         return id;
     }
-    void raw(const char *sql)
+    void Raw(const char *sql)
     {
         sqlite3 *handle = nullptr;
-        ASSERT_EQ(sqlite3_open(site.Path().c_str(), &handle), SQLITE_OK);
+        ASSERT_EQ(sqlite3_open(m_site.Path().c_str(), &handle), SQLITE_OK);
         EXPECT_EQ(sqlite3_exec(handle, sql, nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(handle);
         sqlite3_close(handle);
     }
-    std::int64_t entries()
+    std::int64_t Entries()
     {
-        Reader reader(site.GetDatabase());
+        Reader reader(m_site.GetDatabase());
         return reader->Integer("SELECT count(*) FROM change_entry");
     }
-    void rename(ObjectId id, const std::string &subject)
+    void Rename(ObjectId id, const std::string &subject)
     {
         MessageChanges changes;
         changes.properties.set.Set(kSubject, subject);
-        objects.ChangeMessage(id, changes);
+        m_objects.ChangeMessage(id, changes);
     }
 
     std::map<ObjectId, std::string> m_names;
@@ -68,86 +68,86 @@ class Changed : public SiteTest
 
 TEST_F(Changed, RowsAreToldAsTheDifferenceBetweenTwoLooks)
 {
-    ObjectId old = added("old"), gone = added("gone");
-    Watch watch{View(site, inbox())};
-    EXPECT_EQ(toldBy(watch), "");
-    ObjectId a = added("a");
-    rename(a, "a again");
-    objects.RemoveMessages({added("brief")});
-    rename(gone, "changed first");
-    objects.RemoveMessages({gone});
-    rename(old, "older");
-    EXPECT_EQ(toldBy(watch), "-brief -gone ~older +a again(older)");
-    EXPECT_EQ(toldBy(watch), "");
+    ObjectId old = Added("old"), gone = Added("gone");
+    Watch watch{View(m_site, Inbox())};
+    EXPECT_EQ(ToldBy(watch), "");
+    ObjectId a = Added("a");
+    Rename(a, "a again");
+    m_objects.RemoveMessages({Added("brief")});
+    Rename(gone, "changed first");
+    m_objects.RemoveMessages({gone});
+    Rename(old, "older");
+    EXPECT_EQ(ToldBy(watch), "-brief -gone ~older +a again(older)");
+    EXPECT_EQ(ToldBy(watch), "");
 }
 
 TEST_F(Changed, EveryKindOfWriteIsTold)
 {
-    ObjectId other = objects.CreateFolder(box.ipmSubtree, {{kDisplayName, std::string("other")}});
-    Watch here{View(site, inbox())}, there{View(site, {Container::Kind::Contents, other})};
-    ObjectId a = added("a");
-    EXPECT_EQ(toldBy(here), "+a");
-    objects.ChangeFlags({a}, 0x100, 0);
-    EXPECT_EQ(toldBy(here), "~a");
-    objects.ChangeFlags({a}, 0x100, 0); // they are set already
-    EXPECT_EQ(toldBy(here), "");
+    ObjectId other = m_objects.CreateFolder(m_box.ipmSubtree, {{kDisplayName, std::string("other")}});
+    Watch here{View(m_site, Inbox())}, there{View(m_site, {Container::Kind::Contents, other})};
+    ObjectId a = Added("a");
+    EXPECT_EQ(ToldBy(here), "+a");
+    m_objects.ChangeFlags({a}, 0x100, 0);
+    EXPECT_EQ(ToldBy(here), "~a");
+    m_objects.ChangeFlags({a}, 0x100, 0); // they are set already
+    EXPECT_EQ(ToldBy(here), "");
     MessageChanges recipients;
     recipients.recipients = std::vector<PropertyBag>{{{kDisplayName, std::string("Bob")}}};
-    objects.ChangeMessage(a, recipients);
-    EXPECT_EQ(toldBy(here), "~a");
+    m_objects.ChangeMessage(a, recipients);
+    EXPECT_EQ(ToldBy(here), "~a");
     MessageChanges attachments;
     attachments.attachments = {{0, false, {{{kAttachName, std::string("x")}}, {}}, nullptr}};
-    objects.ChangeMessage(a, attachments);
-    EXPECT_EQ(toldBy(here), "~a");
-    objects.CopyMessages({a}, other);
-    EXPECT_EQ(toldBy(there), "+a");
-    objects.MoveMessages({a}, other);
-    EXPECT_EQ(toldBy(here), "-a");
-    EXPECT_EQ(toldBy(there).substr(0, 2), "+a");
-    objects.SetAllRead(other, true);
-    EXPECT_EQ(toldBy(there), "several");
-    objects.RemoveAllMessages(other);
-    EXPECT_EQ(toldBy(there), "several");
-    add("b");
-    objects.RemoveFolder(other);
-    EXPECT_EQ(toldBy(there), "several");
-    EXPECT_EQ(toldBy(here), "+b");
-    expectSound();
+    m_objects.ChangeMessage(a, attachments);
+    EXPECT_EQ(ToldBy(here), "~a");
+    m_objects.CopyMessages({a}, other);
+    EXPECT_EQ(ToldBy(there), "+a");
+    m_objects.MoveMessages({a}, other);
+    EXPECT_EQ(ToldBy(here), "-a");
+    EXPECT_EQ(ToldBy(there).substr(0, 2), "+a");
+    m_objects.SetAllRead(other, true);
+    EXPECT_EQ(ToldBy(there), "several");
+    m_objects.RemoveAllMessages(other);
+    EXPECT_EQ(ToldBy(there), "several");
+    Add("b");
+    m_objects.RemoveFolder(other);
+    EXPECT_EQ(ToldBy(there), "several");
+    EXPECT_EQ(ToldBy(here), "+b");
+    ExpectSound();
 }
 
 TEST_F(Changed, AFilterOnOtherPropertiesThanTheFacetsIsFollowedExactly)
 {
     Filter filter = Filter::Content(kSubject, Filter::Match::Prefix, std::string("x"));
-    ObjectId in = added("x in"), out = added("out");
-    Watch watch{View(site, inbox(), filter)};
-    rename(out, "still out");
-    rename(in, "x still in");
-    EXPECT_EQ(toldBy(watch), "~x still in");
-    rename(in, "gone");
-    rename(out, "x now in");
-    EXPECT_EQ(toldBy(watch), "-x still in +x now in");
-    objects.RemoveMessages({in, out});
-    EXPECT_EQ(toldBy(watch), "-x now in");
+    ObjectId in = Added("x in"), out = Added("out");
+    Watch watch{View(m_site, Inbox(), filter)};
+    Rename(out, "still out");
+    Rename(in, "x still in");
+    EXPECT_EQ(ToldBy(watch), "~x still in");
+    Rename(in, "gone");
+    Rename(out, "x now in");
+    EXPECT_EQ(ToldBy(watch), "-x still in +x now in");
+    m_objects.RemoveMessages({in, out});
+    EXPECT_EQ(ToldBy(watch), "-x now in");
 }
 
 TEST_F(Changed, AFilterOnFacetsIsFollowedWithoutKnowingTheRows)
 {
     Filter urgent = Filter::Compare(kImportance, Relation::Equal, std::int32_t{2});
-    ObjectId a = added("a"), b = added("b", {{kImportance, std::int32_t{2}}});
-    Watch watch{View(site, inbox(), urgent)};
-    rename(a, "quiet");
-    EXPECT_EQ(toldBy(watch), "");
+    ObjectId a = Added("a"), b = Added("b", {{kImportance, std::int32_t{2}}});
+    Watch watch{View(m_site, Inbox(), urgent)};
+    Rename(a, "quiet");
+    EXPECT_EQ(ToldBy(watch), "");
     MessageChanges louder, quieter;
     louder.properties.set.Set(kImportance, std::int32_t{2});
     quieter.properties.remove = {kImportance};
-    objects.ChangeMessage(a, louder);
-    objects.ChangeMessage(b, quieter);
-    EXPECT_EQ(toldBy(watch), "-b +quiet");
-    objects.SetAllRead(box.inbox, true);
-    EXPECT_EQ(toldBy(watch), "several");
-    objects.RemoveMessages({a});
-    objects.SetAllRead(box.inbox, false);
-    EXPECT_EQ(toldBy(watch), "-quiet");
+    m_objects.ChangeMessage(a, louder);
+    m_objects.ChangeMessage(b, quieter);
+    EXPECT_EQ(ToldBy(watch), "-b +quiet");
+    m_objects.SetAllRead(m_box.inbox, true);
+    EXPECT_EQ(ToldBy(watch), "several");
+    m_objects.RemoveMessages({a});
+    m_objects.SetAllRead(m_box.inbox, false);
+    EXPECT_EQ(ToldBy(watch), "-quiet");
 }
 
 TEST_F(Changed, AFilterOnClassImportanceAndFlagsKnowsWhatTheyWere)
@@ -156,47 +156,47 @@ TEST_F(Changed, AFilterOnClassImportanceAndFlagsKnowsWhatTheyWere)
     Filter unread = Filter::All({Filter::Compare(kMessageClass, Relation::Equal, voicemail),
                                  Filter::Compare(kImportance, Relation::Equal, std::int32_t{2}),
                                  Filter::Bits(kMessageFlags, kFlagRead, true)});
-    Watch watch{View(site, inbox(), unread)};
-    ObjectId a = added("a", {{kMessageClass, voicemail}, {kImportance, std::int32_t{2}}, {kMessageFlags, 0}});
-    EXPECT_EQ(toldBy(watch), "+a");
-    objects.SetRead({a}, true);
-    EXPECT_EQ(toldBy(watch), "-a");
-    objects.SetRead({a}, false);
-    EXPECT_EQ(toldBy(watch), "+a");
-    objects.RemoveMessages({a});
-    EXPECT_EQ(toldBy(watch), "-a");
+    Watch watch{View(m_site, Inbox(), unread)};
+    ObjectId a = Added("a", {{kMessageClass, voicemail}, {kImportance, std::int32_t{2}}, {kMessageFlags, 0}});
+    EXPECT_EQ(ToldBy(watch), "+a");
+    m_objects.SetRead({a}, true);
+    EXPECT_EQ(ToldBy(watch), "-a");
+    m_objects.SetRead({a}, false);
+    EXPECT_EQ(ToldBy(watch), "+a");
+    m_objects.RemoveMessages({a});
+    EXPECT_EQ(ToldBy(watch), "-a");
 }
 
 TEST_F(Changed, WhatWasThereInBetweenOnlyIsToldAsGoneForTheTableMayHaveBeenReadThen)
 {
     Filter urgent = Filter::Compare(kImportance, Relation::Equal, std::int32_t{2});
-    ObjectId a = added("a");
-    Watch loud{View(site, inbox(), urgent)}, deep{View(site, {Container::Kind::FoldersDeep, box.ipmSubtree})};
+    ObjectId a = Added("a");
+    Watch loud{View(m_site, Inbox(), urgent)}, deep{View(m_site, {Container::Kind::FoldersDeep, m_box.ipmSubtree})};
     MessageChanges louder, quieter;
     louder.properties.set.Set(kImportance, std::int32_t{2});
     quieter.properties.remove = {kImportance};
-    objects.ChangeMessage(a, louder);
-    objects.ChangeMessage(a, quieter);
-    EXPECT_EQ(toldBy(loud), "-a");
-    rename(a, "quiet");
-    rename(a, "quiet still");
-    objects.RemoveMessages({a, added("never loud")});
-    EXPECT_EQ(toldBy(loud), "");
+    m_objects.ChangeMessage(a, louder);
+    m_objects.ChangeMessage(a, quieter);
+    EXPECT_EQ(ToldBy(loud), "-a");
+    Rename(a, "quiet");
+    Rename(a, "quiet still");
+    m_objects.RemoveMessages({a, Added("never loud")});
+    EXPECT_EQ(ToldBy(loud), "");
     deep.Next({});
     // Of a folder elsewhere nothing is told, however often it changes.
-    ObjectId elsewhere = Directory(site).GetMailbox(Directory(site).AddUser("eve", "Eve").mailbox).inbox;
+    ObjectId elsewhere = Directory(m_site).GetMailbox(Directory(m_site).AddUser("eve", "Eve").mailbox).inbox;
     deep.Next({});
-    objects.CreateMessage(elsewhere, {});
-    objects.CreateMessage(elsewhere, {});
+    m_objects.CreateMessage(elsewhere, {});
+    m_objects.CreateMessage(elsewhere, {});
     EXPECT_TRUE(deep.Next({}).empty());
-    objects.RemoveFolder(objects.CreateFolder(box.inbox, {{kDisplayName, std::string("brief")}}));
+    m_objects.RemoveFolder(m_objects.CreateFolder(m_box.inbox, {{kDisplayName, std::string("brief")}}));
     EXPECT_EQ(deep.Next({}).size(), 2u); // the folder, and the one that had it
 }
 
 TEST_F(Changed, FoldersAreToldAtEveryDepthAndByTheirCounts)
 {
-    Watch flat{View(site, {Container::Kind::Folders, box.ipmSubtree})};
-    Watch deep{View(site, {Container::Kind::FoldersDeep, box.ipmSubtree})};
+    Watch flat{View(m_site, {Container::Kind::Folders, m_box.ipmSubtree})};
+    Watch deep{View(m_site, {Container::Kind::FoldersDeep, m_box.ipmSubtree})};
     auto kinds = [](Watch &watch) {
         std::vector<std::pair<Kind, ObjectId>> kindsTold;
         for (const Notice &notice : watch.Next({kDisplayName, kFolderDepth}))
@@ -206,164 +206,165 @@ TEST_F(Changed, FoldersAreToldAtEveryDepthAndByTheirCounts)
     using testing::ElementsAre;
     using testing::Pair;
     using testing::UnorderedElementsAre;
-    add("mail");
-    EXPECT_THAT(kinds(flat), ElementsAre(Pair(Kind::Modified, box.inbox)));
-    EXPECT_THAT(kinds(deep), ElementsAre(Pair(Kind::Modified, box.inbox)));
-    ObjectId sub = objects.CreateFolder(box.inbox, {{kDisplayName, std::string("sub")}});
-    EXPECT_THAT(kinds(flat), ElementsAre(Pair(Kind::Modified, box.inbox)));
-    EXPECT_THAT(kinds(deep), UnorderedElementsAre(Pair(Kind::Modified, box.inbox), Pair(Kind::Added, sub)));
+    Add("mail");
+    EXPECT_THAT(kinds(flat), ElementsAre(Pair(Kind::Modified, m_box.inbox)));
+    EXPECT_THAT(kinds(deep), ElementsAre(Pair(Kind::Modified, m_box.inbox)));
+    ObjectId sub = m_objects.CreateFolder(m_box.inbox, {{kDisplayName, std::string("sub")}});
+    EXPECT_THAT(kinds(flat), ElementsAre(Pair(Kind::Modified, m_box.inbox)));
+    EXPECT_THAT(kinds(deep), UnorderedElementsAre(Pair(Kind::Modified, m_box.inbox), Pair(Kind::Added, sub)));
     // The subject of a message is in no folder's row.
-    ObjectId mail = add("x");
+    ObjectId mail = Add("x");
     kinds(flat);
     kinds(deep);
-    rename(mail, "y");
+    Rename(mail, "y");
     EXPECT_THAT(kinds(flat), ElementsAre());
     EXPECT_THAT(kinds(deep), ElementsAre());
-    ObjectId below = objects.CreateFolder(sub, {{kDisplayName, std::string("below")}});
+    ObjectId below = m_objects.CreateFolder(sub, {{kDisplayName, std::string("below")}});
     kinds(deep);
-    objects.RemoveFolder(sub);
+    m_objects.RemoveFolder(sub);
     EXPECT_THAT(kinds(deep), UnorderedElementsAre(Pair(Kind::Removed, sub), Pair(Kind::Removed, below),
-                                                  Pair(Kind::Modified, box.inbox)));
+                                                  Pair(Kind::Modified, m_box.inbox)));
 }
 
 TEST_F(Changed, PeopleAreTold)
 {
-    Watch watch{View(site, {Container::Kind::Directory, 0})};
-    Directory directory(site);
+    Watch watch{View(m_site, {Container::Kind::Directory, 0})};
+    Directory directory(m_site);
     directory.AddContact("Zoe", "zoe@x.example");
     EXPECT_EQ(watch.Next({}).size(), 1u);
     directory.AddUser("dave", "Dave");
     EXPECT_EQ(watch.Next({}).size(), 1u);
-    add("mail");
+    Add("mail");
     EXPECT_TRUE(watch.Next({}).empty());
 }
 
 TEST_F(Changed, MoreThanAClientWantsToHearOneByOneIsToldTogether)
 {
-    Watch watch{View(site, inbox())};
-    std::vector<NewMessage> messages(33, NewMessage{box.inbox, message("m")});
-    objects.CreateMessages(messages);
-    EXPECT_EQ(toldBy(watch), "several");
+    Watch watch{View(m_site, Inbox())};
+    std::vector<NewMessage> messages(33, NewMessage{m_box.inbox, MakeMessage("m")});
+    m_objects.CreateMessages(messages);
+    EXPECT_EQ(ToldBy(watch), "several");
     messages.resize(32);
-    objects.CreateMessages(messages);
+    m_objects.CreateMessages(messages);
     EXPECT_EQ(watch.Next({}).size(), 32u);
 }
 
 TEST_F(Changed, ABulkChangeIsAFewEntriesAndOnlyForTheViewsThatItConcerns)
 {
-    Watch all{View(site, inbox())};
-    Watch urgent{View(site, inbox(), Filter::Compare(kImportance, Relation::Equal, std::int32_t{2}))};
-    std::int64_t before = entries();
-    objects.CreateMessages(std::vector<NewMessage>(5000, NewMessage{box.inbox, message("m")}));
-    EXPECT_LT(entries() - before, 5);
-    EXPECT_EQ(toldBy(all), "several");
-    EXPECT_EQ(toldBy(urgent), "");
+    Watch all{View(m_site, Inbox())};
+    Watch urgent{View(m_site, Inbox(), Filter::Compare(kImportance, Relation::Equal, std::int32_t{2}))};
+    std::int64_t before = Entries();
+    m_objects.CreateMessages(std::vector<NewMessage>(5000, NewMessage{m_box.inbox, MakeMessage("m")}));
+    EXPECT_LT(Entries() - before, 5);
+    EXPECT_EQ(ToldBy(all), "several");
+    EXPECT_EQ(ToldBy(urgent), "");
 }
 
 TEST_F(Changed, TheLogIsBoundedAndWhoeverFallsBehindIsTold)
 {
-    Watch watch{View(site, {Container::Kind::Contents, box.outbox})};
+    Watch watch{View(m_site, {Container::Kind::Contents, m_box.outbox})};
     Watch fresh = watch;
     std::vector<NewMessage> messages;
     for (int number = 0; number < 20; ++number) {
-        ObjectId id = objects.CreateFolder(box.ipmSubtree, {{kDisplayName, std::string("f") + std::to_string(number)}});
+        ObjectId id =
+            m_objects.CreateFolder(m_box.ipmSubtree, {{kDisplayName, std::string("f") + std::to_string(number)}});
         messages.insert(messages.end(), 100, NewMessage{id, {}});
     }
     for (int round = 0; round < 8; ++round)
-        objects.CreateMessages(messages);
-    EXPECT_LE(entries(), 10000);
-    EXPECT_GE(entries(), 5000);
-    EXPECT_EQ(toldBy(watch), "lost");
-    EXPECT_EQ(toldBy(watch), "");
+        m_objects.CreateMessages(messages);
+    EXPECT_LE(Entries(), 10000);
+    EXPECT_GE(Entries(), 5000);
+    EXPECT_EQ(ToldBy(watch), "lost");
+    EXPECT_EQ(ToldBy(watch), "");
     // Unless it is known that nothing of it concerned the view.
     EXPECT_TRUE(fresh.Next({}, watch.Position()).empty());
 }
 
 TEST_F(Changed, TheLogIsBoundedWhicheverTransactionsTellItNothing)
 {
-    raw("WITH RECURSIVE n (i) AS (VALUES (1) UNION ALL SELECT i + 1 FROM n WHERE i < 20000) "
+    Raw("WITH RECURSIVE n (i) AS (VALUES (1) UNION ALL SELECT i + 1 FROM n WHERE i < 20000) "
         "INSERT INTO change_entry (number, kind, event, container, object) SELECT "
         "i + (SELECT max(number) FROM change_entry), 3, 1, 0, 0 FROM n");
     const auto nextChange = [&] {
-        Reader reader(site.GetDatabase());
+        Reader reader(m_site.GetDatabase());
         return reader->Integer("SELECT change FROM site") + 1;
     };
-    std::vector<ObjectId> one{add("a")};
+    std::vector<ObjectId> one{Add("a")};
     for (int round = 0; round < 300; ++round)
         if (nextChange() % 256 == 0)
-            Names(site).Ids({{Guid{}, "name " + std::to_string(round)}}, true);
+            Names(m_site).Ids({{Guid{}, "name " + std::to_string(round)}}, true);
         else
-            objects.SetRead(one, round % 2 == 0);
-    EXPECT_LE(entries(), 10600);
-    EXPECT_GE(entries(), 10000);
+            m_objects.SetRead(one, round % 2 == 0);
+    EXPECT_LE(Entries(), 10600);
+    EXPECT_GE(Entries(), 10000);
 }
 
 TEST_F(Changed, AnEmptiedLogAndARepairAreLosses)
 {
-    Watch watch{View(site, inbox())};
-    EntryReader reader(site);
-    added("a");
-    EXPECT_EQ(toldBy(watch), "+a");
-    raw("DELETE FROM change_entry");
-    EXPECT_EQ(toldBy(watch), "lost");
-    added("b");
-    EXPECT_EQ(toldBy(watch), "lost");
+    Watch watch{View(m_site, Inbox())};
+    EntryReader reader(m_site);
+    Added("a");
+    EXPECT_EQ(ToldBy(watch), "+a");
+    Raw("DELETE FROM change_entry");
+    EXPECT_EQ(ToldBy(watch), "lost");
+    Added("b");
+    EXPECT_EQ(ToldBy(watch), "lost");
     EXPECT_TRUE(reader.Next().lost);
-    added("c");
-    EXPECT_EQ(toldBy(watch), "+c(b)");
-    raw("UPDATE facet SET count = count + 1");
-    EXPECT_FALSE(Check(site, true).empty());
-    EXPECT_EQ(toldBy(watch), "lost");
+    Added("c");
+    EXPECT_EQ(ToldBy(watch), "+c(b)");
+    Raw("UPDATE facet SET count = count + 1");
+    EXPECT_FALSE(Check(m_site, true).empty());
+    EXPECT_EQ(ToldBy(watch), "lost");
 }
 
 TEST_F(Changed, TheLogNamesTheContainers)
 {
-    EntryReader reader(site);
+    EntryReader reader(m_site);
     EXPECT_TRUE(reader.Next().empty());
-    add("a");
+    Add("a");
     EntrySummary summary = reader.Next();
-    EXPECT_TRUE(summary.Concerns(inbox()));
-    EXPECT_TRUE(summary.Concerns({Container::Kind::Folders, box.ipmSubtree}));
-    EXPECT_TRUE(summary.Concerns({Container::Kind::FoldersDeep, box.root}));
-    EXPECT_FALSE(summary.Concerns({Container::Kind::Contents, box.outbox}));
-    EXPECT_FALSE(summary.Concerns({Container::Kind::Folders, box.inbox}));
+    EXPECT_TRUE(summary.Concerns(Inbox()));
+    EXPECT_TRUE(summary.Concerns({Container::Kind::Folders, m_box.ipmSubtree}));
+    EXPECT_TRUE(summary.Concerns({Container::Kind::FoldersDeep, m_box.root}));
+    EXPECT_FALSE(summary.Concerns({Container::Kind::Contents, m_box.outbox}));
+    EXPECT_FALSE(summary.Concerns({Container::Kind::Folders, m_box.inbox}));
     EXPECT_FALSE(summary.Concerns({Container::Kind::Directory, 0}));
     EXPECT_TRUE(reader.Next().empty());
-    Names(site).Ids({{Guid{}, std::string("name")}}, true);
+    Names(m_site).Ids({{Guid{}, std::string("name")}}, true);
     EXPECT_TRUE(reader.Next().empty());
 }
 
 TEST_F(Changed, AWriteThatTellsTheLogNothingIsStillToldOfByItsFacets)
 {
-    Watch watch{View(site, inbox())};
+    Watch watch{View(m_site, Inbox())};
     {
-        Writer writer(site.GetDatabase());
-        std::int64_t facet = writer.Facets().Enter(*writer, box.inbox, FacetKey{});
+        Writer writer(m_site.GetDatabase());
+        std::int64_t facet = writer.Facets().Enter(*writer, m_box.inbox, FacetKey{});
         ObjectId id = writer.NewId();
         writer
             ->Prepare("INSERT INTO object (id, kind, parent, facet, submitted, delivered, created, modified, change) "
                       "VALUES (?, 3, ?, ?, 0, 0, 0, 0, 0)")
-            .Bind(id, box.inbox, facet)
+            .Bind(id, m_box.inbox, facet)
             .Run();
         writer.Commit();
     }
-    EXPECT_EQ(toldBy(watch), "several");
+    EXPECT_EQ(ToldBy(watch), "several");
 }
 
 TEST_F(Changed, WhatIsRolledBackIsNotTold)
 {
-    Watch watch{View(site, inbox())};
+    Watch watch{View(m_site, Inbox())};
     {
-        Writer writer(site.GetDatabase());
-        writer.Entries().MessageAdded(1, box.inbox, {});
+        Writer writer(m_site.GetDatabase());
+        writer.Entries().MessageAdded(1, m_box.inbox, {});
     }
-    EXPECT_EQ(faultOf([&] { objects.CreateMessages({{box.inbox, {}}, {box.id, {}}}); }), Fault::Invalid);
-    EXPECT_EQ(toldBy(watch), "");
+    EXPECT_EQ(FaultOf([&] { m_objects.CreateMessages({{m_box.inbox, {}}, {m_box.id, {}}}); }), Fault::Invalid);
+    EXPECT_EQ(ToldBy(watch), "");
 }
 
 TEST_F(Changed, AFileOfTheFirstVersionIsUpgradedAndThenTells)
 {
-    std::string path = folder.file("old.db");
+    std::string path = m_folder.File("old.db");
     ObjectId user = 0;
     {
         Site made = Site::Create(path, "S", "O");
@@ -374,7 +375,7 @@ TEST_F(Changed, AFileOfTheFirstVersionIsUpgradedAndThenTells)
     EXPECT_EQ(sqlite3_exec(handle, "DROP TABLE change_entry; PRAGMA user_version = 1", nullptr, nullptr, nullptr),
               SQLITE_OK);
     sqlite3_close(handle);
-    EXPECT_EQ(faultOf([&] { Site::Open(path, {.readOnly = true}); }), Fault::NoAccess);
+    EXPECT_EQ(FaultOf([&] { Site::Open(path, {.readOnly = true}); }), Fault::NoAccess);
     Site upgraded = Site::Open(path);
     Mailbox mailbox = Directory(upgraded).GetMailbox(user);
     Watch watch{View(upgraded, {Container::Kind::Contents, mailbox.inbox})};

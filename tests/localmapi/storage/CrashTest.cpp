@@ -15,11 +15,11 @@ namespace localmapi::storage
 namespace
 {
 
-std::string theProgram;
+std::string g_program;
 
 namespace fs = std::filesystem;
 
-fs::path pathOf(const std::string &utf8Path)
+fs::path PathOf(const std::string &utf8Path)
 {
     return fs::path(std::u8string(utf8Path.begin(), utf8Path.end()));
 }
@@ -27,84 +27,84 @@ fs::path pathOf(const std::string &utf8Path)
 class Crashes : public testing::Test
 {
   protected:
-    Crashes() { makeScenarioSite(folder.file("base.db")); }
-    ~Crashes() override { setWriteFault(WriteFault::None, 0); }
+    Crashes() { MakeScenarioSite(m_folder.File("base.db")); }
+    ~Crashes() override { SetWriteFault(WriteFault::None, 0); }
 
-    // The states before the first step and after each one. A copy of the site before each step is kept, its log as long as
-    // it has grown by then, so that a step can be tried alone.
-    std::vector<std::string> takeSteps()
+    // The states before the first step and after each one. A copy of the site before each step is kept, its log as long
+    // as it has grown by then, so that a step can be tried alone.
+    std::vector<std::string> TakeSteps()
     {
-        std::string path = folder.file("all.db");
-        copySite(folder.file("base.db"), path);
+        std::string path = m_folder.File("all.db");
+        CopySite(m_folder.File("base.db"), path);
         Site site = Site::Open(path);
-        std::vector<std::string> states{stateOf(site)};
+        std::vector<std::string> states{StateOf(site)};
         for (const Step &step : ScenarioSteps()) {
-            copySite(path, beforeStep(states.size() - 1));
+            CopySite(path, BeforeStep(states.size() - 1));
             step(site);
-            states.push_back(stateOf(site));
+            states.push_back(StateOf(site));
             EXPECT_NE(states.back(), states[states.size() - 2]); // or it would prove nothing
         }
         return states;
     }
-    std::string copyBefore(std::size_t step) const
+    std::string CopyBefore(std::size_t step) const
     {
-        std::string path = folder.file("site.db");
-        copySite(beforeStep(step), path);
+        std::string path = m_folder.File("site.db");
+        CopySite(BeforeStep(step), path);
         return path;
     }
-    static void expectSound(const std::string &path)
+    static void ExpectSound(const std::string &path)
     {
         for (const Finding &finding : Check(Site::Open(path), false))
             ADD_FAILURE() << finding.text;
     }
-    static std::size_t linesIn(const std::string &path)
+    static std::size_t LinesIn(const std::string &path)
     {
-        std::ifstream file(pathOf(path));
+        std::ifstream file(PathOf(path));
         std::size_t lines = 0;
         for (std::string line; std::getline(file, line);)
             ++lines;
         return lines;
     }
 
-    Folder folder;
+    Folder m_folder;
 
   private:
-    std::string beforeStep(std::size_t step) const { return folder.file("before" + std::to_string(step) + ".db"); }
-    static void copySite(const std::string &from, const std::string &to)
+    std::string BeforeStep(std::size_t step) const { return m_folder.File("before" + std::to_string(step) + ".db"); }
+    static void CopySite(const std::string &from, const std::string &to)
     {
         for (const char *part : {"", "-wal", "-shm"})
-            fs::remove(pathOf(to + part));
+            fs::remove(PathOf(to + part));
         for (const char *part : {"", "-wal"})
-            if (fs::exists(pathOf(from + part)))
-                fs::copy_file(pathOf(from + part), pathOf(to + part));
+            if (fs::exists(PathOf(from + part)))
+                fs::copy_file(PathOf(from + part), PathOf(to + part));
     }
 };
 
 TEST_F(Crashes, AFullDiskAtAnyWriteLeavesEachStepDoneOrUndone)
 {
-    std::vector<std::string> expected = takeSteps();
+    std::vector<std::string> expected = TakeSteps();
     int rounds = 0;
     for (std::size_t i = 0; i < ScenarioSteps().size(); ++i) {
         const Step &step = ScenarioSteps()[i];
         bool struck = true;
         for (int n = 1; struck; ++n) {
-            std::string path = copyBefore(i);
+            std::string path = CopyBefore(i);
             {
                 Site site = Site::Open(path);
-                setWriteFault(WriteFault::DiskFull, n);
-                std::optional<Fault> fault = faultOf([&] { step(site); });
-                setWriteFault(WriteFault::None, 0);
+                SetWriteFault(WriteFault::DiskFull, n);
+                std::optional<Fault> fault = FaultOf([&] { step(site); });
+                SetWriteFault(WriteFault::None, 0);
                 struck = fault.has_value();
                 if (struck) {
                     EXPECT_EQ(*fault, Fault::Full) << FaultName(*fault) << " at write " << n << " of step " << i;
-                    ASSERT_EQ(stateOf(site), expected[i]) << "write " << n << " of step " << i;
+                    ASSERT_EQ(StateOf(site), expected[i]) << "write " << n << " of step " << i;
                     step(site); // there is room again
                 }
-                ASSERT_EQ(stateOf(site), expected[i + 1]) << "write " << n << " of step " << i;
+                ASSERT_EQ(StateOf(site), expected[i + 1]) << "write " << n << " of step " << i;
             }
             ++rounds;
             if (n % 10 == 1)
-                expectSound(path);
+                ExpectSound(path);
         }
     }
     EXPECT_GT(rounds, 1000); // as many as the steps write
@@ -113,36 +113,36 @@ TEST_F(Crashes, AFullDiskAtAnyWriteLeavesEachStepDoneOrUndone)
 TEST_F(Crashes, ASiteThatThereIsNoRoomForIsNotThere)
 {
     for (int n = 1;; ++n) {
-        std::string path = folder.file("new.db");
-        setWriteFault(WriteFault::DiskFull, n);
-        std::optional<Fault> fault = faultOf([&] { Site::Create(path, "S", "O"); });
-        setWriteFault(WriteFault::None, 0);
+        std::string path = m_folder.File("new.db");
+        SetWriteFault(WriteFault::DiskFull, n);
+        std::optional<Fault> fault = FaultOf([&] { Site::Create(path, "S", "O"); });
+        SetWriteFault(WriteFault::None, 0);
         if (!fault) {
             EXPECT_GT(n, 3);
             break;
         }
         EXPECT_EQ(*fault, Fault::Full) << n;
-        EXPECT_FALSE(fs::exists(pathOf(path))) << n;
+        EXPECT_FALSE(fs::exists(PathOf(path))) << n;
         EXPECT_NO_THROW(Site::Create(path, "S", "O")) << n;
-        fs::remove(pathOf(path));
+        fs::remove(PathOf(path));
     }
 }
 
 TEST_F(Crashes, AProcessThatEndsAtAnyWriteLeavesWhatItReported)
 {
-    std::vector<std::string> expected = takeSteps();
+    std::vector<std::string> expected = TakeSteps();
     int rounds = 0;
     for (std::size_t i = 0; i < ScenarioSteps().size(); ++i) {
         int ended = 42;
         for (int n = 1; ended == 42; n += n < 4 ? 1 : 3) {
-            std::string path = copyBefore(i), report = folder.file("report");
-            fs::remove(pathOf(report));
-            Process worker(theProgram, {"--step-" + std::to_string(i), path, report, std::to_string(n)});
-            ended = worker.wait();
+            std::string path = CopyBefore(i), report = m_folder.File("report");
+            fs::remove(PathOf(report));
+            Process worker(g_program, {"--step-" + std::to_string(i), path, report, std::to_string(n)});
+            ended = worker.Wait();
             ASSERT_TRUE(ended == 42 || ended == 0) << ended;
-            std::size_t done = linesIn(report);
+            std::size_t done = LinesIn(report);
             Site site = Site::Open(path);
-            std::string state = stateOf(site);
+            std::string state = StateOf(site);
             EXPECT_TRUE(ended == 42 || done == 1) << "write " << n << " of step " << i;
             EXPECT_TRUE(state == expected[i + 1] || (done == 0 && state == expected[i]))
                 << "write " << n << " of step " << i << ", " << done;
@@ -157,19 +157,19 @@ TEST_F(Crashes, AProcessThatEndsAtAnyWriteLeavesWhatItReported)
 TEST_F(Crashes, AProcessThatIsKilledAtAnyMomentLeavesWhatItReported)
 {
     std::mt19937 random{std::random_device{}()};
-    std::string path = folder.file("base.db"), report = folder.file("report");
+    std::string path = m_folder.File("base.db"), report = m_folder.File("report");
     std::size_t before = 3; // messages of the base
     for (int round = 0; round < 8; ++round) {
-        fs::remove(pathOf(report));
+        fs::remove(PathOf(report));
         {
-            Process worker(theProgram, {"--append", path, report, "100000"});
-            while (linesIn(report) == 0)
+            Process worker(g_program, {"--append", path, report, "100000"});
+            while (LinesIn(report) == 0)
                 std::this_thread::sleep_for(std::chrono::milliseconds(5));
             std::this_thread::sleep_for(std::chrono::milliseconds(random() % 200));
-            worker.kill();
-            worker.wait();
+            worker.Kill();
+            worker.Wait();
         }
-        std::size_t done = linesIn(report);
+        std::size_t done = LinesIn(report);
         Site site = Site::Open(path);
         View view(site, {Container::Kind::Contents,
                          Directory(site).GetMailbox(Directory(site).UserByAlias("alice")->mailbox).inbox});
@@ -178,17 +178,17 @@ TEST_F(Crashes, AProcessThatIsKilledAtAnyMomentLeavesWhatItReported)
         EXPECT_LE(count, before + done + 1);
         for (const Row &row : view.Read(Place::Beginning(), Direction::Forward, 100000, {kSubject}))
             ASSERT_TRUE(std::holds_alternative<std::string>(row.values[0]));
-        expectSound(path);
+        ExpectSound(path);
         before = count;
     }
 }
 
 TEST_F(Crashes, ProcessesThatWriteAtOnceLoseNothing)
 {
-    std::string path = folder.file("base.db");
+    std::string path = m_folder.File("base.db");
     constexpr int kEach = 40;
-    Process first(theProgram, {"--append", path, folder.file("r1"), std::to_string(kEach)});
-    Process second(theProgram, {"--append", path, folder.file("r2"), std::to_string(kEach)});
+    Process first(g_program, {"--append", path, m_folder.File("r1"), std::to_string(kEach)});
+    Process second(g_program, {"--append", path, m_folder.File("r2"), std::to_string(kEach)});
     Site site = Site::Open(path);
     Mailbox box = Directory(site).GetMailbox(Directory(site).UserByAlias("alice")->mailbox);
     for (int i = 0; i < kEach; ++i) {
@@ -196,24 +196,24 @@ TEST_F(Crashes, ProcessesThatWriteAtOnceLoseNothing)
         content.properties.set.Set(kSubject, "here " + std::to_string(i));
         Objects(site).CreateMessage(box.inbox, content);
     }
-    EXPECT_EQ(first.wait(), 0);
-    EXPECT_EQ(second.wait(), 0);
+    EXPECT_EQ(first.Wait(), 0);
+    EXPECT_EQ(second.Wait(), 0);
     EXPECT_EQ(View(site, {Container::Kind::Contents, box.inbox}).Count(), 3u + 3 * kEach);
-    expectSound(path);
+    ExpectSound(path);
 }
 
 // What the test starts itself as: works on a site and reports each thing that is done by a line.
-int workOn(const std::string &what, const std::string &path, const std::string &report, int n)
+int WorkOn(const std::string &what, const std::string &path, const std::string &report, int n)
 {
-    std::ofstream lines(pathOf(report), std::ios::app);
+    std::ofstream lines(PathOf(report), std::ios::app);
     if (what.starts_with("--step-")) {
         std::size_t i = std::stoul(what.substr(7));
         Site site = Site::Open(path);
-        setWriteFault(WriteFault::Exit, n);
+        SetWriteFault(WriteFault::Exit, n);
         ScenarioSteps().at(i)(site);
         lines << "done" << std::endl;
         if (i + 1 < ScenarioSteps().size()) // the last one's run may end in what closing writes, too
-            setWriteFault(WriteFault::None, 0);
+            SetWriteFault(WriteFault::None, 0);
         return 0;
     }
     Site site = Site::Open(path);
@@ -237,9 +237,9 @@ int main(int argc, char **argv)
 {
     using namespace localmapi::storage;
     InstallFaultyVfs();
-    theProgram = utf8(std::filesystem::absolute(argv[0]));
+    g_program = Utf8(std::filesystem::absolute(argv[0]));
     if (argc == 5 && std::string(argv[1]).starts_with("--"))
-        return workOn(argv[1], argv[2], argv[3], std::stoi(argv[4]));
+        return WorkOn(argv[1], argv[2], argv[3], std::stoi(argv[4]));
     testing::InitGoogleMock(&argc, argv);
     return RUN_ALL_TESTS();
 }

@@ -11,38 +11,38 @@ using DirectoryTest = SiteTest;
 
 TEST_F(DirectoryTest, AUserHasANameAnAddressAndAMailbox)
 {
-    EXPECT_EQ(alice.dn, "/o=Norvik/ou=First Administrative Group/cn=Recipients/cn=alice");
-    EXPECT_EQ(alice.smtp, "alice@norvik.example");
-    EXPECT_FALSE(alice.service);
-    EXPECT_EQ(box.owner, alice.id);
+    EXPECT_EQ(m_alice.dn, "/o=Norvik/ou=First Administrative Group/cn=Recipients/cn=alice");
+    EXPECT_EQ(m_alice.smtp, "alice@norvik.example");
+    EXPECT_FALSE(m_alice.service);
+    EXPECT_EQ(m_box.owner, m_alice.id);
     struct {
         ObjectId folder, parent;
         const char *name;
-    } folders[] = {{box.root, box.id, "Root"},
-                   {box.ipmSubtree, box.root, "Top of Information Store"},
-                   {box.inbox, box.ipmSubtree, "Inbox"},
-                   {box.outbox, box.ipmSubtree, "Outbox"},
-                   {box.sentItems, box.ipmSubtree, "Sent Items"},
-                   {box.deletedItems, box.ipmSubtree, "Deleted Items"},
-                   {box.calendar, box.ipmSubtree, "Calendar"}};
+    } folders[] = {{m_box.root, m_box.id, "Root"},
+                   {m_box.ipmSubtree, m_box.root, "Top of Information Store"},
+                   {m_box.inbox, m_box.ipmSubtree, "Inbox"},
+                   {m_box.outbox, m_box.ipmSubtree, "Outbox"},
+                   {m_box.sentItems, m_box.ipmSubtree, "Sent Items"},
+                   {m_box.deletedItems, m_box.ipmSubtree, "Deleted Items"},
+                   {m_box.calendar, m_box.ipmSubtree, "Calendar"}};
     for (const auto &one : folders) {
-        EXPECT_EQ(objects.Info(one.folder).parent, one.parent) << one.name;
-        EXPECT_EQ(*objects.Read(one.folder).get<std::string>(kDisplayName), one.name);
-        EXPECT_EQ(Directory(site).MailboxOf(one.folder), box.id);
+        EXPECT_EQ(m_objects.Info(one.folder).parent, one.parent) << one.name;
+        EXPECT_EQ(*m_objects.Read(one.folder).get<std::string>(kDisplayName), one.name);
+        EXPECT_EQ(Directory(m_site).MailboxOf(one.folder), m_box.id);
     }
-    PropertyBag bag = objects.Read(alice.id);
+    PropertyBag bag = m_objects.Read(m_alice.id);
     EXPECT_EQ(*bag.get<std::string>(kAddressType), "EX");
-    EXPECT_EQ(*bag.get<std::string>(kEmailAddress), alice.dn);
+    EXPECT_EQ(*bag.get<std::string>(kEmailAddress), m_alice.dn);
     EXPECT_EQ(*bag.get<std::string>(kAccount), "alice");
-    EXPECT_EQ(*bag.get<std::string>(kSmtpAddress), alice.smtp);
-    EXPECT_FALSE(Directory(site).MailboxOf(alice.id));
-    EXPECT_FALSE(Directory(site).MailboxOf(999999));
-    EXPECT_EQ(faultOf([&] { Directory(site).GetMailbox(999999); }), Fault::NotFound);
+    EXPECT_EQ(*bag.get<std::string>(kSmtpAddress), m_alice.smtp);
+    EXPECT_FALSE(Directory(m_site).MailboxOf(m_alice.id));
+    EXPECT_FALSE(Directory(m_site).MailboxOf(999999));
+    EXPECT_EQ(FaultOf([&] { Directory(m_site).GetMailbox(999999); }), Fault::NotFound);
 }
 
 TEST_F(DirectoryTest, UsersAreFoundByAliasNameAndAddressWhateverTheCase)
 {
-    Directory directory(site);
+    Directory directory(m_site);
     User bob = directory.AddUser("Bob", "Bob \xc3\x84pfel", "Bob@Else.example", true);
     for (auto found : {directory.UserByAlias("BOB"), directory.UserBySmtp("bob@ELSE.example"),
                        directory.UserByDn("/O=NORVIK/ou=first administrative group/cn=recipients/cn=bob"),
@@ -62,19 +62,19 @@ TEST_F(DirectoryTest, UsersAreFoundByAliasNameAndAddressWhateverTheCase)
 
 TEST_F(DirectoryTest, NobodyIsThereTwice)
 {
-    Directory directory(site);
-    EXPECT_EQ(faultOf([&] { directory.AddUser("ALICE", "Another"); }), Fault::Collision);
-    EXPECT_EQ(faultOf([&] { directory.AddUser("al", "Another", "Alice@norvik.example"); }), Fault::Collision);
-    EXPECT_EQ(faultOf([&] { directory.AddContact("Al", "alice@norvik.EXAMPLE"); }), Fault::Collision);
+    Directory directory(m_site);
+    EXPECT_EQ(FaultOf([&] { directory.AddUser("ALICE", "Another"); }), Fault::Collision);
+    EXPECT_EQ(FaultOf([&] { directory.AddUser("al", "Another", "Alice@norvik.example"); }), Fault::Collision);
+    EXPECT_EQ(FaultOf([&] { directory.AddContact("Al", "alice@norvik.EXAMPLE"); }), Fault::Collision);
     for (const char *alias : {"", "a b", "a/b", "a=b", "a@b"})
-        EXPECT_EQ(faultOf([&] { directory.AddUser(alias, "A"); }), Fault::Invalid) << alias;
+        EXPECT_EQ(FaultOf([&] { directory.AddUser(alias, "A"); }), Fault::Invalid) << alias;
     EXPECT_EQ(directory.Users().size(), 1u);
     EXPECT_EQ(directory.AddUser("nameless", "").name, "nameless");
 }
 
 TEST_F(DirectoryTest, ContactsHaveANameAndAnAddressElsewhere)
 {
-    Directory directory(site);
+    Directory directory(m_site);
     Contact zed = directory.AddContact("zed", "z@else.example");
     Contact ann = directory.AddContact("Ann", "a@else.example");
     directory.AddContact("Ann", "ann2@else.example"); // names need not differ
@@ -83,38 +83,38 @@ TEST_F(DirectoryTest, ContactsHaveANameAndAnAddressElsewhere)
     EXPECT_EQ(contacts[0].id, ann.id);
     EXPECT_EQ(contacts[2].id, zed.id);
     EXPECT_EQ(directory.GetContact(zed.id)->smtp, "z@else.example");
-    EXPECT_FALSE(directory.GetContact(alice.id));
+    EXPECT_FALSE(directory.GetContact(m_alice.id));
     EXPECT_FALSE(directory.GetUser(zed.id));
-    EXPECT_EQ(*objects.Read(zed.id).get<std::string>(kAddressType), "SMTP");
-    EXPECT_EQ(faultOf([&] { directory.AddContact("", "x@else.example"); }), Fault::Invalid);
-    EXPECT_EQ(faultOf([&] { directory.AddContact("x", ""); }), Fault::Invalid);
+    EXPECT_EQ(*m_objects.Read(zed.id).get<std::string>(kAddressType), "SMTP");
+    EXPECT_EQ(FaultOf([&] { directory.AddContact("", "x@else.example"); }), Fault::Invalid);
+    EXPECT_EQ(FaultOf([&] { directory.AddContact("x", ""); }), Fault::Invalid);
     for (const char *address : {"x", "@", "x@", "@x", "x@y@z", "x y@z", "x@y\n"}) {
-        EXPECT_EQ(faultOf([&] { directory.AddContact("x", address); }), Fault::Invalid) << address;
-        EXPECT_EQ(faultOf([&] { directory.AddUser("x", "X", address); }), Fault::Invalid) << address;
+        EXPECT_EQ(FaultOf([&] { directory.AddContact("x", address); }), Fault::Invalid) << address;
+        EXPECT_EQ(FaultOf([&] { directory.AddUser("x", "X", address); }), Fault::Invalid) << address;
     }
     EXPECT_FALSE(directory.UserByAlias("x"));
 }
 
 TEST_F(DirectoryTest, AMailboxIsOpenToItsOwnerAndToServiceAccounts)
 {
-    Directory directory(site);
+    Directory directory(m_site);
     User bob = directory.AddUser("bob", "Bob"), vm = directory.AddUser("vm", "Voicemail", {}, true);
-    EXPECT_TRUE(directory.MayOpen(alice.id, alice.mailbox));
-    EXPECT_FALSE(directory.MayOpen(bob.id, alice.mailbox));
-    EXPECT_TRUE(directory.MayOpen(vm.id, alice.mailbox));
+    EXPECT_TRUE(directory.MayOpen(m_alice.id, m_alice.mailbox));
+    EXPECT_FALSE(directory.MayOpen(bob.id, m_alice.mailbox));
+    EXPECT_TRUE(directory.MayOpen(vm.id, m_alice.mailbox));
     EXPECT_TRUE(directory.MayOpen(vm.id, vm.mailbox));
-    EXPECT_FALSE(directory.MayOpen(alice.id, vm.mailbox));
+    EXPECT_FALSE(directory.MayOpen(m_alice.id, vm.mailbox));
     EXPECT_FALSE(directory.MayOpen(vm.id, 999999));
-    EXPECT_FALSE(directory.MayOpen(999999, alice.mailbox));
+    EXPECT_FALSE(directory.MayOpen(999999, m_alice.mailbox));
 }
 
 class ProfilesTest : public SiteTest
 {
   protected:
-    Profiles profiles{site};
-    std::string defaultName() const
+    Profiles m_profiles{m_site};
+    std::string DefaultName() const
     {
-        for (const Profile &profile : profiles.List())
+        for (const Profile &profile : m_profiles.List())
             if (profile.isDefault)
                 return profile.name;
         return {};
@@ -123,80 +123,81 @@ class ProfilesTest : public SiteTest
 
 TEST_F(ProfilesTest, AreMadeRenamedAndRemoved)
 {
-    profiles.Create("Voicemail");
-    profiles.Create("another");
-    EXPECT_EQ(faultOf([&] { profiles.Create("VOICEMAIL"); }), Fault::Collision);
-    EXPECT_EQ(faultOf([&] { profiles.Create(""); }), Fault::Invalid);
-    EXPECT_EQ(profiles.Find("voicemail")->name, "Voicemail");
-    EXPECT_FALSE(profiles.Find("none"));
-    std::vector<Profile> list = profiles.List();
+    m_profiles.Create("Voicemail");
+    m_profiles.Create("another");
+    EXPECT_EQ(FaultOf([&] { m_profiles.Create("VOICEMAIL"); }), Fault::Collision);
+    EXPECT_EQ(FaultOf([&] { m_profiles.Create(""); }), Fault::Invalid);
+    EXPECT_EQ(m_profiles.Find("voicemail")->name, "Voicemail");
+    EXPECT_FALSE(m_profiles.Find("none"));
+    std::vector<Profile> list = m_profiles.List();
     ASSERT_EQ(list.size(), 2u);
     EXPECT_EQ(list[0].name, "another");
-    profiles.Rename("voicemail", "VoiceMail");
-    EXPECT_EQ(faultOf([&] { profiles.Rename("another", "voicemail"); }), Fault::Collision);
-    EXPECT_EQ(faultOf([&] { profiles.Rename("none", "x"); }), Fault::NotFound);
-    EXPECT_EQ(profiles.Find("voicemail")->name, "VoiceMail");
-    profiles.Remove("VOICEMAIL");
-    EXPECT_EQ(faultOf([&] { profiles.Remove("VoiceMail"); }), Fault::NotFound);
-    EXPECT_EQ(profiles.List().size(), 1u);
-    expectSound();
+    m_profiles.Rename("voicemail", "VoiceMail");
+    EXPECT_EQ(FaultOf([&] { m_profiles.Rename("another", "voicemail"); }), Fault::Collision);
+    EXPECT_EQ(FaultOf([&] { m_profiles.Rename("none", "x"); }), Fault::NotFound);
+    EXPECT_EQ(m_profiles.Find("voicemail")->name, "VoiceMail");
+    m_profiles.Remove("VOICEMAIL");
+    EXPECT_EQ(FaultOf([&] { m_profiles.Remove("VoiceMail"); }), Fault::NotFound);
+    EXPECT_EQ(m_profiles.List().size(), 1u);
+    ExpectSound();
 }
 
 TEST_F(ProfilesTest, HaveOneDefaultWhichIsTheFirstUntilAnotherIsChosen)
 {
-    EXPECT_EQ(defaultName(), "");
-    profiles.Create("one");
-    profiles.Create("two");
-    EXPECT_EQ(defaultName(), "one");
-    profiles.SetDefault("TWO");
-    EXPECT_EQ(defaultName(), "two");
-    EXPECT_EQ(faultOf([&] { profiles.SetDefault("none"); }), Fault::NotFound);
-    EXPECT_EQ(defaultName(), "two");
-    profiles.Remove("two");
-    EXPECT_EQ(defaultName(), "");
-    profiles.SetDefault("one");
-    profiles.SetDefault("");
-    EXPECT_EQ(defaultName(), "");
+    EXPECT_EQ(DefaultName(), "");
+    m_profiles.Create("one");
+    m_profiles.Create("two");
+    EXPECT_EQ(DefaultName(), "one");
+    m_profiles.SetDefault("TWO");
+    EXPECT_EQ(DefaultName(), "two");
+    EXPECT_EQ(FaultOf([&] { m_profiles.SetDefault("none"); }), Fault::NotFound);
+    EXPECT_EQ(DefaultName(), "two");
+    m_profiles.Remove("two");
+    EXPECT_EQ(DefaultName(), "");
+    m_profiles.SetDefault("one");
+    m_profiles.SetDefault("");
+    EXPECT_EQ(DefaultName(), "");
 }
 
 TEST_F(ProfilesTest, KeepSectionsOfProperties)
 {
-    profiles.Create("P");
-    profiles.Create("Q");
-    EXPECT_TRUE(profiles.Section("P", Guid{1}).empty());
-    profiles.ChangeSection("p", Guid{1}, {{kDisplayName, std::string("NORVIK1")}, {kSubject, std::string(20000, 's')}});
-    profiles.ChangeSection("P", Guid{1}, {{kDisplayName, std::string("NORVIK2")}}, {kSubject});
-    profiles.ChangeSection("P", Guid{2}, {{kSubject, std::string(20000, 't')}});
-    EXPECT_EQ(profiles.Section("P", Guid{1}).size(), 1u);
-    EXPECT_EQ(*profiles.Section("P", Guid{1}).get<std::string>(kDisplayName), "NORVIK2");
-    EXPECT_EQ(profiles.Section("P", Guid{2}).get<std::string>(kSubject)->size(), 20000u);
-    EXPECT_TRUE(profiles.Section("Q", Guid{1}).empty());
-    EXPECT_EQ(faultOf([&] { profiles.Section("none", Guid{1}); }), Fault::NotFound);
-    EXPECT_EQ(faultOf([&] { profiles.ChangeSection("none", Guid{1}, {}); }), Fault::NotFound);
-    profiles.Remove("P");
-    profiles.Create("P");
-    EXPECT_TRUE(profiles.Section("P", Guid{1}).empty());
-    expectSound();
+    m_profiles.Create("P");
+    m_profiles.Create("Q");
+    EXPECT_TRUE(m_profiles.Section("P", Guid{1}).empty());
+    m_profiles.ChangeSection("p", Guid{1},
+                             {{kDisplayName, std::string("NORVIK1")}, {kSubject, std::string(20000, 's')}});
+    m_profiles.ChangeSection("P", Guid{1}, {{kDisplayName, std::string("NORVIK2")}}, {kSubject});
+    m_profiles.ChangeSection("P", Guid{2}, {{kSubject, std::string(20000, 't')}});
+    EXPECT_EQ(m_profiles.Section("P", Guid{1}).size(), 1u);
+    EXPECT_EQ(*m_profiles.Section("P", Guid{1}).get<std::string>(kDisplayName), "NORVIK2");
+    EXPECT_EQ(m_profiles.Section("P", Guid{2}).get<std::string>(kSubject)->size(), 20000u);
+    EXPECT_TRUE(m_profiles.Section("Q", Guid{1}).empty());
+    EXPECT_EQ(FaultOf([&] { m_profiles.Section("none", Guid{1}); }), Fault::NotFound);
+    EXPECT_EQ(FaultOf([&] { m_profiles.ChangeSection("none", Guid{1}, {}); }), Fault::NotFound);
+    m_profiles.Remove("P");
+    m_profiles.Create("P");
+    EXPECT_TRUE(m_profiles.Section("P", Guid{1}).empty());
+    ExpectSound();
 }
 
 TEST_F(ProfilesTest, KeepServicesInTheOrderOfTheirMaking)
 {
-    profiles.Create("P");
-    profiles.AddService("P", {Guid{9}, "MSEMS", "Microsoft Exchange Server"});
-    profiles.AddService("P", {Guid{1}, "CONTAB", "Contacts"});
-    EXPECT_EQ(faultOf([&] { profiles.AddService("P", {Guid{9}, "X", "X"}); }), Fault::Collision);
-    EXPECT_EQ(faultOf([&] { profiles.AddService("none", {Guid{9}, "X", "X"}); }), Fault::NotFound);
-    profiles.ChangeSection("P", Guid{9}, {{kDisplayName, std::string("section")}});
-    std::vector<Service> services = profiles.Services("P");
+    m_profiles.Create("P");
+    m_profiles.AddService("P", {Guid{9}, "MSEMS", "Microsoft Exchange Server"});
+    m_profiles.AddService("P", {Guid{1}, "CONTAB", "Contacts"});
+    EXPECT_EQ(FaultOf([&] { m_profiles.AddService("P", {Guid{9}, "X", "X"}); }), Fault::Collision);
+    EXPECT_EQ(FaultOf([&] { m_profiles.AddService("none", {Guid{9}, "X", "X"}); }), Fault::NotFound);
+    m_profiles.ChangeSection("P", Guid{9}, {{kDisplayName, std::string("section")}});
+    std::vector<Service> services = m_profiles.Services("P");
     ASSERT_EQ(services.size(), 2u);
     EXPECT_EQ(services[0].uid, Guid{9});
     EXPECT_EQ(services[0].name, "MSEMS");
     EXPECT_EQ(services[1].displayName, "Contacts");
-    profiles.RemoveService("P", Guid{9});
-    EXPECT_TRUE(profiles.Section("P", Guid{9}).empty());
-    EXPECT_EQ(profiles.Services("P").size(), 1u);
-    EXPECT_EQ(faultOf([&] { profiles.RemoveService("P", Guid{9}); }), Fault::NotFound);
-    expectSound();
+    m_profiles.RemoveService("P", Guid{9});
+    EXPECT_TRUE(m_profiles.Section("P", Guid{9}).empty());
+    EXPECT_EQ(m_profiles.Services("P").size(), 1u);
+    EXPECT_EQ(FaultOf([&] { m_profiles.RemoveService("P", Guid{9}); }), Fault::NotFound);
+    ExpectSound();
 }
 
 } // namespace

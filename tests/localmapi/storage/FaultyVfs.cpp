@@ -11,18 +11,18 @@ namespace localmapi::storage
 namespace
 {
 
-std::atomic<WriteFault> theFault{WriteFault::None};
-std::atomic<int> theTurn{0};
-std::atomic<int> theWrites{0};
-sqlite3_vfs *theRealVfs = nullptr;
+std::atomic<WriteFault> g_fault{WriteFault::None};
+std::atomic<int> g_turn{0};
+std::atomic<int> g_writes{0};
+sqlite3_vfs *g_realVfs = nullptr;
 
-int strike()
+int Strike()
 {
-    int turn = ++theWrites;
-    WriteFault fault = theFault;
-    if (fault == WriteFault::Exit && turn == theTurn)
+    int turn = ++g_writes;
+    WriteFault fault = g_fault;
+    if (fault == WriteFault::Exit && turn == g_turn)
         std::_Exit(42); // as if killed: nothing is closed, nothing flushed
-    return fault == WriteFault::DiskFull && turn >= theTurn ? SQLITE_FULL : SQLITE_OK;
+    return fault == WriteFault::DiskFull && turn >= g_turn ? SQLITE_FULL : SQLITE_OK;
 }
 
 struct File {
@@ -30,66 +30,66 @@ struct File {
     sqlite3_file *real;
 };
 
-sqlite3_file *realOf(sqlite3_file *file)
+sqlite3_file *RealOf(sqlite3_file *file)
 {
     return reinterpret_cast<File *>(file)->real;
 }
 
-template <auto Method, class... Arguments> int forward(sqlite3_file *file, Arguments... arguments)
+template <auto Method, class... Arguments> int Forward(sqlite3_file *file, Arguments... arguments)
 {
-    sqlite3_file *real = realOf(file);
+    sqlite3_file *real = RealOf(file);
     return (real->pMethods->*Method)(real, arguments...);
 }
 
-template <auto Method, class... Arguments> int forwardWrite(sqlite3_file *file, Arguments... arguments)
+template <auto Method, class... Arguments> int ForwardWrite(sqlite3_file *file, Arguments... arguments)
 {
-    if (int fault = strike())
+    if (int fault = Strike())
         return fault;
-    return forward<Method, Arguments...>(file, arguments...);
+    return Forward<Method, Arguments...>(file, arguments...);
 }
 
 // Counted but not done: a process that ends takes nothing from the system's cache, and the tests run often.
-int sync(sqlite3_file *, int)
+int Sync(sqlite3_file *, int)
 {
-    return strike();
+    return Strike();
 }
 
 const sqlite3_io_methods kMethods = {
     3,
-    forward<&sqlite3_io_methods::xClose>,
-    forward<&sqlite3_io_methods::xRead>,
-    forwardWrite<&sqlite3_io_methods::xWrite>,
-    forwardWrite<&sqlite3_io_methods::xTruncate>,
-    sync,
-    forward<&sqlite3_io_methods::xFileSize>,
-    forward<&sqlite3_io_methods::xLock>,
-    forward<&sqlite3_io_methods::xUnlock>,
-    forward<&sqlite3_io_methods::xCheckReservedLock>,
-    forward<&sqlite3_io_methods::xFileControl>,
-    forward<&sqlite3_io_methods::xSectorSize>,
-    forward<&sqlite3_io_methods::xDeviceCharacteristics>,
-    forward<&sqlite3_io_methods::xShmMap>,
-    forward<&sqlite3_io_methods::xShmLock>,
-    [](sqlite3_file *file) { realOf(file)->pMethods->xShmBarrier(realOf(file)); },
-    forward<&sqlite3_io_methods::xShmUnmap>,
-    forward<&sqlite3_io_methods::xFetch>,
-    forward<&sqlite3_io_methods::xUnfetch>,
+    Forward<&sqlite3_io_methods::xClose>,
+    Forward<&sqlite3_io_methods::xRead>,
+    ForwardWrite<&sqlite3_io_methods::xWrite>,
+    ForwardWrite<&sqlite3_io_methods::xTruncate>,
+    Sync,
+    Forward<&sqlite3_io_methods::xFileSize>,
+    Forward<&sqlite3_io_methods::xLock>,
+    Forward<&sqlite3_io_methods::xUnlock>,
+    Forward<&sqlite3_io_methods::xCheckReservedLock>,
+    Forward<&sqlite3_io_methods::xFileControl>,
+    Forward<&sqlite3_io_methods::xSectorSize>,
+    Forward<&sqlite3_io_methods::xDeviceCharacteristics>,
+    Forward<&sqlite3_io_methods::xShmMap>,
+    Forward<&sqlite3_io_methods::xShmLock>,
+    [](sqlite3_file *file) { RealOf(file)->pMethods->xShmBarrier(RealOf(file)); },
+    Forward<&sqlite3_io_methods::xShmUnmap>,
+    Forward<&sqlite3_io_methods::xFetch>,
+    Forward<&sqlite3_io_methods::xUnfetch>,
 };
 
-int openFile(sqlite3_vfs *, const char *name, sqlite3_file *file, int flags, int *outFlags)
+int OpenFile(sqlite3_vfs *, const char *name, sqlite3_file *file, int flags, int *outFlags)
 {
     File *wrapper = new (file) File{};
     wrapper->real = reinterpret_cast<sqlite3_file *>(wrapper + 1);
-    int result = theRealVfs->xOpen(theRealVfs, name, wrapper->real, flags, outFlags);
+    int result = g_realVfs->xOpen(g_realVfs, name, wrapper->real, flags, outFlags);
     wrapper->base.pMethods = wrapper->real->pMethods ? &kMethods : nullptr;
     return result;
 }
 
-int deleteFile(sqlite3_vfs *, const char *name, int sync)
+int DeleteFile(sqlite3_vfs *, const char *name, int sync)
 {
-    if (int fault = strike())
+    if (int fault = Strike())
         return fault;
-    return theRealVfs->xDelete(theRealVfs, name, sync);
+    return g_realVfs->xDelete(g_realVfs, name, sync);
 }
 
 } // namespace
@@ -97,27 +97,27 @@ int deleteFile(sqlite3_vfs *, const char *name, int sync)
 void InstallFaultyVfs()
 {
     static sqlite3_vfs vfs;
-    theRealVfs = sqlite3_vfs_find(nullptr);
-    vfs = *theRealVfs;
+    g_realVfs = sqlite3_vfs_find(nullptr);
+    vfs = *g_realVfs;
     vfs.zName = "faulty";
     vfs.pNext = nullptr;
-    vfs.szOsFile = static_cast<int>(sizeof(File)) + theRealVfs->szOsFile;
-    vfs.xOpen = openFile;
-    vfs.xDelete = deleteFile;
+    vfs.szOsFile = static_cast<int>(sizeof(File)) + g_realVfs->szOsFile;
+    vfs.xOpen = OpenFile;
+    vfs.xDelete = DeleteFile;
     sqlite3_vfs_register(&vfs, 1);
 }
 
-void setWriteFault(WriteFault fault, int n)
+void SetWriteFault(WriteFault fault, int n)
 {
-    theFault = WriteFault::None;
-    theWrites = 0;
-    theTurn = n;
-    theFault = fault;
+    g_fault = WriteFault::None;
+    g_writes = 0;
+    g_turn = n;
+    g_fault = fault;
 }
 
-int writesSeen()
+int WritesSeen()
 {
-    return theWrites;
+    return g_writes;
 }
 
 } // namespace localmapi::storage

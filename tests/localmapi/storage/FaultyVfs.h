@@ -11,9 +11,9 @@ void InstallFaultyVfs();
 
 // The fault strikes at the n-th call from now on that writes, syncs, truncates or deletes (1 is the next one), and
 // with DiskFull at every further one too. Starts the count anew.
-void setWriteFault(WriteFault fault, int n);
+void SetWriteFault(WriteFault fault, int n);
 
 // How many such calls there were since.
-int writesSeen();
+int WritesSeen();
 
 } // namespace localmapi::storage

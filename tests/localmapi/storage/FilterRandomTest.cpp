@@ -10,7 +10,7 @@ namespace localmapi::storage
 namespace
 {
 
-std::string written(const Filter &filter)
+std::string Written(const Filter &filter)
 {
     std::ostringstream text;
     text << "{" << static_cast<int>(filter.node) << std::hex << " tag " << filter.tag << " other " << filter.otherTag
@@ -18,7 +18,7 @@ std::string written(const Filter &filter)
          << " match " << static_cast<int>(filter.match) << filter.ignoreCase << filter.ignoreNonSpace << " mask "
          << filter.mask << filter.zero << " size " << filter.size << filter.wide;
     for (const Filter &child : filter.children)
-        text << " " << written(child);
+        text << " " << Written(child);
     text << "}";
     return text.str();
 }
@@ -26,42 +26,42 @@ std::string written(const Filter &filter)
 class RandomFilters : public SiteTest
 {
   protected:
-    std::mt19937 random{20240607};
-    int pick(int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); }
+    std::mt19937 m_random{20240607};
+    int Pick(int n) { return static_cast<int>(m_random() % static_cast<unsigned>(n)); }
 
-    std::string text()
+    std::string AnyText()
     {
         static const char *const kTexts[] = {"", "a", "A", "ab", "\xc3\xa4", "\xc3\x84", "b a", "FAXmaker"};
-        return kTexts[pick(8)];
+        return kTexts[Pick(8)];
     }
-    Value single(Tag tag)
+    Value AnySingle(Tag tag)
     {
         switch (TagType(tag)) {
         case Type::Int16:
-            return static_cast<std::int16_t>(pick(4) - 1);
+            return static_cast<std::int16_t>(Pick(4) - 1);
         case Type::Int32:
-            return static_cast<std::int32_t>(pick(4) - 1);
+            return static_cast<std::int32_t>(Pick(4) - 1);
         case Type::Double:
-            return pick(4) ? pick(4) / 2.0 : std::numeric_limits<double>::quiet_NaN();
+            return Pick(4) ? Pick(4) / 2.0 : std::numeric_limits<double>::quiet_NaN();
         case Type::Text:
-            return text();
+            return AnyText();
         case Type::Binary:
-            return Bytes(static_cast<std::size_t>(pick(3)), static_cast<std::uint8_t>(pick(2)));
+            return Bytes(static_cast<std::size_t>(Pick(3)), static_cast<std::uint8_t>(Pick(2)));
         case Type::Uid:
-            return Guid{static_cast<std::uint8_t>(pick(3))};
+            return Guid{static_cast<std::uint8_t>(Pick(3))};
         default:
-            return std::int64_t{pick(3)};
+            return std::int64_t{Pick(3)};
         }
     }
-    Value value(Tag tag)
+    Value AnyValue(Tag tag)
     {
         if (!IsMultiple(tag))
-            return single(tag);
+            return AnySingle(tag);
         if (TagType(tag) == Type::Int32)
-            return std::vector<std::int32_t>(static_cast<std::size_t>(pick(3)), pick(3));
+            return std::vector<std::int32_t>(static_cast<std::size_t>(Pick(3)), Pick(3));
         if (TagType(tag) == Type::Binary)
-            return std::vector<Bytes>(static_cast<std::size_t>(pick(3)), Bytes{1});
-        return std::vector<std::string>(static_cast<std::size_t>(pick(3)), text());
+            return std::vector<Bytes>(static_cast<std::size_t>(Pick(3)), Bytes{1});
+        return std::vector<std::string>(static_cast<std::size_t>(Pick(3)), AnyText());
     }
     static constexpr Tag kTags[] = {kNumber,
                                     kOther,
@@ -80,55 +80,55 @@ class RandomFilters : public SiteTest
                                     kMessageFlags,
                                     kClientSubmitTime,
                                     kMessageDeliveryTime};
-    Tag anyTag() { return kTags[pick(std::size(kTags))]; }
+    Tag AnyTag() { return kTags[Pick(std::size(kTags))]; }
 
-    PropertyBag row()
+    PropertyBag AnyRow()
     {
         PropertyBag bag;
         for (Tag tag : kTags)
-            if (pick(2))
-                bag.Set(tag, tag == kMessageFlags ? Value(std::int32_t{pick(4)}) : value(tag));
-        if (pick(6) == 0)
-            bag.Set(kBody, std::string(10000, 'A') + text());
+            if (Pick(2))
+                bag.Set(tag, tag == kMessageFlags ? Value(std::int32_t{Pick(4)}) : AnyValue(tag));
+        if (Pick(6) == 0)
+            bag.Set(kBody, std::string(10000, 'A') + AnyText());
         return bag;
     }
 
-    Filter leaf()
+    Filter AnyLeaf()
     {
-        Tag tag = anyTag();
-        Relation relation = kRelations[pick(6)];
-        switch (pick(7)) {
+        Tag tag = AnyTag();
+        Relation relation = kRelations[Pick(6)];
+        switch (Pick(7)) {
         case 0:
             return Filter::Exists(tag);
         case 1:
-            return Filter::ByteSize(tag, relation, static_cast<std::uint64_t>(pick(6)), pick(2) != 0);
+            return Filter::ByteSize(tag, relation, static_cast<std::uint64_t>(Pick(6)), Pick(2) != 0);
         case 2:
-            return Filter::Bits(pick(2) ? kMessageFlags : kNumber, static_cast<std::uint32_t>(pick(4)), pick(2) != 0);
+            return Filter::Bits(Pick(2) ? kMessageFlags : kNumber, static_cast<std::uint32_t>(Pick(4)), Pick(2) != 0);
         case 3: {
             constexpr Tag kPairs[][2] = {{kNumber, kOther}, {kNumber, kMessageFlags},   {kImportance, kMessageFlags},
                                          {kNote, kBody},    {kWhen, kClientSubmitTime}, {kNote, kMessageClass}};
-            auto &pair = kPairs[pick(6)];
+            auto &pair = kPairs[Pick(6)];
             return Filter::CompareProperties(pair[0], relation, pair[1]);
         }
         case 4:
         case 5:
             if (TagType(tag) == Type::Text || TagType(tag) == Type::Binary)
-                return Filter::Content(tag, static_cast<M>(pick(4)), single(tag), pick(2) != 0, pick(2) != 0);
+                return Filter::Content(tag, static_cast<M>(Pick(4)), AnySingle(tag), Pick(2) != 0, Pick(2) != 0);
             [[fallthrough]];
         default:
-            return Filter::Compare(tag, relation, single(tag));
+            return Filter::Compare(tag, relation, AnySingle(tag));
         }
     }
-    Filter filter(int depth)
+    Filter AnyFilter(int depth)
     {
-        if (depth == 0 || pick(3) == 0)
-            return leaf();
-        if (pick(4) == 0)
-            return Filter::Negate(filter(depth - 1));
+        if (depth == 0 || Pick(3) == 0)
+            return AnyLeaf();
+        if (Pick(4) == 0)
+            return Filter::Negate(AnyFilter(depth - 1));
         std::vector<Filter> children;
-        for (int i = pick(4); i > 0; --i)
-            children.push_back(filter(depth - 1));
-        return pick(2) ? Filter::All(std::move(children)) : Filter::Any(std::move(children));
+        for (int i = Pick(4); i > 0; --i)
+            children.push_back(AnyFilter(depth - 1));
+        return Pick(2) ? Filter::All(std::move(children)) : Filter::Any(std::move(children));
     }
 };
 
@@ -136,27 +136,27 @@ TEST_F(RandomFilters, MeanTheSameInTheFileAsInMemory)
 {
     std::vector<NewMessage> messages;
     for (int i = 0; i < 150; ++i)
-        messages.push_back({box.inbox, {{row(), {}}, {}, {}}});
-    std::vector<ObjectId> ids = objects.CreateMessages(messages);
+        messages.push_back({m_box.inbox, {{AnyRow(), {}}, {}, {}}});
+    std::vector<ObjectId> ids = m_objects.CreateMessages(messages);
     std::vector<PropertyBag> rows;
     for (ObjectId id : ids)
-        rows.push_back(objects.ReadUpTo(id, UINT64_MAX));
+        rows.push_back(m_objects.ReadUpTo(id, UINT64_MAX));
     for (int round = 0; round < 1200; ++round) {
-        Filter one = filter(round < 400 ? 0 : 4);
+        Filter one = AnyFilter(round < 400 ? 0 : 4);
         std::vector<ObjectId> expected;
         for (std::size_t i = 0; i < ids.size(); ++i)
             if (Matches(one, rows[i]))
                 expected.push_back(ids[i]);
-        View indexed(site, inbox(), one), sorted(site, inbox(), one, {{kObjectId}});
+        View indexed(m_site, Inbox(), one), sorted(m_site, Inbox(), one, {{kObjectId}});
         std::vector<ObjectId> inOrder, byTime;
         for (const Row &found : sorted.Read(Place::Beginning(), Direction::Forward, 1000, {}))
             inOrder.push_back(found.id);
         for (const Row &found : indexed.Read(Place::Beginning(), Direction::Forward, 1000, {}))
             byTime.push_back(found.id);
         std::sort(byTime.begin(), byTime.end());
-        ASSERT_EQ(inOrder, expected) << "round " << round << ": " << written(one);
-        ASSERT_EQ(byTime, expected) << "round " << round << ": " << written(one);
-        ASSERT_EQ(indexed.Count(), expected.size()) << "round " << round << ": " << written(one);
+        ASSERT_EQ(inOrder, expected) << "round " << round << ": " << Written(one);
+        ASSERT_EQ(byTime, expected) << "round " << round << ": " << Written(one);
+        ASSERT_EQ(indexed.Count(), expected.size()) << "round " << round << ": " << Written(one);
     }
 }
 

@@ -4,7 +4,7 @@
 namespace localmapi::storage
 {
 
-std::string utf8(const std::filesystem::path &path)
+std::string Utf8(const std::filesystem::path &path)
 {
     std::u8string text = path.u8string();
     return std::string(text.begin(), text.end());
@@ -24,20 +24,20 @@ Folder::~Folder()
     std::filesystem::remove_all(m_path, ignored);
 }
 
-std::string Folder::file(const std::string &name) const
+std::string Folder::File(const std::string &name) const
 {
-    return utf8(m_path / name);
+    return Utf8(m_path / name);
 }
 
 SiteTest::SiteTest()
-    : site(Site::Create(folder.file("site.db"), "NORVIK1", "Norvik")), objects(site),
-      alice(Directory(site).AddUser("alice", "Alice Archer")), box(Directory(site).GetMailbox(alice.mailbox))
+    : m_site(Site::Create(m_folder.File("site.db"), "NORVIK1", "Norvik")), m_objects(m_site),
+      m_alice(Directory(m_site).AddUser("alice", "Alice Archer")), m_box(Directory(m_site).GetMailbox(m_alice.mailbox))
 {
 }
 
 SiteTest::~SiteTest() = default;
 
-MessageChanges SiteTest::message(const std::string &subject, const PropertyBag &more)
+MessageChanges SiteTest::MakeMessage(const std::string &subject, const PropertyBag &more)
 {
     MessageChanges content;
     content.properties.set = {{kMessageClass, std::string("IPM.Note")}, {kSubject, subject}};
@@ -46,23 +46,23 @@ MessageChanges SiteTest::message(const std::string &subject, const PropertyBag &
     return content;
 }
 
-ObjectId SiteTest::add(const std::string &subject, const PropertyBag &more)
+ObjectId SiteTest::Add(const std::string &subject, const PropertyBag &more)
 {
-    return objects.CreateMessage(box.inbox, message(subject, more));
+    return m_objects.CreateMessage(m_box.inbox, MakeMessage(subject, more));
 }
 
-std::vector<std::string> SiteTest::subjects(const View &view) const
+std::vector<std::string> SiteTest::SubjectsIn(const View &view) const
 {
-    return subjectsOf(view.Read(Place::Beginning(), Direction::Forward, 1000, {kSubject}));
+    return SubjectsOf(view.Read(Place::Beginning(), Direction::Forward, 1000, {kSubject}));
 }
 
-void SiteTest::expectSound() const
+void SiteTest::ExpectSound() const
 {
-    for (const Finding &finding : Check(site, false))
+    for (const Finding &finding : Check(m_site, false))
         ADD_FAILURE() << finding.text;
 }
 
-std::vector<std::string> subjectsOf(const std::vector<Row> &rows)
+std::vector<std::string> SubjectsOf(const std::vector<Row> &rows)
 {
     std::vector<std::string> subjects;
     for (const Row &row : rows) {
@@ -72,7 +72,7 @@ std::vector<std::string> subjectsOf(const std::vector<Row> &rows)
     return subjects;
 }
 
-std::optional<Fault> faultOf(const std::function<void()> &work)
+std::optional<Fault> FaultOf(const std::function<void()> &work)
 {
     try {
         work();

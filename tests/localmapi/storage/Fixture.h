@@ -29,14 +29,14 @@ class Folder
   public:
     Folder();
     ~Folder();
-    std::string file(const std::string &name) const;
+    std::string File(const std::string &name) const;
 
   private:
     std::filesystem::path m_path;
 };
 
 // UTF-8 as the storage layer takes it.
-std::string utf8(const std::filesystem::path &path);
+std::string Utf8(const std::filesystem::path &path);
 
 class SiteTest : public testing::Test
 {
@@ -45,22 +45,22 @@ class SiteTest : public testing::Test
     ~SiteTest() override;
 
     // A message of these properties, with what a message always has.
-    static MessageChanges message(const std::string &subject, const PropertyBag &more = {});
-    ObjectId add(const std::string &subject, const PropertyBag &more = {});
-    Container inbox() const { return {Container::Kind::Contents, box.inbox}; }
-    std::vector<std::string> subjects(const View &view) const;
-    void expectSound() const; // Check() has nothing to say
+    static MessageChanges MakeMessage(const std::string &subject, const PropertyBag &more = {});
+    ObjectId Add(const std::string &subject, const PropertyBag &more = {});
+    Container Inbox() const { return {Container::Kind::Contents, m_box.inbox}; }
+    std::vector<std::string> SubjectsIn(const View &view) const;
+    void ExpectSound() const; // Check() has nothing to say
 
-    Folder folder;
-    Site site;
-    Objects objects;
-    User alice;
-    Mailbox box;
+    Folder m_folder;
+    Site m_site;
+    Objects m_objects;
+    User m_alice;
+    Mailbox m_box;
 };
 
-std::vector<std::string> subjectsOf(const std::vector<Row> &rows);
+std::vector<std::string> SubjectsOf(const std::vector<Row> &rows);
 
 // The fault of what `work` throws; nothing when it doesn't.
-std::optional<Fault> faultOf(const std::function<void()> &work);
+std::optional<Fault> FaultOf(const std::function<void()> &work);
 
 } // namespace localmapi::storage

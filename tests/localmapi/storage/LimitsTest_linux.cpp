@@ -39,17 +39,17 @@ class Room
 
 TEST_F(SiteTest, AFileThatMayNotGrowIsFullAndKeepsWhatItHas)
 {
-    add("before");
+    Add("before");
     std::optional<Fault> fault;
     {
         const Room room(512 * 1024);
-        fault = faultOf([&] { add("big", {{kAttachData, Bytes(4 << 20)}}); });
+        fault = FaultOf([&] { Add("big", {{kAttachData, Bytes(4 << 20)}}); });
     }
     EXPECT_EQ(fault, Fault::Full);
-    EXPECT_EQ(subjects(View(site, inbox())), (std::vector<std::string>{"before"}));
-    add("after", {{kAttachData, Bytes(4 << 20)}});
-    EXPECT_EQ(View(site, inbox()).Count(), 2u);
-    expectSound();
+    EXPECT_EQ(SubjectsIn(View(m_site, Inbox())), (std::vector<std::string>{"before"}));
+    Add("after", {{kAttachData, Bytes(4 << 20)}});
+    EXPECT_EQ(View(m_site, Inbox()).Count(), 2u);
+    ExpectSound();
 }
 
 // What is written in pieces lies in a file of its own meanwhile.
@@ -67,7 +67,7 @@ TEST(SpoolsWithoutRoom, LoseNothingAndGoOnOnceThereIsRoom)
         for (std::uint64_t number = 0; number < kBlocks; ++number) {
             const auto bytes = block(number, time);
             const Room room(number * 50000 + time * 300000);
-            const auto fault = faultOf([&] { spool.Write(number * kBlock, bytes.data(), bytes.size()); });
+            const auto fault = FaultOf([&] { spool.Write(number * kBlock, bytes.data(), bytes.size()); });
             if (!fault)
                 continue;
             EXPECT_EQ(fault, Fault::Full);
@@ -87,14 +87,14 @@ TEST(SpoolsWithoutRoom, LoseNothingAndGoOnOnceThereIsRoom)
 
 TEST_F(SiteTest, AFileThatMayNotBeWrittenIsRefusedForWriting)
 {
-    ASSERT_EQ(chmod(site.Path().c_str(), 0444), 0);
+    ASSERT_EQ(chmod(m_site.Path().c_str(), 0444), 0);
     pid_t child = fork(); // as somebody without rights
     ASSERT_GE(child, 0);
     if (child == 0) {
         if (geteuid() == 0 && setuid(65534) != 0)
             _exit(1);
         try {
-            Site::Open(site.Path());
+            Site::Open(m_site.Path());
             _exit(2);
         } catch (const Error &error) {
             _exit(error.GetFault() == Fault::NoAccess ? 0 : 3);

@@ -5,9 +5,9 @@
 namespace localmapi::storage
 {
 
-std::uint64_t memoryInUse();
+std::uint64_t MemoryInUse();
 // The most there was at once since forgetPeak().
-std::uint64_t memoryPeak();
-void forgetPeak();
+std::uint64_t MemoryPeak();
+void ForgetPeak();
 
 } // namespace localmapi::storage

@@ -14,8 +14,8 @@ class Process
     ~Process(); // kills it if it still runs
     Process(const Process &) = delete;
     Process &operator=(const Process &) = delete;
-    int wait(); // its exit status; some other number than it gives itself when it was killed
-    void kill();
+    int Wait(); // its exit status; some other number than it gives itself when it was killed
+    void Kill();
 
   private:
     struct Impl;

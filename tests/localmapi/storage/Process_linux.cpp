@@ -27,11 +27,11 @@ Process::Process(const std::string &program, const std::vector<std::string> &arg
 
 Process::~Process()
 {
-    kill();
-    wait();
+    Kill();
+    Wait();
 }
 
-int Process::wait()
+int Process::Wait()
 {
     if (!m_impl->ended) {
         waitpid(m_impl->id, &m_impl->status, 0);
@@ -40,7 +40,7 @@ int Process::wait()
     return WIFEXITED(m_impl->status) ? WEXITSTATUS(m_impl->status) : -WTERMSIG(m_impl->status);
 }
 
-void Process::kill()
+void Process::Kill()
 {
     if (!m_impl->ended)
         ::kill(m_impl->id, SIGKILL);

@@ -40,12 +40,12 @@ Process::Process(const std::string &program, const std::vector<std::string> &arg
 
 Process::~Process()
 {
-    kill();
-    wait();
+    Kill();
+    Wait();
     CloseHandle(m_impl->handle);
 }
 
-int Process::wait()
+int Process::Wait()
 {
     WaitForSingleObject(m_impl->handle, INFINITE);
     DWORD status = 0;
@@ -53,7 +53,7 @@ int Process::wait()
     return static_cast<int>(status);
 }
 
-void Process::kill()
+void Process::Kill()
 {
     TerminateProcess(m_impl->handle, 137);
 }

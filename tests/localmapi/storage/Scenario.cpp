@@ -8,12 +8,12 @@ namespace localmapi::storage
 namespace
 {
 
-Mailbox boxOf(Site site, const std::string &alias)
+Mailbox BoxOf(Site site, const std::string &alias)
 {
     return Directory(site).GetMailbox(Directory(site).UserByAlias(alias).value().mailbox);
 }
 
-MessageChanges mail(const std::string &subject, std::size_t data = 0)
+MessageChanges MakeMail(const std::string &subject, std::size_t data = 0)
 {
     MessageChanges content;
     content.properties.set = {{kMessageClass, std::string("IPM.Note")},
@@ -27,7 +27,7 @@ MessageChanges mail(const std::string &subject, std::size_t data = 0)
 }
 
 // The messages of a folder, in their order.
-std::vector<ObjectId> messagesIn(Site site, ObjectId folder)
+std::vector<ObjectId> MessagesIn(Site site, ObjectId folder)
 {
     std::vector<ObjectId> ids;
     View view(site, {Container::Kind::Contents, folder});
@@ -36,7 +36,7 @@ std::vector<ObjectId> messagesIn(Site site, ObjectId folder)
     return ids;
 }
 
-std::string written(const Value &value)
+std::string Written(const Value &value)
 {
     if (auto stream = std::get_if<StoredStream>(&value))
         return "stream of " + std::to_string(stream->size);
@@ -47,50 +47,50 @@ std::string written(const Value &value)
     return testing::PrintToString(value);
 }
 
-void write(std::ostream &text, const PropertyBag &bag)
+void Write(std::ostream &text, const PropertyBag &bag)
 {
     for (const Property &property : bag)
         if (property.tag != kChangeNumber && property.tag != kCreationTime && property.tag != kLastModificationTime)
-            text << " " << std::hex << property.tag << std::dec << "=" << written(property.value);
+            text << " " << std::hex << property.tag << std::dec << "=" << Written(property.value);
     text << "\n";
 }
 
-void writeFolder(std::ostream &text, Site site, ObjectId folder, const std::string &indent)
+void WriteFolder(std::ostream &text, Site site, ObjectId folder, const std::string &indent)
 {
     Objects objects(site);
     text << indent << "folder";
-    write(text, objects.Read(folder));
-    for (ObjectId id : messagesIn(site, folder)) {
+    Write(text, objects.Read(folder));
+    for (ObjectId id : MessagesIn(site, folder)) {
         text << indent << " message";
-        write(text, objects.Read(id));
+        Write(text, objects.Read(id));
         for (const PropertyBag &recipient : objects.Recipients(id))
-            write(text << indent << "  to", recipient);
+            Write(text << indent << "  to", recipient);
         for (const ObjectInfo &attachment : objects.Attachments(id))
-            write(text << indent << "  attachment", objects.Read(attachment.id));
+            Write(text << indent << "  attachment", objects.Read(attachment.id));
     }
     View folders(site, {Container::Kind::Folders, folder});
     for (const Row &row : folders.Read(Place::Beginning(), Direction::Forward, 1000, {}))
-        writeFolder(text, site, row.id, indent + " ");
+        WriteFolder(text, site, row.id, indent + " ");
 }
 
 } // namespace
 
-void makeScenarioSite(const std::string &path)
+void MakeScenarioSite(const std::string &path)
 {
     Site site = Site::Create(path, "NORVIK1", "Norvik");
     Directory(site).AddUser("alice", "Alice Archer");
-    Mailbox box = boxOf(site, "alice");
+    Mailbox box = BoxOf(site, "alice");
     Objects(site).CreateMessages(
-        {{box.inbox, mail("one")}, {box.inbox, mail("two!", 300000)}, {box.inbox, mail("three")}});
+        {{box.inbox, MakeMail("one")}, {box.inbox, MakeMail("two!", 300000)}, {box.inbox, MakeMail("three")}});
 }
 
 const std::vector<Step> &ScenarioSteps()
 {
     static const std::vector<Step> kSteps = {
-        [](Site site) { Objects(site).CreateMessage(boxOf(site, "alice").inbox, mail("new mail", 400000)); },
+        [](Site site) { Objects(site).CreateMessage(BoxOf(site, "alice").inbox, MakeMail("new mail", 400000)); },
         [](Site site) {
-            ObjectId inbox = boxOf(site, "alice").inbox;
-            Objects(site).SetRead({messagesIn(site, inbox).at(0), messagesIn(site, inbox).at(1)}, true);
+            ObjectId inbox = BoxOf(site, "alice").inbox;
+            Objects(site).SetRead({MessagesIn(site, inbox).at(0), MessagesIn(site, inbox).at(1)}, true);
         },
         [](Site site) {
             MessageChanges changes;
@@ -98,24 +98,24 @@ const std::vector<Step> &ScenarioSteps()
             changes.properties.remove = {kSubject};
             changes.recipients = std::vector<PropertyBag>{};
             changes.attachments = {{3, false, {{{kAttachData, Bytes(9000)}}, {}}, nullptr}};
-            Objects(site).ChangeMessage(messagesIn(site, boxOf(site, "alice").inbox).at(2), changes);
+            Objects(site).ChangeMessage(MessagesIn(site, BoxOf(site, "alice").inbox).at(2), changes);
         },
         [](Site site) {
-            Mailbox box = boxOf(site, "alice");
-            Objects(site).MoveMessages(messagesIn(site, box.inbox), box.deletedItems);
+            Mailbox box = BoxOf(site, "alice");
+            Objects(site).MoveMessages(MessagesIn(site, box.inbox), box.deletedItems);
         },
         [](Site site) { Directory(site).AddUser("bob", "Bob Baker"); },
         [](Site site) {
-            Mailbox box = boxOf(site, "alice");
-            std::vector<ObjectId> ids = messagesIn(site, box.deletedItems);
-            Objects(site).CopyMessages(ids, boxOf(site, "bob").inbox);
+            Mailbox box = BoxOf(site, "alice");
+            std::vector<ObjectId> ids = MessagesIn(site, box.deletedItems);
+            Objects(site).CopyMessages(ids, BoxOf(site, "bob").inbox);
         },
         // A message that was not saved before is sent: to two Inboxes, with a copy and a report that holds it.
         [](Site site) {
-            Mailbox alice = boxOf(site, "alice"), bob = boxOf(site, "bob");
+            Mailbox alice = BoxOf(site, "alice"), bob = BoxOf(site, "bob");
             Dispatch sent;
-            sent.content = mail("sent", 300000);
-            MessageChanges report = mail("report");
+            sent.content = MakeMail("sent", 300000);
+            MessageChanges report = MakeMail("report");
             report.attachments = {{0, false, {{{kAttachName, std::string("sent")}}, {}}, nullptr}};
             sent.destinations = {{alice.inbox, {}, report}, {bob.inbox, {}, {}}, {alice.inbox, {}, {}}};
             sent.destinations.push_back({alice.sentItems, {}, {}});
@@ -123,9 +123,9 @@ const std::vector<Step> &ScenarioSteps()
         },
         // One that was: it moves on, and a copy arrives.
         [](Site site) {
-            Mailbox alice = boxOf(site, "alice"), bob = boxOf(site, "bob");
+            Mailbox alice = BoxOf(site, "alice"), bob = BoxOf(site, "bob");
             Dispatch forwarded;
-            forwarded.message = messagesIn(site, alice.sentItems).at(0);
+            forwarded.message = MessagesIn(site, alice.sentItems).at(0);
             forwarded.content.properties.set.Set(kSubject, std::string("forwarded"));
             forwarded.destinations = {{bob.inbox, {}, {}}, {alice.deletedItems, {}, {}}};
             forwarded.destinations[0].changes.properties.set.Set(kMessageFlags, std::int32_t{0});
@@ -135,26 +135,26 @@ const std::vector<Step> &ScenarioSteps()
         [](Site site) {
             Profiles(site).ChangeSection("Voicemail", Guid{1}, {{kDisplayName, std::string("NORVIK1")}});
         },
-        [](Site site) { Objects(site).RemoveAllMessages(boxOf(site, "alice").deletedItems); },
+        [](Site site) { Objects(site).RemoveAllMessages(BoxOf(site, "alice").deletedItems); },
         [](Site site) {
-            Objects(site).CreateFolder(boxOf(site, "bob").inbox, {{kDisplayName, std::string("Old")}});
+            Objects(site).CreateFolder(BoxOf(site, "bob").inbox, {{kDisplayName, std::string("Old")}});
         },
-        [](Site site) { Objects(site).SetAllRead(boxOf(site, "bob").inbox, true); },
+        [](Site site) { Objects(site).SetAllRead(BoxOf(site, "bob").inbox, true); },
         [](Site site) { Profiles(site).Remove("Voicemail"); },
     };
     return kSteps;
 }
 
-std::string stateOf(Site site)
+std::string StateOf(Site site)
 {
     std::ostringstream text;
     for (const User &user : Directory(site).Users()) {
         text << "user " << user.alias << "\n";
-        writeFolder(text, site, Directory(site).GetMailbox(user.mailbox).root, " ");
+        WriteFolder(text, site, Directory(site).GetMailbox(user.mailbox).root, " ");
     }
     for (const Profile &profile : Profiles(site).List()) {
         text << "profile " << profile.name << profile.isDefault;
-        write(text, Profiles(site).Section(profile.name, Guid{1}));
+        Write(text, Profiles(site).Section(profile.name, Guid{1}));
     }
     return text.str();
 }

@@ -6,12 +6,12 @@ namespace localmapi::storage
 {
 
 // A site with a user and some messages in it, for the steps to begin with.
-void makeScenarioSite(const std::string &path);
+void MakeScenarioSite(const std::string &path);
 
 using Step = std::function<void(Site)>;
 const std::vector<Step> &ScenarioSteps();
 
 // Everything in the site but times and numbers of changes.
-std::string stateOf(Site site);
+std::string StateOf(Site site);
 
 } // namespace localmapi::storage

@@ -14,20 +14,20 @@ namespace
 
 namespace fs = std::filesystem;
 
-fs::path pathOf(const std::string &utf8Path)
+fs::path PathOf(const std::string &utf8Path)
 {
     return fs::path(std::u8string(utf8Path.begin(), utf8Path.end()));
 }
 
-std::string contentOf(const std::string &path)
+std::string ContentOf(const std::string &path)
 {
-    std::ifstream file(pathOf(path), std::ios::binary);
+    std::ifstream file(PathOf(path), std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-void writeFile(const std::string &path, const std::string &content)
+void WriteFile(const std::string &path, const std::string &content)
 {
-    std::ofstream(pathOf(path), std::ios::binary) << content;
+    std::ofstream(PathOf(path), std::ios::binary) << content;
 }
 
 class Raw // the file as SQLite sees it
@@ -35,7 +35,7 @@ class Raw // the file as SQLite sees it
   public:
     explicit Raw(const std::string &path) { EXPECT_EQ(sqlite3_open(path.c_str(), &m_handle), SQLITE_OK); }
     ~Raw() { sqlite3_close(m_handle); }
-    void execute(const char *sql)
+    void Execute(const char *sql)
     {
         EXPECT_EQ(sqlite3_exec(m_handle, sql, nullptr, nullptr, nullptr), SQLITE_OK) << sql;
     }
@@ -79,10 +79,10 @@ class SeesWaiting
 
 struct Sites : testing::Test {
     Folder folder;
-    std::string path = folder.file("site.db");
-    static std::optional<Fault> opening(const std::string &file)
+    std::string path = folder.File("site.db");
+    static std::optional<Fault> Opening(const std::string &file)
     {
-        return faultOf([&] { Site::Open(file); });
+        return FaultOf([&] { Site::Open(file); });
     }
 };
 
@@ -93,71 +93,71 @@ TEST_F(Sites, AreMadeAndOpenedAgain)
     EXPECT_EQ(opened.server, "NORVIK1");
     EXPECT_EQ(opened.organization, "Norvik");
     EXPECT_EQ(opened.uid, made.uid);
-    EXPECT_NE(Site::Create(folder.file("other.db"), "NORVIK1", "Norvik").Info().uid, made.uid);
-    EXPECT_FALSE(fs::exists(pathOf(path + "-wal"))); // closed cleanly: one file
+    EXPECT_NE(Site::Create(folder.File("other.db"), "NORVIK1", "Norvik").Info().uid, made.uid);
+    EXPECT_FALSE(fs::exists(PathOf(path + "-wal"))); // closed cleanly: one file
 }
 
 TEST_F(Sites, HaveAnyPath)
 {
     for (const char *name : {"with blank.db", "caf\xc3\xa9.db", "\xe6\x97\xa5\xe6\x9c\xac.db", "%41.db", "a'b.db"}) {
-        std::string file = folder.file(name);
+        std::string file = folder.File(name);
         Site::Create(file, "S", "O");
-        EXPECT_TRUE(fs::exists(pathOf(file))) << name;
+        EXPECT_TRUE(fs::exists(PathOf(file))) << name;
         EXPECT_EQ(Site::Open(file).Info().server, "S") << name;
     }
 }
 
 TEST_F(Sites, AreNotMadeOverAnythingThatIsThere)
 {
-    writeFile(path, "precious");
-    EXPECT_EQ(faultOf([&] { Site::Create(path, "S", "O"); }), Fault::Collision);
-    EXPECT_EQ(contentOf(path), "precious");
-    std::string site = folder.file("site2.db");
+    WriteFile(path, "precious");
+    EXPECT_EQ(FaultOf([&] { Site::Create(path, "S", "O"); }), Fault::Collision);
+    EXPECT_EQ(ContentOf(path), "precious");
+    std::string site = folder.File("site2.db");
     Site::Create(site, "S", "O");
-    EXPECT_EQ(faultOf([&] { Site::Create(site, "T", "P"); }), Fault::Collision);
+    EXPECT_EQ(FaultOf([&] { Site::Create(site, "T", "P"); }), Fault::Collision);
     EXPECT_EQ(Site::Open(site).Info().server, "S");
 }
 
 TEST_F(Sites, ThatCannotBeMadeAreNotThere)
 {
-    EXPECT_EQ(faultOf([&] { Site::Create(path, "", "O"); }), Fault::Invalid);
-    EXPECT_EQ(faultOf([&] { Site::Create(path, "S", ""); }), Fault::Invalid);
+    EXPECT_EQ(FaultOf([&] { Site::Create(path, "", "O"); }), Fault::Invalid);
+    EXPECT_EQ(FaultOf([&] { Site::Create(path, "S", ""); }), Fault::Invalid);
     for (const char *name : {"S/T", "S=T", "/"}) { // they are parts of distinguished names
-        EXPECT_EQ(faultOf([&] { Site::Create(path, name, "O"); }), Fault::Invalid) << name;
-        EXPECT_EQ(faultOf([&] { Site::Create(path, "S", name); }), Fault::Invalid) << name;
+        EXPECT_EQ(FaultOf([&] { Site::Create(path, name, "O"); }), Fault::Invalid) << name;
+        EXPECT_EQ(FaultOf([&] { Site::Create(path, "S", name); }), Fault::Invalid) << name;
     }
-    EXPECT_FALSE(fs::exists(pathOf(path)));
-    EXPECT_EQ(faultOf([&] { Site::Create(folder.file("no/such/folder.db"), "S", "O"); }), Fault::NoAccess);
+    EXPECT_FALSE(fs::exists(PathOf(path)));
+    EXPECT_EQ(FaultOf([&] { Site::Create(folder.File("no/such/folder.db"), "S", "O"); }), Fault::NoAccess);
 }
 
 TEST_F(Sites, ThatAreNotThereAreNotFoundAndNotMade)
 {
-    EXPECT_EQ(opening(path), Fault::NotFound);
-    EXPECT_FALSE(fs::exists(pathOf(path)));
+    EXPECT_EQ(Opening(path), Fault::NotFound);
+    EXPECT_FALSE(fs::exists(PathOf(path)));
 }
 
 TEST_F(Sites, OfOthersAreRefusedAndLeftAsTheyAre)
 {
-    std::string database = folder.file("database.db");
-    Raw(database).execute("PRAGMA application_id = 12345; CREATE TABLE site (x); INSERT INTO site VALUES (1)");
-    std::string plain = folder.file("plain.db");
-    Raw(plain).execute("CREATE TABLE t (x)");
-    writeFile(folder.file("empty"), "");
-    writeFile(folder.file("text"), std::string(5000, 't'));
-    writeFile(folder.file("short"), "SQLite format 3");
-    for (const std::string &file : {database, plain, folder.file("empty"), folder.file("text"), folder.file("short")}) {
-        std::string before = contentOf(file);
-        EXPECT_EQ(opening(file), Fault::NotASite) << file;
-        EXPECT_EQ(contentOf(file), before) << file;
-        EXPECT_FALSE(fs::exists(pathOf(file + "-wal"))) << file;
+    std::string database = folder.File("database.db");
+    Raw(database).Execute("PRAGMA application_id = 12345; CREATE TABLE site (x); INSERT INTO site VALUES (1)");
+    std::string plain = folder.File("plain.db");
+    Raw(plain).Execute("CREATE TABLE t (x)");
+    WriteFile(folder.File("empty"), "");
+    WriteFile(folder.File("text"), std::string(5000, 't'));
+    WriteFile(folder.File("short"), "SQLite format 3");
+    for (const std::string &file : {database, plain, folder.File("empty"), folder.File("text"), folder.File("short")}) {
+        std::string before = ContentOf(file);
+        EXPECT_EQ(Opening(file), Fault::NotASite) << file;
+        EXPECT_EQ(ContentOf(file), before) << file;
+        EXPECT_FALSE(fs::exists(PathOf(file + "-wal"))) << file;
     }
 }
 
 TEST_F(Sites, OfANewerVersionAreRefusedAndLeftAsTheyAre)
 {
     Site::Create(path, "S", "O");
-    Raw(path).execute("PRAGMA user_version = 3");
-    std::string before = contentOf(path);
+    Raw(path).Execute("PRAGMA user_version = 3");
+    std::string before = ContentOf(path);
     try {
         Site::Open(path);
         FAIL();
@@ -165,11 +165,11 @@ TEST_F(Sites, OfANewerVersionAreRefusedAndLeftAsTheyAre)
         EXPECT_EQ(error.GetFault(), Fault::TooNew);
         EXPECT_THAT(error.what(), testing::HasSubstr("newer version"));
     }
-    EXPECT_EQ(contentOf(path), before);
-    Raw(path).execute("PRAGMA user_version = 2");
-    EXPECT_FALSE(opening(path));
-    Raw(path).execute("PRAGMA user_version = 0");
-    EXPECT_EQ(opening(path), Fault::NotASite);
+    EXPECT_EQ(ContentOf(path), before);
+    Raw(path).Execute("PRAGMA user_version = 2");
+    EXPECT_FALSE(Opening(path));
+    Raw(path).Execute("PRAGMA user_version = 0");
+    EXPECT_EQ(Opening(path), Fault::NotASite);
 }
 
 TEST_F(Sites, OpenedForReadingAreReadAndNothingElse)
@@ -180,9 +180,9 @@ TEST_F(Sites, OpenedForReadingAreReadAndNothingElse)
     options.readOnly = true;
     Site site = Site::Open(path, options);
     EXPECT_EQ(Directory(site).Users().size(), 1u);
-    EXPECT_EQ(faultOf([&] { Directory(site).AddUser("bob", "Bob"); }), Fault::NoAccess);
+    EXPECT_EQ(FaultOf([&] { Directory(site).AddUser("bob", "Bob"); }), Fault::NoAccess);
     EXPECT_TRUE(Check(site, false).empty());
-    EXPECT_EQ(faultOf([&] { Check(site, true); }), Fault::NoAccess);
+    EXPECT_EQ(FaultOf([&] { Check(site, true); }), Fault::NoAccess);
     Directory(writable).AddUser("carol", "Carol"); // is seen at once
     EXPECT_EQ(Directory(site).Users().size(), 2u);
     EXPECT_TRUE(Directory(site).MayOpen(user.id, user.mailbox));
@@ -195,10 +195,10 @@ TEST_F(Sites, HeldByAnotherWriterAreBusyAfterTheTimeout)
     options.busyTimeoutMs = 50;
     Site site = Site::Open(path, options);
     Raw other(path);
-    other.execute("BEGIN IMMEDIATE; UPDATE site SET change = change + 1");
-    EXPECT_EQ(faultOf([&] { Profiles(site).Create("P"); }), Fault::Busy);
+    other.Execute("BEGIN IMMEDIATE; UPDATE site SET change = change + 1");
+    EXPECT_EQ(FaultOf([&] { Profiles(site).Create("P"); }), Fault::Busy);
     EXPECT_TRUE(Profiles(site).List().empty()); // readers do not wait
-    other.execute("ROLLBACK");
+    other.Execute("ROLLBACK");
     Profiles(site).Create("P");
     EXPECT_EQ(Profiles(site).List().size(), 1u);
 }
@@ -208,10 +208,10 @@ TEST_F(Sites, HeldForAMomentAreWaitedFor)
     SeesWaiting waiting;
     Site site = Site::Create(path, "S", "O");
     Raw other(path);
-    other.execute("BEGIN IMMEDIATE");
+    other.Execute("BEGIN IMMEDIATE");
     std::thread writer([&] { Profiles(site).Create("P"); });
     EXPECT_TRUE(waiting.Seen());
-    other.execute("COMMIT");
+    other.Execute("COMMIT");
     writer.join();
     EXPECT_EQ(Profiles(site).List().size(), 1u);
 }
@@ -229,14 +229,14 @@ TEST_F(Sites, ThatAreDamagedAreSaidToBe)
         }
         Objects(site).CreateMessages(messages);
     }
-    std::string whole = contentOf(path);
+    std::string whole = ContentOf(path);
     // Pages of rubbish here and there; the first page stays, so that it is still a site.
     int found = 0;
     for (std::size_t page = 1; page < whole.size() / 8192; page += 5) {
         std::string damaged = whole;
         damaged.replace(page * 8192, 8192, std::string(8192, static_cast<char>(page)));
-        writeFile(path, damaged);
-        std::optional<Fault> fault = faultOf([&] {
+        WriteFile(path, damaged);
+        std::optional<Fault> fault = FaultOf([&] {
             Site site = Site::Open(path);
             found += !Check(site, false).empty();
             View(site, {Container::Kind::Contents, inbox})
@@ -246,8 +246,8 @@ TEST_F(Sites, ThatAreDamagedAreSaidToBe)
     }
     EXPECT_GT(found, 50);
     for (std::size_t length : {whole.size() / 2, std::size_t{8192 * 3}, std::size_t{8192 + 100}, std::size_t{100}}) {
-        writeFile(path, whole.substr(0, length));
-        std::optional<Fault> fault = faultOf([&] {
+        WriteFile(path, whole.substr(0, length));
+        std::optional<Fault> fault = FaultOf([&] {
             Site site = Site::Open(path);
             EXPECT_FALSE(Check(site, false).empty());
             View(site, {Container::Kind::Contents, inbox})
@@ -263,7 +263,7 @@ TEST_F(Sites, CountTheirChanges)
     ChangeNumber before = site.GetChangeNumber();
     Profiles(site).Create("P");
     EXPECT_EQ(site.GetChangeNumber(), before + 1);
-    EXPECT_EQ(faultOf([&] { Profiles(site).Create("P"); }), Fault::Collision);
+    EXPECT_EQ(FaultOf([&] { Profiles(site).Create("P"); }), Fault::Collision);
     EXPECT_EQ(site.GetChangeNumber(), before + 1);
     EXPECT_EQ(Site::Open(path).GetChangeNumber(), before + 1);
 }

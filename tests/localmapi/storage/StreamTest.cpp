@@ -15,15 +15,15 @@ namespace
 constexpr std::uint64_t kPiece = 256 * 1024;
 
 // The byte at an offset of a recording that is never held whole.
-std::uint8_t byteAt(std::uint64_t offset)
+std::uint8_t ByteAt(std::uint64_t offset)
 {
     return static_cast<std::uint8_t>(offset * 2654435761u >> 13);
 }
 
-void fill(std::vector<std::uint8_t> &buffer, std::uint64_t offset)
+void Fill(std::vector<std::uint8_t> &buffer, std::uint64_t offset)
 {
     for (std::size_t i = 0; i < buffer.size(); ++i)
-        buffer[i] = byteAt(offset + i);
+        buffer[i] = ByteAt(offset + i);
 }
 
 class Streams : public SiteTest
@@ -88,10 +88,10 @@ TEST_F(Streams, OfEveryLengthAroundThePiecesComeBack)
                                  kPiece - 1, kPiece, kPiece + 1, 2 * kPiece, 2 * kPiece + 1}) {
         auto spool = std::make_shared<Spool>();
         std::vector<std::uint8_t> bytes(static_cast<std::size_t>(length));
-        fill(bytes, 0);
+        Fill(bytes, 0);
         spool->Write(0, bytes.data(), bytes.size());
-        ObjectId id = add("m", {{kAttachData, SpoolPtr(spool)}});
-        std::unique_ptr<Stream> stream = objects.OpenProperty(id, kAttachData);
+        ObjectId id = Add("m", {{kAttachData, SpoolPtr(spool)}});
+        std::unique_ptr<Stream> stream = m_objects.OpenProperty(id, kAttachData);
         ASSERT_TRUE(stream);
         EXPECT_EQ(stream->size(), length);
         std::vector<std::uint8_t> read(bytes.size() + 1);
@@ -103,50 +103,50 @@ TEST_F(Streams, OfEveryLengthAroundThePiecesComeBack)
         if (length > kPiece + 1) {
             std::uint8_t border[4];
             EXPECT_EQ(stream->Read(kPiece - 2, border, 4), 4u);
-            EXPECT_EQ(border[1], byteAt(kPiece - 1));
-            EXPECT_EQ(border[2], byteAt(kPiece));
+            EXPECT_EQ(border[1], ByteAt(kPiece - 1));
+            EXPECT_EQ(border[2], ByteAt(kPiece));
         }
     }
-    expectSound();
+    ExpectSound();
 }
 
 TEST_F(Streams, OfTextAreItsBytes)
 {
-    ObjectId id = add("m", {{kBody, std::string("caf\xc3\xa9")}});
-    std::unique_ptr<Stream> stream = objects.OpenProperty(id, kBody);
+    ObjectId id = Add("m", {{kBody, std::string("caf\xc3\xa9")}});
+    std::unique_ptr<Stream> stream = m_objects.OpenProperty(id, kBody);
     char text[10] = {};
     EXPECT_EQ(stream->Read(3, text, 10), 2u);
     EXPECT_STREQ(text, "\xc3\xa9");
-    EXPECT_EQ(objects.OpenProperty(id, kSenderName), nullptr);
-    EXPECT_EQ(faultOf([&] { objects.OpenProperty(id, kMessageFlags); }), Fault::Invalid);
-    EXPECT_EQ(objects.OpenProperty(id, kMessageClass)->size(), 8u);
+    EXPECT_EQ(m_objects.OpenProperty(id, kSenderName), nullptr);
+    EXPECT_EQ(FaultOf([&] { m_objects.OpenProperty(id, kMessageFlags); }), Fault::Invalid);
+    EXPECT_EQ(m_objects.OpenProperty(id, kMessageClass)->size(), 8u);
 }
 
 TEST_F(Streams, ThatWereReplacedAreNotFoundByThoseWhoStillReadThem)
 {
-    ObjectId id = add("m", {{kAttachData, Bytes(3 * kPiece, 1)}});
-    std::unique_ptr<Stream> reader = objects.OpenProperty(id, kAttachData);
+    ObjectId id = Add("m", {{kAttachData, Bytes(3 * kPiece, 1)}});
+    std::unique_ptr<Stream> reader = m_objects.OpenProperty(id, kAttachData);
     std::uint8_t byte = 0;
     reader->Read(0, &byte, 1);
     MessageChanges changes;
     changes.properties.set.Set(kAttachData, Bytes(3 * kPiece, 2));
-    objects.ChangeMessage(id, changes);
-    EXPECT_EQ(faultOf([&] { reader->Read(2 * kPiece, &byte, 1); }), Fault::NotFound);
-    objects.OpenProperty(id, kAttachData)->Read(2 * kPiece, &byte, 1);
+    m_objects.ChangeMessage(id, changes);
+    EXPECT_EQ(FaultOf([&] { reader->Read(2 * kPiece, &byte, 1); }), Fault::NotFound);
+    m_objects.OpenProperty(id, kAttachData)->Read(2 * kPiece, &byte, 1);
     EXPECT_EQ(byte, 2);
 }
 
 TEST_F(Streams, AreCopiedIntoSpools)
 {
-    ObjectId id = add("m", {{kAttachData, Bytes(2 * kPiece + 9, 4)}});
-    std::shared_ptr<Spool> spool = SpoolOf(*objects.OpenProperty(id, kAttachData));
+    ObjectId id = Add("m", {{kAttachData, Bytes(2 * kPiece + 9, 4)}});
+    std::shared_ptr<Spool> spool = SpoolOf(*m_objects.OpenProperty(id, kAttachData));
     EXPECT_EQ(spool->size(), 2 * kPiece + 9);
     spool->Write(5, "x", 1);
     MessageChanges changes;
     changes.properties.set.Set(kAttachData, SpoolPtr(spool));
-    objects.ChangeMessage(id, changes);
+    m_objects.ChangeMessage(id, changes);
     std::uint8_t bytes[2];
-    objects.OpenProperty(id, kAttachData)->Read(4, bytes, 2);
+    m_objects.OpenProperty(id, kAttachData)->Read(4, bytes, 2);
     EXPECT_EQ(bytes[0], 4);
     EXPECT_EQ(bytes[1], 'x');
 }
@@ -155,42 +155,42 @@ TEST_F(Streams, OfAHundredMegabytesAreWrittenAndReadInBoundedMemory)
 {
     constexpr std::uint64_t kLength = 100u << 20;
     std::vector<std::uint8_t> buffer(4096);
-    add("small", {{kAttachData, Bytes(4 * kPiece)}}); // so that what is allocated once is there
-    std::uint64_t before = memoryInUse();
+    Add("small", {{kAttachData, Bytes(4 * kPiece)}}); // so that what is allocated once is there
+    std::uint64_t before = MemoryInUse();
     auto spool = std::make_shared<Spool>();
     for (std::uint64_t offset = 0; offset < kLength; offset += buffer.size()) {
-        fill(buffer, offset);
+        Fill(buffer, offset);
         spool->Write(offset, buffer.data(), buffer.size());
     }
-    EXPECT_LT(memoryInUse(), before + (20u << 20));
-    MessageChanges content = message("voice");
+    EXPECT_LT(MemoryInUse(), before + (20u << 20));
+    MessageChanges content = MakeMessage("voice");
     content.attachments = {{0, false, {{{kAttachData, SpoolPtr(spool)}}, {}}, nullptr}};
-    ObjectId id = objects.CreateMessage(box.inbox, content);
+    ObjectId id = m_objects.CreateMessage(m_box.inbox, content);
     spool.reset();
     content = {};
-    EXPECT_LT(memoryInUse(), before + (50u << 20));
-    std::unique_ptr<Stream> stream = objects.OpenProperty(objects.Attachments(id)[0].id, kAttachData);
+    EXPECT_LT(MemoryInUse(), before + (50u << 20));
+    std::unique_ptr<Stream> stream = m_objects.OpenProperty(m_objects.Attachments(id)[0].id, kAttachData);
     ASSERT_EQ(stream->size(), kLength);
     std::uint64_t wrong = 0;
     for (std::uint64_t offset = 0; offset < kLength; offset += buffer.size()) {
         ASSERT_EQ(stream->Read(offset, buffer.data(), buffer.size()), buffer.size());
         for (std::size_t i = 0; i < buffer.size(); ++i)
-            wrong += buffer[i] != byteAt(offset + i);
+            wrong += buffer[i] != ByteAt(offset + i);
     }
     EXPECT_EQ(wrong, 0u);
-    EXPECT_LT(memoryInUse(), before + (50u << 20));
-    EXPECT_EQ(*objects.Read(id).get<std::int32_t>(kMessageSize), static_cast<std::int32_t>(kLength + 5));
+    EXPECT_LT(MemoryInUse(), before + (50u << 20));
+    EXPECT_EQ(*m_objects.Read(id).get<std::int32_t>(kMessageSize), static_cast<std::int32_t>(kLength + 5));
 }
 
 TEST_F(Streams, AreReadByManyThreadsAtOnce)
 {
-    ObjectId id = add("m", {{kAttachData, Bytes(4 * kPiece, 1)}});
-    std::unique_ptr<Stream> shared = objects.OpenProperty(id, kAttachData);
+    ObjectId id = Add("m", {{kAttachData, Bytes(4 * kPiece, 1)}});
+    std::unique_ptr<Stream> shared = m_objects.OpenProperty(id, kAttachData);
     std::atomic<int> wrong{0};
     std::vector<std::thread> threads;
     for (unsigned t = 0; t < 4; ++t)
         threads.emplace_back([&, t] {
-            std::unique_ptr<Stream> own = objects.OpenProperty(id, kAttachData);
+            std::unique_ptr<Stream> own = m_objects.OpenProperty(id, kAttachData);
             for (unsigned i = 0; i < 50; ++i) {
                 std::uint8_t byte = 0;
                 std::uint64_t offset = (i * 7 + t) % 4 * kPiece + i;

@@ -12,7 +12,7 @@ namespace
 class Threads : public SiteTest
 {
   protected:
-    static void run(int count, const std::function<void(int)> &work)
+    static void RunAll(int count, const std::function<void(int)> &work)
     {
         std::vector<std::thread> threads;
         for (int t = 0; t < count; ++t)
@@ -31,36 +31,37 @@ class Threads : public SiteTest
 TEST_F(Threads, SeeWholeTransactionsOnly)
 {
     std::atomic<int> writers{3};
-    run(6, [&](int t) {
+    RunAll(6, [&](int t) {
         if (t < 3) {
             for (int i = 0; i < 15; ++i) {
-                std::vector<NewMessage> five(5, NewMessage{box.inbox, message("m", {{kImportance, std::int32_t{t}}})});
-                std::vector<ObjectId> ids = objects.CreateMessages(five);
+                std::vector<NewMessage> five(
+                    5, NewMessage{m_box.inbox, MakeMessage("m", {{kImportance, std::int32_t{t}}})});
+                std::vector<ObjectId> ids = m_objects.CreateMessages(five);
                 if (i % 3 == 1)
-                    objects.RemoveMessages(ids);
+                    m_objects.RemoveMessages(ids);
                 if (i % 3 == 2)
-                    objects.SetRead(ids, true);
+                    m_objects.SetRead(ids, true);
             }
             --writers;
             return;
         }
-        View view(site, inbox(), t == 3 ? Filter{} : Filter::Bits(kMessageFlags, kFlagRead, t == 4));
+        View view(m_site, Inbox(), t == 3 ? Filter{} : Filter::Bits(kMessageFlags, kFlagRead, t == 4));
         while (writers) {
             EXPECT_EQ(view.Count() % 5, 0u);
             EXPECT_EQ(view.Read(Place::Beginning(), Direction::Forward, 10000, {kSubject}).size() % 5, 0u);
         }
     });
-    EXPECT_EQ(View(site, inbox()).Count(), 3u * 10 * 5);
-    expectSound();
+    EXPECT_EQ(View(m_site, Inbox()).Count(), 3u * 10 * 5);
+    ExpectSound();
 }
 
 TEST_F(Threads, ShareEveryObjectOfTheLayer)
 {
-    ObjectId shared = add("shared");
-    Directory directory(site);
-    Profiles profiles(site);
-    localmapi::storage::Names names(site);
-    run(6, [&](int t) {
+    ObjectId shared = Add("shared");
+    Directory directory(m_site);
+    Profiles profiles(m_site);
+    localmapi::storage::Names names(m_site);
+    RunAll(6, [&](int t) {
         std::string own = "p" + std::to_string(t);
         for (int i = 0; i < 8; ++i) {
             profiles.Create(own);
@@ -70,14 +71,14 @@ TEST_F(Threads, ShareEveryObjectOfTheLayer)
             names.Ids({{Guid{1}, std::int32_t{i}}}, true);
             MessageChanges changes;
             changes.properties.set.Set(kSensitivity, std::int32_t{t});
-            objects.ChangeMessage(shared, changes);
-            EXPECT_TRUE(objects.Read(shared).get<std::int32_t>(kSensitivity));
+            m_objects.ChangeMessage(shared, changes);
+            EXPECT_TRUE(m_objects.Read(shared).get<std::int32_t>(kSensitivity));
             EXPECT_TRUE(directory.UserByAlias("alice"));
         }
     });
     EXPECT_EQ(names.All().size(), 8u);
     EXPECT_TRUE(profiles.List().empty());
-    expectSound();
+    ExpectSound();
 }
 
 } // namespace

@@ -10,12 +10,12 @@ namespace localmapi::storage
 namespace
 {
 
-constexpr Tag list(std::uint16_t id, Type type)
+constexpr Tag MakeList(std::uint16_t id, Type type)
 {
     return MakeTag(id, type) | kMultiple;
 }
 
-PropertyBag everyType()
+PropertyBag EveryType()
 {
     return {
         {MakeTag(0x6000, Type::Int16), std::int16_t{-32768}},
@@ -36,17 +36,17 @@ PropertyBag everyType()
         {MakeTag(0x600F, Type::Binary), Bytes()},
         {MakeTag(0x6010, Type::Boolean), false},
         {MakeTag(0x6011, Type::Object), Bytes{7}},
-        {list(0x6020, Type::Int16), std::vector<std::int16_t>{1, -1}},
-        {list(0x6021, Type::Int32), std::vector<std::int32_t>{1, -1, 70000}},
-        {list(0x6022, Type::Float), std::vector<float>{0.25f}},
-        {list(0x6023, Type::Double), std::vector<double>{0.1, -2}},
-        {list(0x6024, Type::Currency), std::vector<std::int64_t>{-5}},
-        {list(0x6025, Type::AppTime), std::vector<double>{1}},
-        {list(0x6028, Type::Int64), std::vector<std::int64_t>{}},
-        {list(0x6029, Type::Text), std::vector<std::string>{"", "a", "\xc3\xa4"}},
-        {list(0x602A, Type::Time), std::vector<std::int64_t>{1, 2}},
-        {list(0x602B, Type::Uid), std::vector<Guid>{Guid{1}, Guid{2}}},
-        {list(0x602C, Type::Binary), std::vector<Bytes>{{}, {1, 2}}},
+        {MakeList(0x6020, Type::Int16), std::vector<std::int16_t>{1, -1}},
+        {MakeList(0x6021, Type::Int32), std::vector<std::int32_t>{1, -1, 70000}},
+        {MakeList(0x6022, Type::Float), std::vector<float>{0.25f}},
+        {MakeList(0x6023, Type::Double), std::vector<double>{0.1, -2}},
+        {MakeList(0x6024, Type::Currency), std::vector<std::int64_t>{-5}},
+        {MakeList(0x6025, Type::AppTime), std::vector<double>{1}},
+        {MakeList(0x6028, Type::Int64), std::vector<std::int64_t>{}},
+        {MakeList(0x6029, Type::Text), std::vector<std::string>{"", "a", "\xc3\xa4"}},
+        {MakeList(0x602A, Type::Time), std::vector<std::int64_t>{1, 2}},
+        {MakeList(0x602B, Type::Uid), std::vector<Guid>{Guid{1}, Guid{2}}},
+        {MakeList(0x602C, Type::Binary), std::vector<Bytes>{{}, {1, 2}}},
     };
 }
 
@@ -56,9 +56,9 @@ class Values : public SiteTest
 
 TEST_F(Values, OfEveryTypeComeBackAsTheyWereSet)
 {
-    ObjectId id = add("all", everyType());
-    PropertyBag read = objects.Read(id);
-    for (const Property &property : everyType()) {
+    ObjectId id = Add("all", EveryType());
+    PropertyBag read = m_objects.Read(id);
+    for (const Property &property : EveryType()) {
         const Value *value = read.Find(property.tag);
         ASSERT_TRUE(value) << std::hex << property.tag;
         EXPECT_EQ(*value, property.value) << std::hex << property.tag;
@@ -69,14 +69,14 @@ TEST_F(Values, ThatAreNoNumbersStayNoNumbersAndComeAfterAllNumbers)
 {
     constexpr Tag kDouble = MakeTag(0x6003, Type::Double), kFloat = MakeTag(0x6002, Type::Float);
     double nan = std::numeric_limits<double>::quiet_NaN();
-    ObjectId id = add("nan", {{kDouble, nan}, {kFloat, std::numeric_limits<float>::quiet_NaN()}});
-    add("big", {{kDouble, 1e300}});
-    add("infinite", {{kDouble, std::numeric_limits<double>::infinity()}});
-    PropertyBag read = objects.Read(id);
+    ObjectId id = Add("nan", {{kDouble, nan}, {kFloat, std::numeric_limits<float>::quiet_NaN()}});
+    Add("big", {{kDouble, 1e300}});
+    Add("infinite", {{kDouble, std::numeric_limits<double>::infinity()}});
+    PropertyBag read = m_objects.Read(id);
     EXPECT_TRUE(std::isnan(*read.get<double>(kDouble)));
     EXPECT_TRUE(std::isnan(*read.get<float>(kFloat)));
-    View sorted(site, inbox(), {}, {{kDouble}});
-    EXPECT_EQ(subjects(sorted), (std::vector<std::string>{"big", "infinite", "nan"}));
+    View sorted(m_site, Inbox(), {}, {{kDouble}});
+    EXPECT_EQ(SubjectsIn(sorted), (std::vector<std::string>{"big", "infinite", "nan"}));
 }
 
 TEST_F(Values, OfEveryLengthAroundTheLimitsComeBackWhole)
@@ -89,37 +89,37 @@ TEST_F(Values, OfEveryLengthAroundTheLimitsComeBackWhole)
         std::string text(bytes.begin(), bytes.end());
         for (char &c : text)
             c = static_cast<char>('a' + (c & 15));
-        ObjectId id = add("long", {{kAttachData, bytes}, {kBody, text}});
-        PropertyBag whole = objects.ReadUpTo(id, 1 << 20);
+        ObjectId id = Add("long", {{kAttachData, bytes}, {kBody, text}});
+        PropertyBag whole = m_objects.ReadUpTo(id, 1 << 20);
         EXPECT_EQ(*whole.get<Bytes>(kAttachData), bytes) << length;
         EXPECT_EQ(*whole.get<std::string>(kBody), text) << length;
-        PropertyBag limited = objects.Read(id);
+        PropertyBag limited = m_objects.Read(id);
         auto stream = limited.get<StoredStream>(kBody);
         EXPECT_EQ(stream != nullptr, length > 32768) << length;
         if (stream) {
             EXPECT_EQ(stream->size, length);
             std::string read(length, ' ');
-            EXPECT_EQ(objects.OpenStream(*stream)->Read(0, read.data(), length), length);
+            EXPECT_EQ(m_objects.OpenStream(*stream)->Read(0, read.data(), length), length);
             EXPECT_EQ(read, text) << length;
         }
     }
-    expectSound();
+    ExpectSound();
 }
 
 TEST_F(Values, SetToAnotherTypeTakeThePlaceOfTheOldOnes)
 {
     constexpr Tag kNumber = MakeTag(0x6001, Type::Int32), kText = MakeTag(0x6001, Type::Text);
-    ObjectId id = add("m", {{kNumber, std::int32_t{5}}});
+    ObjectId id = Add("m", {{kNumber, std::int32_t{5}}});
     MessageChanges changes;
     changes.properties.set.Set(kText, std::string("five"));
-    objects.ChangeMessage(id, changes);
-    PropertyBag read = objects.Read(id);
+    m_objects.ChangeMessage(id, changes);
+    PropertyBag read = m_objects.Read(id);
     EXPECT_FALSE(read.Find(kNumber));
     EXPECT_EQ(*read.get<std::string>(kText), "five");
     changes = {};
     changes.properties.remove = {kNumber};
-    objects.ChangeMessage(id, changes);
-    EXPECT_FALSE(objects.Read(id).FindId(0x6001));
+    m_objects.ChangeMessage(id, changes);
+    EXPECT_FALSE(m_objects.Read(id).FindId(0x6001));
 }
 
 TEST(Bags, KeepOneValueAnIdInTheOrderOfIds)
@@ -140,11 +140,11 @@ TEST(Bags, KeepOneValueAnIdInTheOrderOfIds)
 TEST(Bags, RefuseValuesOfAnotherType)
 {
     PropertyBag bag;
-    EXPECT_EQ(faultOf([&] { bag.Set(kSubject, std::int32_t{1}); }), Fault::Invalid);
-    EXPECT_EQ(faultOf([&] { bag.Set(kSensitivity, std::string("x")); }), Fault::Invalid);
-    EXPECT_EQ(faultOf([&] { bag.Set(kKeywords, std::string("x")); }), Fault::Invalid);
-    EXPECT_EQ(faultOf([&] { bag.Set(kSubject, Value()); }), Fault::Invalid);
-    EXPECT_EQ(faultOf([&] { bag.Set(MakeTag(1, Type::Boolean) | kMultiple, true); }), Fault::Invalid);
+    EXPECT_EQ(FaultOf([&] { bag.Set(kSubject, std::int32_t{1}); }), Fault::Invalid);
+    EXPECT_EQ(FaultOf([&] { bag.Set(kSensitivity, std::string("x")); }), Fault::Invalid);
+    EXPECT_EQ(FaultOf([&] { bag.Set(kKeywords, std::string("x")); }), Fault::Invalid);
+    EXPECT_EQ(FaultOf([&] { bag.Set(kSubject, Value()); }), Fault::Invalid);
+    EXPECT_EQ(FaultOf([&] { bag.Set(MakeTag(1, Type::Boolean) | kMultiple, true); }), Fault::Invalid);
     EXPECT_TRUE(bag.empty());
 }
 

@@ -15,21 +15,22 @@ class Views : public SiteTest
 {
   protected:
     // Messages "0" to "n-1", submitted in that order, in several facets.
-    std::vector<ObjectId> addNumbered(int n)
+    std::vector<ObjectId> AddNumbered(int n)
     {
         std::vector<NewMessage> messages;
         for (int i = 0; i < n; ++i)
-            messages.push_back({box.inbox, message(std::to_string(i), {{kClientSubmitTime, std::int64_t{1000 + i}},
-                                                                       {kMessageFlags, std::int32_t{i % 2}},
-                                                                       {kImportance, std::int32_t{i % 3}},
-                                                                       {kNumber, std::int32_t{-i}}})});
-        return objects.CreateMessages(messages);
+            messages.push_back(
+                {m_box.inbox, MakeMessage(std::to_string(i), {{kClientSubmitTime, std::int64_t{1000 + i}},
+                                                              {kMessageFlags, std::int32_t{i % 2}},
+                                                              {kImportance, std::int32_t{i % 3}},
+                                                              {kNumber, std::int32_t{-i}}})});
+        return m_objects.CreateMessages(messages);
     }
-    Subjects read(const View &view, const Place &from, Direction direction, std::size_t n) const
+    Subjects Read(const View &view, const Place &from, Direction direction, std::size_t n) const
     {
-        return subjectsOf(view.Read(from, direction, n, {kSubject}));
+        return SubjectsOf(view.Read(from, direction, n, {kSubject}));
     }
-    static Subjects numbers(int first, int end)
+    static Subjects Numbers(int first, int end)
     {
         Subjects names;
         for (int i = first; i < end; ++i)
@@ -37,16 +38,16 @@ class Views : public SiteTest
         return names;
     }
     // The same order found by an index walk and by sorting.
-    std::vector<View> bothWays(const Filter &filter = {}) const
+    std::vector<View> BothWays(const Filter &filter = {}) const
     {
-        return {View(site, inbox(), filter, {{kClientSubmitTime}}), View(site, inbox(), filter, {{kNumber, true}}),
-                View(site, inbox(), filter, {{kClientSubmitTime}, {kSubject}})};
+        return {View(m_site, Inbox(), filter, {{kClientSubmitTime}}), View(m_site, Inbox(), filter, {{kNumber, true}}),
+                View(m_site, Inbox(), filter, {{kClientSubmitTime}, {kSubject}})};
     }
 };
 
 TEST_F(Views, OfNoRowsAreEmptyEverywhere)
 {
-    for (const View &view : bothWays()) {
+    for (const View &view : BothWays()) {
         EXPECT_EQ(view.Count(), 0u);
         for (const Place &place : {Place::Beginning(), Place::end()})
             for (Direction direction : {kForward, kBackward})
@@ -60,8 +61,8 @@ TEST_F(Views, OfNoRowsAreEmptyEverywhere)
 
 TEST_F(Views, ArePagedForwardsAndBackwardsFromEveryPlace)
 {
-    addNumbered(7);
-    for (const View &view : bothWays()) {
+    AddNumbered(7);
+    for (const View &view : BothWays()) {
         EXPECT_EQ(view.Count(), 7u);
         for (std::size_t page : {1u, 2u, 3u, 6u, 7u, 8u}) {
             Subjects forward, backward;
@@ -70,7 +71,7 @@ TEST_F(Views, ArePagedForwardsAndBackwardsFromEveryPlace)
                 if (rows.empty())
                     break;
                 EXPECT_LE(rows.size(), page);
-                Subjects names = subjectsOf(rows);
+                Subjects names = SubjectsOf(rows);
                 forward.insert(forward.end(), names.begin(), names.end());
                 at = rows.back().After();
             }
@@ -78,12 +79,12 @@ TEST_F(Views, ArePagedForwardsAndBackwardsFromEveryPlace)
                 std::vector<Row> rows = view.Read(at, kBackward, page, {kSubject});
                 if (rows.empty())
                     break;
-                Subjects names = subjectsOf(rows);
+                Subjects names = SubjectsOf(rows);
                 backward.insert(backward.begin(), names.begin(), names.end());
                 at = rows.front().Before();
             }
-            EXPECT_EQ(forward, numbers(0, 7)) << page;
-            EXPECT_EQ(backward, numbers(0, 7)) << page;
+            EXPECT_EQ(forward, Numbers(0, 7)) << page;
+            EXPECT_EQ(backward, Numbers(0, 7)) << page;
         }
         EXPECT_TRUE(view.Read(Place::Beginning(), kBackward, 5, {}).empty());
         EXPECT_TRUE(view.Read(Place::end(), kForward, 5, {}).empty());
@@ -93,17 +94,17 @@ TEST_F(Views, ArePagedForwardsAndBackwardsFromEveryPlace)
 
 TEST_F(Views, KnowThePlacesBesideEveryRow)
 {
-    addNumbered(5);
-    for (const View &view : bothWays()) {
+    AddNumbered(5);
+    for (const View &view : BothWays()) {
         std::vector<Row> rows = view.Read(Place::Beginning(), kForward, 5, {});
         for (int i = 0; i < 5; ++i) {
             const Row &row = rows[static_cast<std::size_t>(i)];
             EXPECT_EQ(view.CountBefore(row.Before()), static_cast<std::uint64_t>(i));
             EXPECT_EQ(view.CountBefore(row.After()), static_cast<std::uint64_t>(i + 1));
-            EXPECT_EQ(read(view, row.Before(), kForward, 9), numbers(i, 5));
-            EXPECT_EQ(read(view, row.After(), kForward, 9), numbers(i + 1, 5));
-            EXPECT_EQ(read(view, row.Before(), kBackward, 9), numbers(0, i));
-            EXPECT_EQ(read(view, row.After(), kBackward, 9), numbers(0, i + 1));
+            EXPECT_EQ(Read(view, row.Before(), kForward, 9), Numbers(i, 5));
+            EXPECT_EQ(Read(view, row.After(), kForward, 9), Numbers(i + 1, 5));
+            EXPECT_EQ(Read(view, row.Before(), kBackward, 9), Numbers(0, i));
+            EXPECT_EQ(Read(view, row.After(), kBackward, 9), Numbers(0, i + 1));
             EXPECT_TRUE(view.Holds(row.Before()));
             EXPECT_TRUE(view.Holds(row.After()));
         }
@@ -112,8 +113,8 @@ TEST_F(Views, KnowThePlacesBesideEveryRow)
 
 TEST_F(Views, MoveByRowsAndSayHowFarTheyGot)
 {
-    addNumbered(5);
-    for (const View &view : bothWays()) {
+    AddNumbered(5);
+    for (const View &view : BothWays()) {
         struct {
             Place from;
             std::int64_t rows, moved;
@@ -134,9 +135,9 @@ TEST_F(Views, MoveByRowsAndSayHowFarTheyGot)
 
 TEST_F(Views, FindTheNextAndTheLastRowFromAPlace)
 {
-    addNumbered(9);
+    AddNumbered(9);
     Filter third = Filter::Compare(kImportance, Relation::Equal, std::int32_t{0}); // 0, 3, 6
-    for (const View &view : bothWays()) {
+    for (const View &view : BothWays()) {
         auto found = [&](const Place &from, Direction direction) {
             std::optional<Row> row = view.Find(from, direction, third, {kSubject});
             return row ? std::get<std::string>(row->values[0]) : "(none)";
@@ -157,61 +158,62 @@ TEST_F(Views, FindTheNextAndTheLastRowFromAPlace)
 
 TEST_F(Views, PlacesStayGoodWhileRowsComeAndGo)
 {
-    std::vector<ObjectId> ids = addNumbered(10);
-    for (const View &view : {View(site, inbox(), {}, {{kClientSubmitTime}}), View(site, inbox(), {}, {{kSubject}})}) {
+    std::vector<ObjectId> ids = AddNumbered(10);
+    for (const View &view :
+         {View(m_site, Inbox(), {}, {{kClientSubmitTime}}), View(m_site, Inbox(), {}, {{kSubject}})}) {
         std::vector<Row> page = view.Read(Place::Beginning(), kForward, 4, {kSubject});
         Place next = view.Read(page.back().After(), kForward, 1, {}).at(0).Before(); // before "4"
         // Rows before and after the place come and go, the row beside it too.
-        ObjectId early = add("35", {{kClientSubmitTime, std::int64_t{1}}});
-        objects.RemoveMessages({ids[2], ids[7]});
+        ObjectId early = Add("35", {{kClientSubmitTime, std::int64_t{1}}});
+        m_objects.RemoveMessages({ids[2], ids[7]});
         EXPECT_TRUE(view.Holds(next));
-        EXPECT_EQ(read(view, next, kForward, 2), (Subjects{"4", "5"}));
-        objects.RemoveMessages({ids[4]});
+        EXPECT_EQ(Read(view, next, kForward, 2), (Subjects{"4", "5"}));
+        m_objects.RemoveMessages({ids[4]});
         EXPECT_FALSE(view.Holds(next));
-        EXPECT_EQ(read(view, next, kForward, 2), (Subjects{"5", "6"}));
-        EXPECT_EQ(read(view, next, kBackward, 1).size(), 1u);
-        objects.RemoveMessages({early});
-        EXPECT_EQ(read(view, next, kBackward, 1), (Subjects{"3"}));
-        ids[4] = add("4", {{kClientSubmitTime, std::int64_t{1004}}, {kNumber, std::int32_t{-4}}});
-        ids[2] = add("2", {{kClientSubmitTime, std::int64_t{1002}}});
-        ids[7] = add("7", {{kClientSubmitTime, std::int64_t{1007}}});
+        EXPECT_EQ(Read(view, next, kForward, 2), (Subjects{"5", "6"}));
+        EXPECT_EQ(Read(view, next, kBackward, 1).size(), 1u);
+        m_objects.RemoveMessages({early});
+        EXPECT_EQ(Read(view, next, kBackward, 1), (Subjects{"3"}));
+        ids[4] = Add("4", {{kClientSubmitTime, std::int64_t{1004}}, {kNumber, std::int32_t{-4}}});
+        ids[2] = Add("2", {{kClientSubmitTime, std::int64_t{1002}}});
+        ids[7] = Add("7", {{kClientSubmitTime, std::int64_t{1007}}});
     }
 }
 
 TEST_F(Views, RowsThatLeaveTheFilterAreGoneAndThoseThatMoveAreNotHeld)
 {
-    std::vector<ObjectId> ids = addNumbered(4);
-    View unread(site, inbox(), Filter::Bits(kMessageFlags, kFlagRead, true));
-    EXPECT_EQ(subjects(unread), (Subjects{"0", "2"}));
+    std::vector<ObjectId> ids = AddNumbered(4);
+    View unread(m_site, Inbox(), Filter::Bits(kMessageFlags, kFlagRead, true));
+    EXPECT_EQ(SubjectsIn(unread), (Subjects{"0", "2"}));
     Place before2 = unread.Read(Place::end(), kBackward, 1, {}).at(0).Before();
-    objects.SetRead({ids[2]}, true);
+    m_objects.SetRead({ids[2]}, true);
     EXPECT_FALSE(unread.Holds(before2));
     EXPECT_EQ(unread.Count(), 1u);
-    objects.SetRead({ids[2], ids[1]}, false);
+    m_objects.SetRead({ids[2], ids[1]}, false);
     EXPECT_TRUE(unread.Holds(before2));
-    EXPECT_EQ(subjects(unread), (Subjects{"0", "1", "2"}));
+    EXPECT_EQ(SubjectsIn(unread), (Subjects{"0", "1", "2"}));
     MessageChanges later;
     later.properties.set.Set(kClientSubmitTime, std::int64_t{999});
-    objects.ChangeMessage(ids[2], later);
+    m_objects.ChangeMessage(ids[2], later);
     EXPECT_FALSE(unread.Holds(before2));
-    EXPECT_EQ(subjects(unread), (Subjects{"2", "0", "1"}));
+    EXPECT_EQ(SubjectsIn(unread), (Subjects{"2", "0", "1"}));
 }
 
 TEST_F(Views, WithoutATimeComeFirstAndEqualTimesKeepTheOrderOfArrival)
 {
-    add("a", {{kClientSubmitTime, std::int64_t{5}}, {kImportance, std::int32_t{2}}});
-    add("b");
-    add("c", {{kClientSubmitTime, std::int64_t{5}}});
-    add("d", {{kClientSubmitTime, std::int64_t{-5}}});
-    add("e", {{kImportance, std::int32_t{1}}});
+    Add("a", {{kClientSubmitTime, std::int64_t{5}}, {kImportance, std::int32_t{2}}});
+    Add("b");
+    Add("c", {{kClientSubmitTime, std::int64_t{5}}});
+    Add("d", {{kClientSubmitTime, std::int64_t{-5}}});
+    Add("e", {{kImportance, std::int32_t{1}}});
     Subjects up{"b", "e", "d", "a", "c"}, down(up.rbegin(), up.rend());
-    EXPECT_EQ(subjects(View(site, inbox())), up);
-    EXPECT_EQ(subjects(View(site, inbox(), {}, {{kClientSubmitTime, true}})), down);
-    View view(site, inbox());
+    EXPECT_EQ(SubjectsIn(View(m_site, Inbox())), up);
+    EXPECT_EQ(SubjectsIn(View(m_site, Inbox(), {}, {{kClientSubmitTime, true}})), down);
+    View view(m_site, Inbox());
     std::vector<Row> rows = view.Read(Place::Beginning(), kForward, 9, {kSubject, kClientSubmitTime});
     EXPECT_TRUE(IsAbsent(rows[0].values[1]));
-    EXPECT_EQ(read(view, rows[1].After(), kForward, 9), (Subjects{"d", "a", "c"}));
-    EXPECT_EQ(read(view, rows[1].Before(), kBackward, 9), (Subjects{"b"}));
+    EXPECT_EQ(Read(view, rows[1].After(), kForward, 9), (Subjects{"d", "a", "c"}));
+    EXPECT_EQ(Read(view, rows[1].Before(), kBackward, 9), (Subjects{"b"}));
 }
 
 TEST_F(Views, SortByEveryKeyUpAndDown)
@@ -231,9 +233,9 @@ TEST_F(Views, SortByEveryKeyUpAndDown)
         PropertyBag bag{{kNumber, row.number}, {kBlob, row.blob}};
         if (!IsAbsent(row.list))
             bag.Set(kTexts, row.list);
-        add(row.subject, bag);
+        Add(row.subject, bag);
     }
-    auto sorted = [&](std::vector<SortKey> keys) { return subjects(View(site, inbox(), {}, std::move(keys))); };
+    auto sorted = [&](std::vector<SortKey> keys) { return SubjectsIn(View(m_site, Inbox(), {}, std::move(keys))); };
     EXPECT_EQ(sorted({{kSubject}}), (Subjects{"A", "a", "B", "b", "\xc3\xa4"}));
     EXPECT_EQ(sorted({{kSubject, true}}), (Subjects{"\xc3\xa4", "b", "B", "a", "A"}));
     EXPECT_EQ(sorted({{kNumber}, {kSubject, true}}), (Subjects{"B", "a", "b", "A", "\xc3\xa4"}));
@@ -241,7 +243,7 @@ TEST_F(Views, SortByEveryKeyUpAndDown)
     EXPECT_EQ(sorted({{kTexts, true}}), (Subjects{"A", "b", "\xc3\xa4", "a", "B"}));
     EXPECT_EQ(sorted({{kBlob}}), (Subjects{"a", "b", "A", "\xc3\xa4", "B"}));
     EXPECT_EQ(sorted({{kMessageClass}}), (Subjects{"b", "A", "a", "\xc3\xa4", "B"}));
-    EXPECT_EQ(faultOf([&] { sorted({{MakeTag(0x6003, Type::Boolean) | kMultiple}}); }), Fault::Invalid);
+    EXPECT_EQ(FaultOf([&] { sorted({{MakeTag(0x6003, Type::Boolean) | kMultiple}}); }), Fault::Invalid);
 }
 
 // All orders and places at once, against an order found in memory.
@@ -261,9 +263,9 @@ TEST_F(Views, AgreeWithAnOrderFoundInMemoryWhateverTheKeys)
             bag.Set(kSubject, std::string(kTexts[pick(4)]));
         if (pick(4))
             bag.Set(kKeywords, std::vector<std::string>(static_cast<std::size_t>(pick(3)), kTexts[pick(4)]));
-        messages.push_back({box.inbox, {{bag, {}}, {}, {}}});
+        messages.push_back({m_box.inbox, {{bag, {}}, {}, {}}});
     }
-    std::vector<ObjectId> ids = objects.CreateMessages(messages);
+    std::vector<ObjectId> ids = m_objects.CreateMessages(messages);
     constexpr Tag kTags[] = {kClientSubmitTime, kMessageDeliveryTime, kNumber, kSubject, kKeywords, kMessageFlags};
     for (int round = 0; round < 60; ++round) {
         std::vector<SortKey> sort;
@@ -272,7 +274,7 @@ TEST_F(Views, AgreeWithAnOrderFoundInMemoryWhateverTheKeys)
         Filter filter = pick(2) ? Filter{} : Filter::Bits(kMessageFlags, kFlagRead, pick(2) != 0);
         std::vector<std::pair<ObjectId, PropertyBag>> expected;
         for (ObjectId id : ids)
-            if (PropertyBag bag = objects.Read(id); Matches(filter, bag))
+            if (PropertyBag bag = m_objects.Read(id); Matches(filter, bag))
                 expected.emplace_back(id, std::move(bag));
         std::sort(expected.begin(), expected.end(), [&](const auto &left, const auto &right) {
             for (const SortKey &key : sort) {
@@ -282,7 +284,7 @@ TEST_F(Views, AgreeWithAnOrderFoundInMemoryWhateverTheKeys)
             }
             return sort.front().descending ? left.first > right.first : left.first < right.first;
         });
-        View view(site, inbox(), filter, sort);
+        View view(m_site, Inbox(), filter, sort);
         std::vector<Row> rows = view.Read(Place::Beginning(), kForward, 100, {});
         ASSERT_EQ(rows.size(), expected.size()) << round;
         for (std::size_t i = 0; i < rows.size(); ++i)
@@ -301,9 +303,9 @@ TEST_F(Views, AgreeWithAnOrderFoundInMemoryWhateverTheKeys)
 
 TEST_F(Views, CountsFollowEveryKindOfChange)
 {
-    std::vector<ObjectId> ids = addNumbered(12);
-    View view(site, inbox(), Filter::Content(kSubject, Filter::Match::Prefix, std::string("1")));
-    View other(site, inbox(), Filter::Content(kSubject, Filter::Match::Prefix, std::string("2")));
+    std::vector<ObjectId> ids = AddNumbered(12);
+    View view(m_site, Inbox(), Filter::Content(kSubject, Filter::Match::Prefix, std::string("1")));
+    View other(m_site, Inbox(), Filter::Content(kSubject, Filter::Match::Prefix, std::string("2")));
     auto expectCount = [&](std::uint64_t count, std::uint64_t others) {
         for (int again = 0; again < 2; ++again) {
             EXPECT_EQ(view.Count(), count);
@@ -313,22 +315,22 @@ TEST_F(Views, CountsFollowEveryKindOfChange)
     expectCount(3, 1); // "1", "10", "11"; "2"
     MessageChanges changes;
     changes.properties.set.Set(kSubject, std::string("1 too"));
-    objects.ChangeMessage(ids[2], changes);
+    m_objects.ChangeMessage(ids[2], changes);
     expectCount(4, 0);
-    objects.SetRead({ids[1], ids[2]}, true);
+    m_objects.SetRead({ids[1], ids[2]}, true);
     expectCount(4, 0);
-    objects.RemoveMessages({ids[10]});
+    m_objects.RemoveMessages({ids[10]});
     expectCount(3, 0);
-    ObjectId moved = objects.MoveMessages({ids[11]}, box.outbox).front();
+    ObjectId moved = m_objects.MoveMessages({ids[11]}, m_box.outbox).front();
     expectCount(2, 0);
-    objects.CopyMessages({moved}, box.inbox);
+    m_objects.CopyMessages({moved}, m_box.inbox);
     expectCount(3, 0);
-    objects.SetAllRead(box.inbox, true);
+    m_objects.SetAllRead(m_box.inbox, true);
     expectCount(3, 0);
-    Site elsewhere = Site::Open(site.Path()); // as another process would
-    Objects(elsewhere).CreateMessage(box.inbox, message("2 too", {{kMessageFlags, kFlagRead}}));
+    Site elsewhere = Site::Open(m_site.Path()); // as another process would
+    Objects(elsewhere).CreateMessage(m_box.inbox, MakeMessage("2 too", {{kMessageFlags, kFlagRead}}));
     expectCount(3, 1);
-    objects.RemoveAllMessages(box.inbox);
+    m_objects.RemoveAllMessages(m_box.inbox);
     expectCount(0, 0);
 }
 
@@ -337,15 +339,15 @@ TEST_F(Views, OfManyKindsOfMessagesMergeThemAll)
     std::vector<NewMessage> messages;
     for (int i = 0; i < 700; ++i)
         messages.push_back(
-            {box.inbox, message(std::to_string(i), {{kMessageClass, "IPM.Note." + std::to_string(i * 37 % 700)},
-                                                    {kClientSubmitTime, std::int64_t{i}}})});
-    objects.CreateMessages(messages);
-    View view(site, inbox());
-    EXPECT_EQ(read(view, Place::Beginning(), kForward, 1000), numbers(0, 700));
-    EXPECT_EQ(read(view, view.PlaceAt(350), kBackward, 3), numbers(347, 350));
-    View some(site, inbox(), Filter::Content(kMessageClass, Filter::Match::Substring, std::string("NOTE.1"), true));
+            {m_box.inbox, MakeMessage(std::to_string(i), {{kMessageClass, "IPM.Note." + std::to_string(i * 37 % 700)},
+                                                          {kClientSubmitTime, std::int64_t{i}}})});
+    m_objects.CreateMessages(messages);
+    View view(m_site, Inbox());
+    EXPECT_EQ(Read(view, Place::Beginning(), kForward, 1000), Numbers(0, 700));
+    EXPECT_EQ(Read(view, view.PlaceAt(350), kBackward, 3), Numbers(347, 350));
+    View some(m_site, Inbox(), Filter::Content(kMessageClass, Filter::Match::Substring, std::string("NOTE.1"), true));
     EXPECT_EQ(some.Count(), 111u);
-    expectSound();
+    ExpectSound();
 }
 
 } // namespace

@@ -289,9 +289,9 @@ TEST_F(ChangingTable, T02_ARowAddedAtTheEndIsReadByAReaderThatWaitsThere)
 // The other process is another opening of the file.
 TEST_F(ChangingTable, T02_WhatAnotherProcessDoesAtTheEndIsSeenByAReaderThatWaitsThere)
 {
-    storage::Site other = storage::Site::Open(m_mailbox.site().Path());
+    storage::Site other = storage::Site::Open(m_mailbox.GetSite().Path());
     storage::Objects objects(other);
-    const storage::ObjectId inbox = storage::Directory(other).GetMailbox(m_mailbox.alice().mailbox).inbox;
+    const storage::ObjectId inbox = storage::Directory(other).GetMailbox(m_mailbox.Alice().mailbox).inbox;
     EXPECT_EQ(Read(m_table, 10), "a b c d e");
     EXPECT_EQ(Read(m_table, 10), "");
     storage::MessageChanges message;

@@ -4,6 +4,12 @@ function(project_target target)
     target_compile_features(${target} PUBLIC cxx_std_20)
     target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Werror
         $<$<COMPILE_LANGUAGE:CXX>:-Woverloaded-virtual>)
+    # What reads windows.h is compiled alone: its macros are function names elsewhere.
+    get_target_property(sources ${target} SOURCES)
+    if(sources)
+        list(FILTER sources INCLUDE REGEX "_windows[.]cpp$")
+        set_source_files_properties(${sources} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+    endif()
     set_target_properties(${target} PROPERTIES
         CXX_EXTENSIONS OFF C_STANDARD 11 POSITION_INDEPENDENT_CODE ON
         C_VISIBILITY_PRESET hidden CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)

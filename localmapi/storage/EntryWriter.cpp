@@ -40,7 +40,7 @@ class Inserter
     void Write(const ChangeEntry &entry)
     {
         if (m_next - m_first == kPerChange)
-            throw Error(Fault::TooBig, "A single change touches more objects than its entries can tell.");
+            throw Error(Fault::TooBig, "A single change touches too many objects.");
         // One expression: the statement reads bound text where it lies until it has run.
         m_insert
             .Bind(m_next++, static_cast<std::int64_t>(entry.kind), static_cast<std::int64_t>(entry.event),

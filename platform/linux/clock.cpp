@@ -1,4 +1,4 @@
-// Ticks, the clock, the system's version.
+// Ticks, the clock, times as FILETIME, the system's version.
 #include "file_time.h"
 #include <cstdio>
 #include <sys/utsname.h>

@@ -41,7 +41,7 @@ template <class Lockable> class SCOPED_CAPABILITY Released
 {
   public:
     explicit Released(Lockable &lock) RELEASE(lock) : m_lock(lock) { m_lock.Unlock(); }
-    ~Released() RELEASE() { m_lock.Lock(); } // as for the analysis: what was released is held again
+    ~Released() RELEASE() { m_lock.Lock(); } // the analysis counts this guard's end, not the lock's
     Released(const Released &) = delete;
     Released &operator=(const Released &) = delete;
 

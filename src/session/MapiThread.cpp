@@ -23,7 +23,7 @@ std::atomic<bool> g_bThreadRunning{false};
 std::atomic<bool> g_bThreadStarting{false};
 std::atomic<LONG> g_lInstances{0};
 
-// There for as long as the thread is, which has its own copy of the handle.
+// The event lives as long as the thread, which waits on its own copy of the handle.
 HANDLE g_hStopEvent GUARDED_BY(CMAPIImpl::m_CS) = nullptr;
 HANDLE g_hThread GUARDED_BY(CMAPIImpl::m_CS) = nullptr;
 std::atomic<bool> g_bThreadEnded{false}; // tells a thread that has ended from one that has not come to its start
@@ -145,8 +145,8 @@ bool CMAPIImpl::IsService()
     return g_bService;
 }
 
-// Start and stop exclude each other, whichever thread lets the last session go. A thread that creates a
-// connection holds the lock already.
+// Start and stop exclude each other, whichever thread lets the last session go. A thread that creates a connection
+// holds the lock already.
 void CMAPIImpl::Initialise(bool fService)
 {
     const CDebugTraceFn trace(kTraceCall, "CMAPIImpl::Initialise", "Service: <%s>", fService ? "true" : "false");

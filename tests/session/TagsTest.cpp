@@ -11,6 +11,7 @@ struct Numbered {
     ULONG number;
 };
 #define NUMBERED(tag, number)                                                                                          \
+    Numbered                                                                                                           \
     {                                                                                                                  \
 #tag, tag, number                                                                                              \
     }

@@ -15,7 +15,7 @@ struct Round {
     std::string Text() const; // as ORL_SWEEP_ROUND takes it: "3 once 0x80004005"
 };
 
-// A provider that does not know the no-cache flag is asked again without it.
+// Whether the failing call is an OpenEntry that is tried again without MAPI_NO_CACHE, so that the operation succeeds.
 inline bool IsAskedAgain(const Round &round)
 {
     return round.hr == MAPI_E_UNKNOWN_FLAGS && round.call.method == "OpenEntry" && !round.onwards;

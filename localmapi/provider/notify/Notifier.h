@@ -15,7 +15,8 @@ struct Advises::AdvisedSink {
     AdvisedSink(IMAPIAdviseSink *called, std::int64_t after) : sink(Share<IMAPIAdviseSink>(called)), from(after) {}
 
     ULONG number = 0; // given once, when it is entered
-    // The notifier's thread uses it without a lock while it is the running one; who ends an advise takes it after that.
+    // Used without a lock by the notifier's thread while this is `m_running`; whoever ends the advise takes it
+    // afterwards.
     ComPtr<IMAPIAdviseSink> sink;
     std::int64_t from; // on the notifier's thread only
     bool ended GUARDED_BY(NotifierLock()) = false;
@@ -37,26 +38,26 @@ class Notifier
         EXCLUDES(NotifierLock());
     bool Unadvise(Advises &advises, ULONG number) EXCLUDES(NotifierLock());
     void End(Advises &advises) noexcept EXCLUDES(NotifierLock());
-    bool Any(const Advises &advises)
+    bool Any(const Advises &advises) EXCLUDES(NotifierLock())
     {
         const locks::Hold hold(NotifierLock());
         return !advises.m_sinks.empty();
     }
-    void SetDue(Advises &advises)
+    void SetDue(Advises &advises) EXCLUDES(NotifierLock())
     {
         const locks::Hold hold(NotifierLock());
         advises.m_due = m_anyDue = true;
     }
-    bool IsStopping()
+    bool IsStopping() EXCLUDES(NotifierLock())
     {
         const locks::Hold hold(NotifierLock());
         return m_stop;
     }
     // Ends the thread, on the last MAPIUninitialize: no sink is called until somebody is advised anew. On the thread
     // itself it does nothing.
-    void Stop() noexcept;
+    void Stop() noexcept EXCLUDES(NotifierLock());
     // Starts it again where somebody is advised.
-    void Resume() noexcept;
+    void Resume() noexcept EXCLUDES(NotifierLock());
 
     static bool IsThisThread() noexcept;
 

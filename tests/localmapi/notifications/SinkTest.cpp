@@ -35,6 +35,45 @@ TEST_F(SinkTest, ASinkMayReadTheTableAndTheMailbox)
     EXPECT_EQ(rows, 1u);
 }
 
+// Does something whenever it is taken or given back.
+class CountedSink : public Sink
+{
+  public:
+    STDMETHODIMP_(ULONG) AddRef() override
+    {
+        m_whenCounted();
+        return Sink::AddRef();
+    }
+    STDMETHODIMP_(ULONG) Release() override
+    {
+        m_whenCounted();
+        return Sink::Release();
+    }
+
+    std::function<void()> m_whenCounted = [] {};
+};
+
+TEST_F(SinkTest, ASinkMayAdviseAndEndAdvisesWheneverItIsTakenOrGivenBack)
+{
+    auto table = Inbox(), other = Inbox();
+    auto another = MakeObject<Sink>();
+    std::atomic<int> counted{0};
+    auto sink = MakeObject<CountedSink>();
+    sink->m_whenCounted = [&] {
+        ++counted;
+        EXPECT_CODE(other->Unadvise(Advise(other, another)), S_OK);
+    };
+    ULONG connection = 0;
+    EXPECT_CODE(table->Advise(fnevTableModified, sink.get(), &connection), S_OK);
+    Add("a");
+    EXPECT_TRUE(sink->Await(1));
+    EXPECT_CODE(table->Unadvise(connection), S_OK);
+    EXPECT_CODE(table->Advise(fnevTableModified, sink.get(), &connection), S_OK);
+    table.reset(); // ends its advise
+    EXPECT_GE(counted, 4);
+    sink->m_whenCounted = [] {};
+}
+
 TEST_F(SinkTest, ASinkMayChangeTheMailboxAndIsToldOfThatToo)
 {
     auto table = Inbox();

@@ -38,20 +38,20 @@ class Changed : public SiteTest
         }
         return told;
     }
-    ObjectId Added(const std::string &subject, const PropertyBag &more = {})
+    ObjectId AddNamed(const std::string &subject, const PropertyBag &more = {})
     {
         ObjectId id = Add(subject, more);
         m_names[id] = subject;
         return id;
     }
-    void Raw(const char *sql)
+    void ExecuteRaw(const char *sql)
     {
         sqlite3 *handle = nullptr;
         ASSERT_EQ(sqlite3_open(m_site.Path().c_str(), &handle), SQLITE_OK);
         EXPECT_EQ(sqlite3_exec(handle, sql, nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(handle);
         sqlite3_close(handle);
     }
-    std::int64_t Entries()
+    std::int64_t CountEntries()
     {
         Reader reader(m_site.GetDatabase());
         return reader->Integer("SELECT count(*) FROM change_entry");
@@ -68,12 +68,12 @@ class Changed : public SiteTest
 
 TEST_F(Changed, RowsAreToldAsTheDifferenceBetweenTwoLooks)
 {
-    ObjectId old = Added("old"), gone = Added("gone");
+    ObjectId old = AddNamed("old"), gone = AddNamed("gone");
     Watch watch{View(m_site, Inbox())};
     EXPECT_EQ(ToldBy(watch), "");
-    ObjectId a = Added("a");
+    ObjectId a = AddNamed("a");
     Rename(a, "a again");
-    m_objects.RemoveMessages({Added("brief")});
+    m_objects.RemoveMessages({AddNamed("brief")});
     Rename(gone, "changed first");
     m_objects.RemoveMessages({gone});
     Rename(old, "older");
@@ -85,7 +85,7 @@ TEST_F(Changed, EveryKindOfWriteIsTold)
 {
     ObjectId other = m_objects.CreateFolder(m_box.ipmSubtree, {{kDisplayName, std::string("other")}});
     Watch here{View(m_site, Inbox())}, there{View(m_site, {Container::Kind::Contents, other})};
-    ObjectId a = Added("a");
+    ObjectId a = AddNamed("a");
     EXPECT_EQ(ToldBy(here), "+a");
     m_objects.ChangeFlags({a}, 0x100, 0);
     EXPECT_EQ(ToldBy(here), "~a");
@@ -118,7 +118,7 @@ TEST_F(Changed, EveryKindOfWriteIsTold)
 TEST_F(Changed, AFilterOnOtherPropertiesThanTheFacetsIsFollowedExactly)
 {
     Filter filter = Filter::Content(kSubject, Filter::Match::Prefix, std::string("x"));
-    ObjectId in = Added("x in"), out = Added("out");
+    ObjectId in = AddNamed("x in"), out = AddNamed("out");
     Watch watch{View(m_site, Inbox(), filter)};
     Rename(out, "still out");
     Rename(in, "x still in");
@@ -133,7 +133,7 @@ TEST_F(Changed, AFilterOnOtherPropertiesThanTheFacetsIsFollowedExactly)
 TEST_F(Changed, AFilterOnFacetsIsFollowedWithoutKnowingTheRows)
 {
     Filter urgent = Filter::Compare(kImportance, Relation::Equal, std::int32_t{2});
-    ObjectId a = Added("a"), b = Added("b", {{kImportance, std::int32_t{2}}});
+    ObjectId a = AddNamed("a"), b = AddNamed("b", {{kImportance, std::int32_t{2}}});
     Watch watch{View(m_site, Inbox(), urgent)};
     Rename(a, "quiet");
     EXPECT_EQ(ToldBy(watch), "");
@@ -157,7 +157,7 @@ TEST_F(Changed, AFilterOnClassImportanceAndFlagsKnowsWhatTheyWere)
                                  Filter::Compare(kImportance, Relation::Equal, std::int32_t{2}),
                                  Filter::Bits(kMessageFlags, kFlagRead, true)});
     Watch watch{View(m_site, Inbox(), unread)};
-    ObjectId a = Added("a", {{kMessageClass, voicemail}, {kImportance, std::int32_t{2}}, {kMessageFlags, 0}});
+    ObjectId a = AddNamed("a", {{kMessageClass, voicemail}, {kImportance, std::int32_t{2}}, {kMessageFlags, 0}});
     EXPECT_EQ(ToldBy(watch), "+a");
     m_objects.SetRead({a}, true);
     EXPECT_EQ(ToldBy(watch), "-a");
@@ -170,7 +170,7 @@ TEST_F(Changed, AFilterOnClassImportanceAndFlagsKnowsWhatTheyWere)
 TEST_F(Changed, WhatWasThereInBetweenOnlyIsToldAsGoneForTheTableMayHaveBeenReadThen)
 {
     Filter urgent = Filter::Compare(kImportance, Relation::Equal, std::int32_t{2});
-    ObjectId a = Added("a");
+    ObjectId a = AddNamed("a");
     Watch loud{View(m_site, Inbox(), urgent)}, deep{View(m_site, {Container::Kind::FoldersDeep, m_box.ipmSubtree})};
     MessageChanges louder, quieter;
     louder.properties.set.Set(kImportance, std::int32_t{2});
@@ -180,7 +180,7 @@ TEST_F(Changed, WhatWasThereInBetweenOnlyIsToldAsGoneForTheTableMayHaveBeenReadT
     EXPECT_EQ(ToldBy(loud), "-a");
     Rename(a, "quiet");
     Rename(a, "quiet still");
-    m_objects.RemoveMessages({a, Added("never loud")});
+    m_objects.RemoveMessages({a, AddNamed("never loud")});
     EXPECT_EQ(ToldBy(loud), "");
     deep.Next({});
     // Of a folder elsewhere nothing is told, however often it changes.
@@ -253,9 +253,9 @@ TEST_F(Changed, ABulkChangeIsAFewEntriesAndOnlyForTheViewsThatItConcerns)
 {
     Watch all{View(m_site, Inbox())};
     Watch urgent{View(m_site, Inbox(), Filter::Compare(kImportance, Relation::Equal, std::int32_t{2}))};
-    std::int64_t before = Entries();
+    std::int64_t before = CountEntries();
     m_objects.CreateMessages(std::vector<NewMessage>(5000, NewMessage{m_box.inbox, MakeMessage("m")}));
-    EXPECT_LT(Entries() - before, 5);
+    EXPECT_LT(CountEntries() - before, 5);
     EXPECT_EQ(ToldBy(all), "several");
     EXPECT_EQ(ToldBy(urgent), "");
 }
@@ -272,8 +272,8 @@ TEST_F(Changed, TheLogIsBoundedAndWhoeverFallsBehindIsTold)
     }
     for (int round = 0; round < 8; ++round)
         m_objects.CreateMessages(messages);
-    EXPECT_LE(Entries(), 10000);
-    EXPECT_GE(Entries(), 5000);
+    EXPECT_LE(CountEntries(), 10000);
+    EXPECT_GE(CountEntries(), 5000);
     EXPECT_EQ(ToldBy(watch), "lost");
     EXPECT_EQ(ToldBy(watch), "");
     // Unless it is known that nothing of it concerned the view.
@@ -282,9 +282,9 @@ TEST_F(Changed, TheLogIsBoundedAndWhoeverFallsBehindIsTold)
 
 TEST_F(Changed, TheLogIsBoundedWhicheverTransactionsTellItNothing)
 {
-    Raw("WITH RECURSIVE n (i) AS (VALUES (1) UNION ALL SELECT i + 1 FROM n WHERE i < 20000) "
-        "INSERT INTO change_entry (number, kind, event, container, object) SELECT "
-        "i + (SELECT max(number) FROM change_entry), 3, 1, 0, 0 FROM n");
+    ExecuteRaw("WITH RECURSIVE n (i) AS (VALUES (1) UNION ALL SELECT i + 1 FROM n WHERE i < 20000) "
+               "INSERT INTO change_entry (number, kind, event, container, object) SELECT "
+               "i + (SELECT max(number) FROM change_entry), 3, 1, 0, 0 FROM n");
     const auto nextChange = [&] {
         Reader reader(m_site.GetDatabase());
         return reader->Integer("SELECT change FROM site") + 1;
@@ -295,24 +295,24 @@ TEST_F(Changed, TheLogIsBoundedWhicheverTransactionsTellItNothing)
             Names(m_site).Ids({{Guid{}, "name " + std::to_string(round)}}, true);
         else
             m_objects.SetRead(one, round % 2 == 0);
-    EXPECT_LE(Entries(), 10600);
-    EXPECT_GE(Entries(), 10000);
+    EXPECT_LE(CountEntries(), 10600);
+    EXPECT_GE(CountEntries(), 10000);
 }
 
 TEST_F(Changed, AnEmptiedLogAndARepairAreLosses)
 {
     Watch watch{View(m_site, Inbox())};
     EntryReader reader(m_site);
-    Added("a");
+    AddNamed("a");
     EXPECT_EQ(ToldBy(watch), "+a");
-    Raw("DELETE FROM change_entry");
+    ExecuteRaw("DELETE FROM change_entry");
     EXPECT_EQ(ToldBy(watch), "lost");
-    Added("b");
+    AddNamed("b");
     EXPECT_EQ(ToldBy(watch), "lost");
     EXPECT_TRUE(reader.Next().lost);
-    Added("c");
+    AddNamed("c");
     EXPECT_EQ(ToldBy(watch), "+c(b)");
-    Raw("UPDATE facet SET count = count + 1");
+    ExecuteRaw("UPDATE facet SET count = count + 1");
     EXPECT_FALSE(Check(m_site, true).empty());
     EXPECT_EQ(ToldBy(watch), "lost");
 }

@@ -32,7 +32,7 @@ class Checks : public SiteTest
         EXPECT_GT(sqlite3_total_changes(handle), 0) << sql;
         sqlite3_close(handle);
     }
-    std::string Told(bool repair)
+    std::string FindingsOf(bool repair)
     {
         std::string all;
         for (const Finding &finding : Check(m_site, repair))
@@ -54,9 +54,9 @@ TEST_F(Checks, EveryStepIsTold)
 
 TEST_F(Checks, OfASoundFileFindNothing)
 {
-    EXPECT_EQ(Told(false), "");
+    EXPECT_EQ(FindingsOf(false), "");
     ChangeNumber before = m_site.GetChangeNumber();
-    EXPECT_EQ(Told(true), "");
+    EXPECT_EQ(FindingsOf(true), "");
     EXPECT_GE(m_site.GetChangeNumber(), before);
 }
 
@@ -85,31 +85,31 @@ TEST_F(Checks, FindAndRepairWhatIsWrong)
     };
     for (const auto &one : cases) {
         Damage(one.sql);
-        std::string before = Told(false);
+        std::string before = FindingsOf(false);
         EXPECT_THAT(before, HasSubstr(one.finding)) << one.sql;
-        EXPECT_EQ(Told(false), before) << one.sql; // looking changes nothing
-        EXPECT_THAT(Told(true), HasSubstr(std::string(one.finding))) << one.sql;
-        EXPECT_EQ(Told(false), "") << one.sql;
+        EXPECT_EQ(FindingsOf(false), before) << one.sql; // looking changes nothing
+        EXPECT_THAT(FindingsOf(true), HasSubstr(std::string(one.finding))) << one.sql;
+        EXPECT_EQ(FindingsOf(false), "") << one.sql;
         EXPECT_TRUE(m_objects.Find(m_id)) << one.sql;
         EXPECT_NO_THROW(m_objects.Read(m_id)) << one.sql;
     }
     EXPECT_NO_THROW(Add("later"));
-    EXPECT_EQ(Told(false), "");
+    EXPECT_EQ(FindingsOf(false), "");
 }
 
 TEST_F(Checks, TellOfLostDataThatNothingBringsBack)
 {
     Damage("DELETE FROM chunk WHERE number = 1");
-    EXPECT_THAT(Told(false), HasSubstr("is not as long as it should be"));
-    EXPECT_THAT(Told(true), HasSubstr("has gaps.\n")); // and not: repaired
-    EXPECT_THAT(Told(false), HasSubstr("has gaps"));
+    EXPECT_THAT(FindingsOf(false), HasSubstr("is not as long as it should be"));
+    EXPECT_THAT(FindingsOf(true), HasSubstr("has gaps.\n")); // and not: repaired
+    EXPECT_THAT(FindingsOf(false), HasSubstr("has gaps"));
 }
 
 TEST_F(Checks, RepairSeveralThingsAtOnce)
 {
     Damage("DELETE FROM facet; UPDATE object SET size = 0; DELETE FROM stream");
-    EXPECT_NE(Told(true), "");
-    EXPECT_EQ(Told(false), "");
+    EXPECT_NE(FindingsOf(true), "");
+    EXPECT_EQ(FindingsOf(false), "");
     EXPECT_EQ(View(m_site, Inbox()).Count(), 2u);
     EXPECT_EQ(*m_objects.Read(m_other).get<std::string>(kSubject), "other");
 }

@@ -83,7 +83,6 @@ class Crashes : public testing::Test
 TEST_F(Crashes, AFullDiskAtAnyWriteLeavesEachStepDoneOrUndone)
 {
     std::vector<std::string> expected = TakeSteps();
-    int rounds = 0;
     for (std::size_t i = 0; i < ScenarioSteps().size(); ++i) {
         const Step &step = ScenarioSteps()[i];
         bool struck = true;
@@ -93,21 +92,22 @@ TEST_F(Crashes, AFullDiskAtAnyWriteLeavesEachStepDoneOrUndone)
                 Site site = Site::Open(path);
                 SetWriteFault(WriteFault::DiskFull, n);
                 std::optional<Fault> fault = FaultOf([&] { step(site); });
+                int writes = WritesSeen();
                 SetWriteFault(WriteFault::None, 0);
                 struck = fault.has_value();
-                if (struck) {
+                if (!struck) {
+                    EXPECT_EQ(writes, n - 1) << "a fault in step " << i << " was not told";
+                } else {
                     EXPECT_EQ(*fault, Fault::Full) << FaultName(*fault) << " at write " << n << " of step " << i;
                     ASSERT_EQ(StateOf(site), expected[i]) << "write " << n << " of step " << i;
                     step(site); // there is room again
                 }
                 ASSERT_EQ(StateOf(site), expected[i + 1]) << "write " << n << " of step " << i;
             }
-            ++rounds;
             if (n % 10 == 1)
                 ExpectSound(path);
         }
     }
-    EXPECT_GT(rounds, 900); // as many as the steps write
 }
 
 TEST_F(Crashes, ASiteThatThereIsNoRoomForIsNotThere)
@@ -137,7 +137,7 @@ TEST_F(Crashes, AProcessThatEndsAtAnyWriteLeavesWhatItReported)
         for (int n = 1; ended == 42; n += n < 4 ? 1 : 3) {
             std::string path = CopyBefore(i), report = m_folder.File("report");
             fs::remove(PathOf(report));
-            Process worker(g_program, {"--step-" + std::to_string(i), path, report, std::to_string(n)});
+            Process worker(g_program, {"--step", path, report, std::to_string(n), std::to_string(i)});
             ended = worker.Wait();
             ASSERT_TRUE(ended == 42 || ended == 0) << ended;
             std::size_t done = LinesIn(report);
@@ -203,16 +203,16 @@ TEST_F(Crashes, ProcessesThatWriteAtOnceLoseNothing)
 }
 
 // What the test starts itself as: works on a site and reports each thing that is done by a line.
-int WorkOn(const std::string &what, const std::string &path, const std::string &report, int n)
+int WorkOn(const std::string &what, const std::string &path, const std::string &report, int n, std::size_t stepNumber)
 {
     std::ofstream lines(PathOf(report), std::ios::app);
-    if (what.starts_with("--step-")) {
-        std::size_t i = std::stoul(what.substr(7));
+    if (what == "--step") {
         Site site = Site::Open(path);
         SetWriteFault(WriteFault::Exit, n);
-        ScenarioSteps().at(i)(site);
+        ScenarioSteps().at(stepNumber)(site);
         lines << "done" << std::endl;
-        if (i + 1 < ScenarioSteps().size()) // the last one's run may end in what closing writes, too
+        // Closing is cut off after the last step alone: there the log is longest.
+        if (stepNumber + 1 < ScenarioSteps().size())
             SetWriteFault(WriteFault::None, 0);
         return 0;
     }
@@ -238,8 +238,8 @@ int main(int argc, char **argv)
     using namespace localmapi::storage;
     InstallFaultyVfs();
     g_program = Utf8(std::filesystem::absolute(argv[0]));
-    if (argc == 5 && std::string(argv[1]).starts_with("--"))
-        return WorkOn(argv[1], argv[2], argv[3], std::stoi(argv[4]));
+    if (argc >= 5 && std::string(argv[1]).starts_with("--"))
+        return WorkOn(argv[1], argv[2], argv[3], std::stoi(argv[4]), argc > 5 ? std::stoul(argv[5]) : 0);
     testing::InitGoogleMock(&argc, argv);
     return RUN_ALL_TESTS();
 }

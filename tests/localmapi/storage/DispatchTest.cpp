@@ -41,7 +41,7 @@ class DispatchTest : public SiteTest
         destination.changes.properties.remove = {kNumber};
         return destination;
     }
-    Destination MakeReport(ObjectId where)
+    Destination ReportTo(ObjectId where)
     {
         Destination destination{where, {}, MessageChanges{}};
         destination.cover->properties.set = {{kSubject, std::string("report")}};
@@ -98,7 +98,7 @@ TEST_F(DispatchTest, WhatIsStoredIsCarriedToTheLastPlaceAndCopiedToTheOthers)
     Dispatch dispatch;
     dispatch.message = stored;
     dispatch.content.properties.set.Set(kSubject, std::string("changed"));
-    dispatch.destinations = {To(m_box.inbox, 0), MakeReport(m_box.inbox), To(m_box.sentItems, kFlagRead)};
+    dispatch.destinations = {To(m_box.inbox, 0), ReportTo(m_box.inbox), To(m_box.sentItems, kFlagRead)};
     dispatch.destinations[2].recipients = std::make_shared<std::vector<PropertyBag>>(3);
     std::vector<ObjectId> ids = m_objects.Send(dispatch);
     EXPECT_FALSE(m_objects.Find(stored)) << "it has another number where it is now";
@@ -132,7 +132,7 @@ TEST_F(DispatchTest, WithoutAPlaceForItTheStoredOneGoes)
     ObjectId stored = m_objects.CreateMessage(m_box.outbox, MakeLetter("gone"));
     Dispatch dispatch;
     dispatch.message = stored;
-    dispatch.destinations = {MakeReport(m_box.inbox)};
+    dispatch.destinations = {ReportTo(m_box.inbox)};
     m_objects.Send(dispatch);
     EXPECT_EQ(CountIn(m_box.outbox), 0u);
     EXPECT_EQ(CountIn(m_box.inbox), 1u);

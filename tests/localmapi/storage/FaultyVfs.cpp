@@ -76,7 +76,7 @@ const sqlite3_io_methods kMethods = {
     Forward<&sqlite3_io_methods::xUnfetch>,
 };
 
-int OpenFile(sqlite3_vfs *, const char *name, sqlite3_file *file, int flags, int *outFlags)
+int OpenWrapped(sqlite3_vfs *, const char *name, sqlite3_file *file, int flags, int *outFlags)
 {
     File *wrapper = new (file) File{};
     wrapper->real = reinterpret_cast<sqlite3_file *>(wrapper + 1);
@@ -85,7 +85,7 @@ int OpenFile(sqlite3_vfs *, const char *name, sqlite3_file *file, int flags, int
     return result;
 }
 
-int DeleteFile(sqlite3_vfs *, const char *name, int sync)
+int DeleteCounted(sqlite3_vfs *, const char *name, int sync)
 {
     if (int fault = Strike())
         return fault;
@@ -102,8 +102,8 @@ void InstallFaultyVfs()
     vfs.zName = "faulty";
     vfs.pNext = nullptr;
     vfs.szOsFile = static_cast<int>(sizeof(File)) + g_realVfs->szOsFile;
-    vfs.xOpen = OpenFile;
-    vfs.xDelete = DeleteFile;
+    vfs.xOpen = OpenWrapped;
+    vfs.xDelete = DeleteCounted;
     sqlite3_vfs_register(&vfs, 1);
 }
 

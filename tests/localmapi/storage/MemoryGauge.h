@@ -6,7 +6,7 @@ namespace localmapi::storage
 {
 
 std::uint64_t MemoryInUse();
-// The most there was at once since forgetPeak().
+// The most there was at once since ForgetPeak().
 std::uint64_t MemoryPeak();
 void ForgetPeak();
 

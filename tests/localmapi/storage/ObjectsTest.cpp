@@ -11,7 +11,7 @@ namespace
 using testing::ElementsAre;
 constexpr Tag kNumber = MakeTag(0x6001, Type::Int32);
 
-PropertyBag MakeNamed(const std::string &name)
+PropertyBag NameBag(const std::string &name)
 {
     return {{kDisplayName, name}};
 }
@@ -27,18 +27,18 @@ class ObjectsTest : public SiteTest
     ~ObjectsTest() override { ExpectSound(); }
 
     // A message with everything a message can have.
-    MessageChanges Rich() const
+    MessageChanges MakeRich() const
     {
         MessageChanges content = MakeMessage("rich", {{kImportance, std::int32_t{2}},
                                                       {kClientSubmitTime, std::int64_t{77}},
                                                       {kMessageDeliveryTime, std::int64_t{78}},
                                                       {kBody, std::string(50000, 'b')}});
-        content.recipients = std::vector<PropertyBag>{MakeNamed("Ann"), MakeNamed("Bob")};
+        content.recipients = std::vector<PropertyBag>{NameBag("Ann"), NameBag("Bob")};
         content.attachments = {MakeAttachment(0, "a"), MakeAttachment(4, "big", Bytes(600000, 9))};
         AttachmentChanges embedding = MakeAttachment(7, "embedded");
         MessageChanges inner = MakeMessage("inner", {{kImportance, std::int32_t{1}}});
         inner.attachments = {MakeAttachment(0, "innermost", Bytes(20000, 3))};
-        inner.recipients = std::vector<PropertyBag>{MakeNamed("Inner")};
+        inner.recipients = std::vector<PropertyBag>{NameBag("Inner")};
         embedding.embedded = std::make_shared<MessageChanges>(inner);
         content.attachments.push_back(embedding);
         return content;
@@ -80,7 +80,7 @@ class ObjectsTest : public SiteTest
 
 TEST_F(ObjectsTest, AMessageIsWrittenWithEverythingInIt)
 {
-    ObjectId id = m_objects.CreateMessage(m_box.inbox, Rich());
+    ObjectId id = m_objects.CreateMessage(m_box.inbox, MakeRich());
     ExpectRich(id);
     ObjectInfo info = m_objects.Info(id);
     EXPECT_EQ(info.kind, ObjectKind::Message);
@@ -122,14 +122,14 @@ TEST_F(ObjectsTest, WhatTheStoreKeepsItselfCannotBeSet)
 
 TEST_F(ObjectsTest, ChangesSetAndRemoveInOneStep)
 {
-    ObjectId id = m_objects.CreateMessage(m_box.inbox, Rich());
+    ObjectId id = m_objects.CreateMessage(m_box.inbox, MakeRich());
     MessageChanges changes;
     changes.properties.set = {{kSubject, std::string("other")},
                               {kMessageClass, std::string("IPM.Note.Microsoft.Voicemail.UM")},
                               {kMessageFlags, kFlagRead},
                               {kNumber, std::int32_t{3}}};
     changes.properties.remove = {kBody, kImportance, kClientSubmitTime, MakeTag(0x7FFF, Type::Int32)};
-    changes.recipients = std::vector<PropertyBag>{MakeNamed("Carol")};
+    changes.recipients = std::vector<PropertyBag>{NameBag("Carol")};
     AttachmentChanges change = MakeAttachment(4, "small", Bytes{5});
     MessageChanges inner;
     inner.properties.set.Set(kSubject, std::string("inner 2"));
@@ -237,7 +237,7 @@ TEST_F(ObjectsTest, FlagsAreSetAndClearedButForWhatFollowsFromTheAttachments)
 
 TEST_F(ObjectsTest, AMovedMessageIsWholeAndHasANewId)
 {
-    ObjectId id = m_objects.CreateMessage(m_box.inbox, Rich());
+    ObjectId id = m_objects.CreateMessage(m_box.inbox, MakeRich());
     ObjectId other = Add("other");
     std::vector<ObjectId> moved = m_objects.MoveMessages({id, 999999, other}, m_box.sentItems);
     ASSERT_EQ(moved.size(), 3u);
@@ -256,7 +256,7 @@ TEST_F(ObjectsTest, AMovedMessageIsWholeAndHasANewId)
 
 TEST_F(ObjectsTest, ACopyIsWholeAndApartFromTheOriginal)
 {
-    ObjectId id = m_objects.CreateMessage(m_box.inbox, Rich());
+    ObjectId id = m_objects.CreateMessage(m_box.inbox, MakeRich());
     std::vector<ObjectId> copies = m_objects.CopyMessages({id, id, 999999}, m_box.inbox);
     EXPECT_EQ(copies[2], 0);
     ExpectRich(copies[0]);
@@ -268,7 +268,7 @@ TEST_F(ObjectsTest, ACopyIsWholeAndApartFromTheOriginal)
 
 TEST_F(ObjectsTest, ADeletedMessageIsGoneWithEverythingInIt)
 {
-    ObjectId id = m_objects.CreateMessage(m_box.inbox, Rich());
+    ObjectId id = m_objects.CreateMessage(m_box.inbox, MakeRich());
     ObjectId inner = m_objects.EmbeddedMessage(m_objects.Attachments(id)[2].id);
     std::unique_ptr<Stream> reader = m_objects.OpenProperty(m_objects.Attachments(id)[1].id, kAttachData);
     EXPECT_THAT(m_objects.RemoveMessages({id, id}), ElementsAre(true, false));
@@ -281,7 +281,7 @@ TEST_F(ObjectsTest, ADeletedMessageIsGoneWithEverythingInIt)
 
 TEST_F(ObjectsTest, EmbeddedMessagesBelongToTheirMessages)
 {
-    ObjectId id = m_objects.CreateMessage(m_box.inbox, Rich());
+    ObjectId id = m_objects.CreateMessage(m_box.inbox, MakeRich());
     ObjectId inner = m_objects.EmbeddedMessage(m_objects.Attachments(id)[2].id);
     EXPECT_THAT(m_objects.RemoveMessages({inner}), ElementsAre(false));
     EXPECT_THAT(m_objects.MoveMessages({inner}, m_box.inbox), ElementsAre(0));
@@ -325,30 +325,30 @@ TEST_F(ObjectsTest, MessagesLieInFoldersOnly)
     EXPECT_EQ(FaultOf([&] { m_objects.CreateMessage(999999, MakeMessage("x")); }), Fault::NotFound);
     EXPECT_EQ(FaultOf([&] { m_objects.MoveMessages({id}, m_alice.mailbox); }), Fault::Invalid);
     EXPECT_EQ(FaultOf([&] { m_objects.CopyMessages({id}, 999999); }), Fault::NotFound);
-    EXPECT_EQ(FaultOf([&] { m_objects.CreateFolder(id, MakeNamed("x")); }), Fault::Invalid);
+    EXPECT_EQ(FaultOf([&] { m_objects.CreateFolder(id, NameBag("x")); }), Fault::Invalid);
     EXPECT_THAT(m_objects.RemoveMessages({m_box.inbox}), ElementsAre(false));
     EXPECT_EQ(FaultOf([&] { m_objects.Change(id, {}); }), Fault::Invalid);
 }
 
 TEST_F(ObjectsTest, FoldersHaveNamesOfTheirOwn)
 {
-    ObjectId one = m_objects.CreateFolder(m_box.inbox, MakeNamed("Caf\xc3\xa9"));
-    EXPECT_EQ(FaultOf([&] { m_objects.CreateFolder(m_box.inbox, MakeNamed("CAF\xc3\x89")); }), Fault::Collision);
-    ObjectId two = m_objects.CreateFolder(m_box.inbox, MakeNamed("Two"));
-    m_objects.CreateFolder(one, MakeNamed("Caf\xc3\xa9")); // elsewhere it is free
+    ObjectId one = m_objects.CreateFolder(m_box.inbox, NameBag("Caf\xc3\xa9"));
+    EXPECT_EQ(FaultOf([&] { m_objects.CreateFolder(m_box.inbox, NameBag("CAF\xc3\x89")); }), Fault::Collision);
+    ObjectId two = m_objects.CreateFolder(m_box.inbox, NameBag("Two"));
+    m_objects.CreateFolder(one, NameBag("Caf\xc3\xa9")); // elsewhere it is free
     EXPECT_EQ(m_objects.FolderNamed(m_box.inbox, "caf\xc3\xa9"), one);
     EXPECT_FALSE(m_objects.FolderNamed(m_box.inbox, "three"));
-    EXPECT_EQ(FaultOf([&] { m_objects.Change(two, {MakeNamed("caf\xc3\x89"), {}}); }), Fault::Collision);
-    m_objects.Change(one, {MakeNamed("CAF\xc3\x89"), {}}); // its own name in another case
-    m_objects.Change(two, {MakeNamed("Three"), {}});
+    EXPECT_EQ(FaultOf([&] { m_objects.Change(two, {NameBag("caf\xc3\x89"), {}}); }), Fault::Collision);
+    m_objects.Change(one, {NameBag("CAF\xc3\x89"), {}}); // its own name in another case
+    m_objects.Change(two, {NameBag("Three"), {}});
     EXPECT_EQ(m_objects.FolderNamed(m_box.inbox, "three"), two);
 }
 
 TEST_F(ObjectsTest, AFolderIsRemovedWithEverythingInIt)
 {
-    ObjectId outer = m_objects.CreateFolder(m_box.inbox, MakeNamed("outer"));
-    ObjectId inner = m_objects.CreateFolder(outer, MakeNamed("inner"));
-    ObjectId id = m_objects.CreateMessage(inner, Rich());
+    ObjectId outer = m_objects.CreateFolder(m_box.inbox, NameBag("outer"));
+    ObjectId inner = m_objects.CreateFolder(outer, NameBag("inner"));
+    ObjectId id = m_objects.CreateMessage(inner, MakeRich());
     m_objects.CreateMessage(outer, MakeMessage("m"));
     ObjectId stays = Add("stays");
     m_objects.RemoveFolder(outer);

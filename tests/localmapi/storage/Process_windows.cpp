@@ -12,7 +12,7 @@ struct Process::Impl {
 namespace
 {
 
-std::wstring widened(const std::string &text)
+std::wstring Widened(const std::string &text)
 {
     int length = MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, nullptr, 0);
     std::wstring wide(static_cast<std::size_t>(length), L'\0');
@@ -26,9 +26,9 @@ std::wstring widened(const std::string &text)
 Process::Process(const std::string &program, const std::vector<std::string> &arguments)
     : m_impl(std::make_unique<Impl>())
 {
-    std::wstring line = L'"' + widened(program) + L'"';
+    std::wstring line = L'"' + Widened(program) + L'"';
     for (const std::string &argument : arguments)
-        line += L" \"" + widened(argument) + L'"';
+        line += L" \"" + Widened(argument) + L'"';
     STARTUPINFOW start{};
     start.cb = sizeof start;
     PROCESS_INFORMATION started{};

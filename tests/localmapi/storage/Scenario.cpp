@@ -42,8 +42,8 @@ std::string Written(const Value &value)
         return "stream of " + std::to_string(stream->size);
     if (auto bytes = std::get_if<Bytes>(&value))
         return std::to_string(bytes->size()) + " bytes";
-    if (auto string = std::get_if<std::string>(&value))
-        return *string;
+    if (auto string = std::get_if<std::string>(&value)) // long ones take GoogleTest long
+        return '"' + *string + "\" (" + std::to_string(string->size()) + ")";
     return testing::PrintToString(value);
 }
 

@@ -25,7 +25,7 @@ std::string ContentOf(const std::string &path)
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-void WriteFile(const std::string &path, const std::string &content)
+void WriteContent(const std::string &path, const std::string &content)
 {
     std::ofstream(PathOf(path), std::ios::binary) << content;
 }
@@ -80,7 +80,7 @@ class SeesWaiting
 struct Sites : testing::Test {
     Folder folder;
     std::string path = folder.File("site.db");
-    static std::optional<Fault> Opening(const std::string &file)
+    static std::optional<Fault> FaultOfOpening(const std::string &file)
     {
         return FaultOf([&] { Site::Open(file); });
     }
@@ -109,7 +109,7 @@ TEST_F(Sites, HaveAnyPath)
 
 TEST_F(Sites, AreNotMadeOverAnythingThatIsThere)
 {
-    WriteFile(path, "precious");
+    WriteContent(path, "precious");
     EXPECT_EQ(FaultOf([&] { Site::Create(path, "S", "O"); }), Fault::Collision);
     EXPECT_EQ(ContentOf(path), "precious");
     std::string site = folder.File("site2.db");
@@ -132,7 +132,7 @@ TEST_F(Sites, ThatCannotBeMadeAreNotThere)
 
 TEST_F(Sites, ThatAreNotThereAreNotFoundAndNotMade)
 {
-    EXPECT_EQ(Opening(path), Fault::NotFound);
+    EXPECT_EQ(FaultOfOpening(path), Fault::NotFound);
     EXPECT_FALSE(fs::exists(PathOf(path)));
 }
 
@@ -142,12 +142,12 @@ TEST_F(Sites, OfOthersAreRefusedAndLeftAsTheyAre)
     Raw(database).Execute("PRAGMA application_id = 12345; CREATE TABLE site (x); INSERT INTO site VALUES (1)");
     std::string plain = folder.File("plain.db");
     Raw(plain).Execute("CREATE TABLE t (x)");
-    WriteFile(folder.File("empty"), "");
-    WriteFile(folder.File("text"), std::string(5000, 't'));
-    WriteFile(folder.File("short"), "SQLite format 3");
+    WriteContent(folder.File("empty"), "");
+    WriteContent(folder.File("text"), std::string(5000, 't'));
+    WriteContent(folder.File("short"), "SQLite format 3");
     for (const std::string &file : {database, plain, folder.File("empty"), folder.File("text"), folder.File("short")}) {
         std::string before = ContentOf(file);
-        EXPECT_EQ(Opening(file), Fault::NotASite) << file;
+        EXPECT_EQ(FaultOfOpening(file), Fault::NotASite) << file;
         EXPECT_EQ(ContentOf(file), before) << file;
         EXPECT_FALSE(fs::exists(PathOf(file + "-wal"))) << file;
     }
@@ -167,9 +167,9 @@ TEST_F(Sites, OfANewerVersionAreRefusedAndLeftAsTheyAre)
     }
     EXPECT_EQ(ContentOf(path), before);
     Raw(path).Execute("PRAGMA user_version = 2");
-    EXPECT_FALSE(Opening(path));
+    EXPECT_FALSE(FaultOfOpening(path));
     Raw(path).Execute("PRAGMA user_version = 0");
-    EXPECT_EQ(Opening(path), Fault::NotASite);
+    EXPECT_EQ(FaultOfOpening(path), Fault::NotASite);
 }
 
 TEST_F(Sites, OpenedForReadingAreReadAndNothingElse)
@@ -235,7 +235,7 @@ TEST_F(Sites, ThatAreDamagedAreSaidToBe)
     for (std::size_t page = 1; page < whole.size() / 8192; page += 5) {
         std::string damaged = whole;
         damaged.replace(page * 8192, 8192, std::string(8192, static_cast<char>(page)));
-        WriteFile(path, damaged);
+        WriteContent(path, damaged);
         std::optional<Fault> fault = FaultOf([&] {
             Site site = Site::Open(path);
             found += !Check(site, false).empty();
@@ -246,7 +246,7 @@ TEST_F(Sites, ThatAreDamagedAreSaidToBe)
     }
     EXPECT_GT(found, 50);
     for (std::size_t length : {whole.size() / 2, std::size_t{8192 * 3}, std::size_t{8192 + 100}, std::size_t{100}}) {
-        WriteFile(path, whole.substr(0, length));
+        WriteContent(path, whole.substr(0, length));
         std::optional<Fault> fault = FaultOf([&] {
             Site site = Site::Open(path);
             EXPECT_FALSE(Check(site, false).empty());

@@ -12,7 +12,7 @@ namespace
 class Threads : public SiteTest
 {
   protected:
-    static void RunAll(int count, const std::function<void(int)> &work)
+    static void RunOnThreads(int count, const std::function<void(int)> &work)
     {
         std::vector<std::thread> threads;
         for (int t = 0; t < count; ++t)
@@ -31,7 +31,7 @@ class Threads : public SiteTest
 TEST_F(Threads, SeeWholeTransactionsOnly)
 {
     std::atomic<int> writers{3};
-    RunAll(6, [&](int t) {
+    RunOnThreads(6, [&](int t) {
         if (t < 3) {
             for (int i = 0; i < 15; ++i) {
                 std::vector<NewMessage> five(
@@ -61,7 +61,7 @@ TEST_F(Threads, ShareEveryObjectOfTheLayer)
     Directory directory(m_site);
     Profiles profiles(m_site);
     localmapi::storage::Names names(m_site);
-    RunAll(6, [&](int t) {
+    RunOnThreads(6, [&](int t) {
         std::string own = "p" + std::to_string(t);
         for (int i = 0; i < 8; ++i) {
             profiles.Create(own);

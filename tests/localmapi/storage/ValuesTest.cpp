@@ -10,7 +10,7 @@ namespace localmapi::storage
 namespace
 {
 
-constexpr Tag MakeList(std::uint16_t id, Type type)
+constexpr Tag ListTag(std::uint16_t id, Type type)
 {
     return MakeTag(id, type) | kMultiple;
 }
@@ -36,17 +36,17 @@ PropertyBag EveryType()
         {MakeTag(0x600F, Type::Binary), Bytes()},
         {MakeTag(0x6010, Type::Boolean), false},
         {MakeTag(0x6011, Type::Object), Bytes{7}},
-        {MakeList(0x6020, Type::Int16), std::vector<std::int16_t>{1, -1}},
-        {MakeList(0x6021, Type::Int32), std::vector<std::int32_t>{1, -1, 70000}},
-        {MakeList(0x6022, Type::Float), std::vector<float>{0.25f}},
-        {MakeList(0x6023, Type::Double), std::vector<double>{0.1, -2}},
-        {MakeList(0x6024, Type::Currency), std::vector<std::int64_t>{-5}},
-        {MakeList(0x6025, Type::AppTime), std::vector<double>{1}},
-        {MakeList(0x6028, Type::Int64), std::vector<std::int64_t>{}},
-        {MakeList(0x6029, Type::Text), std::vector<std::string>{"", "a", "\xc3\xa4"}},
-        {MakeList(0x602A, Type::Time), std::vector<std::int64_t>{1, 2}},
-        {MakeList(0x602B, Type::Uid), std::vector<Guid>{Guid{1}, Guid{2}}},
-        {MakeList(0x602C, Type::Binary), std::vector<Bytes>{{}, {1, 2}}},
+        {ListTag(0x6020, Type::Int16), std::vector<std::int16_t>{1, -1}},
+        {ListTag(0x6021, Type::Int32), std::vector<std::int32_t>{1, -1, 70000}},
+        {ListTag(0x6022, Type::Float), std::vector<float>{0.25f}},
+        {ListTag(0x6023, Type::Double), std::vector<double>{0.1, -2}},
+        {ListTag(0x6024, Type::Currency), std::vector<std::int64_t>{-5}},
+        {ListTag(0x6025, Type::AppTime), std::vector<double>{1}},
+        {ListTag(0x6028, Type::Int64), std::vector<std::int64_t>{}},
+        {ListTag(0x6029, Type::Text), std::vector<std::string>{"", "a", "\xc3\xa4"}},
+        {ListTag(0x602A, Type::Time), std::vector<std::int64_t>{1, 2}},
+        {ListTag(0x602B, Type::Uid), std::vector<Guid>{Guid{1}, Guid{2}}},
+        {ListTag(0x602C, Type::Binary), std::vector<Bytes>{{}, {1, 2}}},
     };
 }
 

@@ -48,6 +48,17 @@ class SendingSweep : public CopyTest
         EXPECT_THAT(errors[0], HasSubstr(std::string("Error ") + code + " ["));
     }
     bool WasSubmitted() const { return !m_mapi.world.created.empty() && m_mapi.world.created.back()->submitted; }
+    void ExpectSent()
+    {
+        EXPECT_EQ(m_hr, S_OK);
+        EXPECT_TRUE(WasSubmitted());
+    }
+    void ExpectRefused(const Round &round)
+    {
+        EXPECT_EQ(m_hr, round.hr);
+        EXPECT_FALSE(WasSubmitted());
+        CheckReport(round);
+    }
     // What happens on the original after it was opened and marked stays.
     bool IsMarked() const { return Find(m_original->props, PR_LAST_VERB_EXECUTED) != nullptr; }
 };
@@ -62,13 +73,10 @@ TEST_F(SendingSweep, OfAPlainMessageWithAFile)
                             [&](const Round &round) {
                                 ExpectNothingOpen();
                                 if (IsAskedAgain(round)) {
-                                    EXPECT_EQ(m_hr, S_OK);
-                                    EXPECT_TRUE(WasSubmitted());
+                                    ExpectSent();
                                     return;
                                 }
-                                EXPECT_EQ(m_hr, round.hr);
-                                EXPECT_FALSE(WasSubmitted());
-                                CheckReport(round);
+                                ExpectRefused(round);
                             },
                             kCodes);
     // Outbox, message, recipients (the list, its entry, the name, the address book), properties, file, attachment.
@@ -92,9 +100,7 @@ TEST_F(SendingSweep, OfAVoiceMessage)
                                     EXPECT_EQ(m_hr, S_OK);
                                     return;
                                 }
-                                EXPECT_EQ(m_hr, round.hr);
-                                EXPECT_FALSE(WasSubmitted());
-                                CheckReport(round);
+                                ExpectRefused(round);
                             },
                             kCodes);
     EXPECT_EQ(calls, 21); // two more for the second recipient
@@ -116,8 +122,7 @@ TEST_F(SendingSweep, OfAForward)
               m_failed.insert(round.call.object + "." + round.call.method);
               ExpectNothingOpen();
               if (IsAskedAgain(round) || (!round.onwards && IsOnTheOriginal(round))) {
-                  EXPECT_EQ(m_hr, S_OK);
-                  EXPECT_TRUE(WasSubmitted());
+                  ExpectSent();
                   return;
               }
               EXPECT_EQ(m_hr, round.hr);
@@ -153,13 +158,10 @@ TEST_F(SendingSweep, OfAnAnswerWithAFile)
               m_failed.insert(round.call.method);
               ExpectNothingOpen();
               if (IsAskedAgain(round) || (!round.onwards && IsOnTheOriginal(round))) {
-                  EXPECT_EQ(m_hr, S_OK);
-                  EXPECT_TRUE(WasSubmitted());
+                  ExpectSent();
                   return;
               }
-              EXPECT_EQ(m_hr, round.hr);
-              EXPECT_FALSE(WasSubmitted());
-              CheckReport(round);
+              ExpectRefused(round);
               const bool beforeTheMarks = m_mapi.recorder.Count("Message(m).SetProps") == 0;
               EXPECT_EQ(IsMarked(), !beforeTheMarks &&
                                         !(round.onwards && IsOnTheOriginal(round) && round.call.method == "SetProps"));

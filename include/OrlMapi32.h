@@ -257,7 +257,8 @@ void ORLAPI OrlCrashRecovery(void);
 /*
  * Ordinals 1 and 16. Logs on to MAPI and opens the default store. A session that was connected is disconnected
  * first. With a profile name, that profile is used. With an empty one, a temporary profile is made from server
- * and mailbox, used and deleted again; where that fails, the default profile is used.
+ * and mailbox, used and deleted again; where that fails, the default profile is used. Calls without a profile name
+ * wait for each other, also across processes: MAPI_E_TIMEOUT after 60 s, and no profile was touched.
  */
 HRESULT ORLAPI OrlMapiConnectA(DWORD hConnection, LPCSTR szServer, LPCSTR szMailbox, LPCSTR szProfile);
 HRESULT ORLAPI OrlMapiConnectW(DWORD hConnection, LPCWSTR szServer, LPCWSTR szMailbox, LPCWSTR szProfile);

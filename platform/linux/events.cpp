@@ -1,6 +1,7 @@
 // Events and mutexes.
 #include "code_page.h"
-#include "mutex.h"
+#include "last_error.h"
+#include "shared_mutex.h"
 #include <algorithm>
 
 namespace platform
@@ -47,6 +48,7 @@ bool Mutex::Release(ThreadRecord &self)
         return true;
     std::erase_if(self.owned, [this](const auto &mutex) { return mutex.get() == this; });
     m_owner = nullptr;
+    Released();
     WakeAll();
     return true;
 }
@@ -56,6 +58,7 @@ void Mutex::Abandon()
     m_owner = nullptr;
     m_count = 0;
     m_abandoned = true;
+    Released();
     WakeAll();
 }
 
@@ -101,8 +104,20 @@ BOOL ResetEvent(HANDLE hEvent)
 
 HANDLE CreateMutexA(LPSECURITY_ATTRIBUTES, BOOL bInitialOwner, LPCSTR lpName)
 {
-    const auto made = std::make_shared<platform::Mutex>();
-    const HANDLE handle = platform::NewNamedHandle(made, lpName ? lpName : "");
+    std::string name = lpName ? lpName : "";
+    std::shared_ptr<platform::Mutex> made;
+    if (const auto shared = platform::SharedMutexOf(name)) {
+        // Whether another process has it, too, is not to be seen: the first owner is who waits first.
+        if (bInitialOwner)
+            return Fail<HANDLE>(ERROR_NOT_SUPPORTED);
+        if (!shared->Open())
+            return nullptr;
+        name += "\n" + shared->Path();
+        made = shared;
+    } else {
+        made = std::make_shared<platform::Mutex>();
+    }
+    const HANDLE handle = platform::NewNamedHandle(made, name);
     // A mutex that existed already is not taken.
     if (handle && bInitialOwner && GetLastError() != ERROR_ALREADY_EXISTS) {
         const locks::Hold held(platform::WaitLock());

@@ -17,6 +17,9 @@ class Mutex : public KernelObject, public std::enable_shared_from_this<Mutex>
     void Abandon() REQUIRES(WaitLock());
 
   private:
+    // No thread has it any more.
+    virtual void Released() REQUIRES(WaitLock()) {}
+
     const ThreadRecord *m_owner GUARDED_BY(WaitLock()) = nullptr;
     int m_count GUARDED_BY(WaitLock()) = 0;
     bool m_abandoned GUARDED_BY(WaitLock()) = false;

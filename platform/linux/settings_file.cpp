@@ -1,5 +1,6 @@
 // One JSON file, replaced whole by a rename and never written in place.
 #include "settings_file.h"
+#include "descriptor.h"
 #include "platform/locks/Mutex.h"
 #include <cerrno>
 #include <climits>
@@ -14,40 +15,6 @@ namespace platform
 {
 namespace
 {
-class Descriptor
-{
-  public:
-    explicit Descriptor(int descriptor) : m_descriptor(descriptor) {}
-    ~Descriptor()
-    {
-        if (m_descriptor >= 0)
-            close(m_descriptor);
-    }
-    Descriptor(const Descriptor &) = delete;
-    Descriptor &operator=(const Descriptor &) = delete;
-    explicit operator bool() const { return m_descriptor >= 0; }
-    int get() const { return m_descriptor; }
-
-  private:
-    int m_descriptor;
-};
-
-LSTATUS ErrorOfErrno(int error)
-{
-    switch (error) {
-    case ENOSPC:
-    case EDQUOT:
-        return ERROR_DISK_FULL;
-    case EMFILE:
-    case ENFILE:
-        return ERROR_TOO_MANY_OPEN_FILES;
-    case ENOMEM:
-        return ERROR_NOT_ENOUGH_MEMORY;
-    default:
-        return ERROR_ACCESS_DENIED;
-    }
-}
-
 std::string HomeFolder()
 {
     if (const char *home = std::getenv("HOME"); home && *home)

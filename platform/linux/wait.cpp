@@ -10,6 +10,8 @@ namespace platform
 {
 namespace
 {
+constexpr std::chrono::milliseconds kPollInterval(5);
+
 // Never destroyed: threads may still end while the process does.
 struct Handles {
     locks::Mutex wait;
@@ -114,6 +116,13 @@ DWORD WaitFor(const HANDLE *handles, DWORD count, bool all, MessageQueue *queue,
         if (!(objects[i] = FindObject(handles[i])))
             return WAIT_FAILED;
 
+    const bool polled =
+        std::any_of(objects.begin(), objects.end(), [](const auto &object) { return object->IsPolled(); });
+    if (polled && count + (queue ? 1 : 0) > 1) {
+        SetLastError(ERROR_NOT_SUPPORTED);
+        return WAIT_FAILED;
+    }
+
     ThreadRecord &self = CurrentThread();
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
     Waiter waiter;
@@ -127,7 +136,10 @@ DWORD WaitFor(const HANDLE *handles, DWORD count, bool all, MessageQueue *queue,
         queue->Add(&waiter);
     bool inTime = true;
     while (result == WAIT_TIMEOUT && inTime) {
-        if (milliseconds == INFINITE)
+        const auto next = std::chrono::steady_clock::now() + kPollInterval;
+        if (polled && (milliseconds == INFINITE || next < deadline))
+            waiter.wake.WaitUntil(WaitLock(), next);
+        else if (milliseconds == INFINITE)
             waiter.wake.Wait(WaitLock());
         else
             inTime = waiter.wake.WaitUntil(WaitLock(), deadline);

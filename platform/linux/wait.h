@@ -48,6 +48,9 @@ class KernelObject : public Waitable
     virtual bool IsSignalled(const ThreadRecord &self) const REQUIRES(WaitLock()) = 0;
     // What a successful wait does to the object. True when its owner had ended without releasing it.
     virtual bool Take(ThreadRecord &self) REQUIRES(WaitLock()) = 0;
+    // True for what is signalled from outside this process, where no waiter is woken: it is looked at again and again,
+    // and can be waited for alone only.
+    virtual bool IsPolled() const { return false; }
 };
 
 // Handles: multiples of four that are never used twice.

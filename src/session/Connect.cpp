@@ -6,6 +6,7 @@
 #include "session/CMAPIImpl.h"
 #include "session/EndLogon.h"
 #include "session/OpenOptions.h"
+#include "session/ProfileTurn.h"
 #include "session/SessionDependent.h"
 
 namespace
@@ -93,9 +94,13 @@ HRESULT LogonToProfile(CMAPIImpl &session, const Operation &op, const tstring &s
         ulFlags |= MAPI_NT_SERVICE;
     }
 
+    // Also where it comes to the default profile: the service profile is deleted then, too.
+    ProfileTurn turn;
+    HRESULT hr = szProfile.empty() ? turn.Take(op) : S_OK;
+    if (FAILED(hr))
+        return hr;
     const ServiceProfile serviceProfile(szProfile.empty());
     ComPtr<IMAPISession> mapiSession;
-    HRESULT hr;
     if (!szProfile.empty()) {
         // "to logon", here and twice below, as the contract has it.
         DebugOutputA(kTraceState, "Attempting to logon to MAPI using profile %s.", szProfile.c_str());

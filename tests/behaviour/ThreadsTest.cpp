@@ -60,6 +60,33 @@ TEST_F(ThreadsBehaviour, SixteenThreadsCreateUseAndCloseConnectionsOfTheirOwn)
     });
 }
 
+// Each logs on as the user that it names, although all of them make, use and delete a profile of one name, and the
+// default profile, which a logon falls back on, may open every mailbox.
+TEST_F(ThreadsBehaviour, LogonsWithoutAProfileEndAsTheirOwnUser)
+{
+    AddProfile("Voicemail");
+    std::atomic<int> strangers{0};
+    Together(4, [&](int number) {
+        const char *own = number % 2 ? "alice" : "bob", *others = number % 2 ? "bob" : "alice";
+        DWORD connection = 0;
+        EXPECT_HR(0, OrlCreateConnection(&connection, 0));
+        for (int round = 0; round < 10; ++round) {
+            OrlMailbox mailbox = 0;
+            EXPECT_HR(0, OrlMapiConnectA(connection, "NORVIK1", own, ""));
+            EXPECT_HR(0, OrlMapiConnectToMailboxA(connection, &mailbox, own));
+            EXPECT_HR(0, OrlMapiDisconnectFromMailbox(connection, mailbox));
+            const HRESULT hr = OrlMapiConnectToMailboxA(connection, &mailbox, others);
+            if (SUCCEEDED(hr)) {
+                ++strangers;
+                OrlMapiDisconnectFromMailbox(connection, mailbox);
+            }
+            EXPECT_HR(E_ACCESSDENIED, hr);
+        }
+        EXPECT_HR(0, OrlCloseConnection(&connection));
+    });
+    EXPECT_EQ(0, strangers);
+}
+
 TEST_F(ThreadsBehaviour, AConnectionClosedUnderWorkingThreadsEndsWithTheLastOfThem)
 {
     for (int i = 0; i < 20; ++i)

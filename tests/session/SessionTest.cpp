@@ -30,6 +30,7 @@ std::string ErrorLine(const std::string &function, HRESULT hr, const std::string
         {MAPI_E_LOGON_FAILED, "0x80040111 [MAPI_E_LOGON_FAILED]"},
         {MAPI_E_INTERFACE_NOT_SUPPORTED, "0x80004002 [MAPI_E_INTERFACE_NOT_SUPPORTED]"},
         {MAPI_E_UNKNOWN_FLAGS, "0x80040106 [MAPI_E_UNKNOWN_FLAGS]"},
+        {MAPI_E_TIMEOUT, "0x80040401 [MAPI_E_TIMEOUT]"},
         {MAPI_E_AMBIGUOUS_RECIP, "0x80040700 [MAPI_E_AMBIGUOUS_RECIP]"},
     };
     for (const auto &name : names)

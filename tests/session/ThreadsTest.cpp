@@ -139,6 +139,39 @@ TEST_F(ThreadsTest, ClosingUnderTheFeetOfTheOthersEndsWithTheLastOfThem)
     }
 }
 
+// From the making of a connect's own profile to its deletion, nobody else touches it or logs on with it.
+TEST_F(ThreadsTest, ConnectsWithoutAProfileDoNotMeet)
+{
+    m_mapi.script.Tell("MAPILogonEx", Does([] { Sleep(1); }));
+    OnAllThreads([](int thread) {
+        DWORD h = 0;
+        ASSERT_EQ(OrlCreateConnection(&h, 0), S_OK);
+        for (int round = 0; round < 4; ++round)
+            // Every fourth of them ends on the default profile.
+            EXPECT_EQ(OrlMapiConnectA(h, thread % 4 ? "NORVIK1" : "", "vm", ""), S_OK);
+        EXPECT_EQ(OrlCloseConnection(&h), S_OK);
+    });
+    int turns = 0;
+    bool loggedOn = false;
+    std::thread::id owner;
+    for (const Record &record : m_mapi.recorder.Records()) {
+        const bool logsOn = record.Is("MAPILogonEx"), deletes = record.Is("ProfAdmin.DeleteProfile");
+        if (!logsOn && !deletes && !record.Is("ProfAdmin.CreateProfile"))
+            continue;
+        if (owner == std::thread::id())
+            owner = record.thread;
+        ASSERT_EQ(owner, record.thread) << record.Text() << " in the turn of another thread";
+        // A deletion before the logon makes room for the profile; the one after it ends the turn.
+        loggedOn = loggedOn || logsOn;
+        if (deletes && loggedOn) {
+            owner = {};
+            loggedOn = false;
+            ++turns;
+        }
+    }
+    EXPECT_EQ(turns, 4 * kThreads);
+}
+
 TEST_F(ThreadsTest, OneOfManyClosersWins)
 {
     DWORD h = 0;

@@ -11,7 +11,8 @@
 #define WAIT_FAILED ((DWORD)0xFFFFFFFF)
 #define MAXIMUM_WAIT_OBJECTS 64
 
-// Names are seen by this process only, on Windows by the whole session.
+// Names are seen by this image only, on Windows by the whole session. Mutexes whose names begin with "Global\" can be
+// seen by other processes, too (shared_names.h): such a mutex is waited for alone, and taken by waiting only.
 HANDLE CreateEventA(LPSECURITY_ATTRIBUTES lpEventAttributes, BOOL bManualReset, BOOL bInitialState, LPCSTR lpName);
 HANDLE CreateEventW(LPSECURITY_ATTRIBUTES lpEventAttributes, BOOL bManualReset, BOOL bInitialState, LPCWSTR lpName);
 BOOL SetEvent(HANDLE hEvent);

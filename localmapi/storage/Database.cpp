@@ -84,9 +84,10 @@ std::shared_ptr<Database> Database::Create(const std::string &path, const std::s
 
 std::shared_ptr<Database> Database::Open(const std::string &path, const OpenOptions &options)
 {
-    if (!IsThere(path))
-        throw Error(Fault::NotFound, "'" + path + "' is not there.");
     std::shared_ptr<Database> database(new Database(path, options));
+    database->m_identity = FileIdentity::At(path);
+    if (!database->m_identity || !IsThere(path))
+        throw Error(Fault::NotFound, "'" + path + "' is not there.");
     database->Admit();
     return database;
 }
@@ -94,8 +95,7 @@ std::shared_ptr<Database> Database::Open(const std::string &path, const OpenOpti
 // Looks before it touches anything: a file of another application stays as it is.
 void Database::Admit()
 {
-    auto connection = std::make_unique<Connection>(
-        m_path, m_options.readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE, m_options.busyTimeoutMs);
+    auto connection = Open();
     std::int64_t application = 0, version = 0;
     try {
         application = connection->Integer("PRAGMA application_id");
@@ -124,16 +124,27 @@ void Database::Admit()
     GiveBack(std::move(connection));
 }
 
-std::unique_ptr<Connection> Database::Connect() const
+// Of the file that was admitted, and no other.
+std::unique_ptr<Connection> Database::Open() const
 {
     auto connection = std::make_unique<Connection>(
         m_path, m_options.readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE, m_options.busyTimeoutMs);
+    if (connection->HasMoved())
+        throw Replaced();
+    RequireInPlace();
+    return connection;
+}
+
+std::unique_ptr<Connection> Database::Connect() const
+{
+    auto connection = Open();
     PrepareForUse(*connection);
     return connection;
 }
 
 std::unique_ptr<Connection> Database::Take()
 {
+    RequireInPlace();
     {
         const locks::Hold lock(m_lock);
         if (!m_idle.empty()) {
@@ -153,6 +164,34 @@ void Database::GiveBack(std::unique_ptr<Connection> connection) noexcept
             m_idle.push_back(std::move(connection));
         } catch (const std::bad_alloc &) { // then it is closed instead
         }
+    if (connection)
+        Close(std::move(connection));
+}
+
+// The last one to close a file writes its log back and deletes it, by name. That name may be another file's by now.
+void Database::Close(std::unique_ptr<Connection> connection) const noexcept
+{
+    if (!IsInPlace())
+        connection->LeaveLog();
+}
+
+Database::~Database()
+{
+    for (auto &connection : m_idle)
+        Close(std::move(connection));
+}
+
+Error Database::Replaced() const
+{
+    return {Fault::Replaced, "'" + m_path +
+                                 "' was replaced, moved or deleted while it was open. What was written last is "
+                                 "in the file that it was. Log on again for the one that is there now."};
+}
+
+void Database::RequireInPlace() const
+{
+    if (!IsInPlace())
+        throw Replaced();
 }
 
 Reader::Reader(Database &database, Where where) : m_database(database), m_connection(database.Take())
@@ -192,6 +231,7 @@ void Writer::Commit()
     bool announce = m_entries.Settle(*m_connection, m_change, m_facets.Settle(*m_connection, m_change));
     m_connection->Prepare("UPDATE site SET next_id = max(next_id, ?), change = ?").Bind(m_nextId, m_change).Run();
     m_transaction->Commit();
+    m_database.RequireInPlace();
     if (announce)
         ChangeSignal::Announce(m_database.Path());
 }

@@ -3,6 +3,7 @@
 #include "localmapi/storage/CountCache.h"
 #include "localmapi/storage/EntryWriter.h"
 #include "localmapi/storage/Facets.h"
+#include "localmapi/storage/FileIdentity.h"
 #include "localmapi/storage/Site.h"
 #include "localmapi/storage/Sqlite.h"
 #include "platform/locks/Mutex.h"
@@ -19,18 +20,29 @@ class Database
 
     const std::string &Path() const { return m_path; }
     CountCache &Counts() { return m_counts; }
+    // Whether the path still names the file that was opened.
+    bool IsInPlace() const noexcept { return FileIdentity::At(m_path) == m_identity; }
+
+    ~Database();
+    Database(const Database &) = delete;
+    Database &operator=(const Database &) = delete;
 
   private:
     friend class Reader;
     friend class Writer;
     Database(const std::string &path, const OpenOptions &options) : m_path(path), m_options(options) {}
+    Error Replaced() const;
+    void RequireInPlace() const; // Replaced
+    std::unique_ptr<Connection> Open() const;
     std::unique_ptr<Connection> Connect() const;
     std::unique_ptr<Connection> Take();
     void GiveBack(std::unique_ptr<Connection> connection) noexcept;
+    void Close(std::unique_ptr<Connection> connection) const noexcept;
     void Admit();
 
     std::string m_path;
     OpenOptions m_options;
+    std::optional<FileIdentity> m_identity;
     locks::Mutex m_lock;
     std::vector<std::unique_ptr<Connection>> m_idle GUARDED_BY(m_lock);
     CountCache m_counts;

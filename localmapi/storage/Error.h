@@ -11,6 +11,7 @@ enum class Fault {
     NotFound,   // no such object, user, profile, stream or file
     Collision,  // the name, number or file is there already
     Changed,    // the object was changed by somebody else since it was read
+    Replaced,   // the path names another file than the one that was opened, or none
     NoAccess,   // the file can't be read or written by this user, or was opened for reading only
     Busy,       // another process held the file longer than the busy timeout
     Full,       // the disk is full

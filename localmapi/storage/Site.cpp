@@ -21,6 +21,11 @@ const std::string &Site::Path() const
     return m_database->Path();
 }
 
+bool Site::IsInPlace() const noexcept
+{
+    return m_database->IsInPlace();
+}
+
 SiteInfo Site::Info() const
 {
     Reader reader(GetDatabase());

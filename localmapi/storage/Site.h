@@ -30,6 +30,9 @@ class Site
     static Site Open(const std::string &path, const OpenOptions &options = {});
 
     const std::string &Path() const;
+    // Whether its path still names this file. Where it does not, every reading and writing throws Replaced, and what
+    // was being written then is not to be found in the file that is there now.
+    bool IsInPlace() const noexcept;
     SiteInfo Info() const;
     ChangeNumber GetChangeNumber() const; // of the last change; grows with every one
 

@@ -59,6 +59,8 @@ const char *FaultName(Fault fault)
         return "already there";
     case Fault::Changed:
         return "changed by somebody else";
+    case Fault::Replaced:
+        return "replaced";
     case Fault::NoAccess:
         return "no access";
     case Fault::Busy:
@@ -190,6 +192,17 @@ Connection::~Connection()
 {
     ForgetStatements();
     sqlite3_close(m_handle);
+}
+
+bool Connection::HasMoved() const
+{
+    int moved = 0;
+    return sqlite3_file_control(m_handle, "main", SQLITE_FCNTL_HAS_MOVED, &moved) == SQLITE_OK && moved;
+}
+
+void Connection::LeaveLog() const noexcept
+{
+    sqlite3_db_config(m_handle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
 }
 
 void Connection::Fail(int result) const

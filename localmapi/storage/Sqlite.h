@@ -101,6 +101,10 @@ class Connection
     std::int64_t Integer(std::string_view sql); // the first column of the first row; 0 when there is none
     int ChangedRows() const { return sqlite3_changes(m_handle); }
     sqlite3 *Handle() const { return m_handle; }
+    // Whether the path that it was opened by names another file by now, or none. False where the system sees to it.
+    bool HasMoved() const;
+    // Closing it shall neither write the log back nor delete it.
+    void LeaveLog() const noexcept;
     [[noreturn]] void Fail(int result) const; // throws what SQLite says of the last call
 
   private:

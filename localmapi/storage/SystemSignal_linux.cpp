@@ -48,7 +48,7 @@ std::set<std::string> SystemSignal::Listen(const std::set<std::string> &paths)
     });
     std::set<std::string> deaf;
     for (const std::string &path : paths) {
-        int watch = inotify_add_watch(m_impl->inotify, path.c_str(), IN_ATTRIB | IN_MODIFY);
+        int watch = inotify_add_watch(m_impl->inotify, path.c_str(), IN_ATTRIB | IN_MODIFY | IN_MOVE_SELF);
         if (watch >= 0)
             m_impl->watches[path] = watch;
         else

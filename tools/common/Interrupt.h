@@ -18,8 +18,8 @@ class Interrupt
 
     // A request of the program's own; any thread.
     void Request();
-    // Until there is a request, or this long at most.
-    void Wait(std::optional<std::chrono::milliseconds> most);
+    // Until there is a request, or this long at most: false where it was this long.
+    bool Wait(std::optional<std::chrono::milliseconds> most);
 };
 
 } // namespace tool

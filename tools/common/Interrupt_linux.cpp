@@ -66,7 +66,7 @@ void Interrupt::Request()
     WriteRequest();
 }
 
-void Interrupt::Wait(std::optional<std::chrono::milliseconds> most)
+bool Interrupt::Wait(std::optional<std::chrono::milliseconds> most)
 {
     using Clock = std::chrono::steady_clock;
     const auto start = Clock::now();
@@ -76,11 +76,11 @@ void Interrupt::Wait(std::optional<std::chrono::milliseconds> most)
         if (most) {
             const auto waited = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
             if (waited >= *most)
-                return;
+                return false;
             left = static_cast<int>(std::min<long long>((*most - waited).count(), 1 << 30));
         }
         if (poll(&readable, 1, left) > 0)
-            return;
+            return true;
     }
 }
 

@@ -42,7 +42,7 @@ void Interrupt::Request()
     SetEvent(g_requested);
 }
 
-void Interrupt::Wait(std::optional<std::chrono::milliseconds> most)
+bool Interrupt::Wait(std::optional<std::chrono::milliseconds> most)
 {
     const ULONGLONG start = GetTickCount64();
     for (;;) {
@@ -51,11 +51,11 @@ void Interrupt::Wait(std::optional<std::chrono::milliseconds> most)
             const ULONGLONG waited = GetTickCount64() - start;
             const auto whole = static_cast<ULONGLONG>(most->count());
             if (waited >= whole)
-                return;
+                return false;
             left = static_cast<DWORD>(std::min<ULONGLONG>(whole - waited, 1 << 30));
         }
         if (WaitForSingleObject(g_requested, left) != WAIT_TIMEOUT)
-            return;
+            return true;
     }
 }
 

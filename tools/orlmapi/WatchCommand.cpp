@@ -4,12 +4,16 @@
 #include "Output.h"
 #include "common/Interrupt.h"
 #include "platform/locks/Mutex.h"
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <memory>
 
 namespace
 {
+
+// How often it is made sure that there is still something to be told of.
+constexpr std::chrono::milliseconds kLook{5000};
 
 // What is printed, from whatever thread the library calls, until so many lines are out.
 class ChangeLines
@@ -62,7 +66,7 @@ class Watch
 
     void Begin(const Connection &connection)
     {
-        const std::string tried = "watching the mailbox " + m_name;
+        const std::string tried = Tried();
         OrlMailbox mailbox = 0;
         Check(OrlAdviseW(connection.Handle(), &m_sink, tool::ToWide(m_name).c_str(), &Watch::Told,
                          reinterpret_cast<ULONG_PTR>(this), &mailbox),
@@ -72,9 +76,17 @@ class Watch
             throw Failure(tried, E_FAIL);
         }
     }
+    // The library tells of changes only, not that there will be none any more.
+    void Look(const Connection &connection) const
+    {
+        OrlMailbox mailbox = 0;
+        Check(OrlMapiConnectToMailboxW(connection.Handle(), &mailbox, tool::ToWide(m_name).c_str()), Tried());
+        OrlMapiDisconnectFromMailbox(connection.Handle(), mailbox);
+    }
     void End(const Connection &connection) { OrlUnadvise(connection.Handle(), m_sink, nullptr); }
 
   private:
+    std::string Tried() const { return "watching the mailbox " + m_name; }
     static BOOL ORLAPI Told(const WCHAR *, ULONG unread, ULONG unreadHighPriority, ULONG read, ULONG_PTR context)
     {
         auto &watch = *reinterpret_cast<Watch *>(context);
@@ -108,7 +120,17 @@ void WatchMailboxes(const Common &common, const WatchOptions &options)
     connection.LogOn(common.logon);
     for (const auto &watch : watches)
         watch->Begin(connection);
-    interrupt.Wait(options.seconds ? std::optional(std::chrono::milliseconds(options.seconds * 1000)) : std::nullopt);
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(options.seconds);
+    const auto left = [&] {
+        using std::chrono::milliseconds;
+        return std::max(milliseconds(0), std::chrono::ceil<milliseconds>(end - std::chrono::steady_clock::now()));
+    };
+    while (!interrupt.Wait(options.seconds ? std::min(kLook, left()) : kLook)) {
+        if (options.seconds && left().count() == 0)
+            break;
+        for (const auto &watch : watches)
+            watch->Look(connection);
+    }
     for (const auto &watch : watches)
         watch->End(connection);
 }

@@ -16,6 +16,7 @@ HRESULT CodeOf(storage::Fault fault)
     case Fault::Collision:
         return MAPI_E_COLLISION;
     case Fault::Changed:
+    case Fault::Replaced:
         return MAPI_E_OBJECT_CHANGED;
     case Fault::NoAccess:
         return MAPI_E_NO_ACCESS;

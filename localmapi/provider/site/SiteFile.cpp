@@ -28,7 +28,7 @@ std::shared_ptr<storage::Site> OpenSite(const std::string &path)
     static OpenSites sites;
     const locks::Hold hold(sites.lock);
     std::weak_ptr<storage::Site> &known = sites.byPath[path];
-    if (auto site = known.lock())
+    if (auto site = known.lock(); site && site->IsInPlace())
         return site;
     auto site = std::make_shared<storage::Site>(storage::Site::Open(path));
     known = site;

@@ -25,7 +25,8 @@ void MakeFolderOf(const std::string &path);
 // The site's file: LOCALMAPI_FILE, else the registry's, else the default one.
 std::string FindSiteFile();
 
-// The site in a file, one handle for all who use it at the same time. Throws storage::Error.
+// The site in a file, one handle for all who use it at the same time; another one where another file has come to be
+// there since. Throws storage::Error.
 std::shared_ptr<storage::Site> OpenSite(const std::string &path);
 
 } // namespace localmapi

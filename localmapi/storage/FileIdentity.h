@@ -1,0 +1,20 @@
+// Which file a path names, to notice that it names another one.
+#pragma once
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace localmapi::storage
+{
+
+struct FileIdentity {
+    std::uint64_t volume = 0;
+    std::uint64_t file = 0;
+    bool operator==(const FileIdentity &) const = default;
+
+    // Nothing where there is no file. On Windows all files are one: the system refuses to delete, rename or replace one
+    // that SQLite has open, and the folder that it lies in.
+    static std::optional<FileIdentity> At(const std::string &path) noexcept;
+};
+
+} // namespace localmapi::storage

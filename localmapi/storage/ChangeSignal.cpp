@@ -1,4 +1,5 @@
 #include "localmapi/storage/ChangeSignal.h"
+#include "localmapi/storage/Path.h"
 #include "localmapi/storage/SystemSignal.h"
 #include <algorithm>
 #include <filesystem>
@@ -23,7 +24,7 @@ struct ChangeSignal::Impl {
     static Time TimeOf(const std::string &path)
     {
         std::error_code ignored;
-        return std::filesystem::last_write_time(std::u8string(path.begin(), path.end()), ignored);
+        return std::filesystem::last_write_time(PathOf(path), ignored);
     }
 
     bool Changed()

@@ -5,10 +5,11 @@
 #include "localmapi/storage/Codec.h"
 #include "localmapi/storage/Functions.h"
 #include "localmapi/storage/Guid.h"
+#include "localmapi/storage/OwnLog.h"
+#include "localmapi/storage/Path.h"
 #include "localmapi/storage/Schema.h"
 #include "localmapi/storage/Time.h"
-#include <chrono>
-#include <filesystem>
+#include <random>
 
 namespace localmapi::storage
 {
@@ -17,11 +18,6 @@ namespace
 {
 
 constexpr std::size_t kIdleConnections = 16;
-
-std::filesystem::path PathOf(const std::string &utf8)
-{
-    return std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
-}
 
 bool IsThere(const std::string &path)
 {
@@ -38,12 +34,26 @@ void PrepareForUse(Connection &connection)
     RegisterFunctions(connection.Handle());
 }
 
-void RemoveUnfinished(const std::string &path)
+// A name beside a path, of which nothing is left at the end.
+class UnfinishedFile
 {
-    std::error_code ignored;
-    for (const char *suffix : {"", "-wal", "-shm", "-journal"})
-        std::filesystem::remove(PathOf(path + suffix), ignored);
-}
+  public:
+    explicit UnfinishedFile(const std::string &path) : m_path(path + ".new-" + std::to_string(std::random_device{}()))
+    {
+    }
+    ~UnfinishedFile()
+    {
+        std::error_code ignored;
+        for (const char *suffix : {"", "-journal", "-wal", "-shm"})
+            std::filesystem::remove(PathOf(m_path + suffix), ignored);
+    }
+    UnfinishedFile(const UnfinishedFile &) = delete;
+    UnfinishedFile &operator=(const UnfinishedFile &) = delete;
+    const std::string &Path() const { return m_path; }
+
+  private:
+    const std::string m_path;
+};
 
 } // namespace
 
@@ -56,29 +66,27 @@ std::shared_ptr<Database> Database::Create(const std::string &path, const std::s
     for (const std::string &name : {server, organization})
         if (name.find_first_of("/=") != name.npos)
             throw Error(Fault::Invalid, "'" + name + "' can't name a server or an organization: it holds '/' or '='.");
-    if (IsThere(path))
-        throw Error(Fault::Collision, "'" + path + "' is there already.");
-    std::shared_ptr<Database> database(new Database(path, options));
-    try {
-        Connection connection(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, options.busyTimeoutMs);
+    for (const std::string &there : {path, path + "-wal"})
+        if (IsThere(there))
+            throw Error(Fault::Collision, "'" + there + "' is there already.");
+    // Under its name there is a whole site or nothing, whenever this ends.
+    const UnfinishedFile unfinished(path);
+    {
+        Connection connection(unfinished.Path(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, options.busyTimeoutMs);
         connection.Execute("PRAGMA page_size = 8192; PRAGMA synchronous = FULL");
         {
             Transaction transaction(connection, Transaction::Kind::Write);
-            if (connection.Integer("SELECT count(*) FROM sqlite_schema") != 0)
-                throw Error(Fault::Collision, "'" + path + "' was made by somebody else just now.");
             CreateSchema(connection);
-            Statement insert = connection.Prepare("INSERT INTO site VALUES (1, ?, ?, ?, 1, 0)");
-            Guid uid = NewGuid();
+            Statement insert = connection.Prepare(
+                "INSERT INTO site (one, server, organization, uid, next_id, change) VALUES (1, ?, ?, ?, 1, 0)");
+            const Guid uid = NewGuid();
             insert.Bind(server, organization, uid).Run();
+            MarkCommit(connection, 1, 0);
             transaction.Commit();
         }
         connection.Execute("PRAGMA journal_mode = WAL");
-    } catch (const Error &error) {
-        // Somebody else's file, made in the same moment, stays.
-        if (error.GetFault() != Fault::Collision && error.GetFault() != Fault::Busy)
-            RemoveUnfinished(path);
-        throw;
     }
+    PutInPlace(unfinished.Path(), path);
     return Open(path, options);
 }
 
@@ -96,6 +104,7 @@ std::shared_ptr<Database> Database::Open(const std::string &path, const OpenOpti
 void Database::Admit()
 {
     auto connection = Open();
+    RequireOwnLog(*connection);
     std::int64_t application = 0, version = 0;
     try {
         application = connection->Integer("PRAGMA application_id");
@@ -229,7 +238,7 @@ Writer::~Writer()
 void Writer::Commit()
 {
     bool announce = m_entries.Settle(*m_connection, m_change, m_facets.Settle(*m_connection, m_change));
-    m_connection->Prepare("UPDATE site SET next_id = max(next_id, ?), change = ?").Bind(m_nextId, m_change).Run();
+    MarkCommit(*m_connection, m_nextId, m_change);
     m_transaction->Commit();
     m_database.RequireInPlace();
     if (announce)

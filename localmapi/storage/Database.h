@@ -3,7 +3,7 @@
 #include "localmapi/storage/CountCache.h"
 #include "localmapi/storage/EntryWriter.h"
 #include "localmapi/storage/Facets.h"
-#include "localmapi/storage/FileIdentity.h"
+#include "localmapi/storage/FileSystem.h"
 #include "localmapi/storage/Site.h"
 #include "localmapi/storage/Sqlite.h"
 #include "platform/locks/Mutex.h"

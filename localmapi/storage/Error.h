@@ -16,6 +16,7 @@ enum class Fault {
     Busy,       // another process held the file longer than the busy timeout
     Full,       // the disk is full
     Corrupt,    // the file is damaged
+    ForeignLog, // the log beside the file was not written to it
     NotASite,   // the file belongs to another application
     TooNew,     // the file was written by a newer version
     TooBig,     // more than the file format can hold

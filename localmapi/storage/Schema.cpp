@@ -148,17 +148,37 @@ CREATE TABLE change_entry (
 INSERT INTO change_entry (number, kind, event, container, object) VALUES (0, 3, 4, 0, 0);
 )";
 
+// The marks of commits: each has a stamp, knows the one before it, and the number that SQLite gives the schema, which
+// changes when the file is packed. By them a log is known to be this file's (see OwnLog).
+constexpr const char *kMarks = R"(
+ALTER TABLE site ADD COLUMN stamp INTEGER NOT NULL DEFAULT 0;
+ALTER TABLE site ADD COLUMN stamp_before INTEGER NOT NULL DEFAULT 0;
+ALTER TABLE site ADD COLUMN schema_number INTEGER NOT NULL DEFAULT 0;
+UPDATE site SET change = change + 1, stamp = random(),
+    schema_number = (SELECT schema_version FROM pragma_schema_version);
+)";
+
 // kSteps[n] brings a file of version n + 1 to version n + 2.
-constexpr std::array<const char *, kSchemaVersion - 1> kSteps{kChangeEntries};
+constexpr std::array<const char *, kSchemaVersion - 1> kSteps{kChangeEntries, kMarks};
 
 } // namespace
 
 void CreateSchema(Connection &connection)
 {
     connection.Execute(kTables);
-    connection.Execute(kChangeEntries);
+    for (const char *step : kSteps)
+        connection.Execute(step);
     connection.Execute("PRAGMA application_id = " + std::to_string(kApplicationId));
     connection.Execute("PRAGMA user_version = " + std::to_string(kSchemaVersion));
+}
+
+void MarkCommit(Connection &connection, std::int64_t nextId, ChangeNumber change)
+{
+    connection
+        .Prepare("UPDATE site SET next_id = max(next_id, ?), change = ?, stamp_before = stamp, stamp = random(), "
+                 "schema_number = (SELECT schema_version FROM pragma_schema_version)")
+        .Bind(nextId, change)
+        .Run();
 }
 
 void UpgradeSchema(Connection &connection)

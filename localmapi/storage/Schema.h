@@ -6,12 +6,14 @@ namespace localmapi::storage
 {
 
 constexpr std::int64_t kApplicationId = 0x4C4D4150;
-constexpr std::int64_t kSchemaVersion = 2;
+constexpr std::int64_t kSchemaVersion = 3;
 
 // The time column of a message that lacks the property: less than every time.
 constexpr std::int64_t kNoTime = INT64_MIN;
 
 void CreateSchema(Connection &connection);
+// The last write of every transaction: the numbers that it has used, and its mark.
+void MarkCommit(Connection &connection, std::int64_t nextId, ChangeNumber change);
 // Brings the file to kSchemaVersion, each version in a transaction of its own.
 void UpgradeSchema(Connection &connection);
 

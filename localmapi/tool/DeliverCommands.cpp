@@ -3,6 +3,7 @@
 #include "localmapi/delivery/Fill.h"
 #include "localmapi/delivery/OpenFile.h"
 #include "localmapi/delivery/Recording.h"
+#include "localmapi/storage/Path.h"
 #include "localmapi/storage/Time.h"
 #include "localmapi/tool/Tool.h"
 #include "tools/common/CommandLine.h"
@@ -20,7 +21,7 @@ namespace
 void AttachFile(storage::MessageChanges &message, const std::string &file, const std::string &mimeTag)
 {
     try {
-        Attach(message, PathOf(file), mimeTag);
+        Attach(message, storage::PathOf(file), mimeTag);
     } catch (const std::system_error &error) {
         throw Failure(FileError(file, error));
     }
@@ -29,7 +30,7 @@ void AttachFile(storage::MessageChanges &message, const std::string &file, const
 Recording RecordingIn(const std::string &file)
 {
     try {
-        if (auto recording = ExamineRecording(PathOf(file)))
+        if (auto recording = ExamineRecording(storage::PathOf(file)))
             return *recording;
     } catch (const std::system_error &error) {
         throw Failure(FileError(file, error));
@@ -42,7 +43,7 @@ std::string ReadText(const std::string &file)
 {
     std::string text;
     try {
-        std::ifstream stream = OpenFile(PathOf(file));
+        std::ifstream stream = OpenFile(storage::PathOf(file));
         text.assign(std::istreambuf_iterator<char>(stream), {});
     } catch (const std::system_error &error) {
         throw Failure(FileError(file, error));

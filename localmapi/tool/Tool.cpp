@@ -23,11 +23,6 @@ storage::User UserNamed(const storage::Site &site, const std::string &alias)
     throw Failure("there is no user " + alias);
 }
 
-std::filesystem::path PathOf(const std::string &utf8)
-{
-    return std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
-}
-
 std::string FileError(const std::string &file, const std::exception &error)
 {
     const auto *system = dynamic_cast<const std::system_error *>(&error);

@@ -26,7 +26,6 @@ struct Common {
 storage::Site OpenSite(const Common &common, bool readOnly = false);
 storage::User UserNamed(const storage::Site &site, const std::string &alias); // Failure where there is none
 
-std::filesystem::path PathOf(const std::string &utf8);
 // "hello.wav: No such file or directory"
 std::string FileError(const std::string &file, const std::exception &error);
 

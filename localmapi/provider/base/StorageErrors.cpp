@@ -25,6 +25,7 @@ HRESULT CodeOf(storage::Fault fault)
     case Fault::Full:
         return MAPI_E_NOT_ENOUGH_DISK;
     case Fault::Corrupt:
+    case Fault::ForeignLog:
         return MAPI_E_CORRUPT_STORE;
     case Fault::NotASite:
         return MAPI_E_CORRUPT_DATA;

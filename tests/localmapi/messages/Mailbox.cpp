@@ -2,6 +2,7 @@
 // interfaces.
 #include "Mailbox.h"
 #include "localmapi/provider/property/PropertyConvert.h"
+#include "localmapi/storage/Path.h"
 
 #include <atomic>
 #include <filesystem>
@@ -22,16 +23,11 @@ std::string NewPath()
     return std::string(path.begin(), path.end());
 }
 
-std::filesystem::path PathOf(const std::string &utf8)
-{
-    return std::filesystem::path(reinterpret_cast<const char8_t *>(utf8.c_str()));
-}
-
 void RemoveSite(const std::string &path)
 {
     for (const char *suffix : {"", "-wal", "-shm"}) {
         std::error_code ignored;
-        std::filesystem::remove(PathOf(path + suffix), ignored);
+        std::filesystem::remove(storage::PathOf(path + suffix), ignored);
     }
 }
 
@@ -50,7 +46,7 @@ class Template
     std::string Copy() const
     {
         std::string path = NewPath();
-        std::filesystem::copy_file(PathOf(m_path), PathOf(path));
+        std::filesystem::copy_file(storage::PathOf(m_path), storage::PathOf(path));
         return path;
     }
 

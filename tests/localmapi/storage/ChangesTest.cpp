@@ -372,7 +372,11 @@ TEST_F(Changed, AFileOfTheFirstVersionIsUpgradedAndThenTells)
     }
     sqlite3 *handle = nullptr;
     ASSERT_EQ(sqlite3_open(path.c_str(), &handle), SQLITE_OK);
-    EXPECT_EQ(sqlite3_exec(handle, "DROP TABLE change_entry; PRAGMA user_version = 1", nullptr, nullptr, nullptr),
+    EXPECT_EQ(sqlite3_exec(handle,
+                           "ALTER TABLE site DROP COLUMN stamp; ALTER TABLE site DROP COLUMN stamp_before;"
+                           "ALTER TABLE site DROP COLUMN schema_number; DROP TABLE change_entry;"
+                           "PRAGMA user_version = 1",
+                           nullptr, nullptr, nullptr),
               SQLITE_OK);
     sqlite3_close(handle);
     EXPECT_EQ(FaultOf([&] { Site::Open(path, {.readOnly = true}); }), Fault::NoAccess);

@@ -19,11 +19,6 @@ std::string g_program;
 
 namespace fs = std::filesystem;
 
-fs::path PathOf(const std::string &utf8Path)
-{
-    return fs::path(std::u8string(utf8Path.begin(), utf8Path.end()));
-}
-
 class Crashes : public testing::Test
 {
   protected:
@@ -128,6 +123,27 @@ TEST_F(Crashes, ASiteThatThereIsNoRoomForIsNotThere)
     }
 }
 
+TEST_F(Crashes, AProcessThatEndsAtAnyWriteOfTheMakingLeavesAWholeSiteOrNone)
+{
+    int none = 0, whole = 0;
+    for (int n = 1, ended = 42; ended == 42; ++n) {
+        const std::string path = m_folder.File("made" + std::to_string(n) + ".db");
+        Process worker(g_program, {"--make", path, m_folder.File("report"), std::to_string(n)});
+        ended = worker.Wait();
+        ASSERT_TRUE(ended == 42 || ended == 0) << ended;
+        if (fs::exists(PathOf(path))) {
+            ++whole;
+            EXPECT_EQ(Site::Open(path).Info().server, "S") << n;
+            ExpectSound(path);
+        } else {
+            ++none;
+            EXPECT_NO_THROW(Site::Create(path, "S", "O")) << n;
+        }
+    }
+    EXPECT_GT(none, 3);
+    EXPECT_GT(whole, 1);
+}
+
 TEST_F(Crashes, AProcessThatEndsAtAnyWriteLeavesWhatItReported)
 {
     std::vector<std::string> expected = TakeSteps();
@@ -214,6 +230,11 @@ int WorkOn(const std::string &what, const std::string &path, const std::string &
         // Closing is cut off after the last step alone: there the log is longest.
         if (stepNumber + 1 < ScenarioSteps().size())
             SetWriteFault(WriteFault::None, 0);
+        return 0;
+    }
+    if (what == "--make") {
+        SetWriteFault(WriteFault::Exit, n);
+        Site::Create(path, "S", "O");
         return 0;
     }
     Site site = Site::Open(path);

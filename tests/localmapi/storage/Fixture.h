@@ -2,6 +2,7 @@
 #pragma once
 #include "localmapi/storage/Check.h"
 #include "localmapi/storage/Directory.h"
+#include "localmapi/storage/Path.h"
 #include "localmapi/storage/Profiles.h"
 #include "localmapi/storage/View.h"
 #include <filesystem>

@@ -1,6 +1,7 @@
 // Proves how a site is made and opened, and that every file that isn't one, or can't be used, is refused with its
 // reason and left as it is.
 #include "Fixture.h"
+#include "localmapi/storage/Schema.h"
 #include "support/Gate.h"
 #include <fstream>
 #include <sqlite3.h>
@@ -13,11 +14,6 @@ namespace
 {
 
 namespace fs = std::filesystem;
-
-fs::path PathOf(const std::string &utf8Path)
-{
-    return fs::path(std::u8string(utf8Path.begin(), utf8Path.end()));
-}
 
 std::string ContentOf(const std::string &path)
 {
@@ -156,7 +152,7 @@ TEST_F(Sites, OfOthersAreRefusedAndLeftAsTheyAre)
 TEST_F(Sites, OfANewerVersionAreRefusedAndLeftAsTheyAre)
 {
     Site::Create(path, "S", "O");
-    Raw(path).Execute("PRAGMA user_version = 3");
+    Raw(path).Execute(("PRAGMA user_version = " + std::to_string(kSchemaVersion + 1)).c_str());
     std::string before = ContentOf(path);
     try {
         Site::Open(path);
@@ -166,7 +162,7 @@ TEST_F(Sites, OfANewerVersionAreRefusedAndLeftAsTheyAre)
         EXPECT_THAT(error.what(), testing::HasSubstr("newer version"));
     }
     EXPECT_EQ(ContentOf(path), before);
-    Raw(path).Execute("PRAGMA user_version = 2");
+    Raw(path).Execute(("PRAGMA user_version = " + std::to_string(kSchemaVersion)).c_str());
     EXPECT_FALSE(FaultOfOpening(path));
     Raw(path).Execute("PRAGMA user_version = 0");
     EXPECT_EQ(FaultOfOpening(path), Fault::NotASite);

@@ -1,0 +1,246 @@
+// Each commit leaves a mark in the site's row: a stamp, and the stamp of the commit before it. A log is a file's where
+// it goes on from the mark in the file, or passes it. A copy that SQLite has packed has the marks but its pages in
+// other places; its schema has another number. The formats are those of https://www.sqlite.org/fileformat2.html.
+#include "localmapi/storage/OwnLog.h"
+#include "localmapi/storage/Path.h"
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <fstream>
+#include <memory>
+#include <thread>
+#include <utility>
+
+namespace localmapi::storage
+{
+
+namespace
+{
+
+constexpr std::size_t kPageSize = 8192;
+constexpr std::uint32_t kRowsPage = 2; // of the table "site", the first that was made
+constexpr std::size_t kPageSizeAt = 16, kSchemaNumberAt = 40;
+constexpr int kTries = 10; // others may be writing the log back meanwhile
+constexpr std::chrono::milliseconds kBetweenTries{20};
+
+using Page = std::array<unsigned char, kPageSize>;
+
+std::size_t Big16(const unsigned char *bytes)
+{
+    return static_cast<std::size_t>(bytes[0] << 8 | bytes[1]);
+}
+
+std::uint32_t Big32(const unsigned char *bytes)
+{
+    return static_cast<std::uint32_t>(Big16(bytes) << 16 | Big16(bytes + 2));
+}
+
+std::uint32_t Little32(const unsigned char *bytes)
+{
+    return bytes[0] | std::uint32_t{bytes[1]} << 8 | std::uint32_t{bytes[2]} << 16 | std::uint32_t{bytes[3]} << 24;
+}
+
+// What a commit says of itself, in the last columns of the site's row.
+struct Mark {
+    std::int64_t change = 0, stamp = 0, before = 0, schema = 0;
+};
+constexpr int kColumnsBeforeMark = 5;
+
+// Reads a record's header or body and never beyond the page.
+class PageReader
+{
+  public:
+    PageReader(const Page &page, std::size_t at) : m_page(page), m_at(at) {}
+    bool IsGood() const { return m_good; }
+    std::size_t At() const { return m_at; }
+    std::int64_t Varint()
+    {
+        std::uint64_t value = 0;
+        for (int i = 0; i < 9; ++i) {
+            const unsigned char byte = Byte();
+            if (i == 8)
+                return static_cast<std::int64_t>(value << 8 | byte);
+            value = value << 7 | (byte & 0x7F);
+            if (!(byte & 0x80))
+                break;
+        }
+        return static_cast<std::int64_t>(value);
+    }
+    std::int64_t Integer(std::int64_t type)
+    {
+        static constexpr std::size_t kSizes[] = {0, 1, 2, 3, 4, 6, 8};
+        if (type == 8 || type == 9)
+            return type - 8;
+        if (type < 1 || type > 6) {
+            m_good = false;
+            return 0;
+        }
+        const std::size_t size = kSizes[type];
+        std::uint64_t value = 0;
+        for (std::size_t i = 0; i < size; ++i)
+            value = value << 8 | Byte();
+        const unsigned unused = static_cast<unsigned>(64 - 8 * size);
+        return static_cast<std::int64_t>(value << unused) >> unused;
+    }
+    void Skip(std::int64_t type)
+    {
+        if (type >= 12)
+            m_at += static_cast<std::size_t>((type - 12) / 2);
+        else if (type != 0)
+            Integer(type == 7 ? 6 : type);
+    }
+
+  private:
+    unsigned char Byte()
+    {
+        m_good = m_good && m_at < m_page.size();
+        return m_good ? m_page[m_at++] : static_cast<unsigned char>(0);
+    }
+    const Page &m_page;
+    std::size_t m_at;
+    bool m_good = true;
+};
+
+// Nothing where the page is not the one row of "site", or where that has no marks yet.
+std::optional<Mark> MarkOn(const Page &page)
+{
+    constexpr unsigned char kTableLeaf = 13;
+    constexpr std::size_t kLongestOnPage = kPageSize - 35;
+    if (page[0] != kTableLeaf || Big16(&page[3]) != 1)
+        return {};
+    PageReader cell(page, Big16(&page[8]));
+    if (static_cast<std::uint64_t>(cell.Varint()) > kLongestOnPage || cell.Varint() != 1)
+        return {};
+    const std::size_t begin = cell.At();
+    const auto size = static_cast<std::uint64_t>(cell.Varint());
+    if (!cell.IsGood() || size > kPageSize)
+        return {};
+    PageReader body(page, begin + size);
+    for (int i = 0; i < kColumnsBeforeMark; ++i)
+        body.Skip(cell.Varint());
+    Mark mark;
+    for (std::int64_t *value : {&mark.change, &mark.stamp, &mark.before, &mark.schema}) {
+        if (cell.At() >= begin + size)
+            return {};
+        *value = body.Integer(cell.Varint());
+    }
+    return cell.IsGood() && body.IsGood() ? std::optional(mark) : std::nullopt;
+}
+
+// The frames of a log, as far as they are whole and of one writing.
+class Log
+{
+  public:
+    struct Frame {
+        std::uint32_t page;
+        bool isCommit;
+        Page content;
+    };
+
+    explicit Log(const std::string &path) : m_file(PathOf(path), std::ios::binary)
+    {
+        constexpr std::uint32_t kMagic = 0x377F0682; // and one more where the sums are of big-endian words
+        std::array<unsigned char, 32> header{};
+        if (!Read(header))
+            return;
+        m_bigEndian = Big32(&header[0]) & 1;
+        if ((Big32(&header[0]) & ~1U) != kMagic || Big32(&header[8]) != kPageSize)
+            return;
+        std::copy_n(&header[16], m_salts.size(), m_salts.begin());
+        Sum(&header[0], 24);
+        m_good = IsSum(&header[24]);
+    }
+    bool Next(Frame &frame)
+    {
+        std::array<unsigned char, 24> header{};
+        if (!m_good || !Read(header) || !Read(frame.content) || !std::equal(m_salts.begin(), m_salts.end(), &header[8]))
+            return false;
+        Sum(&header[0], 8);
+        Sum(frame.content.data(), frame.content.size());
+        frame.page = Big32(&header[0]);
+        frame.isCommit = Big32(&header[4]) != 0;
+        return IsSum(&header[16]);
+    }
+
+  private:
+    template <std::size_t Size> bool Read(std::array<unsigned char, Size> &bytes)
+    {
+        return static_cast<bool>(m_file.read(reinterpret_cast<char *>(bytes.data()), Size));
+    }
+    void Sum(const unsigned char *bytes, std::size_t size)
+    {
+        const auto word = m_bigEndian ? Big32 : Little32;
+        for (std::size_t at = 0; at < size; at += 8) {
+            m_sums[0] += word(bytes + at) + m_sums[1];
+            m_sums[1] += word(bytes + at + 4) + m_sums[0];
+        }
+    }
+    bool IsSum(const unsigned char *bytes) const { return Big32(bytes) == m_sums[0] && Big32(bytes + 4) == m_sums[1]; }
+
+    std::ifstream m_file;
+    bool m_good = false;
+    bool m_bigEndian = false;
+    std::array<unsigned char, 8> m_salts{};
+    std::array<std::uint32_t, 2> m_sums{};
+};
+
+// Whether the log goes on from what the file's own pages say, or has passed it.
+bool GoesOn(const Mark &file, std::uint32_t schema, Log &log)
+{
+    bool any = false, goesOn = false, samePlaces = false;
+    std::optional<Mark> mark;
+    auto frame = std::make_unique<Log::Frame>();
+    while (!(goesOn && samePlaces) && log.Next(*frame)) {
+        if (frame->page == 1)
+            samePlaces = samePlaces || Big32(&frame->content[kSchemaNumberAt]) == schema;
+        else if (frame->page == kRowsPage)
+            mark = MarkOn(frame->content);
+        if (!frame->isCommit || !mark)
+            continue;
+        samePlaces = samePlaces || mark->schema == schema;
+        const bool isFirst = !std::exchange(any, true);
+        if (mark->change == file.change || (isFirst && mark->change > file.change)) {
+            goesOn = (mark->change == file.change ? mark->stamp : mark->before) == file.stamp;
+            if (!goesOn)
+                return false;
+        }
+        mark.reset();
+    }
+    return !any || (goesOn && samePlaces);
+}
+
+bool HasOwnLog(sqlite3_file *file, const std::string &logPath)
+{
+    Page first, rows;
+    const auto read = [&](Page &page, std::uint32_t number) {
+        return file->pMethods->xRead(file, page.data(), static_cast<int>(page.size()),
+                                     sqlite3_int64{number - 1} * sqlite3_int64{kPageSize}) == SQLITE_OK;
+    };
+    if (!read(first, 1) || Big16(&first[kPageSizeAt]) != kPageSize || !read(rows, kRowsPage))
+        return true;
+    const std::optional<Mark> mark = MarkOn(rows);
+    Log log(logPath);
+    return !mark || GoesOn(*mark, Big32(&first[kSchemaNumberAt]), log);
+}
+
+} // namespace
+
+void RequireOwnLog(const Connection &connection)
+{
+    const char *path = sqlite3_db_filename(connection.Handle(), "main");
+    const std::string log = sqlite3_filename_wal(path);
+    // By SQLite's own descriptor: another one that is closed would take its locks on the file along.
+    sqlite3_file *file = nullptr;
+    if (sqlite3_file_control(connection.Handle(), "main", SQLITE_FCNTL_FILE_POINTER, &file) != SQLITE_OK || !file ||
+        !file->pMethods)
+        return;
+    for (int tries = 0; !HasOwnLog(file, log); std::this_thread::sleep_for(kBetweenTries))
+        if (++tries == kTries)
+            throw Error(Fault::ForeignLog,
+                        "'" + log + "' was not written to '" + path +
+                            "', which is another file or another copy of it; together they would be destroyed. Put the "
+                            "file back that it belongs to, or move '" +
+                            log + "' and its '-shm' away: what was written last to that other file is in it.");
+}
+
+} // namespace localmapi::storage

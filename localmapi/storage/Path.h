@@ -1,0 +1,14 @@
+// Paths are UTF-8 texts on every system.
+#pragma once
+#include <filesystem>
+#include <string>
+
+namespace localmapi::storage
+{
+
+inline std::filesystem::path PathOf(const std::string &utf8)
+{
+    return std::u8string(utf8.begin(), utf8.end());
+}
+
+} // namespace localmapi::storage

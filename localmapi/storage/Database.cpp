@@ -5,11 +5,11 @@
 #include "localmapi/storage/Codec.h"
 #include "localmapi/storage/Functions.h"
 #include "localmapi/storage/Guid.h"
+#include "localmapi/storage/NewFile.h"
 #include "localmapi/storage/OwnLog.h"
 #include "localmapi/storage/Path.h"
 #include "localmapi/storage/Schema.h"
 #include "localmapi/storage/Time.h"
-#include <random>
 
 namespace localmapi::storage
 {
@@ -34,27 +34,6 @@ void PrepareForUse(Connection &connection)
     RegisterFunctions(connection.Handle());
 }
 
-// A name beside a path, of which nothing is left at the end.
-class UnfinishedFile
-{
-  public:
-    explicit UnfinishedFile(const std::string &path) : m_path(path + ".new-" + std::to_string(std::random_device{}()))
-    {
-    }
-    ~UnfinishedFile()
-    {
-        std::error_code ignored;
-        for (const char *suffix : {"", "-journal", "-wal", "-shm"})
-            std::filesystem::remove(PathOf(m_path + suffix), ignored);
-    }
-    UnfinishedFile(const UnfinishedFile &) = delete;
-    UnfinishedFile &operator=(const UnfinishedFile &) = delete;
-    const std::string &Path() const { return m_path; }
-
-  private:
-    const std::string m_path;
-};
-
 } // namespace
 
 std::shared_ptr<Database> Database::Create(const std::string &path, const std::string &server,
@@ -70,7 +49,7 @@ std::shared_ptr<Database> Database::Create(const std::string &path, const std::s
         if (IsThere(there))
             throw Error(Fault::Collision, "'" + there + "' is there already.");
     // Under its name there is a whole site or nothing, whenever this ends.
-    const UnfinishedFile unfinished(path);
+    NewFile unfinished(path);
     {
         Connection connection(unfinished.Path(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, options.busyTimeoutMs);
         connection.Execute("PRAGMA page_size = 8192; PRAGMA synchronous = FULL");
@@ -86,7 +65,7 @@ std::shared_ptr<Database> Database::Create(const std::string &path, const std::s
         }
         connection.Execute("PRAGMA journal_mode = WAL");
     }
-    PutInPlace(unfinished.Path(), path);
+    unfinished.PutInPlace();
     return Open(path, options);
 }
 
@@ -100,25 +79,31 @@ std::shared_ptr<Database> Database::Open(const std::string &path, const OpenOpti
     return database;
 }
 
-// Looks before it touches anything: a file of another application stays as it is.
-void Database::Admit()
+std::int64_t RequireSite(Connection &connection, const std::string &path)
 {
-    auto connection = Open();
-    RequireOwnLog(*connection);
+    RequireOwnLog(connection);
     std::int64_t application = 0, version = 0;
     try {
-        application = connection->Integer("PRAGMA application_id");
-        version = connection->Integer("PRAGMA user_version");
+        application = connection.Integer("PRAGMA application_id");
+        version = connection.Integer("PRAGMA user_version");
     } catch (const Error &error) {
         if (error.GetFault() != Fault::Corrupt)
             throw;
     }
     if (application != kApplicationId)
-        throw Error(Fault::NotASite, "'" + m_path + "' is no site of localmapi.");
+        throw Error(Fault::NotASite, "'" + path + "' is no site of localmapi.");
     if (version > kSchemaVersion)
-        throw Error(Fault::TooNew, "'" + m_path + "' was written by a newer version of localmapi (its format is " +
+        throw Error(Fault::TooNew, "'" + path + "' was written by a newer version of localmapi (its format is " +
                                        std::to_string(version) + ", this version knows up to " +
                                        std::to_string(kSchemaVersion) + ").");
+    return version;
+}
+
+// Looks before it touches anything: a file of another application stays as it is.
+void Database::Admit()
+{
+    auto connection = Open();
+    const std::int64_t version = RequireSite(*connection, m_path);
     if (!m_options.readOnly) {
         if (sqlite3_db_readonly(connection->Handle(), "main") == 1)
             throw Error(Fault::NoAccess, "'" + m_path + "' can only be read.");

@@ -11,6 +11,9 @@
 namespace localmapi::storage
 {
 
+// The version of a site's file, before anything else is read through the connection: NotASite, TooNew, ForeignLog.
+std::int64_t RequireSite(Connection &connection, const std::string &path);
+
 class Database
 {
   public:

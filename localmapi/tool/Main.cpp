@@ -60,6 +60,14 @@ void AddSiteCommands(CLI::App &app, Arguments &a)
     auto *check = app.add_subcommand("check", "Check the integrity of the file and of what is in it");
     check->add_flag("--repair", a.repair, "Mend what can be mended");
     OnCommand(*check, [&] { CheckSite(a.common, a.repair); });
+
+    auto *backup = app.add_subcommand("backup", "Copy the whole site into one new file, while others work with it");
+    backup->add_option("COPY", a.name, "The new file")->required();
+    OnCommand(*backup, [&] { BackUpSite(a.common, a.name); });
+
+    auto *restore = app.add_subcommand("restore", "Put a copy in the site's place, while others work with it");
+    restore->add_option("COPY", a.name, "The file that backup made")->required();
+    OnCommand(*restore, [&] { RestoreSite(a.common, a.name); });
 }
 
 void AddProfileCommands(CLI::App &app, Arguments &a)

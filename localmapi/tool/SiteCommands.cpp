@@ -1,8 +1,12 @@
 #include "localmapi/provider/site/SiteFile.h"
+#include "localmapi/storage/Backup.h"
 #include "localmapi/storage/Check.h"
+#include "localmapi/storage/Path.h"
 #include "localmapi/tool/Tool.h"
 #include "tools/common/Text.h"
 #include <algorithm>
+#include <filesystem>
+#include <optional>
 
 namespace localmapi::tool
 {
@@ -94,6 +98,55 @@ void CheckSite(const Common &common, bool repair)
     if (open > 0)
         throw Failure(std::to_string(open) +
                       (repair ? " findings could not be repaired" : " findings; --repair mends what can be mended"));
+}
+
+namespace
+{
+
+// Pages have no number to begin with: the line is made with the first that are copied.
+class CopyShown
+{
+  public:
+    void At(std::uint64_t done, std::uint64_t total)
+    {
+        if (!m_progress)
+            m_progress.emplace("pages", total);
+        m_progress->At(done);
+    }
+
+  private:
+    std::optional<Progress> m_progress;
+};
+
+void PrintCopied(const Common &common, const std::string &from, const std::string &to, const char *done)
+{
+    if (common.json)
+        PrintJson({{"from", from}, {"to", to}, {"bytes", std::filesystem::file_size(storage::PathOf(to))}});
+    else
+        PrintLine(done + (" " + to) + " from " + from);
+}
+
+} // namespace
+
+void BackUpSite(const Common &common, const std::string &file)
+{
+    const storage::Site site = OpenSite(common, true);
+    {
+        CopyShown shown;
+        storage::Backup(site, file, [&](std::uint64_t done, std::uint64_t total) { shown.At(done, total); });
+    }
+    PrintCopied(common, site.Path(), file, "made");
+}
+
+void RestoreSite(const Common &common, const std::string &file)
+{
+    const std::string path = common.file.empty() ? FindSiteFile() : common.file;
+    places::MakeFolderOf(path);
+    {
+        CopyShown shown;
+        storage::Restore(file, path, [&](std::uint64_t done, std::uint64_t total) { shown.At(done, total); });
+    }
+    PrintCopied(common, file, path, "restored");
 }
 
 } // namespace localmapi::tool

@@ -75,6 +75,8 @@ void AddUser(const Common &common, const UserOptions &options);
 void ListUsers(const Common &common);
 void AddContact(const Common &common, const std::string &name, const std::string &smtp);
 void CheckSite(const Common &common, bool repair);
+void BackUpSite(const Common &common, const std::string &file);
+void RestoreSite(const Common &common, const std::string &file);
 
 void AddProfile(const Common &common, const std::string &name, const std::string &user, bool makeDefault);
 void ListProfiles(const Common &common);

@@ -75,6 +75,23 @@ out 'nothing is damaged'
 expect 0 localmapi --json check
 json '.ok and .findings == []'
 
+# A copy, and back, with what came in between gone.
+expect 0 localmapi backup copy.db
+out '^made copy.db from .*site.db$'
+expect 1 localmapi backup copy.db
+err "^localmapi: 'copy.db' is there already\.$"
+expect 0 localmapi user add late --name "Late Comer"
+expect 0 localmapi --json restore copy.db
+json '.from == "copy.db" and (.to | endswith("site.db")) and .bytes > 0'
+expect 0 localmapi --json user list
+json 'map(.alias) | index("late") == null'
+expect 0 localmapi check
+expect 0 localmapi --file elsewhere.db restore copy.db
+expect 0 localmapi --file elsewhere.db check
+expect 1 localmapi restore missing.db
+err 'missing.db'
+expect 2 localmapi restore
+
 # Another file, by option, beside the one in the environment.
 expect 0 localmapi --file other.db init --server NORVIK2 --organization Other
 expect 0 localmapi --file other.db --json user list

@@ -4,6 +4,7 @@
 #include "FaultyVfs.h"
 #include "Process.h"
 #include "Scenario.h"
+#include "localmapi/storage/Backup.h"
 #include <chrono>
 #include <fstream>
 #include <random>
@@ -170,6 +171,46 @@ TEST_F(Crashes, AProcessThatEndsAtAnyWriteLeavesWhatItReported)
     EXPECT_GT(rounds, 400);
 }
 
+// A copy is put back in one transaction, whatever goes wrong, and in whatever file.
+TEST_F(Crashes, ARestoringThatFindsNoRoomOrIsCutOffHappenedOrDidNot)
+{
+    const std::string copy = m_folder.File("copy.db");
+    TakeSteps();
+    Backup(Site::Open(CopyBefore(0)), copy);
+    const std::string restored = StateOf(Site::Open(copy)), before = StateOf(Site::Open(CopyBefore(5)));
+    ASSERT_NE(restored, before);
+    int undone = 0, done = 0;
+    const auto expectEither = [&](const std::string &path, int n) {
+        const std::string state = StateOf(Site::Open(path));
+        EXPECT_TRUE(state == before || state == restored) << "write " << n;
+        ++(state == before ? undone : done);
+        ExpectSound(path);
+        return state == restored;
+    };
+    bool struck = true;
+    for (int n = 1; struck; n += n < 10 ? 1 : 5) {
+        const std::string path = CopyBefore(5);
+        SetWriteFault(WriteFault::DiskFull, n);
+        const std::optional<Fault> fault = FaultOf([&] { Restore(copy, path); });
+        SetWriteFault(WriteFault::None, 0);
+        struck = fault.has_value();
+        if (struck) {
+            EXPECT_EQ(*fault, Fault::Full) << FaultName(*fault) << " at write " << n;
+        }
+        EXPECT_EQ(expectEither(path, n), !struck) << "write " << n;
+    }
+    for (int n = 1, ended = 42; ended == 42; n += n < 10 ? 1 : 5) {
+        const std::string path = CopyBefore(5);
+        Process worker(g_program, {"--restore", path, copy, std::to_string(n)});
+        ended = worker.Wait();
+        ASSERT_TRUE(ended == 42 || ended == 0) << ended;
+        const bool isRestored = expectEither(path, n);
+        EXPECT_TRUE(ended == 42 || isRestored) << "write " << n;
+    }
+    EXPECT_GT(undone, 30);
+    EXPECT_GT(done, 1);
+}
+
 TEST_F(Crashes, AProcessThatIsKilledAtAnyMomentLeavesWhatItReported)
 {
     std::mt19937 random{std::random_device{}()};
@@ -221,6 +262,11 @@ TEST_F(Crashes, ProcessesThatWriteAtOnceLoseNothing)
 // What the test starts itself as: works on a site and reports each thing that is done by a line.
 int WorkOn(const std::string &what, const std::string &path, const std::string &report, int n, std::size_t stepNumber)
 {
+    if (what == "--restore") {
+        SetWriteFault(WriteFault::Exit, n);
+        Restore(report, path); // the copy
+        return 0;
+    }
     std::ofstream lines(PathOf(report), std::ios::app);
     if (what == "--step") {
         Site site = Site::Open(path);

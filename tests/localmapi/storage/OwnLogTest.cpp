@@ -119,12 +119,11 @@ TEST_F(OwnLogTest, ATornLogEndsWhereItsSumsEnd)
     Add("1");
     WriteBack(m_site);
     Add("2");
-    const auto whole = fs::file_size(PathOf(File("site.db-wal")));
+    const auto whole = static_cast<std::size_t>(fs::file_size(PathOf(File("site.db-wal"))));
     Add("3");
     const std::string log = Content("site.db-wal");
-    for (const std::size_t size :
-         {std::size_t{0}, std::size_t{31}, std::size_t{32}, std::size_t{40}, std::size_t{8000}, std::size_t{whole} - 1,
-          std::size_t{whole}, std::size_t{whole} + 8215, log.size() - 1})
+    for (const std::size_t size : {std::size_t{0}, std::size_t{31}, std::size_t{32}, std::size_t{40}, std::size_t{8000},
+                                   whole - 1, whole, whole + 8215, log.size() - 1})
         for (const bool changed : {false, true}) {
             SCOPED_TRACE(std::to_string(size) + (changed ? " and what was there before" : ""));
             Copy("site.db", "killed.db");

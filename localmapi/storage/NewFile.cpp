@@ -1,0 +1,26 @@
+#include "localmapi/storage/NewFile.h"
+#include "localmapi/storage/FileSystem.h"
+#include "localmapi/storage/Path.h"
+#include <random>
+
+namespace localmapi::storage
+{
+
+NewFile::NewFile(const std::string &name)
+    : m_name(name), m_path(name + ".new-" + std::to_string(std::random_device{}()))
+{
+}
+
+NewFile::~NewFile()
+{
+    std::error_code ignored;
+    for (const char *suffix : {"", "-journal", "-wal", "-shm"})
+        std::filesystem::remove(PathOf(m_path + suffix), ignored);
+}
+
+void NewFile::PutInPlace()
+{
+    storage::PutInPlace(m_path, m_name);
+}
+
+} // namespace localmapi::storage

@@ -1,0 +1,192 @@
+// Proves that a copy of a site is whole and of one moment, that putting one back is one transaction for everybody who
+// has the site open, and that what is no copy of this site changes nothing.
+#include "localmapi/storage/Backup.h"
+#include "Fixture.h"
+#include "localmapi/storage/Changes.h"
+#include "localmapi/storage/Database.h"
+#include "localmapi/storage/Watch.h"
+#include <atomic>
+#include <fstream>
+#include <iterator>
+#include <sqlite3.h>
+#include <thread>
+
+namespace localmapi::storage
+{
+
+namespace
+{
+
+namespace fs = std::filesystem;
+
+class BackupTest : public SiteTest
+{
+  protected:
+    std::string File(const std::string &name) const { return m_folder.File(name); }
+    std::vector<std::string> SubjectsOf(const Site &site) const { return SubjectsIn(View(site, Inbox())); }
+    std::vector<std::string> FilesInFolder() const
+    {
+        std::vector<std::string> names;
+        for (const auto &entry : fs::directory_iterator(PathOf(File(".")).parent_path()))
+            names.push_back(Utf8(entry.path().filename()));
+        return names;
+    }
+    static std::string Content(const std::string &path)
+    {
+        std::ifstream file(PathOf(path), std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+};
+
+TEST_F(BackupTest, ACopyIsTheSiteAsItWas)
+{
+    Add("1");
+    Add("2", {{kAttachData, Bytes(700000, 'r')}});
+    std::uint64_t last = 0, total = 0;
+    Backup(m_site, File("copy.db"), [&](std::uint64_t done, std::uint64_t all) {
+        EXPECT_GE(done, last);
+        last = done;
+        total = all;
+    });
+    EXPECT_LE(last, total);
+    Add("3");
+    const Site copy = Site::Open(File("copy.db"));
+    EXPECT_EQ(SubjectsOf(copy), (Subjects{"1", "2"}));
+    EXPECT_EQ(copy.Info().uid, m_site.Info().uid);
+    EXPECT_THAT(Check(copy, false), testing::IsEmpty());
+    EXPECT_EQ(SubjectsOf(m_site), (Subjects{"1", "2", "3"}));
+}
+
+TEST_F(BackupTest, IsOfOneMomentWhileOthersWrite)
+{
+    std::atomic<bool> stop = false;
+    std::thread writer([&] {
+        const Site site = Site::Open(m_site.Path());
+        while (!stop)
+            Objects(site).CreateMessage(m_box.inbox, MakeMessage("m", {{kAttachData, Bytes(300000, 'r')}}));
+    });
+    for (int i = 0; i < 5; ++i) {
+        const std::string file = File("copy" + std::to_string(i) + ".db");
+        Backup(m_site, file);
+        EXPECT_THAT(Check(Site::Open(file), false), testing::IsEmpty());
+    }
+    stop = true;
+    writer.join();
+    ExpectSound();
+}
+
+TEST_F(BackupTest, AFileThatIsThereIsNotWrittenOver)
+{
+    std::ofstream(PathOf(File("copy.db"))) << "precious";
+    EXPECT_EQ(FaultOf([&] { Backup(m_site, File("copy.db")); }), Fault::Collision);
+    EXPECT_EQ(Content(File("copy.db")), "precious");
+    EXPECT_NE(FaultOf([&] { Backup(m_site, File("no/such/folder/copy.db")); }), std::nullopt);
+    EXPECT_THAT(FilesInFolder(), testing::Each(testing::Not(testing::HasSubstr(".new-"))));
+}
+
+TEST_F(BackupTest, ACopyThatIsPutBackIsThereForWhoeverHasTheSiteOpen)
+{
+    Add("1");
+    Backup(m_site, File("copy.db"));
+    const std::string copied = Content(File("copy.db"));
+    const ObjectId gone = Add("2");
+    const Site other = Site::Open(m_site.Path());
+    Watch watch{View(m_site, Inbox())};
+    const ChangeNumber before = m_site.GetChangeNumber();
+    EXPECT_EQ(View(m_site, Inbox()).Count(), 2U);
+
+    Restore(File("copy.db"), m_site.Path());
+    EXPECT_EQ(SubjectsOf(m_site), Subjects{"1"});
+    EXPECT_EQ(SubjectsOf(other), Subjects{"1"});
+    EXPECT_EQ(View(m_site, Inbox()).Count(), 1U);
+    EXPECT_GT(m_site.GetChangeNumber(), before);
+    const auto notices = watch.Next({});
+    ASSERT_EQ(notices.size(), 1U);
+    EXPECT_EQ(notices[0].kind, Notice::Kind::Lost);
+    // Numbers are not given twice.
+    EXPECT_GT(Add("3"), gone);
+    EXPECT_EQ(SubjectsOf(other), (Subjects{"1", "3"}));
+    EXPECT_EQ(watch.Next({}).size(), 1U);
+    ExpectSound();
+    EXPECT_EQ(Content(File("copy.db")), copied);
+    EXPECT_THAT(FilesInFolder(), testing::Each(testing::Not(testing::HasSubstr(".new-"))));
+
+    // Once more, with the same.
+    Restore(File("copy.db"), m_site.Path());
+    EXPECT_EQ(SubjectsOf(other), Subjects{"1"});
+    EXPECT_EQ(watch.Next({}).at(0).kind, Notice::Kind::Lost);
+    ExpectSound();
+}
+
+TEST_F(BackupTest, ASiteThatIsKilledAfterwardsHasItsOwnLog)
+{
+    Add("1");
+    Backup(m_site, File("copy.db"));
+    Add("2");
+    Restore(File("copy.db"), m_site.Path());
+    const auto killed = [&] {
+        for (const char *suffix : {"", "-wal"})
+            fs::copy_file(PathOf(m_site.Path() + suffix), PathOf(File("killed.db") + suffix),
+                          fs::copy_options::overwrite_existing);
+        return SubjectsOf(Site::Open(File("killed.db")));
+    };
+    EXPECT_EQ(killed(), Subjects{"1"});
+    Add("3");
+    EXPECT_EQ(killed(), (Subjects{"1", "3"}));
+    sqlite3 *handle = nullptr;
+    ASSERT_EQ(sqlite3_open(m_site.Path().c_str(), &handle), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(handle, "PRAGMA wal_checkpoint(PASSIVE)", nullptr, nullptr, nullptr), SQLITE_OK);
+    sqlite3_close(handle);
+    EXPECT_EQ(killed(), (Subjects{"1", "3"}));
+    Add("4");
+    EXPECT_EQ(killed(), (Subjects{"1", "3", "4"}));
+}
+
+TEST_F(BackupTest, NothingAcknowledgedIsLeftHalfWhereOthersWriteMeanwhile)
+{
+    for (int i = 0; i < 20; ++i)
+        Add("old", {{kAttachData, Bytes(100000, 'r')}});
+    Backup(m_site, File("copy.db"));
+    std::atomic<bool> stop = false;
+    std::thread writer([&] {
+        const Site site = Site::Open(m_site.Path());
+        // Who writes without a pause leaves nobody else a chance to.
+        for (; !stop; std::this_thread::sleep_for(std::chrono::milliseconds(2)))
+            Objects(site).CreateMessage(m_box.inbox, MakeMessage("new"));
+    });
+    for (int i = 0; i < 5; ++i) {
+        Restore(File("copy.db"), m_site.Path());
+        ExpectSound();
+    }
+    stop = true;
+    writer.join();
+    const Subjects subjects = SubjectsOf(m_site);
+    EXPECT_EQ(std::count(subjects.begin(), subjects.end(), "old"), 20);
+    ExpectSound();
+}
+
+TEST_F(BackupTest, WhereThereIsNoSiteTheCopyBecomesIt)
+{
+    Add("1");
+    Backup(m_site, File("copy.db"));
+    Restore(File("copy.db"), File("moved.db"));
+    EXPECT_EQ(SubjectsOf(Site::Open(File("moved.db"))), Subjects{"1"});
+    EXPECT_TRUE(fs::exists(PathOf(File("copy.db"))));
+}
+
+TEST_F(BackupTest, WhatIsNoCopyOfTheSiteChangesNothing)
+{
+    Add("1");
+    Site::Create(File("other.db"), "OTHER", "Norvik");
+    std::ofstream(PathOf(File("text"))) << std::string(20000, 't');
+    EXPECT_EQ(FaultOf([&] { Restore(File("other.db"), m_site.Path()); }), Fault::Collision);
+    EXPECT_EQ(FaultOf([&] { Restore(File("text"), m_site.Path()); }), Fault::NotASite);
+    EXPECT_NE(FaultOf([&] { Restore(File("there-is-none"), m_site.Path()); }), std::nullopt);
+    EXPECT_EQ(SubjectsOf(m_site), Subjects{"1"});
+    ExpectSound();
+    EXPECT_THAT(FilesInFolder(), testing::Each(testing::Not(testing::HasSubstr(".new-"))));
+}
+
+} // namespace
+
+} // namespace localmapi::storage

@@ -1,3 +1,4 @@
+// Copies page by page, and where a copy stands that takes the place of a site: it goes on from the last commit there.
 #include "localmapi/storage/Backup.h"
 #include "localmapi/storage/ChangeSignal.h"
 #include "localmapi/storage/Database.h"

@@ -1,3 +1,4 @@
+// localmapi init, user, contact, check, backup and restore: the site as a whole.
 #include "localmapi/provider/site/SiteFile.h"
 #include "localmapi/storage/Backup.h"
 #include "localmapi/storage/Check.h"

@@ -125,11 +125,11 @@ void WatchMailboxes(const Common &common, const WatchOptions &options)
         using std::chrono::milliseconds;
         return std::max(milliseconds(0), std::chrono::ceil<milliseconds>(end - std::chrono::steady_clock::now()));
     };
-    while (!interrupt.Wait(options.seconds ? std::min(kLook, left()) : kLook)) {
+    // In turn: what ends them all is seen at any of them.
+    for (std::size_t i = 0; !interrupt.Wait(options.seconds ? std::min(kLook, left()) : kLook); ++i) {
         if (options.seconds && left().count() == 0)
             break;
-        for (const auto &watch : watches)
-            watch->Look(connection);
+        watches[i % watches.size()]->Look(connection);
     }
     for (const auto &watch : watches)
         watch->End(connection);

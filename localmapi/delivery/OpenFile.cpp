@@ -1,5 +1,6 @@
 #include "localmapi/delivery/OpenFile.h"
 #include <cerrno>
+#include <stdexcept>
 #include <system_error>
 
 namespace localmapi::delivery
@@ -8,8 +9,12 @@ namespace localmapi::delivery
 std::ifstream OpenFile(const std::filesystem::path &path)
 {
     std::error_code none;
-    if (std::filesystem::is_directory(path, none))
+    const std::filesystem::file_status status = std::filesystem::status(path, none);
+    if (std::filesystem::is_directory(status))
         throw std::system_error(std::make_error_code(std::errc::is_a_directory), "opening it");
+    // To open a pipe is to wait for its other end, and some devices never end.
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
+        throw std::runtime_error("this is no ordinary file");
     errno = 0;
     std::ifstream file(path, std::ios::binary);
     if (!file)

@@ -10,6 +10,7 @@
 #include "localmapi/storage/Path.h"
 #include "localmapi/storage/Schema.h"
 #include "localmapi/storage/Time.h"
+#include <array>
 
 namespace localmapi::storage
 {
@@ -75,9 +76,31 @@ std::shared_ptr<Database> Database::Open(const std::string &path, const OpenOpti
     database->m_identity = FileIdentity::At(path);
     if (!database->m_identity || !IsThere(path))
         throw Error(Fault::NotFound, "'" + path + "' is not there.");
+    // To read from a pipe is to wait for its other end.
+    std::error_code none;
+    if (const auto type = std::filesystem::status(PathOf(path), none).type();
+        type != std::filesystem::file_type::regular && type != std::filesystem::file_type::directory)
+        throw Error(Fault::NotASite, "'" + path + "' is no ordinary file.");
     database->Admit();
     return database;
 }
+
+namespace
+{
+
+// By its first bytes, whatever has become of the others.
+bool SaysThatItIsASite(const Connection &connection)
+{
+    constexpr std::size_t kApplicationIdAt = 68;
+    std::array<unsigned char, kApplicationIdAt + 4> header{};
+    connection.ReadFile(0, header.data(), header.size());
+    std::int64_t application = 0;
+    for (std::size_t at = kApplicationIdAt; at < header.size(); ++at)
+        application = application << 8 | header[at];
+    return application == kApplicationId;
+}
+
+} // namespace
 
 std::int64_t RequireSite(Connection &connection, const std::string &path)
 {
@@ -90,6 +113,8 @@ std::int64_t RequireSite(Connection &connection, const std::string &path)
         if (error.GetFault() != Fault::Corrupt)
             throw;
     }
+    if (application != kApplicationId && SaysThatItIsASite(connection))
+        throw Error(Fault::Corrupt, "'" + path + "' (damaged): it is cut short.");
     if (application != kApplicationId)
         throw Error(Fault::NotASite, "'" + path + "' is no site of localmapi.");
     if (version > kSchemaVersion)

@@ -199,8 +199,10 @@ bool GoesOn(const Mark &file, std::uint32_t schema, Log &log)
             continue;
         samePlaces = samePlaces || mark->schema == schema;
         const bool isFirst = !std::exchange(any, true);
-        if (mark->change == file.change || (isFirst && mark->change > file.change)) {
-            goesOn = (mark->change == file.change ? mark->stamp : mark->before) == file.stamp;
+        const bool isNext = isFirst && mark->change > file.change;
+        if (isNext || mark->change == file.change) {
+            // A program from before there were marks leaves the stamp as it is.
+            goesOn = mark->stamp == file.stamp || (isNext && mark->before == file.stamp);
             if (!goesOn)
                 return false;
         }
@@ -209,12 +211,11 @@ bool GoesOn(const Mark &file, std::uint32_t schema, Log &log)
     return !any || (goesOn && samePlaces);
 }
 
-bool HasOwnLog(sqlite3_file *file, const std::string &logPath)
+bool HasOwnLog(const Connection &connection, const std::string &logPath)
 {
     Page first, rows;
     const auto read = [&](Page &page, std::uint32_t number) {
-        return file->pMethods->xRead(file, page.data(), static_cast<int>(page.size()),
-                                     sqlite3_int64{number - 1} * sqlite3_int64{kPageSize}) == SQLITE_OK;
+        return connection.ReadFile(std::int64_t{number - 1} * std::int64_t{kPageSize}, page.data(), page.size());
     };
     if (!read(first, 1) || Big16(&first[kPageSizeAt]) != kPageSize || !read(rows, kRowsPage))
         return true;
@@ -229,12 +230,7 @@ void RequireOwnLog(const Connection &connection)
 {
     const char *path = sqlite3_db_filename(connection.Handle(), "main");
     const std::string log = sqlite3_filename_wal(path);
-    // By SQLite's own descriptor: another one that is closed would take its locks on the file along.
-    sqlite3_file *file = nullptr;
-    if (sqlite3_file_control(connection.Handle(), "main", SQLITE_FCNTL_FILE_POINTER, &file) != SQLITE_OK || !file ||
-        !file->pMethods)
-        return;
-    for (int tries = 0; !HasOwnLog(file, log); std::this_thread::sleep_for(kBetweenTries))
+    for (int tries = 0; !HasOwnLog(connection, log); std::this_thread::sleep_for(kBetweenTries))
         if (++tries == kTries)
             throw Error(Fault::ForeignLog,
                         "'" + log + "' was not written to '" + path +

@@ -202,6 +202,13 @@ bool Connection::HasMoved() const
     return sqlite3_file_control(m_handle, "main", SQLITE_FCNTL_HAS_MOVED, &moved) == SQLITE_OK && moved;
 }
 
+bool Connection::ReadFile(std::int64_t at, void *bytes, std::size_t size) const
+{
+    sqlite3_file *file = nullptr;
+    return sqlite3_file_control(m_handle, "main", SQLITE_FCNTL_FILE_POINTER, &file) == SQLITE_OK && file &&
+           file->pMethods && file->pMethods->xRead(file, bytes, static_cast<int>(size), at) == SQLITE_OK;
+}
+
 void Connection::LeaveLog() const noexcept
 {
     sqlite3_db_config(m_handle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);

@@ -103,6 +103,9 @@ class Connection
     sqlite3 *Handle() const { return m_handle; }
     // Whether the path that it was opened by names another file by now, or none. False where the system sees to it.
     bool HasMoved() const;
+    // Bytes of the file as it lies there, without its log, past SQLite's own view of it. False where there are fewer;
+    // what is lacking is zero. By SQLite's descriptor: another one that is closed would take its locks along.
+    bool ReadFile(std::int64_t at, void *bytes, std::size_t size) const;
     // Closing it shall neither write the log back nor delete it.
     void LeaveLog() const noexcept;
     [[noreturn]] void Fail(int result) const; // throws what SQLite says of the last call

@@ -22,7 +22,7 @@ void AttachFile(storage::MessageChanges &message, const std::string &file, const
 {
     try {
         Attach(message, storage::PathOf(file), mimeTag);
-    } catch (const std::system_error &error) {
+    } catch (const std::runtime_error &error) {
         throw Failure(FileError(file, error));
     }
 }
@@ -32,7 +32,7 @@ Recording RecordingIn(const std::string &file)
     try {
         if (auto recording = ExamineRecording(storage::PathOf(file)))
             return *recording;
-    } catch (const std::system_error &error) {
+    } catch (const std::runtime_error &error) {
         throw Failure(FileError(file, error));
     }
     throw Failure(file + ": this is neither a WAVE file nor Windows Media audio");
@@ -45,7 +45,7 @@ std::string ReadText(const std::string &file)
     try {
         std::ifstream stream = OpenFile(storage::PathOf(file));
         text.assign(std::istreambuf_iterator<char>(stream), {});
-    } catch (const std::system_error &error) {
+    } catch (const std::runtime_error &error) {
         throw Failure(FileError(file, error));
     }
     if (!::tool::IsUtf8(text))

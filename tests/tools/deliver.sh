@@ -91,4 +91,19 @@ expect 0 localmapi list --user bob --folder sent
 equal "$(cat out.txt)" ''
 expect 2 localmapi list --user bob --folder attic
 expect 0 localmapi check
+# What is no file is refused at once, instead of being waited for.
+if [ -z "$suffix" ]; then
+    mkfifo pipe
+    for arguments in "voicemail --to alice --wav" "mail --to alice --from bob --subject Pipe --body-file" \
+        "mail --to alice --from bob --subject Pipe --attach"; do
+        for file in pipe /dev/zero; do
+            # shellcheck disable=SC2086 # several arguments
+            expect 1 localmapi deliver $arguments $file
+            err "^localmapi: $file: this is no ordinary file$"
+        done
+    done
+    expect 1 localmapi --file pipe user list
+    err "^localmapi: 'pipe' is no ordinary file\.$"
+    expect 1 localmapi --file /dev/zero check
+fi
 finish

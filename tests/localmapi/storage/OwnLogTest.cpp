@@ -114,6 +114,24 @@ TEST_F(OwnLogTest, AFilesOwnLogIsPlayedBackWhereItWasPackedByOthers)
     ExpectOwn(3);
 }
 
+// What such a program writes, that had the file open when it was upgraded.
+TEST_F(OwnLogTest, AFilesOwnLogIsPlayedBackWhereAnOlderProgramWroteItToo)
+{
+    Add("1");
+    const auto writeAsBefore = [&] { Execute(File("site.db"), "UPDATE site SET change = change + 1"); };
+    writeAsBefore();
+    ExpectOwn(1);
+    WriteBack(m_site);
+    writeAsBefore();
+    writeAsBefore();
+    ExpectOwn(1);
+    Add("2");
+    ExpectOwn(2);
+    Execute(File("site.db"), "PRAGMA wal_checkpoint(PASSIVE)");
+    writeAsBefore();
+    ExpectOwn(2);
+}
+
 TEST_F(OwnLogTest, ATornLogEndsWhereItsSumsEnd)
 {
     Add("1");

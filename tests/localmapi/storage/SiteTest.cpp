@@ -212,6 +212,23 @@ TEST_F(Sites, HeldForAMomentAreWaitedFor)
     EXPECT_EQ(Profiles(site).List().size(), 1u);
 }
 
+TEST_F(Sites, ThatAreCutShortAreDamagedAndNotForeign)
+{
+    Site::Create(path, "S", "O");
+    const std::string whole = ContentOf(path);
+    for (const std::size_t size : {std::size_t{72}, std::size_t{100}, std::size_t{511}, std::size_t{4096},
+                                   std::size_t{8191}, std::size_t{8192}, whole.size() - 8192}) {
+        const std::string cut = whole.substr(0, size);
+        WriteContent(path, cut);
+        const std::optional<Fault> fault = FaultOf([&] {
+            if (!Check(Site::Open(path, {.readOnly = true}), false).empty())
+                throw Error(Fault::Corrupt, "found by the check");
+        });
+        EXPECT_EQ(fault, Fault::Corrupt) << size;
+        EXPECT_EQ(ContentOf(path), cut) << size;
+    }
+}
+
 TEST_F(Sites, ThatAreDamagedAreSaidToBe)
 {
     ObjectId inbox = 0;

@@ -125,9 +125,10 @@ TEST_F(BackupTest, ASiteThatIsKilledAfterwardsHasItsOwnLog)
     Add("2");
     Restore(File("copy.db"), m_site.Path());
     const auto killed = [&] {
-        for (const char *suffix : {"", "-wal"})
-            fs::copy_file(PathOf(m_site.Path() + suffix), PathOf(File("killed.db") + suffix),
-                          fs::copy_options::overwrite_existing);
+        for (const char *suffix : {"", "-wal"}) {
+            fs::remove(PathOf(File("killed.db") + suffix));
+            fs::copy_file(PathOf(m_site.Path() + suffix), PathOf(File("killed.db") + suffix));
+        }
         return SubjectsOf(Site::Open(File("killed.db")));
     };
     EXPECT_EQ(killed(), Subjects{"1"});

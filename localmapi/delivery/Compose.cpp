@@ -2,6 +2,7 @@
 #include "localmapi/delivery/Compose.h"
 #include "localmapi/delivery/OpenFile.h"
 #include "localmapi/delivery/Tags.h"
+#include "localmapi/storage/Path.h"
 #include "localmapi/storage/Spool.h"
 #include "localmapi/storage/Text.h"
 #include "localmapi/storage/Time.h"
@@ -127,12 +128,6 @@ std::string ShortName(const std::string &name)
     return extension.empty() ? base : base + "." + cut(extension, 3);
 }
 
-std::string Utf8Of(const std::filesystem::path &path)
-{
-    const std::u8string text = path.u8string();
-    return {text.begin(), text.end()};
-}
-
 } // namespace
 
 std::optional<Sender> SenderNamed(const storage::Site &site, const std::string &text)
@@ -201,7 +196,7 @@ void Attach(storage::MessageChanges &message, const std::filesystem::path &path,
     if (file.bad())
         throw std::system_error(errno ? errno : EIO, std::generic_category(), "reading it");
 
-    const std::string name = Utf8Of(path.filename());
+    const std::string name = storage::Utf8Of(path.filename());
     storage::AttachmentChanges attachment;
     attachment.number = static_cast<std::int32_t>(message.attachments.size());
     PropertyBag &bag = attachment.properties.set;
@@ -210,7 +205,7 @@ void Attach(storage::MessageChanges &message, const std::filesystem::path &path,
     bag.Set(kAttachLongFilename, name);
     bag.Set(storage::kDisplayName, name);
     if (path.has_extension())
-        bag.Set(kAttachExtension, Utf8Of(path.extension()));
+        bag.Set(kAttachExtension, storage::Utf8Of(path.extension()));
     if (!mimeTag.empty())
         bag.Set(kAttachMimeTag, mimeTag);
     bag.Set(kRenderingPosition, std::int32_t{-1});

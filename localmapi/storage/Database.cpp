@@ -20,12 +20,6 @@ namespace
 
 constexpr std::size_t kIdleConnections = 16;
 
-bool IsThere(const std::string &path)
-{
-    std::error_code ignored;
-    return std::filesystem::exists(PathOf(path), ignored);
-}
-
 // Every connection of a site is set up alike.
 void PrepareForUse(Connection &connection)
 {
@@ -37,6 +31,12 @@ void PrepareForUse(Connection &connection)
 
 } // namespace
 
+// Absolute: the host may change its folder.
+Database::Database(const std::string &path, const OpenOptions &options)
+    : m_path(Utf8Of(std::filesystem::absolute(PathOf(path)))), m_options(options)
+{
+}
+
 std::shared_ptr<Database> Database::Create(const std::string &path, const std::string &server,
                                            const std::string &organization, const OpenOptions &options)
 {
@@ -46,9 +46,7 @@ std::shared_ptr<Database> Database::Create(const std::string &path, const std::s
     for (const std::string &name : {server, organization})
         if (name.find_first_of("/=") != name.npos)
             throw Error(Fault::Invalid, "'" + name + "' can't name a server or an organization: it holds '/' or '='.");
-    for (const std::string &there : {path, path + "-wal"})
-        if (IsThere(there))
-            throw Error(Fault::Collision, "'" + there + "' is there already.");
+    RequireFreeName(path);
     // Under its name there is a whole site or nothing, whenever this ends.
     NewFile unfinished(path);
     {
@@ -73,14 +71,8 @@ std::shared_ptr<Database> Database::Create(const std::string &path, const std::s
 std::shared_ptr<Database> Database::Open(const std::string &path, const OpenOptions &options)
 {
     std::shared_ptr<Database> database(new Database(path, options));
-    database->m_identity = FileIdentity::At(path);
-    if (!database->m_identity || !IsThere(path))
-        throw Error(Fault::NotFound, "'" + path + "' is not there.");
-    // To read from a pipe is to wait for its other end.
-    std::error_code none;
-    if (const auto type = std::filesystem::status(PathOf(path), none).type();
-        type != std::filesystem::file_type::regular && type != std::filesystem::file_type::directory)
-        throw Error(Fault::NotASite, "'" + path + "' is no ordinary file.");
+    database->m_identity = FileIdentity::At(database->m_path);
+    RequireOrdinaryFile(path);
     database->Admit();
     return database;
 }
@@ -88,7 +80,8 @@ std::shared_ptr<Database> Database::Open(const std::string &path, const OpenOpti
 namespace
 {
 
-// By its first bytes, whatever has become of the others.
+// By its first bytes, whatever has become of the others. SQLite is not asked: it would play back the log beside it
+// first.
 bool SaysThatItIsASite(const Connection &connection)
 {
     constexpr std::size_t kApplicationIdAt = 68;
@@ -102,8 +95,21 @@ bool SaysThatItIsASite(const Connection &connection)
 
 } // namespace
 
+void RequireOrdinaryFile(const std::string &path)
+{
+    std::error_code none;
+    const auto type = std::filesystem::status(PathOf(path), none).type();
+    if (type == std::filesystem::file_type::not_found)
+        throw Error(Fault::NotFound, "'" + path + "' is not there.");
+    // To read from a pipe is to wait for its other end.
+    if (type != std::filesystem::file_type::regular && type != std::filesystem::file_type::directory)
+        throw Error(Fault::NotASite, "'" + path + "' is no ordinary file.");
+}
+
 std::int64_t RequireSite(Connection &connection, const std::string &path)
 {
+    if (!SaysThatItIsASite(connection))
+        throw Error(Fault::NotASite, "'" + path + "' is no site of localmapi.");
     RequireOwnLog(connection);
     std::int64_t application = 0, version = 0;
     try {
@@ -113,10 +119,8 @@ std::int64_t RequireSite(Connection &connection, const std::string &path)
         if (error.GetFault() != Fault::Corrupt)
             throw;
     }
-    if (application != kApplicationId && SaysThatItIsASite(connection))
-        throw Error(Fault::Corrupt, "'" + path + "' (damaged): it is cut short.");
     if (application != kApplicationId)
-        throw Error(Fault::NotASite, "'" + path + "' is no site of localmapi.");
+        throw Error(Fault::Corrupt, "'" + path + "' (damaged): it is cut short.");
     if (version > kSchemaVersion)
         throw Error(Fault::TooNew, "'" + path + "' was written by a newer version of localmapi (its format is " +
                                        std::to_string(version) + ", this version knows up to " +
@@ -230,6 +234,7 @@ Writer::Writer(Database &database, Where where) : m_database(database), m_writin
         throw Error(Fault::NoAccess, "'" + database.m_path + "' was opened for reading only.");
     m_connection = database.Take();
     m_transaction.emplace(*m_connection, Transaction::Kind::Write, where);
+    database.RequireInPlace(); // its log was opened by name, too
     Statement site = m_connection->Prepare("SELECT next_id, change FROM site");
     if (!site.Step())
         throw Error(Fault::Corrupt, "'" + database.m_path + "' (damaged): it does not say what site it is.");

@@ -11,6 +11,9 @@
 namespace localmapi::storage
 {
 
+// NotFound; NotASite for what is no file, a folder excepted, which is no access.
+void RequireOrdinaryFile(const std::string &path);
+
 // The version of a site's file, before anything else is read through the connection: NotASite, TooNew, ForeignLog.
 std::int64_t RequireSite(Connection &connection, const std::string &path);
 
@@ -33,7 +36,7 @@ class Database
   private:
     friend class Reader;
     friend class Writer;
-    Database(const std::string &path, const OpenOptions &options) : m_path(path), m_options(options) {}
+    Database(const std::string &path, const OpenOptions &options);
     Error Replaced() const;
     void RequireInPlace() const; // Replaced
     std::unique_ptr<Connection> Open() const;

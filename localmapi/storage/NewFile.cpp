@@ -1,10 +1,19 @@
 #include "localmapi/storage/NewFile.h"
+#include "localmapi/storage/Error.h"
 #include "localmapi/storage/FileSystem.h"
 #include "localmapi/storage/Path.h"
 #include <random>
 
 namespace localmapi::storage
 {
+
+void RequireFreeName(const std::string &name)
+{
+    std::error_code none;
+    for (const std::string &there : {name, name + "-wal"})
+        if (std::filesystem::exists(PathOf(there), none))
+            throw Error(Fault::Collision, "'" + there + "' is there already.");
+}
 
 NewFile::NewFile(const std::string &name)
     : m_name(name), m_path(name + ".new-" + std::to_string(std::random_device{}()))
@@ -20,6 +29,7 @@ NewFile::~NewFile()
 
 void NewFile::PutInPlace()
 {
+    RequireFreeName(m_name);
     storage::PutInPlace(m_path, m_name);
 }
 

@@ -7,9 +7,10 @@
 #include <array>
 #include <chrono>
 #include <fstream>
-#include <memory>
+#include <span>
 #include <thread>
 #include <utility>
+#include <vector>
 
 namespace localmapi::storage
 {
@@ -50,7 +51,7 @@ constexpr int kColumnsBeforeMark = 5;
 class PageReader
 {
   public:
-    PageReader(const Page &page, std::size_t at) : m_page(page), m_at(at) {}
+    PageReader(std::span<const unsigned char> page, std::size_t at) : m_page(page), m_at(at) {}
     bool IsGood() const { return m_good; }
     std::size_t At() const { return m_at; }
     std::int64_t Varint()
@@ -96,13 +97,13 @@ class PageReader
         m_good = m_good && m_at < m_page.size();
         return m_good ? m_page[m_at++] : static_cast<unsigned char>(0);
     }
-    const Page &m_page;
+    const std::span<const unsigned char> m_page;
     std::size_t m_at;
     bool m_good = true;
 };
 
 // Nothing where the page is not the one row of "site", or where that has no marks yet.
-std::optional<Mark> MarkOn(const Page &page)
+std::optional<Mark> MarkOn(std::span<const unsigned char> page)
 {
     constexpr unsigned char kTableLeaf = 13;
     constexpr std::size_t kLongestOnPage = kPageSize - 35;
@@ -132,9 +133,9 @@ class Log
 {
   public:
     struct Frame {
-        std::uint32_t page;
-        bool isCommit;
-        Page content;
+        std::uint32_t page = 0;
+        bool isCommit = false;
+        std::vector<unsigned char> content;
     };
 
     explicit Log(const std::string &path) : m_file(PathOf(path), std::ios::binary)
@@ -144,15 +145,18 @@ class Log
         if (!Read(header))
             return;
         m_bigEndian = Big32(&header[0]) & 1;
-        if ((Big32(&header[0]) & ~1U) != kMagic || Big32(&header[8]) != kPageSize)
+        m_pageSize = Big32(&header[8]);
+        if ((Big32(&header[0]) & ~1U) != kMagic || m_pageSize < 512 || m_pageSize > 65536)
             return;
         std::copy_n(&header[16], m_salts.size(), m_salts.begin());
         Sum(&header[0], 24);
         m_good = IsSum(&header[24]);
     }
+    std::size_t PageSize() const { return m_pageSize; }
     bool Next(Frame &frame)
     {
         std::array<unsigned char, 24> header{};
+        frame.content.resize(m_pageSize);
         if (!m_good || !Read(header) || !Read(frame.content) || !std::equal(m_salts.begin(), m_salts.end(), &header[8]))
             return false;
         Sum(&header[0], 8);
@@ -163,9 +167,10 @@ class Log
     }
 
   private:
-    template <std::size_t Size> bool Read(std::array<unsigned char, Size> &bytes)
+    template <class Bytes> bool Read(Bytes &bytes)
     {
-        return static_cast<bool>(m_file.read(reinterpret_cast<char *>(bytes.data()), Size));
+        return static_cast<bool>(
+            m_file.read(reinterpret_cast<char *>(bytes.data()), static_cast<std::streamsize>(bytes.size())));
     }
     void Sum(const unsigned char *bytes, std::size_t size)
     {
@@ -180,35 +185,69 @@ class Log
     std::ifstream m_file;
     bool m_good = false;
     bool m_bigEndian = false;
+    std::size_t m_pageSize = 0;
     std::array<unsigned char, 8> m_salts{};
     std::array<std::uint32_t, 2> m_sums{};
 };
 
-// Whether the log goes on from what the file's own pages say, or has passed it.
-bool GoesOn(const Mark &file, std::uint32_t schema, Log &log)
-{
-    bool any = false, goesOn = false, samePlaces = false;
+// What one commit of a log holds of the pages that tell whose it is.
+struct Commit {
+    std::optional<std::uint32_t> schema; // page 1
+    bool hasRows = false;                // page 2, with a mark or without
     std::optional<Mark> mark;
-    auto frame = std::make_unique<Log::Frame>();
-    while (!(goesOn && samePlaces) && log.Next(*frame)) {
-        if (frame->page == 1)
-            samePlaces = samePlaces || Big32(&frame->content[kSchemaNumberAt]) == schema;
-        else if (frame->page == kRowsPage)
-            mark = MarkOn(frame->content);
-        if (!frame->isCommit || !mark)
+};
+
+bool NextCommit(Log &log, Log::Frame &frame, Commit &commit)
+{
+    commit = {};
+    while (log.Next(frame)) {
+        if (frame.page == 1)
+            commit.schema = Big32(&frame.content[kSchemaNumberAt]);
+        if (frame.page == kRowsPage) {
+            commit.hasRows = true;
+            commit.mark = MarkOn(frame.content);
+        }
+        if (frame.isCommit)
+            return true;
+    }
+    return false;
+}
+
+// The log of a file from before there were marks: the first mark in it is that of the upgrade, which has none before
+// it.
+bool BeginsMarks(Log &log, Log::Frame &frame)
+{
+    for (Commit commit; NextCommit(log, frame, commit);)
+        if (commit.mark)
+            return commit.mark->before == 0;
+    return true;
+}
+
+// Whether the log goes on from the file's mark, or has passed it, and knows the pages by the places that they have in
+// the file: the number that the file's schema has is in the log, or another program has changed it since the file's
+// mark. A copy that was packed is taken for the file itself where another program has also changed the schema there,
+// once.
+bool GoesOn(const Mark &file, std::uint32_t schema, Log &log, Log::Frame &frame)
+{
+    bool any = false, strange = false, goesOn = false, samePlaces = false;
+    for (Commit commit; !(goesOn && samePlaces) && NextCommit(log, frame, commit);) {
+        samePlaces = samePlaces || commit.schema == schema;
+        strange = strange || (commit.hasRows && !commit.mark);
+        if (!commit.mark) {
+            samePlaces = samePlaces || (!any && commit.schema && file.schema == std::int64_t{schema});
             continue;
-        samePlaces = samePlaces || mark->schema == schema;
-        const bool isFirst = !std::exchange(any, true);
-        const bool isNext = isFirst && mark->change > file.change;
-        if (isNext || mark->change == file.change) {
+        }
+        const Mark &mark = *commit.mark;
+        samePlaces = samePlaces || mark.schema == std::int64_t{schema};
+        const bool isNext = !std::exchange(any, true) && mark.change > file.change;
+        if (isNext || mark.change == file.change) {
             // A program from before there were marks leaves the stamp as it is.
-            goesOn = mark->stamp == file.stamp || (isNext && mark->before == file.stamp);
+            goesOn = mark.stamp == file.stamp || (isNext && mark.before == file.stamp);
             if (!goesOn)
                 return false;
         }
-        mark.reset();
     }
-    return !any || (goesOn && samePlaces);
+    return any ? goesOn && samePlaces : !strange;
 }
 
 bool HasOwnLog(const Connection &connection, const std::string &logPath)
@@ -217,11 +256,15 @@ bool HasOwnLog(const Connection &connection, const std::string &logPath)
     const auto read = [&](Page &page, std::uint32_t number) {
         return connection.ReadFile(std::int64_t{number - 1} * std::int64_t{kPageSize}, page.data(), page.size());
     };
-    if (!read(first, 1) || Big16(&first[kPageSizeAt]) != kPageSize || !read(rows, kRowsPage))
-        return true;
-    const std::optional<Mark> mark = MarkOn(rows);
+    const bool isWhole = read(first, 1) && Big16(&first[kPageSizeAt]) == kPageSize && read(rows, kRowsPage);
     Log log(logPath);
-    return !mark || GoesOn(*mark, Big32(&first[kSchemaNumberAt]), log);
+    Log::Frame frame;
+    if (!isWhole || log.PageSize() != kPageSize) {
+        Commit commit;
+        return !NextCommit(log, frame, commit); // there is nothing to play back
+    }
+    const std::optional<Mark> mark = MarkOn(rows);
+    return mark ? GoesOn(*mark, Big32(&first[kSchemaNumberAt]), log, frame) : BeginsMarks(log, frame);
 }
 
 } // namespace

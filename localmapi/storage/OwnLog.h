@@ -6,8 +6,9 @@
 namespace localmapi::storage
 {
 
-// Before anything is read through the connection. ForeignLog, with the remedy, where the log is another file's. A log
-// without a commit of this program, and a file from before commits were marked, are let pass.
+// Before anything is read through the connection. ForeignLog, with the remedy, where the log is another file's. Let
+// pass is what can't be told: a log whose commits do not touch the site's row, and one from before commits were marked
+// beside a file from before that.
 void RequireOwnLog(const Connection &connection);
 
 } // namespace localmapi::storage

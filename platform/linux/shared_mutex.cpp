@@ -12,36 +12,48 @@ namespace
 {
 constexpr char kGlobal[] = "Global\\";
 
-// What was locked is nobody else's lock once the file has no name any more.
-bool HasName(int file)
+// What was locked is nobody else's lock once the name is another file's, or none's.
+bool HasName(int file, const std::string &path)
 {
-    struct stat status;
-    return fstat(file, &status) == 0 && status.st_nlink > 0;
+    struct stat locked, named;
+    return fstat(file, &locked) == 0 && stat(path.c_str(), &named) == 0 && locked.st_dev == named.st_dev &&
+           locked.st_ino == named.st_ino;
+}
+
+// Whoever may use the model may use the file, whoever has made it.
+void ShareLike(const std::string &path, int file)
+{
+    struct stat model;
+    if (stat(path.c_str(), &model) != 0)
+        return;
+    const uid_t anybody = static_cast<uid_t>(-1);
+    if (fchown(file, model.st_uid, model.st_gid) == 0 || fchown(file, anybody, model.st_gid) == 0 ||
+        model.st_gid == getegid())
+        fchmod(file, model.st_mode & 0666);
 }
 } // namespace
 
 bool SharedMutex::Open() const
 {
-    constexpr int kFlags = O_RDWR | O_CLOEXEC | O_NOFOLLOW;
+    constexpr int kFlags = O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
     // Not made with others' rights and opened to them afterwards.
-    m_file.Reset(open(m_path.c_str(), kFlags | O_CREAT | O_EXCL, 0600));
+    m_file.Reset(open(m_path.c_str(), kFlags | O_RDWR | O_CREAT | O_EXCL, 0600));
     if (m_file) {
-        struct stat model;
-        if (stat(m_model.c_str(), &model) == 0 &&
-            (fchown(m_file.get(), static_cast<uid_t>(-1), model.st_gid) == 0 || model.st_gid == getegid()))
-            fchmod(m_file.get(), model.st_mode & 0666);
+        ShareLike(m_model, m_file.get());
         return true;
     }
+    // To lock it, reading is enough.
     if (errno == EEXIST)
-        m_file.Reset(open(m_path.c_str(), kFlags));
+        m_file.Reset(open(m_path.c_str(), kFlags | O_RDONLY));
     return m_file || Fail<bool>(static_cast<DWORD>(ErrorOfErrno(errno)));
 }
 
 bool SharedMutex::LockFile() const
 {
-    m_locked = m_file && flock(m_file.get(), LOCK_EX | LOCK_NB) == 0;
-    if (m_locked && !HasName(m_file.get()))
-        m_locked = Open() && flock(m_file.get(), LOCK_EX | LOCK_NB) == 0;
+    const auto lock = [&] { return flock(m_file.get(), LOCK_EX | LOCK_NB) == 0; };
+    m_locked = (m_file || Open()) && lock();
+    if (m_locked && !HasName(m_file.get(), m_path))
+        m_locked = Open() && lock();
     return m_locked;
 }
 

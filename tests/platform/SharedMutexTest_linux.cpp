@@ -37,6 +37,7 @@ class SharedMutex : public testing::Test
     {
         std::string folder = testing::TempDir() + "shared_mutex_XXXXXX";
         m_folder = mkdtemp(folder.data());
+        std::filesystem::permissions(m_folder, std::filesystem::perms(0755));
         g_namesFile = m_folder / "names";
         std::ofstream(g_namesFile) << "";
     }
@@ -226,6 +227,35 @@ TEST_F(SharedMutex, IsStillOneProcesssWhereItsFileWasDeletedMeanwhile)
     EXPECT_FALSE(other.Take());
     EXPECT_TRUE(ReleaseMutex(mutex));
     EXPECT_TRUE(other.Take());
+}
+
+TEST_F(SharedMutex, IsStillOneProcesssWhereItsFileWasMovedWhileItIsOpen)
+{
+    const Handle open(Create());
+    std::filesystem::rename(LockFile(), m_folder / "moved");
+    Process other;
+    const Handle again(Create());
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(again, 0));
+    EXPECT_FALSE(other.Take());
+    EXPECT_TRUE(ReleaseMutex(again));
+    EXPECT_TRUE(other.Take());
+}
+
+// Somebody else has made it, and this user may read it.
+TEST_F(SharedMutex, AFileThatCanOnlyBeReadIsEnough)
+{
+    std::ofstream(LockFile()) << "";
+    ASSERT_EQ(0, chmod(LockFile().c_str(), 0444));
+    const pid_t child = fork();
+    if (child == 0) {
+        if (geteuid() == 0 && setuid(65534) != 0)
+            _exit(3);
+        const HANDLE mutex = CreateMutexA(nullptr, FALSE, kName);
+        _exit(mutex && WaitForSingleObject(mutex, 0) == WAIT_OBJECT_0 ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(child, waitpid(child, &status, 0));
+    EXPECT_EQ(0, WEXITSTATUS(status));
 }
 
 TEST_F(SharedMutex, AFileThatCannotBeHadIsAnError)

@@ -14,6 +14,7 @@ namespace
 
 // How often it is made sure that there is still something to be told of.
 constexpr std::chrono::milliseconds kLook{5000};
+constexpr int kMostFailures = 3;
 
 // What is printed, from whatever thread the library calls, until so many lines are out.
 class ChangeLines
@@ -125,11 +126,18 @@ void WatchMailboxes(const Common &common, const WatchOptions &options)
         using std::chrono::milliseconds;
         return std::max(milliseconds(0), std::chrono::ceil<milliseconds>(end - std::chrono::steady_clock::now()));
     };
-    // In turn: what ends them all is seen at any of them.
+    // In turn: what ends them all is seen at any of them. A server may be away for a moment.
+    int failures = 0;
     for (std::size_t i = 0; !interrupt.Wait(options.seconds ? std::min(kLook, left()) : kLook); ++i) {
         if (options.seconds && left().count() == 0)
             break;
-        watches[i % watches.size()]->Look(connection);
+        try {
+            watches[i % watches.size()]->Look(connection);
+            failures = 0;
+        } catch (const Failure &) {
+            if (++failures == kMostFailures)
+                throw;
+        }
     }
     for (const auto &watch : watches)
         watch->End(connection);

@@ -175,6 +175,55 @@ TEST_F(BackupTest, WhereThereIsNoSiteTheCopyBecomesIt)
     EXPECT_TRUE(fs::exists(PathOf(File("copy.db"))));
 }
 
+TEST_F(BackupTest, WhereALogLiesNothingIsMadeBesideIt)
+{
+    Add("1");
+    Backup(m_site, File("copy.db"));
+    std::ofstream(PathOf(File("moved.db-wal"))) << "precious";
+    EXPECT_EQ(FaultOf([&] { Restore(File("copy.db"), File("moved.db")); }), Fault::Collision);
+    EXPECT_EQ(FaultOf([&] { Backup(m_site, File("moved.db")); }), Fault::Collision);
+    EXPECT_EQ(FaultOf([&] { Site::Create(File("moved.db"), "S", "O"); }), Fault::Collision);
+    EXPECT_FALSE(fs::exists(PathOf(File("moved.db"))));
+    EXPECT_EQ(Content(File("moved.db-wal")), "precious");
+}
+
+TEST_F(BackupTest, NeitherTheCopyNorTheSiteKeepsALog)
+{
+    Add("1", {{kAttachData, Bytes(700000, 'r')}});
+    Backup(m_site, File("copy.db"));
+    Restore(File("copy.db"), m_site.Path());
+    EXPECT_FALSE(fs::exists(PathOf(File("copy.db-wal"))));
+    EXPECT_FALSE(fs::exists(PathOf(File("copy.db-shm"))));
+    EXPECT_EQ(fs::file_size(PathOf(m_site.Path() + "-wal")), 0U);
+}
+
+TEST_F(BackupTest, NumbersOfNamesAreNotGivenTwice)
+{
+    Names names(m_site);
+    const PropertyName early{Guid{1}, std::string("early")}, late{Guid{1}, std::int32_t{7}},
+        other{Guid{2}, std::string("other")};
+    names.Ids({early}, true);
+    Backup(m_site, File("copy.db"));
+    const auto known = names.Ids({early, late}, true);
+    Restore(File("copy.db"), m_site.Path());
+    EXPECT_EQ(names.Ids({early, late}, false), known);
+    EXPECT_GT(names.Ids({other}, true).at(0), known.at(1));
+}
+
+TEST_F(BackupTest, ADamagedSiteSaysWhatToDoBeforeACopyCanTakeItsPlace)
+{
+    Backup(m_site, File("copy.db"));
+    std::ofstream(PathOf(File("damaged.db"))) << std::string(30000, 'd');
+    try {
+        Restore(File("copy.db"), File("damaged.db"));
+        ADD_FAILURE() << "it was written over";
+    } catch (const Error &error) {
+        EXPECT_EQ(error.GetFault(), Fault::NotASite);
+        EXPECT_THAT(error.what(), testing::HasSubstr("move its files away first"));
+    }
+    EXPECT_EQ(Content(File("damaged.db")), std::string(30000, 'd'));
+}
+
 TEST_F(BackupTest, WhatIsNoCopyOfTheSiteChangesNothing)
 {
     Add("1");

@@ -5,6 +5,7 @@
 #include <fstream>
 #include <iterator>
 #include <sqlite3.h>
+#include <string>
 
 namespace localmapi::storage
 {
@@ -222,6 +223,90 @@ TEST_F(OwnLogTest, AnotherSiteIsRefused)
     Add("1");
     Site::Create(File("other.db"), "OTHER", "Norvik");
     ExpectForeign("other.db");
+}
+
+TEST_F(OwnLogTest, LogsOfOtherDatabasesAreRefused)
+{
+    for (const char *pageSize : {"8192", "4096", "65536"}) {
+        SCOPED_TRACE(pageSize);
+        const std::string other = File("other.db");
+        sqlite3 *handle = nullptr;
+        ASSERT_EQ(sqlite3_open(other.c_str(), &handle), SQLITE_OK);
+        EXPECT_EQ(sqlite3_exec(handle,
+                               ("PRAGMA page_size = " + std::string(pageSize) +
+                                "; PRAGMA journal_mode = WAL; CREATE TABLE t (x); INSERT INTO t VALUES (1)")
+                                   .c_str(),
+                               nullptr, nullptr, nullptr),
+                  SQLITE_OK);
+        Copy("other.db-wal", "other.log");
+        sqlite3_close(handle);
+        Add("1");
+        WriteBack(m_site);
+        ExpectForeign("site.db", "other.log");
+        fs::remove(PathOf(other));
+    }
+}
+
+TEST_F(OwnLogTest, ACopyFromBeforeThereWereMarksIsRefused)
+{
+    Add("1");
+    WriteBack(m_site);
+    Copy("site.db", "old.db");
+    Execute(File("old.db"), "ALTER TABLE site DROP COLUMN stamp; ALTER TABLE site DROP COLUMN stamp_before;"
+                            "ALTER TABLE site DROP COLUMN schema_number; PRAGMA user_version = 2;"
+                            "PRAGMA wal_checkpoint(TRUNCATE)");
+    Add("2");
+    ExpectForeign("old.db");
+}
+
+TEST_F(OwnLogTest, TheLogOfAnUpgradeIsTheFilesOwn)
+{
+    Add("1");
+    WriteBack(m_site);
+    Copy("site.db", "old.db");
+    Execute(File("old.db"), "ALTER TABLE site DROP COLUMN stamp; ALTER TABLE site DROP COLUMN stamp_before;"
+                            "ALTER TABLE site DROP COLUMN schema_number; PRAGMA user_version = 2;"
+                            "PRAGMA wal_checkpoint(TRUNCATE)");
+    const Site upgraded = Site::Open(File("old.db"));
+    for (const bool andWritten : {false, true}) {
+        if (andWritten)
+            Objects(upgraded).CreateMessage(m_box.inbox, MakeMessage("2"));
+        Copy("old.db", "killed.db");
+        Copy("old.db-wal", "killed.db-wal");
+        EXPECT_EQ(MessagesIn("killed.db"), andWritten ? 2U : 1U);
+        fs::remove(PathOf(File("killed.db")));
+    }
+}
+
+TEST_F(OwnLogTest, AFilesOwnLogIsPlayedBackWhereOthersHaveChangedTheSchema)
+{
+    Add("1");
+    WriteBack(m_site);
+    Execute(File("site.db"), "CREATE INDEX theirs ON object (modified)");
+    ExpectOwn(1);
+    Execute(File("site.db"), "ANALYZE");
+    ExpectOwn(1);
+    Add("2");
+    ExpectOwn(2);
+    Execute(File("site.db"), "PRAGMA wal_checkpoint(PASSIVE)");
+    Add("3");
+    ExpectOwn(3);
+}
+
+// What is no site is left alone with the log beside it: SQLite would play that back, or delete it.
+TEST_F(OwnLogTest, WhatIsNoSiteIsNotTouchedAndNorIsTheLog)
+{
+    Add("1");
+    Execute(File("theirs.db"), "PRAGMA page_size = 8192; CREATE TABLE t (x)");
+    std::ofstream(PathOf(File("empty.db"))) << "";
+    for (const char *file : {"theirs.db", "empty.db"}) {
+        Copy(file, "restored.db");
+        Copy("site.db-wal", "restored.db-wal");
+        const std::string before = Content("restored.db"), log = Content("restored.db-wal");
+        EXPECT_EQ(FaultOf([&] { Site::Open(File("restored.db")); }), Fault::NotASite) << file;
+        EXPECT_EQ(Content("restored.db"), before);
+        EXPECT_EQ(Content("restored.db-wal"), log);
+    }
 }
 
 TEST_F(OwnLogTest, APackedCopyIsRefusedAlsoWhereNothingWasWrittenSince)

@@ -93,6 +93,17 @@ TEST_F(Sites, AreMadeAndOpenedAgain)
     EXPECT_FALSE(fs::exists(PathOf(path + "-wal"))); // closed cleanly: one file
 }
 
+TEST_F(Sites, StayWhereTheyAreWhenTheProcessGoesToAnotherFolder)
+{
+    Site::Create(path, "S", "O");
+    const fs::path before = fs::current_path();
+    fs::current_path(PathOf(path).parent_path());
+    const Site site = Site::Open("site.db");
+    fs::current_path(before);
+    EXPECT_TRUE(site.IsInPlace());
+    EXPECT_EQ(Directory(site).AddUser("alice", "Alice").alias, "alice");
+}
+
 TEST_F(Sites, HaveAnyPath)
 {
     for (const char *name : {"with blank.db", "caf\xc3\xa9.db", "\xe6\x97\xa5\xe6\x9c\xac.db", "%41.db", "a'b.db"}) {

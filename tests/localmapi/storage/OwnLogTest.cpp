@@ -39,6 +39,14 @@ class OwnLogTest : public SiteTest
     }
     // Everything that the log holds is in the file afterwards, and the log is written from its beginning again.
     static void WriteBack(const Site &site) { Execute(site.Path(), "PRAGMA wal_checkpoint(TRUNCATE)"); }
+    // "old.db": the site as it is in its file, as a program wrote it that knew no marks.
+    void MakeOldCopy() const
+    {
+        Copy("site.db", "old.db");
+        Execute(File("old.db"), "ALTER TABLE site DROP COLUMN stamp; ALTER TABLE site DROP COLUMN stamp_before;"
+                                "ALTER TABLE site DROP COLUMN schema_number; PRAGMA user_version = 2;"
+                                "PRAGMA wal_checkpoint(TRUNCATE)");
+    }
     std::size_t MessagesIn(const std::string &name) const
     {
         const Site site = Site::Open(File(name));
@@ -251,10 +259,7 @@ TEST_F(OwnLogTest, ACopyFromBeforeThereWereMarksIsRefused)
 {
     Add("1");
     WriteBack(m_site);
-    Copy("site.db", "old.db");
-    Execute(File("old.db"), "ALTER TABLE site DROP COLUMN stamp; ALTER TABLE site DROP COLUMN stamp_before;"
-                            "ALTER TABLE site DROP COLUMN schema_number; PRAGMA user_version = 2;"
-                            "PRAGMA wal_checkpoint(TRUNCATE)");
+    MakeOldCopy();
     Add("2");
     ExpectForeign("old.db");
 }
@@ -263,10 +268,7 @@ TEST_F(OwnLogTest, TheLogOfAnUpgradeIsTheFilesOwn)
 {
     Add("1");
     WriteBack(m_site);
-    Copy("site.db", "old.db");
-    Execute(File("old.db"), "ALTER TABLE site DROP COLUMN stamp; ALTER TABLE site DROP COLUMN stamp_before;"
-                            "ALTER TABLE site DROP COLUMN schema_number; PRAGMA user_version = 2;"
-                            "PRAGMA wal_checkpoint(TRUNCATE)");
+    MakeOldCopy();
     const Site upgraded = Site::Open(File("old.db"));
     for (const bool andWritten : {false, true}) {
         if (andWritten)

@@ -241,6 +241,18 @@ TEST_F(SharedMutex, IsStillOneProcesssWhereItsFileWasMovedWhileItIsOpen)
     EXPECT_TRUE(other.Take());
 }
 
+TEST_F(SharedMutex, ItsFileBelongsToTheOwnerOfTheOneBesideItWhoeverMakesIt)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root makes files for others";
+    ASSERT_EQ(0, chown(g_namesFile.c_str(), 65534, 65533));
+    const Handle mutex(Create());
+    struct stat status;
+    ASSERT_EQ(0, stat(LockFile().c_str(), &status));
+    EXPECT_EQ(65534U, status.st_uid);
+    EXPECT_EQ(65533U, status.st_gid);
+}
+
 // Somebody else has made it, and this user may read it.
 TEST_F(SharedMutex, AFileThatCanOnlyBeReadIsEnough)
 {

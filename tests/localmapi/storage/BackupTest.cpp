@@ -192,6 +192,10 @@ TEST_F(BackupTest, NeitherTheCopyNorTheSiteKeepsALog)
     Add("1", {{kAttachData, Bytes(700000, 'r')}});
     Backup(m_site, File("copy.db"));
     Restore(File("copy.db"), m_site.Path());
+    // Nor is one made where the copy is read: its header asks for none, so that it can lie where nothing can be
+    // written.
+    const std::string copy = Content(File("copy.db"));
+    EXPECT_EQ(copy.substr(18, 2), "\x01\x01");
     EXPECT_FALSE(fs::exists(PathOf(File("copy.db-wal"))));
     EXPECT_FALSE(fs::exists(PathOf(File("copy.db-shm"))));
     EXPECT_EQ(fs::file_size(PathOf(m_site.Path() + "-wal")), 0U);

@@ -24,7 +24,6 @@ class ReplacedTest : public SiteTest
     }
     void ExpectReplaced(const std::function<void()> &work)
     {
-        std::string text;
         try {
             work();
             ADD_FAILURE() << "it was not noticed";

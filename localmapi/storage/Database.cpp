@@ -8,6 +8,7 @@
 #include "localmapi/storage/NewFile.h"
 #include "localmapi/storage/OwnLog.h"
 #include "localmapi/storage/Path.h"
+#include "localmapi/storage/Rights.h"
 #include "localmapi/storage/Schema.h"
 #include "localmapi/storage/Time.h"
 #include <array>
@@ -144,6 +145,8 @@ void Database::Admit()
     PrepareForUse(*connection);
     if (connection->Integer("SELECT count(*) FROM site") != 1)
         throw Error(Fault::Corrupt, "'" + m_path + "' (damaged): it does not say what site it is.");
+    if (!m_options.readOnly)
+        ShareRights(m_path); // its log is there since the first reading, and empty
     GiveBack(std::move(connection));
 }
 

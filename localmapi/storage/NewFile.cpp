@@ -2,6 +2,7 @@
 #include "localmapi/storage/Error.h"
 #include "localmapi/storage/FileSystem.h"
 #include "localmapi/storage/Path.h"
+#include "localmapi/storage/Rights.h"
 #include <random>
 
 namespace localmapi::storage
@@ -18,6 +19,7 @@ void RequireFreeName(const std::string &name)
 NewFile::NewFile(const std::string &name)
     : m_name(name), m_path(name + ".new-" + std::to_string(std::random_device{}()))
 {
+    MakePrivateFile(m_path);
 }
 
 NewFile::~NewFile()

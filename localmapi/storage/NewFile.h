@@ -8,8 +8,8 @@ namespace localmapi::storage
 // Collision where there is a file of that name, or the log of one.
 void RequireFreeName(const std::string &name);
 
-// Written beside the name that it is to have, and gets it when it is complete. Nothing is left of one that does not
-// come to that, unless the process is killed.
+// For its owner alone. Written beside the name that it is to have, and gets it when it is complete. Nothing is left of
+// one that does not come to that, unless the process is killed.
 class NewFile
 {
   public:

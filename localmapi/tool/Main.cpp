@@ -11,7 +11,7 @@ using namespace localmapi::tool;
 
 struct Arguments {
     Common common;
-    std::string server, organization, name, smtp, user, folder = "inbox";
+    std::string server, organization, group, name, smtp, user, folder = "inbox";
     UserOptions newUser;
     DeliverOptions delivery;
     FillOptions fill;
@@ -38,7 +38,9 @@ void AddSiteCommands(CLI::App &app, Arguments &a)
     auto *init = app.add_subcommand("init", "Make a site");
     init->add_option("--server", a.server, "The server's name, as clients will ask for it")->required();
     init->add_option("--organization", a.organization, "The organization's name")->required();
-    OnCommand(*init, [&] { InitSite(a.common, a.server, a.organization); });
+    init->add_option("--group", a.group,
+                     "Who may use the site beside this account: a group, on Windows also an account");
+    OnCommand(*init, [&] { InitSite(a.common, a.server, a.organization, a.group); });
 
     auto *user = app.add_subcommand("user", "Users, each with a mailbox");
     user->require_subcommand(1);

@@ -3,6 +3,7 @@
 #include "localmapi/storage/Backup.h"
 #include "localmapi/storage/Check.h"
 #include "localmapi/storage/Path.h"
+#include "localmapi/storage/Rights.h"
 #include "localmapi/tool/Tool.h"
 #include "tools/common/Text.h"
 #include <algorithm>
@@ -14,15 +15,28 @@ namespace localmapi::tool
 
 using storage::Directory;
 
-void InitSite(const Common &common, const std::string &server, const std::string &organization)
+void InitSite(const Common &common, const std::string &server, const std::string &organization,
+              const std::string &group)
 {
     const std::string file = common.file.empty() ? FindSiteFile() : common.file;
-    places::MakeFolderOf(file);
+    const std::string folder = storage::Utf8Of(std::filesystem::absolute(storage::PathOf(file)).parent_path());
+    std::optional<storage::Group> others;
+    if (!group.empty())
+        others.emplace(group);
+    const bool isOwnFolder = storage::MakePrivateFolders(folder);
+    // Who may not make files there cannot write to the site: SQLite keeps some beside it.
+    if (others && isOwnFolder)
+        others->Admit(folder);
+    else if (others && !others->MayWriteIn(folder))
+        throw Failure("the group " + group + " may not write in " + folder + ", which using a site asks for");
     const storage::SiteInfo info = storage::Site::Create(file, server, organization).Info();
+    if (others)
+        others->Admit(file);
     if (common.json)
-        PrintJson({{"file", file}, {"server", info.server}, {"organization", info.organization}});
+        PrintJson({{"file", file}, {"server", info.server}, {"organization", info.organization}, {"group", group}});
     else
-        PrintLine("made " + file + " (server " + info.server + ", organization " + info.organization + ")");
+        PrintLine("made " + file + " (server " + info.server + ", organization " + info.organization + ")" +
+                  (others ? ", for the group " + group + " too" : ""));
 }
 
 namespace
@@ -79,22 +93,29 @@ void AddContact(const Common &common, const std::string &name, const std::string
 void CheckSite(const Common &common, bool repair)
 {
     std::vector<storage::Finding> findings;
+    const storage::Site site = OpenSite(common, !repair);
     {
         Progress progress("checks", storage::kCheckSteps);
-        findings = storage::Check(OpenSite(common, !repair), repair, [&](std::uint64_t done) { progress.At(done); });
+        findings = storage::Check(site, repair, [&](std::uint64_t done) { progress.At(done); });
     }
+    std::vector<std::string> warnings;
+    if (storage::MayEverybodyRead(site.Path()))
+        warnings.push_back("Every user of this system may read " + site.Path() +
+                           ", and with it every mailbox: a logon needs no password.");
     const auto open = std::count_if(findings.begin(), findings.end(),
                                     [](const storage::Finding &finding) { return !finding.repaired; });
     if (common.json) {
         nlohmann::ordered_json list = nlohmann::ordered_json::array();
         for (const storage::Finding &finding : findings)
             list.push_back({{"text", finding.text}, {"repaired", finding.repaired}});
-        PrintJson({{"ok", open == 0}, {"findings", std::move(list)}});
+        PrintJson({{"ok", open == 0}, {"findings", std::move(list)}, {"warnings", warnings}});
     } else {
         for (const storage::Finding &finding : findings)
             PrintLine((finding.repaired ? "repaired: " : "damaged: ") + finding.text);
         if (findings.empty())
             PrintLine("nothing is damaged");
+        for (const std::string &warning : warnings)
+            PrintLine("warning: " + warning);
     }
     if (open > 0)
         throw Failure(std::to_string(open) +
@@ -142,7 +163,7 @@ void BackUpSite(const Common &common, const std::string &file)
 void RestoreSite(const Common &common, const std::string &file)
 {
     const std::string path = common.file.empty() ? FindSiteFile() : common.file;
-    places::MakeFolderOf(path);
+    storage::MakePrivateFolders(storage::Utf8Of(std::filesystem::absolute(storage::PathOf(path)).parent_path()));
     {
         CopyShown shown;
         storage::Restore(file, path, [&](std::uint64_t done, std::uint64_t total) { shown.At(done, total); });

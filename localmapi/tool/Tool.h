@@ -70,7 +70,9 @@ struct FillOptions {
     std::vector<std::string> mix;
 };
 
-void InitSite(const Common &common, const std::string &server, const std::string &organization);
+// group: who may use the site beside its owner; empty: nobody.
+void InitSite(const Common &common, const std::string &server, const std::string &organization,
+              const std::string &group);
 void AddUser(const Common &common, const UserOptions &options);
 void ListUsers(const Common &common);
 void AddContact(const Common &common, const std::string &name, const std::string &smtp);

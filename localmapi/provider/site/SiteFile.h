@@ -18,8 +18,6 @@ std::optional<std::string> FromEnvironment();
 std::optional<std::string> FromSettings();
 // A file in the user's own data folder, which need not be there.
 std::string Default();
-// The folder that is to hold the file, made with its parents when it is missing.
-void MakeFolderOf(const std::string &path);
 } // namespace places
 
 // The site's file: LOCALMAPI_FILE, else the registry's, else the default one.

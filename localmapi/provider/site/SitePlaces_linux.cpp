@@ -60,11 +60,4 @@ std::string Default()
     return Variable("HOME").value_or("") + "/.local/share/localmapi/site.db";
 }
 
-void MakeFolderOf(const std::string &path)
-{
-    const std::filesystem::path folder = std::filesystem::path(path).parent_path();
-    if (!folder.empty())
-        std::filesystem::create_directories(folder);
-}
-
 } // namespace localmapi::places

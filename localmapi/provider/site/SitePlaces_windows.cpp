@@ -63,11 +63,4 @@ std::string Default()
     return folder.value_or("") + "\\localmapi\\site.db";
 }
 
-void MakeFolderOf(const std::string &path)
-{
-    const std::filesystem::path folder = std::filesystem::path(WideFromUtf8(path)).parent_path();
-    if (!folder.empty())
-        std::filesystem::create_directories(folder);
-}
-
 } // namespace localmapi::places

@@ -1,6 +1,8 @@
 // Where the site's file is looked for, and that it is opened once for all who use it.
 #include "localmapi/provider/site/SiteFile.h"
 #include "SiteFixture.h"
+#include "localmapi/storage/Path.h"
+#include "localmapi/storage/Rights.h"
 
 #include <gtest/gtest.h>
 
@@ -79,9 +81,9 @@ TEST_F(SiteFile, ThenAFileInTheUsersDataFolder)
     const ScopedVariable xdg("XDG_DATA_HOME", PathOf("data")), local("LOCALAPPDATA", PathOf("data"));
     const std::filesystem::path expected = m_folder / "data" / "localmapi" / "site.db";
     EXPECT_EQ(std::filesystem::path(FindSiteFile()), expected);
-    places::MakeFolderOf(FindSiteFile());
+    storage::MakePrivateFolders(storage::Utf8Of(storage::PathOf(FindSiteFile()).parent_path()));
     EXPECT_TRUE(std::filesystem::is_directory(expected.parent_path()));
-    places::MakeFolderOf(FindSiteFile());
+    storage::MakePrivateFolders(storage::Utf8Of(storage::PathOf(FindSiteFile()).parent_path()));
 }
 
 TEST_F(SiteFile, OneHandleServesAll)

@@ -63,11 +63,34 @@ constexpr Rule kRules[] = {
     {"A piece of data belongs to stream %, which is not there.",
      "SELECT DISTINCT stream FROM chunk WHERE stream NOT IN (SELECT id FROM stream)",
      "DELETE FROM chunk WHERE stream NOT IN (SELECT id FROM stream);"},
+    {"Stream % names data that are not there, or of another length.",
+     "SELECT s.id FROM stream s WHERE s.data IS NOT NULL AND NOT EXISTS (SELECT 1 FROM stream d JOIN object o "
+     "ON o.id = d.object WHERE d.id = s.data AND d.size = s.size AND d.data IS NULL AND o.kind = 9)",
+     nullptr},
+    {"Message % names a list of recipients that is not there.",
+     "SELECT m.id FROM object m WHERE m.list IS NOT NULL AND NOT EXISTS (SELECT 1 FROM object o WHERE o.id = m.list "
+     "AND o.kind = 9)",
+     nullptr},
+    {"Nobody names what lies in object %.",
+     "SELECT o.id FROM object o WHERE o.kind = 9 AND o.number = 0 AND NOT EXISTS (SELECT 1 FROM object WHERE "
+     "list = o.id) AND NOT EXISTS (SELECT 1 FROM stream d JOIN stream s ON s.data = d.id WHERE d.object = o.id)",
+     "DELETE FROM object WHERE kind = 9 AND number = 0 AND NOT EXISTS (SELECT 1 FROM object m WHERE "
+     "m.list = object.id) AND NOT EXISTS (SELECT 1 FROM stream d JOIN stream s ON s.data = d.id "
+     "WHERE d.object = object.id);"},
+    {"The data of % is not what was written: its checksum is another one.",
+     "SELECT CASE o.kind WHEN 4 THEN 'attachment ' || o.number || ' of message ' || o.parent ELSE 'object ' || o.id END "
+     "|| IFNULL(' in the mailbox of ' || (WITH RECURSIVE up (id, parent) AS (SELECT o.id, o.parent UNION ALL "
+     "SELECT above.id, above.parent FROM up JOIN object above ON above.id = up.parent) SELECT p.alias FROM up "
+     "JOIN mailbox m ON m.id = up.id JOIN person p ON p.id = m.owner), '') FROM (SELECT DISTINCT stream FROM chunk "
+     "WHERE checksum IS NOT NULL AND checksum <> checksum_of(data)) c JOIN stream s ON s.id = c.stream "
+     "OR s.data = c.stream JOIN object o ON o.id = s.object WHERE o.kind <> 9",
+     nullptr},
     {"Stream % is not as long as it should be, or has gaps.",
-     "SELECT s.id FROM stream s WHERE s.size <> (SELECT IFNULL(sum(length(data)), 0) FROM chunk c "
+     "SELECT s.id FROM stream s WHERE s.data IS NULL AND NOT EXISTS (SELECT 1 FROM object o WHERE o.id = s.object AND "
+     "o.kind = 9 AND o.number > 0) AND (s.size <> (SELECT IFNULL(sum(length(data)), 0) FROM chunk c "
      "WHERE c.stream = s.id) OR (SELECT count(*) FROM chunk c WHERE c.stream = s.id) <> (s.size + 262143) / 262144 "
      "OR EXISTS (SELECT 1 FROM chunk c WHERE c.stream = s.id AND (c.number < 0 "
-     "OR length(c.data) <> min(262144, s.size - c.number * 262144)))",
+     "OR length(c.data) <> min(262144, s.size - c.number * 262144))))",
      nullptr},
     {"Object % lies in an object that is not there.",
      "SELECT id FROM object WHERE parent IS NOT NULL AND parent NOT IN (SELECT id FROM object)",
@@ -122,22 +145,26 @@ void CheckRules(Connection &connection, std::vector<Finding> &findings, bool rep
     }
 }
 
-// The size in a row is the sum of what the object holds; children come before their parents.
+// The size in a row is the sum of what the object holds; children come before their parents, and lists of recipients
+// before the messages that name them.
 void CheckSizes(Connection &connection, std::vector<Finding> &findings, bool repair)
 {
-    std::vector<std::pair<ObjectId, std::int64_t>> wrong;
-    {
-        Statement rows = connection.Prepare("SELECT id, size FROM object WHERE kind IN (3, 4, 5) ORDER BY id DESC");
-        while (rows.Step()) {
-            std::int64_t size = Measure(connection, rows.Integer(0));
-            if (size != rows.Integer(1))
-                wrong.emplace_back(rows.Integer(0), size);
+    for (const char *kinds : {"(5, 9)", "(3, 4)"}) {
+        std::vector<std::pair<ObjectId, std::int64_t>> wrong;
+        {
+            Statement rows = connection.Prepare(std::string("SELECT id, size FROM object WHERE kind IN ") + kinds +
+                                                " ORDER BY id DESC");
+            while (rows.Step()) {
+                std::int64_t size = Measure(connection, rows.Integer(0));
+                if (size != rows.Integer(1))
+                    wrong.emplace_back(rows.Integer(0), size);
+            }
         }
-    }
-    for (auto [id, size] : wrong) {
-        findings.push_back({"Object " + std::to_string(id) + " has another size than it says.", repair});
-        if (repair)
-            connection.Prepare("UPDATE object SET size = ? WHERE id = ?").Bind(Measure(connection, id), id).Run();
+        for (auto [id, size] : wrong) {
+            findings.push_back({"Object " + std::to_string(id) + " has another size than it says.", repair});
+            if (repair)
+                connection.Prepare("UPDATE object SET size = ? WHERE id = ?").Bind(Measure(connection, id), id).Run();
+        }
     }
 }
 
@@ -180,7 +207,7 @@ std::vector<Finding> Check(Site site, bool repair, const std::function<void(std:
             CheckAll(*reader, findings, false, progress);
         }
     } catch (const Error &error) {
-        if (error.GetFault() != Fault::Corrupt)
+        if (error.GetFault() != Fault::Corrupt && error.GetFault() != Fault::CorruptData)
             throw;
         findings.push_back({error.what(), false});
     }

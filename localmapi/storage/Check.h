@@ -13,7 +13,7 @@ struct Finding {
 
 // Reads everything; writes only when told to repair, in one transaction. No findings: all is well. `progress` hears how
 // many of the steps are done.
-inline constexpr std::uint64_t kCheckSteps = 15;
+inline constexpr std::uint64_t kCheckSteps = 19;
 std::vector<Finding> Check(Site site, bool repair, const std::function<void(std::uint64_t)> &progress = {});
 
 } // namespace localmapi::storage

@@ -42,8 +42,11 @@ SqlText FromContainer(const Container &container)
 {
     SqlText sql;
     auto childrenOfKind = [&](ObjectKind kind) {
-        sql += "FROM object o WHERE o.parent = ";
+        sql += kind == ObjectKind::Recipient
+                   ? "FROM object o WHERE o.parent = (SELECT IFNULL(list, id) FROM object WHERE id = "
+                   : "FROM object o WHERE o.parent = ";
         sql.Parameter(container.of);
+        sql += kind == ObjectKind::Recipient ? ")" : "";
         sql += " AND o.kind = " + std::to_string(static_cast<int>(kind));
     };
     switch (container.kind) {
@@ -339,7 +342,9 @@ SqlText SubobjectCondition(const Filter &filter, Container::Kind kind, const std
     Container::Kind inner =
         filter.node == Filter::Node::AnyRecipient ? Container::Kind::Recipients : Container::Kind::Attachments;
     std::string name = "s" + std::to_string(depth);
-    sql += "EXISTS (SELECT 1 FROM object " + name + " WHERE " + name + ".parent = " + alias + ".id AND " + name +
+    const std::string parent =
+        inner == Container::Kind::Recipients ? "IFNULL(" + alias + ".list, " + alias + ".id)" : alias + ".id";
+    sql += "EXISTS (SELECT 1 FROM object " + name + " WHERE " + name + ".parent = " + parent + " AND " + name +
            ".kind = " + std::to_string(static_cast<int>(RowKind(inner))) + " AND ";
     sql.append(ConditionOf(filter.children.at(0), inner, name, depth + 1));
     sql += ")";

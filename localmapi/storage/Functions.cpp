@@ -2,6 +2,7 @@
 #include "localmapi/storage/Functions.h"
 #include "localmapi/storage/Codec.h"
 #include "localmapi/storage/FilterMatch.h"
+#include "localmapi/storage/Streams.h"
 #include "localmapi/storage/Text.h"
 #include <algorithm>
 #include <limits>
@@ -164,12 +165,18 @@ void Content(sqlite3_context *context, int, sqlite3_value **arguments)
     });
 }
 
+void ChecksumOfChunk(sqlite3_context *context, int, sqlite3_value **arguments)
+{
+    const std::string_view data = TextArgument(arguments[0]);
+    sqlite3_result_int64(context, ChecksumOf(data.data(), data.size()));
+}
+
 void StreamValue(sqlite3_context *context, int, sqlite3_value **arguments)
 {
     Guarded(context, [&] {
         sqlite3_stmt *statement = nullptr;
         int result = sqlite3_prepare_v2(sqlite3_context_db_handle(context),
-                                        "SELECT c.data FROM stream s JOIN chunk c ON c.stream = s.id "
+                                        "SELECT c.data FROM stream s JOIN chunk c ON c.stream = IFNULL(s.data, s.id) "
                                         "WHERE s.object = ? AND s.tag = ? ORDER BY c.number",
                                         -1, &statement, nullptr);
         if (result != SQLITE_OK)
@@ -257,6 +264,7 @@ void RegisterFunctions(sqlite3 *connection)
     add("value_size", 3, kPure, ValueSize);
     add("content", 4, kPure, Content);
     add("stream_value", 2, SQLITE_UTF8, StreamValue);
+    add("checksum_of", 1, SQLITE_UTF8, ChecksumOfChunk);
     auto collate = [&](const char *name, void *argument,
                        int (*function)(void *, int, const void *, int, const void *)) {
         if (sqlite3_create_collation_v2(connection, name, SQLITE_UTF8, argument, function, nullptr) != SQLITE_OK)

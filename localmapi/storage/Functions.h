@@ -14,6 +14,7 @@ const char *CollationOf(Tag tag);
 //   stream_value(object, tag)                the bytes of a property that lies in a stream (text for text tags)
 //   value_size(value, tag, wide)             the bytes of a value, see ByteSize and Filter::wide
 //   list_relates(value, tag, relation, one)  whether some value of a list relates to `one`
+//   checksum_of(data)                         the checksum that a chunk of these bytes has
 //   content(value, tag, how, pattern)        whether a text, binary or list contains the folded pattern
 void RegisterFunctions(sqlite3 *connection);
 

@@ -2,6 +2,7 @@
 // entries.
 #include "localmapi/storage/Messages.h"
 #include "localmapi/storage/Schema.h"
+#include "localmapi/storage/Staging.h"
 #include <algorithm>
 #include <set>
 
@@ -61,43 +62,25 @@ struct MessageRow {
     }
 };
 
-std::int64_t SizeOf(ObjectKind kind, const PropertyBag &bag)
-{
-    std::int64_t size = 0;
-    for (const Property &property : bag)
-        if (!IsColumn(kind, property.tag))
-            size += static_cast<std::int64_t>(ByteSize(property.value));
-    return size;
-}
-
 // The size that a message will have when it is made of `content`.
 std::int64_t SizeOf(const MessageChanges &content)
 {
-    std::int64_t size = SizeOf(ObjectKind::Message, content.properties.set);
+    std::int64_t size = StoredSize(ObjectKind::Message, content.properties.set);
     if (content.recipients)
         for (const PropertyBag &recipient : *content.recipients)
-            size += SizeOf(ObjectKind::Recipient, recipient);
+            size += StoredSize(ObjectKind::Recipient, recipient);
     for (const AttachmentChanges &attachment : content.attachments)
         if (!attachment.remove)
-            size += SizeOf(ObjectKind::Attachment, attachment.properties.set) +
+            size += StoredSize(ObjectKind::Attachment, attachment.properties.set) +
                     (attachment.embedded ? SizeOf(*attachment.embedded) : 0);
     return size;
-}
-
-void InsertRecipients(Writer &writer, ObjectId message, const std::vector<PropertyBag> &recipients)
-{
-    std::int32_t number = 0;
-    for (const PropertyBag &recipient : recipients) {
-        ObjectId id = InsertObject(writer, {ObjectKind::Recipient, message, number++}, recipient,
-                                   SizeOf(ObjectKind::Recipient, recipient));
-        InsertProperties(writer, id, ObjectKind::Recipient, recipient);
-    }
 }
 
 void InsertAttachment(Writer &writer, ObjectId message, const AttachmentChanges &attachment)
 {
     const PropertyBag &bag = attachment.properties.set;
-    std::int64_t size = SizeOf(ObjectKind::Attachment, bag) + (attachment.embedded ? SizeOf(*attachment.embedded) : 0);
+    std::int64_t size =
+        StoredSize(ObjectKind::Attachment, bag) + (attachment.embedded ? SizeOf(*attachment.embedded) : 0);
     ObjectId id = InsertObject(writer, {ObjectKind::Attachment, message, attachment.number}, bag, size);
     InsertProperties(writer, id, ObjectKind::Attachment, bag);
     if (attachment.embedded)
@@ -114,7 +97,7 @@ void RequireDistinctNumbers(const std::vector<AttachmentChanges> &attachments)
 
 } // namespace
 
-ObjectId InsertMessage(Writer &writer, ObjectId container, const MessageChanges &content)
+ObjectId InsertMessage(Writer &writer, ObjectId container, const MessageChanges &content, const RecipientList &list)
 {
     RequireDistinctNumbers(content.attachments);
     MessageRow row;
@@ -124,10 +107,11 @@ ObjectId InsertMessage(Writer &writer, ObjectId container, const MessageChanges 
     ObjectId id = writer.NewId();
     auto created = content.properties.set.get<std::int64_t>(kCreationTime);
     writer
-        ->Prepare("INSERT INTO object (id, kind, parent, facet, submitted, delivered, size, created, modified, change) "
-                  "VALUES (?, 3, ?, ?, ?, ?, ?, ?, ?, ?)")
+        ->Prepare("INSERT INTO object (id, kind, parent, facet, submitted, delivered, size, created, modified, change, "
+                  "list) VALUES (?, 3, ?, ?, ?, ?, ?, ?, ?, ?, ?)")
         .Bind(id, container, writer.Facets().Enter(*writer, container, row.key), row.submitted, row.delivered,
-              SizeOf(content), created ? *created : writer.Now(), writer.Now(), writer.Change())
+              SizeOf(content) + list.size, created ? *created : writer.Now(), writer.Now(), writer.Change(),
+              list.id ? std::optional(list.id) : std::nullopt)
         .Run();
     writer.Entries().MessageAdded(id, container, row.key);
     InsertProperties(writer, id, ObjectKind::Message, content.properties.set);
@@ -186,15 +170,15 @@ void UpdateRow(Writer &writer, const ObjectRow &old, const MessageRow &row)
 
 } // namespace
 
-void ApplyToMessage(Writer &writer, const ObjectRow &old, const MessageChanges &changes)
+void ApplyToMessage(Writer &writer, const ObjectRow &old, const MessageChanges &changes, const RecipientList &list)
 {
     ObjectId id = old.info.id;
     RequireDistinctNumbers(changes.attachments);
     ApplyChanges(writer, id, ObjectKind::Message, changes.properties);
-    if (changes.recipients) {
-        writer->Prepare("DELETE FROM object WHERE parent = ? AND kind = 5").Bind(id).Run();
+    if (changes.recipients || list.id)
+        ReplaceRecipients(writer, id, list);
+    if (changes.recipients)
         InsertRecipients(writer, id, *changes.recipients);
-    }
     for (const AttachmentChanges &attachment : changes.attachments)
         ApplyToAttachment(writer, id, attachment);
     MessageRow row{old.key, old.submitted, old.delivered};
@@ -252,7 +236,8 @@ ObjectId CopyObject(Writer &writer, const ObjectRow &from, ObjectId parent)
         facet = writer.Facets().Enter(*writer, parent, from.key);
     writer
         ->Prepare("INSERT INTO object (id, kind, parent, number, facet, submitted, delivered, size, created, modified, "
-                  "change) SELECT ?, kind, ?, number, ?, submitted, delivered, size, ?, ?, ? FROM object WHERE id = ?")
+                  "change, list) SELECT ?, kind, ?, number, ?, submitted, delivered, size, ?, ?, ?, list FROM object "
+                  "WHERE id = ?")
         .Bind(id, parent, facet, writer.Now(), from.modified, writer.Change(), from.info.id)
         .Run();
     if (facet)
@@ -288,9 +273,10 @@ std::vector<Answer> ForEach(Writer &writer, const std::vector<ObjectId> &message
 
 ObjectId Objects::CreateMessage(ObjectId folder, const MessageChanges &content)
 {
+    const Staging staging(m_site.GetDatabase(), content);
     Writer writer(m_site.GetDatabase());
     RequireFolder(writer, folder);
-    ObjectId id = InsertMessage(writer, folder, content);
+    ObjectId id = InsertMessage(writer, folder, staging.Content());
     writer.Commit();
     return id;
 }
@@ -313,13 +299,14 @@ std::vector<ObjectId> Objects::CreateMessages(const std::vector<NewMessage> &mes
 ChangeNumber Objects::ChangeMessage(ObjectId message, const MessageChanges &changes,
                                     std::optional<ChangeNumber> expected)
 {
+    const Staging staging(m_site.GetDatabase(), changes);
     Writer writer(m_site.GetDatabase());
     std::optional<ObjectRow> row = FindMessage(writer, message);
     if (!row)
         throw Error(Fault::NotFound, "The message is not in the site (any more).");
     if (expected && *expected != row->info.change)
         throw Error(Fault::Changed, "The message was changed by somebody else.");
-    ApplyToMessage(writer, *row, changes);
+    ApplyToMessage(writer, *row, staging.Content());
     writer.Commit();
     return writer.Change();
 }

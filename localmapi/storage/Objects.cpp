@@ -1,9 +1,9 @@
 // Reading objects of any kind, and folders. Messages are in Messages.cpp, what is sent in Dispatch.cpp.
 #include "localmapi/storage/Objects.h"
 #include "localmapi/storage/Properties.h"
+#include "localmapi/storage/Recipients.h"
+#include "localmapi/storage/StoredReader.h"
 #include "localmapi/storage/Text.h"
-#include <algorithm>
-#include <cstring>
 
 namespace localmapi::storage
 {
@@ -25,55 +25,6 @@ class MemoryStream : public Stream
 
   private:
     std::string m_bytes;
-};
-
-// Reads a stream of the file chunk by chunk; holds the last one.
-class StoredReader : public Stream
-{
-  public:
-    StoredReader(Site site, const StoredStream &stream) : m_site(std::move(site)), m_stream(stream) {}
-
-    std::uint64_t size() const override { return m_stream.size; }
-
-    std::size_t Read(std::uint64_t offset, void *into, std::size_t length) const override
-    {
-        if (offset >= m_stream.size)
-            return 0;
-        length = static_cast<std::size_t>(std::min<std::uint64_t>(length, m_stream.size - offset));
-        const locks::Hold lock(m_lock);
-        for (std::size_t done = 0; done < length;) {
-            Load((offset + done) / kChunkSize);
-            auto at = static_cast<std::size_t>((offset + done) % kChunkSize);
-            std::size_t part = std::min(length - done, m_chunk.size() - at);
-            std::memcpy(static_cast<std::uint8_t *>(into) + done, m_chunk.data() + at, part);
-            done += part;
-        }
-        return length;
-    }
-
-  private:
-    void Load(std::uint64_t number) const REQUIRES(m_lock)
-    {
-        if (number == m_number && !m_chunk.empty())
-            return;
-        Reader reader(m_site.GetDatabase());
-        Statement find = reader->Prepare("SELECT data FROM chunk WHERE stream = ? AND number = ?");
-        find.Bind(m_stream.id, static_cast<std::int64_t>(number));
-        m_chunk.clear();
-        if (!find.Step())
-            throw Error(Fault::NotFound, "The data is not in the site any more.");
-        auto data = static_cast<const std::uint8_t *>(sqlite3_column_blob(find.Handle(), 0));
-        m_chunk.assign(data, data + sqlite3_column_bytes(find.Handle(), 0));
-        if (m_chunk.size() != std::min<std::uint64_t>(kChunkSize, m_stream.size - number * kChunkSize))
-            throw Error(Fault::Corrupt, "A stream in the file is shorter or longer than it should be.");
-        m_number = number;
-    }
-
-    Site m_site;
-    StoredStream m_stream;
-    mutable locks::Mutex m_lock;
-    mutable std::uint64_t m_number GUARDED_BY(m_lock) = 0;
-    mutable Bytes m_chunk GUARDED_BY(m_lock);
 };
 
 std::vector<ObjectInfo> Children(Connection &connection, ObjectId parent, ObjectKind kind)
@@ -128,12 +79,7 @@ std::vector<ObjectInfo> Objects::Attachments(ObjectId message) const
 std::vector<PropertyBag> Objects::Recipients(ObjectId message, std::uint64_t longest) const
 {
     Reader reader(m_site.GetDatabase());
-    std::vector<PropertyBag> bags;
-    for (const ObjectInfo &recipient : Children(*reader, message, ObjectKind::Recipient)) {
-        bags.push_back(ReadProperties(*reader, recipient.id, longest));
-        bags.back().Set(kRowId, recipient.number);
-    }
-    return bags;
+    return ReadRecipients(*reader, message, longest);
 }
 
 ObjectId Objects::EmbeddedMessage(ObjectId attachment) const
@@ -145,12 +91,7 @@ ObjectId Objects::EmbeddedMessage(ObjectId attachment) const
 
 std::unique_ptr<Stream> Objects::OpenStream(const StoredStream &stream) const
 {
-    Reader reader(m_site.GetDatabase());
-    Statement find = reader->Prepare("SELECT size FROM stream WHERE id = ?");
-    find.Bind(stream.id);
-    if (!find.Step())
-        throw Error(Fault::NotFound, "The data is not in the site any more.");
-    return std::make_unique<StoredReader>(m_site, StoredStream{stream.id, static_cast<std::uint64_t>(find.Integer(0))});
+    return OpenStored(m_site, stream.id);
 }
 
 std::unique_ptr<Stream> Objects::OpenProperty(ObjectId id, Tag tag) const
@@ -160,7 +101,7 @@ std::unique_ptr<Stream> Objects::OpenProperty(ObjectId id, Tag tag) const
     if (!value)
         return nullptr;
     if (auto stored = std::get_if<StoredStream>(value))
-        return std::make_unique<StoredReader>(m_site, *stored);
+        return OpenStored(m_site, stored->id);
     if (auto text = std::get_if<std::string>(value))
         return std::make_unique<MemoryStream>(*text);
     if (auto bytes = std::get_if<Bytes>(value))

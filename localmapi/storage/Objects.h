@@ -17,7 +17,8 @@ enum class ObjectKind {
     Recipient = 5,
     User = 6,
     Contact = 7,
-    ProfileSection = 8
+    ProfileSection = 8,
+    Common = 9 // what several objects have in common: a list of recipients, or data
 };
 
 struct ObjectInfo {

@@ -92,28 +92,15 @@ Value FolderColumn(Connection &connection, ObjectId folder, Tag tag)
     }
 }
 
-Value WholeStream(Connection &connection, const StoredStream &stream, Tag tag)
-{
-    Statement chunks = connection.Prepare("SELECT data FROM chunk WHERE stream = ? ORDER BY number");
-    chunks.Bind(stream.id);
-    Bytes whole;
-    while (chunks.Step()) {
-        Bytes piece = chunks.GetBytes(0);
-        whole.insert(whole.end(), piece.begin(), piece.end());
-    }
-    if (whole.size() != stream.size)
-        throw Error(Fault::Corrupt, "A stream in the file is shorter or longer than it should be.");
-    if (TagType(tag) == Type::Text)
-        return std::string(whole.begin(), whole.end());
-    return whole;
-}
-
 Value StreamedValue(Connection &connection, ObjectId id, Tag tag, std::uint64_t longest)
 {
     std::optional<StoredStream> stream = FindStream(connection, id, tag);
     if (!stream)
         throw Error(Fault::Corrupt, "A property in the file has neither a value nor a stream.");
-    return stream->size <= longest ? WholeStream(connection, *stream, tag) : Value(*stream);
+    if (stream->size > longest)
+        return *stream;
+    Bytes whole = ReadWhole(connection, *stream);
+    return TagType(tag) == Type::Text ? Value(std::string(whole.begin(), whole.end())) : Value(std::move(whole));
 }
 
 Value PropertyValue(Connection &connection, const Statement &row, int column, ObjectId id, Tag tag,
@@ -253,21 +240,13 @@ std::vector<Value> RowReader::Read(ObjectId id)
     return values;
 }
 
-std::optional<StoredStream> FindStream(Connection &connection, ObjectId object, Tag tag)
-{
-    Statement find = connection.Prepare("SELECT id, size FROM stream WHERE object = ? AND tag = ?");
-    find.Bind(object, tag);
-    if (!find.Step())
-        return {};
-    return StoredStream{find.Integer(0), static_cast<std::uint64_t>(find.Integer(1))};
-}
-
 std::int64_t Measure(Connection &connection, ObjectId id)
 {
     Statement sum = connection.Prepare(
         "SELECT (SELECT IFNULL(sum(value_size(value, tag, 0)), 0) FROM property WHERE object = ?1) + "
         "(SELECT IFNULL(sum(size), 0) FROM stream WHERE object = ?1) + "
-        "(SELECT IFNULL(sum(size), 0) FROM object WHERE parent = ?1)");
+        "(SELECT IFNULL(sum(size), 0) FROM object WHERE parent = ?1) + "
+        "IFNULL((SELECT size FROM object WHERE id = (SELECT list FROM object WHERE id = ?1)), 0)");
     sum.Bind(id);
     return sum.Step() ? sum.Integer(0) : 0;
 }

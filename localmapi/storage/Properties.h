@@ -2,13 +2,10 @@
 #pragma once
 #include "localmapi/storage/Database.h"
 #include "localmapi/storage/Objects.h"
+#include "localmapi/storage/Streams.h"
 
 namespace localmapi::storage
 {
-
-// Values up to this many bytes lie in the property table, longer ones in streams.
-constexpr std::uint64_t kLongestInline = 8 * 1024;
-constexpr std::size_t kChunkSize = 256 * 1024;
 
 // Whether the tag's value is kept in the object's own row (or follows from it) and not in its properties.
 bool IsColumn(ObjectKind kind, Tag tag);
@@ -55,7 +52,8 @@ class RowReader
     Statement m_cluster;
 };
 
-std::optional<StoredStream> FindStream(Connection &connection, ObjectId object, Tag tag);
+// The bytes that an object's own properties take.
+std::int64_t StoredSize(ObjectKind kind, const PropertyBag &bag);
 
 // Writing; column tags are skipped. Each returns the bytes written.
 std::uint64_t InsertProperties(Writer &writer, ObjectId id, ObjectKind kind, const PropertyBag &bag);

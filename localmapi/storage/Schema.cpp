@@ -158,8 +158,28 @@ UPDATE site SET change = change + 1, stamp = random(),
     schema_number = (SELECT schema_version FROM pragma_schema_version);
 )";
 
+// What several objects have in common lies once, in an object of its own: a list of recipients, which messages name, or
+// the data of a stream, which streams name. It goes with the last that names it. Chunks have checksums from here on.
+constexpr const char *kCommon = R"(
+ALTER TABLE object ADD COLUMN list INTEGER REFERENCES object (id);
+CREATE INDEX object_list ON object (list) WHERE list IS NOT NULL;
+ALTER TABLE stream ADD COLUMN data INTEGER REFERENCES stream (id);
+CREATE INDEX stream_data ON stream (data) WHERE data IS NOT NULL;
+ALTER TABLE chunk ADD COLUMN checksum INTEGER;
+CREATE TRIGGER list_left AFTER DELETE ON object WHEN old.list IS NOT NULL BEGIN
+    DELETE FROM object WHERE id = old.list AND NOT EXISTS (SELECT 1 FROM object WHERE list = old.list);
+END;
+CREATE TRIGGER list_changed AFTER UPDATE OF list ON object WHEN old.list IS NOT NULL AND old.list IS NOT new.list BEGIN
+    DELETE FROM object WHERE id = old.list AND NOT EXISTS (SELECT 1 FROM object WHERE list = old.list);
+END;
+CREATE TRIGGER data_left AFTER DELETE ON stream WHEN old.data IS NOT NULL BEGIN
+    DELETE FROM object WHERE id = (SELECT object FROM stream WHERE id = old.data)
+        AND NOT EXISTS (SELECT 1 FROM stream WHERE data = old.data);
+END;
+)";
+
 // kSteps[n] brings a file of version n + 1 to version n + 2.
-constexpr std::array<const char *, kSchemaVersion - 1> kSteps{kChangeEntries, kMarks};
+constexpr std::array<const char *, kSchemaVersion - 1> kSteps{kChangeEntries, kMarks, kCommon};
 
 } // namespace
 

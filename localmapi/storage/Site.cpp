@@ -1,5 +1,6 @@
 // What a site is from outside: its file, its names of named properties, its numbers.
 #include "localmapi/storage/Database.h"
+#include "localmapi/storage/Staging.h"
 #include <algorithm>
 
 namespace localmapi::storage
@@ -13,7 +14,13 @@ Site Site::Create(const std::string &path, const std::string &server, const std:
 
 Site Site::Open(const std::string &path, const OpenOptions &options)
 {
-    return Site(Database::Open(path, options));
+    Site site(Database::Open(path, options));
+    if (!options.readOnly)
+        try {
+            RemoveForgotten(site.GetDatabase());
+        } catch (const Error &) { // there will be another time
+        }
+    return site;
 }
 
 const std::string &Site::Path() const

@@ -69,6 +69,8 @@ const char *FaultName(Fault fault)
         return "disk full";
     case Fault::Corrupt:
         return "damaged";
+    case Fault::CorruptData:
+        return "CorruptData";
     case Fault::ForeignLog:
         return "another file's log";
     case Fault::NotASite:

@@ -26,9 +26,10 @@ constexpr std::int32_t kFlagHasAttachments = 0x10;
 constexpr std::int32_t kFlagAssociated = 0x40; // such messages are in the folder's associated contents only
 
 // Attachments and recipients
-constexpr Tag kAttachNumber = 0x0E210003; // kept: given beside the properties
-constexpr Tag kAttachSize = 0x0E200003;   // kept
-constexpr Tag kRowId = 0x30000003;        // kept: a recipient's place in the list
+constexpr Tag kAttachNumber = 0x0E210003;       // kept: given beside the properties
+constexpr Tag kAttachSize = 0x0E200003;         // kept
+constexpr Tag kRowId = 0x30000003;              // kept: a recipient's place in the list
+constexpr std::uint16_t kAttachDataId = 0x3701; // an attachment's data: bytes, or what it holds as an object
 
 // Folders
 constexpr Tag kDisplayName = 0x3001001F;

@@ -27,6 +27,7 @@ HRESULT CodeOf(storage::Fault fault)
     case Fault::Corrupt:
     case Fault::ForeignLog:
         return MAPI_E_CORRUPT_STORE;
+    case Fault::CorruptData:
     case Fault::NotASite:
         return MAPI_E_CORRUPT_DATA;
     case Fault::TooNew:

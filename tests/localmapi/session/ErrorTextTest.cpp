@@ -66,6 +66,7 @@ TEST_F(ErrorText, EveryExceptionBecomesACode)
     EXPECT_CODE(thrown(Error(Fault::Busy, "x")), MAPI_E_BUSY);
     EXPECT_CODE(thrown(Error(Fault::Full, "x")), MAPI_E_NOT_ENOUGH_DISK);
     EXPECT_CODE(thrown(Error(Fault::Corrupt, "x")), MAPI_E_CORRUPT_STORE);
+    EXPECT_CODE(thrown(Error(Fault::CorruptData, "x")), MAPI_E_CORRUPT_DATA);
     EXPECT_CODE(thrown(Error(Fault::NotASite, "x")), MAPI_E_CORRUPT_DATA);
     EXPECT_CODE(thrown(Error(Fault::TooNew, "x")), MAPI_E_VERSION);
     EXPECT_CODE(thrown(Error(Fault::TooBig, "x")), MAPI_E_TOO_BIG);

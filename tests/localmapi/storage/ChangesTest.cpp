@@ -370,15 +370,7 @@ TEST_F(Changed, AFileOfTheFirstVersionIsUpgradedAndThenTells)
         Site made = Site::Create(path, "S", "O");
         user = Directory(made).AddUser("u", "U").mailbox;
     }
-    sqlite3 *handle = nullptr;
-    ASSERT_EQ(sqlite3_open(path.c_str(), &handle), SQLITE_OK);
-    EXPECT_EQ(sqlite3_exec(handle,
-                           "ALTER TABLE site DROP COLUMN stamp; ALTER TABLE site DROP COLUMN stamp_before;"
-                           "ALTER TABLE site DROP COLUMN schema_number; DROP TABLE change_entry;"
-                           "PRAGMA user_version = 1",
-                           nullptr, nullptr, nullptr),
-              SQLITE_OK);
-    sqlite3_close(handle);
+    MakeOlder(path, 1);
     EXPECT_EQ(FaultOf([&] { Site::Open(path, {.readOnly = true}); }), Fault::NoAccess);
     Site upgraded = Site::Open(path);
     Mailbox mailbox = Directory(upgraded).GetMailbox(user);

@@ -76,11 +76,13 @@ TEST_F(Checks, FindAndRepairWhatIsWrong)
         {"UPDATE object SET submitted = NULL WHERE id = " + message, "no time column"},
         {"UPDATE object SET size = size + 1 WHERE kind = 4", "another size than it says"},
         {"INSERT INTO property VALUES (999999, 3604511, 'x')", "has properties but is not there"},
-        {"INSERT INTO stream VALUES (888888, 999999, 3604511, 0)", "belongs to no property"},
-        {"INSERT INTO chunk VALUES (777777, 888888, 0, 'x')", "belongs to stream 888888, which is not there"},
+        {"INSERT INTO stream (id, object, tag, size) VALUES (888888, 999999, 3604511, 0)", "belongs to no property"},
+        {"INSERT INTO chunk (id, stream, number, data) VALUES (777777, 888888, 0, 'x')", "belongs to stream 888888, which is not there"},
         {"DELETE FROM stream WHERE object = " + message, "has lost its value"},
         {"INSERT INTO object (id, kind, parent, created, modified, change) VALUES (777777, 2, 666666, 0, 0, 0)",
          "lies in an object that is not there"},
+        {"INSERT INTO object (id, kind, created, modified, change) VALUES (777777, 9, 0, 0, 0)",
+         "Nobody names what lies in object 777777"},
         {"UPDATE site SET next_id = 5", "are not beyond number"},
     };
     for (const auto &one : cases) {

@@ -151,7 +151,7 @@ TEST_F(Crashes, AProcessThatEndsAtAnyWriteLeavesWhatItReported)
     int rounds = 0;
     for (std::size_t i = 0; i < ScenarioSteps().size(); ++i) {
         int ended = 42;
-        for (int n = 1; ended == 42; n += n < 4 ? 1 : 3) {
+        for (int n = 1; ended == 42; n += n < 4 ? 1 : 2) {
             std::string path = CopyBefore(i), report = m_folder.File("report");
             fs::remove(PathOf(report));
             Process worker(g_program, {"--step", path, report, std::to_string(n), std::to_string(i)});
@@ -168,7 +168,7 @@ TEST_F(Crashes, AProcessThatEndsAtAnyWriteLeavesWhatItReported)
             ++rounds;
         }
     }
-    EXPECT_GT(rounds, 400);
+    EXPECT_GT(rounds, 300);
 }
 
 // A copy is put back in one transaction, whatever goes wrong, and in whatever file.

@@ -1,8 +1,27 @@
 #include "Fixture.h"
+#include "localmapi/storage/Schema.h"
 #include <random>
 
 namespace localmapi::storage
 {
+
+void MakeOlder(const std::string &file, std::int64_t version)
+{
+    // From each version to the one before it, from the second on.
+    constexpr const char *kBack[] = {
+        "DROP TABLE change_entry",
+        "ALTER TABLE site DROP COLUMN stamp; ALTER TABLE site DROP COLUMN stamp_before;"
+        "ALTER TABLE site DROP COLUMN schema_number",
+        "DROP TRIGGER list_left; DROP TRIGGER list_changed; DROP TRIGGER data_left; DROP INDEX object_list;"
+        "DROP INDEX stream_data; ALTER TABLE object DROP COLUMN list; ALTER TABLE stream DROP COLUMN data;"
+        "ALTER TABLE chunk DROP COLUMN checksum",
+    };
+    static_assert(std::size(kBack) + 1 == kSchemaVersion);
+    Connection connection(file, SQLITE_OPEN_READWRITE, 0);
+    for (std::int64_t from = kSchemaVersion; from > version; --from)
+        connection.Execute(kBack[from - 2]);
+    connection.Execute("PRAGMA user_version = " + std::to_string(version));
+}
 
 std::string Utf8(const std::filesystem::path &path)
 {

@@ -36,6 +36,9 @@ class Folder
     std::filesystem::path m_path;
 };
 
+// Makes of a site's file one as programs wrote it that knew formats up to this one.
+void MakeOlder(const std::string &file, std::int64_t version);
+
 // UTF-8 as the storage layer takes it.
 std::string Utf8(const std::filesystem::path &path);
 

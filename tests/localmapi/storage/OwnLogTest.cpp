@@ -43,9 +43,8 @@ class OwnLogTest : public SiteTest
     void MakeOldCopy() const
     {
         Copy("site.db", "old.db");
-        Execute(File("old.db"), "ALTER TABLE site DROP COLUMN stamp; ALTER TABLE site DROP COLUMN stamp_before;"
-                                "ALTER TABLE site DROP COLUMN schema_number; PRAGMA user_version = 2;"
-                                "PRAGMA wal_checkpoint(TRUNCATE)");
+        MakeOlder(File("old.db"), 2);
+        Execute(File("old.db"), "PRAGMA wal_checkpoint(TRUNCATE)");
     }
     std::size_t MessagesIn(const std::string &name) const
     {

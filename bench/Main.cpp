@@ -21,6 +21,8 @@ constexpr Pair kPairs[] = {
     {"SendVoiceMail", "OneTransaction", "sending a voice mail of 200 KB : one transaction with its bytes"},
     {"DayOfACalendar", "DayOfACalendarInPlainSql", "a day of 10,000 appointments : the same rows in plain SQL"},
     {"Save100MB", "Cp100MB", "saving a recording of 100 MB : cp"},
+    {"Read200KB", "Read200KBWithoutChecksums", "opening and reading a recording of 200 KB : one that has no checksums"},
+    {"SendTo2000", "SendTo200", "sending 32 KB to 2,000 recipients : to 200"},
     {"NotifiedWithinTheProcess", "SaveChangesAlone", "SaveChanges until a sink here is called : until it returns"},
     {"NotifiedAcrossProcesses", "SaveChangesAlone", "SaveChanges until a sink elsewhere is called : until it returns"},
     {"NotifiedByPolling", "SaveChangesAlone", "the same where the system gives no signal : until it returns"},

@@ -1,4 +1,5 @@
-// Sending a voice mail with a recording of 200 KB, until it is durable in the mailbox of who gets it.
+// Sending, until it is durable in the mailboxes of all who get it: a voice mail with a recording of 200 KB to one, a
+// mail to many.
 #include "Sites.h"
 #include <benchmark/benchmark.h>
 #include <fstream>
@@ -41,6 +42,32 @@ void SendVoiceMail(benchmark::State &state)
                             "You received a voice mail.\r\n", 0, 0, file, "message.wav", 17, "+15550100", "Carla Costa",
                             "message.wav", 0, 1795000000) < 0)
             state.SkipWithError("sending failed");
+}
+
+void SendToMany(benchmark::State &state, int recipients)
+{
+    const HostSession host(SiteWithUsers(2000));
+    std::string to;
+    for (int i = 0; i < recipients; ++i)
+        to += (i ? ";user" : "user") + std::to_string(i);
+    const std::string body = Noise().substr(0, 16000);
+    std::string text;
+    for (const char byte : body)
+        text += {static_cast<char>('a' + (byte & 15)), static_cast<char>('a' + (byte >> 4 & 15))};
+    for (auto _ : state)
+        if (OrlSendEmailA(host.GetConnection(), host.GetMailbox(), to.c_str(), "To many", text.c_str(), 0, 0, nullptr,
+                          nullptr) < 0)
+            state.SkipWithError("sending failed");
+}
+
+void SendTo2000(benchmark::State &state)
+{
+    SendToMany(state, 2000);
+}
+
+void SendTo200(benchmark::State &state)
+{
+    SendToMany(state, 200);
 }
 
 // On a site of the same kind, in a table beside localmapi's own, as durably as those are written.
@@ -93,6 +120,8 @@ void OneTransaction(benchmark::State &state)
 }
 
 BENCHMARK(SendVoiceMail)->Unit(benchmark::kMicrosecond)->UseRealTime()->MinTime(2);
+BENCHMARK(SendTo2000)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(SendTo200)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(OneTransaction)->Unit(benchmark::kMicrosecond)->UseRealTime()->MinTime(2);
 
 } // namespace

@@ -85,6 +85,23 @@ std::string SiteForSending()
     return path;
 }
 
+std::string SiteWithUsers(int users)
+{
+    const std::string path = "site-users-" + std::to_string(users) + ".db";
+    if (std::filesystem::exists(path))
+        return path;
+    std::fprintf(stderr, "making %s\n", path.c_str());
+    const std::string making = path + ".new";
+    NewSite(making);
+    {
+        storage::Directory directory(storage::Site::Open(making));
+        for (int i = 0; i < users; ++i)
+            directory.AddUser("user" + std::to_string(i), "User Number " + std::to_string(i));
+    }
+    std::filesystem::rename(making, path);
+    return path;
+}
+
 HostSession::HostSession(const std::string &site)
 {
     setenv("LOCALMAPI_FILE", std::filesystem::absolute(site).c_str(), 1);

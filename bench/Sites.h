@@ -19,6 +19,9 @@ std::string SiteWithRecording(const std::string &wav);
 // A site whose user alice has an empty mailbox, and bob another one. Made anew.
 std::string SiteForSending();
 
+// A site with alice and this many others, user0 and so on. Kept between runs.
+std::string SiteWithUsers(int users);
+
 class HostSession
 {
   public:

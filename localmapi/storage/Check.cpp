@@ -78,7 +78,8 @@ constexpr Rule kRules[] = {
      "m.list = object.id) AND NOT EXISTS (SELECT 1 FROM stream d JOIN stream s ON s.data = d.id "
      "WHERE d.object = object.id);"},
     {"The data of % is not what was written: its checksum is another one.",
-     "SELECT CASE o.kind WHEN 4 THEN 'attachment ' || o.number || ' of message ' || o.parent ELSE 'object ' || o.id END "
+     "SELECT CASE o.kind WHEN 4 THEN 'attachment ' || o.number || ' of message ' || o.parent ELSE 'object ' || o.id "
+     "END "
      "|| IFNULL(' in the mailbox of ' || (WITH RECURSIVE up (id, parent) AS (SELECT o.id, o.parent UNION ALL "
      "SELECT above.id, above.parent FROM up JOIN object above ON above.id = up.parent) SELECT p.alias FROM up "
      "JOIN mailbox m ON m.id = up.id JOIN person p ON p.id = m.owner), '') FROM (SELECT DISTINCT stream FROM chunk "

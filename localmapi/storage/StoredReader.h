@@ -7,8 +7,8 @@
 namespace localmapi::storage
 {
 
-// All of it is read once and compared with its checksums: NotFound, Corrupt, CorruptData. It holds one chunk, and the site. What
-// is read later is compared again, and NotFound once it was replaced or deleted.
+// All of it is read once and compared with its checksums: NotFound, Corrupt, CorruptData. It holds one chunk, and the
+// site. What is read later is compared again, and NotFound once it was replaced or deleted.
 std::unique_ptr<Stream> OpenStored(const Site &site, std::int64_t stream);
 
 } // namespace localmapi::storage

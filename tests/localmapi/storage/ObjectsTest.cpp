@@ -376,7 +376,11 @@ TEST_F(ObjectsTest, ValuesInStreamsAreCopiedFromOneObjectToAnother)
     m_objects.ChangeMessage(to, changes);
     EXPECT_EQ(*m_objects.Read(to).get<StoredStream>(kAttachData), own);
     m_objects.RemoveMessages({to});
-    EXPECT_EQ(FaultOf([&] { Add("late", {{kAttachData, stream}}); }), Fault::NotFound) << "the last that had it is gone";
+    EXPECT_EQ(FaultOf([&] {
+                  Add("late", {{kAttachData, stream}});
+              }),
+              Fault::NotFound)
+        << "the last that had it is gone";
 }
 
 TEST_F(ObjectsTest, PropertiesOfEveryOtherKindOfObjectAreChangedToo)

@@ -196,7 +196,7 @@ std::vector<Finding> Check(Site site, bool repair, const std::function<void(std:
     std::vector<Finding> findings;
     try {
         if (repair) {
-            Writer writer(site.GetDatabase());
+            Writer writer(site.GetDatabase(), Share::WithNobody);
             CheckAll(*writer, findings, true, progress);
             if (!findings.empty()) { // counts and rows that were read before are no longer right
                 writer->Execute("UPDATE facet SET change = change + 1");

@@ -1,7 +1,5 @@
-// The file, its idle connections, and the beginning and end of reading and writing. Writers of one process wait for
-// each other here; SQLite sees to those of others.
+// The file, its idle connections, and the beginning and end of reading and writing.
 #include "localmapi/storage/Database.h"
-#include "localmapi/storage/ChangeSignal.h"
 #include "localmapi/storage/Codec.h"
 #include "localmapi/storage/Functions.h"
 #include "localmapi/storage/Guid.h"
@@ -231,36 +229,21 @@ Reader::~Reader()
     m_database.GiveBack(std::move(m_connection));
 }
 
-Writer::Writer(Database &database, Where where) : m_database(database), m_writing(database.m_writing)
+Writer::Writer(Database &database, Share share, Where where) : m_turn(database, database.m_writers, share)
 {
-    if (database.m_options.readOnly)
-        throw Error(Fault::NoAccess, "'" + database.m_path + "' was opened for reading only.");
-    m_connection = database.Take();
-    m_transaction.emplace(*m_connection, Transaction::Kind::Write, where);
-    database.RequireInPlace(); // its log was opened by name, too
-    Statement site = m_connection->Prepare("SELECT next_id, change FROM site");
-    if (!site.Step())
-        throw Error(Fault::Corrupt, "'" + database.m_path + "' (damaged): it does not say what site it is.");
-    m_nextId = site.Integer(0);
-    m_change = site.Integer(1) + 1;
+    m_turn.Begin(where);
+    m_connection = &m_turn.GetConnection();
+    m_numbers = m_turn.GetNumbers();
+    ++m_numbers.change;
     m_now = CurrentTime();
-}
-
-Writer::~Writer()
-{
-    m_transaction.reset();
-    if (m_connection)
-        m_database.GiveBack(std::move(m_connection));
 }
 
 void Writer::Commit()
 {
-    bool announce = m_entries.Settle(*m_connection, m_change, m_facets.Settle(*m_connection, m_change));
-    MarkCommit(*m_connection, m_nextId, m_change);
-    m_transaction->Commit();
-    m_database.RequireInPlace();
-    if (announce)
-        ChangeSignal::Announce(m_database.Path());
+    const ChangeNumber change = m_numbers.change;
+    const bool announce = m_entries.Settle(*m_connection, change, m_facets.Settle(*m_connection, change));
+    m_connection = nullptr;
+    m_turn.Commit(m_numbers, announce);
 }
 
 } // namespace localmapi::storage

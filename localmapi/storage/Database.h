@@ -6,7 +6,7 @@
 #include "localmapi/storage/FileSystem.h"
 #include "localmapi/storage/Site.h"
 #include "localmapi/storage/Sqlite.h"
-#include "platform/locks/Mutex.h"
+#include "localmapi/storage/WriteTurn.h"
 
 namespace localmapi::storage
 {
@@ -26,6 +26,7 @@ class Database
 
     const std::string &Path() const { return m_path; }
     CountCache &Counts() { return m_counts; }
+    WriteQueue &Writers() { return m_writers; }
     // Whether the path still names the file that was opened.
     bool IsInPlace() const noexcept { return FileIdentity::At(m_path) == m_identity; }
 
@@ -35,6 +36,7 @@ class Database
 
   private:
     friend class Reader;
+    friend class WriteTurn;
     friend class Writer;
     Database(const std::string &path, const OpenOptions &options);
     Error Replaced() const;
@@ -52,7 +54,7 @@ class Database
     locks::Mutex m_lock;
     std::vector<std::unique_ptr<Connection>> m_idle GUARDED_BY(m_lock);
     CountCache m_counts;
-    locks::Mutex m_writing; // one writer at a time in a process; SQLite sees to the other processes
+    WriteQueue m_writers; // of this process; SQLite sees to the others
 };
 
 // A connection on which everything is seen as of one moment.
@@ -72,31 +74,28 @@ class Reader
     std::optional<Transaction> m_transaction;
 };
 
-// A write transaction, with the numbers it gives out. Nothing of it happened unless Commit() returned.
+// What a write transaction does, with the numbers it gives out. Nothing of it happened unless Commit() returned, which
+// is the last that is done with it.
 class Writer
 {
   public:
-    explicit Writer(Database &database, Where where = Where::Here());
-    ~Writer();
+    explicit Writer(Database &database, Share share = Share::WithOthers, Where where = Where::Here());
     Writer(const Writer &) = delete;
     Writer &operator=(const Writer &) = delete;
-    Connection *operator->() const { return m_connection.get(); }
+    Connection *operator->() const { return m_connection; }
     Connection &operator*() const { return *m_connection; }
 
-    std::int64_t NewId() { return m_nextId++; }
-    ChangeNumber Change() const { return m_change; } // of this transaction
-    std::int64_t Now() const { return m_now; }       // the moment that its objects are written at
+    std::int64_t NewId() { return m_numbers.nextId++; }
+    ChangeNumber Change() const { return m_numbers.change; } // of all that it does
+    std::int64_t Now() const { return m_now; }               // the moment that its objects are written at
     FacetWriter &Facets() { return m_facets; }
     EntryWriter &Entries() { return m_entries; }
     void Commit();
 
   private:
-    Database &m_database;
-    locks::Hold<locks::Mutex> m_writing;
-    std::unique_ptr<Connection> m_connection;
-    std::optional<Transaction> m_transaction;
-    std::int64_t m_nextId = 0;
-    ChangeNumber m_change = 0;
+    WriteTurn m_turn;
+    Connection *m_connection = nullptr; // while it works
+    Numbers m_numbers;
     std::int64_t m_now = 0;
     FacetWriter m_facets;
     EntryWriter m_entries;

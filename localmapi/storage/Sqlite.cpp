@@ -218,13 +218,28 @@ void Connection::LeaveLog() const noexcept
 
 void Connection::Fail(int result) const
 {
-    if (result == SQLITE_NOMEM)
-        throw std::bad_alloc();
     int extended = sqlite3_extended_errcode(m_handle);
     if ((extended & 0xFF) != (result & 0xFF))
         extended = result;
     Fault fault = FaultOf(extended, sqlite3_system_errno(m_handle));
+    if (m_begun && sqlite3_get_autocommit(m_handle)) {
+        m_endedBy = result;
+        m_endedByFault = fault;
+    }
+    if (result == SQLITE_NOMEM)
+        throw std::bad_alloc();
     throw Error(fault, "'" + m_path + "' (" + FaultName(fault) + "): " + sqlite3_errmsg(m_handle) + ".");
+}
+
+void Connection::RequireTransaction() const
+{
+    if (!sqlite3_get_autocommit(m_handle))
+        return;
+    if (m_endedBy == SQLITE_NOMEM)
+        throw std::bad_alloc();
+    throw Error(m_endedByFault, "'" + m_path + "' (" + FaultName(m_endedByFault) +
+                                    "): another change that was to be written with this one failed: " +
+                                    sqlite3_errstr(m_endedBy) + ".");
 }
 
 Statement Connection::Prepare(std::string_view sql)
@@ -232,6 +247,7 @@ Statement Connection::Prepare(std::string_view sql)
     if (auto found = m_idle.find(sql); found != m_idle.end()) {
         Statement statement(*this, found->second);
         m_idle.erase(found);
+        ++m_borrowed;
         return statement;
     }
     sqlite3_stmt *prepared = nullptr;
@@ -239,11 +255,13 @@ Statement Connection::Prepare(std::string_view sql)
                                     &prepared, nullptr);
     if (result != SQLITE_OK)
         Fail(result);
+    ++m_borrowed;
     return Statement(*this, prepared);
 }
 
 void Connection::GiveBack(sqlite3_stmt *statement) noexcept
 {
+    --m_borrowed;
     sqlite3_reset(statement);
     sqlite3_clear_bindings(statement);
     try {

@@ -108,6 +108,10 @@ class Connection
     bool ReadFile(std::int64_t at, void *bytes, std::size_t size) const;
     // Closing it shall neither write the log back nor delete it.
     void LeaveLog() const noexcept;
+    // Whether somebody has statements of it that are not given back yet.
+    bool HasBorrowedStatements() const { return m_borrowed != 0; }
+    // SQLite ends a transaction by itself on some errors: throws the one that did, where none is open any more.
+    void RequireTransaction() const;
     [[noreturn]] void Fail(int result) const; // throws what SQLite says of the last call
 
   private:
@@ -119,7 +123,11 @@ class Connection
     std::string m_path;
     sqlite3 *m_handle = nullptr;
     std::unordered_multimap<std::string_view, sqlite3_stmt *> m_idle; // keyed by the statement's own text
+    int m_borrowed = 0;
     const Where *m_begun = nullptr;
+    // What ended the last transaction that SQLite ended.
+    mutable int m_endedBy = SQLITE_OK;
+    mutable Fault m_endedByFault = Fault::Failed;
 };
 
 // A transaction: rolled back when it goes, unless it was committed.

@@ -1,5 +1,6 @@
 // A layer over SQLite's own file access that passes every call on and counts those that write. A sync is only counted.
 #include "FaultyVfs.h"
+#include "platform/locks/Mutex.h"
 #include <atomic>
 #include <cstdlib>
 #include <new>
@@ -14,6 +15,11 @@ namespace
 std::atomic<WriteFault> g_fault{WriteFault::None};
 std::atomic<int> g_turn{0};
 std::atomic<int> g_writes{0};
+std::atomic<int> g_syncs{0};
+locks::Mutex g_gate;
+locks::Condition g_gateChanged;
+bool g_held GUARDED_BY(g_gate) = false;
+int g_waiting GUARDED_BY(g_gate) = 0;
 sqlite3_vfs *g_realVfs = nullptr;
 
 int Strike()
@@ -51,6 +57,15 @@ template <auto Method, class... Arguments> int ForwardWrite(sqlite3_file *file, 
 // Counted but not done: a process that ends takes nothing from the system's cache, and the tests run often.
 int Sync(sqlite3_file *, int)
 {
+    ++g_syncs;
+    {
+        const locks::Hold hold(g_gate);
+        ++g_waiting;
+        g_gateChanged.NotifyAll();
+        while (g_held)
+            g_gateChanged.Wait(g_gate);
+        --g_waiting;
+    }
     return Strike();
 }
 
@@ -111,6 +126,7 @@ void SetWriteFault(WriteFault fault, int n)
 {
     g_fault = WriteFault::None;
     g_writes = 0;
+    g_syncs = 0;
     g_turn = n;
     g_fault = fault;
 }
@@ -118,6 +134,31 @@ void SetWriteFault(WriteFault fault, int n)
 int WritesSeen()
 {
     return g_writes;
+}
+
+int SyncsSeen()
+{
+    return g_syncs;
+}
+
+SyncsHeld::SyncsHeld()
+{
+    const locks::Hold hold(g_gate);
+    g_held = true;
+}
+
+SyncsHeld::~SyncsHeld()
+{
+    const locks::Hold hold(g_gate);
+    g_held = false;
+    g_gateChanged.NotifyAll();
+}
+
+void SyncsHeld::WaitForOne() const
+{
+    const locks::Hold hold(g_gate);
+    while (g_waiting == 0)
+        g_gateChanged.Wait(g_gate);
 }
 
 } // namespace localmapi::storage

@@ -15,5 +15,18 @@ void SetWriteFault(WriteFault fault, int n);
 
 // How many such calls there were since.
 int WritesSeen();
+// How many of them synced.
+int SyncsSeen();
+
+// As long as it is there, nothing is synced: who wants to waits.
+class SyncsHeld
+{
+  public:
+    SyncsHeld();
+    ~SyncsHeld();
+    SyncsHeld(const SyncsHeld &) = delete;
+    SyncsHeld &operator=(const SyncsHeld &) = delete;
+    void WaitForOne() const; // until somebody waits
+};
 
 } // namespace localmapi::storage

@@ -52,7 +52,7 @@ std::uint64_t SpooledSize(const MessageChanges &content)
 void Remove(Database &database, std::int64_t stream)
 {
     for (bool more = true; more;) {
-        Writer writer(database);
+        Writer writer(database, Share::WithNobody);
         writer
             ->Prepare(
                 "UPDATE object SET number = 2 WHERE number <> 2 AND id = (SELECT object FROM stream WHERE id = ?)")
@@ -112,7 +112,7 @@ StoredStream Staging::Write(Tag tag, const Spool &spool)
     Bytes buffer(kChunkSize);
     const std::uint64_t chunks = (spool.size() + kChunkSize - 1) / kChunkSize;
     for (std::uint64_t number = 0; number < chunks;) {
-        Writer writer(m_begun.database);
+        Writer writer(m_begun.database, Share::WithNobody);
         if (number == 0) {
             data = BeginCommonStream(writer, tag, spool.size());
             m_begun.streams.push_back(data.id);

@@ -1,9 +1,11 @@
-// The check of a site's file: SQLite's own, then rules over the rows, each a query that finds what breaks it and, for a
-// repair, a statement that mends it.
+// The check of a site's file: SQLite's own, and the rules over the rows, in pieces that several threads take in turn. A
+// repair mends what a look has found, and looks again.
 #include "localmapi/storage/Check.h"
-#include "localmapi/storage/Database.h"
-#include "localmapi/storage/Properties.h"
-#include "localmapi/storage/Schema.h"
+#include "localmapi/storage/CheckRules.h"
+#include <algorithm>
+#include <atomic>
+#include <set>
+#include <thread>
 
 namespace localmapi::storage
 {
@@ -11,208 +13,382 @@ namespace localmapi::storage
 namespace
 {
 
-// One thing that must hold: a statement that lists what is wrong (each row: what it is about), and the statements that
-// put it right.
-struct Rule {
-    const char *says; // "%" stands for what the row is about
-    const char *finds;
-    const char *repairs;
-};
+using Clock = std::chrono::steady_clock;
 
-constexpr Rule kRules[] = {
-    {"Message % is counted in no facet.",
-     "SELECT id FROM object WHERE kind = 3 AND (facet IS NULL OR facet NOT IN (SELECT id FROM facet))",
-     "INSERT INTO facet (container, flags, count, change) SELECT DISTINCT parent, 0, 0, 0 FROM object WHERE kind = 3 "
-     "AND (facet IS NULL OR facet NOT IN (SELECT id FROM facet)) AND NOT EXISTS (SELECT 1 FROM facet f "
-     "WHERE f.container = object.parent AND f.flags = 0 AND f.class IS NULL AND f.importance IS NULL);"
-     "UPDATE object SET facet = (SELECT id FROM facet f WHERE f.container = object.parent AND f.flags = 0 "
-     "AND f.class IS NULL AND f.importance IS NULL) WHERE kind = 3 "
-     "AND (facet IS NULL OR facet NOT IN (SELECT id FROM facet));"},
-    {"Object % is counted in a facet but is no message.", "SELECT id FROM object WHERE kind <> 3 AND facet IS NOT NULL",
-     "UPDATE object SET facet = NULL WHERE kind <> 3 AND facet IS NOT NULL;"},
-    {"Message % is counted in a facet of another folder.",
-     "SELECT o.id FROM object o JOIN facet f ON f.id = o.facet WHERE f.container IS NOT o.parent",
-     "INSERT INTO facet (container, flags, class, importance, count, change) SELECT DISTINCT o.parent, f.flags, "
-     "f.class, f.importance, 0, 0 FROM object o JOIN facet f ON f.id = o.facet WHERE f.container IS NOT o.parent "
-     "AND NOT EXISTS (SELECT 1 FROM facet g WHERE g.container = o.parent AND g.flags = f.flags "
-     "AND g.class IS f.class AND g.importance IS f.importance);"
-     "UPDATE object SET facet = (SELECT g.id FROM facet f JOIN facet g ON g.flags = f.flags AND g.class IS f.class "
-     "AND g.importance IS f.importance WHERE f.id = object.facet AND g.container = object.parent) "
-     "WHERE (SELECT container FROM facet WHERE id = facet) IS NOT parent AND kind = 3;"},
-    {"Message % has no time column.",
-     "SELECT id FROM object WHERE kind = 3 AND (submitted IS NULL OR delivered IS NULL)",
-     "UPDATE object SET submitted = IFNULL(submitted, -9223372036854775808), "
-     "delivered = IFNULL(delivered, -9223372036854775808) WHERE kind = 3;"},
-    {"Facet % does not count the messages that it has.",
-     "SELECT f.id FROM facet f WHERE f.count <> (SELECT count(*) FROM object o WHERE o.facet = f.id)",
-     "UPDATE facet SET count = (SELECT count(*) FROM object o WHERE o.facet = facet.id);"
-     "DELETE FROM facet WHERE count = 0;"},
-    {"Object % has properties but is not there.",
-     "SELECT DISTINCT object FROM property WHERE object NOT IN (SELECT id FROM object)",
-     "DELETE FROM property WHERE object NOT IN (SELECT id FROM object);"},
-    {"Stream % belongs to no property.",
-     "SELECT s.id FROM stream s WHERE NOT EXISTS (SELECT 1 FROM property p WHERE p.object = s.object "
-     "AND p.tag = s.tag AND p.value IS NULL)",
-     "DELETE FROM stream WHERE NOT EXISTS (SELECT 1 FROM property p WHERE p.object = stream.object "
-     "AND p.tag = stream.tag AND p.value IS NULL);"},
-    {"A property of object % has lost its value.",
-     "SELECT p.object FROM property p WHERE p.value IS NULL AND NOT EXISTS (SELECT 1 FROM stream s "
-     "WHERE s.object = p.object AND s.tag = p.tag)",
-     "DELETE FROM property WHERE value IS NULL AND NOT EXISTS (SELECT 1 FROM stream s "
-     "WHERE s.object = property.object AND s.tag = property.tag);"},
-    {"A piece of data belongs to stream %, which is not there.",
-     "SELECT DISTINCT stream FROM chunk WHERE stream NOT IN (SELECT id FROM stream)",
-     "DELETE FROM chunk WHERE stream NOT IN (SELECT id FROM stream);"},
-    {"Stream % names data that are not there, or of another length.",
-     "SELECT s.id FROM stream s WHERE s.data IS NOT NULL AND NOT EXISTS (SELECT 1 FROM stream d JOIN object o "
-     "ON o.id = d.object WHERE d.id = s.data AND d.size = s.size AND d.data IS NULL AND o.kind = 9)",
-     nullptr},
-    {"Message % names a list of recipients that is not there.",
-     "SELECT m.id FROM object m WHERE m.list IS NOT NULL AND NOT EXISTS (SELECT 1 FROM object o WHERE o.id = m.list "
-     "AND o.kind = 9)",
-     nullptr},
-    {"Nobody names what lies in object %.",
-     "SELECT o.id FROM object o WHERE o.kind = 9 AND o.number = 0 AND NOT EXISTS (SELECT 1 FROM object WHERE "
-     "list = o.id) AND NOT EXISTS (SELECT 1 FROM stream d JOIN stream s ON s.data = d.id WHERE d.object = o.id)",
-     "DELETE FROM object WHERE kind = 9 AND number = 0 AND NOT EXISTS (SELECT 1 FROM object m WHERE "
-     "m.list = object.id) AND NOT EXISTS (SELECT 1 FROM stream d JOIN stream s ON s.data = d.id "
-     "WHERE d.object = object.id);"},
-    {"The data of % is not what was written: its checksum is another one.",
-     "SELECT CASE o.kind WHEN 4 THEN 'attachment ' || o.number || ' of message ' || o.parent ELSE 'object ' || o.id "
-     "END "
-     "|| IFNULL(' in the mailbox of ' || (WITH RECURSIVE up (id, parent) AS (SELECT o.id, o.parent UNION ALL "
-     "SELECT above.id, above.parent FROM up JOIN object above ON above.id = up.parent) SELECT p.alias FROM up "
-     "JOIN mailbox m ON m.id = up.id JOIN person p ON p.id = m.owner), '') FROM (SELECT DISTINCT stream FROM chunk "
-     "WHERE checksum IS NOT NULL AND checksum <> checksum_of(data)) c JOIN stream s ON s.id = c.stream "
-     "OR s.data = c.stream JOIN object o ON o.id = s.object WHERE o.kind <> 9",
-     nullptr},
-    {"Stream % is not as long as it should be, or has gaps.",
-     "SELECT s.id FROM stream s WHERE s.data IS NULL AND NOT EXISTS (SELECT 1 FROM object o WHERE o.id = s.object AND "
-     "o.kind = 9 AND o.number > 0) AND (s.size <> (SELECT IFNULL(sum(length(data)), 0) FROM chunk c "
-     "WHERE c.stream = s.id) OR (SELECT count(*) FROM chunk c WHERE c.stream = s.id) <> (s.size + 262143) / 262144 "
-     "OR EXISTS (SELECT 1 FROM chunk c WHERE c.stream = s.id AND (c.number < 0 "
-     "OR length(c.data) <> min(262144, s.size - c.number * 262144))))",
-     nullptr},
-    {"Object % lies in an object that is not there.",
-     "SELECT id FROM object WHERE parent IS NOT NULL AND parent NOT IN (SELECT id FROM object)",
-     "DELETE FROM object WHERE parent IS NOT NULL AND parent NOT IN (SELECT id FROM object);"},
-    {"The numbers to be given to new objects are not beyond number %.",
-     "SELECT max(n) FROM (SELECT max(id) AS n FROM object UNION ALL SELECT max(id) FROM stream) "
-     "HAVING max(n) >= (SELECT next_id FROM site)",
-     "UPDATE site SET next_id = max(next_id, (SELECT IFNULL(max(id), 0) + 1 FROM object), "
-     "(SELECT IFNULL(max(id), 0) + 1 FROM stream));"},
-};
+constexpr std::int64_t kIdsAtOnce = 20000;
+constexpr std::int64_t kFacetsAtOnce = 1000;
+constexpr unsigned kMostThreads = 4;
+constexpr int kInstructionsBetweenLooks = 100000; // of SQLite's program for the check of pages
+// A repair's transaction ends after so much of either; the next one begins when others have had as long.
+constexpr int kMendedAtOnce = 500;
+constexpr auto kLongestMending = std::chrono::milliseconds(100);
+constexpr int kMostRounds = 5;
 
-static_assert(std::size(kRules) + 3 == kCheckSteps); // and the pages, the sizes, the references
-
-std::string Sentence(const Rule &rule, const std::string &about)
+// What the pages are checked by: reads every page twice, for the trees and for the rows in them.
+class PageCheck
 {
-    std::string text = rule.says;
-    text.replace(text.find('%'), 1, about);
-    return text;
-}
-
-void CheckPages(Connection &connection, std::vector<Finding> &findings)
-{
-    Statement rows = connection.Prepare("PRAGMA integrity_check");
-    while (rows.Step())
-        if (std::string text = rows.Text(0); text != "ok")
-            findings.push_back({"The file is damaged: " + text + ".", false});
-}
-
-void CheckReferences(Connection &connection, std::vector<Finding> &findings)
-{
-    Statement rows = connection.Prepare("SELECT \"table\", parent, count(*) FROM pragma_foreign_key_check "
-                                        "GROUP BY \"table\", parent");
-    while (rows.Step())
-        findings.push_back({"Rows of " + rows.Text(0) + " that refer to a " + rows.Text(1) +
-                                " which is not there: " + rows.Text(2) + ".",
-                            false});
-}
-
-void CheckRules(Connection &connection, std::vector<Finding> &findings, bool repair,
-                const std::function<void()> &stepDone)
-{
-    for (const Rule &rule : kRules) {
-        std::size_t first = findings.size();
-        {
-            Statement rows = connection.Prepare(rule.finds);
-            while (rows.Step())
-                findings.push_back({Sentence(rule, rows.Text(0)), repair && rule.repairs});
-        }
-        if (repair && rule.repairs && findings.size() > first)
-            connection.Execute(rule.repairs);
-        stepDone();
+  public:
+    explicit PageCheck(Connection &connection)
+        : m_connection(connection), m_pages(connection.Integer("PRAGMA page_count"))
+    {
     }
-}
+    // `told` hears which part of it is done, and says whether it is to go on.
+    std::vector<std::string> Run(std::function<bool(double)> told)
+    {
+        m_told = std::move(told);
+        PagesRead(true);
+        sqlite3_progress_handler(m_connection.Handle(), kInstructionsBetweenLooks, &PageCheck::Look, this);
+        const std::unique_ptr<sqlite3, void (*)(sqlite3 *)> end(
+            m_connection.Handle(), [](sqlite3 *handle) { sqlite3_progress_handler(handle, 0, nullptr, nullptr); });
+        std::vector<std::string> damage;
+        Statement rows = m_connection.Prepare("PRAGMA integrity_check");
+        while (rows.Step())
+            if (std::string text = rows.Text(0); text != "ok")
+                damage.push_back("The file is damaged: " + text + ".");
+        return damage;
+    }
 
-// The size in a row is the sum of what the object holds; children come before their parents, and lists of recipients
-// before the messages that name them.
-void CheckSizes(Connection &connection, std::vector<Finding> &findings, bool repair)
+  private:
+    int PagesRead(bool beginAnew) const
+    {
+        int read = 0, highest = 0;
+        sqlite3_db_status(m_connection.Handle(), SQLITE_DBSTATUS_CACHE_MISS, &read, &highest, beginAnew);
+        return read;
+    }
+    static int Look(void *self)
+    {
+        const auto &check = *static_cast<const PageCheck *>(self);
+        const double expected = 2.0 * static_cast<double>(std::max<std::int64_t>(check.m_pages, 1));
+        return check.m_told(std::min(1.0, check.PagesRead(false) / expected)) ? 0 : 1;
+    }
+
+    Connection &m_connection;
+    std::int64_t m_pages;
+    std::function<bool(double)> m_told;
+};
+
+// What one look at everything found.
+struct Found {
+    std::vector<std::string> damage;                      // of pages: what such a file says about itself proves nothing
+    std::vector<std::string> lost;                        // what no rule can mend
+    std::map<std::size_t, std::set<std::int64_t>> broken; // by the number of the rule
+    bool isUnreadable = false;                            // some of it: then nothing is mended
+
+    bool MayBeMended() const { return damage.empty() && !isUnreadable && !broken.empty(); }
+};
+
+// A look at everything. Each job reads as of one moment of its own: no rule needs more.
+class Look
 {
-    for (const char *kinds : {"(5, 9)", "(3, 4)"}) {
-        std::vector<std::pair<ObjectId, std::int64_t>> wrong;
+  public:
+    explicit Look(Database &database) : m_database(database)
+    {
+        std::int64_t lastId = 0, lastFacet = 0;
         {
-            Statement rows = connection.Prepare(std::string("SELECT id, size FROM object WHERE kind IN ") + kinds +
-                                                " ORDER BY id DESC");
-            while (rows.Step()) {
-                std::int64_t size = Measure(connection, rows.Integer(0));
-                if (size != rows.Integer(1))
-                    wrong.emplace_back(rows.Integer(0), size);
+            Reader reader(database);
+            lastId = reader->Integer("SELECT max(n) FROM (SELECT max(id) AS n FROM object UNION ALL "
+                                     "SELECT max(id) FROM stream)");
+            lastFacet = reader->Integer("SELECT max(id) FROM facet");
+        }
+        m_jobs.push_back([this] { CheckPages(); });
+        m_jobs.push_back([this] {
+            CheckReferences();
+            Ask(Rule::Over::Site, {0, 0});
+        });
+        AddRanges(lastId, kIdsAtOnce, [this](IdRange range) { AskOfIds(range); });
+        AddRanges(lastFacet, kFacetsAtOnce, [this](IdRange range) { Ask(Rule::Over::Facets, range); });
+    }
+
+    Found Run(const CheckProgress &progress)
+    {
+        const unsigned count = std::clamp(std::thread::hardware_concurrency(), 2u, kMostThreads);
+        std::vector<std::thread> threads;
+        // Whatever happens, no thread outlives this.
+        struct Joined {
+            Look &look;
+            std::vector<std::thread> &threads;
+            ~Joined()
+            {
+                look.m_stop = true;
+                for (std::thread &thread : threads)
+                    thread.join();
+            }
+        };
+        {
+            const Joined joined{*this, threads};
+            {
+                const locks::Hold lock(m_lock);
+                m_working = count;
+            }
+            for (unsigned i = 0; i < count; ++i)
+                threads.emplace_back([this] { Work(); });
+            Wait(progress);
+        }
+        const locks::Hold lock(m_lock);
+        if (m_error)
+            std::rethrow_exception(m_error);
+        AddUnreadable();
+        return std::move(m_found);
+    }
+
+  private:
+    using Job = std::function<void()>;
+
+    // Numbers below the first and above the last given out belong to the outermost pieces.
+    void AddRanges(std::int64_t last, std::int64_t atOnce, const std::function<void(IdRange)> &work)
+    {
+        for (std::int64_t first = 0; first <= last; first += atOnce) {
+            const bool isLast = last - first < atOnce;
+            const IdRange range{first == 0 ? INT64_MIN : first, isLast ? INT64_MAX : first + atOnce - 1};
+            m_jobs.push_back([work, range] { work(range); });
+            if (isLast)
+                break;
+        }
+    }
+
+    void Work() noexcept
+    {
+        for (std::size_t job = m_next++; job < m_jobs.size() && !m_stop; job = m_next++) {
+            try {
+                m_jobs[job]();
+            } catch (const Error &error) {
+                Failed(error.GetFault() == Fault::Corrupt || error.GetFault() == Fault::CorruptData);
+            } catch (...) {
+                Failed(false);
+            }
+            const locks::Hold lock(m_lock);
+            m_done += job == 0 ? m_jobs.size() - m_pagesDone : 1;
+            m_changed.NotifyAll();
+        }
+        const locks::Hold lock(m_lock);
+        --m_working;
+        m_changed.NotifyAll();
+    }
+
+    // Inside a handler. Damage is what is looked for, anything else ends the look.
+    void Failed(bool isDamage) noexcept
+    {
+        const locks::Hold lock(m_lock);
+        std::exception_ptr &first = isDamage ? m_unreadable : m_error;
+        if (!first)
+            first = std::current_exception();
+        m_stop = m_stop || !isDamage;
+    }
+
+    void AddUnreadable() REQUIRES(m_lock)
+    {
+        if (!m_unreadable)
+            return;
+        m_found.isUnreadable = true;
+        try {
+            std::rethrow_exception(m_unreadable);
+        } catch (const Error &error) {
+            m_found.lost.emplace_back(error.what());
+        }
+    }
+
+    void Wait(const CheckProgress &progress)
+    {
+        const std::uint64_t total = 2 * m_jobs.size() - 1; // the pages take as long as all the others
+        std::uint64_t told = 0;
+        const locks::Hold lock(m_lock);
+        for (;;) {
+            if (const std::uint64_t done = m_done; progress && done != told && !m_error) {
+                told = done;
+                const locks::Released released(m_lock);
+                progress("parts", done, total);
+            } else if (m_working == 0) {
+                return;
+            } else {
+                m_changed.Wait(m_lock);
             }
         }
-        for (auto [id, size] : wrong) {
-            findings.push_back({"Object " + std::to_string(id) + " has another size than it says.", repair});
-            if (repair)
-                connection.Prepare("UPDATE object SET size = ? WHERE id = ?").Bind(Measure(connection, id), id).Run();
+    }
+
+    void CheckPages()
+    {
+        Reader reader(m_database);
+        std::vector<std::string> damage = PageCheck(*reader).Run([this](double part) {
+            const locks::Hold lock(m_lock);
+            const auto done = static_cast<std::size_t>(part * static_cast<double>(m_jobs.size()));
+            if (done > m_pagesDone) {
+                m_done += done - m_pagesDone;
+                m_pagesDone = done;
+                m_changed.NotifyAll();
+            }
+            return !m_stop;
+        });
+        const locks::Hold lock(m_lock);
+        m_found.damage = std::move(damage);
+    }
+
+    // Of the tables that no rule is about.
+    void CheckReferences()
+    {
+        Reader reader(m_database);
+        Statement rows = reader->Prepare("SELECT t.name, f.parent, count(*) FROM sqlite_schema t, "
+                                         "pragma_foreign_key_check(t.name) f WHERE t.type = 'table' "
+                                         "AND t.name NOT IN ('object', 'facet', 'property', 'stream', 'chunk') "
+                                         "GROUP BY 1, 2");
+        while (rows.Step()) {
+            const locks::Hold lock(m_lock);
+            m_found.lost.push_back("Rows of " + rows.Text(0) + " that refer to a " + rows.Text(1) +
+                                   " which is not there: " + rows.Text(2) + ".");
         }
     }
+
+    void Ask(Rule::Over over, IdRange range)
+    {
+        Reader reader(m_database);
+        Ask(*reader, over, range);
+    }
+
+    void AskOfIds(IdRange range)
+    {
+        Reader reader(m_database);
+        Ask(*reader, Rule::Over::Ids, range);
+        for (const ObjectId suspect : Suspects(*reader, range))
+            Ask(*reader, Rule::Over::Suspects, {suspect, suspect});
+        std::vector<std::string> altered = AlteredData(*reader, range);
+        const locks::Hold lock(m_lock);
+        m_found.lost.insert(m_found.lost.end(), altered.begin(), altered.end());
+    }
+
+    void Ask(Connection &connection, Rule::Over over, IdRange range)
+    {
+        for (std::size_t i = 0; i < Rules().size(); ++i)
+            if (Rules()[i].over == over)
+                if (const std::vector<std::int64_t> broken = Broken(connection, Rules()[i], range); !broken.empty()) {
+                    const locks::Hold lock(m_lock);
+                    m_found.broken[i].insert(broken.begin(), broken.end());
+                }
+    }
+
+    Database &m_database;
+    std::vector<Job> m_jobs; // the pages first
+    std::atomic<std::size_t> m_next = 0;
+    std::atomic<bool> m_stop = false;
+    locks::Mutex m_lock;
+    locks::Condition m_changed;
+    unsigned m_working GUARDED_BY(m_lock) = 0;
+    std::uint64_t m_done GUARDED_BY(m_lock) = 0;
+    std::size_t m_pagesDone GUARDED_BY(m_lock) = 0;
+    Found m_found GUARDED_BY(m_lock);
+    std::exception_ptr m_error GUARDED_BY(m_lock), m_unreadable GUARDED_BY(m_lock);
+};
+
+// Mends in short transactions what a look has found. What it was about may have changed since: each rule is asked again
+// where nobody else can write.
+class Mender
+{
+  public:
+    explicit Mender(Database &database) : m_database(database) {}
+
+    void Mend(const Rule &rule, std::int64_t about, std::set<std::string> &mended)
+    {
+        while (IsBroken(rule, about)) {
+            const std::int64_t before = Changes();
+            rule.mends(*m_writer, about);
+            if (Changes() == before)
+                return;
+            mended.insert(Sentence(rule, about));
+            m_mendedSomething = true;
+            if (++m_mendings >= kMendedAtOnce || Clock::now() - m_begun > kLongestMending)
+                Settle();
+        }
+    }
+
+    // Whether anything was mended.
+    bool End()
+    {
+        Settle();
+        return m_mendedSomething;
+    }
+
+  private:
+    bool IsBroken(const Rule &rule, std::int64_t about)
+    {
+        if (!m_writer) {
+            m_writer.emplace(m_database, Share::WithNobody);
+            m_begun = Clock::now();
+        }
+        return !Broken(**m_writer, rule, {about, about}).empty();
+    }
+
+    std::int64_t Changes() const { return sqlite3_total_changes64((*m_writer)->Handle()); }
+
+    void Settle()
+    {
+        if (!m_writer)
+            return;
+        if (m_mendings > 0) { // counts and rows that were read before are no longer right
+            (*m_writer)->Prepare("UPDATE facet SET change = ?").Bind(m_writer->Change()).Run();
+            m_writer->Entries().EverythingChanged();
+            m_writer->Commit();
+        }
+        m_writer.reset();
+        std::this_thread::sleep_for(std::min<Clock::duration>(Clock::now() - m_begun, kLongestMending));
+        m_mendings = 0;
+    }
+
+    Database &m_database;
+    std::optional<Writer> m_writer;
+    Clock::time_point m_begun;
+    int m_mendings = 0;
+    bool m_mendedSomething = false;
+};
+
+bool MendAll(Database &database, const Found &found, std::set<std::string> &mended, const CheckProgress &progress)
+{
+    std::uint64_t done = 0, total = 0;
+    for (const auto &[number, about] : found.broken)
+        total += Rules()[number].mends ? about.size() : 0;
+    Mender mender(database);
+    for (const auto &[number, broken] : found.broken) {
+        const Rule &rule = Rules()[number];
+        if (!rule.mends)
+            continue;
+        for (const std::int64_t about : broken) {
+            mender.Mend(rule, about, mended);
+            ++done;
+            if (progress && (done % kMendedAtOnce == 0 || done == total))
+                progress("repairs", done, total);
+        }
+    }
+    return mender.End();
 }
 
-void CheckAll(Connection &connection, std::vector<Finding> &findings, bool repair,
-              const std::function<void(std::uint64_t)> &progress)
+std::vector<Finding> Listed(const Found &found, std::set<std::string> &&mended)
 {
-    std::uint64_t done = 0;
-    const auto stepDone = [&] {
-        ++done;
-        if (progress)
-            progress(done);
+    std::vector<Finding> findings;
+    const auto add = [&](const std::string &text) {
+        mended.erase(text);
+        findings.push_back({text, false});
     };
-    CheckPages(connection, findings);
-    if (!findings.empty())
-        return; // what a damaged file says about itself proves nothing
-    stepDone();
-    CheckRules(connection, findings, repair, stepDone);
-    CheckSizes(connection, findings, repair);
-    stepDone();
-    CheckReferences(connection, findings);
-    stepDone();
+    if (!found.damage.empty()) {
+        std::for_each(found.damage.begin(), found.damage.end(), add);
+    } else {
+        for (const auto &[number, broken] : found.broken)
+            for (const std::int64_t about : broken)
+                add(Sentence(Rules()[number], about));
+        std::for_each(found.lost.begin(), found.lost.end(), add);
+    }
+    for (const std::string &text : mended)
+        findings.push_back({text, true});
+    return findings;
 }
 
 } // namespace
 
-std::vector<Finding> Check(Site site, bool repair, const std::function<void(std::uint64_t)> &progress)
+std::vector<Finding> Check(Site site, bool repair, const CheckProgress &progress)
 {
-    std::vector<Finding> findings;
-    try {
-        if (repair) {
-            Writer writer(site.GetDatabase(), Share::WithNobody);
-            CheckAll(*writer, findings, true, progress);
-            if (!findings.empty()) { // counts and rows that were read before are no longer right
-                writer->Execute("UPDATE facet SET change = change + 1");
-                writer.Entries().EverythingChanged();
-            }
-            writer.Commit();
-        } else {
-            Reader reader(site.GetDatabase());
-            CheckAll(*reader, findings, false, progress);
-        }
-    } catch (const Error &error) {
-        if (error.GetFault() != Fault::Corrupt && error.GetFault() != Fault::CorruptData)
-            throw;
-        findings.push_back({error.what(), false});
+    Database &database = site.GetDatabase();
+    std::set<std::string> mended;
+    for (int round = 1;; ++round) {
+        Found found = Look(database).Run(progress);
+        if (!repair || !found.MayBeMended() || round == kMostRounds || !MendAll(database, found, mended, progress))
+            return Listed(found, std::move(mended));
     }
-    return findings;
 }
 
 } // namespace localmapi::storage

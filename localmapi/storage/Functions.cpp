@@ -94,44 +94,9 @@ void ListRelates(sqlite3_context *context, int, sqlite3_value **arguments)
 void ValueSize(sqlite3_context *context, int, sqlite3_value **arguments)
 {
     Guarded(context, [&] {
-        if (sqlite3_value_type(arguments[0]) == SQLITE_NULL)
-            return;
-        Tag tag = TagArgument(arguments[1]);
-        bool wide = sqlite3_value_int(arguments[2]) != 0;
-        std::uint64_t size = 0;
-        if (IsMultiple(tag)) {
-            Value list = ListArgument(arguments[0], tag);
-            if (wide && TagType(tag) == Type::Text)
-                for (const std::string &text : std::get<std::vector<std::string>>(list))
-                    size += Utf16Size(text);
-            else
-                size = ByteSize(list);
-        } else {
-            switch (TagType(tag)) {
-            case Type::Text:
-                size = wide ? Utf16Size(TextArgument(arguments[0])) : TextArgument(arguments[0]).size();
-                break;
-            case Type::Binary:
-            case Type::Object:
-                size = TextArgument(arguments[0]).size();
-                break;
-            case Type::Uid:
-                size = sizeof(Guid);
-                break;
-            case Type::Int16:
-            case Type::Boolean:
-                size = 2;
-                break;
-            case Type::Int32:
-            case Type::ErrorCode:
-            case Type::Float:
-                size = 4;
-                break;
-            default:
-                size = 8;
-            }
-        }
-        sqlite3_result_int64(context, static_cast<sqlite3_int64>(size));
+        if (sqlite3_value_type(arguments[0]) != SQLITE_NULL)
+            sqlite3_result_int64(context, static_cast<sqlite3_int64>(StoredSize(arguments[0], TagArgument(arguments[1]),
+                                                                                sqlite3_value_int(arguments[2]) != 0)));
     });
 }
 
@@ -235,6 +200,37 @@ const ListCollation kListCollations[] = {
 };
 
 } // namespace
+
+std::uint64_t StoredSize(sqlite3_value *value, Tag tag, bool wide)
+{
+    if (IsMultiple(tag)) {
+        const Value list = ListArgument(value, tag);
+        if (!wide || TagType(tag) != Type::Text)
+            return ByteSize(list);
+        std::uint64_t size = 0;
+        for (const std::string &text : std::get<std::vector<std::string>>(list))
+            size += Utf16Size(text);
+        return size;
+    }
+    switch (TagType(tag)) {
+    case Type::Text:
+        return wide ? Utf16Size(TextArgument(value)) : TextArgument(value).size();
+    case Type::Binary:
+    case Type::Object:
+        return TextArgument(value).size();
+    case Type::Uid:
+        return sizeof(Guid);
+    case Type::Int16:
+    case Type::Boolean:
+        return 2;
+    case Type::Int32:
+    case Type::ErrorCode:
+    case Type::Float:
+        return 4;
+    default:
+        return 8;
+    }
+}
 
 const char *CollationOf(Tag tag)
 {

@@ -18,6 +18,9 @@ const char *CollationOf(Tag tag);
 //   content(value, tag, how, pattern)        whether a text, binary or list contains the folded pattern
 void RegisterFunctions(sqlite3 *connection);
 
+// value_size() of a value that is not NULL; Corrupt where a list is none.
+std::uint64_t StoredSize(sqlite3_value *value, Tag tag, bool wide = false);
+
 // `how` of content().
 int ContentFlags(const Filter &filter);
 

@@ -240,13 +240,18 @@ std::vector<Value> RowReader::Read(ObjectId id)
     return values;
 }
 
+std::string SizeTerm(const std::string &object)
+{
+    return "((SELECT IFNULL(sum(value_size(value, tag, 0)), 0) FROM property WHERE object = " + object +
+           ") + (SELECT IFNULL(sum(size), 0) FROM stream WHERE object = " + object +
+           ") + (SELECT IFNULL(sum(size), 0) FROM object WHERE parent = " + object +
+           ") + IFNULL((SELECT size FROM object WHERE id = (SELECT list FROM object WHERE id = " + object + ")), 0))";
+}
+
 std::int64_t Measure(Connection &connection, ObjectId id)
 {
-    Statement sum = connection.Prepare(
-        "SELECT (SELECT IFNULL(sum(value_size(value, tag, 0)), 0) FROM property WHERE object = ?1) + "
-        "(SELECT IFNULL(sum(size), 0) FROM stream WHERE object = ?1) + "
-        "(SELECT IFNULL(sum(size), 0) FROM object WHERE parent = ?1) + "
-        "IFNULL((SELECT size FROM object WHERE id = (SELECT list FROM object WHERE id = ?1)), 0)");
+    static const std::string sql = "SELECT " + SizeTerm("?1");
+    Statement sum = connection.Prepare(sql);
     sum.Bind(id);
     return sum.Step() ? sum.Integer(0) : 0;
 }

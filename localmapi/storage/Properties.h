@@ -60,7 +60,8 @@ std::uint64_t InsertProperties(Writer &writer, ObjectId id, ObjectKind kind, con
 void ApplyChanges(Writer &writer, ObjectId id, ObjectKind kind, const Changes &changes);
 // Copies all properties of one object to a new one.
 void CopyProperties(Writer &writer, ObjectId from, ObjectId to);
-// The bytes that the object's properties and the objects in it take.
+// The bytes that the object's properties and the objects in it take; as a term of SQL, of an object that is a term.
+std::string SizeTerm(const std::string &object);
 std::int64_t Measure(Connection &connection, ObjectId id);
 
 // Makes an object's row. Of `bag` only what belongs there is looked at.

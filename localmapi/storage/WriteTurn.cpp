@@ -15,7 +15,7 @@ namespace
 
 // A group ends with the member after which it has so many, or has lasted so long: those who are done wait for the
 // others, and so do other processes.
-constexpr int kMostMembers = 64;
+constexpr int kMostInGroup = 64;
 constexpr std::chrono::milliseconds kLongest{100};
 
 } // namespace
@@ -198,7 +198,7 @@ void WriteTurn::Leave() noexcept
 bool WriteTurn::HandOn() noexcept
 {
     Group &group = *m_group;
-    if (m_share == Share::WithNobody || group.members >= kMostMembers || group.connection->HasBorrowedStatements() ||
+    if (m_share == Share::WithNobody || group.members >= kMostInGroup || group.connection->HasBorrowedStatements() ||
         std::chrono::steady_clock::now() - group.begun > kLongest)
         return false;
     const locks::Hold hold(m_queue.m_lock);

@@ -1,7 +1,6 @@
-// localmapi init, user, contact, check, backup and restore: the site as a whole.
+// localmapi init, user, contact, backup and restore: the site as a whole.
 #include "localmapi/provider/site/SiteFile.h"
 #include "localmapi/storage/Backup.h"
-#include "localmapi/storage/Check.h"
 #include "localmapi/storage/Path.h"
 #include "localmapi/storage/Rights.h"
 #include "localmapi/tool/Tool.h"
@@ -90,55 +89,8 @@ void AddContact(const Common &common, const std::string &name, const std::string
         PrintLine("added " + contact.name + " (" + contact.smtp + ")");
 }
 
-void CheckSite(const Common &common, bool repair)
-{
-    std::vector<storage::Finding> findings;
-    const storage::Site site = OpenSite(common, !repair);
-    {
-        Progress progress("checks", storage::kCheckSteps);
-        findings = storage::Check(site, repair, [&](std::uint64_t done) { progress.At(done); });
-    }
-    std::vector<std::string> warnings;
-    if (storage::MayEverybodyRead(site.Path()))
-        warnings.push_back("Every user of this system may read " + site.Path() +
-                           ", and with it every mailbox: a logon needs no password.");
-    const auto open = std::count_if(findings.begin(), findings.end(),
-                                    [](const storage::Finding &finding) { return !finding.repaired; });
-    if (common.json) {
-        nlohmann::ordered_json list = nlohmann::ordered_json::array();
-        for (const storage::Finding &finding : findings)
-            list.push_back({{"text", finding.text}, {"repaired", finding.repaired}});
-        PrintJson({{"ok", open == 0}, {"findings", std::move(list)}, {"warnings", warnings}});
-    } else {
-        for (const storage::Finding &finding : findings)
-            PrintLine((finding.repaired ? "repaired: " : "damaged: ") + finding.text);
-        if (findings.empty())
-            PrintLine("nothing is damaged");
-        for (const std::string &warning : warnings)
-            PrintLine("warning: " + warning);
-    }
-    if (open > 0)
-        throw Failure(std::to_string(open) +
-                      (repair ? " findings could not be repaired" : " findings; --repair mends what can be mended"));
-}
-
 namespace
 {
-
-// Pages have no number to begin with: the line is made with the first that are copied.
-class CopyShown
-{
-  public:
-    void At(std::uint64_t done, std::uint64_t total)
-    {
-        if (!m_progress)
-            m_progress.emplace("pages", total);
-        m_progress->At(done);
-    }
-
-  private:
-    std::optional<Progress> m_progress;
-};
 
 void PrintCopied(const Common &common, const std::string &from, const std::string &to, const char *done)
 {
@@ -154,8 +106,8 @@ void BackUpSite(const Common &common, const std::string &file)
 {
     const storage::Site site = OpenSite(common, true);
     {
-        CopyShown shown;
-        storage::Backup(site, file, [&](std::uint64_t done, std::uint64_t total) { shown.At(done, total); });
+        Shown shown;
+        storage::Backup(site, file, [&](std::uint64_t done, std::uint64_t total) { shown.At("pages", done, total); });
     }
     PrintCopied(common, site.Path(), file, "made");
 }
@@ -165,8 +117,8 @@ void RestoreSite(const Common &common, const std::string &file)
     const std::string path = common.file.empty() ? FindSiteFile() : common.file;
     storage::MakePrivateFolders(storage::Utf8Of(std::filesystem::absolute(storage::PathOf(path)).parent_path()));
     {
-        CopyShown shown;
-        storage::Restore(file, path, [&](std::uint64_t done, std::uint64_t total) { shown.At(done, total); });
+        Shown shown;
+        storage::Restore(file, path, [&](std::uint64_t done, std::uint64_t total) { shown.At("pages", done, total); });
     }
     PrintCopied(common, file, path, "restored");
 }

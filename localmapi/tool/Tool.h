@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -50,6 +51,24 @@ class Progress
     std::uint64_t m_total;
     std::int64_t m_started;
     bool m_shown = false;
+};
+
+// Of work that tells by itself of what it is, and how much.
+class Shown
+{
+  public:
+    void At(const std::string &unit, std::uint64_t done, std::uint64_t total)
+    {
+        if (!m_progress || m_unit != unit) {
+            m_progress.emplace(unit, total);
+            m_unit = unit;
+        }
+        m_progress->At(done);
+    }
+
+  private:
+    std::string m_unit;
+    std::optional<Progress> m_progress;
 };
 
 struct UserOptions {

@@ -70,10 +70,14 @@ out '^matched +yes$'
 expect 1 orlmapi server-name "No such profile"
 err '^orlmapi: reading the server of the profile No such profile: 0x8'
 
-expect 0 localmapi check
-out 'nothing is damaged'
-expect 0 localmapi --json check
-json '.ok and .findings == []'
+for how in "" --repair; do
+    expect 0 localmapi check $how
+    out 'nothing is damaged'
+    silent
+    expect 0 localmapi --json check $how
+    json '.ok and .findings == []'
+    silent
+done
 
 # A copy, and back, with what came in between gone.
 expect 0 localmapi backup copy.db

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <fstream>
 #include <random>
+#include <sqlite3.h>
 #include <thread>
 
 namespace localmapi::storage
@@ -52,6 +53,14 @@ class Crashes : public testing::Test
     {
         for (const Finding &finding : Check(Site::Open(path), false))
             ADD_FAILURE() << finding.text;
+    }
+    static void Damage(const std::string &path, const char *sql)
+    {
+        sqlite3 *handle = nullptr;
+        ASSERT_EQ(sqlite3_open(path.c_str(), &handle), SQLITE_OK);
+        EXPECT_EQ(sqlite3_exec(handle, sql, nullptr, nullptr, nullptr), SQLITE_OK);
+        EXPECT_GT(sqlite3_total_changes(handle), 0);
+        sqlite3_close(handle);
     }
     static std::size_t LinesIn(const std::string &path)
     {
@@ -211,6 +220,24 @@ TEST_F(Crashes, ARestoringThatFindsNoRoomOrIsCutOffHappenedOrDidNot)
     EXPECT_GT(done, 1);
 }
 
+TEST_F(Crashes, ARepairThatIsCutOffIsDoneByTheNextOne)
+{
+    TakeSteps();
+    int ended = 42, undone = 0;
+    for (int n = 1; ended == 42; ++n) {
+        const std::string path = CopyBefore(ScenarioSteps().size() - 1);
+        Damage(path, "UPDATE object SET size = 0, submitted = NULL; UPDATE facet SET count = count + 1");
+        Process worker(g_program, {"--repair", path, m_folder.File("report"), std::to_string(n)});
+        ended = worker.Wait();
+        ASSERT_TRUE(ended == 42 || ended == 0) << ended;
+        const bool isDone = Check(Site::Open(path), true).empty();
+        EXPECT_TRUE(isDone || ended == 42) << "write " << n;
+        undone += !isDone;
+        ExpectSound(path);
+    }
+    EXPECT_GT(undone, 3);
+}
+
 TEST_F(Crashes, AProcessThatIsKilledAtAnyMomentLeavesWhatItReported)
 {
     std::mt19937 random{std::random_device{}()};
@@ -265,6 +292,13 @@ int WorkOn(const std::string &what, const std::string &path, const std::string &
     if (what == "--restore") {
         SetWriteFault(WriteFault::Exit, n);
         Restore(report, path); // the copy
+        return 0;
+    }
+    if (what == "--repair") {
+        const Site site = Site::Open(path);
+        SetWriteFault(WriteFault::Exit, n);
+        Check(site, true);
+        SetWriteFault(WriteFault::None, 0);
         return 0;
     }
     std::ofstream lines(PathOf(report), std::ios::app);

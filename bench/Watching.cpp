@@ -129,7 +129,7 @@ Advised::~Advised()
     }
 }
 
-OtherProcess::OtherProcess(const std::string &site)
+OtherProcess::OtherProcess(const std::string &site, const std::string &option)
 {
     int in[2] = {}, out[2] = {};
     if (pipe(in) != 0 || pipe(out) != 0)
@@ -140,8 +140,8 @@ OtherProcess::OtherProcess(const std::string &site)
     posix_spawn_file_actions_adddup2(&actions, out[1], 1);
     for (const int end : {in[0], in[1], out[0], out[1]})
         posix_spawn_file_actions_addclose(&actions, end);
-    std::string program = "/proc/self/exe", option = "--save", path = site;
-    char *const words[] = {program.data(), option.data(), path.data(), nullptr};
+    std::string program = "/proc/self/exe", word = option, path = site;
+    char *const words[] = {program.data(), word.data(), path.data(), nullptr};
     const int started = posix_spawn(&m_id, program.c_str(), &actions, nullptr, words, environ);
     posix_spawn_file_actions_destroy(&actions);
     close(in[0]);
@@ -173,9 +173,14 @@ int SaveWhenTold(const std::string &site)
 {
     const HostSession host(site);
     Inbox inbox(host.GetMailbox());
+    return AnswerSaves([&] { return inbox.Save(); });
+}
+
+int AnswerSaves(const std::function<std::pair<std::int64_t, std::int64_t>()> &save)
+{
     char line[16];
     while (std::fgets(line, sizeof line, stdin)) {
-        const auto [called, returned] = inbox.Save();
+        const auto [called, returned] = save();
         std::printf("%lld %lld\n", static_cast<long long>(called), static_cast<long long>(returned));
         std::fflush(stdout);
     }

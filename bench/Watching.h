@@ -3,6 +3,7 @@
 #include "Sites.h"
 #include <condition_variable>
 #include <cstdio>
+#include <functional>
 #include <mapiutil.h>
 #include <mapix.h>
 #include <mutex>
@@ -65,11 +66,11 @@ class Advised
     std::vector<std::pair<IMAPITable *, ULONG>> m_tables;
 };
 
-// This program started a second time, which saves a message when it is told to.
+// This program started a second time with "OPTION SITE", which saves or sends a message when it is told to.
 class OtherProcess
 {
   public:
-    explicit OtherProcess(const std::string &site);
+    explicit OtherProcess(const std::string &site, const std::string &option = "--save");
     ~OtherProcess();
     OtherProcess(const OtherProcess &) = delete;
     OtherProcess &operator=(const OtherProcess &) = delete;
@@ -80,7 +81,8 @@ class OtherProcess
     int m_id = 0;
 };
 
-// What the second process does: "orlmapi_bench --save SITE".
+// What the second process does: "orlmapi_bench --save SITE", and how it answers: with the times that `save` gives.
 int SaveWhenTold(const std::string &site);
+int AnswerSaves(const std::function<std::pair<std::int64_t, std::int64_t>()> &save);
 
 } // namespace bench

@@ -1,6 +1,7 @@
 // Users, contacts and mailboxes: rows of the directory, and the folders that a new mailbox has.
 #include "localmapi/storage/Directory.h"
 #include "localmapi/storage/Database.h"
+#include "localmapi/storage/NameIndex.h"
 #include "localmapi/storage/Objects.h"
 #include "localmapi/storage/Properties.h"
 #include "localmapi/storage/Text.h"
@@ -138,6 +139,7 @@ User Directory::AddUser(const std::string &alias, const std::string &name, const
         .Bind(user.id, user.alias, FoldCase(user.alias), user.name, user.smtp, FoldCase(user.smtp), user.dn,
               FoldCase(user.dn), user.service)
         .Run();
+    IndexNames(*writer, user.id, {user.name, user.alias, user.smtp});
     user.mailbox = AddMailbox(writer, user);
     writer.Commit();
     return user;
@@ -156,6 +158,7 @@ Contact Directory::AddContact(const std::string &name, const std::string &smtp)
     writer->Prepare("INSERT INTO person (id, name, smtp, smtp_key) VALUES (?, ?, ?, ?)")
         .Bind(contact.id, name, smtp, FoldCase(smtp))
         .Run();
+    IndexNames(*writer, contact.id, {name, smtp});
     writer.Commit();
     return contact;
 }

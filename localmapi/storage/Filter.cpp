@@ -206,15 +206,18 @@ bool Contains(std::string_view value, std::string_view pattern, Filter::Match ma
     case Filter::Match::Prefix:
         return value.starts_with(pattern);
     case Filter::Match::WordPrefix:
-        for (std::size_t at = value.find(pattern); at != value.npos; at = value.find(pattern, at + 1)) {
-            // A word begins at the start and after whatever is no letter or digit; all beyond ASCII counts as letters.
-            auto before = static_cast<unsigned char>(at ? value[at - 1] : ' ');
-            if (before < 0x80 && !std::isalnum(before))
+        for (std::size_t at = value.find(pattern); at != value.npos; at = value.find(pattern, at + 1))
+            if (BeginsWord(value, at))
                 return true;
-        }
         return false;
     }
     return false;
+}
+
+bool BeginsWord(std::string_view text, std::size_t at)
+{
+    const auto before = static_cast<unsigned char>(at ? text[at - 1] : ' ');
+    return before < 0x80 && !std::isalnum(before);
 }
 
 std::string Folded(const Filter &filter, std::string_view text)

@@ -1,5 +1,6 @@
 // The tables of a site's file and the steps by which files of older versions become ones of this.
 #include "localmapi/storage/Schema.h"
+#include "localmapi/storage/NameIndex.h"
 
 namespace localmapi::storage
 {
@@ -178,16 +179,28 @@ CREATE TRIGGER data_left AFTER DELETE ON stream WHEN old.data IS NOT NULL BEGIN
 END;
 )";
 
+struct Step {
+    const char *tables;
+    void (*fill)(Connection &connection) = nullptr; // what the tables hold of a file's content
+};
 // kSteps[n] brings a file of version n + 1 to version n + 2.
-constexpr std::array<const char *, kSchemaVersion - 1> kSteps{kChangeEntries, kMarks, kCommon};
+const std::array<Step, kSchemaVersion - 1> kSteps{
+    {{kChangeEntries}, {kMarks}, {kCommon}, {kNameIndexTables, IndexEverybody}}};
+
+void Take(const Step &step, Connection &connection)
+{
+    connection.Execute(step.tables);
+    if (step.fill)
+        step.fill(connection);
+}
 
 } // namespace
 
 void CreateSchema(Connection &connection)
 {
     connection.Execute(kTables);
-    for (const char *step : kSteps)
-        connection.Execute(step);
+    for (const Step &step : kSteps)
+        Take(step, connection);
     connection.Execute("PRAGMA application_id = " + std::to_string(kApplicationId));
     connection.Execute("PRAGMA user_version = " + std::to_string(kSchemaVersion));
 }
@@ -210,7 +223,7 @@ void UpgradeSchema(Connection &connection)
         if (version < 1)
             throw Error(Fault::NotASite, "The file has no version.");
         if (version < kSchemaVersion) {
-            connection.Execute(kSteps[static_cast<std::size_t>(version) - 1]);
+            Take(kSteps[static_cast<std::size_t>(version) - 1], connection);
             connection.Execute("PRAGMA user_version = " + std::to_string(version + 1));
         }
         transaction.Commit();

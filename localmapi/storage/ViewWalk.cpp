@@ -1,6 +1,7 @@
 // A walk reads rows in an order from a place on: by an index where facets and filter allow it, else by sorting what the
 // filter leaves.
 #include "localmapi/storage/ViewWalk.h"
+#include "localmapi/storage/NameIndex.h"
 #include "localmapi/storage/Properties.h"
 #include "localmapi/storage/Schema.h"
 #include <algorithm>
@@ -76,6 +77,8 @@ Walk::Walk(Database &database, Connection &connection, const Container &containe
         m_timeColumn = IndexFor(sort);
         MakeBranches(filter);
     }
+    if (container.kind == Container::Kind::Directory)
+        m_people = PeopleFor(filter);
     m_condition = ConditionOf(filter, container.kind);
 }
 
@@ -108,6 +111,10 @@ SqlText Walk::EveryRow() const
             sql += &branch == &m_branches.front() ? "" : ", ";
             sql.Parameter(branch.facet);
         }
+        sql += ")";
+    } else if (m_people) {
+        sql += "FROM object o WHERE o.id IN (";
+        sql.append(*m_people);
         sql += ")";
     } else {
         sql = FromContainer(m_container);

@@ -60,6 +60,7 @@ class Walk
     const Container &m_container;
     const std::vector<SortKey> &m_sort;
     SqlText m_condition;
+    std::optional<SqlText> m_people; // of a directory, those who may satisfy the condition
     std::vector<Branch> m_branches;
     const char *m_timeColumn = nullptr; // of the index that has the order of the view
 };

@@ -15,6 +15,7 @@ void MakeOlder(const std::string &file, std::int64_t version)
         "DROP TRIGGER list_left; DROP TRIGGER list_changed; DROP TRIGGER data_left; DROP INDEX object_list;"
         "DROP INDEX stream_data; ALTER TABLE object DROP COLUMN list; ALTER TABLE stream DROP COLUMN data;"
         "ALTER TABLE chunk DROP COLUMN checksum",
+        "DROP TABLE person_word",
     };
     static_assert(std::size(kBack) + 1 == kSchemaVersion);
     Connection connection(file, SQLITE_OPEN_READWRITE, 0);

@@ -79,6 +79,21 @@ for how in "" --repair; do
     silent
 done
 
+# A message that a program saved and did not submit.
+mkdir -p temporary
+expect 0 localmapi user add bob --name "Bob Baker"
+expect 0 localmapi_killed_test --client site.db . left
+expect 0 localmapi --json check
+json '.ok and (.unsent | length == 1) and .unsent[0].user == "alice" and .unsent[0].subject == "saved"'
+left=$(jq -r '.unsent[0].entryId' out.txt)
+expect 0 localmapi check
+out '^unsent: alice, saved 20.*: saved$'
+out "^  $left\$"
+out "orlmapi delete USER ENTRYID"
+expect 0 orlmapi --profile Voicemail delete alice "$left"
+expect 0 localmapi --json check
+json '.unsent == []'
+
 # A copy, and back, with what came in between gone.
 expect 0 localmapi backup copy.db
 out '^made copy.db from .*site.db$'

@@ -4,6 +4,7 @@
 #include "localmapi/storage/Time.h"
 #include "localmapi/storage/View.h"
 #include "localmapi/tool/Tool.h"
+#include "tools/common/JsonList.h"
 #include "tools/common/Program.h"
 #include "tools/common/Text.h"
 #include <algorithm>
@@ -46,12 +47,12 @@ void ListFolder(const Common &common, const std::string &alias, const std::strin
                                                storage::kMessageSize,      delivery::kSenderName,  delivery::kSubject,
                                                storage::kMessageClass,     delivery::kSensitivity};
     constexpr std::size_t kPage = 1000;
-    nlohmann::ordered_json document = nlohmann::ordered_json::array();
+    ::tool::JsonList document;
     const std::size_t width = static_cast<std::size_t>(std::max(60, ::tool::TerminalWidth()));
     storage::Place place = storage::Place::Beginning();
     std::uint64_t done = 0;
-    std::optional<Progress> progress; // lines show progress enough
-    if (common.json)
+    std::optional<Progress> progress; // what is shown is progress enough
+    if (common.json && !::tool::IsTerminal(1))
         progress.emplace("messages", view.Count());
     for (;;) {
         const std::vector<storage::Row> rows = view.Read(place, storage::Direction::Forward, kPage, columns);
@@ -66,15 +67,15 @@ void ListFolder(const Common &common, const std::string &alias, const std::strin
             const std::string subject = ValueOr<std::string>(row.values[5], {});
             if (common.json) {
                 const Bytes id = MakeEntryId(site.Info().uid, EntryKind::Message, row.id);
-                document.push_back({{"entryId", ::tool::ToHex(id.data(), id.size())},
-                                    {"class", ValueOr<std::string>(row.values[6], {})},
-                                    {"submitTime", submitted},
-                                    {"read", read},
-                                    {"urgent", urgent},
-                                    {"private", isPrivate},
-                                    {"size", size},
-                                    {"sender", sender},
-                                    {"subject", subject}});
+                document.Add({{"entryId", ::tool::ToHex(id.data(), id.size())},
+                              {"class", ValueOr<std::string>(row.values[6], {})},
+                              {"submitTime", submitted},
+                              {"read", read},
+                              {"urgent", urgent},
+                              {"private", isPrivate},
+                              {"size", size},
+                              {"sender", sender},
+                              {"subject", subject}});
                 continue;
             }
             const std::string flags = {read ? 'R' : '-', urgent ? '!' : '-', isPrivate ? 'P' : '-'};
@@ -92,7 +93,7 @@ void ListFolder(const Common &common, const std::string &alias, const std::strin
     }
     progress.reset();
     if (common.json)
-        PrintJson(document);
+        document.End();
 }
 
 } // namespace localmapi::tool

@@ -55,6 +55,54 @@ if [ -z "$suffix" ] && command -v script >/dev/null; then
     equal "$(jq length shown.txt)" "$want"
 fi
 
+# Beside somebody who deletes from what is listed.
+run localmapi fill --user bob --count 600 --mix voicemail >/dev/null
+expect 0 orlmapi --profile Voicemail --json list bob --um --all --count 600
+jq -r '.[].entryId' out.txt >bobs.txt
+tail -n 40 bobs.txt >gone.txt
+for how in "" --reverse; do
+    head -n -40 bobs.txt | sort >kept.txt
+    tac gone.txt | while read -r id; do run orlmapi --profile Voicemail delete bob "$id"; done >deleted.txt 2>&1 &
+    deleter=$!
+    while kill -0 $deleter 2>/dev/null; do
+        expect 0 orlmapi --profile Voicemail --json list bob --um --attachments --all --count 600 $how
+        jq -r '.[].entryId' out.txt | sort >listed.txt
+        equal "$(uniq -d listed.txt)" ''
+        equal "$(comm -13 listed.txt kept.txt)" ''
+    done
+    wait $deleter
+    equal "$(grep -vc '^moved' deleted.txt)" 0
+    expect 0 orlmapi --profile Voicemail --json list bob --um --all --count 7 $how
+    equal "$(jq -r '.[].entryId' out.txt | sort)" "$(cat kept.txt)"
+    head -n -40 bobs.txt >left.txt && mv left.txt bobs.txt
+    tail -n 40 bobs.txt >gone.txt
+done
+
+# However long a list is, it is not gathered: what a program has held when the last of it is still to be written.
+if [ -z "$suffix" ]; then
+    run localmapi user add carl --name "Carl Carter" >/dev/null
+    run localmapi fill --user carl --count 2000 --mix voicemail >/dev/null
+    held() { # PROGRAM ARGS...: the most memory, in KiB
+        run "$@" >out.txt 2>err.txt
+        rm -f pipe && mkfifo pipe
+        "$bin/$1" "${@:2}" >pipe 2>err.txt &
+        local program=$!
+        {
+            head -c $(($(wc -c <out.txt) - 150000)) >/dev/null
+            sed -n 's/^VmHWM: *\([0-9]*\) kB$/\1/p' /proc/$program/status
+            cat >/dev/null
+        } <pipe
+        wait $program
+    }
+    tool_list="--profile Voicemail --json list carl --um --all --count 500"
+    few=$(held localmapi --json list --user carl) fewHeaders=$(held orlmapi $tool_list)
+    run localmapi fill --user carl --count 20000 --mix voicemail >/dev/null
+    many=$(held localmapi --json list --user carl) manyHeaders=$(held orlmapi $tool_list)
+    # The site's own cache is 16 MB.
+    [ $((many - few)) -lt 17000 ] && good || bad "localmapi held $few kB and $many kB"
+    [ $((manyHeaders - fewHeaders)) -lt 17000 ] && good || bad "orlmapi held $fewHeaders kB and $manyHeaders kB"
+fi
+
 expect 2 orlmapi list
 expect 2 orlmapi list alice --count 0
 expect 2 orlmapi list alice --count many

@@ -19,7 +19,7 @@ std::string Describe(HRESULT hr)
     return name.empty() ? number : number + (" " + name);
 }
 
-Failure::Failure(const std::string &tried, HRESULT hr) : std::runtime_error(tried + ": " + Describe(hr))
+Failure::Failure(const std::string &tried, HRESULT hr) : std::runtime_error(tried + ": " + Describe(hr)), m_hr(hr)
 {
 }
 

@@ -9,6 +9,10 @@ class Failure : public std::runtime_error
 {
   public:
     Failure(const std::string &tried, HRESULT hr);
+    HRESULT Code() const { return m_hr; }
+
+  private:
+    HRESULT m_hr;
 };
 
 // "0x8004010f MAPI_E_NOT_FOUND"; the number alone where the code has no name.

@@ -1,0 +1,150 @@
+#include "Listing.h"
+#include "Failure.h"
+#include <algorithm>
+
+namespace
+{
+
+// Of a page of one row, which fails only where just this one goes.
+constexpr int kMostAttempts = 10;
+constexpr LONG kRowsToSkip = 1000;
+
+std::uint64_t SubmitTimeOf(const EmailHeaderW &header)
+{
+    const SYSTEMTIME time = header.stSubmitTime;
+    std::uint64_t number = time.wYear;
+    for (const WORD part : {time.wMonth, time.wDay, time.wHour, time.wMinute, time.wSecond, time.wMilliseconds})
+        number = number * 1024 + part;
+    return number;
+}
+
+EntryId EntryIdOf(const EmailHeaderW &header)
+{
+    return {header.pEntryID, header.pEntryID + header.cbEntryID};
+}
+
+bool HasGone(HRESULT hr)
+{
+    const std::string name = NameOf(hr);
+    return name == "MAPI_E_NOT_FOUND" || name == "MAPI_E_OBJECT_DELETED";
+}
+
+} // namespace
+
+void Passed::Add(const EmailHeaderW &header)
+{
+    const std::uint64_t time = SubmitTimeOf(header);
+    if (m_isEmpty || time != m_time)
+        m_ids.clear();
+    m_isEmpty = false;
+    m_time = time;
+    m_ids.insert(EntryIdOf(header));
+}
+
+bool Passed::Has(const EmailHeaderW &header) const
+{
+    if (m_isEmpty)
+        return false;
+    const std::uint64_t time = SubmitTimeOf(header);
+    if (time == m_time)
+        return m_ids.count(EntryIdOf(header)) != 0;
+    return m_isForward ? time < m_time : time > m_time;
+}
+
+Listing::Listing(const Mailbox &mailbox, const ListOptions &options)
+    : m_mailbox(mailbox), m_options(options), m_passed(!options.reverse)
+{
+    for (const std::string &name : options.faxServers)
+        m_faxServers.push_back(tool::ToWide(name));
+    for (const tool::WideText &name : m_faxServers)
+        m_faxServerPointers.push_back(name.c_str());
+}
+
+void Listing::End()
+{
+    OrlMapiReleaseHandle(m_mailbox.ConnectionHandle(), &m_table, &m_bookmark);
+    m_table = m_bookmark = 0;
+    m_isFirst = true;
+}
+
+ULONG Listing::Ask(LONG count, bool withAttachments, Result<EmailHeaderW> &page)
+{
+    ULONG got = 0;
+    const ULONG start =
+        m_isFirst ? (m_options.reverse ? ORL_BOOKMARK_END : ORL_BOOKMARK_BEGINNING) : ORL_BOOKMARK_CURRENT;
+    m_isFirst = false;
+    const HRESULT hr = OrlGetEmailHeadersW(
+        m_mailbox.ConnectionHandle(), m_mailbox.Handle(), &m_table, &m_bookmark, count, page.put(), &got, &m_total,
+        m_options.read, !m_options.reverse, start, withAttachments, m_options.priority, m_options.fax,
+        m_options.summary, m_faxServerPointers.data(), static_cast<ULONG>(m_faxServerPointers.size()), m_options.um);
+    // A page that failed, or has no rows, has ended the listing and left the handles as they came in: they mean
+    // nothing now.
+    if (FAILED(hr) || got == 0)
+        m_table = m_bookmark = 0;
+    Check(hr, "listing the mailbox " + m_options.mailbox);
+    return got;
+}
+
+ULONG Listing::Next(LONG count, Result<EmailHeaderW> &page)
+{
+    bool isLost = false;
+    for (int attempts = 0;;) {
+        try {
+            if (isLost)
+                GoBack();
+            const ULONG got = Ask(count, m_options.attachments, page);
+            m_isAtEnd = static_cast<LONGLONG>(got) < count;
+            for (ULONG i = 0; i < got; ++i)
+                m_passed.Add(page[m_options.reverse ? got - 1 - i : i]);
+            return got;
+        } catch (const Failure &failure) {
+            if (!OpensMessages() || !HasGone(failure.Code()) || (count == 1 && ++attempts == kMostAttempts))
+                throw;
+            isLost = true;
+            count = (count + 1) / 2;
+        }
+    }
+}
+
+// A new table, to where the lost one stood.
+void Listing::GoBack()
+{
+    for (;;) {
+        End();
+        const ULONG rows = CountPassed();
+        End();
+        if (Skip(rows))
+            return;
+    }
+}
+
+ULONG Listing::CountPassed()
+{
+    ULONG rows = 0;
+    for (;;) {
+        Result<EmailHeaderW> page;
+        const ULONG got = Ask(kRowsToSkip, false, page);
+        ULONG passed = 0;
+        for (ULONG i = 0; i < got; ++i)
+            passed += m_passed.Has(page[i]);
+        rows += passed;
+        if (passed < got || got < static_cast<ULONG>(kRowsToSkip))
+            return rows;
+    }
+}
+
+bool Listing::Skip(ULONG rows)
+{
+    while (rows > 0) {
+        Result<EmailHeaderW> page;
+        const auto wanted = static_cast<LONG>(std::min<ULONG>(rows, kRowsToSkip));
+        const ULONG got = Ask(wanted, false, page);
+        for (ULONG i = 0; i < got; ++i)
+            if (!m_passed.Has(page[i]))
+                return false;
+        if (got < static_cast<ULONG>(wanted))
+            return false;
+        rows -= got;
+    }
+    return true;
+}

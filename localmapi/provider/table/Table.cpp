@@ -45,7 +45,7 @@ STDMETHODIMP Table::GetStatus(ULONG *lpulTableStatus, ULONG *lpulTableType)
 void Table::Rearrange(storage::Filter filter, std::vector<storage::SortKey> keys)
 {
     m_source->Arrange(filter, keys);
-    if (m_advises && m_advises->Any()) {
+    if (IsAdvised()) {
         // What happened before concerned another view.
         try {
             m_watch = m_source->MakeWatch();

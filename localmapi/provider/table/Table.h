@@ -86,6 +86,7 @@ class Table final : public ComObject<IMAPITable>
     void SetColumnTags(std::vector<ULONG> tags) REQUIRES(m_lock);
     std::vector<ULONG> AvailableColumns() const REQUIRES(m_lock);
     Origin OriginOf(BOOKMARK bookmark) const REQUIRES(m_lock);
+    bool IsAdvised() const REQUIRES(m_lock) { return m_watch && (m_advising > 0 || m_advises->Any()); }
     void Rearrange(storage::Filter filter, std::vector<storage::SortKey> keys) REQUIRES(m_lock);
     SRowSet *ReadRows(std::int64_t count, storage::Place &first, storage::Place &last) REQUIRES(m_lock);
     Block<SPropValue> PackRow(const storage::Row &row) REQUIRES(m_lock);
@@ -113,6 +114,7 @@ class Table final : public ComObject<IMAPITable>
 
     const std::shared_ptr<AdviseScope> m_scope;
     std::unique_ptr<storage::Watch> m_watch GUARDED_BY(m_lock); // while somebody is advised
+    int m_advising GUARDED_BY(m_lock) = 0;                      // calls of Advise that the advises do not know yet
     bool m_missedNotices GUARDED_BY(m_lock) = false;
     std::shared_ptr<Advises> m_advises GUARDED_BY(m_lock); // made with the first advise
 };

@@ -24,7 +24,7 @@ STDMETHODIMP Table::Advise(ULONG ulEventMask, LPMAPIADVISESINK lpAdviseSink, ULO
         std::int64_t from = 0;
         {
             const locks::Hold hold(m_lock);
-            if (m_advises && m_advises->Any()) {
+            if (IsAdvised()) {
                 from = m_watch->Newest();
             } else {
                 auto watch = m_source->MakeWatch();
@@ -41,8 +41,18 @@ STDMETHODIMP Table::Advise(ULONG ulEventMask, LPMAPIADVISESINK lpAdviseSink, ULO
                 m_watch = std::move(watch);
             }
             advises = m_advises;
+            ++m_advising;
         }
-        // Not under the lock, which the notifier's thread may be waiting for.
+        struct Advising {
+            Table &table;
+            ~Advising()
+            {
+                const locks::Hold hold(table.m_lock);
+                --table.m_advising;
+            }
+        } const advising{*this};
+        // Not under the lock, which the notifier's thread may be waiting for. What calls the table meanwhile finds it
+        // advised.
         *lpulConnection = advises->Advise(lpAdviseSink, from);
         return S_OK;
     });

@@ -37,6 +37,45 @@ TEST_F(AdviseTest, N08_TheTableHoldsTheSinkUntilUnadvise)
     EXPECT_EQ(m_sink->Events(), 1u);
 }
 
+// A sink in front of another one, that does something when a table first takes a reference to it: that is in the middle
+// of Advise.
+class Intruding : public IMAPIAdviseSink
+{
+  public:
+    Intruding(const ComPtr<Sink> &sink, std::function<void()> action) : m_sink(sink), m_action(std::move(action)) {}
+    virtual ~Intruding() = default;
+    STDMETHODIMP QueryInterface(REFIID riid, void **object) override { return m_sink->QueryInterface(riid, object); }
+    STDMETHODIMP_(ULONG) AddRef() override
+    {
+        if (const auto action = std::exchange(m_action, nullptr))
+            action();
+        return m_sink->AddRef();
+    }
+    STDMETHODIMP_(ULONG) Release() override { return m_sink->Release(); }
+    STDMETHODIMP_(ULONG) OnNotify(ULONG count, LPNOTIFICATION notifications) override
+    {
+        return m_sink->OnNotify(count, notifications);
+    }
+
+  private:
+    const ComPtr<Sink> &m_sink;
+    std::function<void()> m_action;
+};
+
+TEST_F(AdviseTest, N01_ARestrictInTheMidstOfAnAdviseIsWhatTheSinkIsToldOf)
+{
+    auto table = Inbox();
+    const auto urgent = Long(PR_IMPORTANCE, IMPORTANCE_HIGH);
+    Tree tree;
+    Intruding sink(m_sink, [&] { EXPECT_CODE(table->Restrict(tree.Property(RELOP_EQ, urgent), 0), S_OK); });
+    ULONG connection = 0;
+    ASSERT_CODE(table->Advise(fnevTableModified, &sink, &connection), S_OK);
+    Add("hidden");
+    Add("shown", {urgent});
+    EXPECT_EQ(Told(m_sink), "added shown at the top");
+    EXPECT_CODE(table->Unadvise(connection), S_OK);
+}
+
 TEST_F(AdviseTest, N08_UnadviseWaitsForASinkThatRunsOnAnotherThread)
 {
     auto table = Inbox();

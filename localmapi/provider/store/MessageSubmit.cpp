@@ -6,6 +6,11 @@
 namespace localmapi
 {
 
+namespace
+{
+constexpr int kMostRoutes = 10;
+}
+
 void Message::RequireToBeSubmitted() const
 {
     if (m_submitted)
@@ -73,12 +78,22 @@ void Message::Send(storage::ChangeNumber expected)
     if (flags && ((*flags & MSGFLAG_SUBMIT) || (m_id && !(*flags & MSGFLAG_UNSENT))))
         throw Failure(MAPI_E_SUBMITTED, "The message was submitted before.");
     storage::Dispatch dispatch;
-    dispatch.destinations = Route(*m_store, outgoing);
     dispatch.message = m_id;
     if (m_id)
         dispatch.expected = expected;
     dispatch.content = m_draft;
-    m_store->objects.Send(dispatch);
+    for (int attempts = 1;; ++attempts) {
+        dispatch.destinations = Route(*m_store, outgoing);
+        try {
+            m_store->objects.Send(dispatch);
+            return;
+        } catch (const storage::Error &error) {
+            // A folder on the way may have been deleted since; the next look finds another one, or says what lacks.
+            const bool isThere = !m_id || m_store->objects.Find(m_id);
+            if (error.GetFault() != storage::Fault::NotFound || !isThere || attempts == kMostRoutes)
+                throw;
+        }
+    }
 }
 
 } // namespace localmapi

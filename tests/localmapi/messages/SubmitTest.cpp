@@ -4,9 +4,12 @@
 #include "Letters.h"
 #include "localmapi/provider/base/EntryId.h"
 #include "localmapi/provider/site/NameMatch.h"
+#include "localmapi/storage/Database.h"
 #include "localmapi/storage/Time.h"
 
+#include <chrono>
 #include <mapiguid.h>
+#include <thread>
 
 namespace localmapi::test
 {
@@ -374,6 +377,59 @@ TEST_F(SubmitTest, AMessageArrivesInTheFolderThatReceivesItsClass)
     ASSERT_CODE(Letter({Narrow(PR_MESSAGE_CLASS_A, "IPM.Note.Fax.Color")})->SubmitMessage(0), S_OK);
     ASSERT_CODE(Letter()->SubmitMessage(0), S_OK);
     EXPECT_EQ(CountIn(folder.get()), 1u);
+    EXPECT_EQ(CountIn(m_bobsInbox.get()), 1u);
+}
+
+// The way is found, and then there is no such folder any more when the message is to be written.
+TEST_F(SubmitTest, AFolderThatIsDeletedOnTheWayLosesNothing)
+{
+    for (const bool isSaved : {false, true}) {
+        ComPtr<IMAPIFolder> folder;
+        std::string name = "Letters", messageClass = "IPM.Note";
+        ASSERT_CODE(m_bobsInbox->CreateFolder(FOLDER_GENERIC, name.data(), nullptr, nullptr, 0, folder.put()), S_OK);
+        EntryIdBytes id = BytesOf(folder.get(), PR_ENTRYID);
+        ASSERT_CODE(m_bobsStore->SetReceiveFolder(messageClass.data(), 0, static_cast<ULONG>(id.size()),
+                                                  reinterpret_cast<LPENTRYID>(id.data())),
+                    S_OK);
+        auto letter = Letter({Narrow(PR_SUBJECT_A, "letter"), Bool(PR_DELETE_AFTER_SUBMIT, true)});
+        if (isSaved) {
+            ASSERT_CODE(letter->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
+        }
+        std::thread sender;
+        {
+            storage::Writer writer(m_mailbox.GetSite().GetDatabase());
+            sender = std::thread([&] { EXPECT_CODE(letter->SubmitMessage(0), S_OK); });
+            // Long enough for it to have found the way; were it not, nothing would be tried, and nothing fail.
+            std::this_thread::sleep_for(std::chrono::milliseconds(300));
+            const storage::ObjectId object =
+                ParseEntryId(m_mailbox.GetSite().Info().uid, static_cast<ULONG>(id.size()),
+                             reinterpret_cast<const ENTRYID *>(id.data()), EntryKind::Folder)
+                    .object;
+            writer.Entries().FolderRemoved(*writer, object);
+            writer->Prepare("DELETE FROM object WHERE id = ?").Bind(object).Run();
+            writer.Commit();
+        }
+        sender.join();
+        EXPECT_EQ(CountIn(m_bobsInbox.get()), isSaved ? 2u : 1u);
+        EXPECT_EQ(CountIn(m_outbox.get()), 0u);
+    }
+}
+
+// With nowhere to go it is where it was, and the sender knows.
+TEST_F(SubmitTest, AMessageWhoseOwnFolderIsDeletedIsNotSent)
+{
+    ComPtr<IMAPIFolder> folder;
+    std::string name = "Letters";
+    ASSERT_CODE(m_outbox->CreateFolder(FOLDER_GENERIC, name.data(), nullptr, nullptr, 0, folder.put()), S_OK);
+    auto letter = Letter({SentTo(BytesOf(folder.get(), PR_ENTRYID))});
+    EntryIdBytes id = BytesOf(folder.get(), PR_ENTRYID);
+    ASSERT_CODE(
+        m_outbox->DeleteFolder(static_cast<ULONG>(id.size()), reinterpret_cast<LPENTRYID>(id.data()), 0, nullptr, 0),
+        S_OK);
+    EXPECT_CODE(letter->SubmitMessage(0), MAPI_E_NOT_FOUND);
+    EXPECT_EQ(CountIn(m_bobsInbox.get()), 0u);
+    EXPECT_CODE(SetProps(letter.get(), {Bool(PR_DELETE_AFTER_SUBMIT, true)}), S_OK);
+    EXPECT_CODE(letter->SubmitMessage(0), S_OK);
     EXPECT_EQ(CountIn(m_bobsInbox.get()), 1u);
 }
 

@@ -75,6 +75,25 @@ TEST_F(BackupTest, IsOfOneMomentWhileOthersWrite)
     ExpectSound();
 }
 
+// Counts are remembered with the number of a change: numbers of changes that the copy does not know are not given anew.
+TEST_F(BackupTest, WhatWasCountedBeforeAnOlderCopyWasPutBackIsCountedAnew)
+{
+    const View some(m_site, Inbox(), Filter::Compare(kSubject, Relation::Equal, std::string("a")));
+    Add("a");
+    EXPECT_EQ(some.Count(), 1u);
+    Backup(m_site, File("copy.db"));
+    for (std::uint64_t count = 2; count < 5; ++count) {
+        Add("a");
+        EXPECT_EQ(some.Count(), count);
+    }
+    Restore(File("copy.db"), m_site.Path());
+    EXPECT_EQ(some.Count(), 1u);
+    for (int i = 0; i < 5; ++i) {
+        Add("b");
+        EXPECT_EQ(some.Count(), 1u);
+    }
+}
+
 TEST_F(BackupTest, AFileThatIsThereIsNotWrittenOver)
 {
     std::ofstream(PathOf(File("copy.db"))) << "precious";

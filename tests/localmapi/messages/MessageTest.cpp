@@ -304,6 +304,20 @@ TEST_F(MessageTest, TheSubjectIsSplitIntoPrefixAndRest)
     EXPECT_EQ(TextOf(message.get(), PR_NORMALIZED_SUBJECT_A), "(none)");
 }
 
+TEST_F(MessageTest, ThePrefixOfAnEarlierSubjectIsNoneOfALaterOne)
+{
+    auto message = m_mailbox.NewMessage();
+    for (const char *subject : {"hello", "RE: hello"})
+        ASSERT_CODE(SetProps(message.get(), {Narrow(PR_SUBJECT_A, subject)}), S_OK);
+    EXPECT_EQ(TextOf(message.get(), PR_SUBJECT_PREFIX_A), "RE: ");
+    EXPECT_EQ(TextOf(message.get(), PR_NORMALIZED_SUBJECT_A), "hello");
+    // Nor of this one is what another subject did not begin with.
+    ASSERT_CODE(SetProps(message.get(), {Narrow(PR_SUBJECT_PREFIX_A, "Answer: ")}), S_OK);
+    for (const char *subject : {"x", "FW: x"})
+        ASSERT_CODE(SetProps(message.get(), {Narrow(PR_SUBJECT_A, subject)}), S_OK);
+    EXPECT_EQ(TextOf(message.get(), PR_NORMALIZED_SUBJECT_A), "x");
+}
+
 TEST_F(MessageTest, TheFlagsAreTheClientsUntilTheFirstSaveAndHaveMethodsAfterIt)
 {
     auto message = m_mailbox.NewMessage();

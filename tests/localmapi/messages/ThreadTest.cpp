@@ -88,6 +88,44 @@ TEST_F(ThreadTest, OneMessageAndItsAttachmentsServeSeveralThreads)
     EXPECT_EQ(count, made);
 }
 
+TEST_F(ThreadTest, StatusBitsThatSeveralSetAtOnceAreAllKept)
+{
+    const EntryIdBytes id = m_mailbox.Add({});
+    std::atomic<int> lost{0};
+    InThreads([&](int number) {
+        const ULONG own = 1u << number;
+        EntryIdBytes entry = id;
+        for (int round = 0; round < 10 * kRounds; ++round) {
+            ULONG before = 0;
+            EXPECT_CODE(m_mailbox.Folder(0)->SetMessageStatus(static_cast<ULONG>(entry.size()),
+                                                              reinterpret_cast<ENTRYID *>(entry.data()),
+                                                              round % 2 ? 0 : own, own, &before),
+                        S_OK);
+            lost += (before & own) != (round % 2 ? own : 0);
+        }
+    });
+    EXPECT_EQ(lost, 0) << "what a thread set was undone by another, who left it alone";
+}
+
+TEST_F(ThreadTest, WhoMarksAMessageReadIsStillToldWhatOthersChanged)
+{
+    const EntryIdBytes id = m_mailbox.Add({Long(PROP_TAG(PT_LONG, 0x6A20), 0)});
+    std::atomic<int> saved{0};
+    InThreads([&](int number) {
+        for (int round = 0; round < 10 * kRounds; ++round) {
+            auto message = m_mailbox.Open(id);
+            const LONG count = LongOf(message.get(), PROP_TAG(PT_LONG, 0x6A20));
+            if (number % 2) {
+                EXPECT_CODE(message->SetReadFlag(round % 2 ? CLEAR_READ_FLAG : 0), S_OK);
+            }
+            EXPECT_CODE(SetProps(message.get(), {Long(PROP_TAG(PT_LONG, 0x6A20), count + 1)}), S_OK);
+            saved += message->SaveChanges(0) == S_OK;
+        }
+    });
+    EXPECT_GT(saved, 0);
+    EXPECT_EQ(LongOf(m_mailbox.Open(id).get(), PROP_TAG(PT_LONG, 0x6A20)), saved) << "a save undid another";
+}
+
 } // namespace
 
 } // namespace localmapi::test

@@ -383,6 +383,8 @@ std::vector<Finding> Listed(const Found &found, std::set<std::string> &&mended)
 std::vector<Finding> Check(Site site, bool repair, const CheckProgress &progress)
 {
     Database &database = site.GetDatabase();
+    if (repair)
+        database.RequireWritable();
     std::set<std::string> mended;
     for (int round = 1;; ++round) {
         Found found = Look(database).Run(progress);

@@ -205,6 +205,12 @@ Database::~Database()
         Close(std::move(connection));
 }
 
+void Database::RequireWritable() const
+{
+    if (m_options.readOnly)
+        throw Error(Fault::NoAccess, "'" + m_path + "' was opened for reading only.");
+}
+
 Error Database::Replaced() const
 {
     return {Fault::Replaced, "'" + m_path +

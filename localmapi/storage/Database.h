@@ -26,6 +26,7 @@ class Database
 
     const std::string &Path() const { return m_path; }
     CountCache &Counts() { return m_counts; }
+    void RequireWritable() const; // NoAccess
     WriteQueue &Writers() { return m_writers; }
     // Whether the path still names the file that was opened.
     bool IsInPlace() const noexcept { return FileIdentity::At(m_path) == m_identity; }

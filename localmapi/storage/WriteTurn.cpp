@@ -122,8 +122,7 @@ WriteTurn::~WriteTurn()
 
 void WriteTurn::Begin(Where where)
 {
-    if (m_database.m_options.readOnly)
-        throw Error(Fault::NoAccess, "'" + m_database.Path() + "' was opened for reading only.");
+    m_database.RequireWritable();
     Group &group = *m_group;
     if (group.members) {
         group.connection->Prepare("SAVEPOINT member").Run();

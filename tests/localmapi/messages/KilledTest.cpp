@@ -134,7 +134,7 @@ TEST_F(KilledTest, WhatWasSubmittedHasArrived)
     EXPECT_EQ(Unsent(), "");
     EXPECT_EQ(CountIn(m_outbox.get()), 0u);
     ASSERT_EQ(CountIn(m_bobsInbox.get()), 1u);
-    EXPECT_EQ(AttachmentsOf(MessageIn(m_bobsInbox.get()).get()), "first.bin=" + kData + "late.bin=late");
+    EXPECT_EQ(AttachmentsOf(MessageIn(m_bobsInbox.get()).get()), "first.bin=" + kData + ", late.bin=late");
 }
 
 TEST_F(KilledTest, AtAnyMomentItLeavesWholeMessages)

@@ -22,10 +22,16 @@ constexpr std::size_t kIdleConnections = 16;
 // Every connection of a site is set up alike.
 void PrepareForUse(Connection &connection)
 {
-    connection.Execute(
-        "PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON; PRAGMA cache_size = -16000; PRAGMA cell_size_check = ON;"
-        "PRAGMA temp_store = MEMORY; PRAGMA wal_autocheckpoint = 4000;");
+    connection.Execute("PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON; PRAGMA cache_size = -16000; PRAGMA cell_size_check = ON;"
+                       "PRAGMA temp_store = MEMORY; PRAGMA wal_autocheckpoint = 4000;");
     RegisterFunctions(connection.Handle());
+}
+
+Error TooNew(const std::string &path, std::int64_t version)
+{
+    return {Fault::TooNew, "'" + path + "' was written by a newer version of localmapi (its format is " +
+                               std::to_string(version) + ", this version knows up to " +
+                               std::to_string(kSchemaVersion) + ")."};
 }
 
 } // namespace
@@ -121,9 +127,7 @@ std::int64_t RequireSite(Connection &connection, const std::string &path)
     if (application != kApplicationId)
         throw Error(Fault::Corrupt, "'" + path + "' (damaged): it is cut short.");
     if (version > kSchemaVersion)
-        throw Error(Fault::TooNew, "'" + path + "' was written by a newer version of localmapi (its format is " +
-                                       std::to_string(version) + ", this version knows up to " +
-                                       std::to_string(kSchemaVersion) + ").");
+        throw TooNew(path, version);
     return version;
 }
 
@@ -205,12 +209,6 @@ Database::~Database()
         Close(std::move(connection));
 }
 
-void Database::RequireWritable() const
-{
-    if (m_options.readOnly)
-        throw Error(Fault::NoAccess, "'" + m_path + "' was opened for reading only.");
-}
-
 Error Database::Replaced() const
 {
     return {Fault::Replaced, "'" + m_path +
@@ -224,9 +222,22 @@ void Database::RequireInPlace() const
         throw Replaced();
 }
 
+void Database::RequireWritable() const
+{
+    if (m_options.readOnly)
+        throw Error(Fault::NoAccess, "'" + m_path + "' was opened for reading only.");
+}
+
+void Database::RequireKnownVersion(Connection &connection) const
+{
+    if (const std::int64_t version = connection.Integer("PRAGMA user_version"); version > kSchemaVersion)
+        throw TooNew(m_path, version);
+}
+
 Reader::Reader(Database &database, Where where) : m_database(database), m_connection(database.Take())
 {
     m_transaction.emplace(*m_connection, Transaction::Kind::Read, where);
+    database.RequireKnownVersion(*m_connection);
 }
 
 Reader::~Reader()

@@ -28,6 +28,8 @@ class Database
     CountCache &Counts() { return m_counts; }
     void RequireWritable() const; // NoAccess
     WriteQueue &Writers() { return m_writers; }
+    // TooNew: another program may have brought the file to a newer version since it was opened.
+    void RequireKnownVersion(Connection &connection) const;
     // Whether the path still names the file that was opened.
     bool IsInPlace() const noexcept { return FileIdentity::At(m_path) == m_identity; }
 

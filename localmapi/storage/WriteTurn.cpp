@@ -132,6 +132,7 @@ void WriteTurn::Begin(Where where)
     group.connection = m_database.Take();
     group.transaction.emplace(*group.connection, Transaction::Kind::Write, where);
     m_database.RequireInPlace(); // its log was opened by name, too
+    m_database.RequireKnownVersion(*group.connection);
     group.begun = std::chrono::steady_clock::now();
     Statement site = group.connection->Prepare("SELECT next_id, change FROM site");
     if (!site.Step())

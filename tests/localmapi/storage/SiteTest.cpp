@@ -179,6 +179,20 @@ TEST_F(Sites, OfANewerVersionAreRefusedAndLeftAsTheyAre)
     EXPECT_EQ(FaultOfOpening(path), Fault::NotASite);
 }
 
+TEST_F(Sites, ThatANewerVersionUpgradesWhileTheyAreOpenAreRefusedFromThen)
+{
+    const Site site = Site::Create(path, "S", "O");
+    Directory directory(site);
+    directory.AddUser("alice", "Alice");
+    Raw(path).Execute(("PRAGMA user_version = " + std::to_string(kSchemaVersion + 1)).c_str());
+    EXPECT_EQ(FaultOf([&] { directory.Users(); }), Fault::TooNew);
+    EXPECT_EQ(FaultOf([&] { directory.AddUser("bob", "Bob"); }), Fault::TooNew);
+    EXPECT_EQ(FaultOf([&] { Check(site, false); }), Fault::TooNew);
+    Raw(path).Execute(("PRAGMA user_version = " + std::to_string(kSchemaVersion)).c_str());
+    EXPECT_EQ(directory.Users().size(), 1u);
+    EXPECT_NO_THROW(directory.AddUser("bob", "Bob"));
+}
+
 TEST_F(Sites, OpenedForReadingAreReadAndNothingElse)
 {
     Site writable = Site::Create(path, "S", "O");

@@ -6,7 +6,7 @@ namespace localmapi::storage
 
 namespace
 {
-constexpr std::size_t kMostEntries = 10000;
+constexpr std::size_t kMostCounts = 10000;
 }
 
 std::optional<std::uint64_t> CountCache::Find(const std::string &key, ChangeNumber change)
@@ -21,7 +21,7 @@ std::optional<std::uint64_t> CountCache::Find(const std::string &key, ChangeNumb
 void CountCache::Store(const std::string &key, ChangeNumber change, std::uint64_t count)
 {
     const locks::Hold lock(m_lock);
-    if (m_entries.size() >= kMostEntries)
+    if (m_entries.size() >= kMostCounts)
         m_entries.clear();
     m_entries.insert_or_assign(key, Entry{change, count});
 }

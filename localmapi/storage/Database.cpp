@@ -22,8 +22,9 @@ constexpr std::size_t kIdleConnections = 16;
 // Every connection of a site is set up alike.
 void PrepareForUse(Connection &connection)
 {
-    connection.Execute("PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON; PRAGMA cache_size = -16000; PRAGMA cell_size_check = ON;"
+    connection.Execute("PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON; PRAGMA cell_size_check = ON;"
                        "PRAGMA temp_store = MEMORY; PRAGMA wal_autocheckpoint = 4000;");
+    connection.ShareMemory();
     RegisterFunctions(connection.Handle());
 }
 

@@ -198,6 +198,12 @@ Connection::~Connection()
     sqlite3_close(m_handle);
 }
 
+void Connection::ShareMemory()
+{
+    m_cache.emplace();
+    Execute("PRAGMA cache_size = -" + std::to_string(m_cache->KiB()));
+}
+
 bool Connection::HasMoved() const
 {
     int moved = 0;

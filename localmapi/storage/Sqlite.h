@@ -1,6 +1,7 @@
 // Owners over SQLite: a connection with its cache of prepared statements, a statement, a transaction. A connection is
 // used by one thread at a time.
 #pragma once
+#include "localmapi/storage/CacheShare.h"
 #include "localmapi/storage/Error.h"
 #include "localmapi/storage/Value.h"
 #include <optional>
@@ -101,6 +102,8 @@ class Connection
     std::int64_t Integer(std::string_view sql); // the first column of the first row; 0 when there is none
     int ChangedRows() const { return sqlite3_changes(m_handle); }
     sqlite3 *Handle() const { return m_handle; }
+    // Gives its cache a part of the memory that all have.
+    void ShareMemory();
     // Whether the path that it was opened by names another file by now, or none. False where the system sees to it.
     bool HasMoved() const;
     // Bytes of the file as it lies there, without its log, past SQLite's own view of it. False where there are fewer;
@@ -121,6 +124,7 @@ class Connection
     void ForgetStatements() noexcept;
 
     std::string m_path;
+    std::optional<CacheShare> m_cache;
     sqlite3 *m_handle = nullptr;
     std::unordered_multimap<std::string_view, sqlite3_stmt *> m_idle; // keyed by the statement's own text
     int m_borrowed = 0;

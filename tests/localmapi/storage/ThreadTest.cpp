@@ -1,6 +1,8 @@
 // Proves that any number of threads may work with one site at once, and that each sees whole transactions only.
 #include "Fixture.h"
+#include "localmapi/storage/Database.h"
 #include <atomic>
+#include <latch>
 #include <thread>
 
 namespace localmapi::storage
@@ -27,6 +29,37 @@ class Threads : public SiteTest
             thread.join();
     }
 };
+
+TEST_F(Threads, HoldNoMorePagesTogetherThanAProcessMay)
+{
+    for (int i = 0; i < 80; ++i) {
+        MessageChanges content = MakeMessage("m");
+        content.attachments = {{0, false, {{{kAttachData, Bytes(250000, static_cast<std::uint8_t>(i))}}, {}}, nullptr}};
+        m_objects.CreateMessage(m_box.inbox, content);
+    }
+    constexpr int kThreads = 32;
+    std::latch read(kThreads), measured(1);
+    std::thread measuring([&] {
+        read.wait();
+        const auto used = sqlite3_memory_used();
+        const auto most = (kCacheOfProcess + kThreads * kLeastCache) * 1024;
+        EXPECT_LT(used, most + most / 4);
+        EXPECT_GT(used, most / 2); // or it would prove nothing
+        measured.count_down();
+    });
+    RunOnThreads(kThreads, [&](int) {
+        try {
+            Reader reader(m_site.GetDatabase());
+            EXPECT_EQ(reader->Integer("SELECT max(length(hex(data))) FROM chunk"), 500000);
+            read.count_down();
+            measured.wait();
+        } catch (...) {
+            read.count_down();
+            throw;
+        }
+    });
+    measuring.join();
+}
 
 TEST_F(Threads, SeeWholeTransactionsOnly)
 {

@@ -6,6 +6,7 @@
 #include "localmapi/storage/NewFile.h"
 #include "localmapi/storage/OwnLog.h"
 #include "localmapi/storage/Path.h"
+#include "localmapi/storage/ReadOnlyFile.h"
 #include "localmapi/storage/Rights.h"
 #include "localmapi/storage/Schema.h"
 #include "localmapi/storage/Time.h"
@@ -148,7 +149,7 @@ void Database::Admit()
     PrepareForUse(*connection);
     if (connection->Integer("SELECT count(*) FROM site") != 1)
         throw Error(Fault::Corrupt, "'" + m_path + "' (damaged): it does not say what site it is.");
-    if (!m_options.readOnly)
+    if (!connection->IsOfMoment())
         ShareRights(m_path); // its log is there since the first reading, and empty
     GiveBack(std::move(connection));
 }
@@ -156,8 +157,9 @@ void Database::Admit()
 // Of the file that was admitted, and no other.
 std::unique_ptr<Connection> Database::Open() const
 {
-    auto connection = std::make_unique<Connection>(
-        m_path, m_options.readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE, m_options.busyTimeoutMs);
+    auto connection = m_options.readOnly
+                          ? OpenForReading(m_path, m_options.busyTimeoutMs)
+                          : std::make_unique<Connection>(m_path, SQLITE_OPEN_READWRITE, m_options.busyTimeoutMs);
     if (connection->HasMoved())
         throw Replaced();
     RequireInPlace();
@@ -188,7 +190,7 @@ std::unique_ptr<Connection> Database::Take()
 void Database::GiveBack(std::unique_ptr<Connection> connection) noexcept
 {
     const locks::Hold lock(m_lock);
-    if (m_idle.size() < kIdleConnections)
+    if (m_idle.size() < kIdleConnections && !connection->IsOfMoment())
         try {
             m_idle.push_back(std::move(connection));
         } catch (const std::bad_alloc &) { // then it is closed instead

@@ -27,6 +27,10 @@ class Group
     std::string m_id; // the number, or the security identifier in its text form
 };
 
+// Whether this account may write to a file, and what is made beside it, with its mode, is not in the way of its owner.
+// Where the mode says nothing of that: true.
+bool MayWrite(const std::string &path) noexcept;
+
 // Whether every user of the system may read a file. False where that can't be told.
 bool MayEverybodyRead(const std::string &path) noexcept;
 

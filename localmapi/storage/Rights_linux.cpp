@@ -87,8 +87,23 @@ bool MayEverybodyRead(const std::string &path) noexcept
     return stat(path.c_str(), &status) == 0 && (status.st_mode & S_IROTH) != 0;
 }
 
-void ShareRights(const std::string &) noexcept
+// An administrator may write to what its owner may not.
+bool MayWrite(const std::string &path) noexcept
 {
+    struct stat status;
+    return stat(path.c_str(), &status) == 0 && (status.st_mode & S_IWUSR) != 0 &&
+           faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0;
+}
+
+// SQLite gives a file's group to what it makes beside it for the administrator alone.
+void ShareRights(const std::string &path) noexcept
+{
+    struct stat site, beside;
+    for (const char *suffix : {"-wal", "-shm"})
+        if (const std::string name = path + suffix; stat(path.c_str(), &site) == 0 &&
+                                                    lstat(name.c_str(), &beside) == 0 && S_ISREG(beside.st_mode) &&
+                                                    beside.st_uid == geteuid() && beside.st_gid != site.st_gid)
+            (void)!chown(name.c_str(), static_cast<uid_t>(-1), site.st_gid);
 }
 
 } // namespace localmapi::storage

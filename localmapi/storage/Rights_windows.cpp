@@ -169,6 +169,12 @@ bool Group::MayWriteIn(const std::string &folder) const
     return sid && (RightsOf(folder, sid.get()) & FILE_ADD_FILE) != 0;
 }
 
+// Files that are made beside a site get its access list (ShareRights).
+bool MayWrite(const std::string &) noexcept
+{
+    return true;
+}
+
 bool MayEverybodyRead(const std::string &path) noexcept
 {
     // Everyone, authenticated users, users.

@@ -178,15 +178,47 @@ Guid Statement::GetGuid(int column) const
     return guid;
 }
 
+namespace
+{
+
+// The name as SQLite takes one with parameters.
+std::string UriOf(const std::string &path, const char *parameters)
+{
+    std::string uri = "file:";
+    for (const char one : path) {
+        constexpr char kDigits[] = "0123456789ABCDEF";
+        const auto byte = static_cast<unsigned char>(one);
+        if (byte > 0x20 && byte < 0x7F && one != '%' && one != '?' && one != '#')
+            uri += one;
+        else
+            uri += {'%', kDigits[byte >> 4], kDigits[byte & 15]};
+    }
+    return uri + parameters;
+}
+
+} // namespace
+
 Connection::Connection(const std::string &path, int flags, int busyTimeoutMs) : m_path(path)
 {
-    int result = sqlite3_open_v2(path.c_str(), &m_handle, flags | SQLITE_OPEN_NOMUTEX, nullptr);
+    Open(path, flags, busyTimeoutMs);
+}
+
+Connection::Connection(const std::string &path, Special special, int busyTimeoutMs)
+    : m_path(path), m_isOfMoment(special == Special::OfMoment)
+{
+    Open(UriOf(path, m_isOfMoment ? "?immutable=1" : "?readonly_shm=1"), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI,
+         busyTimeoutMs);
+}
+
+void Connection::Open(const std::string &name, int flags, int busyTimeoutMs)
+{
+    int result = sqlite3_open_v2(name.c_str(), &m_handle, flags | SQLITE_OPEN_NOMUTEX, nullptr);
     if (result != SQLITE_OK) {
         std::string text = m_handle ? sqlite3_errmsg(m_handle) : "out of memory";
         Fault fault = FaultOf(m_handle ? sqlite3_extended_errcode(m_handle) : result,
                               m_handle ? sqlite3_system_errno(m_handle) : 0);
         sqlite3_close(m_handle);
-        throw Error(fault, "'" + path + "' can't be opened: " + text + ".");
+        throw Error(fault, "'" + m_path + "' can't be opened: " + text + ".");
     }
     sqlite3_extended_result_codes(m_handle, 1);
     sqlite3_busy_timeout(m_handle, busyTimeoutMs);

@@ -93,6 +93,12 @@ class Connection
   public:
     // flags: SQLITE_OPEN_...; an empty path is a private temporary file.
     Connection(const std::string &path, int flags, int busyTimeoutMs);
+    // For reading, and nothing is made beside the file.
+    enum class Special {
+        MakesNothing, // its log and the index of it are there
+        OfMoment      // the file as it lies there, without a log, by nobody else's leave
+    };
+    Connection(const std::string &path, Special special, int busyTimeoutMs);
     ~Connection();
     Connection(const Connection &) = delete;
     Connection &operator=(const Connection &) = delete;
@@ -102,6 +108,8 @@ class Connection
     std::int64_t Integer(std::string_view sql); // the first column of the first row; 0 when there is none
     int ChangedRows() const { return sqlite3_changes(m_handle); }
     sqlite3 *Handle() const { return m_handle; }
+    // It hears nothing of changes: to be used for what is read at once, and not again.
+    bool IsOfMoment() const { return m_isOfMoment; }
     // Gives its cache a part of the memory that all have.
     void ShareMemory();
     // Whether the path that it was opened by names another file by now, or none. False where the system sees to it.
@@ -123,7 +131,10 @@ class Connection
     void GiveBack(sqlite3_stmt *statement) noexcept;
     void ForgetStatements() noexcept;
 
+    void Open(const std::string &name, int flags, int busyTimeoutMs);
+
     std::string m_path;
+    bool m_isOfMoment = false;
     std::optional<CacheShare> m_cache;
     sqlite3 *m_handle = nullptr;
     std::unordered_multimap<std::string_view, sqlite3_stmt *> m_idle; // keyed by the statement's own text

@@ -4,8 +4,10 @@
 #include "localmapi/storage/Backup.h"
 #include "localmapi/storage/Database.h"
 #include "localmapi/storage/Rights.h"
+#include <csignal>
 #include <grp.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace localmapi::storage
@@ -84,6 +86,134 @@ TEST_F(Rights, ASiteKeepsTheModeThatItHas)
     EXPECT_EQ(ModeOf(path), 0644U);
     EXPECT_EQ(ModeOf(path + "-wal"), 0644U);
     EXPECT_TRUE(MayEverybodyRead(path));
+}
+
+// Another account, in a process of its own; begun while no site is open here.
+class As
+{
+  public:
+    As(uid_t account, const std::function<bool()> &work) : m_process(fork())
+    {
+        if (m_process != 0)
+            return;
+        int status = 2;
+        try {
+            if (setgroups(0, nullptr) == 0 && setgid(account) == 0 && setuid(account) == 0)
+                status = work() ? 0 : 1;
+        } catch (const std::exception &error) {
+            std::fprintf(stderr, "as %u: %s\n", static_cast<unsigned>(account), error.what());
+        }
+        _exit(status);
+    }
+    As(const As &) = delete;
+    As &operator=(const As &) = delete;
+    bool Succeeds() const
+    {
+        int status = 0;
+        return waitpid(m_process, &status, 0) == m_process && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    }
+    void Kill() const
+    {
+        kill(m_process, SIGKILL);
+        waitpid(m_process, nullptr, 0);
+    }
+
+  private:
+    const pid_t m_process;
+};
+
+Subjects UsersOf(const Site &site)
+{
+    Subjects aliases;
+    for (const User &user : Directory(site).Users())
+        aliases.push_back(user.alias);
+    return aliases;
+}
+
+Site OpenToRead(const std::string &path)
+{
+    OpenOptions options;
+    options.readOnly = true;
+    return Site::Open(path, options);
+}
+
+struct Readers : Rights {
+    Readers() { Directory(Site::Create(path, "S", "O")).AddUser("alice", "Alice"); }
+    Subjects Files() const
+    {
+        Subjects names;
+        for (const auto &entry : std::filesystem::directory_iterator(std::filesystem::path(path).parent_path()))
+            names.push_back(entry.path().filename().string());
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+};
+
+TEST_F(Readers, OfASiteThatIsNotToBeWrittenLeaveNothingBesideIt)
+{
+    ASSERT_EQ(chmod(path.c_str(), 0400), 0);
+    {
+        const Site site = OpenToRead(path);
+        EXPECT_EQ(UsersOf(site), Subjects{"alice"});
+        EXPECT_THAT(Check(site, false), testing::IsEmpty());
+        EXPECT_EQ(Files(), Subjects{"site.db"});
+    }
+    EXPECT_EQ(Files(), Subjects{"site.db"});
+    ASSERT_EQ(chmod(path.c_str(), 0600), 0);
+    EXPECT_NO_THROW(Directory(Site::Open(path)).AddUser("bob", "Bob"));
+}
+
+TEST_F(Readers, OfAnotherAccountAreNotInTheOwnersWay)
+{
+    constexpr uid_t kOwner = 1234, kReader = 4321;
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only an administrator can be others";
+    ASSERT_EQ(chmod(std::filesystem::path(path).parent_path().c_str(), 0777), 0);
+    ASSERT_EQ(chown(path.c_str(), kOwner, kOwner), 0);
+    ASSERT_EQ(chmod(path.c_str(), 0644), 0);
+    const auto reads = [&](const Subjects &wanted) {
+        return As(kReader, [&] { return UsersOf(OpenToRead(path)) == wanted; }).Succeeds();
+    };
+    // Nobody has it open.
+    EXPECT_TRUE(reads({"alice"}));
+    EXPECT_EQ(Files(), Subjects{"site.db"});
+    EXPECT_TRUE(
+        As(kOwner, [&] { return !Directory(Site::Open(path)).AddUser("bob", "Bob").alias.empty(); }).Succeeds());
+
+    // Its owner writes, before and after the reader came, and is killed.
+    int written[2], read[2];
+    ASSERT_EQ(pipe(written) | pipe(read), 0);
+    char byte = 0;
+    const As owner(kOwner, [&] {
+        const Site site = Site::Open(path);
+        Directory(site).AddUser("carol", "Carol");
+        bool ok = write(written[1], &byte, 1) == 1 && ::read(read[0], &byte, 1) == 1;
+        Directory(site).AddUser("dave", "Dave");
+        ok = ok && write(written[1], &byte, 1) == 1;
+        pause();
+        return ok;
+    });
+    ASSERT_EQ(::read(written[0], &byte, 1), 1);
+    EXPECT_TRUE(As(kReader, [&] {
+                    const Site site = OpenToRead(path);
+                    return UsersOf(site) == Subjects{"alice", "bob", "carol"} && write(read[1], &byte, 1) == 1 &&
+                           ::read(written[0], &byte, 1) == 1 &&
+                           UsersOf(site) == Subjects{"alice", "bob", "carol", "dave"};
+                }).Succeeds());
+    owner.Kill();
+    for (const int end : {written[0], written[1], read[0], read[1]})
+        close(end);
+    EXPECT_EQ(Files(), (Subjects{"site.db", "site.db-shm", "site.db-wal"}));
+    EXPECT_TRUE(reads({"alice", "bob", "carol", "dave"}));
+    // The log alone is for who may write.
+    ASSERT_EQ(unlink((path + "-shm").c_str()), 0);
+    EXPECT_TRUE(As(kReader, [&] { return FaultOf([&] { OpenToRead(path); }) == Fault::NoAccess; }).Succeeds());
+    EXPECT_EQ(Files(), (Subjects{"site.db", "site.db-wal"}));
+    EXPECT_TRUE(As(kOwner, [&] { return UsersOf(Site::Open(path)).size() == 4; }).Succeeds());
+    // An administrator's files are the owner's.
+    EXPECT_EQ(UsersOf(OpenToRead(path)).size(), 4u);
+    EXPECT_TRUE(
+        As(kOwner, [&] { return !Directory(Site::Open(path)).AddUser("eve", "Eve").alias.empty(); }).Succeeds());
 }
 
 TEST_F(Rights, AGroupThatIsAdmittedReadsAndWritesFilesAndFolders)

@@ -1,3 +1,4 @@
+// The socket and the looking for the ends of answers; what waits is a poll with a limit.
 #include "ImapClient.h"
 #include <arpa/inet.h>
 #include <charconv>

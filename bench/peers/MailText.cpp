@@ -1,3 +1,4 @@
+// The properties of localmapi's messages as header fields and bodies of mail.
 #include "MailText.h"
 #include "localmapi/delivery/Tags.h"
 #include "localmapi/storage/Directory.h"

@@ -1,8 +1,9 @@
-// Copies page by page, and where a copy stands that takes the place of a site: it goes on from the last commit there.
+// Where a copy stands that takes the place of a site: it goes on from the last commit there.
 #include "localmapi/storage/Backup.h"
 #include "localmapi/storage/ChangeSignal.h"
 #include "localmapi/storage/Database.h"
 #include "localmapi/storage/NewFile.h"
+#include "localmapi/storage/PageCopy.h"
 #include "localmapi/storage/Path.h"
 #include "localmapi/storage/Schema.h"
 #include <algorithm>
@@ -13,51 +14,7 @@ namespace localmapi::storage
 namespace
 {
 
-constexpr int kPagesAStep = 1000;
 constexpr int kBusyTimeoutMs = 30000;
-
-// One connection's database page by page onto another's. The target is locked for writing from the first step on, and
-// as it was where it does not come to the last.
-class PageCopy
-{
-  public:
-    PageCopy(Connection &from, Connection &to)
-        : m_to(to), m_backup(sqlite3_backup_init(to.Handle(), "main", from.Handle(), "main"))
-    {
-        if (!m_backup)
-            to.Fail(sqlite3_errcode(to.Handle()));
-    }
-    ~PageCopy() { sqlite3_backup_finish(m_backup); }
-    PageCopy(const PageCopy &) = delete;
-    PageCopy &operator=(const PageCopy &) = delete;
-
-    // False when all is copied, and written.
-    bool Step(int pages)
-    {
-        const int result = sqlite3_backup_step(m_backup, pages);
-        if (result != SQLITE_OK && result != SQLITE_DONE)
-            m_to.Fail(result);
-        return result == SQLITE_OK;
-    }
-    void Run(const CopyProgress &progress)
-    {
-        while (Step(kPagesAStep))
-            if (progress) {
-                const auto total = static_cast<std::uint64_t>(sqlite3_backup_pagecount(m_backup));
-                progress(total - static_cast<std::uint64_t>(sqlite3_backup_remaining(m_backup)), total);
-            }
-    }
-
-  private:
-    Connection &m_to;
-    sqlite3_backup *m_backup;
-};
-
-void CopyWhole(Connection &from, const std::string &to, const CopyProgress &progress)
-{
-    Connection target(to, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, 0);
-    PageCopy(from, target).Run(progress);
-}
 
 // Where a site stands.
 struct Standing {
@@ -155,8 +112,6 @@ void Backup(const Site &site, const std::string &file, const CopyProgress &progr
         reader->Integer("SELECT change FROM site"); // the moment
         CopyWhole(*reader, copy.Path(), progress);
     }
-    // A file without a log can be read where nothing can be written.
-    Connection(copy.Path(), SQLITE_OPEN_READWRITE, 0).Execute("PRAGMA journal_mode = DELETE");
     copy.PutInPlace();
 }
 
@@ -177,7 +132,7 @@ void Restore(const std::string &file, const std::string &path, const CopyProgres
         CopyWhole(copy, prepared.Path(), progress);
     }
     {
-        const Site upgraded = Site::Open(prepared.Path());
+        const Site upgraded = Site::Open(prepared.Path(), {.keepsOldCopy = false});
     }
     if (isNew) {
         prepared.PutInPlace();

@@ -1,13 +1,9 @@
 // Copies of a site's file, made and put back while others work with it.
 #pragma once
 #include "localmapi/storage/Site.h"
-#include <functional>
 
 namespace localmapi::storage
 {
-
-// Hears how many pages of how many are copied.
-using CopyProgress = std::function<void(std::uint64_t done, std::uint64_t total)>;
 
 // The whole site as of one moment, in one new file. Others read and write meanwhile. Collision where there is a file.
 void Backup(const Site &site, const std::string &file, const CopyProgress &progress = {});

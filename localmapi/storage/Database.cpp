@@ -10,6 +10,7 @@
 #include "localmapi/storage/Rights.h"
 #include "localmapi/storage/Schema.h"
 #include "localmapi/storage/Time.h"
+#include "localmapi/storage/Upgrade.h"
 #include <array>
 
 namespace localmapi::storage
@@ -142,7 +143,7 @@ void Database::Admit()
         if (sqlite3_db_readonly(connection->Handle(), "main") == 1)
             throw Error(Fault::NoAccess, "'" + m_path + "' can only be read.");
         connection->Execute("PRAGMA journal_mode = WAL");
-        UpgradeSchema(*connection);
+        m_former = Upgrade(*connection, m_path, m_options);
     } else if (version < kSchemaVersion) {
         throw Error(Fault::NoAccess, "'" + m_path + "' is of an older version and has to be opened for writing once.");
     }

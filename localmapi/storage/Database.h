@@ -25,6 +25,7 @@ class Database
     static std::shared_ptr<Database> Open(const std::string &path, const OpenOptions &options);
 
     const std::string &Path() const { return m_path; }
+    const std::optional<Site::Former> &UpgradedFrom() const { return m_former; }
     CountCache &Counts() { return m_counts; }
     void RequireWritable() const; // NoAccess
     WriteQueue &Writers() { return m_writers; }
@@ -53,6 +54,7 @@ class Database
 
     std::string m_path;
     OpenOptions m_options;
+    std::optional<Site::Former> m_former;
     std::optional<FileIdentity> m_identity;
     locks::Mutex m_lock;
     std::vector<std::unique_ptr<Connection>> m_idle GUARDED_BY(m_lock);

@@ -1,3 +1,4 @@
+// Keys of words, and which of them a filter's texts can be found by: the part that fits the fewest people is taken.
 #include "localmapi/storage/NameIndex.h"
 #include "localmapi/storage/FilterMatch.h"
 #include "localmapi/storage/Text.h"

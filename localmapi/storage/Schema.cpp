@@ -214,20 +214,10 @@ void MarkCommit(Connection &connection, std::int64_t nextId, ChangeNumber change
         .Run();
 }
 
-void UpgradeSchema(Connection &connection)
+void TakeStep(Connection &connection, std::int64_t fromVersion)
 {
-    while (connection.Integer("PRAGMA user_version") < kSchemaVersion) {
-        Transaction transaction(connection, Transaction::Kind::Write);
-        // Another process may have been faster.
-        std::int64_t version = connection.Integer("PRAGMA user_version");
-        if (version < 1)
-            throw Error(Fault::NotASite, "The file has no version.");
-        if (version < kSchemaVersion) {
-            Take(kSteps[static_cast<std::size_t>(version) - 1], connection);
-            connection.Execute("PRAGMA user_version = " + std::to_string(version + 1));
-        }
-        transaction.Commit();
-    }
+    Take(kSteps[static_cast<std::size_t>(fromVersion) - 1], connection);
+    connection.Execute("PRAGMA user_version = " + std::to_string(fromVersion + 1));
 }
 
 } // namespace localmapi::storage

@@ -14,7 +14,7 @@ constexpr std::int64_t kNoTime = INT64_MIN;
 void CreateSchema(Connection &connection);
 // The last write of every transaction: the numbers that it has used, and its mark.
 void MarkCommit(Connection &connection, std::int64_t nextId, ChangeNumber change);
-// Brings the file to kSchemaVersion, each version in a transaction of its own.
-void UpgradeSchema(Connection &connection);
+// Brings a file from one version to the next, in the transaction that is open.
+void TakeStep(Connection &connection, std::int64_t fromVersion);
 
 } // namespace localmapi::storage

@@ -28,6 +28,11 @@ const std::string &Site::Path() const
     return m_database->Path();
 }
 
+const std::optional<Site::Former> &Site::UpgradedFrom() const
+{
+    return m_database->UpgradedFrom();
+}
+
 bool Site::IsInPlace() const noexcept
 {
     return m_database->IsInPlace();

@@ -3,6 +3,7 @@
 #pragma once
 #include "localmapi/storage/Error.h"
 #include "localmapi/storage/Value.h"
+#include <functional>
 #include <optional>
 
 namespace localmapi::storage
@@ -16,9 +17,15 @@ struct SiteInfo {
     Guid uid{};               // made with the file
 };
 
+// Hears how many pages of how many are copied.
+using CopyProgress = std::function<void(std::uint64_t done, std::uint64_t total)>;
+
 struct OpenOptions {
     bool readOnly = false;
     int busyTimeoutMs = 30000; // how long a writer waits for another one, in this process or another
+    // Of a file of an older version, before it is brought to this one: see UpgradedFrom.
+    bool keepsOldCopy = true;
+    CopyProgress copying = {};
 };
 
 class Site
@@ -30,6 +37,14 @@ class Site
     static Site Open(const std::string &path, const OpenOptions &options = {});
 
     const std::string &Path() const;
+    // The version that the file was of when it was opened, where that was an older one, and where a copy of it is that
+    // can be opened by programs of that version: the file's name with ".format-" and the version, and a number where
+    // that name was taken. Empty where none was to be kept.
+    struct Former {
+        std::int64_t version = 0;
+        std::string copy;
+    };
+    const std::optional<Former> &UpgradedFrom() const;
     // Whether its path still names this file. Where it does not, every reading and writing throws Replaced, and what
     // was being written then is not to be found in the file that is there now.
     bool IsInPlace() const noexcept;

@@ -16,7 +16,7 @@ struct Arguments {
     DeliverOptions delivery;
     FillOptions fill;
     AppointmentOptions appointment;
-    bool isDefault = false, repair = false;
+    bool isDefault = false, repair = false, noCopy = false;
 };
 
 // What a command does; an argument that the storage refuses was a misuse.
@@ -70,6 +70,11 @@ void AddSiteCommands(CLI::App &app, Arguments &a)
     auto *restore = app.add_subcommand("restore", "Put a copy in the site's place, while others work with it");
     restore->add_option("COPY", a.name, "The file that backup made")->required();
     OnCommand(*restore, [&] { RestoreSite(a.common, a.name); });
+
+    auto *upgrade =
+        app.add_subcommand("upgrade", "Bring a file of an older version to this one, and keep a copy of it");
+    upgrade->add_flag("--no-copy", a.noCopy, "Keep none");
+    OnCommand(*upgrade, [&] { UpgradeSite(a.common, !a.noCopy); });
 }
 
 void AddProfileCommands(CLI::App &app, Arguments &a)

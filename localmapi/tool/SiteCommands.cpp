@@ -1,4 +1,4 @@
-// localmapi init, user, contact, backup and restore: the site as a whole.
+// localmapi init, user, contact, backup, restore and upgrade: the site as a whole.
 #include "localmapi/provider/site/SiteFile.h"
 #include "localmapi/storage/Backup.h"
 #include "localmapi/storage/Path.h"
@@ -121,6 +121,29 @@ void RestoreSite(const Common &common, const std::string &file)
         storage::Restore(file, path, [&](std::uint64_t done, std::uint64_t total) { shown.At("pages", done, total); });
     }
     PrintCopied(common, file, path, "restored");
+}
+
+void UpgradeSite(const Common &common, bool keepsOldCopy)
+{
+    const std::string path = common.file.empty() ? FindSiteFile() : common.file;
+    storage::OpenOptions options;
+    options.keepsOldCopy = keepsOldCopy;
+    std::optional<storage::Site> site;
+    {
+        Shown shown;
+        options.copying = [&](std::uint64_t done, std::uint64_t total) { shown.At("pages", done, total); };
+        site = storage::Site::Open(path, options);
+    }
+    const auto &former = site->UpgradedFrom();
+    if (common.json)
+        PrintJson({{"file", site->Path()},
+                   {"upgraded", former.has_value()},
+                   {"copy", former && !former->copy.empty() ? nlohmann::ordered_json(former->copy) : nullptr}});
+    else if (!former)
+        PrintLine(site->Path() + " is of this version already");
+    else
+        PrintLine("upgraded " + site->Path() + " from format " + std::to_string(former->version) +
+                  (former->copy.empty() ? "" : "; what it was is in " + former->copy));
 }
 
 } // namespace localmapi::tool

@@ -96,6 +96,7 @@ void AddUser(const Common &common, const UserOptions &options);
 void ListUsers(const Common &common);
 void AddContact(const Common &common, const std::string &name, const std::string &smtp);
 void CheckSite(const Common &common, bool repair);
+void UpgradeSite(const Common &common, bool keepsOldCopy);
 void BackUpSite(const Common &common, const std::string &file);
 void RestoreSite(const Common &common, const std::string &file);
 

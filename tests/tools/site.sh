@@ -111,6 +111,11 @@ expect 1 localmapi restore missing.db
 err 'missing.db'
 expect 2 localmapi restore
 
+expect 0 localmapi upgrade
+out 'site.db is of this version already$'
+expect 0 localmapi --json upgrade --no-copy
+json '.upgraded == false and .copy == null'
+
 # Another file, by option, beside the one in the environment.
 expect 0 localmapi --file other.db init --server NORVIK2 --organization Other
 expect 0 localmapi --file other.db --json user list

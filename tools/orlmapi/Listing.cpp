@@ -1,3 +1,4 @@
+// A page that fails because a row of it went is asked for again, by fewer rows at a time.
 #include "Listing.h"
 #include "Failure.h"
 #include <algorithm>

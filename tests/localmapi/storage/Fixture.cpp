@@ -1,3 +1,4 @@
+// How sites are made for tests, brought back to what former versions wrote, and taken away again.
 #include "Fixture.h"
 #include "localmapi/storage/Schema.h"
 #include <random>

@@ -1,0 +1,12 @@
+// A file of an older version is brought to this one while others may work with it, and a copy of what it was is kept.
+#pragma once
+#include "localmapi/storage/Site.h"
+#include "localmapi/storage/Sqlite.h"
+
+namespace localmapi::storage
+{
+
+// Nothing where the file is of this version. Full where there is no room for the copy: then it is as it was.
+std::optional<Site::Former> Upgrade(Connection &connection, const std::string &path, const OpenOptions &options);
+
+} // namespace localmapi::storage

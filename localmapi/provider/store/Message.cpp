@@ -182,6 +182,7 @@ void Message::Change(const PropertyBag &set, const std::vector<storage::Tag> &re
             m_draft.properties.SetLater(PR_MESSAGE_FLAGS, (*flags & ~kKeptFlags) | (old ? *old & kKeptFlags : 0));
         } else {
             m_draft.properties.SetLater(property.tag, property.value);
+            m_prefixGiven |= property.tag == PR_SUBJECT_PREFIX_W;
         }
     }
     for (const storage::Tag tag : remove) {
@@ -203,7 +204,8 @@ void Message::FollowSubject()
         return;
     }
     // A prefix counts when the client gave it beside this subject.
-    const std::string *prefix = TextOf(m_draft.properties.set, PR_SUBJECT_PREFIX_W);
+    const std::string *prefix = m_prefixGiven ? TextOf(m_draft.properties.set, PR_SUBJECT_PREFIX_W) : nullptr;
+    m_prefixGiven = prefix && subject->starts_with(*prefix);
     SubjectParts parts = SplitSubject(*subject, prefix ? std::optional(*prefix) : std::nullopt);
     m_draft.properties.SetLater(PR_NORMALIZED_SUBJECT_W, std::move(parts.normalized));
     m_draft.properties.SetLater(PR_SUBJECT_PREFIX_W, std::move(parts.prefix));
@@ -238,6 +240,7 @@ void Message::WriteDraft(bool force)
         throw;
     }
     m_draft = {};
+    m_prefixGiven = false;
 }
 
 STDMETHODIMP Message::SetReadFlag(ULONG ulFlags)

@@ -69,6 +69,7 @@ class Message final : public StoredObject<IMessage>
     storage::ObjectId m_folder GUARDED_BY(m_lock) = 0;
     storage::ChangeNumber m_change GUARDED_BY(m_lock) = 0;
     storage::MessageChanges m_draft GUARDED_BY(m_lock);
+    bool m_prefixGiven GUARDED_BY(m_lock) = false; // of the draft's subject, by the client
     std::int32_t m_nextAttachment GUARDED_BY(m_lock) = 0;
     bool m_submitted GUARDED_BY(m_lock) = false;
 };

@@ -4,6 +4,7 @@
 #include "localmapi/provider/store/Message.h"
 #include "localmapi/provider/store/ReadFlags.h"
 #include "localmapi/provider/store/StoreTags.h"
+#include "localmapi/storage/Error.h"
 
 #include <algorithm>
 
@@ -34,6 +35,26 @@ Bytes BinaryOfObject(IMAPIProp &object, ULONG tag)
     if (count != 1 || values[0].ulPropTag != tag)
         throw Failure(MAPI_E_NO_SUPPORT, "The destination is no folder of this provider.");
     return Bytes(values[0].Value.bin.lpb, values[0].Value.bin.lpb + values[0].Value.bin.cb);
+}
+
+// The former status. Bits that others set meanwhile stay: what was read is written back only where nobody wrote since.
+ULONG ChangeStatus(storage::Objects &objects, ObjectId message, ULONG status, ULONG mask)
+{
+    for (;;) {
+        const storage::ChangeNumber seen = objects.Info(message).change;
+        const PropertyBag bag = objects.Read(message, {PR_MSG_STATUS});
+        const auto *stored = bag.get<std::int32_t>(PR_MSG_STATUS);
+        const ULONG old = stored ? static_cast<ULONG>(*stored) : 0;
+        storage::MessageChanges changes;
+        changes.properties.set.Set(PR_MSG_STATUS, static_cast<std::int32_t>((old & ~mask) | (status & mask)));
+        try {
+            objects.ChangeMessage(message, changes, seen);
+            return old;
+        } catch (const storage::Error &error) {
+            if (error.GetFault() != storage::Fault::Changed)
+                throw;
+        }
+    }
 }
 
 LONG LongOfObject(IMAPIProp &object, ULONG tag)
@@ -175,13 +196,7 @@ STDMETHODIMP Folder::SetMessageStatus(ULONG cbEntryID, LPENTRYID lpEntryID, ULON
     return Do("IMAPIFolder::SetMessageStatus", [&]() REQUIRES(m_lock) -> HRESULT {
         RequireWrite();
         const ObjectId message = MessageHere(cbEntryID, lpEntryID);
-        const PropertyBag bag = m_store->objects.Read(message, {PR_MSG_STATUS});
-        const auto *stored = bag.get<std::int32_t>(PR_MSG_STATUS);
-        const ULONG old = stored ? static_cast<ULONG>(*stored) : 0;
-        storage::MessageChanges changes;
-        changes.properties.set.Set(
-            PR_MSG_STATUS, static_cast<std::int32_t>((old & ~ulNewStatusMask) | (ulNewStatus & ulNewStatusMask)));
-        m_store->objects.ChangeMessage(message, changes);
+        const ULONG old = ChangeStatus(m_store->objects, message, ulNewStatus, ulNewStatusMask);
         if (lpulOldStatus)
             *lpulOldStatus = old;
         return S_OK;

@@ -90,7 +90,7 @@ TEST_F(ThreadTest, OneMessageAndItsAttachmentsServeSeveralThreads)
 
 TEST_F(ThreadTest, StatusBitsThatSeveralSetAtOnceAreAllKept)
 {
-    const EntryIdBytes id = m_mailbox.Add({});
+    const EntryIdBytes id = m_mailbox.Add({Narrow(PR_SUBJECT_A, "marked")});
     std::atomic<int> lost{0};
     InThreads([&](int number) {
         const ULONG own = 1u << number;

@@ -271,13 +271,15 @@ std::vector<Answer> ForEach(Writer &writer, const std::vector<ObjectId> &message
 
 } // namespace
 
-ObjectId Objects::CreateMessage(ObjectId folder, const MessageChanges &content)
+ObjectId Objects::CreateMessage(ObjectId folder, const MessageChanges &content, ChangeNumber *change)
 {
     const Staging staging(m_site.GetDatabase(), content);
     Writer writer(m_site.GetDatabase());
     RequireFolder(writer, folder);
     ObjectId id = InsertMessage(writer, folder, staging.Content());
     writer.Commit();
+    if (change)
+        *change = writer.Change();
     return id;
 }
 
@@ -334,10 +336,12 @@ std::vector<bool> Objects::RemoveMessages(const std::vector<ObjectId> &messages)
     });
 }
 
-std::vector<bool> Objects::ChangeFlags(const std::vector<ObjectId> &messages, std::int32_t set, std::int32_t clear)
+std::vector<bool> Objects::ChangeFlags(const std::vector<ObjectId> &messages, std::int32_t set, std::int32_t clear,
+                                       ChangeNumber *known)
 {
     Writer writer(m_site.GetDatabase());
-    return ForEach<bool>(writer, messages, [&](const ObjectRow &row) {
+    bool follows = false;
+    std::vector<bool> there = ForEach<bool>(writer, messages, [&](const ObjectRow &row) {
         FacetKey key = row.key;
         key.flags = ((key.flags | set) & ~clear & ~kFlagHasAttachments) | (key.flags & kFlagHasAttachments);
         if (key == row.key)
@@ -347,8 +351,12 @@ std::vector<bool> Objects::ChangeFlags(const std::vector<ObjectId> &messages, st
             .Bind(writer.Facets().Enter(*writer, row.info.parent, key), writer.Now(), writer.Change(), row.info.id)
             .Run();
         writer.Entries().MessageChanged(row.info.id, row.info.parent, row.key, key);
+        follows = follows || (known && *known == row.info.change);
         return true;
     });
+    if (follows)
+        *known = writer.Change();
+    return there;
 }
 
 void Objects::RemoveAllMessages(ObjectId folder)

@@ -86,7 +86,8 @@ class Objects
     ChangeNumber Change(ObjectId id, const Changes &changes, std::optional<ChangeNumber> expected = {});
 
     // Messages
-    ObjectId CreateMessage(ObjectId folder, const MessageChanges &content);
+    // `change` gets the message's change number.
+    ObjectId CreateMessage(ObjectId folder, const MessageChanges &content, ChangeNumber *change = nullptr);
     std::vector<ObjectId> CreateMessages(const std::vector<NewMessage> &messages);
     ChangeNumber ChangeMessage(ObjectId message, const MessageChanges &changes,
                                std::optional<ChangeNumber> expected = {});
@@ -97,8 +98,10 @@ class Objects
     // Puts the message in every destination and takes the stored one from where it lies, unless a destination is just
     // there. The ids of what was made, in the order of the destinations.
     std::vector<ObjectId> Send(const Dispatch &dispatch);
-    // Sets the bits of `set` and clears those of `clear` in kMessageFlags; true where the message is there.
-    std::vector<bool> ChangeFlags(const std::vector<ObjectId> &messages, std::int32_t set, std::int32_t clear);
+    // Sets the bits of `set` and clears those of `clear` in kMessageFlags; true where the message is there. `known`,
+    // where it is the message's change number, is so after this change too: nobody else's comes between.
+    std::vector<bool> ChangeFlags(const std::vector<ObjectId> &messages, std::int32_t set, std::int32_t clear,
+                                  ChangeNumber *known = nullptr);
     std::vector<bool> SetRead(const std::vector<ObjectId> &messages, bool read)
     {
         return read ? ChangeFlags(messages, kFlagRead, 0) : ChangeFlags(messages, 0, kFlagRead);

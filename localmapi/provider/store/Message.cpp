@@ -229,8 +229,7 @@ void Message::WriteDraft(bool force)
 {
     try {
         if (!m_id) {
-            m_id = m_store->objects.CreateMessage(m_folder, m_draft);
-            m_change = m_store->objects.Info(m_id).change;
+            m_id = m_store->objects.CreateMessage(m_folder, m_draft, &m_change);
         } else if (!m_draft.empty()) {
             m_change = m_store->objects.ChangeMessage(m_id, m_draft, force ? std::nullopt : std::optional(m_change));
         }
@@ -256,13 +255,9 @@ STDMETHODIMP Message::SetReadFlag(ULONG ulFlags)
             return S_OK;
         }
         m_store->RequireWritable();
-        const auto before = m_store->objects.Find(m_id);
-        if (!before || !m_store->objects.ChangeFlags({m_id}, set, clear).front())
-            Deleted();
         // This change is no reason to refuse what this object saves later.
-        const auto after = m_store->objects.Find(m_id);
-        if (before->change == m_change && after)
-            m_change = after->change;
+        if (!m_store->objects.ChangeFlags({m_id}, set, clear, &m_change).front())
+            Deleted();
         return S_OK;
     });
 }

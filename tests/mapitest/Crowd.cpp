@@ -58,8 +58,8 @@ std::string DoubledIds(const std::vector<Step> &steps)
 std::string Told(const Disorder &disorder)
 {
     std::string text =
-        "no order fits these steps, which are what is left of those from a moment when nothing was under "
-        "way,\nwithout all that the last one's answer does not depend on; before them:\n" +
+        "no order fits these steps (shrunk by leaving out what concerns other messages; * marks the first "
+        "answer that fits none);\nbefore them:\n" +
         disorder.before.Text();
     for (std::size_t i = 0; i < disorder.steps.size(); ++i)
         text += (i == disorder.culprit ? "* " : "  ") + disorder.steps[i].Text() + "\n";
@@ -79,7 +79,7 @@ CrowdResult RunCrowd(const CrowdPlan &plan)
         crews.push_back(Start(plan, site, nextThread));
     // Who is killed is followed by another.
     for (int i = 0; i < plan.kills; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(random.Between(30, 250)));
+        std::this_thread::sleep_for(std::chrono::milliseconds(random.Between(10, 150)));
         Started &victim = crews[static_cast<std::size_t>(random.Below(static_cast<int>(crews.size())))];
         if (victim.killed)
             continue;

@@ -164,6 +164,41 @@ std::set<std::int64_t> MessagesOf(const Step &step, const std::map<int, std::int
     return messages;
 }
 
+// A folder that nobody reads, for what becomes of copies.
+constexpr int kElsewhere = -1;
+
+// Who made the message, or else the first who saw it.
+const Step *WitnessOf(const std::vector<Step> &steps, std::int64_t message)
+{
+    const Step *witness = nullptr;
+    for (const Step &step : steps) {
+        const bool sees =
+            std::any_of(step.rows.begin(), step.rows.end(), [&](const SeenRow &row) { return row.id == message; });
+        if (step.kind == Step::Kind::Create && step.id == message)
+            return &step;
+        if (sees && (!witness || step.ended < witness->ended))
+            witness = &step;
+    }
+    return witness;
+}
+
+std::int64_t BirthOf(const std::vector<Step> &steps, std::int64_t message)
+{
+    const Step *witness = WitnessOf(steps, message);
+    return witness ? witness->began : 0;
+}
+
+// A message that came from elsewhere is there as it was seen first.
+CrowdState BeforeOf(const std::vector<Step> &steps, std::int64_t message)
+{
+    CrowdState before;
+    if (const Step *witness = WitnessOf(steps, message))
+        for (const SeenRow &row : witness->rows)
+            if (row.id == message)
+                before.Put(witness->folder, row);
+    return before;
+}
+
 // Without the steps on other messages. Which message has which number is learned from rows, so those stay.
 void Project(Disorder &disorder)
 {
@@ -186,25 +221,23 @@ void Project(Disorder &disorder)
     if (wanted.size() != 1)
         return; // it is about the folder
     const std::int64_t only = *wanted.begin();
-    Disorder projected{disorder.before, {}, 0};
+    Disorder projected{BeforeOf(disorder.steps, only), {}, 0};
+    const std::int64_t from = BirthOf(disorder.steps, only);
     for (std::size_t i = 0; i < disorder.steps.size(); ++i) {
         Step step = disorder.steps[i];
-        if (!about[i].count(only) && step.kind != Step::Kind::AllRead)
+        const bool concerns = about[i].count(only) || step.kind == Step::Kind::AllRead;
+        if (i != disorder.culprit && (!concerns || step.kind == Step::Kind::Copy || step.ended < from))
             continue;
         if (i == disorder.culprit)
             projected.culprit = projected.steps.size();
-        // Rows make its number known; of a list it is the only one that counts.
-        if (step.kind == Step::Kind::Rows) {
-            std::erase_if(step.rows, [&](const SeenRow &row) { return row.id != only; });
-        } else {
-            std::erase_if(step.ids, [&](std::int64_t id) { return id != only; });
-        }
+        if (step.kind == Step::Kind::Copy || step.kind == Step::Kind::Move)
+            step.to = kElsewhere;
+        std::erase_if(step.rows, [&](const SeenRow &row) { return row.id && row.id != only; });
+        std::erase_if(step.ids, [&](std::int64_t id) { return id != only; });
         projected.steps.push_back(std::move(step));
     }
-    if (!Fits(projected.steps, {}) && Fits(Without(projected.steps, projected.culprit), {})) {
-        projected.before = {};
+    if (!Fits(projected.steps, projected.before) && Fits(Without(projected.steps, projected.culprit), projected.before))
         disorder = std::move(projected);
-    }
 }
 
 } // namespace

@@ -11,6 +11,11 @@ class CrowdState
   public:
     // Does the step; false when its answer does not fit. One that was never answered may have had any.
     bool Apply(const Step &step);
+    // A message that is there from the beginning.
+    void Put(int folder, const SeenRow &row)
+    {
+        m_known[row.id] = {folder, row.label, row.flags, row.status, row.value};
+    }
     // The same for states that differ in nothing.
     std::string Key() const;
     std::string Text() const;

@@ -48,9 +48,8 @@ void PerformUnadvise(World &world, const Operation &operation)
 {
     OpenTable &open = Advised(world, operation);
     Expect(open.object->Unadvise(open.connection), S_OK, "Unadvise");
-    open.sink->Close();
+    world.KeepClosed(open.sink);
     Expect(open.object->Unadvise(open.connection), MAPI_E_NOT_FOUND, "Unadvise a second time");
-    world.KeepClosed(std::move(open.sink));
     open.sink.reset();
     open.copy = {};
 }

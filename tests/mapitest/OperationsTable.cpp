@@ -40,9 +40,8 @@ void PerformOpenTable(World &world, const Operation &operation)
 
 void PerformCloseTable(World &world, const Operation &operation)
 {
-    // One that is advised ends its advise so.
     Named(world.tables, operation.target);
-    world.tables.erase(operation.target);
+    world.Close(world.tables.find(operation.target));
 }
 
 // --- filter and order ---
@@ -55,7 +54,9 @@ void Rearranged(World &world, OpenTable &open)
         return;
     const bool loose = open.copy.loose;
     auto changed = std::move(open.copy.changed), earlier = std::move(open.copy.earlier);
+    auto hidden = std::move(open.copy.hidden);
     world.FillCopy(open);
+    open.copy.hidden = std::move(hidden);
     open.copy.loose = loose;
     open.copy.earlier = std::move(earlier);
     open.copy.earlier.merge(changed);

@@ -15,7 +15,7 @@ struct Options {
     std::uint32_t each = 1500; // operations of one thread alone, a seed
     int alone = 10;            // so many seeds of one thread, then a crowd; 0: crowds only
     bool crowds = true;
-    int processes = 2, threads = 2, steps = 150, kills = 1; // of a crowd
+    int processes = 2, threads = 2, steps = 300, kills = 2; // of a crowd
     bool shrink = true;
 };
 

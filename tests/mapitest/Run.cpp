@@ -60,7 +60,8 @@ std::optional<Failure> RunSeed(const std::string &folder, std::uint64_t seed, st
 
 std::optional<std::string> Replay(const std::string &folder, const std::vector<Operation> &history)
 {
-    World world(folder);
+    // What was told late when first run would be so again; here it must not take for ever.
+    World world(folder, std::chrono::seconds(2));
     for (const Operation &operation : history)
         if (const auto wrong = Perform(world, operation))
             return wrong;

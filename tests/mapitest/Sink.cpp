@@ -78,9 +78,16 @@ void TableCopy::Take(const Event &event)
     default:
         throw std::runtime_error("an event of kind " + std::to_string(event.event));
     }
+    const bool known = row(event.index) != rows.end();
+    // Of a row that changed twice before anybody looked it is not known whether it was shown in between. When the table
+    // was restricted meanwhile, this is told of the former rows.
+    if (event.event == TABLE_ROW_DELETED && hidden.count(event.index)) {
+        reread = reread || known;
+        loose = loose || known;
+        return;
+    }
     if (!changed.count(event.index) && !earlier.count(event.index))
         refuse("a notice without a change");
-    const bool known = row(event.index) != rows.end();
     if (known)
         rows.erase(row(event.index));
     if (event.event == TABLE_ROW_DELETED) {

@@ -48,6 +48,7 @@ struct TableCopy {
     std::set<Bytes> owed;       // rows of which something must be told
     std::set<Bytes> changed;    // rows of which something may be told
     std::set<Bytes> earlier;    // the same, of what was awaited before
+    std::set<Bytes> hidden;     // rows that changed unseen
     bool reread = false;        // the table said that it changed
     bool loose = false;         // and was read then, maybe later than what is still to be told
 

@@ -102,7 +102,8 @@ std::string Difference(const SPropValue &got, ULONG tag, const Value *wanted)
 
 // --- sessions ---
 
-World::World(const std::string &folder) : m_path(CopyOfTemplate(folder))
+World::World(const std::string &folder, std::chrono::seconds patience)
+    : m_path(CopyOfTemplate(folder)), m_patience(patience)
 {
     for (int user = 0; user < kMailboxes; ++user)
         m_addresses[user] = AddressOfUser(user);
@@ -160,7 +161,8 @@ void World::LogOff(int session, int manner)
         }
     }
     std::erase_if(drafts, [&](const auto &draft) { return draft.second.session == session; });
-    std::erase_if(tables, [&](const auto &table) { return table.second.session == session; });
+    for (auto table = tables.begin(); table != tables.end();)
+        table = table->second.session == session ? Close(table) : std::next(table);
     one.folders.clear();
     for (auto &store : one.stores)
         store.reset();
@@ -207,11 +209,28 @@ const Bytes *World::SomeForgotten(LONG which) const
     return std::any_of(model.messages.begin(), model.messages.end(), has) ? nullptr : &id;
 }
 
+void World::KeepClosed(const ComPtr<Sink> &sink)
+{
+    constexpr std::size_t kKept = 8;
+    sink->Close();
+    m_closed.push_back(sink);
+    if (m_closed.size() > kKept)
+        m_closed.erase(m_closed.begin());
+}
+
+std::map<Name, OpenTable>::iterator World::Close(std::map<Name, OpenTable>::iterator table)
+{
+    const ComPtr<Sink> sink = table->second.sink;
+    const auto next = tables.erase(table);
+    if (sink)
+        KeepClosed(sink);
+    return next;
+}
+
 void World::LookAtClosed()
 {
     for (const auto &sink : m_closed)
-        Expect(!sink->WasToldAfterClose(), "a sink was told after its Unadvise returned");
-    m_closed.clear();
+        Expect(!sink->WasToldAfterClose(), "a sink was told after its advise had ended");
 }
 
 // --- rows ---
@@ -279,112 +298,6 @@ void World::Bind(Name folder, int session)
            "the folder shows " + std::to_string(rows.size()) + " messages, not " + std::to_string(wanted.size()));
     for (ULONG i = 0; i < rows.size(); ++i)
         Compare(rows[i].lpProps, rows[i].cValues, *wanted[i], "row " + std::to_string(i) + " of the folder");
-}
-
-// --- notices ---
-
-namespace
-{
-
-constexpr std::chrono::seconds kPatience{30};
-
-} // namespace
-
-void World::Follow()
-{
-    for (auto &[tableName, table] : tables) {
-        if (!table.sink)
-            continue;
-        for (const auto &[name, folder] : model.touched) {
-            if (folder != table.model.folder)
-                continue;
-            const Message *message = model.FindMessage(name);
-            const bool shows = message && table.model.Shows(*message);
-            const bool did = table.copy.shown.count(name) != 0;
-            if (!shows && !did)
-                continue;
-            const Bytes key = message ? message->instanceKey : Bytes();
-            if (shows) {
-                table.copy.shown.insert(name);
-                table.copy.keys[name] = key;
-                table.copy.owed.insert(key);
-            } else {
-                table.copy.shown.erase(name);
-                table.copy.owed.erase(table.copy.keys[name]);
-            }
-            table.copy.changed.insert(table.copy.keys[name]);
-        }
-    }
-    model.touched.clear();
-}
-
-void World::AwaitNotices(OpenTable &table)
-{
-    TableCopy &copy = table.copy;
-    const auto until = std::chrono::steady_clock::now() + kPatience;
-    const auto wanted = table.model.Shown(model);
-    bool reread = false;
-    for (;;) {
-        std::string difference;
-        if (copy.reread) {
-            // As a client does that is told to read the table again.
-            copy.rows.clear();
-            for (const Message *message : wanted)
-                copy.rows.push_back({message->instanceKey, ColumnTexts(*message)});
-            copy.reread = false;
-            reread = true;
-        } else if (!copy.owed.empty()) {
-            difference = "of a change nothing was told";
-        } else if (copy.rows.size() != wanted.size()) {
-            difference =
-                "the rows told of are " + std::to_string(copy.rows.size()) + ", not " + std::to_string(wanted.size());
-        } else {
-            for (std::size_t i = 0; i < wanted.size() && difference.empty(); ++i)
-                if (copy.rows[i].columns != ColumnTexts(*wanted[i]))
-                    difference = "row " + std::to_string(i) + " was told otherwise";
-        }
-        if (difference.empty())
-            break;
-        if (std::chrono::steady_clock::now() >= until)
-            throw Deviation("notices: " + difference + "\n" + copy.Text());
-        try {
-            for (const Event &event : table.sink->Take(until))
-                copy.Take(event);
-        } catch (const Deviation &) {
-            throw;
-        } catch (const std::runtime_error &wrong) {
-            throw Deviation(std::string("notices: ") + wrong.what());
-        }
-    }
-    copy.loose = reread;
-    copy.earlier = std::exchange(copy.changed, {});
-}
-
-std::vector<std::string> World::ColumnTexts(const Message &message) const
-{
-    std::vector<std::string> texts;
-    for (const ULONG tag : Columns()) {
-        const Value *value = Find(message.content.properties, tag);
-        if (tag == PR_INSTANCE_KEY)
-            texts.push_back(TextOf(message.instanceKey));
-        else if (tag == PR_ENTRYID)
-            texts.push_back(TextOf(message.entryId));
-        else if (tag == PR_PARENT_ENTRYID)
-            texts.push_back(TextOf(folderIds.at(message.folder)));
-        else
-            texts.push_back(!value ? "-" : IsLong(*value) ? NameOf(HRESULT{MAPI_E_NOT_ENOUGH_MEMORY}) : TextOf(*value));
-    }
-    return texts;
-}
-
-void World::FillCopy(OpenTable &table)
-{
-    table.copy = {};
-    for (const Message *message : table.model.Shown(model)) {
-        table.copy.rows.push_back({message->instanceKey, ColumnTexts(*message)});
-        table.copy.shown.insert(message->name);
-        table.copy.keys[message->name] = message->instanceKey;
-    }
 }
 
 } // namespace mapitest

@@ -57,8 +57,8 @@ struct OpenTable {
 class World
 {
   public:
-    // Works in a copy of the template in this folder.
-    explicit World(const std::string &folder);
+    // Works in a copy of the template in this folder; waits so long for notices that are due.
+    explicit World(const std::string &folder, std::chrono::seconds patience = std::chrono::seconds(30));
     World(const World &) = delete;
     World &operator=(const World &) = delete;
     ~World();
@@ -78,9 +78,11 @@ class World
     const std::string &AddressOf(int user) const { return m_addresses[user]; }
     // An entry ID that no message has any more; null when there is none.
     const Bytes *SomeForgotten(LONG which) const;
-    // A sink that nobody may call any more; looked at again now and then.
-    void KeepClosed(ComPtr<Sink> sink) { m_closed.push_back(std::move(sink)); }
+    // A sink that nobody may call any more; the last ones are looked at again and again.
+    void KeepClosed(const ComPtr<Sink> &sink);
     void LookAtClosed();
+    // Lets go of a table, which ends its advise.
+    std::map<Name, OpenTable>::iterator Close(std::map<Name, OpenTable>::iterator table);
     // Learns the entry IDs of what was made in the folder, and compares the folder with the model.
     void Bind(Name folder, int session);
     // An entry ID that must be new in the site.
@@ -95,6 +97,7 @@ class World
 
   private:
     std::string m_path;
+    const std::chrono::seconds m_patience;
     std::string m_addresses[kMailboxes];
     std::set<Bytes> m_seen;
     std::vector<ComPtr<Sink>> m_closed;

@@ -138,10 +138,11 @@ std::int64_t RequireSite(Connection &connection, const std::string &path)
 void Database::Admit()
 {
     auto connection = Open();
+    // Before SQLite looks at it, and makes a log beside it that nobody else could write to.
+    if (!m_options.readOnly && sqlite3_db_readonly(connection->Handle(), "main") == 1 && SaysThatItIsASite(*connection))
+        throw Error(Fault::NoAccess, "'" + m_path + "' can only be read.");
     const std::int64_t version = RequireSite(*connection, m_path);
     if (!m_options.readOnly) {
-        if (sqlite3_db_readonly(connection->Handle(), "main") == 1)
-            throw Error(Fault::NoAccess, "'" + m_path + "' can only be read.");
         connection->Execute("PRAGMA journal_mode = WAL");
         m_former = Upgrade(*connection, m_path, m_options);
     } else if (version < kSchemaVersion) {

@@ -176,6 +176,7 @@ TEST_F(Readers, OfAnotherAccountAreNotInTheOwnersWay)
     };
     // Nobody has it open.
     EXPECT_TRUE(reads({"alice"}));
+    EXPECT_TRUE(As(kReader, [&] { return FaultOf([&] { Site::Open(path); }) == Fault::NoAccess; }).Succeeds());
     EXPECT_EQ(Files(), Subjects{"site.db"});
     EXPECT_TRUE(
         As(kOwner, [&] { return !Directory(Site::Open(path)).AddUser("bob", "Bob").alias.empty(); }).Succeeds());

@@ -1,7 +1,9 @@
 // Runs the benchmarks and sets each figure beside its reference of the same run.
+#include "Sites.h"
 #include "Watching.h"
 #include <benchmark/benchmark.h>
 #include <cstdio>
+#include <cstdlib>
 #include <map>
 #include <string>
 #include <vector>
@@ -74,6 +76,8 @@ int main(int argc, char **argv)
 {
     if (argc == 3 && std::string(argv[1]) == "--save")
         return bench::SaveWhenTold(argv[2]);
+    if (argc == 5 && std::string(argv[1]) == "--send")
+        return bench::SendFor(argv[2], argv[3], std::atoi(argv[4]));
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 2;

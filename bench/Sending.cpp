@@ -13,11 +13,11 @@ namespace bench
 namespace
 {
 
-constexpr std::size_t kBytes = 200 * 1024;
+constexpr std::size_t kRecordingBytes = 200 * 1024;
 
 std::string Noise()
 {
-    std::string bytes(kBytes, '\0');
+    std::string bytes(kRecordingBytes, '\0');
     std::uint32_t noise = 1;
     for (char &byte : bytes) {
         noise = noise * 1664525 + 1013904223;
@@ -26,7 +26,7 @@ std::string Noise()
     return bytes;
 }
 
-const char *Recording()
+const char *ShortRecording()
 {
     static const char *name = "voicemail.wav";
     std::ofstream(name, std::ios::binary) << Noise();
@@ -36,7 +36,7 @@ const char *Recording()
 void SendVoiceMail(benchmark::State &state)
 {
     const HostSession host(SiteForSending());
-    const char *file = Recording();
+    const char *file = ShortRecording();
     for (auto _ : state)
         if (OrlSendUMEmailA(host.GetConnection(), host.GetMailbox(), "bob", "Voice Mail from Carla Costa (17 seconds)",
                             "You received a voice mail.\r\n", 0, 0, file, "message.wav", 17, "+15550100", "Carla Costa",

@@ -22,6 +22,10 @@ std::string SiteForSending();
 // A site with alice and this many others, user0 and so on. Kept between runs.
 std::string SiteWithUsers(int users);
 
+// Sends voice mails with this file as their recording until the time is over; prints how many, and the syncs of this
+// process. The exit status.
+int SendFor(const std::string &site, const std::string &file, int seconds);
+
 class HostSession
 {
   public:

@@ -23,6 +23,7 @@ class Inbox
     ~Inbox();
     Inbox(const Inbox &) = delete;
     Inbox &operator=(const Inbox &) = delete;
+    IMAPIFolder *Folder() { return m_folder; }
     IMAPITable *Table();       // a new one over the Inbox
     IMAPITable *OutboxTable(); // and over the Outbox
     // Saves a new message; when SaveChanges was called and when it returned.

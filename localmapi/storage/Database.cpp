@@ -21,6 +21,14 @@ namespace
 
 constexpr std::size_t kIdleConnections = 16;
 
+// One that is read in a few milliseconds by who opens the site next.
+bool HasShortLog(const std::string &path)
+{
+    constexpr std::uintmax_t kShort = 2 << 20;
+    std::error_code none;
+    return std::filesystem::file_size(PathOf(path + "-wal"), none) <= kShort;
+}
+
 // Every connection of a site is set up alike.
 void PrepareForUse(Connection &connection)
 {
@@ -192,7 +200,7 @@ std::unique_ptr<Connection> Database::Take()
 void Database::GiveBack(std::unique_ptr<Connection> connection) noexcept
 {
     const locks::Hold lock(m_lock);
-    if (m_idle.size() < kIdleConnections && !connection->IsOfMoment())
+    if (m_idle.size() < kIdleConnections && !connection->IsOfMoment() && !connection->IsInTransaction())
         try {
             m_idle.push_back(std::move(connection));
         } catch (const std::bad_alloc &) { // then it is closed instead
@@ -204,7 +212,7 @@ void Database::GiveBack(std::unique_ptr<Connection> connection) noexcept
 // The last one to close a file writes its log back and deletes it, by name. That name may be another file's by now.
 void Database::Close(std::unique_ptr<Connection> connection) const noexcept
 {
-    if (!IsInPlace())
+    if (!IsInPlace() || (m_options.leavesShortLog && HasShortLog(m_path)))
         connection->LeaveLog();
 }
 
@@ -251,9 +259,10 @@ Reader::~Reader()
     m_database.GiveBack(std::move(m_connection));
 }
 
-Writer::Writer(Database &database, Share share, Where where) : m_turn(database, database.m_writers, share)
+Writer::Writer(Database &database, Share share, References references, Where where)
+    : m_turn(database, database.m_writers, share)
 {
-    m_turn.Begin(where);
+    m_turn.Begin(references, where);
     m_connection = &m_turn.GetConnection();
     m_numbers = m_turn.GetNumbers();
     ++m_numbers.change;

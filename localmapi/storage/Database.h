@@ -84,7 +84,8 @@ class Reader
 class Writer
 {
   public:
-    explicit Writer(Database &database, Share share = Share::WithOthers, Where where = Where::Here());
+    explicit Writer(Database &database, Share share = Share::WithOthers, References references = References::Checked,
+                    Where where = Where::Here());
     Writer(const Writer &) = delete;
     Writer &operator=(const Writer &) = delete;
     Connection *operator->() const { return m_connection; }

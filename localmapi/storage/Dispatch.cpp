@@ -136,8 +136,11 @@ ObjectId Carry(Writer &writer, Lists &lists, const ObjectRow &stored, const Dest
 
 std::vector<ObjectId> Objects::Send(const Dispatch &dispatch)
 {
+    // What is long is written once, the rest in every place.
+    constexpr std::size_t kMany = 100;
     const Staging staging(m_site.GetDatabase(), dispatch.content);
-    Writer writer(m_site.GetDatabase());
+    Writer writer(m_site.GetDatabase(),
+                  dispatch.destinations.size() > kMany ? Share::WithNobody : ShareOf(staging.Content()));
     std::set<ObjectId> folders;
     for (const Destination &destination : dispatch.destinations)
         if (folders.insert(destination.folder).second)

@@ -1,5 +1,5 @@
 // Messages are made, changed, copied, moved and removed here, with their recipients and attachments, facets and
-// entries.
+// entries. Lists of them are in Lists.cpp.
 #include "localmapi/storage/Messages.h"
 #include "localmapi/storage/Schema.h"
 #include "localmapi/storage/Staging.h"
@@ -225,9 +225,6 @@ void RemoveMessage(Writer &writer, const ObjectRow &row)
     writer.Entries().MessageRemoved(row.info.id, row.info.parent, row.key);
 }
 
-namespace
-{
-
 ObjectId CopyObject(Writer &writer, const ObjectRow &from, ObjectId parent)
 {
     ObjectId id = writer.NewId();
@@ -255,26 +252,16 @@ ObjectId CopyObject(Writer &writer, const ObjectRow &from, ObjectId parent)
     return id;
 }
 
-// Does one thing to each message of a list, in one transaction, and gathers the answers.
-template <class Answer, class Work>
-std::vector<Answer> ForEach(Writer &writer, const std::vector<ObjectId> &messages, Work work)
+Share ShareOf(const MessageChanges &content)
 {
-    std::vector<Answer> answers;
-    answers.reserve(messages.size());
-    for (ObjectId id : messages) {
-        std::optional<ObjectRow> row = FindMessage(writer, id);
-        answers.push_back(row ? Answer(work(*row)) : Answer());
-    }
-    writer.Commit();
-    return answers;
+    constexpr std::uint64_t kMuch = 1 << 20;
+    return content.AddedSize() > kMuch ? Share::WithNobody : Share::WithOthers;
 }
-
-} // namespace
 
 ObjectId Objects::CreateMessage(ObjectId folder, const MessageChanges &content, ChangeNumber *change)
 {
     const Staging staging(m_site.GetDatabase(), content);
-    Writer writer(m_site.GetDatabase());
+    Writer writer(m_site.GetDatabase(), ShareOf(staging.Content()));
     RequireFolder(writer, folder);
     ObjectId id = InsertMessage(writer, folder, staging.Content());
     writer.Commit();
@@ -285,7 +272,7 @@ ObjectId Objects::CreateMessage(ObjectId folder, const MessageChanges &content, 
 
 std::vector<ObjectId> Objects::CreateMessages(const std::vector<NewMessage> &messages)
 {
-    Writer writer(m_site.GetDatabase());
+    Writer writer(m_site.GetDatabase(), Share::WithNobody);
     std::set<ObjectId> folders;
     std::vector<ObjectId> ids;
     ids.reserve(messages.size());
@@ -302,7 +289,7 @@ ChangeNumber Objects::ChangeMessage(ObjectId message, const MessageChanges &chan
                                     std::optional<ChangeNumber> expected)
 {
     const Staging staging(m_site.GetDatabase(), changes);
-    Writer writer(m_site.GetDatabase());
+    Writer writer(m_site.GetDatabase(), ShareOf(staging.Content()));
     std::optional<ObjectRow> row = FindMessage(writer, message);
     if (!row)
         throw Error(Fault::NotFound, "The message is not in the site (any more).");
@@ -311,85 +298,6 @@ ChangeNumber Objects::ChangeMessage(ObjectId message, const MessageChanges &chan
     ApplyToMessage(writer, *row, staging.Content());
     writer.Commit();
     return writer.Change();
-}
-
-std::vector<ObjectId> Objects::CopyMessages(const std::vector<ObjectId> &messages, ObjectId folder)
-{
-    Writer writer(m_site.GetDatabase());
-    RequireFolder(writer, folder);
-    return ForEach<ObjectId>(writer, messages, [&](const ObjectRow &row) { return CopyObject(writer, row, folder); });
-}
-
-std::vector<ObjectId> Objects::MoveMessages(const std::vector<ObjectId> &messages, ObjectId folder)
-{
-    Writer writer(m_site.GetDatabase());
-    RequireFolder(writer, folder);
-    return ForEach<ObjectId>(writer, messages, [&](const ObjectRow &row) { return MoveMessage(writer, row, folder); });
-}
-
-std::vector<bool> Objects::RemoveMessages(const std::vector<ObjectId> &messages)
-{
-    Writer writer(m_site.GetDatabase());
-    return ForEach<bool>(writer, messages, [&](const ObjectRow &row) {
-        RemoveMessage(writer, row);
-        return true;
-    });
-}
-
-std::vector<bool> Objects::ChangeFlags(const std::vector<ObjectId> &messages, std::int32_t set, std::int32_t clear,
-                                       ChangeNumber *known)
-{
-    Writer writer(m_site.GetDatabase());
-    bool follows = false;
-    std::vector<bool> there = ForEach<bool>(writer, messages, [&](const ObjectRow &row) {
-        FacetKey key = row.key;
-        key.flags = ((key.flags | set) & ~clear & ~kFlagHasAttachments) | (key.flags & kFlagHasAttachments);
-        if (key == row.key)
-            return true;
-        writer.Facets().Leave(row.facet);
-        writer->Prepare("UPDATE object SET facet = ?, modified = ?, change = ? WHERE id = ?")
-            .Bind(writer.Facets().Enter(*writer, row.info.parent, key), writer.Now(), writer.Change(), row.info.id)
-            .Run();
-        writer.Entries().MessageChanged(row.info.id, row.info.parent, row.key, key);
-        follows = follows || (known && *known == row.info.change);
-        return true;
-    });
-    if (follows)
-        *known = writer.Change();
-    return there;
-}
-
-void Objects::RemoveAllMessages(ObjectId folder)
-{
-    Writer writer(m_site.GetDatabase());
-    RequireFolder(writer, folder);
-    for (const Facet &facet : FacetsOf(*writer, folder)) {
-        if (facet.key.flags & kFlagAssociated)
-            continue;
-        writer->Prepare("DELETE FROM object WHERE facet = ?").Bind(facet.id).Run();
-        writer.Facets().Leave(facet.id, facet.count);
-        writer.Entries().FacetChanged(folder, facet.key, {});
-    }
-    writer.Commit();
-}
-
-void Objects::SetAllRead(ObjectId folder, bool read)
-{
-    Writer writer(m_site.GetDatabase());
-    RequireFolder(writer, folder);
-    for (const Facet &facet : FacetsOf(*writer, folder)) {
-        if ((facet.key.flags & kFlagAssociated) || ((facet.key.flags & kFlagRead) != 0) == read)
-            continue;
-        FacetKey key = facet.key;
-        key.flags ^= kFlagRead;
-        std::int64_t to = writer.Facets().Enter(*writer, folder, key, facet.count);
-        writer.Facets().Leave(facet.id, facet.count);
-        writer->Prepare("UPDATE object SET facet = ?, modified = ?, change = ? WHERE facet = ?")
-            .Bind(to, writer.Now(), writer.Change(), facet.id)
-            .Run();
-        writer.Entries().FacetChanged(folder, facet.key, key);
-    }
-    writer.Commit();
 }
 
 } // namespace localmapi::storage

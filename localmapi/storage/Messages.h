@@ -7,6 +7,8 @@
 namespace localmapi::storage
 {
 
+// Whether others may wait for a message to be written.
+Share ShareOf(const MessageChanges &content);
 void RequireFolder(Writer &writer, ObjectId folder);
 // A message that lies in a folder; embedded ones belong to their attachments.
 std::optional<ObjectRow> FindMessage(Writer &writer, ObjectId id);
@@ -17,5 +19,9 @@ void ApplyToMessage(Writer &writer, const ObjectRow &old, const MessageChanges &
                     const RecipientList &list = {});
 ObjectId MoveMessage(Writer &writer, const ObjectRow &row, ObjectId folder); // its new id
 void RemoveMessage(Writer &writer, const ObjectRow &row);
+// The object, with all that is in it, once more in another one.
+ObjectId CopyObject(Writer &writer, const ObjectRow &from, ObjectId parent);
+// Deletes the messages of a folder and of those in it, where they are more than one commit may take.
+void EmptyLargeBranch(const Site &site, ObjectId folder);
 
 } // namespace localmapi::storage

@@ -1,5 +1,5 @@
 // Reading objects of any kind, and folders. Messages are in Messages.cpp, what is sent in Dispatch.cpp.
-#include "localmapi/storage/Objects.h"
+#include "localmapi/storage/Messages.h"
 #include "localmapi/storage/Properties.h"
 #include "localmapi/storage/Recipients.h"
 #include "localmapi/storage/StoredReader.h"
@@ -45,6 +45,19 @@ std::optional<ObjectInfo> Objects::Find(ObjectId id) const
     Reader reader(m_site.GetDatabase());
     std::optional<ObjectRow> row = FindObject(*reader, id);
     return row ? std::optional(row->info) : std::nullopt;
+}
+
+std::vector<std::optional<ObjectInfo>> Objects::Find(const std::vector<ObjectId> &ids) const
+{
+    Reader reader(m_site.GetDatabase());
+    std::map<std::int64_t, FacetKey> facets;
+    std::vector<std::optional<ObjectInfo>> found;
+    found.reserve(ids.size());
+    for (const ObjectId id : ids) {
+        const std::optional<ObjectRow> row = FindObject(*reader, id, &facets);
+        found.push_back(row ? std::optional(row->info) : std::nullopt);
+    }
+    return found;
 }
 
 ObjectInfo Objects::Info(ObjectId id) const
@@ -165,15 +178,30 @@ std::optional<ObjectId> Objects::FolderNamed(ObjectId parent, const std::string 
     return found ? std::optional(found) : std::nullopt;
 }
 
-void Objects::RemoveFolder(ObjectId folder)
+namespace
 {
-    Writer writer(m_site.GetDatabase());
-    if (GetObject(*writer, folder).info.kind != ObjectKind::Folder)
+
+void RequireOwnFolder(Connection &connection, ObjectId folder)
+{
+    if (GetObject(connection, folder).info.kind != ObjectKind::Folder)
         throw Error(Fault::Invalid, "The object to be removed is no folder.");
-    Statement special = writer->Prepare("SELECT 1 FROM mailbox WHERE ?1 IN "
-                                        "(root, ipm_subtree, inbox, outbox, sent_items, deleted_items, calendar)");
+    Statement special = connection.Prepare("SELECT 1 FROM mailbox WHERE ?1 IN "
+                                           "(root, ipm_subtree, inbox, outbox, sent_items, deleted_items, calendar)");
     if (special.Bind(folder).Step())
         throw Error(Fault::Invalid, "A folder that every mailbox has can't be removed.");
+}
+
+} // namespace
+
+void Objects::RemoveFolder(ObjectId folder)
+{
+    {
+        Reader reader(m_site.GetDatabase());
+        RequireOwnFolder(*reader, folder);
+    }
+    EmptyLargeBranch(m_site, folder);
+    Writer writer(m_site.GetDatabase(), Share::WithNobody);
+    RequireOwnFolder(*writer, folder);
     writer.Entries().FolderRemoved(*writer, folder);
     writer->Prepare("DELETE FROM object WHERE id = ?").Bind(folder).Run();
     writer.Commit();

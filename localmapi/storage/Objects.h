@@ -60,6 +60,7 @@ class Objects
     // Reading. Values longer than `longest` bytes come as StoredStream.
     static constexpr std::uint64_t kLongest = 32 * 1024;
     std::optional<ObjectInfo> Find(ObjectId id) const;
+    std::vector<std::optional<ObjectInfo>> Find(const std::vector<ObjectId> &ids) const;
     ObjectInfo Info(ObjectId id) const; // NotFound
     // Everything, or the properties of these tags that there are.
     PropertyBag Read(ObjectId id) const { return ReadUpTo(id, kLongest); }
@@ -91,7 +92,9 @@ class Objects
     std::vector<ObjectId> CreateMessages(const std::vector<NewMessage> &messages);
     ChangeNumber ChangeMessage(ObjectId message, const MessageChanges &changes,
                                std::optional<ChangeNumber> expected = {});
-    // Each answers in the order of `messages`; a message that is not there (any more) gives 0 or false.
+    // Lists: up to 2,000 messages are one transaction, longer ones are done in pieces, each of them a transaction. Each
+    // answers in the order of `messages`; a message that is not there (any more) gives 0 or false, and so does one that
+    // was not come to since a piece failed.
     std::vector<ObjectId> CopyMessages(const std::vector<ObjectId> &messages, ObjectId folder);
     std::vector<ObjectId> MoveMessages(const std::vector<ObjectId> &messages, ObjectId folder); // the new ids
     std::vector<bool> RemoveMessages(const std::vector<ObjectId> &messages);
@@ -106,9 +109,10 @@ class Objects
     {
         return read ? ChangeFlags(messages, kFlagRead, 0) : ChangeFlags(messages, 0, kFlagRead);
     }
-    // Every message of the folder that is not associated.
-    void RemoveAllMessages(ObjectId folder);
-    void SetAllRead(ObjectId folder, bool read);
+    // Every message of the folder that is not associated; more than 2,000 in pieces, too. False where one of them
+    // failed after others, which are done.
+    bool RemoveAllMessages(ObjectId folder);
+    bool SetAllRead(ObjectId folder, bool read);
 
   private:
     Site m_site;

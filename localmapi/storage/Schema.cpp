@@ -167,15 +167,24 @@ CREATE INDEX object_list ON object (list) WHERE list IS NOT NULL;
 ALTER TABLE stream ADD COLUMN data INTEGER REFERENCES stream (id);
 CREATE INDEX stream_data ON stream (data) WHERE data IS NOT NULL;
 ALTER TABLE chunk ADD COLUMN checksum INTEGER;
-CREATE TRIGGER list_left AFTER DELETE ON object WHEN old.list IS NOT NULL BEGIN
-    DELETE FROM object WHERE id = old.list AND NOT EXISTS (SELECT 1 FROM object WHERE list = old.list);
+-- What goes with them is deleted here too: who deletes many messages at once does not have references followed.
+CREATE TRIGGER list_left AFTER DELETE ON object
+WHEN old.list IS NOT NULL AND NOT EXISTS (SELECT 1 FROM object WHERE list = old.list) BEGIN
+    DELETE FROM chunk WHERE stream IN (SELECT s.id FROM object o JOIN stream s ON s.object = o.id WHERE o.parent = old.list);
+    DELETE FROM stream WHERE object IN (SELECT id FROM object WHERE parent = old.list);
+    DELETE FROM property WHERE object IN (SELECT id FROM object WHERE parent = old.list);
+    DELETE FROM object WHERE parent = old.list;
+    DELETE FROM object WHERE id = old.list;
 END;
 CREATE TRIGGER list_changed AFTER UPDATE OF list ON object WHEN old.list IS NOT NULL AND old.list IS NOT new.list BEGIN
     DELETE FROM object WHERE id = old.list AND NOT EXISTS (SELECT 1 FROM object WHERE list = old.list);
 END;
-CREATE TRIGGER data_left AFTER DELETE ON stream WHEN old.data IS NOT NULL BEGIN
-    DELETE FROM object WHERE id = (SELECT object FROM stream WHERE id = old.data)
-        AND NOT EXISTS (SELECT 1 FROM stream WHERE data = old.data);
+CREATE TRIGGER data_left AFTER DELETE ON stream
+WHEN old.data IS NOT NULL AND NOT EXISTS (SELECT 1 FROM stream WHERE data = old.data) BEGIN
+    DELETE FROM chunk WHERE stream = old.data;
+    DELETE FROM object WHERE id = (SELECT object FROM stream WHERE id = old.data);
+    DELETE FROM property WHERE object = (SELECT object FROM stream WHERE id = old.data);
+    DELETE FROM stream WHERE id = old.data;
 END;
 )";
 

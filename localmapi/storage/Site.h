@@ -26,6 +26,9 @@ struct OpenOptions {
     // Of a file of an older version, before it is brought to this one: see UpgradedFrom.
     bool keepsOldCopy = true;
     CopyProgress copying = {};
+    // For a process that writes little: at its end it leaves a short log as it is, to whoever opens the site next,
+    // where the last one otherwise writes it back, which takes syncs of its own.
+    bool leavesShortLog = false;
 };
 
 class Site

@@ -198,19 +198,19 @@ std::string UriOf(const std::string &path, const char *parameters)
 
 } // namespace
 
-Connection::Connection(const std::string &path, int flags, int busyTimeoutMs) : m_path(path)
+Connection::Connection(const std::string &path, int flags, int busyTimeoutMs)
+    : m_path(path), m_busyTimeout(busyTimeoutMs)
 {
-    Open(path, flags, busyTimeoutMs);
+    Open(path, flags);
 }
 
 Connection::Connection(const std::string &path, Special special, int busyTimeoutMs)
-    : m_path(path), m_isOfMoment(special == Special::OfMoment)
+    : m_path(path), m_isOfMoment(special == Special::OfMoment), m_busyTimeout(busyTimeoutMs)
 {
-    Open(UriOf(path, m_isOfMoment ? "?immutable=1" : "?readonly_shm=1"), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI,
-         busyTimeoutMs);
+    Open(UriOf(path, m_isOfMoment ? "?immutable=1" : "?readonly_shm=1"), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
 }
 
-void Connection::Open(const std::string &name, int flags, int busyTimeoutMs)
+void Connection::Open(const std::string &name, int flags)
 {
     int result = sqlite3_open_v2(name.c_str(), &m_handle, flags | SQLITE_OPEN_NOMUTEX, nullptr);
     if (result != SQLITE_OK) {
@@ -221,7 +221,22 @@ void Connection::Open(const std::string &name, int flags, int busyTimeoutMs)
         throw Error(fault, "'" + m_path + "' can't be opened: " + text + ".");
     }
     sqlite3_extended_result_codes(m_handle, 1);
-    sqlite3_busy_timeout(m_handle, busyTimeoutMs);
+    sqlite3_busy_handler(m_handle, WaitForOthers, this);
+}
+
+// Looks again at short, even intervals. SQLite's own ones grow, and who waits longest would have the least chance.
+int Connection::WaitForOthers(void *connection, int tries)
+{
+    constexpr int kIntervalMs = 2;
+    auto &self = *static_cast<Connection *>(connection);
+    const auto now = std::chrono::steady_clock::now();
+    if (tries == 0 || now - self.m_busyLooked > std::chrono::seconds(1)) // it does not always count anew
+        self.m_busySince = now;
+    self.m_busyLooked = now;
+    if (now - self.m_busySince >= self.m_busyTimeout)
+        return 0;
+    sqlite3_sleep(kIntervalMs);
+    return 1;
 }
 
 Connection::~Connection()
@@ -252,6 +267,11 @@ bool Connection::ReadFile(std::int64_t at, void *bytes, std::size_t size) const
 void Connection::LeaveLog() const noexcept
 {
     sqlite3_db_config(m_handle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+}
+
+void Connection::CheckReferences(bool check) const noexcept
+{
+    sqlite3_db_config(m_handle, SQLITE_DBCONFIG_ENABLE_FKEY, check ? 1 : 0, nullptr);
 }
 
 void Connection::Fail(int result) const

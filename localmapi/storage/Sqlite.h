@@ -4,6 +4,7 @@
 #include "localmapi/storage/CacheShare.h"
 #include "localmapi/storage/Error.h"
 #include "localmapi/storage/Value.h"
+#include <chrono>
 #include <optional>
 #include <sqlite3.h>
 #include <string_view>
@@ -117,8 +118,11 @@ class Connection
     // Bytes of the file as it lies there, without its log, past SQLite's own view of it. False where there are fewer;
     // what is lacking is zero. By SQLite's descriptor: another one that is closed would take its locks along.
     bool ReadFile(std::int64_t at, void *bytes, std::size_t size) const;
+    void CheckReferences(bool check) const noexcept; // outside of transactions
     // Closing it shall neither write the log back nor delete it.
     void LeaveLog() const noexcept;
+    // Also where ending one failed, for lack of memory. Closing the connection ends it.
+    bool IsInTransaction() const { return !sqlite3_get_autocommit(m_handle); }
     // Whether somebody has statements of it that are not given back yet.
     bool HasBorrowedStatements() const { return m_borrowed != 0; }
     // SQLite ends a transaction by itself on some errors: throws the one that did, where none is open any more.
@@ -131,7 +135,7 @@ class Connection
     void GiveBack(sqlite3_stmt *statement) noexcept;
     void ForgetStatements() noexcept;
 
-    void Open(const std::string &name, int flags, int busyTimeoutMs);
+    void Open(const std::string &name, int flags);
 
     std::string m_path;
     bool m_isOfMoment = false;
@@ -140,6 +144,9 @@ class Connection
     std::unordered_multimap<std::string_view, sqlite3_stmt *> m_idle; // keyed by the statement's own text
     int m_borrowed = 0;
     const Where *m_begun = nullptr;
+    static int WaitForOthers(void *connection, int tries);
+    std::chrono::milliseconds m_busyTimeout;
+    std::chrono::steady_clock::time_point m_busySince, m_busyLooked;
     // What ended the last transaction that SQLite ended.
     mutable int m_endedBy = SQLITE_OK;
     mutable Fault m_endedByFault = Fault::Failed;

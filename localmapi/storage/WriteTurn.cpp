@@ -4,7 +4,7 @@
 #include "localmapi/storage/ChangeSignal.h"
 #include "localmapi/storage/Database.h"
 #include "localmapi/storage/Schema.h"
-#include <chrono>
+#include <thread>
 #include <utility>
 
 namespace localmapi::storage
@@ -16,7 +16,10 @@ namespace
 // A group ends with the member after which it has so many, or has lasted so long: those who are done wait for the
 // others, and so do other processes.
 constexpr int kMostInGroup = 64;
-constexpr std::chrono::milliseconds kLongest{100};
+constexpr std::chrono::milliseconds kLongestGroup{100};
+// Where this process writes for so long without a pause, it makes one: others that wait look again every other
+// millisecond.
+constexpr std::chrono::milliseconds kPause{4};
 
 } // namespace
 
@@ -27,6 +30,7 @@ struct WriteQueue::Group {
     std::chrono::steady_clock::time_point begun;
     Numbers numbers; // with the work of its members
     int members = 0; // whose work is in it
+    bool pause = false;
     bool announce = false;
 
     // How it ended. Written once, under the queue's lock.
@@ -74,12 +78,16 @@ std::shared_ptr<WriteQueue::Group> WriteQueue::Enter(Share share)
     Waiter self;
     self.share = share;
     const locks::Hold hold(m_lock);
-    if (!std::exchange(m_taken, true))
+    if (!m_taken) {
+        own->pause = IsPauseDue();
+        m_taken = true;
         return own;
+    }
     (m_last ? m_last->next : m_first) = &self;
     m_last = &self;
     while (!self.called)
         self.changed.Wait(m_lock);
+    own->pause = self.pause;
     return self.group ? std::move(self.group) : std::move(own);
 }
 
@@ -92,17 +100,30 @@ std::size_t WriteQueue::Length()
     return length;
 }
 
+// Whether other processes have to be let in before this one goes on.
+bool WriteQueue::IsPauseDue()
+{
+    const auto now = std::chrono::steady_clock::now();
+    const bool due = now - m_began > kLongestGroup;
+    const bool hasPaused = !m_taken && now - m_ended > kPause;
+    if (due || hasPaused)
+        m_began = now;
+    return due && !hasPaused;
+}
+
 void WriteQueue::CallNext(const std::shared_ptr<Group> &group)
 {
     Waiter *next = m_first;
     if (!next) {
         m_taken = false;
+        m_ended = std::chrono::steady_clock::now();
         return;
     }
     m_first = next->next;
     if (!m_first)
         m_last = nullptr;
     next->group = group;
+    next->pause = !group && IsPauseDue();
     next->called = true;
     next->changed.NotifyOne(); // it can't go before the lock is given back
 }
@@ -120,7 +141,7 @@ WriteTurn::~WriteTurn()
         m_database.GiveBack(std::move(m_kept));
 }
 
-void WriteTurn::Begin(Where where)
+void WriteTurn::Begin(References references, Where where)
 {
     m_database.RequireWritable();
     Group &group = *m_group;
@@ -129,7 +150,12 @@ void WriteTurn::Begin(Where where)
         m_saved = true;
         return;
     }
+    if (group.pause)
+        std::this_thread::sleep_for(kPause);
     group.connection = m_database.Take();
+    if (references == References::Unchecked)
+        group.connection->CheckReferences(false);
+    m_references = references;
     group.transaction.emplace(*group.connection, Transaction::Kind::Write, where);
     m_database.RequireInPlace(); // its log was opened by name, too
     m_database.RequireKnownVersion(*group.connection);
@@ -199,7 +225,7 @@ bool WriteTurn::HandOn() noexcept
 {
     Group &group = *m_group;
     if (m_share == Share::WithNobody || group.members >= kMostInGroup || group.connection->HasBorrowedStatements() ||
-        std::chrono::steady_clock::now() - group.begun > kLongest)
+        std::chrono::steady_clock::now() - group.begun > kLongestGroup)
         return false;
     const locks::Hold hold(m_queue.m_lock);
     if (!m_queue.m_first || m_queue.m_first->share == Share::WithNobody)
@@ -234,6 +260,8 @@ void WriteTurn::CommitAll()
 void WriteTurn::Tell() noexcept
 {
     if (std::unique_ptr<Connection> connection = std::move(m_group->connection)) {
+        if (m_references == References::Unchecked)
+            connection->CheckReferences(true);
         if (connection->HasBorrowedStatements())
             m_kept = std::move(connection);
         else

@@ -4,6 +4,7 @@
 #pragma once
 #include "localmapi/storage/Sqlite.h"
 #include "platform/locks/Mutex.h"
+#include <chrono>
 #include <memory>
 
 namespace localmapi::storage
@@ -14,6 +15,10 @@ class Database;
 // Whether a writer may share its transaction. One that may take long, or need much room, does not: nobody else is to
 // wait for its work, or to fail with it.
 enum class Share { WithOthers, WithNobody };
+
+// Whether SQLite follows references: refuses those to nothing, and deletes what belongs to a deleted row. Who deletes
+// all that belongs together does without. Only with Share::WithNobody.
+enum class References { Checked, Unchecked };
 
 // What the numbers of a site have come to.
 struct Numbers {
@@ -36,16 +41,20 @@ class WriteQueue
         Share share = Share::WithOthers;
         bool called = false;
         std::shared_ptr<Group> group; // the one that it is called into; null: one of its own
+        bool pause = false;           // before that one
         Waiter *next = nullptr;
         locks::Condition changed;
     };
 
     std::shared_ptr<Group> Enter(Share share);
     void CallNext(const std::shared_ptr<Group> &group) REQUIRES(m_lock);
+    bool IsPauseDue() REQUIRES(m_lock);
 
     locks::Mutex m_lock;
     bool m_taken GUARDED_BY(m_lock) = false;
-    Waiter *m_first GUARDED_BY(m_lock) = nullptr; // in the order in which they came
+    std::chrono::steady_clock::time_point m_began GUARDED_BY(m_lock); // writing that has had no pause since
+    std::chrono::steady_clock::time_point m_ended GUARDED_BY(m_lock); // the last turn
+    Waiter *m_first GUARDED_BY(m_lock) = nullptr;                     // in the order in which they came
     Waiter *m_last GUARDED_BY(m_lock) = nullptr;
 };
 
@@ -60,7 +69,7 @@ class WriteTurn
     WriteTurn &operator=(const WriteTurn &) = delete;
 
     // Joins the group's transaction, or begins one.
-    void Begin(Where where);
+    void Begin(References references, Where where);
     Connection &GetConnection() const;
     Numbers GetNumbers() const; // as the writer before left them
     // Returns when all of the group is on the disk. The work is not to be touched any more: another writer may have
@@ -81,7 +90,8 @@ class WriteTurn
     std::shared_ptr<Group> m_group;
     std::unique_ptr<Connection> m_kept; // after the end of the group, since the caller holds statements of it
     bool m_saved = false;               // there is a savepoint before this writer's work
-    bool m_holds = true;                // the turn
+    References m_references = References::Checked;
+    bool m_holds = true; // the turn
 };
 
 } // namespace localmapi::storage

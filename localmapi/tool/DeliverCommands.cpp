@@ -81,7 +81,7 @@ Sender SenderOrFailure(const storage::Site &site, const std::string &from)
 
 void DeliverVoicemail(const Common &common, const DeliverOptions &options)
 {
-    const storage::Site site = OpenSite(common);
+    const storage::Site site = OpenSiteForOneChange(common);
     const storage::User to = UserNamed(site, options.to);
     const Recording recording = RecordingIn(options.wav);
     if (options.seconds < 0 && !recording.seconds)
@@ -105,7 +105,7 @@ void DeliverVoicemail(const Common &common, const DeliverOptions &options)
 
 void DeliverMail(const Common &common, const DeliverOptions &options)
 {
-    const storage::Site site = OpenSite(common);
+    const storage::Site site = OpenSiteForOneChange(common);
     const storage::User to = UserNamed(site, options.to);
     storage::MessageChanges message = Compose(Mail{SenderOrFailure(site, options.from),
                                                    "",
@@ -120,7 +120,7 @@ void DeliverMail(const Common &common, const DeliverOptions &options)
 
 void DeliverFax(const Common &common, const DeliverOptions &options)
 {
-    const storage::Site site = OpenSite(common);
+    const storage::Site site = OpenSiteForOneChange(common);
     const storage::User to = UserNamed(site, options.to);
     const Sender from = options.from.empty() ? Sender{options.creator, "", ""} : SenderOrFailure(site, options.from);
     storage::MessageChanges message =

@@ -16,6 +16,13 @@ storage::Site OpenSite(const Common &common, bool readOnly)
     return storage::Site::Open(common.file.empty() ? FindSiteFile() : common.file, options);
 }
 
+storage::Site OpenSiteForOneChange(const Common &common)
+{
+    storage::OpenOptions options;
+    options.leavesShortLog = true;
+    return storage::Site::Open(common.file.empty() ? FindSiteFile() : common.file, options);
+}
+
 storage::User UserNamed(const storage::Site &site, const std::string &alias)
 {
     if (auto user = storage::Directory(site).UserByAlias(alias))

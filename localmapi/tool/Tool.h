@@ -25,6 +25,8 @@ struct Common {
 };
 
 storage::Site OpenSite(const Common &common, bool readOnly = false);
+// For a command that makes one small change: it takes no more syncs than that needs.
+storage::Site OpenSiteForOneChange(const Common &common);
 storage::User UserNamed(const storage::Site &site, const std::string &alias); // Failure where there is none
 
 // "hello.wav: No such file or directory"

@@ -272,7 +272,7 @@ STDMETHODIMP Folder::EmptyFolder(ULONG, LPMAPIPROGRESS, ULONG ulFlags)
             else
                 m_store->objects.RemoveFolder(folder);
         }
-        m_store->objects.RemoveAllMessages(m_id);
+        complete = m_store->objects.RemoveAllMessages(m_id) && complete;
         if (ulFlags & DEL_ASSOCIATED) {
             const storage::View view(m_store->site, {storage::Container::Kind::Associated, m_id});
             for (auto rows = view.Read({}, storage::Direction::Forward, kRowsAtOnce, {}); !rows.empty();

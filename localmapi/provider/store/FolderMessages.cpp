@@ -71,19 +71,22 @@ LONG LongOfObject(IMAPIProp &object, ULONG tag)
 Folder::Selection Folder::MessagesOf(const ENTRYLIST *list)
 {
     Require(list && list->cValues <= kEntryLimit && (list->lpbin || list->cValues == 0), "the list of messages");
-    Selection selection;
-    selection.messages.reserve(list->cValues);
+    std::vector<ObjectId> ids;
+    ids.reserve(list->cValues);
     for (ULONG i = 0; i < list->cValues; ++i) {
         const SBinary &entry = list->lpbin[i];
         Require(entry.lpb || entry.cb == 0, "an entry of the list of messages");
-        const EntryId id =
-            ParseEntryId(m_store->uid, entry.cb, reinterpret_cast<const ENTRYID *>(entry.lpb), EntryKind::Message);
-        const auto info = m_store->objects.Find(id.object);
+        ids.push_back(
+            ParseEntryId(m_store->uid, entry.cb, reinterpret_cast<const ENTRYID *>(entry.lpb), EntryKind::Message)
+                .object);
+    }
+    Selection selection;
+    selection.messages.reserve(ids.size());
+    for (const auto &info : m_store->objects.Find(ids))
         if (info && info->kind == storage::ObjectKind::Message && info->parent == m_id)
             selection.messages.push_back(info->id);
         else
             selection.complete = false;
-    }
     return selection;
 }
 
@@ -169,7 +172,7 @@ STDMETHODIMP Folder::SetReadFlags(LPENTRYLIST lpMsgList, ULONG, LPMAPIPROGRESS, 
         // No list: all messages of the folder.
         if (!lpMsgList) {
             if ((change.set | change.clear) & MSGFLAG_READ)
-                m_store->objects.SetAllRead(m_id, (change.set & MSGFLAG_READ) != 0);
+                return Completed(m_store->objects.SetAllRead(m_id, (change.set & MSGFLAG_READ) != 0));
             return S_OK;
         }
         const Selection selection = MessagesOf(lpMsgList);

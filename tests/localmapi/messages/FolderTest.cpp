@@ -3,6 +3,7 @@
 #include "Mailbox.h"
 #include "localmapi/provider/table/QueryRows.h"
 
+#include <functional>
 #include <mapiguid.h>
 
 namespace localmapi::test
@@ -279,6 +280,43 @@ TEST_F(FolderTest, MessagesThatAreMissingMakeTheCompletionPartial)
     EXPECT_EQ(Subjects(deleted.get()), "here");
     EXPECT_CODE(Copy({here}, deleted.get(), MESSAGE_MOVE), MAPI_W_PARTIAL_COMPLETION);
     EXPECT_CODE(m_mailbox.Inbox()->DeleteMessages(EntryList({here}), 0, nullptr, 0), MAPI_W_PARTIAL_COMPLETION);
+}
+
+TEST_F(FolderTest, AListOfTwoThousandIsOneChangeAndALongerOneIsDoneInPieces)
+{
+    m_mailbox.Add({Narrow(PR_SUBJECT_A, "one")});
+    const auto idsIn = [](IMAPIFolder *folder) {
+        ComPtr<IMAPITable> table;
+        EXPECT_CODE(folder->GetContentsTable(0, table.put()), S_OK);
+        Rows rows;
+        EXPECT_CODE(QueryAllRows(table.get(), Tags{PR_ENTRYID}, nullptr, nullptr, 0, rows.put()), S_OK);
+        std::vector<EntryIdBytes> ids;
+        for (ULONG row = 0; row < rows.size(); ++row) {
+            const SBinary &id = rows[row].lpProps[0].Value.bin;
+            ids.emplace_back(id.lpb, id.lpb + id.cb);
+        }
+        return ids;
+    };
+    const auto changesOf = [&](const std::function<HRESULT()> &work) {
+        const auto before = m_mailbox.GetSite().GetChangeNumber();
+        EXPECT_CODE(work(), S_OK);
+        return m_mailbox.GetSite().GetChangeNumber() - before;
+    };
+    IMAPIFolder *inbox = m_mailbox.Inbox();
+    while (LongOf(inbox, PR_CONTENT_COUNT) < 2048) // as many again each time
+        EXPECT_CODE(Copy(idsIn(inbox), inbox, 0), S_OK);
+    std::vector<EntryIdBytes> ids = idsIn(inbox);
+    ASSERT_EQ(ids.size(), 2048u);
+    const std::vector<EntryIdBytes> most(ids.begin(), ids.begin() + 2000);
+    EXPECT_EQ(changesOf([&] { return inbox->SetReadFlags(EntryList(most), 0, nullptr, 0); }), 1);
+    EXPECT_EQ(changesOf([&] { return inbox->SetReadFlags(EntryList(ids), 0, nullptr, CLEAR_READ_FLAG); }), 2);
+    auto deleted = m_mailbox.Folder(PR_IPM_WASTEBASKET_ENTRYID);
+    EXPECT_EQ(changesOf([&] { return Copy(most, deleted.get(), MESSAGE_MOVE); }), 1);
+    EXPECT_EQ(changesOf([&] { return Copy(idsIn(inbox), deleted.get(), MESSAGE_MOVE); }), 1);
+    ids = idsIn(deleted.get());
+    ASSERT_EQ(ids.size(), 2048u);
+    EXPECT_EQ(changesOf([&] { return deleted->DeleteMessages(EntryList(ids), 0, nullptr, 0); }), 2);
+    EXPECT_EQ(LongOf(deleted.get(), PR_CONTENT_COUNT), 0);
 }
 
 TEST_F(FolderTest, CopyingAndMovingWithinOneFolderWorks)

@@ -11,6 +11,7 @@
 #include <atomic>
 #include <fstream>
 #include <set>
+#include <sqlite3.h>
 #include <thread>
 
 namespace localmapi::storage
@@ -26,8 +27,27 @@ constexpr int kWriters = 16;
 // What became of each writer of a group.
 struct Outcome {
     std::optional<Fault> fault;
+    bool outOfMemory = false;
     ObjectId made = 0;
 };
+
+// SQLite's memory, of which the n-th piece from now on is not to be had, once.
+std::atomic<int> g_piecesLeft{0};
+sqlite3_mem_methods g_memory;
+
+bool HasMemory()
+{
+    return g_piecesLeft <= 0 || --g_piecesLeft != 0;
+}
+
+void InstallScarceMemory()
+{
+    sqlite3_config(SQLITE_CONFIG_GETMALLOC, &g_memory);
+    sqlite3_mem_methods scarce = g_memory;
+    scarce.xMalloc = [](int size) { return HasMemory() ? g_memory.xMalloc(size) : nullptr; };
+    scarce.xRealloc = [](void *piece, int size) { return HasMemory() ? g_memory.xRealloc(piece, size) : nullptr; };
+    sqlite3_config(SQLITE_CONFIG_MALLOC, &scarce);
+}
 
 class Groups : public SiteTest
 {
@@ -45,7 +65,11 @@ class Groups : public SiteTest
             for (int i = 0; i < count; ++i) {
                 threads.emplace_back([&, i] {
                     Outcome &outcome = outcomes[static_cast<std::size_t>(i)];
-                    outcome.fault = FaultOf([&] { outcome.made = work(i); });
+                    try {
+                        outcome.fault = FaultOf([&] { outcome.made = work(i); });
+                    } catch (const std::bad_alloc &) {
+                        outcome.outOfMemory = true;
+                    }
                 });
                 // In this order.
                 while (m_site.GetDatabase().Writers().Length() != static_cast<std::size_t>(i + 1))
@@ -185,6 +209,28 @@ TEST_F(Groups, AreAllToldWhenAMemberEndsTheirTransaction)
     ExpectSound();
 }
 
+TEST_F(Groups, AreToldTheTruthWhereMemoryRunsOut)
+{
+    int struck = 0;
+    for (int n = 1;; n += 5, ++struck) {
+        const std::uint64_t before = Count();
+        const std::vector<Outcome> outcomes = WriteAtOnce(
+            4, [&](int i) { return Create(i); }, [&] { g_piecesLeft = n; });
+        const bool isOver = g_piecesLeft.exchange(0) > 0;
+        std::uint64_t done = 0;
+        for (const Outcome &outcome : outcomes) {
+            EXPECT_FALSE(outcome.fault) << FaultName(*outcome.fault) << " at piece " << n;
+            EXPECT_EQ(m_objects.Find(outcome.made).has_value(), !outcome.outOfMemory) << "piece " << n;
+            done += !outcome.outOfMemory;
+        }
+        EXPECT_EQ(Count(), before + done) << "piece " << n;
+        if (isOver)
+            break;
+    }
+    EXPECT_GT(struck, 10);
+    ExpectSound();
+}
+
 TEST_F(Groups, DoNotHoldWhoSharesWithNobody)
 {
     const std::vector<Outcome> outcomes = WriteAtOnce(6, [&](int i) {
@@ -306,6 +352,7 @@ int WriteAndReport(const std::string &path, const std::string &report, int n)
 int main(int argc, char **argv)
 {
     using namespace localmapi::storage;
+    InstallScarceMemory();
     InstallFaultyVfs();
     g_program = Utf8(std::filesystem::absolute(argv[0]));
     if (argc == 5 && std::string(argv[1]) == "--write")

@@ -59,6 +59,27 @@ fi
 run localmapi fill --user bob --count 600 --mix voicemail >/dev/null
 expect 0 orlmapi --profile Voicemail --json list bob --um --all --count 600
 jq -r '.[].entryId' out.txt >bobs.txt
+# Backward too, a list beside deletions leaves out nothing that stays: some of the page that has been shown go, while the
+# pipe is full and the next page is still to be asked for.
+if [ -z "$suffix" ]; then
+    rm -f pipe && mkfifo pipe
+    tail -n 10 bobs.txt >gone.txt
+    head -n -10 bobs.txt | sort >kept.txt
+    "$bin/orlmapi" --profile Voicemail --json list bob --um --all --count 150 --reverse >pipe 2>err.txt &
+    lister=$!
+    {
+        head -c 1000
+        while read -r id; do run orlmapi --profile Voicemail delete bob "$id"; done <gone.txt >deleted.txt 2>&1
+        cat
+    } <pipe >out.txt
+    wait $lister
+    equal "$(grep -c '^moved' deleted.txt)" 10
+    jq -r '.[].entryId' out.txt | sort >listed.txt
+    equal "$(uniq -d listed.txt | wc -l)" 0
+    equal "$(comm -13 listed.txt kept.txt | wc -l)" 0
+    head -n -10 bobs.txt >left.txt && mv left.txt bobs.txt
+fi
+
 tail -n 40 bobs.txt >gone.txt
 for how in "" --reverse; do
     head -n -40 bobs.txt | sort >kept.txt

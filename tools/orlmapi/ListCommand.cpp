@@ -52,17 +52,17 @@ void ListHeaders(const Common &common, const ListOptions &options)
     Progress progress;
     while (!listing.IsAtEnd() && (options.all || done < wanted)) {
         Result<EmailHeaderW> page;
-        const ULONG count = listing.Next(options.all ? options.count : static_cast<LONG>(wanted - done), page);
+        const auto headers = listing.Next(options.all ? options.count : static_cast<LONG>(wanted - done), page);
         progress.Clear();
-        if (done == 0 && count > 0 && !common.json)
+        if (done == 0 && !headers.empty() && !common.json)
             PrintHeaderHeading();
-        for (ULONG i = 0; i < count; ++i) {
+        for (const EmailHeaderW *header : headers) {
             if (common.json)
-                document.Add(HeaderAsJson(page[i]));
+                document.Add(HeaderAsJson(*header));
             else
-                PrintHeader(page[i]);
+                PrintHeader(*header);
         }
-        done += count;
+        done += static_cast<ULONG>(headers.size());
         if (options.all && !listing.IsAtEnd())
             progress.Show(done, listing.Total());
     }

@@ -1,4 +1,6 @@
-// A page that fails because a row of it went is asked for again, by fewer rows at a time.
+// A page that fails because a row of it went is asked for again, by fewer rows at a time. A page backward begins as
+// many rows before the last one as it takes itself: one of another size, and one after a row went, would leave rows
+// out, so the table is gone through again.
 #include "Listing.h"
 #include "Failure.h"
 #include <algorithm>
@@ -86,37 +88,55 @@ ULONG Listing::Ask(LONG count, bool withAttachments, Result<EmailHeaderW> &page)
     return got;
 }
 
-ULONG Listing::Next(LONG count, Result<EmailHeaderW> &page)
+std::vector<const EmailHeaderW *> Listing::Next(LONG count, Result<EmailHeaderW> &page)
 {
-    bool isLost = false;
     for (int attempts = 0;;) {
         try {
-            if (isLost)
-                GoBack();
+            if (m_isLost || (m_options.reverse && !m_isFirst && count != m_pageSize))
+                GoBack(count);
+            m_pageSize = count;
+            const bool goesOn = !m_isFirst;
+            const ULONG before = m_total;
             const ULONG got = Ask(count, m_options.attachments, page);
+            m_isLost = m_options.reverse && goesOn && m_total != before;
+            if (m_isLost)
+                continue;
             m_isAtEnd = static_cast<LONGLONG>(got) < count;
-            for (ULONG i = 0; i < got; ++i)
-                m_passed.Add(page[m_options.reverse ? got - 1 - i : i]);
-            return got;
+            const std::vector<const EmailHeaderW *> rows = TakeNew(page, got);
+            if (!rows.empty() || m_isAtEnd)
+                return rows;
         } catch (const Failure &failure) {
             if (!OpensMessages() || !HasGone(failure.Code()) || (count == 1 && ++attempts == kMostAttempts))
                 throw;
-            isLost = true;
+            m_isLost = true;
             count = (count + 1) / 2;
         }
     }
 }
 
-// A new table, to where the lost one stood.
-void Listing::GoBack()
+std::vector<const EmailHeaderW *> Listing::TakeNew(const Result<EmailHeaderW> &page, ULONG got)
 {
-    for (;;) {
+    std::vector<const EmailHeaderW *> rows;
+    for (ULONG i = 0; i < got; ++i)
+        if (!m_passed.Has(page[i]))
+            rows.push_back(&page[i]);
+    for (std::size_t i = 0; i < rows.size(); ++i)
+        m_passed.Add(*rows[m_options.reverse ? rows.size() - 1 - i : i]);
+    return rows;
+}
+
+// A new table, to where pages of so many rows have passed what was shown; the next one may begin with some of it.
+void Listing::GoBack(LONG count)
+{
+    const LONG step = m_options.reverse ? count : kRowsToSkip;
+    do {
         End();
-        const ULONG rows = CountPassed();
+        ULONG rows = CountPassed();
         End();
-        if (Skip(rows))
-            return;
-    }
+        if (m_options.reverse)
+            rows -= rows % static_cast<ULONG>(step);
+        m_isLost = !Skip(rows, step);
+    } while (m_isLost);
 }
 
 ULONG Listing::CountPassed()
@@ -134,11 +154,11 @@ ULONG Listing::CountPassed()
     }
 }
 
-bool Listing::Skip(ULONG rows)
+bool Listing::Skip(ULONG rows, LONG step)
 {
     while (rows > 0) {
         Result<EmailHeaderW> page;
-        const auto wanted = static_cast<LONG>(std::min<ULONG>(rows, kRowsToSkip));
+        const auto wanted = std::min(static_cast<LONG>(rows), step);
         const ULONG got = Ask(wanted, false, page);
         for (ULONG i = 0; i < got; ++i)
             if (!m_passed.Has(page[i]))

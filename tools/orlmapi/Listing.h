@@ -28,20 +28,22 @@ class Listing
     Listing(const Listing &) = delete;
     Listing &operator=(const Listing &) = delete;
 
-    // The number of messages of the next page; none at the end. A page with attachments is lost, with its table, where
-    // a message of it goes meanwhile; then it is asked for again, with fewer rows.
-    ULONG Next(LONG count, Result<EmailHeaderW> &page);
+    // Those of the next page, in the order of the page; none at the end. A page with attachments is lost, with its
+    // table, where a message of it goes meanwhile; then it is asked for again, with fewer rows.
+    std::vector<const EmailHeaderW *> Next(LONG count, Result<EmailHeaderW> &page);
     bool IsAtEnd() const { return m_isAtEnd; }
     ULONG Total() const { return m_total; }
 
   private:
     // Throws Failure.
     ULONG Ask(LONG count, bool withAttachments, Result<EmailHeaderW> &page);
-    void GoBack();
+    // The rows of a page that have not been shown.
+    std::vector<const EmailHeaderW *> TakeNew(const Result<EmailHeaderW> &page, ULONG got);
+    void GoBack(LONG count);
     // The rows at the beginning that have been shown before.
     ULONG CountPassed();
     // Whether they still were the first `rows`.
-    bool Skip(ULONG rows);
+    bool Skip(ULONG rows, LONG step);
     void End();
     bool OpensMessages() const { return m_options.attachments || m_options.fax; }
 
@@ -53,6 +55,8 @@ class Listing
     DWORD m_bookmark = 0;
     ULONG m_total = 0;
     bool m_isFirst = true;
+    bool m_isLost = false;
     bool m_isAtEnd = false;
+    LONG m_pageSize = 0; // that the table's bookmark goes by
     Passed m_passed;
 };

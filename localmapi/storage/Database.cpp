@@ -12,6 +12,7 @@
 #include "localmapi/storage/Time.h"
 #include "localmapi/storage/Upgrade.h"
 #include <array>
+#include <thread>
 
 namespace localmapi::storage
 {
@@ -142,6 +143,22 @@ std::int64_t RequireSite(Connection &connection, const std::string &path)
     return version;
 }
 
+// A copy has none until it is opened. SQLite does not wait here for others who do the same: each may hold what the
+// other one wants.
+void Database::UseLog(Connection &connection) const
+{
+    constexpr auto kBetweenTries = std::chrono::milliseconds(5);
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(m_options.busyTimeoutMs);
+    for (;; std::this_thread::sleep_for(kBetweenTries))
+        try {
+            connection.Execute("PRAGMA journal_mode = WAL");
+            return;
+        } catch (const Error &error) {
+            if (error.GetFault() != Fault::Busy || std::chrono::steady_clock::now() >= end)
+                throw;
+        }
+}
+
 // Looks before it touches anything: a file of another application stays as it is.
 void Database::Admit()
 {
@@ -151,7 +168,7 @@ void Database::Admit()
         throw Error(Fault::NoAccess, "'" + m_path + "' can only be read.");
     const std::int64_t version = RequireSite(*connection, m_path);
     if (!m_options.readOnly) {
-        connection->Execute("PRAGMA journal_mode = WAL");
+        UseLog(*connection);
         m_former = Upgrade(*connection, m_path, m_options);
     } else if (version < kSchemaVersion) {
         throw Error(Fault::NoAccess, "'" + m_path + "' is of an older version and has to be opened for writing once.");

@@ -51,6 +51,7 @@ class Database
     void GiveBack(std::unique_ptr<Connection> connection) noexcept;
     void Close(std::unique_ptr<Connection> connection) const noexcept;
     void Admit();
+    void UseLog(Connection &connection) const;
 
     std::string m_path;
     OpenOptions m_options;

@@ -194,6 +194,23 @@ TEST_F(BackupTest, WhereThereIsNoSiteTheCopyBecomesIt)
     EXPECT_TRUE(fs::exists(PathOf(File("copy.db"))));
 }
 
+// Each turns on the log, which a copy has none of.
+TEST_F(BackupTest, WhoOpensACopyWaitsForWhoDoesTheSame)
+{
+    const std::string copy = m_folder.File("copy.db");
+    Backup(m_site, copy);
+    Connection other(copy, SQLITE_OPEN_READWRITE, 0);
+    other.Execute("BEGIN IMMEDIATE");
+    std::thread ending([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        other.Execute("COMMIT");
+    });
+    EXPECT_EQ(FaultOf([&] { Site::Open(copy); }), std::nullopt);
+    ending.join();
+    other.Execute("PRAGMA journal_mode = DELETE; BEGIN IMMEDIATE");
+    EXPECT_EQ(FaultOf([&] { Site::Open(copy, {.busyTimeoutMs = 50}); }), Fault::Busy);
+}
+
 TEST_F(BackupTest, WhereALogLiesNothingIsMadeBesideIt)
 {
     Add("1");

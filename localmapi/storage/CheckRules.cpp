@@ -36,16 +36,19 @@ ObjectId GetParent(Writer &writer, ObjectId id)
 // What the message was is not known any more.
 void CountAnew(Writer &writer, ObjectId id)
 {
-    Run(writer, "UPDATE object SET facet = ? WHERE id = ?", writer.Facets().Enter(*writer, GetParent(writer, id), {}),
-        id);
+    std::int64_t size = 0;
+    if (Statement find = writer->Prepare("SELECT size FROM object WHERE id = ?"); find.Bind(id).Step())
+        size = find.Integer(0);
+    Run(writer, "UPDATE object SET facet = ? WHERE id = ?",
+        writer.Facets().Enter(*writer, GetParent(writer, id), {}, {1, size}), id);
 }
 
 void CountWhereItLies(Writer &writer, ObjectId id)
 {
     const ObjectRow row = GetObject(*writer, id);
-    writer.Facets().Leave(row.facet);
-    Run(writer, "UPDATE object SET facet = ? WHERE id = ?", writer.Facets().Enter(*writer, row.info.parent, row.key),
-        id);
+    writer.Facets().Leave(row.facet, {1, row.size});
+    Run(writer, "UPDATE object SET facet = ? WHERE id = ?",
+        writer.Facets().Enter(*writer, row.info.parent, row.key, {1, row.size}), id);
 }
 
 void CountFacet(Writer &writer, std::int64_t facet)
@@ -175,6 +178,15 @@ std::vector<Rule> MakeRules()
          "SELECT o.id FROM object o WHERE o.id BETWEEN ?1 AND ?2 AND o.kind IN (3, 4, 5, 9) AND o.size <> " +
              SizeTerm("o.id"),
          MeasureAnew},
+        {Over::Facets, "Facet % says another size than its messages have.",
+         "SELECT f.id FROM facet f WHERE f.id BETWEEN ?1 AND ?2 "
+         "AND f.bytes <> (SELECT IFNULL(sum(size), 0) FROM object o WHERE o.facet = f.id)",
+         [](Writer &writer, std::int64_t facet) {
+             Run(writer,
+                 "UPDATE facet SET bytes = (SELECT IFNULL(sum(size), 0) FROM object o WHERE o.facet = facet.id) "
+                 "WHERE id = ?",
+                 facet);
+         }},
         {Over::Site, "The numbers to be given to new objects are not beyond number %.",
          "SELECT max(n) FROM (SELECT max(id) AS n FROM object UNION ALL SELECT max(id) FROM stream) "
          "HAVING max(n) >= (SELECT next_id FROM site) AND ?1 <= ?2",

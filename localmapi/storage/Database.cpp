@@ -9,6 +9,7 @@
 #include "localmapi/storage/ReadOnlyFile.h"
 #include "localmapi/storage/Rights.h"
 #include "localmapi/storage/Schema.h"
+#include "localmapi/storage/Sizes.h"
 #include "localmapi/storage/Time.h"
 #include "localmapi/storage/Upgrade.h"
 #include <array>
@@ -50,7 +51,7 @@ Error TooNew(const std::string &path, std::int64_t version)
 
 // Absolute: the host may change its folder.
 Database::Database(const std::string &path, const OpenOptions &options)
-    : m_path(Utf8Of(std::filesystem::absolute(PathOf(path)))), m_options(options)
+    : m_path(Utf8Of(std::filesystem::absolute(PathOf(path)))), m_options(options), m_reserve(m_path)
 {
 }
 
@@ -90,7 +91,12 @@ std::shared_ptr<Database> Database::Open(const std::string &path, const OpenOpti
     std::shared_ptr<Database> database(new Database(path, options));
     database->m_identity = FileIdentity::At(database->m_path);
     RequireOrdinaryFile(path);
-    database->Admit();
+    EvenOnAFullDisk(*database, [&] { database->Admit(); });
+    if (!options.readOnly) {
+        database->m_reserve.FillUp();
+        ShareRights(database->m_path);
+    }
+    database->m_isLow = database->m_reserve.IsShort();
     return database;
 }
 
@@ -239,6 +245,52 @@ Database::~Database()
         Close(std::move(connection));
 }
 
+bool Database::MakeRoom(int times) noexcept
+{
+    constexpr std::uint64_t kForLogons = 1 << 20;
+    m_isLow = true;
+    if (times == 0 && WriteLogBack())
+        return true;
+    if (times > 2 || !m_reserve.GiveUp(times < 2 ? kForLogons : Reserve::kSize))
+        return false;
+    WriteLogBack();
+    return true;
+}
+
+// Whether the log is all in the file now: the next writer begins it anew where nobody reads from it.
+bool Database::WriteLogBack() noexcept
+{
+    const locks::Hold lock(m_lock);
+    if (m_idle.empty())
+        return false;
+    int frames = 0, written = 0;
+    return sqlite3_wal_checkpoint_v2(m_idle.back()->Handle(), "main", SQLITE_CHECKPOINT_PASSIVE, &frames, &written) ==
+               SQLITE_OK &&
+           frames > 0 && frames == written;
+}
+
+// What the next one writes may have room in the log where it begins anew.
+void Database::AfterFullDisk(Connection &connection) noexcept
+{
+    m_isLow = m_reserve.IsShort();
+    sqlite3_wal_checkpoint_v2(connection.Handle(), "main", SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+}
+
+// While room is short the log is kept short.
+void Database::AfterCommit(Connection &connection) noexcept
+{
+    if (!m_isLow)
+        return;
+    sqlite3_wal_checkpoint_v2(connection.Handle(), "main", SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+    constexpr std::int64_t kBetween = 10 * kTicksPerSecond;
+    const std::int64_t now = CurrentTime();
+    if (now < m_fillUpNext && now > m_fillUpNext - kBetween)
+        return;
+    m_fillUpNext = now + kBetween;
+    m_reserve.FillUp();
+    m_isLow = m_reserve.IsShort();
+}
+
 Error Database::Replaced() const
 {
     return {Fault::Replaced, "'" + m_path +
@@ -289,7 +341,9 @@ Writer::Writer(Database &database, Share share, References references, Where whe
 void Writer::Commit()
 {
     const ChangeNumber change = m_numbers.change;
-    const bool announce = m_entries.Settle(*m_connection, change, m_facets.Settle(*m_connection, change));
+    const std::set<ObjectId> touched = m_facets.Settle(*m_connection, change);
+    RequireRoom(*m_connection, m_facets.Growth());
+    const bool announce = m_entries.Settle(*m_connection, change, touched);
     m_connection = nullptr;
     m_turn.Commit(m_numbers, announce);
 }

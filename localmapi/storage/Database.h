@@ -4,9 +4,11 @@
 #include "localmapi/storage/EntryWriter.h"
 #include "localmapi/storage/Facets.h"
 #include "localmapi/storage/FileSystem.h"
+#include "localmapi/storage/Reserve.h"
 #include "localmapi/storage/Site.h"
 #include "localmapi/storage/Sqlite.h"
 #include "localmapi/storage/WriteTurn.h"
+#include <atomic>
 
 namespace localmapi::storage
 {
@@ -31,6 +33,9 @@ class Database
     WriteQueue &Writers() { return m_writers; }
     // TooNew: another program may have brought the file to a newer version since it was opened.
     void RequireKnownVersion(Connection &connection) const;
+    // For what is to be tried again after the disk was full so many times: the log is written back, so that its room is
+    // used again, and then the reserve is given up, little of it first. False: there is nothing more to be had.
+    bool MakeRoom(int times) noexcept;
     // Whether the path still names the file that was opened.
     bool IsInPlace() const noexcept { return FileIdentity::At(m_path) == m_identity; }
 
@@ -52,6 +57,9 @@ class Database
     void Close(std::unique_ptr<Connection> connection) const noexcept;
     void Admit();
     void UseLog(Connection &connection) const;
+    bool WriteLogBack() noexcept;
+    void AfterFullDisk(Connection &connection) noexcept;
+    void AfterCommit(Connection &connection) noexcept;
 
     std::string m_path;
     OpenOptions m_options;
@@ -61,7 +69,22 @@ class Database
     std::vector<std::unique_ptr<Connection>> m_idle GUARDED_BY(m_lock);
     CountCache m_counts;
     WriteQueue m_writers; // of this process; SQLite sees to the others
+    Reserve m_reserve;
+    std::atomic<bool> m_isLow{false}; // the disk has no room for all of the reserve, as far as this process knows
+    std::atomic<std::int64_t> m_fillUpNext{0};
 };
+
+// What frees room, and what a logon writes, is done on a full disk too.
+template <class Work> auto EvenOnAFullDisk(Database &database, Work work)
+{
+    for (int times = 0;; ++times)
+        try {
+            return work();
+        } catch (const Error &error) {
+            if (error.GetFault() != Fault::Full || !database.MakeRoom(times))
+                throw;
+        }
+}
 
 // A connection on which everything is seen as of one moment.
 class Reader

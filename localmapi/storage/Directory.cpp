@@ -86,7 +86,9 @@ ObjectId AddMailbox(Writer &writer, const User &user)
     ObjectId sent = add("Sent Items", "IPF.Note");
     ObjectId deleted = add("Deleted Items", "IPF.Note");
     ObjectId calendar = add("Calendar", "IPF.Appointment");
-    writer->Prepare("INSERT INTO mailbox VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)")
+    writer
+        ->Prepare("INSERT INTO mailbox (id, owner, root, ipm_subtree, inbox, outbox, sent_items, deleted_items, "
+                  "calendar) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)")
         .Bind(id, user.id, root, subtree, inbox, outbox, sent, deleted, calendar)
         .Run();
     return id;

@@ -12,7 +12,7 @@ namespace
 using Event = ChangeEntry::Event;
 
 // More changes than this to the messages of one container in one transaction are told together.
-constexpr std::size_t kMostEntries = 100;
+constexpr std::size_t kMostTold = 100;
 // How many entries are kept, and after how many transactions, of whatever kind, older ones are looked for.
 constexpr std::int64_t kKept = 10000;
 constexpr ChangeNumber kPruneEvery = 256;
@@ -81,7 +81,7 @@ EntryWriter::Contents &EntryWriter::Add(ObjectId container, Event event, ObjectI
     if (!contents.several)
         contents.entries.push_back(
             {0, ObjectKind::Message, event, container, message, before ? std::optional(*before) : std::nullopt});
-    if (contents.entries.size() > kMostEntries) {
+    if (contents.entries.size() > kMostTold) {
         contents.several = true;
         contents.entries.clear();
     }
@@ -147,7 +147,7 @@ std::vector<ChangeEntry> EntryWriter::EntriesOf(ObjectId container, Contents &&c
     if (!contents.several)
         return std::move(contents.entries);
     std::vector<ChangeEntry> entries;
-    if (contents.keys.size() > kMostEntries || contents.keys.empty())
+    if (contents.keys.size() > kMostTold || contents.keys.empty())
         entries.push_back({0, ObjectKind::Message, Event::Several, container, 0, {}});
     else
         for (const FacetKey &key : contents.keys)

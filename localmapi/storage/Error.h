@@ -15,6 +15,8 @@ enum class Fault {
     NoAccess,    // the file can't be read or written by this user, or was opened for reading only
     Busy,        // another process held the file longer than the busy timeout
     Full,        // the disk is full
+    OverQuota,   // a mailbox would hold more than it may
+    Disk,        // the device can't be read or written
     Corrupt,     // the file is damaged
     CorruptData, // the data of a property are not what was written
     ForeignLog,  // the log beside the file was not written to it

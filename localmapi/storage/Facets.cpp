@@ -108,11 +108,11 @@ bool IsDecidedByFacets(const Filter &filter)
 std::vector<Facet> FacetsOf(Connection &connection, ObjectId container)
 {
     Statement rows = connection.Prepare(
-        "SELECT id, count, change, flags, class, importance FROM facet WHERE container = ? ORDER BY id");
+        "SELECT id, count, bytes, change, flags, class, importance FROM facet WHERE container = ? ORDER BY id");
     rows.Bind(container);
     std::vector<Facet> facets;
     while (rows.Step())
-        facets.push_back({rows.Integer(0), KeyFrom(rows, 3), rows.Integer(1), rows.Integer(2)});
+        facets.push_back({rows.Integer(0), KeyFrom(rows, 4), rows.Integer(1), rows.Integer(2), rows.Integer(3)});
     return facets;
 }
 
@@ -125,7 +125,7 @@ std::pair<ObjectId, FacetKey> KeyOfFacet(Connection &connection, std::int64_t fa
     return {row.Integer(0), KeyFrom(row, 1)};
 }
 
-std::int64_t FacetWriter::Enter(Connection &connection, ObjectId container, const FacetKey &key, std::int64_t messages)
+std::int64_t FacetWriter::Enter(Connection &connection, ObjectId container, const FacetKey &key, Tally tally)
 {
     auto [known, isNew] = m_known.try_emplace({container, key}, 0);
     if (isNew) {
@@ -143,19 +143,32 @@ std::int64_t FacetWriter::Enter(Connection &connection, ObjectId container, cons
             known->second = make.Integer(0);
         }
     }
-    m_deltas[known->second] += messages;
+    auto [delta, first] = m_deltas.try_emplace(known->second, Tally{0, 0});
+    delta->second.messages += tally.messages;
+    delta->second.bytes += tally.bytes;
     return known->second;
+}
+
+void FacetWriter::Leave(std::int64_t facet, Tally tally)
+{
+    auto [delta, first] = m_deltas.try_emplace(facet, Tally{0, 0});
+    delta->second.messages -= tally.messages;
+    delta->second.bytes -= tally.bytes;
 }
 
 std::set<ObjectId> FacetWriter::Settle(Connection &connection, ChangeNumber change)
 {
     std::set<ObjectId> containers;
     Statement update =
-        connection.Prepare("UPDATE facet SET count = count + ?2, change = ?3 WHERE id = ?1 RETURNING container");
+        connection.Prepare("UPDATE facet SET count = count + ?2, bytes = bytes + ?3, change = ?4 WHERE id = ?1 "
+                           "RETURNING container");
     Statement remove = connection.Prepare("DELETE FROM facet WHERE id = ?1 AND count = 0");
+    m_growth.clear();
     for (auto [facet, delta] : m_deltas) {
-        if (update.Bind(facet, delta, change).Step())
+        if (update.Bind(facet, delta.messages, delta.bytes, change).Step()) {
             containers.insert(update.Integer(0));
+            m_growth[update.Integer(0)] += delta.bytes;
+        }
         update.Run();
         remove.Bind(facet).Run();
     }

@@ -21,7 +21,14 @@ struct Facet {
     std::int64_t id = 0;
     FacetKey key;
     std::int64_t count = 0;
+    std::int64_t bytes = 0;  // the sizes of its messages
     ChangeNumber change = 0; // the last one to one of its messages
+};
+
+// Messages that come or go, and their sizes.
+struct Tally {
+    std::int64_t messages = 1;
+    std::int64_t bytes = 0;
 };
 
 std::vector<Facet> FacetsOf(Connection &connection, ObjectId container);
@@ -46,14 +53,17 @@ class FacetWriter
 {
   public:
     // The facet of a message in `container`, made if need be.
-    std::int64_t Enter(Connection &connection, ObjectId container, const FacetKey &key, std::int64_t messages = 1);
-    void Leave(std::int64_t facet, std::int64_t messages = 1) { m_deltas[facet] -= messages; }
+    std::int64_t Enter(Connection &connection, ObjectId container, const FacetKey &key, Tally tally = {});
+    void Leave(std::int64_t facet, Tally tally);
     // The containers of the facets that were written.
     std::set<ObjectId> Settle(Connection &connection, ChangeNumber change);
+    // By how many bytes each of them grew, once that is settled.
+    const std::map<ObjectId, std::int64_t> &Growth() const { return m_growth; }
 
   private:
     std::map<std::pair<ObjectId, FacetKey>, std::int64_t> m_known;
-    std::map<std::int64_t, std::int64_t> m_deltas;
+    std::map<std::int64_t, Tally> m_deltas;
+    std::map<ObjectId, std::int64_t> m_growth;
 };
 
 } // namespace localmapi::storage

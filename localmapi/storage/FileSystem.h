@@ -21,4 +21,18 @@ struct FileIdentity {
 // Gives a file that is complete its name in the same folder, for good. Collision where there is one of that name.
 void PutInPlace(const std::string &from, const std::string &to);
 
+// Whether what the system says of a call that failed is that there is no room: a full disk, a quota, a limit.
+bool IsNoRoom(int systemError) noexcept;
+// Whether it is that the device failed.
+bool IsDeviceError(int systemError) noexcept;
+
+// Makes a file that the disk has all its bytes for, with the rights of another one, or makes the one that is there that
+// long. False where there is no room for it, or it can't be made.
+bool AllocateFile(const std::string &path, const std::string &like, std::uint64_t size);
+// Gives back what an ordinary file has beyond so many bytes. False where there is nothing to give back.
+bool ShrinkFile(const std::string &path, std::uint64_t size);
+std::uint64_t FileSize(const std::string &path); // 0 where there is none
+// What this user may still write beside a file that is there.
+std::uint64_t RoomBeside(const std::string &path);
+
 } // namespace localmapi::storage

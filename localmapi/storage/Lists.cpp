@@ -43,11 +43,23 @@ class Finder
     std::map<ObjectId, bool> m_folders;
 };
 
+// Whether room is made on a full disk, since the work frees some or wants next to none.
+enum class Room { IsMade, IsNeeded };
+
 // Does `work` with the messages of a list, piece by piece, and gathers the answers; those of a piece that fails, and of
 // the ones behind it, say that nothing was done. Throws where that is the first one.
 template <class Answer, class Work>
-std::vector<Answer> InPieces(const Site &site, const std::vector<ObjectId> &messages, References references, Work work)
+std::vector<Answer> InPieces(const Site &site, const std::vector<ObjectId> &messages, Room room, References references,
+                             Work work)
 {
+    const auto doPiece = [&](const std::vector<ObjectId> &piece) {
+        Writer writer(site.GetDatabase(), piece.size() > kMany ? Share::WithNobody : Share::WithOthers,
+                      piece.size() > kMany ? references : References::Checked);
+        std::vector<Answer> found = work(writer, piece);
+        if (!piece.empty())
+            writer.Commit();
+        return found;
+    };
     std::vector<Answer> answers(messages.size());
     std::size_t done = 0;
     do {
@@ -55,11 +67,9 @@ std::vector<Answer> InPieces(const Site &site, const std::vector<ObjectId> &mess
         const std::vector<ObjectId> piece(messages.begin() + static_cast<std::ptrdiff_t>(done),
                                           messages.begin() + static_cast<std::ptrdiff_t>(done + count));
         try {
-            Writer writer(site.GetDatabase(), count > kMany ? Share::WithNobody : Share::WithOthers,
-                          count > kMany ? references : References::Checked);
-            const std::vector<Answer> found = work(writer, piece);
-            if (count)
-                writer.Commit();
+            const std::vector<Answer> found = room == Room::IsMade
+                                                  ? EvenOnAFullDisk(site.GetDatabase(), [&] { return doPiece(piece); })
+                                                  : doPiece(piece);
             std::copy(found.begin(), found.end(), answers.begin() + static_cast<std::ptrdiff_t>(done));
         } catch (const std::exception &) {
             if (done == 0)
@@ -106,6 +116,9 @@ void DeleteWhole(Writer &writer, const std::vector<ObjectId> &messages)
 struct FacetPart {
     Facet facet;
     std::vector<ObjectId> messages;
+    std::int64_t bytes = 0;
+
+    Tally GetTally() const { return {static_cast<std::int64_t>(messages.size()), bytes}; }
 };
 
 // A piece of this size is deleted in a fraction of a second.
@@ -128,6 +141,7 @@ bool FindNext(Writer &writer, ObjectId folder, ObjectId &last, std::map<std::int
         if (part == parts.end())
             continue;
         part->second.messages.push_back(last);
+        part->second.bytes += rows.Integer(2);
         bytes += rows.Integer(2);
         ++count;
     }
@@ -140,20 +154,27 @@ template <class Select, class Work>
 bool WithFacets(const Site &site, ObjectId folder, References references, Select select, Work work)
 {
     ObjectId last = 0;
+    // Whether there may be more.
+    const auto doPiece = [&] {
+        ObjectId reached = last;
+        Writer writer(site.GetDatabase(), Share::WithNobody, references);
+        RequireFolder(writer, folder);
+        std::map<std::int64_t, FacetPart> parts;
+        for (const Facet &facet : FacetsOf(*writer, folder))
+            if (select(facet.key))
+                parts[facet.id].facet = facet;
+        const bool goesOn = FindNext(writer, folder, reached, parts);
+        std::erase_if(parts, [](const auto &part) { return part.second.messages.empty(); });
+        if (parts.empty())
+            return false;
+        work(writer, parts);
+        writer.Commit();
+        last = reached;
+        return goesOn;
+    };
     for (bool isFirst = true, goesOn = true; goesOn; isFirst = false) {
         try {
-            Writer writer(site.GetDatabase(), Share::WithNobody, references);
-            RequireFolder(writer, folder);
-            std::map<std::int64_t, FacetPart> parts;
-            for (const Facet &facet : FacetsOf(*writer, folder))
-                if (select(facet.key))
-                    parts[facet.id].facet = facet;
-            goesOn = FindNext(writer, folder, last, parts);
-            std::erase_if(parts, [](const auto &part) { return part.second.messages.empty(); });
-            if (parts.empty())
-                break;
-            work(writer, parts);
-            writer.Commit();
+            goesOn = EvenOnAFullDisk(site.GetDatabase(), doPiece);
         } catch (const std::exception &) {
             if (isFirst)
                 throw;
@@ -175,7 +196,7 @@ template <class Select> bool RemoveFacets(const Site &site, ObjectId folder, Sel
                           std::vector<ObjectId> all;
                           for (const auto &[id, part] : parts) {
                               all.insert(all.end(), part.messages.begin(), part.messages.end());
-                              writer.Facets().Leave(id, static_cast<std::int64_t>(part.messages.size()));
+                              writer.Facets().Leave(id, part.GetTally());
                               writer.Entries().FacetChanged(folder, part.facet.key, {});
                           }
                           DeleteWhole(writer, all);
@@ -186,54 +207,61 @@ template <class Select> bool RemoveFacets(const Site &site, ObjectId folder, Sel
 
 std::vector<ObjectId> Objects::CopyMessages(const std::vector<ObjectId> &messages, ObjectId folder)
 {
-    return InPieces<ObjectId>(m_site, messages, References::Checked, [&](Writer &writer, const auto &piece) {
-        RequireFolder(writer, folder);
-        return ForEach<ObjectId>(writer, piece, [&](const ObjectRow &row) { return CopyObject(writer, row, folder); });
-    });
+    return InPieces<ObjectId>(
+        m_site, messages, Room::IsNeeded, References::Checked, [&](Writer &writer, const auto &piece) {
+            RequireFolder(writer, folder);
+            return ForEach<ObjectId>(writer, piece,
+                                     [&](const ObjectRow &row) { return CopyObject(writer, row, folder); });
+        });
 }
 
 std::vector<ObjectId> Objects::MoveMessages(const std::vector<ObjectId> &messages, ObjectId folder)
 {
-    return InPieces<ObjectId>(m_site, messages, References::Checked, [&](Writer &writer, const auto &piece) {
-        RequireFolder(writer, folder);
-        return ForEach<ObjectId>(writer, piece, [&](const ObjectRow &row) { return MoveMessage(writer, row, folder); });
-    });
+    return InPieces<ObjectId>(
+        m_site, messages, Room::IsMade, References::Checked, [&](Writer &writer, const auto &piece) {
+            RequireFolder(writer, folder);
+            return ForEach<ObjectId>(writer, piece,
+                                     [&](const ObjectRow &row) { return MoveMessage(writer, row, folder); });
+        });
 }
 
 std::vector<bool> Objects::RemoveMessages(const std::vector<ObjectId> &messages)
 {
-    return InPieces<bool>(m_site, messages, References::Unchecked, [&](Writer &writer, const auto &piece) {
-        if (piece.size() <= kMany)
-            return ForEach<bool>(writer, piece, [&](const ObjectRow &row) {
-                RemoveMessage(writer, row);
-                return true;
-            });
-        std::set<ObjectId> gone; // a message may be named twice
-        std::vector<bool> answers = ForEach<bool>(writer, piece, [&](const ObjectRow &row) {
-            if (!gone.insert(row.info.id).second)
-                return false;
-            writer.Facets().Leave(row.facet);
-            writer.Entries().MessageRemoved(row.info.id, row.info.parent, row.key);
-            return true;
-        });
-        DeleteWhole(writer, {gone.begin(), gone.end()});
-        return answers;
-    });
+    return InPieces<bool>(m_site, messages, Room::IsMade, References::Unchecked,
+                          [&](Writer &writer, const auto &piece) {
+                              if (piece.size() <= kMany)
+                                  return ForEach<bool>(writer, piece, [&](const ObjectRow &row) {
+                                      RemoveMessage(writer, row);
+                                      return true;
+                                  });
+                              std::set<ObjectId> gone; // a message may be named twice
+                              std::vector<bool> answers = ForEach<bool>(writer, piece, [&](const ObjectRow &row) {
+                                  if (!gone.insert(row.info.id).second)
+                                      return false;
+                                  writer.Facets().Leave(row.facet, {1, row.size});
+                                  writer.Entries().MessageRemoved(row.info.id, row.info.parent, row.key);
+                                  return true;
+                              });
+                              DeleteWhole(writer, {gone.begin(), gone.end()});
+                              return answers;
+                          });
 }
 
 std::vector<bool> Objects::ChangeFlags(const std::vector<ObjectId> &messages, std::int32_t set, std::int32_t clear,
                                        ChangeNumber *known)
 {
-    return InPieces<bool>(m_site, messages, References::Checked, [&](Writer &writer, const auto &piece) {
+    return InPieces<bool>(m_site, messages, Room::IsMade, References::Checked, [&](Writer &writer, const auto &piece) {
         bool follows = false;
         std::vector<bool> there = ForEach<bool>(writer, piece, [&](const ObjectRow &row) {
             FacetKey key = row.key;
             key.flags = ((key.flags | set) & ~clear & ~kFlagHasAttachments) | (key.flags & kFlagHasAttachments);
             if (key == row.key)
                 return true;
-            writer.Facets().Leave(row.facet);
+            const Tally tally{1, row.size};
+            writer.Facets().Leave(row.facet, tally);
             writer->Prepare("UPDATE object SET facet = ?, modified = ?, change = ? WHERE id = ?")
-                .Bind(writer.Facets().Enter(*writer, row.info.parent, key), writer.Now(), writer.Change(), row.info.id)
+                .Bind(writer.Facets().Enter(*writer, row.info.parent, key, tally), writer.Now(), writer.Change(),
+                      row.info.id)
                 .Run();
             writer.Entries().MessageChanged(row.info.id, row.info.parent, row.key, key);
             follows = follows || (known && *known == row.info.change);
@@ -260,9 +288,8 @@ bool Objects::SetAllRead(ObjectId folder, bool read)
             for (const auto &[id, part] : parts) {
                 FacetKey key = part.facet.key;
                 key.flags ^= kFlagRead;
-                const auto count = static_cast<std::int64_t>(part.messages.size());
-                const std::int64_t to = writer.Facets().Enter(*writer, folder, key, count);
-                writer.Facets().Leave(id, count);
+                const std::int64_t to = writer.Facets().Enter(*writer, folder, key, part.GetTally());
+                writer.Facets().Leave(id, part.GetTally());
                 for (const ObjectId message : part.messages)
                     update.Bind(to, writer.Now(), writer.Change(), message).Run();
                 writer.Entries().FacetChanged(folder, part.facet.key, key);

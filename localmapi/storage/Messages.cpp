@@ -105,12 +105,13 @@ ObjectId InsertMessage(Writer &writer, ObjectId container, const MessageChanges 
     row.HasAttachments(std::any_of(content.attachments.begin(), content.attachments.end(),
                                    [](const AttachmentChanges &attachment) { return !attachment.remove; }));
     ObjectId id = writer.NewId();
+    const std::int64_t size = SizeOf(content) + list.size;
     auto created = content.properties.set.get<std::int64_t>(kCreationTime);
     writer
         ->Prepare("INSERT INTO object (id, kind, parent, facet, submitted, delivered, size, created, modified, change, "
                   "list) VALUES (?, 3, ?, ?, ?, ?, ?, ?, ?, ?, ?)")
-        .Bind(id, container, writer.Facets().Enter(*writer, container, row.key), row.submitted, row.delivered,
-              SizeOf(content) + list.size, created ? *created : writer.Now(), writer.Now(), writer.Change(),
+        .Bind(id, container, writer.Facets().Enter(*writer, container, row.key, {1, size}), row.submitted,
+              row.delivered, size, created ? *created : writer.Now(), writer.Now(), writer.Change(),
               list.id ? std::optional(list.id) : std::nullopt)
         .Run();
     writer.Entries().MessageAdded(id, container, row.key);
@@ -158,12 +159,13 @@ void ApplyToAttachment(Writer &writer, ObjectId message, const AttachmentChanges
 void UpdateRow(Writer &writer, const ObjectRow &old, const MessageRow &row)
 {
     ObjectId id = old.info.id;
-    writer.Facets().Leave(old.facet);
-    std::int64_t facet = writer.Facets().Enter(*writer, old.info.parent, row.key);
+    const std::int64_t size = Measure(*writer, id);
+    writer.Facets().Leave(old.facet, {1, old.size});
+    std::int64_t facet = writer.Facets().Enter(*writer, old.info.parent, row.key, {1, size});
     writer
         ->Prepare("UPDATE object SET facet = ?, submitted = ?, delivered = ?, size = ?, modified = ?, change = ? "
                   "WHERE id = ?")
-        .Bind(facet, row.submitted, row.delivered, Measure(*writer, id), writer.Now(), writer.Change(), id)
+        .Bind(facet, row.submitted, row.delivered, size, writer.Now(), writer.Change(), id)
         .Run();
     writer.Entries().MessageChanged(id, old.info.parent, old.key, row.key);
 }
@@ -208,10 +210,10 @@ std::optional<ObjectRow> FindMessage(Writer &writer, ObjectId id)
 ObjectId MoveMessage(Writer &writer, const ObjectRow &row, ObjectId folder)
 {
     ObjectId id = writer.NewId();
-    writer.Facets().Leave(row.facet);
-    std::int64_t facet = writer.Facets().Enter(*writer, folder, row.key);
-    writer->Prepare("UPDATE object SET id = ?, parent = ?, facet = ?, change = ? WHERE id = ?")
-        .Bind(id, folder, facet, writer.Change(), row.info.id)
+    writer.Facets().Leave(row.facet, {1, row.size});
+    std::int64_t facet = writer.Facets().Enter(*writer, folder, row.key, {1, row.size});
+    writer->Prepare("UPDATE object SET id = ?, parent = ?, facet = ?, arrived = ?, change = ? WHERE id = ?")
+        .Bind(id, folder, facet, writer.Now(), writer.Change(), row.info.id)
         .Run();
     writer.Entries().MessageRemoved(row.info.id, row.info.parent, row.key);
     writer.Entries().MessageAdded(id, folder, row.key);
@@ -220,7 +222,7 @@ ObjectId MoveMessage(Writer &writer, const ObjectRow &row, ObjectId folder)
 
 void RemoveMessage(Writer &writer, const ObjectRow &row)
 {
-    writer.Facets().Leave(row.facet);
+    writer.Facets().Leave(row.facet, {1, row.size});
     writer->Prepare("DELETE FROM object WHERE id = ?").Bind(row.info.id).Run();
     writer.Entries().MessageRemoved(row.info.id, row.info.parent, row.key);
 }
@@ -230,11 +232,11 @@ ObjectId CopyObject(Writer &writer, const ObjectRow &from, ObjectId parent)
     ObjectId id = writer.NewId();
     std::optional<std::int64_t> facet;
     if (from.info.kind == ObjectKind::Message)
-        facet = writer.Facets().Enter(*writer, parent, from.key);
+        facet = writer.Facets().Enter(*writer, parent, from.key, {1, from.size});
     writer
         ->Prepare("INSERT INTO object (id, kind, parent, number, facet, submitted, delivered, size, created, modified, "
-                  "change, list) SELECT ?, kind, ?, number, ?, submitted, delivered, size, ?, ?, ?, list FROM object "
-                  "WHERE id = ?")
+                  "arrived, change, list) SELECT ?1, kind, ?2, number, ?3, submitted, delivered, size, ?4, ?5, ?4, ?6, "
+                  "list FROM object WHERE id = ?7")
         .Bind(id, parent, facet, writer.Now(), from.modified, writer.Change(), from.info.id)
         .Run();
     if (facet)

@@ -25,7 +25,7 @@ NewFile::NewFile(const std::string &name)
 NewFile::~NewFile()
 {
     std::error_code ignored;
-    for (const char *suffix : {"", "-journal", "-wal", "-shm"})
+    for (const char *suffix : {"", "-journal", "-wal", "-shm", "-reserve"})
         std::filesystem::remove(PathOf(m_path + suffix), ignored);
 }
 

@@ -200,11 +200,13 @@ void Objects::RemoveFolder(ObjectId folder)
         RequireOwnFolder(*reader, folder);
     }
     EmptyLargeBranch(m_site, folder);
-    Writer writer(m_site.GetDatabase(), Share::WithNobody);
-    RequireOwnFolder(*writer, folder);
-    writer.Entries().FolderRemoved(*writer, folder);
-    writer->Prepare("DELETE FROM object WHERE id = ?").Bind(folder).Run();
-    writer.Commit();
+    EvenOnAFullDisk(m_site.GetDatabase(), [&] {
+        Writer writer(m_site.GetDatabase(), Share::WithNobody);
+        RequireOwnFolder(*writer, folder);
+        writer.Entries().FolderRemoved(*writer, folder);
+        writer->Prepare("DELETE FROM object WHERE id = ?").Bind(folder).Run();
+        writer.Commit();
+    });
 }
 
 ChangeNumber Objects::Change(ObjectId id, const Changes &changes, std::optional<ChangeNumber> expected)

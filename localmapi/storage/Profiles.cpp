@@ -78,42 +78,50 @@ std::optional<Profile> Profiles::Find(const std::string &name) const
 
 void Profiles::Create(const std::string &name)
 {
-    Writer writer(m_site.GetDatabase());
-    RequireFreeName(*writer, name, 0);
-    writer
-        ->Prepare("INSERT INTO profile (name, name_key, is_default) "
-                  "VALUES (?, ?, NOT EXISTS (SELECT 1 FROM profile))")
-        .Bind(name, FoldCase(name))
-        .Run();
-    writer.Commit();
+    EvenOnAFullDisk(m_site.GetDatabase(), [&] {
+        Writer writer(m_site.GetDatabase());
+        RequireFreeName(*writer, name, 0);
+        writer
+            ->Prepare("INSERT INTO profile (name, name_key, is_default) "
+                      "VALUES (?, ?, NOT EXISTS (SELECT 1 FROM profile))")
+            .Bind(name, FoldCase(name))
+            .Run();
+        writer.Commit();
+    });
 }
 
 void Profiles::Remove(const std::string &name)
 {
-    Writer writer(m_site.GetDatabase());
-    std::int64_t id = GetProfile(*writer, name);
-    RemoveSections(writer, id, {});
-    writer->Prepare("DELETE FROM profile WHERE id = ?").Bind(id).Run();
-    writer.Commit();
+    EvenOnAFullDisk(m_site.GetDatabase(), [&] {
+        Writer writer(m_site.GetDatabase());
+        std::int64_t id = GetProfile(*writer, name);
+        RemoveSections(writer, id, {});
+        writer->Prepare("DELETE FROM profile WHERE id = ?").Bind(id).Run();
+        writer.Commit();
+    });
 }
 
 void Profiles::Rename(const std::string &name, const std::string &newName)
 {
-    Writer writer(m_site.GetDatabase());
-    std::int64_t id = GetProfile(*writer, name);
-    RequireFreeName(*writer, newName, id);
-    writer->Prepare("UPDATE profile SET name = ?, name_key = ? WHERE id = ?")
-        .Bind(newName, FoldCase(newName), id)
-        .Run();
-    writer.Commit();
+    EvenOnAFullDisk(m_site.GetDatabase(), [&] {
+        Writer writer(m_site.GetDatabase());
+        std::int64_t id = GetProfile(*writer, name);
+        RequireFreeName(*writer, newName, id);
+        writer->Prepare("UPDATE profile SET name = ?, name_key = ? WHERE id = ?")
+            .Bind(newName, FoldCase(newName), id)
+            .Run();
+        writer.Commit();
+    });
 }
 
 void Profiles::SetDefault(const std::string &name)
 {
-    Writer writer(m_site.GetDatabase());
-    std::int64_t id = name.empty() ? 0 : GetProfile(*writer, name);
-    writer->Prepare("UPDATE profile SET is_default = (id = ?)").Bind(id).Run();
-    writer.Commit();
+    EvenOnAFullDisk(m_site.GetDatabase(), [&] {
+        Writer writer(m_site.GetDatabase());
+        std::int64_t id = name.empty() ? 0 : GetProfile(*writer, name);
+        writer->Prepare("UPDATE profile SET is_default = (id = ?)").Bind(id).Run();
+        writer.Commit();
+    });
 }
 
 std::vector<Service> Profiles::Services(const std::string &profile) const
@@ -129,23 +137,27 @@ std::vector<Service> Profiles::Services(const std::string &profile) const
 
 void Profiles::AddService(const std::string &profile, const Service &service)
 {
-    Writer writer(m_site.GetDatabase());
-    std::int64_t id = GetProfile(*writer, profile);
-    writer->Prepare("INSERT INTO service (profile, uid, name, display_name) VALUES (?, ?, ?, ?)")
-        .Bind(id, service.uid, service.name, service.displayName)
-        .Run();
-    writer.Commit();
+    EvenOnAFullDisk(m_site.GetDatabase(), [&] {
+        Writer writer(m_site.GetDatabase());
+        std::int64_t id = GetProfile(*writer, profile);
+        writer->Prepare("INSERT INTO service (profile, uid, name, display_name) VALUES (?, ?, ?, ?)")
+            .Bind(id, service.uid, service.name, service.displayName)
+            .Run();
+        writer.Commit();
+    });
 }
 
 void Profiles::RemoveService(const std::string &profile, const Guid &uid)
 {
-    Writer writer(m_site.GetDatabase());
-    std::int64_t id = GetProfile(*writer, profile);
-    writer->Prepare("DELETE FROM service WHERE profile = ? AND uid = ?").Bind(id, uid).Run();
-    if (writer->ChangedRows() == 0)
-        throw Error(Fault::NotFound, "The profile '" + profile + "' has no such service.");
-    RemoveSections(writer, id, uid);
-    writer.Commit();
+    EvenOnAFullDisk(m_site.GetDatabase(), [&] {
+        Writer writer(m_site.GetDatabase());
+        std::int64_t id = GetProfile(*writer, profile);
+        writer->Prepare("DELETE FROM service WHERE profile = ? AND uid = ?").Bind(id, uid).Run();
+        if (writer->ChangedRows() == 0)
+            throw Error(Fault::NotFound, "The profile '" + profile + "' has no such service.");
+        RemoveSections(writer, id, uid);
+        writer.Commit();
+    });
 }
 
 PropertyBag Profiles::Section(const std::string &profile, const Guid &uid) const
@@ -158,15 +170,17 @@ PropertyBag Profiles::Section(const std::string &profile, const Guid &uid) const
 void Profiles::ChangeSection(const std::string &profile, const Guid &uid, const PropertyBag &set,
                              const std::vector<Tag> &remove)
 {
-    Writer writer(m_site.GetDatabase());
-    std::int64_t id = GetProfile(*writer, profile);
-    ObjectId object = FindSection(*writer, id, uid);
-    if (!object) {
-        object = InsertObject(writer, {ObjectKind::ProfileSection}, {});
-        writer->Prepare("INSERT INTO section (profile, uid, object) VALUES (?, ?, ?)").Bind(id, uid, object).Run();
-    }
-    ApplyChanges(writer, object, ObjectKind::ProfileSection, {set, remove});
-    writer.Commit();
+    EvenOnAFullDisk(m_site.GetDatabase(), [&] {
+        Writer writer(m_site.GetDatabase());
+        std::int64_t id = GetProfile(*writer, profile);
+        ObjectId object = FindSection(*writer, id, uid);
+        if (!object) {
+            object = InsertObject(writer, {ObjectKind::ProfileSection}, {});
+            writer->Prepare("INSERT INTO section (profile, uid, object) VALUES (?, ?, ?)").Bind(id, uid, object).Run();
+        }
+        ApplyChanges(writer, object, ObjectKind::ProfileSection, {set, remove});
+        writer.Commit();
+    });
 }
 
 } // namespace localmapi::storage

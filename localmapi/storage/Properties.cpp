@@ -2,6 +2,7 @@
 #include "localmapi/storage/Properties.h"
 #include "localmapi/storage/Codec.h"
 #include "localmapi/storage/Schema.h"
+#include "localmapi/storage/Sizes.h"
 #include <algorithm>
 #include <limits>
 
@@ -16,6 +17,7 @@ constexpr Tag kMessageColumns[] = {kMessageClass, kImportance,  kClientSubmitTim
                                    kMessageFlags, kMessageSize, kHasAttachments};
 constexpr Tag kAttachmentColumns[] = {kAttachNumber, kAttachSize};
 constexpr Tag kRecipientColumns[] = {kRowId};
+constexpr Tag kMailboxColumns[] = {kMessageSize, kReceiveQuota};
 constexpr Tag kFolderColumns[] = {kContentCount, kContentUnread, kAssociatedCount, kSubfolders, kFolderChildCount};
 
 template <class Visit> void EachColumn(ObjectKind kind, Visit visit)
@@ -30,6 +32,8 @@ template <class Visit> void EachColumn(ObjectKind kind, Visit visit)
         all(kRecipientColumns);
     else if (kind == ObjectKind::Folder)
         all(kFolderColumns);
+    else if (kind == ObjectKind::Mailbox)
+        all(kMailboxColumns);
 }
 
 Value TimeValue(std::int64_t time)
@@ -90,6 +94,14 @@ Value FolderColumn(Connection &connection, ObjectId folder, Tag tag)
     default:
         return {};
     }
+}
+
+Value MailboxColumn(Connection &connection, ObjectId mailbox, Tag tag)
+{
+    if (tag == kMessageSize)
+        return Clamped(BytesIn(connection, mailbox));
+    const std::optional<std::int64_t> quota = tag == kReceiveQuota ? QuotaOf(connection, mailbox) : std::nullopt;
+    return quota ? Value(Clamped(*quota / 1024)) : Value();
 }
 
 Value StreamedValue(Connection &connection, ObjectId id, Tag tag, std::uint64_t longest)
@@ -177,6 +189,8 @@ Value ColumnValue(Connection &connection, const ObjectRow &row, Tag tag)
         return tag == kRowId ? Value(row.info.number) : Value();
     case ObjectKind::Folder:
         return FolderColumn(connection, row.info.id, tag);
+    case ObjectKind::Mailbox:
+        return MailboxColumn(connection, row.info.id, tag);
     default:
         return {};
     }

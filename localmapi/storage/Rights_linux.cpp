@@ -1,6 +1,7 @@
 // Modes. SQLite gives what it makes beside a file the file's own mode, and a folder's group is handed down by its
 // setgid bit.
 #include "localmapi/storage/Error.h"
+#include "localmapi/storage/FileSystem.h"
 #include "localmapi/storage/Path.h"
 #include "localmapi/storage/Rights.h"
 #include <cerrno>
@@ -19,9 +20,10 @@ namespace
 
 [[noreturn]] void Fail(const std::string &path, const char *what, int error)
 {
-    const Fault fault = error == EEXIST                      ? Fault::Collision
-                        : error == ENOSPC || error == EDQUOT ? Fault::Full
-                                                             : Fault::NoAccess;
+    const Fault fault = error == EEXIST        ? Fault::Collision
+                        : IsNoRoom(error)      ? Fault::Full
+                        : IsDeviceError(error) ? Fault::Disk
+                                               : Fault::NoAccess;
     throw Error(fault, "'" + path + "' " + what + ": " + std::strerror(error) + ".");
 }
 

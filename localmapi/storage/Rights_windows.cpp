@@ -194,7 +194,7 @@ void ShareRights(const std::string &path) noexcept
         return;
     const Local<void> owned(descriptor);
     // As they are: SetNamedSecurityInfo would add what the folder hands down.
-    for (const char *suffix : {"-wal", "-shm"})
+    for (const char *suffix : {"-wal", "-shm", "-reserve"})
         SetFileSecurityW(PathOf(path + suffix).c_str(), DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION,
                          descriptor);
 }

@@ -188,13 +188,23 @@ WHEN old.data IS NOT NULL AND NOT EXISTS (SELECT 1 FROM stream WHERE data = old.
 END;
 )";
 
+// What mailboxes hold and may hold, in bytes: facets count those of their messages, a mailbox has a quota or none. And
+// when a message that was moved or copied came to where it lies.
+constexpr const char *kSizes = R"(
+ALTER TABLE facet ADD COLUMN bytes INTEGER NOT NULL DEFAULT 0;
+UPDATE facet SET bytes = (SELECT IFNULL(sum(size), 0) FROM object o WHERE o.facet = facet.id);
+ALTER TABLE mailbox ADD COLUMN quota INTEGER;
+CREATE INDEX mailbox_quota ON mailbox (id) WHERE quota IS NOT NULL;
+ALTER TABLE object ADD COLUMN arrived INTEGER;
+)";
+
 struct Step {
     const char *tables;
     void (*fill)(Connection &connection) = nullptr; // what the tables hold of a file's content
 };
 // kSteps[n] brings a file of version n + 1 to version n + 2.
 const std::array<Step, kSchemaVersion - 1> kSteps{
-    {{kChangeEntries}, {kMarks}, {kCommon}, {kNameIndexTables, IndexEverybody}}};
+    {{kChangeEntries}, {kMarks}, {kCommon}, {kNameIndexTables, IndexEverybody}, {kSizes}}};
 
 void Take(const Step &step, Connection &connection)
 {

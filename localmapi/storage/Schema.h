@@ -6,7 +6,7 @@ namespace localmapi::storage
 {
 
 constexpr std::int64_t kApplicationId = 0x4C4D4150;
-constexpr std::int64_t kSchemaVersion = 5;
+constexpr std::int64_t kSchemaVersion = 6;
 
 // The time column of a message that lacks the property: less than every time.
 constexpr std::int64_t kNoTime = INT64_MIN;

@@ -1,7 +1,8 @@
 // SQLite behind owners: its results become exceptions with the place of the call in them.
 #include "localmapi/storage/Sqlite.h"
-#include <cerrno>
+#include "localmapi/storage/FileSystem.h"
 #include <new>
+#include <system_error>
 #include <utility>
 
 namespace localmapi::storage
@@ -29,8 +30,9 @@ Fault FaultOf(int extended, int systemError)
     case SQLITE_READONLY:
     case SQLITE_PERM:
     case SQLITE_AUTH:
-    case SQLITE_CANTOPEN:
         return Fault::NoAccess;
+    case SQLITE_CANTOPEN:
+        return IsNoRoom(systemError) ? Fault::Full : IsDeviceError(systemError) ? Fault::Disk : Fault::NoAccess;
     case SQLITE_TOOBIG:
         return Fault::TooBig;
     case SQLITE_CONSTRAINT:
@@ -38,14 +40,36 @@ Fault FaultOf(int extended, int systemError)
     case SQLITE_IOERR:
         if (extended == SQLITE_IOERR_CORRUPTFS)
             return Fault::Corrupt;
-        // The system's code may be lost by the time it is asked for. A write that is refused, and not by a failing
-        // device, found no room.
-        if (extended == SQLITE_IOERR_WRITE && systemError != EIO)
+        // All that is written of the shared memory is one byte of each of its pages, to have room for them.
+        if (extended == SQLITE_IOERR_SHMSIZE && !IsDeviceError(systemError))
             return Fault::Full;
-        return systemError == ENOSPC || systemError == EFBIG ? Fault::Full : Fault::Failed;
+        return IsNoRoom(systemError) ? Fault::Full : Fault::Disk;
     default:
         return Fault::Failed;
     }
+}
+
+// What the system said last of a file of the connection; 0: nothing.
+int LastErrorOf(sqlite3 *handle, int whichFile)
+{
+    sqlite3_file *file = nullptr;
+    int error = 0;
+    if (sqlite3_file_control(handle, "main", whichFile, &file) == SQLITE_OK && file && file->pMethods)
+        file->pMethods->xFileControl(file, SQLITE_FCNTL_LAST_ERRNO, &error);
+    return error;
+}
+
+// What the system said of the call that failed. The thread's own error may be another call's by now; each file keeps
+// what became of its own.
+int SystemErrorOf(sqlite3 *handle)
+{
+    const int error = sqlite3_system_errno(handle);
+    if (IsNoRoom(error) || IsDeviceError(error))
+        return error;
+    for (const int which : {SQLITE_FCNTL_JOURNAL_POINTER, SQLITE_FCNTL_FILE_POINTER})
+        if (const int own = LastErrorOf(handle, which); IsNoRoom(own) || IsDeviceError(own))
+            return own;
+    return error;
 }
 
 } // namespace
@@ -67,6 +91,10 @@ const char *FaultName(Fault fault)
         return "busy";
     case Fault::Full:
         return "disk full";
+    case Fault::OverQuota:
+        return "mailbox full";
+    case Fault::Disk:
+        return "disk error";
     case Fault::Corrupt:
         return "damaged";
     case Fault::CorruptData:
@@ -215,8 +243,8 @@ void Connection::Open(const std::string &name, int flags)
     int result = sqlite3_open_v2(name.c_str(), &m_handle, flags | SQLITE_OPEN_NOMUTEX, nullptr);
     if (result != SQLITE_OK) {
         std::string text = m_handle ? sqlite3_errmsg(m_handle) : "out of memory";
-        Fault fault = FaultOf(m_handle ? sqlite3_extended_errcode(m_handle) : result,
-                              m_handle ? sqlite3_system_errno(m_handle) : 0);
+        Fault fault =
+            FaultOf(m_handle ? sqlite3_extended_errcode(m_handle) : result, m_handle ? SystemErrorOf(m_handle) : 0);
         sqlite3_close(m_handle);
         throw Error(fault, "'" + m_path + "' can't be opened: " + text + ".");
     }
@@ -260,8 +288,13 @@ bool Connection::HasMoved() const
 bool Connection::ReadFile(std::int64_t at, void *bytes, std::size_t size) const
 {
     sqlite3_file *file = nullptr;
-    return sqlite3_file_control(m_handle, "main", SQLITE_FCNTL_FILE_POINTER, &file) == SQLITE_OK && file &&
-           file->pMethods && file->pMethods->xRead(file, bytes, static_cast<int>(size), at) == SQLITE_OK;
+    if (sqlite3_file_control(m_handle, "main", SQLITE_FCNTL_FILE_POINTER, &file) != SQLITE_OK || !file ||
+        !file->pMethods)
+        return false;
+    const int result = file->pMethods->xRead(file, bytes, static_cast<int>(size), at);
+    if (result != SQLITE_OK && result != SQLITE_IOERR_SHORT_READ)
+        Fail(result);
+    return result == SQLITE_OK;
 }
 
 void Connection::LeaveLog() const noexcept
@@ -277,16 +310,24 @@ void Connection::CheckReferences(bool check) const noexcept
 void Connection::Fail(int result) const
 {
     int extended = sqlite3_extended_errcode(m_handle);
-    if ((extended & 0xFF) != (result & 0xFF))
+    const bool isLast = (extended & 0xFF) == (result & 0xFF);
+    if (!isLast)
         extended = result;
-    Fault fault = FaultOf(extended, sqlite3_system_errno(m_handle));
+    const int system = SystemErrorOf(m_handle);
+    const Fault fault = FaultOf(extended, system);
+    const bool isMemory = result == SQLITE_NOMEM || extended == SQLITE_IOERR_NOMEM;
     if (m_begun && sqlite3_get_autocommit(m_handle)) {
-        m_endedBy = result;
+        m_endedBy = isMemory ? SQLITE_NOMEM : result;
         m_endedByFault = fault;
     }
-    if (result == SQLITE_NOMEM)
+    if (isMemory)
         throw std::bad_alloc();
-    throw Error(fault, "'" + m_path + "' (" + FaultName(fault) + "): " + sqlite3_errmsg(m_handle) + ".");
+    std::string text = m_path.empty() ? "A temporary file" : "'" + m_path + "'";
+    text +=
+        std::string(" (") + FaultName(fault) + "): " + (isLast ? sqlite3_errmsg(m_handle) : sqlite3_errstr(extended));
+    if (fault == Fault::Disk && IsDeviceError(system))
+        text += " (" + std::system_category().message(system) + ")";
+    throw Error(fault, text + ".");
 }
 
 void Connection::RequireTransaction() const

@@ -31,6 +31,9 @@ constexpr Tag kAttachSize = 0x0E200003;         // kept
 constexpr Tag kRowId = 0x30000003;              // kept: a recipient's place in the list
 constexpr std::uint16_t kAttachDataId = 0x3701; // an attachment's data: bytes, or what it holds as an object
 
+// Mailboxes: kMessageSize, of all their messages, and
+constexpr Tag kReceiveQuota = 0x666A0003; // kept: PR_PROHIBIT_RECEIVE_QUOTA, what it may hold, in KB; nothing: no limit
+
 // Folders
 constexpr Tag kDisplayName = 0x3001001F;
 constexpr Tag kContentCount = 0x36020003;     // kept

@@ -200,7 +200,10 @@ void WriteTurn::Leave() noexcept
 {
     Group &group = *m_group;
     if (group.members == 0) {
+        const bool isFull = group.connection && (sqlite3_errcode(group.connection->Handle()) & 0xFF) == SQLITE_FULL;
         group.transaction.reset();
+        if (isFull)
+            m_database.AfterFullDisk(*group.connection);
         Tell();
         return;
     }
@@ -243,6 +246,8 @@ void WriteTurn::Conclude() noexcept
         m_group->Failed();
     }
     m_group->transaction.reset();
+    if (m_group->fault == Fault::Full)
+        m_database.AfterFullDisk(*m_group->connection);
     Tell();
 }
 
@@ -254,6 +259,7 @@ void WriteTurn::CommitAll()
     m_database.RequireInPlace();
     if (group.announce)
         ChangeSignal::Announce(m_database.Path());
+    m_database.AfterCommit(*group.connection);
 }
 
 // The group has ended.

@@ -15,6 +15,8 @@ struct Arguments {
     UserOptions newUser;
     DeliverOptions delivery;
     FillOptions fill;
+    PurgeOptions purge;
+    std::int32_t longest = 10;
     AppointmentOptions appointment;
     bool isDefault = false, repair = false, noCopy = false;
 };
@@ -49,7 +51,13 @@ void AddSiteCommands(CLI::App &app, Arguments &a)
     addition->add_option("--name", a.newUser.name, "Full name, as the address book shows it")->required();
     addition->add_option("--smtp", a.newUser.smtp, "Mail address; ALIAS@ORGANIZATION.example without it");
     addition->add_flag("--service", a.newUser.service, "A service account: may open every mailbox");
+    addition->add_option("--quota", a.newUser.quota,
+                         "What the mailbox may hold: 500KB, 200MB, 2GB; no limit without it");
     OnCommand(*addition, [&] { AddUser(a.common, a.newUser); });
+    auto *quota = user->add_subcommand("quota", "Show or set what a mailbox may hold");
+    quota->add_option("ALIAS", a.user, "A user's alias")->required();
+    quota->add_option("SIZE", a.name, "500KB, 200MB, 2GB or none");
+    OnCommand(*quota, [&] { SetUserQuota(a.common, a.user, a.name); });
     OnCommand(*user->add_subcommand("list", "List the users"), [&] { ListUsers(a.common); });
 
     auto *contact = app.add_subcommand("contact", "People elsewhere");
@@ -75,6 +83,34 @@ void AddSiteCommands(CLI::App &app, Arguments &a)
         app.add_subcommand("upgrade", "Bring a file of an older version to this one, and keep a copy of it");
     upgrade->add_flag("--no-copy", a.noCopy, "Keep none");
     OnCommand(*upgrade, [&] { UpgradeSite(a.common, !a.noCopy); });
+}
+
+void AddUpkeepCommands(CLI::App &app, Arguments &a)
+{
+    OnCommand(*app.add_subcommand("info", "What the site is, what it takes on the disk, what each mailbox holds"),
+              [&] { ShowInfo(a.common); });
+
+    auto *purge = app.add_subcommand(
+        "purge", "Remove old messages for good, read or not, while others work with the site. Outside of Deleted Items "
+                 "it leaves calendars, appointments, contacts, tasks and notes, and what was not sent yet");
+    purge
+        ->add_option("--older-than", a.purge.days,
+                     "Days since delivery, in Deleted Items also since the message came there; 0 with --deleted only")
+        ->required()
+        ->check(CLI::Range(0, 36500));
+    purge->add_option("--user", a.purge.user, "A user's alias; everybody without it");
+    purge->add_flag("--deleted", a.purge.deletedOnly, "From Deleted Items and the folders in it alone");
+    purge->add_flag("--dry-run", a.purge.dryRun, "Only tell what it would remove");
+    OnCommand(*purge, [&] { PurgeMessages(a.common, a.purge); });
+
+    auto *compact = app.add_subcommand("compact", "Give what is free in the file back to the disk. Others read on "
+                                                  "meanwhile; who writes waits");
+    compact
+        ->add_option("--longest", a.longest,
+                     "Seconds of preparation after which it is given up, for others wait about twice as long; 0: never")
+        ->check(CLI::Range(0, 86400))
+        ->capture_default_str();
+    OnCommand(*compact, [&] { CompactSite(a.common, a.longest); });
 }
 
 void AddProfileCommands(CLI::App &app, Arguments &a)
@@ -197,6 +233,7 @@ void Describe(CLI::App &app, Arguments &arguments)
                    "The site's file; else LOCALMAPI_FILE, the registry's, the default");
     app.add_flag("--json", arguments.common.json, "Print one JSON document");
     AddSiteCommands(app, arguments);
+    AddUpkeepCommands(app, arguments);
     AddProfileCommands(app, arguments);
     AddDeliverCommands(app, arguments);
     AddAppointmentCommands(app, arguments);

@@ -3,6 +3,7 @@
 #include "localmapi/storage/Backup.h"
 #include "localmapi/storage/Path.h"
 #include "localmapi/storage/Rights.h"
+#include "localmapi/storage/Sizes.h"
 #include "localmapi/tool/Tool.h"
 #include "tools/common/Text.h"
 #include <algorithm>
@@ -30,7 +31,9 @@ void InitSite(const Common &common, const std::string &server, const std::string
         throw Failure("the group " + group + " may not write in " + folder + ", which using a site asks for");
     const storage::SiteInfo info = storage::Site::Create(file, server, organization).Info();
     if (others)
-        others->Admit(file);
+        for (const std::string &one : {file, file + "-reserve"})
+            if (std::filesystem::exists(storage::PathOf(one)))
+                others->Admit(one);
     if (common.json)
         PrintJson({{"file", file}, {"server", info.server}, {"organization", info.organization}, {"group", group}});
     else
@@ -51,8 +54,11 @@ nlohmann::ordered_json AsJson(const storage::User &user)
 
 void AddUser(const Common &common, const UserOptions &options)
 {
-    const storage::User user =
-        Directory(OpenSite(common)).AddUser(options.alias, options.name, options.smtp, options.service);
+    const std::optional<std::int64_t> quota = options.quota.empty() ? std::nullopt : SizeFrom(options.quota);
+    const storage::Site site = OpenSite(common);
+    const storage::User user = Directory(site).AddUser(options.alias, options.name, options.smtp, options.service);
+    if (quota)
+        storage::SetQuota(site, user.mailbox, quota);
     if (common.json)
         PrintJson(AsJson(user));
     else

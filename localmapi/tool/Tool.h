@@ -32,6 +32,11 @@ storage::User UserNamed(const storage::Site &site, const std::string &alias); //
 // "hello.wav: No such file or directory"
 std::string FileError(const std::string &file, const std::exception &error);
 
+// "817 bytes", "24.1 MB"
+std::string SizeText(std::int64_t bytes);
+// Of "500KB", "200MB" or "2GB"; nothing for "none". Misuse for anything else.
+std::optional<std::int64_t> SizeFrom(const std::string &text);
+
 // "2026-11-21T08:15:30Z" of a stored time, in whatever year.
 std::string IsoTime(std::int64_t ticks);
 
@@ -74,8 +79,14 @@ class Shown
 };
 
 struct UserOptions {
-    std::string alias, name, smtp;
+    std::string alias, name, smtp, quota;
     bool service = false;
+};
+
+struct PurgeOptions {
+    std::string user; // empty: everybody
+    bool deletedOnly = false, dryRun = false;
+    std::int32_t days = 0;
 };
 
 struct DeliverOptions {
@@ -101,6 +112,13 @@ void CheckSite(const Common &common, bool repair);
 void UpgradeSite(const Common &common, bool keepsOldCopy);
 void BackUpSite(const Common &common, const std::string &file);
 void RestoreSite(const Common &common, const std::string &file);
+
+// size: "200MB", "none"; empty: tells what it is.
+void SetUserQuota(const Common &common, const std::string &alias, const std::string &size);
+void ShowInfo(const Common &common);
+// How long others may have to wait at most; 0: however long it takes.
+void CompactSite(const Common &common, std::int32_t longest);
+void PurgeMessages(const Common &common, const PurgeOptions &options);
 
 void AddProfile(const Common &common, const std::string &name, const std::string &user, bool makeDefault);
 void ListProfiles(const Common &common);

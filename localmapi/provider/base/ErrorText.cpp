@@ -1,5 +1,6 @@
 // What codes mean in words, and how an exception becomes the code and the text that a client gets.
 #include "localmapi/provider/base/ErrorText.h"
+#include "ExchangeMapi.h"
 #include "localmapi/provider/base/Memory.h"
 #include "localmapi/provider/base/StorageErrors.h"
 #include "localmapi/provider/base/Text.h"
@@ -35,6 +36,7 @@ const CodeText kCodeTexts[] = {
     {MAPI_E_OBJECT_DELETED, "The object was deleted."},
     {MAPI_E_BUSY, "The site file is busy."},
     {MAPI_E_NOT_ENOUGH_DISK, "There is not enough space on the disk."},
+    {MAPI_E_STORE_FULL, "There is no room in the mailbox."},
     {MAPI_E_NOT_ENOUGH_RESOURCES, "There are not enough resources."},
     {MAPI_E_NOT_FOUND, "The object was not found."},
     {MAPI_E_VERSION, "The version is not supported."},

@@ -1,4 +1,5 @@
 #include "localmapi/provider/base/StorageErrors.h"
+#include "ExchangeMapi.h"
 #include "localmapi/storage/Error.h"
 
 namespace localmapi
@@ -24,6 +25,10 @@ HRESULT CodeOf(storage::Fault fault)
         return MAPI_E_BUSY;
     case Fault::Full:
         return MAPI_E_NOT_ENOUGH_DISK;
+    case Fault::OverQuota:
+        return MAPI_E_STORE_FULL;
+    case Fault::Disk:
+        return MAPI_E_DISK_ERROR;
     case Fault::Corrupt:
     case Fault::ForeignLog:
         return MAPI_E_CORRUPT_STORE;

@@ -1,7 +1,7 @@
 // IMessage::SubmitMessage.
 #include "localmapi/provider/store/Message.h"
 #include "localmapi/provider/store/Transport.h"
-#include "localmapi/storage/Error.h"
+#include "localmapi/storage/Sizes.h"
 
 namespace localmapi
 {
@@ -82,11 +82,18 @@ void Message::Send(storage::ChangeNumber expected)
     if (m_id)
         dispatch.expected = expected;
     dispatch.content = m_draft;
+    // Whose mailbox has no room for it turns out as it is written; the sender is then told in the report. For his own,
+    // and for the folder of the sent copy, it is the call that fails.
+    std::set<storage::ObjectId> full;
     for (int attempts = 1;; ++attempts) {
-        dispatch.destinations = Route(*m_store, outgoing);
+        dispatch.destinations = Route(*m_store, outgoing, full);
         try {
             m_store->objects.Send(dispatch);
             return;
+        } catch (const storage::MailboxesFull &error) {
+            for (const storage::ObjectId mailbox : error.Mailboxes())
+                if (mailbox == m_store->mailbox.id || !full.insert(mailbox).second)
+                    throw;
         } catch (const storage::Error &error) {
             // A folder on the way may have been deleted since; the next look finds another one, or says what lacks.
             const bool isThere = !m_id || m_store->objects.Find(m_id);

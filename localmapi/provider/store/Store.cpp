@@ -84,7 +84,8 @@ bool Store::IsComputed(storage::Tag tag)
     PropertyBag computed;
     AddComputed(computed);
     return computed.FindId(storage::TagId(tag)) || storage::TagId(tag) == PROP_ID(kReceiveFolders) ||
-           storage::TagId(tag) == PROP_ID(PR_CREATION_TIME) || IsComputedEverywhere(tag);
+           storage::TagId(tag) == PROP_ID(PR_CREATION_TIME) || storage::TagId(tag) == PROP_ID(PR_MESSAGE_SIZE) ||
+           storage::TagId(tag) == storage::TagId(storage::kReceiveQuota) || IsComputedEverywhere(tag);
 }
 
 void Store::Change(const PropertyBag &set, const std::vector<storage::Tag> &remove)

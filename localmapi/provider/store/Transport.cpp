@@ -32,7 +32,10 @@ std::int32_t TypeOf(const PropertyBag &recipient)
 class Router
 {
   public:
-    Router(const StoreContext &store, const Outgoing &message) : m_store(store), m_message(message) {}
+    Router(const StoreContext &store, const Outgoing &message, const std::set<storage::ObjectId> &full)
+        : m_store(store), m_message(message), m_full(full)
+    {
+    }
 
     std::vector<Destination> Run()
     {
@@ -48,6 +51,11 @@ class Router
             if (TypeOf(recipient) != MAPI_BCC)
                 m_shown->push_back(found.recipient);
             m_all->push_back(found.recipient);
+            if (found.user && m_full.count(found.user->mailbox)) {
+                found.user.reset();
+                found.reason = "The mailbox is full.";
+                found.diagnosis = MAPI_DIAG_RECIPIENT_UNAVAILABLE;
+            }
             if (!found.user) {
                 unreached.push_back(std::move(found));
                 continue;
@@ -184,6 +192,7 @@ class Router
 
     const StoreContext &m_store;
     const Outgoing &m_message;
+    const std::set<storage::ObjectId> &m_full;
     const std::int64_t m_now = storage::CurrentTime();
     PropertyBag m_sender, m_represented;
     // Recipients, without and with those of blind copies.
@@ -206,9 +215,10 @@ const std::vector<storage::Tag> &SubmissionTags()
     return tags;
 }
 
-std::vector<Destination> Route(const StoreContext &store, const Outgoing &message)
+std::vector<Destination> Route(const StoreContext &store, const Outgoing &message,
+                               const std::set<storage::ObjectId> &full)
 {
-    return Router(store, message).Run();
+    return Router(store, message, full).Run();
 }
 
 } // namespace localmapi

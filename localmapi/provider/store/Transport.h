@@ -3,6 +3,8 @@
 #pragma once
 #include "localmapi/provider/store/StoreContext.h"
 
+#include <set>
+
 namespace localmapi
 {
 
@@ -19,6 +21,8 @@ const std::vector<storage::Tag> &SubmissionTags();
 // Where the message goes, from the mailbox that it is sent from. Throws Failure: MAPI_E_NO_RECIPIENTS, MAPI_E_NO_ACCESS
 // where the user may not write to the folder for the sent copy or send for whom the message says, and what is wrong
 // with the folder's entry ID.
-std::vector<storage::Destination> Route(const StoreContext &store, const Outgoing &message);
+// Recipients whose mailboxes are `full` are among those who can't be reached.
+std::vector<storage::Destination> Route(const StoreContext &store, const Outgoing &message,
+                                        const std::set<storage::ObjectId> &full = {});
 
 } // namespace localmapi

@@ -110,7 +110,7 @@ TEST_F(KilledTest, WhatWasNeverSavedIsGone)
     EXPECT_EQ(CountIn(m_outbox.get()), 0u);
     EXPECT_EQ(Unsent(), "");
     EXPECT_EQ(m_place.TemporaryFiles(), 0u);
-    EXPECT_THAT(FilesOfTheSite(), testing::IsSubsetOf({"", "-wal", "-shm"}));
+    EXPECT_THAT(FilesOfTheSite(), testing::IsSubsetOf({"", "-wal", "-shm", "-reserve"}));
 }
 
 TEST_F(KilledTest, WhatWasSavedStaysAndIsKnownUntilItIsSubmitted)

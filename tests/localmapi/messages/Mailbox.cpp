@@ -1,6 +1,7 @@
 // The site that every test begins with a copy of, and the helpers that read and write objects through MAPI's
 // interfaces.
 #include "Mailbox.h"
+#include "ExchangeMapi.h"
 #include "localmapi/provider/property/PropertyConvert.h"
 #include "localmapi/storage/Path.h"
 
@@ -97,6 +98,7 @@ const NamedCode kCodes[] = {CODE(S_OK),
                             CODE(MAPI_E_SUBMITTED),
                             CODE(MAPI_E_FOLDER_CYCLE),
                             CODE(MAPI_E_NOT_ENOUGH_DISK),
+                            CODE(MAPI_E_STORE_FULL),
                             CODE(MAPI_W_ERRORS_RETURNED),
                             CODE(MAPI_W_POSITION_CHANGED),
                             CODE(MAPI_W_PARTIAL_COMPLETION),

@@ -1,6 +1,7 @@
 // What went wrong is told twice: by the HRESULT, and by the object's last error in either width. No exception leaves a
 // method.
 #include "localmapi/provider/base/ErrorText.h"
+#include "ExchangeMapi.h"
 #include "SiteFixture.h"
 #include "localmapi/provider/base/Text.h"
 #include "localmapi/storage/Error.h"
@@ -65,6 +66,8 @@ TEST_F(ErrorText, EveryExceptionBecomesACode)
     EXPECT_CODE(thrown(Error(Fault::NoAccess, "x")), MAPI_E_NO_ACCESS);
     EXPECT_CODE(thrown(Error(Fault::Busy, "x")), MAPI_E_BUSY);
     EXPECT_CODE(thrown(Error(Fault::Full, "x")), MAPI_E_NOT_ENOUGH_DISK);
+    EXPECT_CODE(thrown(Error(Fault::OverQuota, "x")), MAPI_E_STORE_FULL);
+    EXPECT_CODE(thrown(Error(Fault::Disk, "x")), MAPI_E_DISK_ERROR);
     EXPECT_CODE(thrown(Error(Fault::Corrupt, "x")), MAPI_E_CORRUPT_STORE);
     EXPECT_CODE(thrown(Error(Fault::CorruptData, "x")), MAPI_E_CORRUPT_DATA);
     EXPECT_CODE(thrown(Error(Fault::NotASite, "x")), MAPI_E_CORRUPT_DATA);

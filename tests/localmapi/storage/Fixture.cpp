@@ -17,6 +17,8 @@ void MakeOlder(const std::string &file, std::int64_t version)
         "DROP INDEX stream_data; ALTER TABLE object DROP COLUMN list; ALTER TABLE stream DROP COLUMN data;"
         "ALTER TABLE chunk DROP COLUMN checksum",
         "DROP TABLE person_word",
+        "DROP INDEX mailbox_quota; ALTER TABLE mailbox DROP COLUMN quota; ALTER TABLE facet DROP COLUMN bytes;"
+        "ALTER TABLE object DROP COLUMN arrived",
     };
     static_assert(std::size(kBack) + 1 == kSchemaVersion);
     Connection connection(file, SQLITE_OPEN_READWRITE, 0);

@@ -139,11 +139,13 @@ Site OpenToRead(const std::string &path)
 
 struct Readers : Rights {
     Readers() { Directory(Site::Create(path, "S", "O")).AddUser("alice", "Alice"); }
+    // But for the reserve, which its owner has made.
     Subjects Files() const
     {
         Subjects names;
         for (const auto &entry : std::filesystem::directory_iterator(std::filesystem::path(path).parent_path()))
-            names.push_back(entry.path().filename().string());
+            if (const std::string name = entry.path().filename().string(); !name.ends_with("-reserve"))
+                names.push_back(name);
         std::sort(names.begin(), names.end());
         return names;
     }

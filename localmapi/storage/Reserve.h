@@ -1,0 +1,35 @@
+// Room that is set aside on the disk beside a site's file, for what frees room and for logons when there is none left:
+// the file "<site>-reserve", which nothing is in. How long it is says how much is set aside; any process of the site
+// may take from it and fill it up, at any time, and a killed one leaves it at some length. Any thread.
+#pragma once
+#include <cstdint>
+#include <string>
+
+namespace localmapi::storage
+{
+
+class Reserve
+{
+  public:
+    // For the logs of what frees room: deleting 2,000 messages writes less.
+    static constexpr std::uint64_t kSize = 16 << 20;
+
+    explicit Reserve(const std::string &sitePath) : m_site(sitePath), m_path(sitePath + "-reserve") {}
+
+    // Whether it is not whole because the disk has no room for it.
+    bool IsShort() const noexcept;
+    // So many bytes of it, or what there is, are free for whoever writes next. False: there is nothing.
+    bool GiveUp(std::uint64_t bytes) noexcept;
+    // Fills it up where the disk has room for it and for as much again, which is left to those who write.
+    void FillUp() noexcept;
+
+    // Whom to ask for the room beside a file instead of the system; for tests. Null: the system.
+    using Room = std::uint64_t (*)(const std::string &path);
+    static void Ask(Room room) noexcept;
+
+  private:
+    std::uint64_t Size() const noexcept;
+    const std::string m_site, m_path;
+};
+
+} // namespace localmapi::storage

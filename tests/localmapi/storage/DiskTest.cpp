@@ -1,0 +1,197 @@
+// Proves that a failing disk and a full one are told apart, each by its name, and that on a full one people can still
+// log on, read, and make room, from what the site has set aside for it.
+#include "DiskVfs.h"
+#include "Fixture.h"
+#include "localmapi/storage/Purge.h"
+#include "localmapi/storage/Reserve.h"
+#include "localmapi/storage/Sizes.h"
+
+namespace localmapi::storage
+{
+
+namespace
+{
+
+namespace fs = std::filesystem;
+
+class Disks : public SiteTest
+{
+  protected:
+    ~Disks() override
+    {
+        SetDeviceFault(DeviceFault::None);
+        SetDiskRoom(m_folder.File(""), {});
+    }
+    std::string Path() const { return m_folder.File("site.db"); }
+    std::uintmax_t ReserveSize() const { return fs::file_size(PathOf(Path() + "-reserve")); }
+    std::vector<ObjectId> AddMany(int count, std::size_t size)
+    {
+        std::vector<NewMessage> messages;
+        for (int i = 0; i < count; ++i)
+            messages.push_back(
+                {m_box.inbox, MakeMessage(std::to_string(i), {{kMessageDeliveryTime, std::int64_t{1} << 40},
+                                                              {kAttachData, Bytes(size, 7)}})});
+        return m_objects.CreateMessages(messages);
+    }
+    // Nobody has the site open: what a process left that ended in peace.
+    void CloseEverything()
+    {
+        m_site = Site::Create(m_folder.File("elsewhere/other.db"), "S", "O");
+        m_objects = Objects(m_site);
+    }
+    void SetUp() override { fs::create_directory(PathOf(m_folder.File("elsewhere"))); }
+};
+
+// The text of what `work` throws.
+std::string TextOf(const std::function<void()> &work)
+{
+    try {
+        work();
+    } catch (const Error &error) {
+        return error.what();
+    }
+    return "(nothing)";
+}
+
+TEST_F(Disks, AFailingDeviceIsADiskErrorAndNoFullDisk)
+{
+    const ObjectId id = Add("before", {{kBody, std::string(100000, 'b')}});
+    for (const DeviceFault fault : {DeviceFault::Write, DeviceFault::Sync}) {
+        SetDeviceFault(fault);
+        EXPECT_EQ(FaultOf([&] { Add("m", {{kAttachData, Bytes(100000)}}); }), Fault::Disk) << static_cast<int>(fault);
+        EXPECT_EQ(FaultOf([&] { m_objects.SetRead({id}, true); }), Fault::Disk) << static_cast<int>(fault);
+        EXPECT_THAT(TextOf([&] { Add("m"); }), testing::HasSubstr("(disk error)"));
+        SetDeviceFault(DeviceFault::None);
+    }
+    EXPECT_EQ(ReserveSize(), Reserve::kSize) << "it is no help here";
+    SetDeviceFault(DeviceFault::Read);
+    EXPECT_EQ(FaultOf([&] { Site::Open(Path()); }), Fault::Disk);
+    SetDeviceFault(DeviceFault::None);
+    Add("after");
+    EXPECT_EQ(SubjectsIn(View(m_site, Inbox())), (std::vector<std::string>{"before", "after"}));
+    ExpectSound();
+}
+
+TEST_F(Disks, EveryCallThatFailsOfMakingASiteIsADiskError)
+{
+    for (const DeviceFault fault : {DeviceFault::Write, DeviceFault::Sync, DeviceFault::Read})
+        for (int n = 1;; ++n) {
+            const std::string path = m_folder.File("new" + std::to_string(static_cast<int>(fault)) + ".db");
+            SetDeviceFault(fault, n);
+            const std::optional<Fault> thrown = FaultOf([&] { Site::Create(path, "S", "O"); });
+            SetDeviceFault(DeviceFault::None);
+            if (!thrown) {
+                EXPECT_GT(n, 1);
+                break;
+            }
+            EXPECT_EQ(*thrown, Fault::Disk) << "call " << n << " of kind " << static_cast<int>(fault);
+            // What opens it, once it is there, may be what failed.
+            fs::remove(PathOf(path));
+            fs::remove(PathOf(path + "-wal"));
+        }
+}
+
+TEST_F(Disks, WhatAQuotaOfTheDiskRefusesIsAFullDisk)
+{
+    SetDeviceFault(DeviceFault::Quota);
+    EXPECT_EQ(FaultOf([&] { Add("m"); }), Fault::Full);
+    EXPECT_THAT(TextOf([&] { Add("m"); }), testing::HasSubstr("(disk full)"));
+}
+
+TEST_F(Disks, WithNothingFreeOneLogsOnListsAndMakesRoomAndThenWritesAgain)
+{
+    const std::vector<ObjectId> ids = AddMany(200, 50000);
+    CloseEverything();
+    SetDiskRoom(m_folder.File(""), 0);
+    ASSERT_EQ(DiskRoom(), 0u);
+
+    const Site site = Site::Open(Path());
+    Objects objects(site);
+    const View view(site, Inbox());
+    EXPECT_EQ(view.Count(), 200u);
+    EXPECT_EQ(view.Read(Place::Beginning(), kForward, 1000, {kSubject}).size(), 200u);
+    Profiles profiles(site);
+    profiles.Create("MAPIImpl");
+    profiles.AddService("MAPIImpl", {Guid{1}, "MSEMS", "Server"});
+    profiles.ChangeSection("MAPIImpl", Guid{2}, {{kDisplayName, std::string("x")}}, {});
+    profiles.Remove("MAPIImpl");
+
+    // Nothing else is let in.
+    const std::vector<ObjectId> some(ids.begin(), ids.begin() + 20);
+    EXPECT_EQ(
+        FaultOf([&] {
+            objects.CreateMessage(m_box.inbox, MakeMessage("large", {{kAttachData, Bytes(std::size_t{40} << 20)}}));
+        }),
+        Fault::Full);
+    const std::vector<ObjectId> moved = objects.MoveMessages(some, m_box.deletedItems);
+    EXPECT_EQ(objects.RemoveMessages(moved), std::vector<bool>(20, true));
+    objects.SetRead({ids[30]}, true);
+    EXPECT_EQ(Purge(site, {std::nullopt, false, std::int64_t{1} << 50}).messages, 180u);
+    EXPECT_EQ(view.Count(), 0u);
+    EXPECT_GT(SizesOfFile(site).free, 200 * 50000);
+    // In the pages that are free now, as often as they are free again.
+    for (int round = 0; round < 20; ++round) {
+        const ObjectId id = objects.CreateMessage(m_box.inbox, MakeMessage("again", {{kAttachData, Bytes(1 << 20)}}));
+        EXPECT_EQ(objects.RemoveMessages({id}), std::vector<bool>{true});
+    }
+    EXPECT_TRUE(Check(site, false).empty());
+
+    // Once there is room the reserve is made anew, here by whoever opens it next.
+    SetDiskRoom(m_folder.File(""), {});
+    EXPECT_LT(ReserveSize(), Reserve::kSize);
+    Site::Open(Path());
+    EXPECT_EQ(ReserveSize(), Reserve::kSize);
+}
+
+TEST_F(Disks, AReaderAloneTakesLittleOfTheReserve)
+{
+    Add("m");
+    CloseEverything();
+    SetDiskRoom(m_folder.File(""), 0);
+    OpenOptions readOnly;
+    readOnly.readOnly = true;
+    EXPECT_EQ(View(Site::Open(Path(), readOnly), Inbox()).Count(), 1u);
+    EXPECT_EQ(ReserveSize(), Reserve::kSize - (1 << 20));
+    EXPECT_EQ(View(Site::Open(Path(), readOnly), Inbox()).Count(), 1u);
+    EXPECT_EQ(ReserveSize(), Reserve::kSize - (1 << 20)) << "what was given up is free";
+}
+
+TEST_F(Disks, WhereTheReserveIsGoneAFullDiskIsSaidToBeOne)
+{
+    const std::vector<ObjectId> ids = AddMany(50, 20000);
+    CloseEverything();
+    fs::remove(PathOf(Path() + "-reserve"));
+    SetDiskRoom(m_folder.File(""), 0);
+    EXPECT_EQ(FaultOf([&] { Site::Open(Path()); }), Fault::Full);
+    SetDiskRoom(m_folder.File(""), 100000);
+    const Site site = Site::Open(Path());
+    EXPECT_EQ(FaultOf([&] { Objects(site).RemoveMessages(ids); }), Fault::Full);
+    // A purge takes smaller pieces then.
+    EXPECT_FALSE(fs::exists(PathOf(Path() + "-reserve"))) << "no room, no reserve";
+    SetDiskRoom(m_folder.File(""), 400000);
+    EXPECT_EQ(Purge(site, {std::nullopt, false, std::int64_t{1} << 50}).messages, 50u);
+    EXPECT_TRUE(Check(site, false).empty());
+}
+
+TEST_F(Disks, TheReserveGoesNowhereWithTheSite)
+{
+    EXPECT_EQ(ReserveSize(), Reserve::kSize);
+    EXPECT_EQ(static_cast<std::uint64_t>(SizesOfFile(m_site).reserve), Reserve::kSize);
+    Add("m");
+    Site::Open(Path());
+    std::set<std::string> names;
+    for (const auto &entry : fs::directory_iterator(PathOf(m_folder.File(""))))
+        names.insert(Utf8Of(entry.path().filename()));
+    EXPECT_EQ(names, (std::set<std::string>{"elsewhere", "site.db", "site.db-reserve", "site.db-shm", "site.db-wal"}));
+}
+
+} // namespace
+
+} // namespace localmapi::storage
+
+int main(int argc, char **argv)
+{
+    localmapi::storage::InstallDiskVfs();
+    testing::InitGoogleMock(&argc, argv);
+    return RUN_ALL_TESTS();
+}

@@ -20,7 +20,7 @@ namespace storage = localmapi::storage;
 
 storage::User NewSite(const std::string &path)
 {
-    for (const char *suffix : {"", "-wal", "-shm"})
+    for (const char *suffix : {"", "-wal", "-shm", "-reserve"})
         std::filesystem::remove(path + suffix);
     storage::Site site = storage::Site::Create(path, "NORVIK1", "Norvik");
     storage::Directory directory(site);

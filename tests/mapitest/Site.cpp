@@ -79,7 +79,7 @@ std::string AddressOfUser(int user)
 
 void RemoveSite(const std::string &path)
 {
-    for (const char *suffix : {"", "-wal", "-shm"}) {
+    for (const char *suffix : {"", "-wal", "-shm", "-reserve"}) {
         std::error_code ignored;
         std::filesystem::remove(storage::PathOf(path + suffix), ignored);
     }

@@ -26,7 +26,7 @@ std::string NewPath()
 
 void RemoveSite(const std::string &path)
 {
-    for (const char *suffix : {"", "-wal", "-shm"}) {
+    for (const char *suffix : {"", "-wal", "-shm", "-reserve"}) {
         std::error_code ignored;
         std::filesystem::remove(storage::PathOf(path + suffix), ignored);
     }

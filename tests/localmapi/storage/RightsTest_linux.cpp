@@ -48,7 +48,7 @@ TEST_F(Rights, ASiteItsLogAndItsCopiesAreTheOwnersAloneWhateverTheUmask)
         {
             const Site site = Site::Create(path, "S", "O");
             Directory(site).AddUser("alice", "Alice");
-            for (const char *suffix : {"", "-wal", "-shm"})
+            for (const char *suffix : {"", "-wal", "-shm", "-reserve"})
                 EXPECT_EQ(ModeOf(path + suffix), 0600U) << suffix;
             EXPECT_FALSE(MayEverybodyRead(path));
             Backup(site, folder.File("copy.db"));

@@ -25,7 +25,7 @@ TEST_F(Rights, ASiteItsLogAndItsCopiesAreNotForEverybodyInAFolderThatIs)
     EXPECT_TRUE(everybody.MayWriteIn(inside));
     const Site site = Site::Create(inside + "\\site.db", "S", "O");
     Directory(site).AddUser("alice", "Alice");
-    for (const char *suffix : {"", "-wal", "-shm"})
+    for (const char *suffix : {"", "-wal", "-shm", "-reserve"})
         EXPECT_FALSE(MayEverybodyRead(site.Path() + suffix)) << suffix;
     Backup(site, inside + "\\copy.db");
     EXPECT_FALSE(MayEverybodyRead(inside + "\\copy.db"));

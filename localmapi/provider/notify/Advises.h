@@ -62,12 +62,19 @@ class Advises : public std::enable_shared_from_this<Advises>
 
     locks::Mutex m_collecting;
     Source m_source GUARDED_BY(m_collecting); // empty when closed
-    bool m_failed = false;                    // on the notifier's thread only
     const storage::Site m_site;
     const storage::Container m_container;
     std::vector<std::shared_ptr<AdvisedSink>> m_sinks GUARDED_BY(NotifierLock());
-    bool m_due GUARDED_BY(NotifierLock()) = false; // is to be asked whether or not something happened
-    std::int64_t m_quietUpTo GUARDED_BY(NotifierLock()) = 0;
+    bool m_due GUARDED_BY(NotifierLock()) = false;    // is to be asked whether or not something happened
+    bool m_begun GUARDED_BY(NotifierLock()) = false;  // has its first sink since the thread saw it last
+    bool m_listed GUARDED_BY(NotifierLock()) = false; // among those that the thread is to see to
+
+    // On the notifier's thread only.
+    bool m_failed = false;
+    bool m_served = false;         // is among the tables of its site
+    bool m_behind = true;          // has not been told what its site's other tables were
+    std::int64_t m_quietUpTo = 0;  // then: entries up to there are known to concern other tables
+    std::uint64_t m_lastAsked = 0; // in which look
 };
 
 // The advises of all tables of one store.

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace localmapi
 {
@@ -13,16 +14,41 @@ locks::Mutex &NotifierLock()
     return *lock;
 }
 
+void Notifier::List(Advises &advises) noexcept
+{
+    if (!std::exchange(advises.m_listed, true))
+        m_listed.push_back(advises.weak_from_this().lock());
+}
+
+void Notifier::TakeListed(Pending &pending)
+{
+    pending.insert(pending.end(), m_listed.begin(), m_listed.end());
+    for (const AdvisesPtr &advises : m_listed)
+        advises->m_listed = false;
+    m_listed.clear();
+}
+
+void Notifier::SetDue(Advises &advises) noexcept
+{
+    const locks::Hold hold(NotifierLock());
+    if (advises.m_sinks.empty())
+        return;
+    advises.m_due = true;
+    List(advises);
+}
+
 void Notifier::Enter(const AdvisesPtr &advises, const SinkPtr &advised)
 {
     advises->m_sinks.reserve(advises->m_sinks.size() + 1);
+    if (const std::size_t room = m_listed.size() + m_tables.size() + 1; m_listed.capacity() < room)
+        m_listed.reserve(2 * room);
     if (advises->m_sinks.empty()) {
-        m_tables.push_back(advises);
-        advises->m_quietUpTo = 0;
+        m_tables.emplace(advises.get(), advises);
+        advises->m_begun = true;
     }
     advises->m_sinks.push_back(advised);
-    advises->m_due = m_anyDue = true;
-    ++m_generation;
+    advises->m_due = true;
+    List(*advises);
     advised->number = m_next;
     m_next = m_next == std::numeric_limits<ULONG>::max() ? 1 : m_next + 1;
     if (m_signal)
@@ -82,8 +108,8 @@ void Notifier::Drop(Advises &advises)
 {
     if (!advises.m_sinks.empty())
         return;
-    std::erase_if(m_tables, [&](const AdvisesPtr &known) { return known.get() == &advises; });
-    ++m_generation;
+    List(advises);
+    m_tables.erase(&advises);
     if (m_signal)
         m_signal->Wake(); // it may be holding the last one to a site
 }

@@ -5,8 +5,10 @@
 #include "localmapi/storage/ChangeSignal.h"
 #include "localmapi/storage/EntryReader.h"
 
+#include <deque>
 #include <map>
 #include <thread>
+#include <unordered_map>
 
 namespace localmapi
 {
@@ -43,11 +45,7 @@ class Notifier
         const locks::Hold hold(NotifierLock());
         return !advises.m_sinks.empty();
     }
-    void SetDue(Advises &advises) EXCLUDES(NotifierLock())
-    {
-        const locks::Hold hold(NotifierLock());
-        advises.m_due = m_anyDue = true;
-    }
+    void SetDue(Advises &advises) noexcept EXCLUDES(NotifierLock());
     bool IsStopping() EXCLUDES(NotifierLock())
     {
         const locks::Hold hold(NotifierLock());
@@ -64,23 +62,50 @@ class Notifier
   private:
     using SinkPtr = std::shared_ptr<Advises::AdvisedSink>;
     using AdvisesPtr = std::shared_ptr<Advises>;
+    // The tables of one site. What a look costs depends on what happened, not on how many there are.
     struct SiteState {
+        explicit SiteState(storage::Site which) : site(std::move(which)) {}
+        void Add(const AdvisesPtr &advises);
+        void Remove(Advises &advises);
+        void Ask(Advises &advises);
+        void AskConcerned(const storage::EntrySummary &summary);
+        void ForAll(const auto &action)
+        {
+            for (auto &[folder, tables] : contents)
+                for (const AdvisesPtr &advises : tables)
+                    action(*advises);
+            for (const AdvisesPtr &advises : others)
+                action(*advises);
+        }
+
         storage::Site site;
         std::optional<storage::EntryReader> reader;
-        std::int64_t upTo = -1; // the last entry that was read
-        std::vector<AdvisesPtr> tables;
-        std::vector<std::pair<Advises *, std::int64_t>> due; // of the last look
+        std::int64_t upTo = -1;     // the last entry that was read
+        std::int64_t quietUpTo = 0; // up to there every table that is not behind has been told
+        std::unordered_map<storage::ObjectId, std::vector<AdvisesPtr>>
+            contents; // by the folder whose messages they show
+        std::vector<AdvisesPtr> others;
+        std::size_t count = 0;
+        std::vector<AdvisesPtr> due;
+        std::uint64_t look = 0;
+        std::vector<std::pair<Advises *, std::int64_t>> asked; // in this look, and what is known of each
     };
     using Sites = std::map<storage::Database *, SiteState>;
+    using Pending = std::deque<AdvisesPtr>; // what the thread has taken of the list and not seen to yet
 
     void Start() REQUIRES(m_startStop);
     void Enter(const AdvisesPtr &advises, const SinkPtr &advised) REQUIRES(NotifierLock());
+    void List(Advises &advises) noexcept REQUIRES(NotifierLock());
+    void TakeListed(Pending &pending) REQUIRES(NotifierLock());
     void Finish(const SinkPtr &advised) noexcept REQUIRES(NotifierLock());
     void Drop(Advises &advises) REQUIRES(NotifierLock());
     void StopIfNobodyListens() noexcept;
     void Run(const std::shared_ptr<storage::ChangeSignal> &signal) noexcept;
-    void Arrange(Sites &sites, const std::vector<AdvisesPtr> &tables);
-    void Look(SiteState &site, bool anyDue);
+    bool GoesOn(Sites &sites, Pending &pending);
+    bool Arrange(Sites &sites, Pending &pending);
+    static void See(Sites &sites, const AdvisesPtr &advises, bool serve, bool due);
+    void Look(SiteState &site);
+    static void Leave(Sites &sites) noexcept;
     void Deliver(Advises &advises, std::vector<TableNotice> notices) noexcept;
     void Call(const SinkPtr &advised, std::vector<TableNotice> &notices) noexcept;
 
@@ -89,9 +114,9 @@ class Notifier
     std::thread m_thread GUARDED_BY(m_startStop);
 
     locks::Condition m_returned;
-    std::vector<AdvisesPtr> m_tables GUARDED_BY(NotifierLock()); // those with sinks
-    std::uint64_t m_generation GUARDED_BY(NotifierLock()) = 0;
-    bool m_anyDue GUARDED_BY(NotifierLock()) = false; // some table is
+    std::unordered_map<Advises *, AdvisesPtr> m_tables GUARDED_BY(NotifierLock()); // those with sinks
+    // Those whose sinks came or went, or that are due, since the thread saw to them. There is room for every table.
+    std::vector<AdvisesPtr> m_listed GUARDED_BY(NotifierLock());
     // Its sink is being called or released.
     const Advises::AdvisedSink *m_running GUARDED_BY(NotifierLock()) = nullptr;
     std::shared_ptr<storage::ChangeSignal> m_signal GUARDED_BY(NotifierLock());

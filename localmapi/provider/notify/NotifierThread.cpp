@@ -3,6 +3,7 @@
 #include "localmapi/storage/Error.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace localmapi
 {
@@ -60,34 +61,27 @@ void Notifier::Run(const std::shared_ptr<storage::ChangeSignal> &signal) noexcep
 {
     t_isNotifier = true;
     Sites sites;
-    std::uint64_t arranged = 0;
-    bool anyDue = true;
+    {
+        const locks::Hold hold(NotifierLock());
+        for (const auto &[advises, table] : m_tables)
+            List(*advises);
+    }
+    Pending pending;
+    bool listening = false;
     for (;;) {
         try {
-            std::vector<AdvisesPtr> tables;
-            std::uint64_t generation = 0;
-            {
-                const locks::Hold hold(NotifierLock());
-                if (m_stop || m_tables.empty()) {
-                    m_alive = false;
-                    return;
-                }
-                generation = m_generation;
-                anyDue = std::exchange(m_anyDue, false) || anyDue;
-                if (generation != arranged)
-                    tables = m_tables;
-            }
-            if (generation != arranged) {
-                Arrange(sites, tables);
+            if (!GoesOn(sites, pending))
+                return;
+            listening = !Arrange(sites, pending) && listening;
+            if (!listening) {
                 std::set<std::string> paths;
                 for (const auto &[database, site] : sites)
                     paths.insert(site.site.Path());
                 signal->Listen(paths);
-                arranged = generation;
+                listening = true;
             }
             for (auto &[database, site] : sites)
-                Look(site, anyDue);
-            anyDue = false;
+                Look(site);
         } catch (...) {
             // Out of memory: what is due stays so.
         }
@@ -95,20 +89,101 @@ void Notifier::Run(const std::shared_ptr<storage::ChangeSignal> &signal) noexcep
     }
 }
 
-void Notifier::Arrange(Sites &sites, const std::vector<AdvisesPtr> &tables)
+// Takes what is listed; false where the thread is to end, which cannot be taken back then.
+bool Notifier::GoesOn(Sites &sites, Pending &pending)
 {
-    for (auto &[database, site] : sites)
-        site.tables.clear();
-    for (const AdvisesPtr &advises : tables)
-        sites.try_emplace(&advises->m_site.GetDatabase(), SiteState{advises->m_site, {}, -1, {}, {}})
-            .first->second.tables.push_back(advises);
-    std::erase_if(sites, [](const auto &site) { return site.second.tables.empty(); });
+    const locks::Hold hold(NotifierLock());
+    TakeListed(pending);
+    if (!m_stop && !m_tables.empty())
+        return true;
+    Leave(sites);
+    m_alive = false;
+    return false;
 }
 
-void Notifier::Look(SiteState &site, bool anyDue)
+void Notifier::SiteState::Add(const AdvisesPtr &advises)
 {
-    site.due.clear();
-    site.due.reserve(site.tables.size());
+    const storage::Container &container = advises->m_container;
+    const bool byFolder =
+        container.kind == storage::Container::Kind::Contents || container.kind == storage::Container::Kind::Associated;
+    (byFolder ? contents[container.of] : others).push_back(advises);
+    advises->m_served = true;
+    advises->m_lastAsked = 0;
+    ++count;
+}
+
+void Notifier::SiteState::Remove(Advises &advises)
+{
+    const auto is = [&](const AdvisesPtr &known) { return known.get() == &advises; };
+    if (const auto folder = contents.find(advises.m_container.of); folder != contents.end()) {
+        count -= std::erase_if(folder->second, is);
+        if (folder->second.empty())
+            contents.erase(folder);
+    }
+    count -= std::erase_if(others, is);
+    std::erase_if(due, is);
+    advises.m_served = false;
+}
+
+// Sees to every table that came, went or is due. True where there are other sites now than before.
+bool Notifier::Arrange(Sites &sites, Pending &pending)
+{
+    bool others = false;
+    for (; !pending.empty(); pending.pop_front()) {
+        const AdvisesPtr &advises = pending.front();
+        bool serve = false, begun = false, due = false;
+        {
+            const locks::Hold hold(NotifierLock());
+            serve = !advises->m_sinks.empty();
+            begun = std::exchange(advises->m_begun, false);
+            due = advises->m_due;
+        }
+        if (begun) {
+            advises->m_behind = true;
+            advises->m_quietUpTo = 0;
+        }
+        const std::size_t before = sites.size();
+        See(sites, advises, serve, due);
+        others = others || sites.size() != before;
+    }
+    return std::erase_if(sites, [](const auto &site) { return site.second.count == 0; }) > 0 || others;
+}
+
+void Notifier::See(Sites &sites, const AdvisesPtr &advises, bool serve, bool due)
+{
+    SiteState &site = sites.try_emplace(&advises->m_site.GetDatabase(), advises->m_site).first->second;
+    if (!serve) {
+        if (advises->m_served)
+            site.Remove(*advises);
+        return;
+    }
+    if (!advises->m_served)
+        site.Add(advises);
+    if (due)
+        site.due.push_back(advises);
+}
+
+void Notifier::SiteState::Ask(Advises &advises)
+{
+    if (std::exchange(advises.m_lastAsked, look) != look)
+        asked.emplace_back(&advises, advises.m_behind ? advises.m_quietUpTo : quietUpTo);
+}
+
+void Notifier::SiteState::AskConcerned(const storage::EntrySummary &summary)
+{
+    for (const storage::ObjectId folder : summary.contents)
+        if (const auto found = contents.find(folder); found != contents.end())
+            for (const AdvisesPtr &advises : found->second)
+                Ask(*advises);
+    for (const AdvisesPtr &advises : others)
+        if (summary.Concerns(advises->m_container))
+            Ask(*advises);
+}
+
+void Notifier::Look(SiteState &site)
+{
+    site.asked.clear();
+    site.asked.reserve(site.count); // what the reader has given is given once
     std::optional<storage::EntrySummary> summary;
     try {
         if (site.reader)
@@ -118,28 +193,49 @@ void Notifier::Look(SiteState &site, bool anyDue)
     } catch (const storage::Error &) {
         // Everybody is asked, and each table says what it fails at.
     }
-    if (summary && !anyDue && summary->upTo == site.upTo)
+    if (summary && site.due.empty() && summary->upTo == site.upTo)
         return;
     site.upTo = summary ? summary->upTo : -1;
-    {
-        const locks::Hold hold(NotifierLock());
-        for (const AdvisesPtr &advises : site.tables) {
-            if (summary && summary->lost)
-                advises->m_quietUpTo = 0;
-            if (!summary || advises->m_due || summary->Concerns(advises->m_container)) {
-                advises->m_due = false;
-                site.due.emplace_back(advises.get(), advises->m_quietUpTo);
-            } else {
-                advises->m_quietUpTo = summary->upTo;
-            }
-        }
+    ++site.look;
+    if (summary && summary->lost) {
+        site.quietUpTo = 0;
+        site.ForAll([](Advises &advises) { advises.m_quietUpTo = 0; });
     }
+    for (const AdvisesPtr &advises : site.due)
+        site.Ask(*advises);
+    if (summary && !summary->lost)
+        site.AskConcerned(*summary);
+    else
+        site.ForAll([&](Advises &advises) { site.Ask(advises); });
+    site.due.clear();
+    if (summary)
+        site.quietUpTo = summary->upTo;
     // What has been collected is told; the others are asked when the thread runs again.
-    for (const auto &[advises, quietUpTo] : site.due) {
-        if (IsStopping())
-            return;
-        Deliver(*advises, advises->Collect(quietUpTo));
+    bool stopping = false;
+    for (const auto &[advises, quietUpTo] : site.asked) {
+        stopping = stopping || IsStopping();
+        if (!stopping) {
+            {
+                const locks::Hold hold(NotifierLock());
+                advises->m_due = false;
+            }
+            Deliver(*advises, advises->Collect(quietUpTo));
+        }
+        advises->m_behind = stopping || advises->m_failed;
+        advises->m_quietUpTo = quietUpTo;
     }
+}
+
+// Each table remembers what is known of it, for the thread that comes after this one.
+void Notifier::Leave(Sites &sites) noexcept
+{
+    for (auto &[database, site] : sites)
+        site.ForAll([&, upTo = site.quietUpTo](Advises &advises) {
+            if (!std::exchange(advises.m_behind, true))
+                advises.m_quietUpTo = upTo;
+            advises.m_served = false;
+            advises.m_lastAsked = 0;
+        });
 }
 
 void Notifier::Deliver(Advises &advises, std::vector<TableNotice> notices) noexcept

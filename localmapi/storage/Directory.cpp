@@ -2,7 +2,6 @@
 #include "localmapi/storage/Directory.h"
 #include "localmapi/storage/Database.h"
 #include "localmapi/storage/NameIndex.h"
-#include "localmapi/storage/Objects.h"
 #include "localmapi/storage/Properties.h"
 #include "localmapi/storage/Text.h"
 #include <algorithm>
@@ -92,6 +91,16 @@ ObjectId AddMailbox(Writer &writer, const User &user)
         .Bind(id, user.id, root, subtree, inbox, outbox, sent, deleted, calendar)
         .Run();
     return id;
+}
+
+std::optional<ObjectId> MailboxOfObject(Connection &connection, ObjectId object)
+{
+    Statement find = connection.Prepare("WITH RECURSIVE up (id, parent, kind) AS ("
+                                        "SELECT id, parent, kind FROM object WHERE id = ? UNION ALL "
+                                        "SELECT o.id, o.parent, o.kind FROM up JOIN object o ON o.id = up.parent) "
+                                        "SELECT id FROM up WHERE kind = 1");
+    find.Bind(object);
+    return find.Step() ? std::optional(find.Integer(0)) : std::nullopt;
 }
 
 std::string DomainOf(const std::string &organization)
@@ -228,12 +237,14 @@ Mailbox Directory::GetMailbox(ObjectId mailbox) const
 std::optional<ObjectId> Directory::MailboxOf(ObjectId object) const
 {
     Reader reader(m_site.GetDatabase());
-    Statement find = reader->Prepare("WITH RECURSIVE up (id, parent, kind) AS ("
-                                     "SELECT id, parent, kind FROM object WHERE id = ? UNION ALL "
-                                     "SELECT o.id, o.parent, o.kind FROM up JOIN object o ON o.id = up.parent) "
-                                     "SELECT id FROM up WHERE kind = 1");
-    find.Bind(object);
-    return find.Step() ? std::optional(find.Integer(0)) : std::nullopt;
+    return MailboxOfObject(*reader, object);
+}
+
+std::optional<ObjectInfo> Directory::FindIn(ObjectId mailbox, ObjectId object) const
+{
+    Reader reader(m_site.GetDatabase());
+    const std::optional<ObjectRow> row = FindObject(*reader, object);
+    return row && MailboxOfObject(*reader, object) == mailbox ? std::optional(row->info) : std::nullopt;
 }
 
 bool Directory::MayOpen(ObjectId user, ObjectId mailbox) const

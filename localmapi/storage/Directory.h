@@ -1,7 +1,7 @@
 // The people of a site: users, each with a mailbox, and contacts, who have an address elsewhere. As objects they have
 // properties (see Tags.h), so an address book table is a View of Kind::Directory.
 #pragma once
-#include "localmapi/storage/Site.h"
+#include "localmapi/storage/Objects.h"
 
 namespace localmapi::storage
 {
@@ -50,6 +50,8 @@ class Directory
     Mailbox GetMailbox(ObjectId mailbox) const; // NotFound
     // The mailbox that a folder, message, ... lies in; nothing for an object that lies in none.
     std::optional<ObjectId> MailboxOf(ObjectId object) const;
+    // What an object is, where it lies in that mailbox.
+    std::optional<ObjectInfo> FindIn(ObjectId mailbox, ObjectId object) const;
     // The owner, and every service account.
     bool MayOpen(ObjectId user, ObjectId mailbox) const;
 

@@ -405,8 +405,13 @@ Transaction::~Transaction()
 {
     m_connection.m_begun = nullptr;
     // An error may have ended the transaction already; SQLite is then back in its automatic mode.
-    if (m_open && !sqlite3_get_autocommit(m_connection.m_handle))
+    if (!m_open || sqlite3_get_autocommit(m_connection.m_handle))
+        return;
+    try {
+        m_connection.Prepare("ROLLBACK").Run(); // every reading ends so: not parsed each time
+    } catch (...) {
         sqlite3_exec(m_connection.m_handle, "ROLLBACK", nullptr, nullptr, nullptr);
+    }
 }
 
 void Transaction::Commit()

@@ -68,16 +68,43 @@ std::vector<Row> View::Read(const Place &from, Direction direction, std::size_t 
                             std::uint64_t longest) const
 {
     Reader reader(m_site.GetDatabase());
+    std::vector<Row> read = RowsFrom(*reader, from, direction, rows);
+    Complete(*reader, read, columns, longest);
+    return read;
+}
+
+RowPage View::ReadPage(const Place &from, std::size_t rows, const std::vector<Tag> &columns) const
+{
+    Reader reader(m_site.GetDatabase());
+    RowPage page;
+    page.change = reader->Integer("SELECT change FROM site");
+    page.rows = RowsFrom(*reader, from, Direction::Forward, rows + 1);
+    if (page.rows.size() > rows) {
+        page.behind = std::move(page.rows.back());
+        page.rows.pop_back();
+        page.behind->values.clear(); // a folder's depth
+    }
+    Complete(*reader, page.rows, columns, Objects::kLongest);
+    return page;
+}
+
+std::vector<Row> View::RowsFrom(Connection &connection, const Place &from, Direction direction, std::size_t rows) const
+{
     std::vector<Row> read;
-    Walk(m_site.GetDatabase(), *reader, m_container, m_filter, m_sort).Visit(from, direction, rows, [&](Row &&row) {
+    Walk(m_site.GetDatabase(), connection, m_container, m_filter, m_sort).Visit(from, direction, rows, [&](Row &&row) {
         read.push_back(std::move(row));
     });
     if (direction == Direction::Backward)
         std::reverse(read.begin(), read.end());
-    RowReader values(*reader, RowKind(m_container.kind), columns, longest);
-    for (Row &row : read)
-        CompleteRow(row, values, columns);
     return read;
+}
+
+void View::Complete(Connection &connection, std::vector<Row> &rows, const std::vector<Tag> &columns,
+                    std::uint64_t longest) const
+{
+    RowReader values(connection, RowKind(m_container.kind), columns, longest);
+    for (Row &row : rows)
+        CompleteRow(row, values, columns);
 }
 
 Moved View::Move(const Place &from, std::int64_t rows) const

@@ -7,6 +7,8 @@
 namespace localmapi::storage
 {
 
+class Connection;
+
 struct Container {
     enum class Kind {
         Contents,    // messages of the folder `of`
@@ -40,6 +42,13 @@ struct Row {
     Place After() const { return {Place::Where::After, keys, id}; }
 };
 
+// Some rows, and what there was behind them when they were read.
+struct RowPage {
+    std::vector<Row> rows;
+    std::optional<Row> behind; // without values; nothing where the last row is the view's
+    ChangeNumber change = 0;   // of the site
+};
+
 struct Moved {
     Place place;
     std::int64_t rows = 0; // how far it went, negative towards the beginning
@@ -63,6 +72,9 @@ class View
     std::vector<Row> Read(const Place &from, Direction direction, std::size_t rows, const std::vector<Tag> &columns,
                           std::uint64_t longest = Objects::kLongest) const;
 
+    // The same after a place, with what is known then of what follows.
+    RowPage ReadPage(const Place &from, std::size_t rows, const std::vector<Tag> &columns) const;
+
     // The place `rows` rows further on (back when negative), or the end (beginning) if there are fewer.
     Moved Move(const Place &from, std::int64_t rows) const;
     Place PlaceAt(std::uint64_t offset) const
@@ -79,6 +91,10 @@ class View
 
   private:
     friend class Watch;
+    std::vector<Row> RowsFrom(Connection &connection, const Place &from, Direction direction, std::size_t rows) const;
+    void Complete(Connection &connection, std::vector<Row> &rows, const std::vector<Tag> &columns,
+                  std::uint64_t longest) const;
+
     Site m_site;
     Container m_container;
     Filter m_filter;

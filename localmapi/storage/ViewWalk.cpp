@@ -79,7 +79,11 @@ Walk::Walk(Database &database, Connection &connection, const Container &containe
     }
     if (container.kind == Container::Kind::Directory)
         m_people = PeopleFor(filter);
-    m_condition = ConditionOf(filter, container.kind);
+    // Where facets decide, the rows of the branches are just those of the view.
+    if (IsMessages() && IsDecidedByFacets(filter))
+        m_condition += "1";
+    else
+        m_condition = ConditionOf(filter, container.kind);
 }
 
 bool Walk::IsMessages() const

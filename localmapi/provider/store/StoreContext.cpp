@@ -44,10 +44,9 @@ StoreContext::StoreContext(const StoreLogon &logon)
 
 storage::ObjectInfo StoreContext::Find(const EntryId &id) const
 {
-    const auto found = objects.Find(id.object);
+    const auto found = directory.FindIn(mailbox.id, id.object);
     const auto kind = id.kind == EntryKind::Folder ? storage::ObjectKind::Folder : storage::ObjectKind::Message;
-    const auto home = found && found->kind == kind ? directory.MailboxOf(id.object) : std::nullopt;
-    if (!home || *home != mailbox.id)
+    if (!found || found->kind != kind)
         throw Failure(MAPI_E_NOT_FOUND, id.kind == EntryKind::Folder ? "There is no such folder in the mailbox."
                                                                      : "There is no such message in the mailbox.");
     return *found;

@@ -21,7 +21,7 @@ class ViewSource final : public RowSource
     ULONG Type() const override { return TBLTYPE_DYNAMIC; }
     void Arrange(storage::Filter filter, std::vector<storage::SortKey> sort) override
     {
-        m_end.reset();
+        m_ahead.reset();
         m_view = storage::View(m_site, m_container, std::move(filter), std::move(sort));
     }
     std::uint64_t Count() const override { return m_view.Count(); }
@@ -30,19 +30,20 @@ class ViewSource final : public RowSource
     {
         return m_view.Move(from, rows);
     }
-    // Who reads to the end asks once more to see that it is the end. As long as nothing in the site has changed the
-    // answer is known, and the rows need not be looked for again.
+    // Who reads to the end asks once more to see that it is the end, and who has read a page asks for the row behind it
+    // to mark the place. As long as nothing in the site has changed both answers are known.
     std::vector<storage::Row> Read(const storage::Place &from, storage::Direction direction, std::size_t rows,
                                    const std::vector<storage::Tag> &columns) const override
     {
-        const bool forward = direction == storage::Direction::Forward;
-        const storage::ChangeNumber change = m_site.GetChangeNumber();
-        if (forward && m_end && m_end->change == change && m_end->place == from)
-            return {};
-        std::vector<storage::Row> read = m_view.Read(from, direction, rows, columns);
-        if (forward && !read.empty() && read.size() < rows)
-            m_end = End{read.back().After(), change};
-        return read;
+        if (direction == storage::Direction::Backward)
+            return m_view.Read(from, direction, rows, columns);
+        if (m_ahead && m_ahead->place == from && (!m_ahead->row || (rows == 1 && columns.empty())) &&
+            m_ahead->change == m_site.GetChangeNumber())
+            return m_ahead->row ? std::vector{*m_ahead->row} : std::vector<storage::Row>{};
+        storage::RowPage page = m_view.ReadPage(from, rows, columns);
+        if (!page.rows.empty())
+            m_ahead = Ahead{page.rows.back().After(), std::move(page.behind), page.change};
+        return std::move(page.rows);
     }
     std::optional<storage::Row> Find(const storage::Place &from, storage::Direction direction,
                                      const storage::Filter &filter) const override
@@ -58,9 +59,11 @@ class ViewSource final : public RowSource
     }
 
   private:
-    // The place behind the last row of the view, at a time when the site had this change number.
-    struct End {
+    // The place behind the rows that were read last, and what follows there (nothing: the end), at a time when the site
+    // had this change number.
+    struct Ahead {
         storage::Place place;
+        std::optional<storage::Row> row;
         storage::ChangeNumber change;
     };
 
@@ -69,7 +72,7 @@ class ViewSource final : public RowSource
     storage::Container m_container;
     TableSchema m_schema;
     storage::View m_view;
-    mutable std::optional<End> m_end; // under the table's lock, as every call
+    mutable std::optional<Ahead> m_ahead; // under the table's lock, as every call
 };
 
 } // namespace

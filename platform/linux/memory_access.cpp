@@ -2,10 +2,12 @@
 #include "memory_access.h"
 #include "platform_test.h"
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
+#include <link.h>
 #include <sys/syscall.h>
 #include <sys/uio.h>
 #include <unistd.h>
@@ -60,8 +62,50 @@ class Pipe
     int m_ends[2];
 };
 
+// The image that this code lies in, which is there as long as it runs: most texts that are looked at are its own.
+class OwnImage
+{
+  public:
+    OwnImage()
+    {
+        dl_iterate_phdr(
+            [](dl_phdr_info *image, std::size_t, void *self) { return static_cast<OwnImage *>(self)->Take(*image); },
+            this);
+    }
+    bool Holds(std::uintptr_t address) const
+    {
+        return std::any_of(m_parts.begin(), m_parts.end(),
+                           [&](const Part &part) { return part.begin <= address && address < part.end; });
+    }
+
+  private:
+    struct Part {
+        std::uintptr_t begin = 1, end = 0;
+    };
+
+    // Of each image in turn, until it was the one.
+    int Take(const dl_phdr_info &image)
+    {
+        std::size_t count = 0;
+        m_parts = {};
+        for (const auto *header = image.dlpi_phdr; header != image.dlpi_phdr + image.dlpi_phnum; ++header)
+            if (header->p_type == PT_LOAD && (header->p_flags & PF_R) && count < m_parts.size())
+                m_parts[count++] = {image.dlpi_addr + header->p_vaddr,
+                                    image.dlpi_addr + header->p_vaddr + header->p_memsz};
+        if (Holds(reinterpret_cast<std::uintptr_t>(&kNullPage)))
+            return 1;
+        m_parts = {};
+        return 0;
+    }
+
+    std::array<Part, 8> m_parts;
+};
+
 bool CanReadByte(std::uintptr_t address)
 {
+    static const OwnImage image;
+    if (image.Holds(address))
+        return true;
     if (address < kNullPage)
         return false;
     const int savedErrno = errno;

@@ -61,7 +61,7 @@ void Require(HRESULT hr)
 
 } // namespace
 
-ULONG ListByHand(OrlMailbox mailbox, LONG rows)
+ULONG ListByHand(OrlMailbox mailbox, LONG rows, Listed listed, const std::function<void(const char *)> &called)
 {
     auto *store = reinterpret_cast<IMsgStore *>(mailbox);
     ULONG idSize = 0, type = 0, total = 0;
@@ -69,11 +69,16 @@ ULONG ListByHand(OrlMailbox mailbox, LONG rows)
     LPUNKNOWN object = nullptr;
     LPMAPITABLE table = nullptr;
     Require(store->GetReceiveFolder(nullptr, 0, &idSize, &id, nullptr));
+    called("GetReceiveFolder");
     Require(store->OpenEntry(idSize, id, &IID_IMAPIFolder, MAPI_BEST_ACCESS | MAPI_NO_CACHE, &type, &object));
+    called("OpenEntry");
     auto *folder = static_cast<IMAPIFolder *>(static_cast<void *>(object));
     Require(folder->GetContentsTable(0, &table));
+    called("GetContentsTable");
     Require(table->SetColumns(reinterpret_cast<LPSPropTagArray>(&kColumns), 0));
+    called("SetColumns");
 
+    const ULONG wanted = listed == Listed::UrgentVoiceMail ? RELOP_EQ : RELOP_NE;
     SPropValue values[3] = {};
     values[0].ulPropTag = values[1].ulPropTag = PR_MESSAGE_CLASS_A;
     values[0].Value.lpszA = const_cast<LPSTR>("IPM.Norvik.VoiceMessage");
@@ -84,7 +89,7 @@ ULONG ListByHand(OrlMailbox mailbox, LONG rows)
     for (int i = 0; i < 3; ++i) {
         SRestriction &term = terms[i == 2 ? 3 : i];
         term.rt = RES_PROPERTY;
-        term.res.resProperty = {RELOP_NE, values[i].ulPropTag, &values[i]};
+        term.res.resProperty = {i == 0 ? ULONG{RELOP_NE} : wanted, values[i].ulPropTag, &values[i]};
     }
     terms[2].rt = RES_BITMASK;
     terms[2].res.resBitMask = {BMR_EQZ, PR_MESSAGE_FLAGS, MSGFLAG_READ};
@@ -92,26 +97,34 @@ ULONG ListByHand(OrlMailbox mailbox, LONG rows)
     filter.rt = RES_AND;
     filter.res.resAnd = {4, terms};
     Require(table->Restrict(&filter, 0));
+    called("Restrict");
     SizedSSortOrderSet(1, order) = {1, 0, 0, {{PR_CLIENT_SUBMIT_TIME, TABLE_SORT_ASCEND}}};
     Require(table->SortTable(reinterpret_cast<LPSSortOrderSet>(&order), 0));
+    called("SortTable");
     Require(table->SeekRow(BOOKMARK_BEGINNING, 0, nullptr));
+    called("SeekRow");
     table->GetRowCount(0, &total);
+    called("GetRowCount");
     LPSRowSet page = nullptr;
     Require(table->QueryRows(rows, 0, &page));
+    called("QueryRows");
 
     void *block = nullptr;
     MAPIAllocateBuffer(page->cRows * sizeof(EmailHeaderA), &block);
     for (ULONG i = 0; i < page->cRows; ++i)
         CopyRow(block, page->aRow[i], static_cast<EmailHeaderA *>(block)[i]);
     const ULONG count = page->cRows;
+    called("copying");
     BOOKMARK bookmark = 0;
     Require(table->CreateBookmark(&bookmark));
+    called("CreateBookmark");
     FreeProws(page);
     table->FreeBookmark(bookmark);
     MAPIFreeBuffer(block);
     MAPIFreeBuffer(id);
     table->Release();
     folder->Release();
+    called("releasing");
     return count;
 }
 

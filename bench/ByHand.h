@@ -1,6 +1,7 @@
 // The references: what a host would write itself.
 #pragma once
 #include "OrlMapi32.h"
+#include <functional>
 #include <string>
 
 struct sqlite3;
@@ -9,9 +10,13 @@ struct sqlite3_stmt;
 namespace bench
 {
 
-// The MAPI calls of a listing of unread, ordinary mail, written by hand and copied into the same records. Gives the
-// number of headers.
-ULONG ListByHand(OrlMailbox mailbox, LONG rows);
+enum class Listed { Mail, UrgentVoiceMail };
+
+// The MAPI calls of a listing of unread messages, mail that is not urgent or urgent voice mail, written by hand and
+// copied into the same records. Gives the number of headers. `called` hears the name of each call when it has returned.
+ULONG ListByHand(
+    OrlMailbox mailbox, LONG rows, Listed listed = Listed::Mail,
+    const std::function<void(const char *)> &called = [](const char *) {});
 
 // A page of unread urgent voice mails and their number, in plain SQL on the site's file.
 class PlainSql

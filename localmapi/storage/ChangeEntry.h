@@ -19,6 +19,9 @@ struct ChangeEntry {
     std::optional<FacetKey> before;
 };
 
+// The most entries of one transaction; all of them have numbers that are this many times its change number, and a rest.
+inline constexpr std::int64_t kEntriesPerChange = 1 << 20;
+
 // The newest entry's number. There is one in every site.
 std::int64_t LastEntry(Connection &connection);
 // Whether the entries after `number`, which was the newest one's once, are all there. As long as it is there itself

@@ -16,8 +16,6 @@ constexpr std::size_t kMostTold = 100;
 // How many entries are kept, and after how many transactions, of whatever kind, older ones are looked for.
 constexpr std::int64_t kKept = 10000;
 constexpr ChangeNumber kPruneEvery = 256;
-// The most entries of one transaction.
-constexpr std::int64_t kPerChange = 1 << 20;
 
 // Whether the counts in a folder's row are others when a message changes so.
 bool IsCountedOtherwise(const FacetKey &before, const FacetKey &after)
@@ -30,7 +28,7 @@ class Inserter
 {
   public:
     Inserter(Connection &connection, ChangeNumber change)
-        : m_change(change), m_changeBefore(LastEntry(connection) / kPerChange), m_first(change * kPerChange),
+        : m_change(change), m_changeBefore(LastEntry(connection) / kEntriesPerChange), m_first(change * kEntriesPerChange),
           m_next(m_first), m_connection(connection),
           m_insert(connection.Prepare("INSERT INTO change_entry (number, kind, event, container, object, flags, class, "
                                       "importance) VALUES (?, ?, ?, ?, ?, ?, ?, ?)"))
@@ -39,7 +37,7 @@ class Inserter
 
     void Write(const ChangeEntry &entry)
     {
-        if (m_next - m_first == kPerChange)
+        if (m_next - m_first == kEntriesPerChange)
             throw Error(Fault::TooBig, "A single change touches too many objects.");
         // One expression: the statement reads bound text where it lies until it has run.
         m_insert

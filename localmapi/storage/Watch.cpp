@@ -108,12 +108,14 @@ class Watch::NoticeMaker
             return false;
         auto [found, isFirst] = m_touched.try_emplace(entry.object);
         Touched &touched = found->second;
+        // What a transaction does to an object in between is seen by nobody.
+        const bool together = touched.entry / kEntriesPerChange == entry.number / kEntriesPerChange;
         touched.entry = entry.number;
         bool shown = m_watch.m_needsMembers || !messages || (entry.before && MayShow(*entry.before));
         if (!isFirst) {
             // Folders do not move from tree to tree: one that is in none now was in this one only if it is new.
             bool deep = m_watch.m_container.kind == Container::Kind::FoldersDeep;
-            touched.shownBetween = touched.shownBetween || (shown && (!deep || touched.isNew));
+            touched.shownBetween = touched.shownBetween || (shown && !together && (!deep || touched.isNew));
             return true;
         }
         touched.isNew = entry.event == Event::Added;

@@ -52,6 +52,22 @@ TEST_F(SubmissionIsTold, ToTheInboxTheOutboxAndTheFolderOfSentMessages)
     EXPECT_EQ(First(sent), std::to_string(TABLE_ROW_ADDED) + " letter");
 }
 
+TEST_F(SubmissionIsTold, NotWhereTheMessageIsHiddenBeforeAndAfterIt)
+{
+    auto outboxFolder = m_mailbox.Folder(PR_IPM_OUTBOX_ENTRYID);
+    ComPtr<IMessage> letter;
+    ASSERT_CODE(outboxFolder->CreateMessage(nullptr, 0, letter.put()), S_OK);
+    ASSERT_CODE(SetProps(letter.get(), {Narrow(kLabel, "letter")}), S_OK);
+    ASSERT_CODE(Address(letter.get(), {ByAddress("EX", m_mailbox.Bob().dn)}), S_OK);
+    ASSERT_CODE(letter->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
+    auto sink = Watch(outboxFolder);
+    Tree tree;
+    ASSERT_CODE(m_tables.back()->Restrict(tree.Property(RELOP_EQ, Narrow(kLabel, "another")), 0), S_OK);
+    ASSERT_CODE(letter->SubmitMessage(0), S_OK);
+    AddTo(outboxFolder.get(), "another");
+    EXPECT_EQ(First(sink), std::to_string(TABLE_ROW_ADDED) + " another");
+}
+
 } // namespace
 
 } // namespace localmapi::test

@@ -72,6 +72,9 @@ struct Draft {
     std::optional<std::string> prefix; // of the subject, where the client gave it
     std::optional<std::vector<Recipient>> recipients;
     std::map<std::int32_t, std::optional<Attachment>> attachments; // nothing: removed
+
+    // Nothing is to be saved; a message that was not saved yet is something.
+    bool IsEmpty() const { return message && set.empty() && removed.empty() && !recipients && attachments.empty(); }
 };
 
 inline constexpr std::int32_t kRead = 1, kUnsent = 8, kHasAttachments = 16, kAssociated = 64;

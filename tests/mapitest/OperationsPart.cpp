@@ -148,6 +148,15 @@ Bytes ReadBytes(IStream *stream)
         Expect(stream->Read(piece, sizeof piece, &read), S_OK, "IStream::Read");
         bytes.insert(bytes.end(), piece, piece + read);
     }
+    // And once more from a place that was passed.
+    LARGE_INTEGER back{};
+    back.QuadPart = static_cast<LONGLONG>(bytes.size() / 3);
+    Expect(stream->Seek(back, STREAM_SEEK_SET, nullptr), S_OK, "IStream::Seek");
+    ULONG again = 0;
+    Expect(stream->Read(piece, 100, &again), S_OK, "IStream::Read");
+    Expect(again == std::min<std::size_t>(100, bytes.size() - bytes.size() / 3) &&
+               std::equal(piece, piece + again, bytes.begin() + static_cast<std::ptrdiff_t>(bytes.size() / 3)),
+           "a stream reads otherwise when it is read again");
     Expect(stat.cbSize.QuadPart == bytes.size(), "a stream says that it has " + std::to_string(stat.cbSize.QuadPart) +
                                                      " bytes and has " + std::to_string(bytes.size()));
     return bytes;
@@ -217,7 +226,7 @@ void PerformDetach(World &world, const Operation &operation)
         open->draft.attachments[operation.number] = std::nullopt;
     else
         open->draft.attachments.erase(operation.number);
-    open->draft.changed = true;
+    open->draft.changed = !open->draft.IsEmpty();
 }
 
 void CompareAttachment(IMessage *message, std::int32_t number, const Attachment &wanted)

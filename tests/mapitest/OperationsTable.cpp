@@ -53,13 +53,14 @@ void Rearranged(World &world, OpenTable &open)
     if (!open.sink)
         return;
     const bool loose = open.copy.loose;
-    auto changed = std::move(open.copy.changed), earlier = std::move(open.copy.earlier);
+    auto changes = std::move(open.copy.changes);
+    for (TableCopy::Changes &some : changes)
+        some.former = some.rows;
     auto hidden = std::move(open.copy.hidden);
     world.FillCopy(open);
     open.copy.hidden = std::move(hidden);
     open.copy.loose = loose;
-    open.copy.earlier = std::move(earlier);
-    open.copy.earlier.merge(changed);
+    open.copy.changes = std::move(changes);
 }
 
 bool GenerateRestrict(World &world, Random &random, Operation &operation)

@@ -86,8 +86,13 @@ void TableCopy::Take(const Event &event)
         loose = loose || known;
         return;
     }
-    if (!changed.count(event.index) && !earlier.count(event.index))
+    if (!MayBeToldOf(event.index))
         refuse("a notice without a change");
+    if (MayBeFormer(event.index)) {
+        owed.erase(event.index);
+        reread = loose = true;
+        return;
+    }
     if (known)
         rows.erase(row(event.index));
     if (event.event == TABLE_ROW_DELETED) {
@@ -111,6 +116,16 @@ void TableCopy::Take(const Event &event)
     }
     rows.insert(at, Row{event.index, event.row});
     owed.erase(event.index);
+}
+
+bool TableCopy::MayBeToldOf(const Bytes &key) const
+{
+    return std::any_of(changes.begin(), changes.end(), [&](const Changes &some) { return some.rows.count(key); });
+}
+
+bool TableCopy::MayBeFormer(const Bytes &key) const
+{
+    return std::any_of(changes.begin(), changes.end(), [&](const Changes &some) { return some.former.count(key); });
 }
 
 std::string TableCopy::Text() const

@@ -2,6 +2,7 @@
 #pragma once
 #include "TableModel.h"
 #include "localmapi/provider/base/ComObject.h"
+#include <array>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -46,13 +47,19 @@ struct TableCopy {
     std::set<Name> shown;       // messages, as the model has them
     std::map<Name, Bytes> keys; // of those that were ever shown
     std::set<Bytes> owed;       // rows of which something must be told
-    std::set<Bytes> changed;    // rows of which something may be told
-    std::set<Bytes> earlier;    // the same, of what was awaited before
     std::set<Bytes> hidden;     // rows that changed unseen
-    bool reread = false;        // the table said that it changed
-    bool loose = false;         // and was read then, maybe later than what is still to be told
+    // Rows of which something may be told, of the newest changes first; with each that was told all go one back.
+    struct Changes {
+        std::set<Bytes> rows;
+        std::set<Bytes> former; // of these, as the table showed them before its filter or order changed
+    };
+    std::array<Changes, 3> changes;
+    bool reread = false; // the table said that it changed
+    bool loose = false;  // and was read then, maybe later than what is still to be told
 
     void Take(const Event &event);
+    bool MayBeToldOf(const Bytes &key) const;
+    bool MayBeFormer(const Bytes &key) const;
     std::string Text() const;
 };
 

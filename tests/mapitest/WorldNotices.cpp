@@ -1,5 +1,6 @@
 // What the sinks of a run's tables must be told, and whether they were.
 #include "World.h"
+#include <algorithm>
 
 namespace mapitest
 {
@@ -28,7 +29,7 @@ void World::Follow()
                 table.copy.shown.erase(name);
                 table.copy.owed.erase(table.copy.keys[name]);
             }
-            table.copy.changed.insert(table.copy.keys[name]);
+            table.copy.changes.front().rows.insert(table.copy.keys[name]);
         }
     }
     model.touched.clear();
@@ -39,6 +40,7 @@ void World::AwaitNotices(OpenTable &table)
     TableCopy &copy = table.copy;
     const auto until = std::chrono::steady_clock::now() + m_patience;
     const auto wanted = table.model.Shown(model);
+    const bool wasOwed = !copy.owed.empty();
     bool reread = false;
     for (;;) {
         std::string difference;
@@ -73,7 +75,12 @@ void World::AwaitNotices(OpenTable &table)
         }
     }
     copy.loose = reread;
-    copy.earlier = std::exchange(copy.changed, {});
+    // What came and went is told whenever somebody looks, so how often it was awaited says nothing. When a later change
+    // is told, it has been looked at, and what is still to come of it comes with that.
+    if (wasOwed) {
+        std::rotate(copy.changes.begin(), copy.changes.end() - 1, copy.changes.end());
+        copy.changes.front() = {};
+    }
 }
 
 std::vector<std::string> World::ColumnTexts(const Message &message) const

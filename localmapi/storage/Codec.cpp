@@ -212,7 +212,7 @@ void Encoded::Bind(Statement &statement, int at) const
                 else
                     statement.BindAt(at, m_list);
             } else if constexpr (std::is_same_v<Held, std::monostate> || std::is_same_v<Held, StoredStream> ||
-                                 std::is_same_v<Held, SpoolPtr>) {
+                                 std::is_same_v<Held, SpoolPtr> || std::is_same_v<Held, NeverHeld>) {
                 statement.BindAt(at, nullptr);
             } else if constexpr (std::is_same_v<Held, std::int16_t>) {
                 statement.BindAt(at, std::int64_t{held});

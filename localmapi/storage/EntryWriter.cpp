@@ -28,8 +28,8 @@ class Inserter
 {
   public:
     Inserter(Connection &connection, ChangeNumber change)
-        : m_change(change), m_changeBefore(LastEntry(connection) / kEntriesPerChange), m_first(change * kEntriesPerChange),
-          m_next(m_first), m_connection(connection),
+        : m_change(change), m_changeBefore(LastEntry(connection) / kEntriesPerChange),
+          m_first(change * kEntriesPerChange), m_next(m_first), m_connection(connection),
           m_insert(connection.Prepare("INSERT INTO change_entry (number, kind, event, container, object, flags, class, "
                                       "importance) VALUES (?, ?, ?, ?, ?, ?, ?, ?)"))
     {

@@ -64,7 +64,7 @@ class Site
 // Named properties: one numbering for the whole site, from 0x8000 up.
 struct PropertyName {
     Guid set{};
-    std::variant<std::int32_t, std::string> name; // number or text
+    std::variant<std::int32_t, std::string, NeverHeld> name; // number or text
     bool operator==(const PropertyName &) const = default;
 };
 

@@ -3,6 +3,7 @@
 // under the wide type (Text, 0x001F). The layer above turns narrow text tags into wide ones before it calls.
 #pragma once
 #include <array>
+#include <compare>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -63,13 +64,22 @@ struct StoredStream {
 };
 using SpoolPtr = std::shared_ptr<const Spool>;
 
+// An alternative that is never held. Where all of them can be moved without an exception, the standard library of GCC
+// 12 takes a variant for one that always has a value, and where copying it fails it destroys one that is not there.
+// This type is not counted among those.
+struct NeverHeld {
+    NeverHeld() = delete;
+    NeverHeld(const NeverHeld &) noexcept {} // of its own, which is what counts
+    auto operator<=>(const NeverHeld &) const = default;
+};
+
 // One value. Which alternative holds it follows from the type in its tag; std::monostate says that there is none.
 // StoredStream comes out for long values, and may be put in to copy one; a SpoolPtr is put in for data that was
 // written in pieces.
 using Value = std::variant<std::monostate, bool, std::int16_t, std::int32_t, std::int64_t, float, double, std::string,
                            Bytes, Guid, std::vector<std::int16_t>, std::vector<std::int32_t>, std::vector<std::int64_t>,
                            std::vector<float>, std::vector<double>, std::vector<std::string>, std::vector<Bytes>,
-                           std::vector<Guid>, StoredStream, SpoolPtr>;
+                           std::vector<Guid>, StoredStream, SpoolPtr, NeverHeld>;
 
 inline bool IsAbsent(const Value &value)
 {

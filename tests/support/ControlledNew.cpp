@@ -1,3 +1,4 @@
+// What fails is asked of the thread that allocates; the blocks themselves are malloc's.
 #include "support/ControlledNew.h"
 #include <atomic>
 #include <cstdlib>
@@ -11,6 +12,8 @@ struct Demand {
     std::size_t least = 0, most = 0;
 };
 thread_local Demand t_demand;
+thread_local std::size_t t_left = 0; // until the one that fails; 0 is none
+thread_local bool t_lasts = false, t_struck = false;
 thread_local std::size_t t_last = 0;
 std::atomic<std::size_t> g_total{0};
 
@@ -23,6 +26,8 @@ std::atomic<std::size_t> g_total{0};
         t_demand.armed = false;
         return nullptr;
     }
+    if (controlled_new::NextFails())
+        return nullptr;
     return std::malloc(size ? size : 1);
 }
 
@@ -49,6 +54,37 @@ FailingAllocation::~FailingAllocation()
 bool FailingAllocation::HasFailed() const
 {
     return !t_demand.armed;
+}
+
+FailingTurn::FailingTurn(std::size_t n, bool lasts)
+{
+    t_lasts = lasts;
+    t_struck = false;
+    t_left = n;
+}
+
+FailingTurn::~FailingTurn()
+{
+    t_left = 0;
+}
+
+bool FailingTurn::HasFailed() const
+{
+    return t_struck;
+}
+
+bool NextFails()
+{
+    if (t_left == 0)
+        return false;
+    if (t_left > 1) {
+        --t_left;
+        return false;
+    }
+    t_struck = true;
+    if (!t_lasts)
+        t_left = 0;
+    return true;
 }
 
 std::size_t LastSize()

@@ -20,6 +20,22 @@ class FailingAllocation
     bool HasFailed() const;
 };
 
+// While it lives, the n-th allocation of this thread from now on (1 is the next one) fails; where it lasts, all after
+// it too. Those count that other allocators ask NextFails() for.
+class FailingTurn
+{
+  public:
+    explicit FailingTurn(std::size_t n, bool lasts);
+    ~FailingTurn();
+    FailingTurn(const FailingTurn &) = delete;
+    FailingTurn &operator=(const FailingTurn &) = delete;
+
+    bool HasFailed() const;
+};
+
+// Whether the allocation that is to be made now is to fail; counts it.
+bool NextFails();
+
 // Bytes that this thread asked for last.
 std::size_t LastSize();
 // Bytes that all threads have asked for since the program's start; what is freed again is not taken off.

@@ -102,7 +102,7 @@ std::vector<const EmailHeaderW *> Listing::Next(LONG count, Result<EmailHeaderW>
             if (m_isLost)
                 continue;
             m_isAtEnd = static_cast<LONGLONG>(got) < count;
-            const std::vector<const EmailHeaderW *> rows = TakeNew(page, got);
+            std::vector<const EmailHeaderW *> rows = TakeNew(page, got);
             if (!rows.empty() || m_isAtEnd)
                 return rows;
         } catch (const Failure &failure) {

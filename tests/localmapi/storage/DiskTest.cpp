@@ -1,10 +1,11 @@
 // Proves that a failing disk and a full one are told apart, each by its name, and that on a full one people can still
 // log on, read, and make room, from what the site has set aside for it.
 #include "DiskVfs.h"
-#include "Fixture.h"
+#include "Sweep.h"
 #include "localmapi/storage/Purge.h"
 #include "localmapi/storage/Reserve.h"
 #include "localmapi/storage/Sizes.h"
+#include <iostream>
 
 namespace localmapi::storage
 {
@@ -88,6 +89,29 @@ TEST_F(Disks, EveryCallThatFailsOfMakingASiteIsADiskError)
             // What opens it, once it is there, may be what failed.
             fs::remove(PathOf(path));
             fs::remove(PathOf(path + "-wal"));
+        }
+}
+
+TEST_F(Disks, EveryCallThatFailsOfAnyStepIsADiskErrorAndUndoesIt)
+{
+    for (const bool lasts : {false, true})
+        for (const DeviceFault fault : {DeviceFault::Write, DeviceFault::Sync, DeviceFault::Read, DeviceFault::Quota}) {
+            SCOPED_TRACE(std::to_string(static_cast<int>(fault)) + (lasts ? " for good" : " once"));
+            const Folder folder;
+            const SweepResult result =
+                SweepSteps(folder, {1, FaultName(fault == DeviceFault::Quota ? Fault::Full : Fault::Disk),
+                                    [&](std::size_t n, const std::function<void()> &step) {
+                                        struct Failing {
+                                            ~Failing() { SetDeviceFault(DeviceFault::None); }
+                                        } const failing;
+                                        SetDeviceFault(fault, static_cast<int>(n), lasts);
+                                        step();
+                                        return DeviceHasFailed();
+                                    },
+                                    fault == DeviceFault::Read});
+            EXPECT_GT(result.failures, 10u);
+            std::cout << "kind " << static_cast<int>(fault) << (lasts ? " for good: " : " once: ") << result.failures
+                      << " failures, " << result.survived << " survived\n";
         }
 }
 

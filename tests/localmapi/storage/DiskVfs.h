@@ -26,7 +26,8 @@ enum class DeviceFault {
     // in the others: only the file itself still knows.
     Quota
 };
-// Every such call fails from now on, the n-th included (1 is the next one).
-void SetDeviceFault(DeviceFault fault, int n = 1);
+// Every such call fails from now on, the n-th included (1 is the next one); or that one alone.
+void SetDeviceFault(DeviceFault fault, int n = 1, bool lasts = true);
+bool DeviceHasFailed(); // since then
 
 } // namespace localmapi::storage

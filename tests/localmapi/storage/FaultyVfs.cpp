@@ -1,10 +1,9 @@
-// A layer over SQLite's own file access that passes every call on and counts those that write. A sync is only counted.
+// Calls that write are counted and passed on. A sync is only counted.
 #include "FaultyVfs.h"
+#include "VfsLayer.h"
 #include "platform/locks/Mutex.h"
 #include <atomic>
 #include <cstdlib>
-#include <new>
-#include <sqlite3.h>
 
 namespace localmapi::storage
 {
@@ -31,22 +30,6 @@ int Strike()
     return fault == WriteFault::DiskFull && turn >= g_turn ? SQLITE_FULL : SQLITE_OK;
 }
 
-struct File {
-    sqlite3_file base;
-    sqlite3_file *real;
-};
-
-sqlite3_file *RealOf(sqlite3_file *file)
-{
-    return reinterpret_cast<File *>(file)->real;
-}
-
-template <auto Method, class... Arguments> int Forward(sqlite3_file *file, Arguments... arguments)
-{
-    sqlite3_file *real = RealOf(file);
-    return (real->pMethods->*Method)(real, arguments...);
-}
-
 template <auto Method, class... Arguments> int ForwardWrite(sqlite3_file *file, Arguments... arguments)
 {
     if (int fault = Strike())
@@ -69,37 +52,6 @@ int Sync(sqlite3_file *, int)
     return Strike();
 }
 
-const sqlite3_io_methods kMethods = {
-    3,
-    Forward<&sqlite3_io_methods::xClose>,
-    Forward<&sqlite3_io_methods::xRead>,
-    ForwardWrite<&sqlite3_io_methods::xWrite>,
-    ForwardWrite<&sqlite3_io_methods::xTruncate>,
-    Sync,
-    Forward<&sqlite3_io_methods::xFileSize>,
-    Forward<&sqlite3_io_methods::xLock>,
-    Forward<&sqlite3_io_methods::xUnlock>,
-    Forward<&sqlite3_io_methods::xCheckReservedLock>,
-    Forward<&sqlite3_io_methods::xFileControl>,
-    Forward<&sqlite3_io_methods::xSectorSize>,
-    Forward<&sqlite3_io_methods::xDeviceCharacteristics>,
-    Forward<&sqlite3_io_methods::xShmMap>,
-    Forward<&sqlite3_io_methods::xShmLock>,
-    [](sqlite3_file *file) { RealOf(file)->pMethods->xShmBarrier(RealOf(file)); },
-    Forward<&sqlite3_io_methods::xShmUnmap>,
-    Forward<&sqlite3_io_methods::xFetch>,
-    Forward<&sqlite3_io_methods::xUnfetch>,
-};
-
-int OpenWrapped(sqlite3_vfs *, const char *name, sqlite3_file *file, int flags, int *outFlags)
-{
-    File *wrapper = new (file) File{};
-    wrapper->real = reinterpret_cast<sqlite3_file *>(wrapper + 1);
-    int result = g_realVfs->xOpen(g_realVfs, name, wrapper->real, flags, outFlags);
-    wrapper->base.pMethods = wrapper->real->pMethods ? &kMethods : nullptr;
-    return result;
-}
-
 int DeleteCounted(sqlite3_vfs *, const char *name, int sync)
 {
     if (int fault = Strike())
@@ -111,15 +63,14 @@ int DeleteCounted(sqlite3_vfs *, const char *name, int sync)
 
 void InstallFaultyVfs()
 {
-    static sqlite3_vfs vfs;
-    g_realVfs = sqlite3_vfs_find(nullptr);
-    vfs = *g_realVfs;
-    vfs.zName = "faulty";
-    vfs.pNext = nullptr;
-    vfs.szOsFile = static_cast<int>(sizeof(File)) + g_realVfs->szOsFile;
-    vfs.xOpen = OpenWrapped;
-    vfs.xDelete = DeleteCounted;
-    sqlite3_vfs_register(&vfs, 1);
+    static const sqlite3_io_methods kMethods = [] {
+        sqlite3_io_methods methods = ForwardingMethods();
+        methods.xWrite = ForwardWrite<&sqlite3_io_methods::xWrite>;
+        methods.xTruncate = ForwardWrite<&sqlite3_io_methods::xTruncate>;
+        methods.xSync = Sync;
+        return methods;
+    }();
+    g_realVfs = InstallLayer({"faulty", &kMethods, DeleteCounted});
 }
 
 void SetWriteFault(WriteFault fault, int n)

@@ -145,6 +145,65 @@ const std::vector<Step> &ScenarioSteps()
     return kSteps;
 }
 
+Step RandomStep(std::mt19937 &random)
+{
+    const auto kind = random() % 12;
+    const auto number = random();
+    // Some of an Inbox or a folder of deleted items.
+    const auto some = [number](Site site, ObjectId folder) {
+        std::vector<ObjectId> ids = MessagesIn(site, folder);
+        if (ids.size() > 1 + number % 3)
+            ids.resize(1 + number % 3);
+        return ids;
+    };
+    const std::string subject = "subject " + std::to_string(number);
+    const std::size_t data = std::vector<std::size_t>{0, 0, 600, 9000, 40000}[number % 5];
+    switch (kind) {
+    case 0:
+    case 1:
+    case 2:
+        return [=](Site site) { Objects(site).CreateMessage(BoxOf(site, "alice").inbox, MakeMail(subject, data)); };
+    case 3:
+        return [=](Site site) { Objects(site).SetRead(some(site, BoxOf(site, "alice").inbox), number % 2 == 0); };
+    case 4:
+        return [=](Site site) {
+            MessageChanges changes;
+            changes.properties.set = {{kBody, std::string(number % 20000, 'b')}, {kSubject, subject}};
+            for (const ObjectId id : some(site, BoxOf(site, "bob").inbox)) {
+                Objects(site).ChangeMessage(id, changes);
+                return;
+            }
+        };
+    case 5:
+        return [=](Site site) {
+            const Mailbox box = BoxOf(site, "alice");
+            Objects(site).MoveMessages(some(site, box.inbox), box.deletedItems);
+        };
+    case 6:
+        return [=](Site site) {
+            Objects(site).CopyMessages(some(site, BoxOf(site, "alice").inbox), BoxOf(site, "bob").inbox);
+        };
+    case 7:
+        return [](Site site) { Objects(site).RemoveAllMessages(BoxOf(site, "alice").deletedItems); };
+    case 8:
+        return [=](Site site) {
+            Objects(site).CreateFolder(BoxOf(site, "bob").inbox, {{kDisplayName, "folder " + subject}});
+        };
+    case 9:
+        return [=](Site site) {
+            const Mailbox alice = BoxOf(site, "alice"), bob = BoxOf(site, "bob");
+            Dispatch sent;
+            sent.content = MakeMail(subject, data);
+            sent.destinations = {{alice.inbox, {}, MakeMail("report")}, {bob.inbox, {}, {}}, {bob.sentItems, {}, {}}};
+            Objects(site).Send(sent);
+        };
+    case 10:
+        return [=](Site site) { Profiles(site).Create("profile " + std::to_string(number)); };
+    default:
+        return [](Site site) { Objects(site).SetAllRead(BoxOf(site, "bob").inbox, true); };
+    }
+}
+
 std::string StateOf(Site site)
 {
     std::ostringstream text;

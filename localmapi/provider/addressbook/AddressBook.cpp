@@ -80,6 +80,7 @@ class AddressBook final : public PropObject<IAddrBook>
     STDMETHODIMP PrepareRecips(ULONG flags, LPSPropTagArray tags, LPADRLIST list) override;
 
   protected:
+    void Enter() override { m_session->OnCall(); }
     storage::PropertyBag Load() override
     {
         storage::PropertyBag bag;

@@ -26,6 +26,7 @@ class MailUser final : public PropObject<IMailUser>
     }
 
   protected:
+    void Enter() override { m_session->OnCall(); }
     storage::PropertyBag Load() override { return m_properties; }
 
   private:
@@ -82,6 +83,7 @@ class Container final : public PropObject<IABContainer>
     STDMETHODIMP ResolveNames(LPSPropTagArray tags, ULONG flags, LPADRLIST list, LPFlagList resolved) override;
 
   protected:
+    void Enter() override { m_session->OnCall(); }
     storage::PropertyBag Load() override
     {
         return m_root ? RootContainerProperties(m_session->uid) : GlobalListProperties(m_session->uid);
@@ -105,8 +107,9 @@ class Container final : public PropObject<IABContainer>
         RequireLoggedOn(m_session);
         if (m_root)
             NoSupport("the contents of the root container: recipients are in the global address list");
-        return CreateViewTable(*m_session->site, {storage::Container::Kind::Directory, 0},
-                               DirectorySchema(m_session->uid, (flags & MAPI_UNICODE) != 0), table);
+        TableSchema schema = DirectorySchema(m_session->uid, (flags & MAPI_UNICODE) != 0);
+        schema.behaviour = m_session->behaviour;
+        return CreateViewTable(*m_session->site, {storage::Container::Kind::Directory, 0}, std::move(schema), table);
     }
     HRESULT Hierarchy(ULONG flags, IMAPITable **table)
     {
@@ -123,6 +126,7 @@ class Container final : public PropObject<IABContainer>
         settings.columns = {PR_ENTRYID,      PR_OBJECT_TYPE,     PR_DISPLAY_TYPE, PR_DISPLAY_NAME_W,
                             PR_INSTANCE_KEY, PR_CONTAINER_FLAGS, PR_DEPTH,        PR_AB_PROVIDER_ID};
         settings.unicode = (flags & MAPI_UNICODE) != 0;
+        settings.behaviour = m_session->behaviour;
         return CreateMemoryTable(std::move(rows), std::move(settings), table);
     }
 

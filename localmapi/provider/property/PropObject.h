@@ -115,7 +115,8 @@ template <class Interface, class... More> class PropObject : public ComObject<In
     }
 
   protected:
-    // All of these may throw.
+    // All of these may throw. At the beginning of each method.
+    virtual void Enter() {}
     virtual storage::PropertyBag Load() = 0;
     virtual void Change(const storage::PropertyBag &, const std::vector<storage::Tag> &)
     {
@@ -131,7 +132,10 @@ template <class Interface, class... More> class PropObject : public ComObject<In
 
     template <class Body> HRESULT Run(const char *method, Body &&body)
     {
-        return Guarded(m_errors, method, std::forward<Body>(body));
+        return Guarded(m_errors, method, [&]() -> HRESULT {
+            Enter();
+            return body();
+        });
     }
     HRESULT Unsupported(const char *method)
     {

@@ -11,6 +11,8 @@
 #include "localmapi/provider/site/SiteFile.h"
 #include "localmapi/storage/Profiles.h"
 
+#include <cstdio>
+
 namespace localmapi
 {
 
@@ -45,6 +47,20 @@ std::string SectionText(const Profile &profile, ULONG tag)
     return text ? *text : std::string();
 }
 
+// What the environment asks for, for tests. There is no session yet that could be asked what was wrong with it.
+BehaviourPtr BehaviourOfTests()
+{
+    const auto wanted = places::WantedBehaviour();
+    if (!wanted)
+        return nullptr;
+    try {
+        return Behaviour::FromText(*wanted);
+    } catch (const Failure &failure) {
+        std::fprintf(stderr, "localmapi: %s\n", failure.what());
+        throw;
+    }
+}
+
 } // namespace
 
 HRESULT Logon(const TCHAR *name, ULONG flags, IMAPISession **session) noexcept
@@ -55,6 +71,8 @@ HRESULT Logon(const TCHAR *name, ULONG flags, IMAPISession **session) noexcept
         if (!IsInitialized())
             return MAPI_E_NOT_INITIALIZED;
         RequireFlags(flags, kLogonFlags);
+        auto context = std::make_shared<SessionContext>();
+        context->behaviour = BehaviourOfTests();
         std::shared_ptr<storage::Site> profileSite;
         try {
             profileSite = OpenSite(FindSiteFile());
@@ -64,7 +82,6 @@ HRESULT Logon(const TCHAR *name, ULONG flags, IMAPISession **session) noexcept
                 return MAPI_E_LOGON_FAILED;
             throw;
         }
-        auto context = std::make_shared<SessionContext>();
         context->profile =
             std::make_shared<Profile>(profileSite, ProfileName(storage::Profiles(*profileSite), name, flags));
         context->profile->Keep();

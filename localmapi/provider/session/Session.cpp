@@ -89,7 +89,8 @@ class MapiSession final : public ComObject<IMAPISession>
     }
     STDMETHODIMP Logoff(ULONG_PTR, ULONG flags, ULONG reserved) override
     {
-        return Run("IMAPISession::Logoff", [&]() -> HRESULT {
+        return Guarded(m_errors, "IMAPISession::Logoff", [&]() -> HRESULT {
+            RequireLoggedOn(m_session);
             RequireFlags(flags, MAPI_LOGOFF_SHARED | MAPI_LOGOFF_UI);
             Require(reserved == 0, "the reserved argument");
             m_session->loggedOff = true;
@@ -123,6 +124,7 @@ class MapiSession final : public ComObject<IMAPISession>
     {
         return Guarded(m_errors, method, [&]() -> HRESULT {
             RequireLoggedOn(m_session);
+            m_session->OnCall();
             return body();
         });
     }
@@ -132,7 +134,8 @@ class MapiSession final : public ComObject<IMAPISession>
     }
     HRESULT OpenStoreOf(storage::ObjectId mailbox, LPCIID iid, ULONG flags, IMsgStore **store)
     {
-        return CreateStore({*m_session->site, mailbox, m_session->user.id, flags, mailbox == m_session->user.mailbox},
+        return CreateStore({*m_session->site, mailbox, m_session->user.id, flags, mailbox == m_session->user.mailbox,
+                            m_session->behaviour},
                            iid, store);
     }
 

@@ -1,5 +1,6 @@
 // What a session and the objects opened through it share.
 #pragma once
+#include "localmapi/provider/base/Behaviour.h"
 #include "localmapi/provider/base/EntryId.h"
 #include "localmapi/provider/site/Profile.h"
 #include "localmapi/storage/Directory.h"
@@ -16,7 +17,15 @@ struct SessionContext {
     SiteUid uid{};
     std::shared_ptr<Profile> profile;
     storage::User user;
+    BehaviourPtr behaviour;
     std::atomic<bool> loggedOff{false};
+
+    // At the beginning of each call on what has no store behind it.
+    void OnCall() const
+    {
+        if (behaviour)
+            behaviour->OnSessionCall();
+    }
 };
 
 using Session = std::shared_ptr<SessionContext>;

@@ -9,11 +9,13 @@
 namespace localmapi
 {
 
-// What the system knows about places, all in UTF-8; a file of its own for each system.
+// What the environment and the system's settings say, all in UTF-8; a file of its own for each system.
 namespace places
 {
 // The environment's LOCALMAPI_FILE, when it is set and not empty.
 std::optional<std::string> FromEnvironment();
+// The environment's LOCALMAPI_BEHAVIOUR, when it is set and not empty.
+std::optional<std::string> WantedBehaviour();
 // The value "File" under "SOFTWARE\BRANE\LocalMapi", the user's before the machine's.
 std::optional<std::string> FromSettings();
 // A file in the user's own data folder, which need not be there.

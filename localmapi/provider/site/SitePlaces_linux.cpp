@@ -45,6 +45,11 @@ std::optional<std::string> FromEnvironment()
     return Variable("LOCALMAPI_FILE");
 }
 
+std::optional<std::string> WantedBehaviour()
+{
+    return Variable("LOCALMAPI_BEHAVIOUR");
+}
+
 std::optional<std::string> FromSettings()
 {
     if (auto path = Setting(HKEY_CURRENT_USER))

@@ -48,6 +48,11 @@ std::optional<std::string> FromEnvironment()
     return Variable(L"LOCALMAPI_FILE");
 }
 
+std::optional<std::string> WantedBehaviour()
+{
+    return Variable(L"LOCALMAPI_BEHAVIOUR");
+}
+
 std::optional<std::string> FromSettings()
 {
     if (auto path = Setting(HKEY_CURRENT_USER))

@@ -88,6 +88,7 @@ storage::Bytes InstanceKeyOf(ObjectId id)
 TableSchema ContentsSchema(const StoreContext &store, ObjectId folder, bool unicode)
 {
     TableSchema schema;
+    schema.behaviour = store.behaviour;
     schema.columns = {PR_ENTRYID,
                       PR_MESSAGE_CLASS_W,
                       PR_SUBJECT_W,
@@ -139,6 +140,7 @@ TableSchema ContentsSchema(const StoreContext &store, ObjectId folder, bool unic
 TableSchema HierarchySchema(const StoreContext &store, bool unicode, bool deep)
 {
     TableSchema schema;
+    schema.behaviour = store.behaviour;
     schema.columns = {PR_ENTRYID,     PR_DISPLAY_NAME_W, PR_CONTAINER_CLASS_W, PR_COMMENT_W,
                       PR_SUBFOLDERS,  PR_CONTENT_COUNT,  PR_CONTENT_UNREAD,    PR_DEPTH,
                       PR_FOLDER_TYPE, PR_OBJECT_TYPE,    PR_PARENT_ENTRYID,    PR_INSTANCE_KEY,

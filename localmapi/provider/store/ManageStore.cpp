@@ -63,6 +63,7 @@ STDMETHODIMP Store::GetMailboxTable(LPSTR lpszServerName, LPMAPITABLE *lppTable,
                             {PR_EMAIL_ADDRESS_W, user.dn},
                             {PR_ENTRYID, MakeStoreEntryId(m_store->uid, user.mailbox, 0)}});
         TableSchema schema;
+        schema.behaviour = m_store->behaviour;
         schema.columns = {PR_DISPLAY_NAME_W, PR_EMAIL_ADDRESS_W, PR_ENTRYID, PR_INSTANCE_KEY};
         schema.unicode = (ulFlags & MAPI_UNICODE) != 0;
         return CreateMemoryTable(std::move(rows), std::move(schema), lppTable);

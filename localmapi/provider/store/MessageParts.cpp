@@ -131,6 +131,7 @@ STDMETHODIMP Message::ModifyRecipients(ULONG ulFlags, LPADRLIST lpMods)
 void Message::GiveRecipientTable(ULONG flags, IMAPITable **table)
 {
     TableSchema schema;
+    schema.behaviour = m_store->behaviour;
     schema.columns = {PR_ROWID,      PR_DISPLAY_NAME_W, PR_ADDRTYPE_W,  PR_EMAIL_ADDRESS_W,
                       PR_ENTRYID,    PR_RECIPIENT_TYPE, PR_OBJECT_TYPE, PR_DISPLAY_TYPE,
                       PR_SEARCH_KEY, PR_RESPONSIBILITY, PR_INSTANCE_KEY};
@@ -213,6 +214,7 @@ std::vector<PropertyBag> Message::AttachmentRows()
 void Message::GiveAttachmentTable(ULONG flags, IMAPITable **table)
 {
     TableSchema schema;
+    schema.behaviour = m_store->behaviour;
     schema.columns = {PR_ATTACH_NUM,
                       PR_ATTACH_METHOD,
                       PR_ATTACH_SIZE,

@@ -25,19 +25,18 @@ void Message::RequireToBeSubmitted() const
 // and the report together.
 STDMETHODIMP Message::SubmitMessage(ULONG ulFlags)
 {
-    const HRESULT hr = Do("IMessage::SubmitMessage", [&]() REQUIRES(m_lock) -> HRESULT {
+    return Run("IMessage::SubmitMessage", [&]() -> HRESULT {
         RequireFlags(ulFlags, FORCE_SUBMIT);
-        if (IsEmbedded())
-            NoSupport("submitting a message that an attachment holds");
-        RequireToBeSubmitted();
-        return S_OK;
-    });
-    if (FAILED(hr))
-        return hr;
-    const HRESULT written = Run("IMessage::SubmitMessage", [&] { return CommitStreams(); });
-    if (FAILED(written))
-        return written;
-    return Do("IMessage::SubmitMessage", [&]() REQUIRES(m_lock) -> HRESULT {
+        {
+            const locks::Hold hold(m_lock);
+            if (IsEmbedded())
+                NoSupport("submitting a message that an attachment holds");
+            RequireToBeSubmitted();
+        }
+        const HRESULT written = CommitStreams();
+        if (FAILED(written))
+            return written;
+        const locks::Hold hold(m_lock);
         RequireToBeSubmitted();
         try {
             if (ulFlags & FORCE_SUBMIT)

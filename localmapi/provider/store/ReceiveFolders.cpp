@@ -146,6 +146,7 @@ STDMETHODIMP Store::GetReceiveFolderTable(ULONG ulFlags, LPMAPITABLE *lppTable)
                             {PR_ENTRYID, m_store->FolderId(folder.folder)},
                             {PR_RECORD_KEY, m_store->FolderId(folder.folder)}});
         TableSchema schema;
+        schema.behaviour = m_store->behaviour;
         schema.columns = {PR_MESSAGE_CLASS_W, PR_ENTRYID, PR_RECORD_KEY, PR_INSTANCE_KEY};
         schema.unicode = (ulFlags & MAPI_UNICODE) != 0;
         return CreateMemoryTable(std::move(rows), std::move(schema), lppTable);

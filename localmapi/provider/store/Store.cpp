@@ -120,7 +120,7 @@ STDMETHODIMP Store::CompareEntryIDs(ULONG cbEntryID1, LPENTRYID lpEntryID1, ULON
 
 STDMETHODIMP Store::StoreLogoff(ULONG *lpulFlags)
 {
-    return Run("IMsgStore::StoreLogoff", [&]() -> HRESULT {
+    return Guarded(m_errors, "IMsgStore::StoreLogoff", [&]() -> HRESULT {
         // Clients pass no flags when they do not care. The store stays what it is until it is released, but nobody is
         // told of its changes any more.
         if (lpulFlags) {
@@ -128,6 +128,7 @@ STDMETHODIMP Store::StoreLogoff(ULONG *lpulFlags)
             *lpulFlags = LOGOFF_COMPLETE;
         }
         m_store->advises->End();
+        Enter(); // last: a session that was dropped is answered so, and logged off none the less
         return S_OK;
     });
 }

@@ -33,7 +33,7 @@ StoreContext::StoreContext(const StoreLogon &logon)
     : site(logon.site), objects(logon.site), directory(logon.site), uid(logon.site.Info().uid),
       mailbox(directory.GetMailbox(logon.mailbox)), owner(OwnerOf(directory, mailbox)), user(logon.user),
       writable((logon.flags & (MDB_WRITE | MAPI_BEST_ACCESS)) != 0), isDefault(logon.isDefault),
-      entryId(MakeStoreEntryId(uid, mailbox.id, 0)), recordKey(uid.begin(), uid.begin() + 8)
+      entryId(MakeStoreEntryId(uid, mailbox.id, 0)), recordKey(uid.begin(), uid.begin() + 8), behaviour(logon.behaviour)
 {
     RequireFlags(logon.flags, kOpenStoreFlags);
     if (!directory.MayOpen(user, mailbox.id))

@@ -27,6 +27,7 @@ struct StoreContext {
     bool isDefault = false;
     Bytes entryId;
     Bytes recordKey;
+    const BehaviourPtr behaviour;
     // Of the tables that were opened through the store.
     const std::shared_ptr<AdviseScope> advises = std::make_shared<AdviseScope>();
 

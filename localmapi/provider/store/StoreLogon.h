@@ -1,5 +1,6 @@
 // Message stores: a user's mailbox as IMsgStore, opened for the user that is logged on.
 #pragma once
+#include "localmapi/provider/base/Behaviour.h"
 #include "localmapi/storage/Directory.h"
 
 #include <mapiutil.h>
@@ -19,6 +20,8 @@ struct StoreLogon {
     ULONG flags = 0;
     // The store is the default one of the profile (PR_DEFAULT_STORE).
     bool isDefault = false;
+    // The session's.
+    BehaviourPtr behaviour = {};
 };
 
 // A store with one reference. Throws nothing; MAPI_E_NO_ACCESS when the user has no right to the mailbox,

@@ -157,6 +157,7 @@ void OpenPropertyStream(StreamHost &host, IUnknown *owner, const IID &iid, const
         if (text)
             settings.content = TextForClient(*settings.content, wide, !request.Writes());
     }
+    settings.behaviour = host.StreamBehaviour();
     settings.opened = &host.StreamsForWriting();
     if (request.Writes()) {
         // The object outlives the stream, which holds a reference to it.

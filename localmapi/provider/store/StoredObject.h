@@ -39,6 +39,7 @@ class StreamHost
     virtual void RequireStreamable(storage::Tag tag) = 0;
     virtual storage::Objects &StreamObjects() = 0;
     virtual OpenStreams &StreamsForWriting() = 0;
+    virtual const BehaviourPtr &StreamBehaviour() const = 0;
 
   protected:
     ~StreamHost() = default;
@@ -56,10 +57,11 @@ template <class Interface, class... More> class StoredObject : public PropObject
   public:
     STDMETHODIMP SaveChanges(ULONG flags) override
     {
-        const HRESULT hr = this->Run("IMAPIProp::SaveChanges", [&] { return m_streams.Commit(); });
-        if (FAILED(hr))
-            return hr;
-        return Do("IMAPIProp::SaveChanges", [&]() REQUIRES(m_lock) -> HRESULT {
+        return this->Run("IMAPIProp::SaveChanges", [&]() -> HRESULT {
+            const HRESULT hr = m_streams.Commit();
+            if (FAILED(hr))
+                return hr;
+            const locks::Hold hold(m_lock);
             RequireFlags(flags, KEEP_OPEN_READONLY | KEEP_OPEN_READWRITE | FORCE_SAVE | MAPI_DEFERRED_ERRORS);
             return Save(flags);
         });
@@ -130,6 +132,12 @@ template <class Interface, class... More> class StoredObject : public PropObject
 
   protected:
     StoredObject(StorePtr store, bool writable) : m_store(std::move(store)), m_writable(writable) {}
+
+    void Enter() override
+    {
+        if (m_store->behaviour)
+            m_store->behaviour->OnObjectCall();
+    }
 
     // Called under the lock; all may throw. What is stored, with the changes on top that are not saved yet: at least
     // the properties with these tags, or everything.
@@ -232,6 +240,7 @@ template <class Interface, class... More> class StoredObject : public PropObject
     }
     storage::Objects &StreamObjects() override { return m_store->objects; }
     OpenStreams &StreamsForWriting() override { return m_streams; }
+    const BehaviourPtr &StreamBehaviour() const override { return m_store->behaviour; }
 
     OpenStreams m_streams;
 };

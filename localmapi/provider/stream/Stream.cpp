@@ -60,6 +60,12 @@ class Content final : public OpenStreams::Writer
     // Of the content, and of the places of all streams that share it.
     locks::Mutex lock;
 
+    // At the beginning of each call on one of them, under no lock.
+    void Enter() const
+    {
+        if (m_settings.behaviour)
+            m_settings.behaviour->OnObjectCall();
+    }
     bool Writable() const { return static_cast<bool>(m_settings.commit); }
     std::uint64_t size() const REQUIRES(lock) { return Current().size(); }
     std::size_t Read(std::uint64_t offset, void *into, std::size_t length) const REQUIRES(lock)
@@ -253,6 +259,7 @@ class PropertyStream final : public ComObject<IStream>
     template <class Body> HRESULT Do(Body &&body)
     {
         return Guarded([&]() -> HRESULT {
+            m_content->Enter();
             const locks::Hold hold(m_content->lock);
             return body();
         });

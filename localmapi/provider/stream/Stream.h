@@ -2,6 +2,7 @@
 // becomes the property's value at Commit, with the object's SaveChanges, or with the stream's last release. Clones
 // share bytes and have places of their own.
 #pragma once
+#include "localmapi/provider/base/Behaviour.h"
 #include "localmapi/provider/base/ComObject.h"
 #include "localmapi/storage/Spool.h"
 #include "localmapi/storage/Stream.h"
@@ -51,6 +52,8 @@ struct StreamSettings {
     bool append = false;
     // Where a stream that can be written is entered; part of the owner.
     OpenStreams *opened = nullptr;
+    // Of the session, if the stream is of an object of one.
+    BehaviourPtr behaviour = {};
     // Kept until the stream goes.
     ComPtr<IUnknown> owner;
 };

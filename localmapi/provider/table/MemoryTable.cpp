@@ -73,6 +73,7 @@ HRESULT CreateMemoryTable(MemoryRows rows, MemoryTableSettings settings, IMAPITa
             schema.columns.push_back(StorageTag(column));
         schema.unicode = settings.unicode;
         schema.bookmarks = settings.bookmarks;
+        schema.behaviour = std::move(settings.behaviour);
         return CreateMemoryTable(std::move(rows.Take()->rows), std::move(schema), table);
     });
 }

@@ -2,6 +2,8 @@
 // containers. They answer every method of IMAPITable as a table over the storage does; only the rows' home differs.
 // A table may be used by one thread at a time or by several: its methods are serialised.
 #pragma once
+#include "localmapi/provider/base/Behaviour.h"
+
 #include <mapix.h>
 
 #include <memory>
@@ -40,6 +42,8 @@ struct MemoryTableSettings {
     bool unicode = false;
     // Attachment tables know no bookmarks of their own.
     bool bookmarks = true;
+    // The session's that shows the table.
+    BehaviourPtr behaviour = {};
 };
 
 // A new table with one reference, over rows that no longer change.

@@ -11,7 +11,7 @@ namespace localmapi
 {
 
 Table::Table(std::unique_ptr<RowSource> source, std::shared_ptr<AdviseScope> scope)
-    : m_source(std::move(source)), m_scope(std::move(scope))
+    : m_source(std::move(source)), m_behaviour(m_source->Schema().behaviour), m_scope(std::move(scope))
 {
     const TableSchema &schema = m_source->Schema();
     std::vector<ULONG> tags;
@@ -22,7 +22,10 @@ Table::Table(std::unique_ptr<RowSource> source, std::shared_ptr<AdviseScope> sco
 
 HRESULT Table::Unsupported(const char *method)
 {
-    return Guarded(m_errors, method, [&]() -> HRESULT { NoSupport(method); });
+    return Guarded(m_errors, method, [&]() -> HRESULT {
+        Enter();
+        NoSupport(method);
+    });
 }
 
 STDMETHODIMP Table::GetLastError(HRESULT hResult, ULONG ulFlags, LPMAPIERROR *lppMAPIError)
@@ -97,8 +100,10 @@ STDMETHODIMP Table::QuerySortOrder(LPSSortOrderSet *lppSortCriteria)
 
 STDMETHODIMP Table::Abort()
 {
-    // Nothing is ever under way.
-    return S_OK;
+    return Guarded(m_errors, "IMAPITable::Abort", [&]() -> HRESULT {
+        Enter();
+        return S_OK; // nothing is ever under way
+    });
 }
 
 STDMETHODIMP Table::WaitForCompletion(ULONG ulFlags, ULONG, ULONG *lpulTableStatus)

@@ -76,9 +76,16 @@ class Table final : public ComObject<IMAPITable>
     template <class Body> HRESULT Do(const char *method, Body &&body)
     {
         return Guarded(m_errors, method, [&] {
+            Enter();
             const locks::Hold hold(m_lock);
             return body();
         });
+    }
+    // At the beginning of each method, under no lock.
+    void Enter() const
+    {
+        if (m_behaviour)
+            m_behaviour->OnObjectCall();
     }
     HRESULT Unsupported(const char *method);
     Column MakeColumn(ULONG tag) REQUIRES(m_lock);
@@ -98,12 +105,14 @@ class Table final : public ComObject<IMAPITable>
     locks::Mutex m_lock;
     const std::unique_ptr<RowSource> m_source PT_GUARDED_BY(m_lock);
 
+    const BehaviourPtr m_behaviour;
     std::vector<Column> m_columns GUARDED_BY(m_lock);
     std::vector<storage::Tag> m_read GUARDED_BY(m_lock); // what the columns need
     bool m_anyType GUARDED_BY(m_lock) = false;
     RowPacker m_packer GUARDED_BY(m_lock);
     std::vector<Cell> m_cells GUARDED_BY(m_lock);
     std::vector<storage::Value> m_made GUARDED_BY(m_lock);
+    std::vector<storage::Value> m_cut GUARDED_BY(m_lock); // empty unless rows are cut
 
     storage::Filter m_filter GUARDED_BY(m_lock);
     std::vector<storage::SortKey> m_keys GUARDED_BY(m_lock);

@@ -2,6 +2,7 @@
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/base/Memory.h"
 #include "localmapi/provider/property/PropertyConvert.h"
+#include "localmapi/provider/table/CutValue.h"
 #include "localmapi/provider/table/Table.h"
 
 #include <algorithm>
@@ -74,6 +75,8 @@ void Table::SetColumnTags(std::vector<ULONG> tags)
         m_columns.push_back(MakeColumn(tag));
     m_cells.resize(m_columns.size());
     m_made.resize(m_columns.size());
+    if (m_behaviour && m_behaviour->CutTo())
+        m_cut.resize(m_columns.size());
 }
 
 STDMETHODIMP Table::SetColumns(LPSPropTagArray lpPropTagArray, ULONG ulFlags)
@@ -159,6 +162,8 @@ Block<SPropValue> Table::PackRow(const storage::Row &row)
             break;
         }
     }
+    for (std::size_t i = 0; i < m_cut.size(); ++i)
+        CutCell(m_cells[i], m_behaviour->CutTo(), m_cut[i]);
     return m_packer.Pack(m_cells);
 }
 

@@ -157,7 +157,8 @@ SRowSet *Table::ReadRows(std::int64_t count, Place &first, Place &last)
             last = read.back().After();
         }
     };
-    if (count < 0 && -count <= kPiece) {
+    const std::int64_t most = m_behaviour ? m_behaviour->MostRows() : std::numeric_limits<std::int64_t>::max();
+    if (count < 0 && -count <= std::min(kPiece, most)) {
         take(m_source->Read(m_cursor, Direction::Backward, static_cast<std::size_t>(-count), m_read));
     } else {
         Place from = m_cursor;
@@ -166,6 +167,7 @@ SRowSet *Table::ReadRows(std::int64_t count, Place &first, Place &last)
             from = moved.place;
             count = -moved.rows;
         }
+        count = std::min(count, most);
         while (count > 0) {
             const auto piece = static_cast<std::size_t>(std::min(count, kPiece));
             const auto read = m_source->Read(from, Direction::Forward, piece, m_read);

@@ -15,6 +15,7 @@ Table::~Table()
 STDMETHODIMP Table::Advise(ULONG ulEventMask, LPMAPIADVISESINK lpAdviseSink, ULONG *lpulConnection)
 {
     return Guarded(m_errors, "IMAPITable::Advise", [&]() -> HRESULT {
+        Enter();
         Require(lpulConnection != nullptr, "where the connection goes");
         *lpulConnection = 0;
         Require(lpAdviseSink != nullptr, "the sink");
@@ -69,6 +70,7 @@ STDMETHODIMP Table::Unadvise(ULONG ulConnection)
         // Nor here: the sink that is waited for may be calling the table.
         if (!advises || !advises->Unadvise(ulConnection))
             throw Failure(MAPI_E_NOT_FOUND, "The table has no such advise connection.");
+        Enter(); // last: where the session was dropped the advise has ended none the less
         return S_OK;
     });
 }
@@ -117,6 +119,8 @@ TableNotice Table::NoticeOf(storage::Notice &found)
 
 std::vector<TableNotice> Table::CollectNotices(std::int64_t quietUpTo)
 {
+    if (m_behaviour)
+        m_behaviour->RequireConnected();
     const locks::Hold hold(m_lock);
     std::vector<TableNotice> notices;
     if (m_missedNotices) {

@@ -1,6 +1,7 @@
 // What the rows of a table have beyond what is stored with them, so that such properties can be columns, be restricted
 // by and sorted by like any other.
 #pragma once
+#include "localmapi/provider/base/Behaviour.h"
 #include "localmapi/storage/View.h"
 #include <functional>
 #include <span>
@@ -35,6 +36,8 @@ struct TableSchema {
     // Restrictions on recipients and attachments of the rows can be had.
     bool subObjects = false;
     bool bookmarks = true;
+    // The session's that shows the table.
+    BehaviourPtr behaviour = {};
 };
 
 } // namespace localmapi

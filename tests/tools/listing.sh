@@ -17,6 +17,19 @@ expect 0 orlmapi --profile Voicemail --json list alice --um --priority --reverse
 equal "$(jq -c 'map(.entryId)' out.txt)" "$(jq -c '.[-5:]' wanted.txt)"
 expect 0 orlmapi --profile Voicemail --json list alice --um --priority --reverse --all --count 6
 equal "$(jq -c 'map(.entryId) | sort' out.txt)" "$(jq -c sort wanted.txt)"
+# Over a provider that gives fewer rows at once than a page has.
+for most in 1 4; do
+    export LOCALMAPI_BEHAVIOUR=rows=$most
+    expect 0 orlmapi --profile Voicemail --json list alice --um --priority --all --count 7
+    equal "$(jq -c 'map(.entryId)' out.txt)" "$(cat wanted.txt)"
+    expect 0 orlmapi --profile Voicemail --json list alice --um --priority --reverse --all --count 7
+    equal "$(jq -c 'map(.entryId) | sort' out.txt)" "$(jq -c sort wanted.txt)"
+    expect 0 orlmapi --profile Voicemail --json list alice --um --priority --reverse --count 5
+    equal "$(jq -c 'map(.entryId) | sort' out.txt)" "$(jq -c '.[-5:] | sort' wanted.txt)"
+    expect 0 orlmapi --profile Voicemail --json list alice --um --priority --count 5
+    equal "$(jq -c 'map(.entryId)' out.txt)" "$(jq -c '.[:5]' wanted.txt)"
+done
+unset LOCALMAPI_BEHAVIOUR
 expect 0 orlmapi --profile Voicemail --json list alice --um --priority --count 3
 equal "$(jq -c 'map(.entryId)' out.txt)" "$(jq -c '.[:3]' wanted.txt)"
 json 'all(.[]; .highPriority and (.read | not))'

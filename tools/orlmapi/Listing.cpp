@@ -1,6 +1,7 @@
 // A page that fails because a row of it went is asked for again, by fewer rows at a time. A page backward begins as
 // many rows before the last one as it takes itself: one of another size, and one after a row went, would leave rows
-// out, so the table is gone through again.
+// out, so the table is gone through again. So it is where a provider gives fewer rows at once than a page has: backward
+// these are the page's first ones, and the last ones are missing.
 #include "Listing.h"
 #include "Failure.h"
 #include <algorithm>
@@ -68,6 +69,7 @@ void Listing::End()
     OrlMapiReleaseHandle(m_mailbox.ConnectionHandle(), &m_table, &m_bookmark);
     m_table = m_bookmark = 0;
     m_isFirst = true;
+    m_gone = 0;
 }
 
 ULONG Listing::Ask(LONG count, bool withAttachments, Result<EmailHeaderW> &page)
@@ -85,6 +87,9 @@ ULONG Listing::Ask(LONG count, bool withAttachments, Result<EmailHeaderW> &page)
     if (FAILED(hr) || got == 0)
         m_table = m_bookmark = 0;
     Check(hr, "listing the mailbox " + m_options.mailbox);
+    m_gone += got;
+    if (got > 0 && static_cast<LONGLONG>(got) < count && m_gone < m_total)
+        m_most = static_cast<LONG>(got);
     return got;
 }
 
@@ -92,16 +97,20 @@ std::vector<const EmailHeaderW *> Listing::Next(LONG count, Result<EmailHeaderW>
 {
     for (int attempts = 0;;) {
         try {
+            count = std::min(count, m_most);
             if (m_isLost || (m_options.reverse && !m_isFirst && count != m_pageSize))
                 GoBack(count);
+            count = std::min(count, m_most);
             m_pageSize = count;
             const bool goesOn = !m_isFirst;
             const ULONG before = m_total;
             const ULONG got = Ask(count, m_options.attachments, page);
             m_isLost = m_options.reverse && goesOn && m_total != before;
+            const bool isCutShort = m_most < count;
+            m_isLost = m_isLost || (m_options.reverse && isCutShort);
             if (m_isLost)
                 continue;
-            m_isAtEnd = static_cast<LONGLONG>(got) < count;
+            m_isAtEnd = static_cast<LONGLONG>(got) < count && !isCutShort;
             std::vector<const EmailHeaderW *> rows = TakeNew(page, got);
             if (!rows.empty() || m_isAtEnd)
                 return rows;
@@ -128,11 +137,11 @@ std::vector<const EmailHeaderW *> Listing::TakeNew(const Result<EmailHeaderW> &p
 // A new table, to where pages of so many rows have passed what was shown; the next one may begin with some of it.
 void Listing::GoBack(LONG count)
 {
-    const LONG step = m_options.reverse ? count : kRowsToSkip;
     do {
         End();
         ULONG rows = CountPassed();
         End();
+        const LONG step = std::min(m_options.reverse ? count : kRowsToSkip, m_most);
         if (m_options.reverse)
             rows -= rows % static_cast<ULONG>(step);
         m_isLost = !Skip(rows, step);
@@ -144,12 +153,18 @@ ULONG Listing::CountPassed()
     ULONG rows = 0;
     for (;;) {
         Result<EmailHeaderW> page;
-        const ULONG got = Ask(kRowsToSkip, false, page);
+        const LONG wanted = std::min(kRowsToSkip, m_most);
+        const ULONG got = Ask(wanted, false, page);
+        if (m_options.reverse && m_most < wanted) {
+            End();
+            rows = 0;
+            continue;
+        }
         ULONG passed = 0;
         for (ULONG i = 0; i < got; ++i)
             passed += m_passed.Has(page[i]);
         rows += passed;
-        if (passed < got || got < static_cast<ULONG>(kRowsToSkip))
+        if (passed < got || (got < static_cast<ULONG>(wanted) && m_most >= wanted))
             return rows;
     }
 }
@@ -158,12 +173,12 @@ bool Listing::Skip(ULONG rows, LONG step)
 {
     while (rows > 0) {
         Result<EmailHeaderW> page;
-        const auto wanted = std::min(static_cast<LONG>(rows), step);
+        const LONG wanted = std::min({static_cast<LONG>(rows), step, m_most});
         const ULONG got = Ask(wanted, false, page);
         for (ULONG i = 0; i < got; ++i)
             if (!m_passed.Has(page[i]))
                 return false;
-        if (got < static_cast<ULONG>(wanted))
+        if (got < static_cast<ULONG>(wanted) && (m_options.reverse || m_most >= wanted))
             return false;
         rows -= got;
     }

@@ -35,7 +35,7 @@ class Listing
     ULONG Total() const { return m_total; }
 
   private:
-    // Throws Failure.
+    // Throws Failure. Learns how many rows the provider gives at most, where that is fewer than `count`.
     ULONG Ask(LONG count, bool withAttachments, Result<EmailHeaderW> &page);
     // The rows of a page that have not been shown.
     std::vector<const EmailHeaderW *> TakeNew(const Result<EmailHeaderW> &page, ULONG got);
@@ -54,6 +54,8 @@ class Listing
     DWORD m_table = 0;
     DWORD m_bookmark = 0;
     ULONG m_total = 0;
+    ULONG m_gone = 0;        // rows that were read of the table
+    LONG m_most = 1'000'000; // that the provider gives at once
     bool m_isFirst = true;
     bool m_isLost = false;
     bool m_isAtEnd = false;

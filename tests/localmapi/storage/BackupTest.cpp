@@ -137,6 +137,22 @@ TEST_F(BackupTest, ACopyThatIsPutBackIsThereForWhoeverHasTheSiteOpen)
     ExpectSound();
 }
 
+TEST_F(BackupTest, WhatAKilledFirstUserOfACopyLeftIsPlayedBackByReadersToo)
+{
+    Add("kept");
+    Backup(m_site, File("copy.db"));
+    {
+        // Until it has a log, a copy is written with a journal beside it. As files lie there when its writer is killed.
+        Connection writer(File("copy.db"), SQLITE_OPEN_READWRITE, 0);
+        writer.Execute("BEGIN IMMEDIATE; UPDATE site SET next_id = 0");
+        fs::copy_file(PathOf(File("copy.db")), PathOf(File("left.db")));
+        fs::copy_file(PathOf(File("copy.db-journal")), PathOf(File("left.db-journal")));
+    }
+    const Site site = Site::Open(File("left.db"), {.readOnly = true});
+    EXPECT_EQ(SubjectsOf(site), std::vector<std::string>{"kept"});
+    EXPECT_TRUE(Check(site, false).empty());
+}
+
 TEST_F(BackupTest, ASiteThatIsKilledAfterwardsHasItsOwnLog)
 {
     Add("1");

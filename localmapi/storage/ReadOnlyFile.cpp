@@ -27,8 +27,13 @@ bool HasContent(const std::string &path)
 
 std::unique_ptr<Connection> OpenForReading(const std::string &path, int busyTimeoutMs)
 {
-    if (MayWrite(path))
+    if (MayWrite(path)) {
+        // Where a process was killed that was about to give a file its log, as a copy has none yet, a journal lies
+        // there that only a writer plays back.
+        if (HasContent(path + "-journal"))
+            Connection(path, SQLITE_OPEN_READWRITE, busyTimeoutMs).Integer("PRAGMA schema_version");
         return std::make_unique<Connection>(path, SQLITE_OPEN_READONLY, busyTimeoutMs);
+    }
     for (int tries = 1;; ++tries) {
         const bool hasIndex = IsThere(path + "-shm");
         if (!HasContent(path + "-wal") && !(hasIndex && IsThere(path + "-wal")))

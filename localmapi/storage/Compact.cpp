@@ -91,6 +91,11 @@ Compacted Compact(const Site &site, std::optional<std::chrono::seconds> longest,
     if (room < used)
         throw Error(Fault::Full, "To compact '" + site.Path() + "' takes " + Megabytes(used) +
                                      " of room beside it; there are " + Megabytes(room) + ".");
+    // A copy has another number of its schema than the mark in it says, and what is packed is known by the number
+    // before.
+    if (connection.Integer("SELECT coalesce(schema_number, 0) <> (SELECT schema_version FROM pragma_schema_version) "
+                           "FROM site"))
+        Writer(site.GetDatabase()).Commit();
     Pack(connection, site.Path(), longest, goOn);
     try {
         Writer(site.GetDatabase()).Commit();

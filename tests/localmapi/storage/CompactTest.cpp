@@ -2,6 +2,7 @@
 // a change, its log is known as its own and no other is, and that what can't be done leaves it as it was.
 #include "localmapi/storage/Compact.h"
 #include "Fixture.h"
+#include "localmapi/storage/Backup.h"
 #include "localmapi/storage/Sizes.h"
 #include "localmapi/storage/Watch.h"
 #include <sqlite3.h>
@@ -139,6 +140,20 @@ TEST_F(Compacts, AFormerCopyDoesNotTakeTheLogThatCameAfter)
     fs::copy_file(PathOf(m_site.Path() + "-wal"), PathOf(former + "-wal"));
     EXPECT_EQ(FaultOf([&] { Site::Open(former); }), Fault::ForeignLog);
     EXPECT_NO_THROW(Site::Open(m_site.Path()));
+}
+
+// Where nobody has written to the copy before, nothing in it names the places that its pages have there.
+TEST_F(Compacts, ACopyThatNobodyHasWrittenToKnowsTheLog)
+{
+    FillAndEmpty();
+    Backup(m_site, m_folder.File("copy.db"));
+    const Site copy = Site::Open(m_folder.File("copy.db"));
+    sqlite3 *reader = nullptr; // so that the log stays
+    ASSERT_EQ(sqlite3_open_v2(copy.Path().c_str(), &reader, SQLITE_OPEN_READONLY, nullptr), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(reader, "BEGIN; SELECT * FROM site", nullptr, nullptr, nullptr), SQLITE_OK);
+    EXPECT_FALSE(Compact(copy, {}).isDone);
+    EXPECT_EQ(SubjectsIn(View(Site::Open(copy.Path()), Inbox())), (std::vector<std::string>{"59"}));
+    sqlite3_close(reader);
 }
 
 TEST_F(Compacts, WhatTakesTooLongOrIsStoppedLeavesTheFileAsItWas)

@@ -17,8 +17,9 @@ damaged_begin() {
     mkdir site.1
     cp site.db site.db-wal site.1
     [ -s site.1/site.db-wal ] || die "there is no log"
-    localmapi --json list --user alice | jq -r '.[] | "\(.entryId) recording.\(.subject)"' >recordings
-    [ "$(wc -l <recordings)" = 10 ] || die "not all is there"
+    localmapi --json list --user alice | jq -r '.[] | "\(.entryId) recording.\(.subject)"' >recordings.1
+    head -n 8 recordings.1 >recordings.0
+    [ "$(wc -l <recordings.1)" = 10 ] || die "not all is there"
     export LOCALMAPI_FILE=$work/foreign.db
     people carol
     localmapi deliver voicemail --to carol --wav recording.3 --from-number 1
@@ -36,24 +37,17 @@ one_damage() {
     [ $picked -gt 0 ] || [ $pages -le 48 ] || pages=48
     random $pages
     at=$picked
-    random 10
+    random 16
     case $picked in
-        [0-4])
-            random 8192
-            at=$((at * 8192 + picked))
-            random 256
-            damage+=" byte $at=$picked"
-            printf "\\x$(printf %02x $picked)" | dd of="$file" bs=1 seek=$at conv=notrunc status=none
-            ;;
-        5)
+        0)
             damage+=" zero page $at"
             dd if=/dev/zero of="$file" bs=8192 seek=$at count=1 conv=notrunc status=none
             ;;
-        6)
+        1)
             damage+=" noise in page $at"
             dd if=recording.8 of="$file" bs=8192 seek=$at skip=$((at % 100)) count=1 conv=notrunc status=none
             ;;
-        7 | 8)
+        2 | 3)
             random $pages
             other=$picked
             damage+=" pages $at and $other exchanged"
@@ -61,10 +55,17 @@ one_damage() {
             dd if="$file" of="$file" bs=8192 skip=$other seek=$at count=1 conv=notrunc status=none
             dd if="page.$lane" of="$file" bs=8192 seek=$other count=1 conv=notrunc status=none
             ;;
-        9)
+        4)
             random $((size / 8))
             damage+=" cut short by $picked"
             truncate -s $((size - picked)) "$file"
+            ;;
+        *)
+            random 8192
+            at=$((at * 8192 + picked))
+            random 256
+            damage+=" byte $at=$picked"
+            printf "\\x$(printf %02x $picked)" | dd of="$file" bs=1 seek=$at conv=notrunc status=none
             ;;
     esac
 }
@@ -91,20 +92,21 @@ saved() { # WHEN
         else
             wrong "$file was saved as another $1 a repair"
         fi
-    done <recordings
+    done <recordings.$which
 }
 damaged_try() {
-    local damage="" folder=at.$lane files=(site.db) times i
+    local which=0 damage="" folder=at.$lane files=(site.db) times i
     local -x LOCALMAPI_FILE=$work/now.$lane/site.db ORLMAPI_SETTINGS=$work/now.$lane/settings.json
     rm -rf "$folder" "now.$lane"
-    random 4
+    random 8
     case $picked in
-        0 | 1) cp -r site.0 "$folder" ;;
-        2)
+        [0-3]) cp -r site.0 "$folder" ;;
+        [4-6])
+            which=1
             cp -r site.1 "$folder"
             files+=(site.db-wal)
             ;;
-        3)
+        7)
             cp -r site.0 "$folder"
             cp foreign.db-wal "$folder/site.db-wal"
             damage=" a log of another site"

@@ -1,3 +1,4 @@
+// What LOCALMAPI_BEHAVIOUR may say, and the counting of calls.
 #include "localmapi/provider/base/Behaviour.h"
 #include "localmapi/provider/base/ErrorText.h"
 

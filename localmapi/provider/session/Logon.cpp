@@ -1,3 +1,4 @@
+// From a profile to a session: which profile is meant, and what a session needs of it.
 #include "localmapi/provider/session/Logon.h"
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/base/Text.h"

@@ -1,3 +1,4 @@
+// Which values identify something, and how many characters of a text fit into so many bytes of the client's.
 #include "localmapi/provider/table/CutValue.h"
 #include "localmapi/provider/base/Text.h"
 

@@ -26,6 +26,14 @@ MessageChanges MakeMail(const std::string &subject, std::size_t data = 0)
     return content;
 }
 
+// With an attachment that what it is about goes into.
+MessageChanges MakeReport()
+{
+    MessageChanges report = MakeMail("report");
+    report.attachments = {{0, false, {{{kAttachName, std::string("sent")}}, {}}, nullptr}};
+    return report;
+}
+
 // The messages of a folder, in their order.
 std::vector<ObjectId> MessagesIn(Site site, ObjectId folder)
 {
@@ -115,9 +123,7 @@ const std::vector<Step> &ScenarioSteps()
             Mailbox alice = BoxOf(site, "alice"), bob = BoxOf(site, "bob");
             Dispatch sent;
             sent.content = MakeMail("sent", 300000);
-            MessageChanges report = MakeMail("report");
-            report.attachments = {{0, false, {{{kAttachName, std::string("sent")}}, {}}, nullptr}};
-            sent.destinations = {{alice.inbox, {}, report}, {bob.inbox, {}, {}}, {alice.inbox, {}, {}}};
+            sent.destinations = {{alice.inbox, {}, MakeReport()}, {bob.inbox, {}, {}}, {alice.inbox, {}, {}}};
             sent.destinations.push_back({alice.sentItems, {}, {}});
             Objects(site).Send(sent);
         },
@@ -194,7 +200,7 @@ Step RandomStep(std::mt19937 &random)
             const Mailbox alice = BoxOf(site, "alice"), bob = BoxOf(site, "bob");
             Dispatch sent;
             sent.content = MakeMail(subject, data);
-            sent.destinations = {{alice.inbox, {}, MakeMail("report")}, {bob.inbox, {}, {}}, {bob.sentItems, {}, {}}};
+            sent.destinations = {{alice.inbox, {}, MakeReport()}, {bob.inbox, {}, {}}, {bob.sentItems, {}, {}}};
             Objects(site).Send(sent);
         };
     case 10:

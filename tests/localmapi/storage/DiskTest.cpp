@@ -99,7 +99,7 @@ TEST_F(Disks, EveryCallThatFailsOfAnyStepIsADiskErrorAndUndoesIt)
             SCOPED_TRACE(std::to_string(static_cast<int>(fault)) + (lasts ? " for good" : " once"));
             const Folder folder;
             const SweepResult result =
-                SweepSteps(folder, {1, FaultName(fault == DeviceFault::Quota ? Fault::Full : Fault::Disk),
+                SweepSteps(folder, {1, 0, FaultName(fault == DeviceFault::Quota ? Fault::Full : Fault::Disk),
                                     [&](std::size_t n, const std::function<void()> &step) {
                                         struct Failing {
                                             ~Failing() { SetDeviceFault(DeviceFault::None); }

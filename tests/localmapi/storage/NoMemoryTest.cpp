@@ -1,7 +1,8 @@
 // Proves that memory may run out anywhere: each allocation of each step, ours and SQLite's, fails once and fails for
 // good. The step is undone then and says why, and is done when there is memory again.
 //
-// storage_no_memory_test [--every N] fails every N-th allocation of a step; by itself not each one.
+// storage_no_memory_test [--every N [--from K]] fails every N-th allocation of a step from the K-th on, 0 to N - 1; by
+// itself not each one.
 #include "Sweep.h"
 #include "support/ControlledNew.h"
 #include <iostream>
@@ -28,7 +29,7 @@ void InstallFailingMemory()
 }
 
 // Which allocations fail: every so many.
-std::size_t g_every = 17;
+std::size_t g_every = 17, g_from = 0;
 
 class NoMemory : public testing::TestWithParam<bool>
 {
@@ -38,12 +39,12 @@ TEST_P(NoMemory, WhereverItRunsOutTheStepIsUndoneOrDone)
 {
     const Folder folder;
     const SweepResult result =
-        SweepSteps(folder, {g_every, "no memory", [](std::size_t n, const std::function<void()> &step) {
+        SweepSteps(folder, {g_every, g_from, "no memory", [](std::size_t n, const std::function<void()> &step) {
                                 const controlled_new::FailingTurn failing(n, GetParam());
                                 step();
                                 return failing.HasFailed();
                             }});
-    EXPECT_GT(result.failures, 500u);
+    EXPECT_GT(result.failures, 8500 / g_every); // there are some 14,000
     std::cout << result.failures << " failures, " << result.survived << " steps done without what they asked for\n";
 }
 
@@ -74,7 +75,9 @@ int main(int argc, char **argv)
 {
     localmapi::storage::InstallFailingMemory();
     testing::InitGoogleMock(&argc, argv);
-    if (argc == 3 && std::string(argv[1]) == "--every")
+    if (argc >= 3 && std::string(argv[1]) == "--every")
         localmapi::storage::g_every = std::stoul(argv[2]);
+    if (argc == 5 && std::string(argv[3]) == "--from")
+        localmapi::storage::g_from = std::stoul(argv[4]);
     return RUN_ALL_TESTS();
 }

@@ -35,7 +35,7 @@ class Steps
         const std::string before = StateOf(*m_site);
         std::filesystem::remove(PathOf(m_kept));
         Backup(*m_site, m_kept);
-        for (std::size_t n = 1 + i % m_sweep.every;; n += m_sweep.every) {
+        for (std::size_t n = 1 + (i + m_sweep.from) % m_sweep.every;; n += m_sweep.every) {
             SCOPED_TRACE("chance " + std::to_string(n) + " of step " + std::to_string(i));
             if (m_sweep.reopens)
                 Open();

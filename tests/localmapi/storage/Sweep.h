@@ -6,7 +6,8 @@ namespace localmapi::storage
 {
 
 struct Sweep {
-    std::size_t every = 1; // chance is taken
+    std::size_t every = 1; // one chance in so many is taken,
+    std::size_t from = 0;  // from this one of a step on, another with each step
     // What a step ends with that failed: "no memory", or the name of the fault.
     std::string failure;
     // Does the step with a failure at the n-th chance. Whether there was so late a chance.

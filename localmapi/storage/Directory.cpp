@@ -93,16 +93,6 @@ ObjectId AddMailbox(Writer &writer, const User &user)
     return id;
 }
 
-std::optional<ObjectId> MailboxOfObject(Connection &connection, ObjectId object)
-{
-    Statement find = connection.Prepare("WITH RECURSIVE up (id, parent, kind) AS ("
-                                        "SELECT id, parent, kind FROM object WHERE id = ? UNION ALL "
-                                        "SELECT o.id, o.parent, o.kind FROM up JOIN object o ON o.id = up.parent) "
-                                        "SELECT id FROM up WHERE kind = 1");
-    find.Bind(object);
-    return find.Step() ? std::optional(find.Integer(0)) : std::nullopt;
-}
-
 std::string DomainOf(const std::string &organization)
 {
     std::string domain;

@@ -156,6 +156,16 @@ std::optional<ObjectRow> FindObject(Connection &connection, ObjectId id, std::ma
     return row;
 }
 
+std::optional<ObjectId> MailboxOfObject(Connection &connection, ObjectId object)
+{
+    Statement find = connection.Prepare("WITH RECURSIVE up (id, parent, kind) AS ("
+                                        "SELECT id, parent, kind FROM object WHERE id = ? UNION ALL "
+                                        "SELECT o.id, o.parent, o.kind FROM up JOIN object o ON o.id = up.parent) "
+                                        "SELECT id FROM up WHERE kind = 1");
+    find.Bind(object);
+    return find.Step() ? std::optional(find.Integer(0)) : std::nullopt;
+}
+
 ObjectRow GetObject(Connection &connection, ObjectId id)
 {
     std::optional<ObjectRow> row = FindObject(connection, id);

@@ -23,6 +23,8 @@ struct ObjectRow {
 std::optional<ObjectRow> FindObject(Connection &connection, ObjectId id,
                                     std::map<std::int64_t, FacetKey> *facets = nullptr);
 ObjectRow GetObject(Connection &connection, ObjectId id); // NotFound
+// Whose mailbox it lies in, at whatever depth; nothing for what is in none.
+std::optional<ObjectId> MailboxOfObject(Connection &connection, ObjectId object);
 
 // The value of a column tag; absent where the kind has none.
 Value ColumnValue(Connection &connection, const ObjectRow &row, Tag tag);

@@ -2,6 +2,7 @@
 #include "localmapi/storage/Sizes.h"
 #include "localmapi/storage/Database.h"
 #include "localmapi/storage/Path.h"
+#include "localmapi/storage/Properties.h"
 
 namespace localmapi::storage
 {
@@ -34,12 +35,9 @@ MailboxSize SizeFrom(const Statement &row)
 // Nothing for what is no folder.
 std::optional<ObjectId> MailboxOfFolder(Connection &connection, ObjectId folder)
 {
-    Statement find = connection.Prepare("WITH RECURSIVE up (id, parent, kind) AS ("
-                                        "SELECT id, parent, kind FROM object WHERE id = ? AND kind = 2 UNION ALL "
-                                        "SELECT o.id, o.parent, o.kind FROM up JOIN object o ON o.id = up.parent) "
-                                        "SELECT id FROM up WHERE kind = 1");
+    Statement find = connection.Prepare("SELECT 1 FROM object WHERE id = ? AND kind = 2");
     find.Bind(folder);
-    return find.Step() ? std::optional(find.Integer(0)) : std::nullopt;
+    return find.Step() ? MailboxOfObject(connection, folder) : std::nullopt;
 }
 
 std::string OwnerOf(Connection &connection, ObjectId mailbox)

@@ -291,6 +291,18 @@ void Database::AfterCommit(Connection &connection) noexcept
     m_isLow = m_reserve.IsShort();
 }
 
+// The log is never longer than the file has room to grow by: else it could neither be written back nor begun anew, and
+// what frees room has to be written to it.
+void Database::RequireRoomToGrow(Connection &connection, std::uint64_t bytes) const
+{
+    const auto page = static_cast<std::uint64_t>(connection.Integer("PRAGMA page_size"));
+    const std::uint64_t length = page * static_cast<std::uint64_t>(connection.Integer("PRAGMA page_count"));
+    const std::uint64_t file = FileSize(m_path);
+    if (!m_reserve.LeavesRoomFor((length > file ? length - file : 0) + bytes))
+        throw Error(Fault::Full, "'" + m_path + "' (" + FaultName(Fault::Full) +
+                                     "): what room there is on the disk is kept for what frees some.");
+}
+
 Error Database::Replaced() const
 {
     return {Fault::Replaced, "'" + m_path +
@@ -328,14 +340,24 @@ Reader::~Reader()
     m_database.GiveBack(std::move(m_connection));
 }
 
-Writer::Writer(Database &database, Share share, References references, Where where)
-    : m_turn(database, database.m_writers, share)
+Writer::Writer(Database &database, Share share, References references, Room room, Where where)
+    : m_database(database), m_room(room), m_turn(database, database.m_writers, share)
 {
     m_turn.Begin(references, where);
     m_connection = &m_turn.GetConnection();
     m_numbers = m_turn.GetNumbers();
     ++m_numbers.change;
     m_now = CurrentTime();
+    if (room == Room::IsNeeded)
+        m_pages = m_connection->Integer("PRAGMA page_count");
+}
+
+void Writer::RequireRoomFor(std::uint64_t bytes)
+{
+    const auto free = static_cast<std::uint64_t>(m_connection->Integer("PRAGMA freelist_count") *
+                                                 m_connection->Integer("PRAGMA page_size"));
+    if (m_room == Room::IsNeeded && bytes > free)
+        m_database.RequireRoomToGrow(*m_connection, 2 * (bytes - free));
 }
 
 void Writer::Commit()
@@ -344,6 +366,10 @@ void Writer::Commit()
     const std::set<ObjectId> touched = m_facets.Settle(*m_connection, change);
     RequireRoom(*m_connection, m_facets.Growth());
     const bool announce = m_entries.Settle(*m_connection, change, touched);
+    if (m_room == Room::IsNeeded)
+        if (const std::int64_t grown = m_connection->Integer("PRAGMA page_count") - m_pages; grown > 0)
+            m_database.RequireRoomToGrow(*m_connection,
+                                         static_cast<std::uint64_t>(grown * m_connection->Integer("PRAGMA page_size")));
     m_connection = nullptr;
     m_turn.Commit(m_numbers, announce);
 }

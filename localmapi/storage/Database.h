@@ -36,6 +36,9 @@ class Database
     // For what is to be tried again after the disk was full so many times: the log is written back, so that its room is
     // used again, and then the reserve is given up, little of it first. False: there is nothing more to be had.
     bool MakeRoom(int times) noexcept;
+    // Full: the file could not take so many bytes and all that the log has for it, and the log them before that, or
+    // only with what is set aside.
+    void RequireRoomToGrow(Connection &connection, std::uint64_t bytes) const;
     // Whether the path still names the file that was opened.
     bool IsInPlace() const noexcept { return FileIdentity::At(m_path) == m_identity; }
 
@@ -103,13 +106,16 @@ class Reader
     std::optional<Transaction> m_transaction;
 };
 
+// Whether a writer may use the room that is set aside for a full disk, since it frees some or wants next to none.
+enum class Room { IsNeeded, IsMade };
+
 // What a write transaction does, with the numbers it gives out. Nothing of it happened unless Commit() returned, which
 // is the last that is done with it.
 class Writer
 {
   public:
     explicit Writer(Database &database, Share share = Share::WithOthers, References references = References::Checked,
-                    Where where = Where::Here());
+                    Room room = Room::IsNeeded, Where where = Where::Here());
     Writer(const Writer &) = delete;
     Writer &operator=(const Writer &) = delete;
     Connection *operator->() const { return m_connection; }
@@ -120,13 +126,18 @@ class Writer
     std::int64_t Now() const { return m_now; }               // the moment that its objects are written at
     FacetWriter &Facets() { return m_facets; }
     EntryWriter &Entries() { return m_entries; }
+    // Full where there is no room for so many bytes that it is about to write, before they take what there is.
+    void RequireRoomFor(std::uint64_t bytes);
     void Commit();
 
   private:
+    const Database &m_database;
+    const Room m_room;
     WriteTurn m_turn;
     Connection *m_connection = nullptr; // while it works
     Numbers m_numbers;
     std::int64_t m_now = 0;
+    std::int64_t m_pages = 0; // of the file, before it
     FacetWriter m_facets;
     EntryWriter m_entries;
 };

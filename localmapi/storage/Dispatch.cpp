@@ -141,6 +141,7 @@ std::vector<ObjectId> Objects::Send(const Dispatch &dispatch)
     const Staging staging(m_site.GetDatabase(), dispatch.content);
     Writer writer(m_site.GetDatabase(),
                   dispatch.destinations.size() > kMany ? Share::WithNobody : ShareOf(staging.Content()));
+    writer.RequireRoomFor(staging.Rest());
     std::set<ObjectId> folders;
     for (const Destination &destination : dispatch.destinations)
         if (folders.insert(destination.folder).second)

@@ -141,8 +141,8 @@ std::uint64_t FileSize(const std::string &path)
 std::uint64_t RoomBeside(const std::string &path)
 {
     struct statvfs room;
-    if (statvfs(path.c_str(), &room) != 0)
-        return 0;
+    if (statvfs(path.c_str(), &room) != 0 || room.f_blocks == 0)
+        return UINT64_MAX;
     return static_cast<std::uint64_t>(room.f_bavail) * room.f_frsize;
 }
 

@@ -103,7 +103,8 @@ std::uint64_t RoomBeside(const std::string &path)
 {
     ULARGE_INTEGER room{};
     const std::filesystem::path folder = PathOf(path).parent_path();
-    return GetDiskFreeSpaceExW(folder.empty() ? L"." : folder.c_str(), &room, nullptr, nullptr) ? room.QuadPart : 0;
+    return GetDiskFreeSpaceExW(folder.empty() ? L"." : folder.c_str(), &room, nullptr, nullptr) ? room.QuadPart
+                                                                                                : UINT64_MAX;
 }
 
 } // namespace localmapi::storage

@@ -43,9 +43,6 @@ class Finder
     std::map<ObjectId, bool> m_folders;
 };
 
-// Whether room is made on a full disk, since the work frees some or wants next to none.
-enum class Room { IsMade, IsNeeded };
-
 // Does `work` with the messages of a list, piece by piece, and gathers the answers; those of a piece that fails, and of
 // the ones behind it, say that nothing was done. Throws where that is the first one.
 template <class Answer, class Work>
@@ -54,7 +51,7 @@ std::vector<Answer> InPieces(const Site &site, const std::vector<ObjectId> &mess
 {
     const auto doPiece = [&](const std::vector<ObjectId> &piece) {
         Writer writer(site.GetDatabase(), piece.size() > kMany ? Share::WithNobody : Share::WithOthers,
-                      piece.size() > kMany ? references : References::Checked);
+                      piece.size() > kMany ? references : References::Checked, room);
         std::vector<Answer> found = work(writer, piece);
         if (!piece.empty())
             writer.Commit();
@@ -157,7 +154,7 @@ bool WithFacets(const Site &site, ObjectId folder, References references, Select
     // Whether there may be more.
     const auto doPiece = [&] {
         ObjectId reached = last;
-        Writer writer(site.GetDatabase(), Share::WithNobody, references);
+        Writer writer(site.GetDatabase(), Share::WithNobody, references, Room::IsMade);
         RequireFolder(writer, folder);
         std::map<std::int64_t, FacetPart> parts;
         for (const Facet &facet : FacetsOf(*writer, folder))

@@ -264,6 +264,7 @@ ObjectId Objects::CreateMessage(ObjectId folder, const MessageChanges &content, 
 {
     const Staging staging(m_site.GetDatabase(), content);
     Writer writer(m_site.GetDatabase(), ShareOf(staging.Content()));
+    writer.RequireRoomFor(staging.Rest());
     RequireFolder(writer, folder);
     ObjectId id = InsertMessage(writer, folder, staging.Content());
     writer.Commit();
@@ -292,6 +293,7 @@ ChangeNumber Objects::ChangeMessage(ObjectId message, const MessageChanges &chan
 {
     const Staging staging(m_site.GetDatabase(), changes);
     Writer writer(m_site.GetDatabase(), ShareOf(staging.Content()));
+    writer.RequireRoomFor(staging.Rest());
     std::optional<ObjectRow> row = FindMessage(writer, message);
     if (!row)
         throw Error(Fault::NotFound, "The message is not in the site (any more).");

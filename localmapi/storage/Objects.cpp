@@ -201,7 +201,7 @@ void Objects::RemoveFolder(ObjectId folder)
     }
     EmptyLargeBranch(m_site, folder);
     EvenOnAFullDisk(m_site.GetDatabase(), [&] {
-        Writer writer(m_site.GetDatabase(), Share::WithNobody);
+        Writer writer(m_site.GetDatabase(), Share::WithNobody, References::Checked, Room::IsMade);
         RequireOwnFolder(*writer, folder);
         writer.Entries().FolderRemoved(*writer, folder);
         writer->Prepare("DELETE FROM object WHERE id = ?").Bind(folder).Run();

@@ -55,6 +55,15 @@ void RemoveSections(Writer &writer, std::int64_t profile, const std::optional<Gu
         writer->Prepare("DELETE FROM object WHERE id = ?").Bind(object).Run();
 }
 
+template <class Work> void Write(const Site &site, Work work)
+{
+    EvenOnAFullDisk(site.GetDatabase(), [&] {
+        Writer writer(site.GetDatabase(), Share::WithOthers, References::Checked, Room::IsMade);
+        work(writer);
+        writer.Commit();
+    });
+}
+
 } // namespace
 
 std::vector<Profile> Profiles::List() const
@@ -78,49 +87,41 @@ std::optional<Profile> Profiles::Find(const std::string &name) const
 
 void Profiles::Create(const std::string &name)
 {
-    EvenOnAFullDisk(m_site.GetDatabase(), [&] {
-        Writer writer(m_site.GetDatabase());
+    Write(m_site, [&](Writer &writer) {
         RequireFreeName(*writer, name, 0);
         writer
             ->Prepare("INSERT INTO profile (name, name_key, is_default) "
                       "VALUES (?, ?, NOT EXISTS (SELECT 1 FROM profile))")
             .Bind(name, FoldCase(name))
             .Run();
-        writer.Commit();
     });
 }
 
 void Profiles::Remove(const std::string &name)
 {
-    EvenOnAFullDisk(m_site.GetDatabase(), [&] {
-        Writer writer(m_site.GetDatabase());
+    Write(m_site, [&](Writer &writer) {
         std::int64_t id = GetProfile(*writer, name);
         RemoveSections(writer, id, {});
         writer->Prepare("DELETE FROM profile WHERE id = ?").Bind(id).Run();
-        writer.Commit();
     });
 }
 
 void Profiles::Rename(const std::string &name, const std::string &newName)
 {
-    EvenOnAFullDisk(m_site.GetDatabase(), [&] {
-        Writer writer(m_site.GetDatabase());
+    Write(m_site, [&](Writer &writer) {
         std::int64_t id = GetProfile(*writer, name);
         RequireFreeName(*writer, newName, id);
         writer->Prepare("UPDATE profile SET name = ?, name_key = ? WHERE id = ?")
             .Bind(newName, FoldCase(newName), id)
             .Run();
-        writer.Commit();
     });
 }
 
 void Profiles::SetDefault(const std::string &name)
 {
-    EvenOnAFullDisk(m_site.GetDatabase(), [&] {
-        Writer writer(m_site.GetDatabase());
+    Write(m_site, [&](Writer &writer) {
         std::int64_t id = name.empty() ? 0 : GetProfile(*writer, name);
         writer->Prepare("UPDATE profile SET is_default = (id = ?)").Bind(id).Run();
-        writer.Commit();
     });
 }
 
@@ -137,26 +138,22 @@ std::vector<Service> Profiles::Services(const std::string &profile) const
 
 void Profiles::AddService(const std::string &profile, const Service &service)
 {
-    EvenOnAFullDisk(m_site.GetDatabase(), [&] {
-        Writer writer(m_site.GetDatabase());
+    Write(m_site, [&](Writer &writer) {
         std::int64_t id = GetProfile(*writer, profile);
         writer->Prepare("INSERT INTO service (profile, uid, name, display_name) VALUES (?, ?, ?, ?)")
             .Bind(id, service.uid, service.name, service.displayName)
             .Run();
-        writer.Commit();
     });
 }
 
 void Profiles::RemoveService(const std::string &profile, const Guid &uid)
 {
-    EvenOnAFullDisk(m_site.GetDatabase(), [&] {
-        Writer writer(m_site.GetDatabase());
+    Write(m_site, [&](Writer &writer) {
         std::int64_t id = GetProfile(*writer, profile);
         writer->Prepare("DELETE FROM service WHERE profile = ? AND uid = ?").Bind(id, uid).Run();
         if (writer->ChangedRows() == 0)
             throw Error(Fault::NotFound, "The profile '" + profile + "' has no such service.");
         RemoveSections(writer, id, uid);
-        writer.Commit();
     });
 }
 
@@ -170,8 +167,7 @@ PropertyBag Profiles::Section(const std::string &profile, const Guid &uid) const
 void Profiles::ChangeSection(const std::string &profile, const Guid &uid, const PropertyBag &set,
                              const std::vector<Tag> &remove)
 {
-    EvenOnAFullDisk(m_site.GetDatabase(), [&] {
-        Writer writer(m_site.GetDatabase());
+    Write(m_site, [&](Writer &writer) {
         std::int64_t id = GetProfile(*writer, profile);
         ObjectId object = FindSection(*writer, id, uid);
         if (!object) {
@@ -179,7 +175,6 @@ void Profiles::ChangeSection(const std::string &profile, const Guid &uid, const 
             writer->Prepare("INSERT INTO section (profile, uid, object) VALUES (?, ?, ?)").Bind(id, uid, object).Run();
         }
         ApplyChanges(writer, object, ObjectKind::ProfileSection, {set, remove});
-        writer.Commit();
     });
 }
 

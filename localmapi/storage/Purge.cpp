@@ -132,7 +132,10 @@ struct Candidate {
 class Piece
 {
   public:
-    Piece(const Site &site, std::int64_t before) : m_writer(site.GetDatabase(), Share::WithNobody), m_before(before) {}
+    Piece(const Site &site, std::int64_t before)
+        : m_writer(site.GetDatabase(), Share::WithNobody, References::Checked, Room::IsMade), m_before(before)
+    {
+    }
 
     std::size_t Remove(const std::vector<Candidate> &candidates, std::size_t most, Purged &done)
     {

@@ -19,7 +19,7 @@ std::uint64_t RoomFor(const std::string &site) noexcept
     try {
         return asked ? asked(site) : RoomBeside(site);
     } catch (const std::exception &) {
-        return 0;
+        return UINT64_MAX;
     }
 }
 
@@ -34,6 +34,14 @@ bool Reserve::IsShort() const noexcept
 {
     const std::uint64_t size = Size();
     return size < kSize && RoomFor(m_site) < kSize - size + kSize;
+}
+
+// What was given up of it is still set aside. Where there was never room for one nothing is.
+bool Reserve::LeavesRoomFor(std::uint64_t bytes) const noexcept
+{
+    const std::uint64_t size = Size();
+    const std::uint64_t lacks = size < kSize && FileIdentity::At(m_path) ? kSize - size : 0;
+    return RoomFor(m_site) >= lacks + bytes;
 }
 
 bool Reserve::GiveUp(std::uint64_t bytes) noexcept

@@ -18,6 +18,8 @@ class Reserve
 
     // Whether it is not whole because the disk has no room for it.
     bool IsShort() const noexcept;
+    // Whether the disk has so many bytes for others than those whom it is set aside for.
+    bool LeavesRoomFor(std::uint64_t bytes) const noexcept;
     // So many bytes of it, or what there is, are free for whoever writes next. False: there is nothing.
     bool GiveUp(std::uint64_t bytes) noexcept;
     // Fills it up where the disk has room for it and for as much again, which is left to those who write.

@@ -30,12 +30,22 @@ void ReplaceIn(PropertyBag &bag, const std::function<Value(Tag, const Value &)> 
         bag.Set(property.tag, std::move(property.value));
 }
 
-std::uint64_t SpooledSize(const MessageChanges &content)
+bool IsSpooled(const Value &value)
+{
+    return std::holds_alternative<SpoolPtr>(value);
+}
+
+bool IsToBeWritten(const Value &value)
+{
+    return !std::holds_alternative<StoredStream>(value);
+}
+
+std::uint64_t SizeOf(const MessageChanges &content, bool (*counts)(const Value &))
 {
     std::uint64_t size = 0;
     const auto add = [&](const PropertyBag &bag) {
         for (const Property &property : bag)
-            if (std::holds_alternative<SpoolPtr>(property.value))
+            if (counts(property.value))
                 size += ByteSize(property.value);
     };
     add(content.properties.set);
@@ -43,7 +53,7 @@ std::uint64_t SpooledSize(const MessageChanges &content)
         if (!attachment.remove) {
             add(attachment.properties.set);
             if (attachment.embedded)
-                size += SpooledSize(*attachment.embedded);
+                size += SizeOf(*attachment.embedded, counts);
         }
     return size;
 }
@@ -51,8 +61,8 @@ std::uint64_t SpooledSize(const MessageChanges &content)
 // Each transaction takes so much of it that nobody waits long.
 void Remove(Database &database, std::int64_t stream)
 {
-    for (bool more = true; more;) {
-        Writer writer(database, Share::WithNobody);
+    const auto removePiece = [&] {
+        Writer writer(database, Share::WithNobody, References::Checked, Room::IsMade);
         writer
             ->Prepare(
                 "UPDATE object SET number = 2 WHERE number <> 2 AND id = (SELECT object FROM stream WHERE id = ?)")
@@ -61,12 +71,15 @@ void Remove(Database &database, std::int64_t stream)
         writer->Prepare("DELETE FROM chunk WHERE id IN (SELECT id FROM chunk WHERE stream = ? ORDER BY number LIMIT ?)")
             .Bind(stream, static_cast<std::int64_t>(kChunksAtOnce))
             .Run();
-        more = writer->ChangedRows() == static_cast<int>(kChunksAtOnce);
+        const bool more = writer->ChangedRows() == static_cast<int>(kChunksAtOnce);
         if (!more)
             writer->Prepare("DELETE FROM object WHERE kind = 9 AND id = (SELECT object FROM stream WHERE id = ?)")
                 .Bind(stream)
                 .Run();
         writer.Commit();
+        return more;
+    };
+    while (EvenOnAFullDisk(database, removePiece)) {
     }
 }
 
@@ -97,13 +110,18 @@ void ReplaceLongValues(MessageChanges &content, const std::function<Value(Tag, c
 
 Staging::Staging(Database &database, const MessageChanges &content) : m_given(content), m_begun(database)
 {
-    if (SpooledSize(content) <= kWrittenAtOnce)
+    if (SizeOf(content, IsSpooled) <= kWrittenAtOnce)
         return;
     m_staged = content;
     ReplaceLongValues(*m_staged, [&](Tag tag, const Value &value) {
         auto spool = std::get_if<SpoolPtr>(&value);
         return spool ? Value(Write(tag, **spool)) : Value();
     });
+}
+
+std::uint64_t Staging::Rest() const
+{
+    return SizeOf(Content(), IsToBeWritten);
 }
 
 StoredStream Staging::Write(Tag tag, const Spool &spool)
@@ -123,6 +141,7 @@ StoredStream Staging::Write(Tag tag, const Spool &spool)
                 .Bind(writer.Now(), data.id)
                 .Run();
         }
+        writer.RequireRoomFor(std::min(kWrittenAtOnce, spool.size() - number * kChunkSize));
         for (const std::uint64_t end = std::min(chunks, number + kChunksAtOnce); number < end; ++number)
             InsertChunk(writer, data.id, number, buffer.data(),
                         spool.Read(number * kChunkSize, buffer.data(), buffer.size()));

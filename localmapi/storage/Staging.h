@@ -24,6 +24,8 @@ class Staging
 
     // What is to be written, with what lies in the file already.
     const MessageChanges &Content() const { return m_staged ? *m_staged : m_given; }
+    // The bytes of it that do not, but for its recipients.
+    std::uint64_t Rest() const;
 
   private:
     StoredStream Write(Tag tag, const Spool &spool);

@@ -118,7 +118,7 @@ disks_try() {
         must orlmapi --server NORVIK1 --mailbox alice list alice --um
         all_there
         must localmapi --json list --user alice
-        jq -r '.[0:3][] | "\(.entryId) \(.subject)"' "out.$lane" >"some.$lane"
+        jq -r 'sort_by(-.size)[0:3][] | "\(.entryId) \(.subject)"' "out.$lane" >"some.$lane"
         while read -r entry subject; do
             must orlmapi --server NORVIK1 --mailbox alice delete alice "$entry"
             echo "$subject" >>"deleted.$lane"

@@ -65,17 +65,6 @@ class CommonTest : public SiteTest
     ObjectId RecordingIn(ObjectId message) { return m_objects.Attachments(message).at(0).id; }
 };
 
-SpoolPtr MakeSpool(std::uint64_t size)
-{
-    auto spool = std::make_shared<Spool>();
-    Bytes piece(std::size_t{1} << 20);
-    for (std::uint64_t at = 0; at < size; at += piece.size()) {
-        std::fill(piece.begin(), piece.end(), static_cast<std::uint8_t>(at >> 20));
-        spool->Write(at, piece.data(), static_cast<std::size_t>(std::min<std::uint64_t>(piece.size(), size - at)));
-    }
-    return spool;
-}
-
 TEST_F(CommonTest, ACopyHasTheSameData)
 {
     const ObjectId first = m_objects.CreateMessage(m_box.inbox, MakeLetter(600000, 2));

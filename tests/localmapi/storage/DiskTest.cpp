@@ -168,6 +168,49 @@ TEST_F(Disks, WithNothingFreeOneLogsOnListsAndMakesRoomAndThenWritesAgain)
     EXPECT_EQ(ReserveSize(), Reserve::kSize);
 }
 
+// What the log may hold that the file has no room for, and what a deletion gives up of the reserve, is where it could
+// get stuck.
+TEST_F(Disks, HoweverMuchIsFreeBeforeItIsFilledUpRoomCanBeMadeAfterwards)
+{
+    for (const std::uint64_t megabytes : {0, 3, 9, 14, 20, 27, 35, 50, 70}) {
+        SCOPED_TRACE(std::to_string(megabytes) + " MB");
+        const std::string folder = m_folder.File(std::to_string(megabytes));
+        fs::create_directory(PathOf(folder));
+        m_site = Site::Create(folder + "/site.db", "S", "O");
+        m_box = Directory(m_site).GetMailbox(Directory(m_site).AddUser("alice", "Alice Archer").mailbox);
+        m_objects = Objects(m_site);
+        std::vector<ObjectId> ids = AddMany(100, 20000);
+        SetDiskRoom(folder, megabytes << 20);
+        const auto isWritten = [&](std::uint64_t size) {
+            const std::optional<Fault> fault = FaultOf([&] {
+                ids.push_back(m_objects.CreateMessage(
+                    m_box.inbox, MakeMessage("more", {{kMessageDeliveryTime, std::int64_t{1} << 40},
+                                                      {kAttachData, MakeSpool(size)}})));
+            });
+            EXPECT_EQ(fault.value_or(Fault::Full), Fault::Full);
+            return !fault;
+        };
+        for (const std::uint64_t size : {24u << 20, 7u << 20, 300000u, 9000u, 2000u})
+            for (int refused = 0; refused < 2; refused += !isWritten(size))
+                ASSERT_LT(ids.size(), 20000u);
+        for (std::size_t i = 0; i < 10; ++i) {
+            m_objects.MoveMessages({ids[i]}, m_box.deletedItems);
+            isWritten(24 << 20);
+            isWritten(7 << 20);
+        }
+        const std::size_t count = ids.size();
+        std::uint64_t purged = 0;
+        for (const bool onlyDeleted : {true, false})
+            purged += Purge(m_site, {std::nullopt, onlyDeleted, std::int64_t{1} << 62}).messages;
+        EXPECT_EQ(purged, count);
+        EXPECT_TRUE(Check(m_site, false).empty());
+        EXPECT_TRUE(isWritten(200000));
+        SetDiskRoom(folder, {});
+        Site::Open(folder + "/site.db");
+        EXPECT_EQ(fs::file_size(PathOf(folder + "/site.db-reserve")), Reserve::kSize);
+    }
+}
+
 TEST_F(Disks, AReaderAloneTakesLittleOfTheReserve)
 {
     Add("m");

@@ -106,4 +106,15 @@ std::optional<Fault> FaultOf(const std::function<void()> &work)
     return {};
 }
 
+SpoolPtr MakeSpool(std::uint64_t size)
+{
+    auto spool = std::make_shared<Spool>();
+    Bytes piece(std::size_t{1} << 20);
+    for (std::uint64_t at = 0; at < size; at += piece.size()) {
+        std::fill(piece.begin(), piece.end(), static_cast<std::uint8_t>(at >> 20));
+        spool->Write(at, piece.data(), static_cast<std::size_t>(std::min<std::uint64_t>(piece.size(), size - at)));
+    }
+    return spool;
+}
+
 } // namespace localmapi::storage

@@ -4,6 +4,7 @@
 #include "localmapi/storage/Directory.h"
 #include "localmapi/storage/Path.h"
 #include "localmapi/storage/Profiles.h"
+#include "localmapi/storage/Spool.h"
 #include "localmapi/storage/View.h"
 #include <filesystem>
 #include <functional>
@@ -66,5 +67,8 @@ std::vector<std::string> SubjectsOf(const std::vector<Row> &rows);
 
 // The fault of what `work` throws; nothing when it doesn't.
 std::optional<Fault> FaultOf(const std::function<void()> &work);
+
+// So many bytes to write, other ones in each megabyte.
+SpoolPtr MakeSpool(std::uint64_t size);
 
 } // namespace localmapi::storage

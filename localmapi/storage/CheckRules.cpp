@@ -1,6 +1,7 @@
 // The rules over the rows of a site, as statements, and what mends each of them.
 #include "localmapi/storage/CheckRules.h"
 #include "localmapi/storage/Functions.h"
+#include "localmapi/storage/NameIndex.h"
 #include "localmapi/storage/Properties.h"
 #include <algorithm>
 
@@ -191,6 +192,15 @@ std::vector<Rule> MakeRules()
          "SELECT max(n) FROM (SELECT max(id) AS n FROM object UNION ALL SELECT max(id) FROM stream) "
          "HAVING max(n) >= (SELECT next_id FROM site) AND ?1 <= ?2",
          [](Writer &writer, std::int64_t last) { Run(writer, "UPDATE site SET next_id = max(next_id, ? + 1)", last); }},
+        {Over::Site, "People who are not found by all of their names, or by others': %.",
+         "SELECT count(*) FROM person p LEFT JOIN (SELECT person, sum(checksum_of(key)) AS keys FROM person_word "
+         "GROUP BY person) w ON w.person = p.id "
+         "WHERE IFNULL(w.keys, 0) <> names_checksum(p.name, IFNULL(p.alias, ''), p.smtp) HAVING count(*) > 0 "
+         "AND ?1 <= ?2",
+         [](Writer &writer, std::int64_t) {
+             Run(writer, "DELETE FROM person_word");
+             IndexEverybody(*writer);
+         }},
     };
 }
 

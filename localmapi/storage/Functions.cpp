@@ -2,6 +2,7 @@
 #include "localmapi/storage/Functions.h"
 #include "localmapi/storage/Codec.h"
 #include "localmapi/storage/FilterMatch.h"
+#include "localmapi/storage/NameIndex.h"
 #include "localmapi/storage/Streams.h"
 #include "localmapi/storage/Text.h"
 #include <algorithm>
@@ -136,6 +137,14 @@ void ChecksumOfChunk(sqlite3_context *context, int, sqlite3_value **arguments)
     sqlite3_result_int64(context, ChecksumOf(data.data(), data.size()));
 }
 
+void ChecksumOfNames(sqlite3_context *context, int, sqlite3_value **arguments)
+{
+    Guarded(context, [&] {
+        sqlite3_result_int64(context, NamesChecksum({TextArgument(arguments[0]), TextArgument(arguments[1]),
+                                                     TextArgument(arguments[2])}));
+    });
+}
+
 void StreamValue(sqlite3_context *context, int, sqlite3_value **arguments)
 {
     Guarded(context, [&] {
@@ -261,6 +270,7 @@ void RegisterFunctions(sqlite3 *connection)
     add("content", 4, kPure, Content);
     add("stream_value", 2, SQLITE_UTF8, StreamValue);
     add("checksum_of", 1, SQLITE_UTF8, ChecksumOfChunk);
+    add("names_checksum", 3, SQLITE_UTF8, ChecksumOfNames);
     auto collate = [&](const char *name, void *argument,
                        int (*function)(void *, int, const void *, int, const void *)) {
         if (sqlite3_create_collation_v2(connection, name, SQLITE_UTF8, argument, function, nullptr) != SQLITE_OK)

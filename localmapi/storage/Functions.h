@@ -15,6 +15,7 @@ const char *CollationOf(Tag tag);
 //   value_size(value, tag, wide)             the bytes of a value, see ByteSize and Filter::wide
 //   list_relates(value, tag, relation, one)  whether some value of a list relates to `one`
 //   checksum_of(data)                         the checksum that a chunk of these bytes has
+//   names_checksum(name, alias, address)     what a person's rows of the name index come to, see NamesChecksum
 //   content(value, tag, how, pattern)        whether a text, binary or list contains the folded pattern
 void RegisterFunctions(sqlite3 *connection);
 

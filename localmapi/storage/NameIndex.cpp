@@ -1,6 +1,7 @@
 // Keys of words, and which of them a filter's texts can be found by: the part that fits the fewest people is taken.
 #include "localmapi/storage/NameIndex.h"
 #include "localmapi/storage/FilterMatch.h"
+#include "localmapi/storage/Streams.h"
 #include "localmapi/storage/Text.h"
 #include <algorithm>
 #include <set>
@@ -139,7 +140,10 @@ CREATE TABLE person_word (
 ) WITHOUT ROWID;
 )";
 
-void IndexNames(Connection &connection, ObjectId person, std::initializer_list<std::string_view> texts)
+namespace
+{
+
+std::set<Bytes> KeysOf(std::initializer_list<std::string_view> texts)
 {
     std::set<Bytes> keys;
     for (const std::string_view text : texts) {
@@ -148,7 +152,14 @@ void IndexNames(Connection &connection, ObjectId person, std::initializer_list<s
             if (BeginsWord(folded, at))
                 keys.insert(KeyOf(std::string_view(folded).substr(at)));
     }
-    for (const Bytes &key : keys)
+    return keys;
+}
+
+} // namespace
+
+void IndexNames(Connection &connection, ObjectId person, std::initializer_list<std::string_view> texts)
+{
+    for (const Bytes &key : KeysOf(texts))
         connection.Prepare("INSERT OR IGNORE INTO person_word (key, person) VALUES (?, ?)").Bind(key, person).Run();
 }
 
@@ -157,6 +168,14 @@ void IndexEverybody(Connection &connection)
     Statement everybody = connection.Prepare("SELECT id, name, IFNULL(alias, ''), smtp FROM person");
     while (everybody.Step())
         IndexNames(connection, everybody.Integer(0), {everybody.Text(1), everybody.Text(2), everybody.Text(3)});
+}
+
+std::int64_t NamesChecksum(std::initializer_list<std::string_view> texts)
+{
+    std::int64_t sum = 0;
+    for (const Bytes &key : KeysOf(texts))
+        sum += ChecksumOf(key.data(), key.size());
+    return sum;
 }
 
 std::optional<SqlText> PeopleFor(const Filter &filter)

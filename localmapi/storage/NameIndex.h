@@ -13,6 +13,9 @@ void IndexNames(Connection &connection, ObjectId person, std::initializer_list<s
 // Everybody who is in the directory, in a file that had no index.
 void IndexEverybody(Connection &connection);
 
+// The sum of the checksums of somebody's rows, as they ought to be.
+std::int64_t NamesChecksum(std::initializer_list<std::string_view> texts);
+
 // A SELECT of the ids of all people who may satisfy the filter, and perhaps of some who do not; nothing where the
 // filter has to be asked of everybody.
 std::optional<SqlText> PeopleFor(const Filter &filter);

@@ -186,6 +186,10 @@ TEST_F(Checks, FindAndRepairWhatIsWrong)
          "is one of a folder that is not there"},
         {"UPDATE property SET tag = tag + 65536 WHERE value IS NULL", "has lost its value"},
         {"UPDATE site SET next_id = 5", "are not beyond number"},
+        {"DELETE FROM person_word WHERE key = CAST('archer' AS BLOB)",
+         "not found by all of their names, or by others': 1."},
+        {"INSERT INTO person_word SELECT CAST('bob' AS BLOB), id FROM person LIMIT 1", "or by others': 1."},
+        {"UPDATE person SET name = 'Alice Baker'", "or by others': 1."},
     };
     for (const auto &one : cases) {
         Damage(one.sql);

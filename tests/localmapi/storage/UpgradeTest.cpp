@@ -1,9 +1,11 @@
 // Proves how files of older versions become ones of this: all of them, with a copy of what they were, and not at all
-// where there is no room for it.
+// where there is no room for it. --make-older FILE VERSION makes of a site's file one of a former version instead.
 #include "Fixture.h"
 #include "localmapi/storage/Backup.h"
 #include "localmapi/storage/Database.h"
 #include "localmapi/storage/Schema.h"
+#include <cstdlib>
+#include <cstring>
 #include <thread>
 
 namespace localmapi::storage
@@ -111,3 +113,13 @@ TEST_F(UpgradeTest, WhatOthersWriteWhileItIsCopiedIsInTheCopy)
 } // namespace
 
 } // namespace localmapi::storage
+
+int main(int argc, char **argv)
+{
+    if (argc == 4 && std::strcmp(argv[1], "--make-older") == 0) {
+        localmapi::storage::MakeOlder(argv[2], std::atoi(argv[3]));
+        return 0;
+    }
+    testing::InitGoogleMock(&argc, argv);
+    return RUN_ALL_TESTS();
+}

@@ -55,6 +55,12 @@ class WithLetters : public testing::Test
     ComPtr<IMessage> LetterTo(std::vector<Recipient> recipients, const Props &props = {});
     Recipient Bob(LONG as = MAPI_TO) { return ByAddress("EX", m_mailbox.Bob().dn, as); }
     Recipient Alice(LONG as = MAPI_TO) { return ByAddress("EX", m_mailbox.Alice().dn, as); }
+    std::int64_t Changes() { return m_mailbox.GetSite().GetChangeNumber(); }
+    EntryIdBytes SentFolder() { return BytesOf(m_mailbox.GetStore(), PR_IPM_SENTMAIL_ENTRYID); }
+    static SPropValue SentTo(const EntryIdBytes &folder)
+    {
+        return Binary(PR_SENTMAIL_ENTRYID, folder.data(), static_cast<ULONG>(folder.size()));
+    }
 
     LiveCountsAreZeroAtTheEnd m_counts;
     Mailbox m_mailbox;

@@ -29,6 +29,7 @@ struct AttachmentChanges {
     bool remove = false;
     Changes properties;
     std::shared_ptr<const MessageChanges> embedded; // the message it holds: made when it has none yet, else changed
+    bool isWhole = false;                           // nothing of what has the number in the file stays
 };
 
 struct MessageChanges {

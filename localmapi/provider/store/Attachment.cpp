@@ -45,16 +45,22 @@ storage::Changes NewAttachmentProperties()
     return properties;
 }
 
-Attachment::Attachment(StorePtr store, ComPtr<Message> message, storage::AttachmentChanges draft, bool writable)
+Attachment::Attachment(StorePtr store, ComPtr<Message> message, storage::AttachmentChanges draft, bool isNew,
+                       bool writable)
     : StoredObject(std::move(store), writable), m_message(std::move(message)), m_number(draft.number),
-      m_draft(std::move(draft))
+      m_draft(std::move(draft)), m_isNew(isNew)
 {
+}
+
+storage::ObjectId Attachment::StoredId()
+{
+    return m_isNew ? 0 : m_message->StoredAttachment(m_number);
 }
 
 PropertyBag Attachment::Stored(const std::vector<storage::Tag> *tags)
 {
     PropertyBag bag;
-    if (const storage::ObjectId id = m_message->StoredAttachment(m_number)) {
+    if (const storage::ObjectId id = StoredId()) {
         try {
             bag = tags ? m_store->objects.Read(id, *tags) : m_store->objects.Read(id);
         } catch (const storage::Error &error) {
@@ -101,7 +107,8 @@ void Attachment::Change(const PropertyBag &set, const std::vector<storage::Tag> 
 HRESULT Attachment::Save(ULONG flags)
 {
     RequireWrite();
-    m_message->TakeAttachment(m_draft);
+    m_message->TakeAttachment(m_draft, m_isNew);
+    m_isNew = false;
     if (!(flags & KEEP_OPEN_READWRITE))
         m_writable = false;
     return S_OK;
@@ -111,7 +118,7 @@ HRESULT Attachment::Save(ULONG flags)
 
 storage::ObjectId Attachment::StoredEmbedded()
 {
-    const storage::ObjectId attachment = m_message->StoredAttachment(m_number);
+    const storage::ObjectId attachment = StoredId();
     return attachment ? m_store->objects.EmbeddedMessage(attachment) : 0;
 }
 

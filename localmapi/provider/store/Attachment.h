@@ -13,14 +13,15 @@ inline constexpr int kNestingLimit = 64;
 class Attachment final : public StoredObject<IAttach>
 {
   public:
-    Attachment(StorePtr store, ComPtr<Message> message, storage::AttachmentChanges draft, bool writable);
+    // One that is new is not the message's before it is saved.
+    Attachment(StorePtr store, ComPtr<Message> message, storage::AttachmentChanges draft, bool isNew, bool writable);
 
     // In how many messages the attachment's own one lies.
     int Depth() const { return m_message->Depth(); }
 
     // For the message in this attachment, which calls without holding a lock of this attachment's.
     void TakeEmbedded(const storage::MessageChanges &draft);
-    storage::ObjectId StoredEmbedded();
+    storage::ObjectId StoredEmbedded() REQUIRES(m_lock);
 
   protected:
     storage::PropertyBag Stored(const std::vector<storage::Tag> *tags) REQUIRES(m_lock) override;
@@ -32,11 +33,13 @@ class Attachment final : public StoredObject<IAttach>
     HRESULT Save(ULONG flags) REQUIRES(m_lock) override;
 
   private:
+    storage::ObjectId StoredId() REQUIRES(m_lock);
     void OpenEmbedded(ULONG flags, const IID &iid, IUnknown **object) REQUIRES(m_lock);
 
     const ComPtr<Message> m_message;
     const std::int32_t m_number;
     storage::AttachmentChanges m_draft GUARDED_BY(m_lock);
+    bool m_isNew GUARDED_BY(m_lock);
 };
 
 // What a row of an attachment table, and the attachment itself, have beyond what is stored.

@@ -35,7 +35,7 @@ class Message final : public StoredObject<IMessage>
 
     // For this message's attachments, which call without holding a lock of this message's.
     storage::ObjectId StoredAttachment(std::int32_t number);
-    void TakeAttachment(const storage::AttachmentChanges &draft);
+    void TakeAttachment(storage::AttachmentChanges draft, bool isNew);
 
   protected:
     storage::PropertyBag Stored(const std::vector<storage::Tag> *tags) REQUIRES(m_lock) override;

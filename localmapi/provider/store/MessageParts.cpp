@@ -156,27 +156,6 @@ STDMETHODIMP Message::GetRecipientTable(ULONG ulFlags, LPMAPITABLE *lppTable)
 
 // --- attachments ---
 
-std::vector<storage::ObjectInfo> Message::StoredAttachments()
-{
-    return m_id ? m_store->objects.Attachments(m_id) : std::vector<storage::ObjectInfo>{};
-}
-
-storage::ObjectId Message::StoredAttachment(std::int32_t number)
-{
-    const locks::Hold hold(m_lock);
-    for (const storage::ObjectInfo &stored : StoredAttachments())
-        if (stored.number == number)
-            return stored.id;
-    return 0;
-}
-
-void Message::TakeAttachment(const storage::AttachmentChanges &draft)
-{
-    const locks::Hold hold(m_lock);
-    RequireWrite();
-    m_draft.ReplaceAttachment(draft);
-}
-
 namespace
 {
 
@@ -185,7 +164,37 @@ bool IsRemoved(const storage::AttachmentChanges *draft)
     return draft && draft->remove;
 }
 
+bool IsWhole(const storage::AttachmentChanges *draft)
+{
+    return draft && draft->isWhole;
+}
+
 } // namespace
+
+std::vector<storage::ObjectInfo> Message::StoredAttachments()
+{
+    return m_id ? m_store->objects.Attachments(m_id) : std::vector<storage::ObjectInfo>{};
+}
+
+storage::ObjectId Message::StoredAttachment(std::int32_t number)
+{
+    const locks::Hold hold(m_lock);
+    if (IsWhole(m_draft.FindAttachment(number)))
+        return 0;
+    for (const storage::ObjectInfo &stored : StoredAttachments())
+        if (stored.number == number)
+            return stored.id;
+    return 0;
+}
+
+// Numbers are given by who attaches: what has the number of a new attachment in the file is somebody else's.
+void Message::TakeAttachment(storage::AttachmentChanges draft, bool isNew)
+{
+    const locks::Hold hold(m_lock);
+    RequireWrite();
+    draft.isWhole = isNew || IsWhole(m_draft.FindAttachment(draft.number));
+    m_draft.ReplaceAttachment(std::move(draft));
+}
 
 std::vector<PropertyBag> Message::AttachmentRows()
 {
@@ -197,6 +206,8 @@ std::vector<PropertyBag> Message::AttachmentRows()
         if (draft.remove)
             continue;
         PropertyBag &bag = rows[draft.number];
+        if (draft.isWhole)
+            bag = {};
         draft.properties.ApplyTo(bag);
         const std::uint64_t size = storage::ByteSize(bag) + (draft.embedded ? draft.embedded->AddedSize() : 0);
         bag.Set(PR_ATTACH_SIZE, static_cast<std::int32_t>(std::min<std::uint64_t>(size, 0x7FFFFFFF)));
@@ -264,8 +275,9 @@ STDMETHODIMP Message::OpenAttach(ULONG ulAttachmentNum, LPCIID lpInterface, ULON
         if ((ulFlags & MAPI_MODIFY) && !(ulFlags & MAPI_BEST_ACCESS))
             RequireWrite();
         const bool write = m_writable && (ulFlags & (MAPI_MODIFY | MAPI_BEST_ACCESS));
-        auto attachment = MakeObject<Attachment>(
-            m_store, Share<Message>(this), draft ? *draft : storage::AttachmentChanges{number, false, {}, {}}, write);
+        auto attachment =
+            MakeObject<Attachment>(m_store, Share<Message>(this),
+                                   draft ? *draft : storage::AttachmentChanges{number, false, {}, {}}, false, write);
         GiveObject(attachment.get(), lpInterface, lppAttach);
         return S_OK;
     });
@@ -285,7 +297,7 @@ STDMETHODIMP Message::CreateAttach(LPCIID lpInterface, ULONG ulFlags, ULONG *lpu
             if (!known.remove)
                 number = std::max(number, known.number + 1);
         storage::AttachmentChanges draft{number, false, NewAttachmentProperties(), {}};
-        auto attachment = MakeObject<Attachment>(m_store, Share<Message>(this), std::move(draft), true);
+        auto attachment = MakeObject<Attachment>(m_store, Share<Message>(this), std::move(draft), true, true);
         GiveObject(attachment.get(), lpInterface, lppAttach);
         m_nextAttachment = number + 1;
         *lpulAttachmentNum = static_cast<ULONG>(number);

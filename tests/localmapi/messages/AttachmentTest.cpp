@@ -134,6 +134,23 @@ TEST_F(AttachmentTest, NumbersAreGivenInOrderAndNotAgain)
     EXPECT_EQ(List(m_mailbox.Open(id)), "0=a 1=b 3=d");
 }
 
+TEST_F(AttachmentTest, ANewAttachmentThatStaysOpenIsTheSavedOneOnceItsMessageIsSaved)
+{
+    auto message = m_mailbox.NewMessage();
+    auto attachment = Create(message);
+    ASSERT_CODE(SetProps(attachment.get(), {Narrow(PR_ATTACH_FILENAME_A, "a")}), S_OK);
+    ASSERT_CODE(attachment->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
+    EXPECT_FALSE(GetProps(*attachment, {PR_CREATION_TIME}).Find(PR_CREATION_TIME));
+    const EntryIdBytes id = m_mailbox.Save(message);
+    EXPECT_TRUE(GetProps(*attachment, {PR_CREATION_TIME}).Find(PR_CREATION_TIME));
+    ASSERT_CODE(SetProps(attachment.get(), {Narrow(PR_DISPLAY_NAME_A, "more")}), S_OK);
+    ASSERT_CODE(attachment->SaveChanges(0), S_OK);
+    ASSERT_CODE(message->SaveChanges(0), S_OK);
+    auto saved = Open(m_mailbox.Open(id), 0);
+    EXPECT_EQ(TextOf(saved.get(), PR_ATTACH_FILENAME_A), "a");
+    EXPECT_EQ(TextOf(saved.get(), PR_DISPLAY_NAME_A), "more");
+}
+
 TEST_F(AttachmentTest, ADeletedAttachmentIsGoneAfterSaveChanges)
 {
     auto message = m_mailbox.NewMessage();

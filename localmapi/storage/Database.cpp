@@ -354,9 +354,12 @@ Writer::Writer(Database &database, Share share, References references, Room room
 
 void Writer::RequireRoomFor(std::uint64_t bytes)
 {
+    constexpr std::uint64_t kInMemory = 1 << 20; // until the end, where there is another look
+    if (m_room == Room::IsMade || bytes <= kInMemory)
+        return;
     const auto free = static_cast<std::uint64_t>(m_connection->Integer("PRAGMA freelist_count") *
                                                  m_connection->Integer("PRAGMA page_size"));
-    if (m_room == Room::IsNeeded && bytes > free)
+    if (bytes > free)
         m_database.RequireRoomToGrow(*m_connection, 2 * (bytes - free));
 }
 

@@ -57,7 +57,7 @@ std::string SiteOf(std::size_t mailboxes, std::size_t messages)
             localmapi::delivery::Fill(site, user, messages, {}, localmapi::storage::CurrentTime());
         }
     }
-    std::filesystem::rename(making, path);
+    PutInPlace(making, path);
     return path;
 }
 

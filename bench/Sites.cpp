@@ -54,8 +54,14 @@ const std::string &SiteWith(std::uint64_t messages)
         const storage::User alice = NewSite(making);
         localmapi::delivery::Fill(storage::Site::Open(making), alice, messages, {}, localmapi::storage::CurrentTime());
     }
-    std::filesystem::rename(making, path);
+    PutInPlace(making, path);
     return path;
+}
+
+void PutInPlace(const std::string &making, const std::string &path)
+{
+    std::filesystem::rename(making, path);
+    std::filesystem::remove(making + "-reserve");
 }
 
 std::string MakeSite(const std::string &path)
@@ -98,7 +104,7 @@ std::string SiteWithUsers(int users)
         for (int i = 0; i < users; ++i)
             directory.AddUser("user" + std::to_string(i), "User Number " + std::to_string(i));
     }
-    std::filesystem::rename(making, path);
+    PutInPlace(making, path);
     return path;
 }
 

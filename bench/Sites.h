@@ -12,6 +12,8 @@ const std::string &SiteWith(std::uint64_t messages);
 
 // A new site whose user alice has no messages; its path.
 std::string MakeSite(const std::string &path);
+// Gives a site that is complete its own name; what was set aside for it beside the file is made anew there.
+void PutInPlace(const std::string &making, const std::string &path);
 
 // A site whose user alice has one voice mail with a recording of this file's bytes.
 std::string SiteWithRecording(const std::string &wav);

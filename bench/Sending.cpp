@@ -1,11 +1,15 @@
 // Sending, until it is durable in the mailboxes of all who get it: a voice mail with a recording of 200 KB to one, a
 // mail to many.
-#include "Sites.h"
+#include "Watching.h"
+#include <algorithm>
+#include <atomic>
 #include <benchmark/benchmark.h>
 #include <fstream>
 #include <sqlite3.h>
 #include <stdexcept>
 #include <string>
+#include <sys/resource.h>
+#include <thread>
 
 namespace bench
 {
@@ -70,6 +74,28 @@ void SendTo200(benchmark::State &state)
     SendToMany(state, 200);
 }
 
+// How long another process that writes waits at most meanwhile, and what this one takes at most where nothing else was
+// run before it.
+void SendTo2000BesideAWriter(benchmark::State &state)
+{
+    OtherProcess other(SiteWithUsers(2000));
+    std::atomic<bool> over{false};
+    std::int64_t most = 0;
+    std::thread saving([&] {
+        while (!over) {
+            const auto [called, returned] = other.Save();
+            most = std::max(most, returned - called);
+        }
+    });
+    SendToMany(state, 2000);
+    over = true;
+    saving.join();
+    rusage used{};
+    getrusage(RUSAGE_SELF, &used);
+    state.counters["writer_most_ms"] = static_cast<double>(most) / 1e6;
+    state.counters["peak_MB"] = static_cast<double>(used.ru_maxrss) / 1024;
+}
+
 // On a site of the same kind, in a table beside localmapi's own, as durably as those are written.
 class Reference
 {
@@ -121,6 +147,7 @@ void OneTransaction(benchmark::State &state)
 
 BENCHMARK(SendVoiceMail)->Unit(benchmark::kMicrosecond)->UseRealTime()->MinTime(2);
 BENCHMARK(SendTo2000)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(SendTo2000BesideAWriter)->Unit(benchmark::kMillisecond)->UseRealTime()->MinTime(2);
 BENCHMARK(SendTo200)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(OneTransaction)->Unit(benchmark::kMicrosecond)->UseRealTime()->MinTime(2);
 

@@ -2,10 +2,13 @@
 // log on, read, and make room, from what the site has set aside for it.
 #include "DiskVfs.h"
 #include "Sweep.h"
+#include "localmapi/storage/Backup.h"
+#include "localmapi/storage/Database.h"
 #include "localmapi/storage/Purge.h"
 #include "localmapi/storage/Reserve.h"
 #include "localmapi/storage/Sizes.h"
 #include <iostream>
+#include <sqlite3.h>
 
 namespace localmapi::storage
 {
@@ -239,6 +242,24 @@ TEST_F(Disks, WhereTheReserveIsGoneAFullDiskIsSaidToBeOne)
     SetDiskRoom(m_folder.File(""), 400000);
     EXPECT_EQ(Purge(site, {std::nullopt, false, std::int64_t{1} << 50}).messages, 50u);
     EXPECT_TRUE(Check(site, false).empty());
+}
+
+TEST_F(Disks, AFileOfAFormerVersionIsLeftAloneWhereThereIsNoRoomForItsCopy)
+{
+    AddMany(20, 20000);
+    const std::string folder = m_folder.File("former");
+    fs::create_directory(PathOf(folder));
+    const std::string old = folder + "/old.db";
+    Backup(m_site, old);
+    MakeOlder(old, 4);
+    const auto version = [&] { return Connection(old, SQLITE_OPEN_READONLY, 0).Integer("PRAGMA user_version"); };
+    SetDiskRoom(folder, 200000);
+    EXPECT_THAT(TextOf([&] { Site::Open(old); }), testing::HasSubstr("There is no room for a copy of '" + old + "'"));
+    EXPECT_EQ(version(), 4);
+    EXPECT_FALSE(fs::exists(PathOf(old + ".format-4")));
+    EXPECT_TRUE(Site::Open(old, {.keepsOldCopy = false}).UpgradedFrom()) << "without one";
+    EXPECT_TRUE(Check(Site::Open(old), false).empty());
+    EXPECT_GT(version(), 4);
 }
 
 TEST_F(Disks, TheReserveGoesNowhereWithTheSite)

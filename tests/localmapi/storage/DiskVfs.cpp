@@ -37,7 +37,7 @@ std::uint64_t UsedIn(const std::string &folder)
     return used;
 }
 
-std::uint64_t Room()
+std::uint64_t RoomLeft()
 {
     const std::lock_guard lock(g_lock);
     if (!g_capacity)
@@ -72,7 +72,7 @@ int Write(sqlite3_file *file, const void *bytes, int size, sqlite3_int64 at)
         return SQLITE_IOERR_WRITE;
     sqlite3_int64 now = 0;
     Forward<&sqlite3_io_methods::xFileSize>(file, &now);
-    if (Layered(file)->name && at + size > now && static_cast<std::uint64_t>(at + size - now) > Room())
+    if (Layered(file)->name && at + size > now && static_cast<std::uint64_t>(at + size - now) > RoomLeft())
         return SQLITE_FULL;
     return Forward<&sqlite3_io_methods::xWrite>(file, bytes, size, at);
 }
@@ -103,7 +103,7 @@ int ShmMap(sqlite3_file *file, int page, int size, int extend, void volatile **i
     const auto there = std::filesystem::file_size(PathOf(std::string(Layered(file)->name) + "-shm"), none);
     const std::uint64_t now = none ? 0 : there;
     const std::uint64_t wanted = (static_cast<std::uint64_t>(page) + 1) * static_cast<std::uint64_t>(size);
-    if (extend && wanted > now && wanted - now > Room())
+    if (extend && wanted > now && wanted - now > RoomLeft())
         return SQLITE_IOERR_SHMSIZE;
     return Forward<&sqlite3_io_methods::xShmMap>(file, page, size, extend, into);
 }
@@ -123,7 +123,7 @@ void InstallDiskVfs()
         return methods;
     }();
     InstallLayer({"disk", &kMethods});
-    Reserve::Ask([](const std::string &) { return Room(); });
+    Reserve::Ask([](const std::string &) { return RoomLeft(); });
 }
 
 void SetDiskRoom(const std::string &folder, std::optional<std::uint64_t> bytes)
@@ -135,7 +135,7 @@ void SetDiskRoom(const std::string &folder, std::optional<std::uint64_t> bytes)
 
 std::uint64_t DiskRoom()
 {
-    return Room();
+    return RoomLeft();
 }
 
 void SetDeviceFault(DeviceFault fault, int n, bool lasts)

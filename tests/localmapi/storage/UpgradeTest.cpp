@@ -1,5 +1,4 @@
-// Proves how files of older versions become ones of this: all of them, with a copy of what they were, and not at all
-// where there is no room for it. --make-older FILE VERSION makes of a site's file one of a former version instead.
+// Proves how files of older versions become ones of this: all of them, with a copy of what they were. --make-older FILE VERSION makes of a site's file one of a former version instead.
 #include "Fixture.h"
 #include "localmapi/storage/Backup.h"
 #include "localmapi/storage/Database.h"

@@ -23,7 +23,7 @@ struct Changes {
 
 struct MessageChanges;
 
-// One attachment of a message that is written: made when the number is new, else changed or removed.
+// One attachment of a message that is written: made when the number is new or it is whole, else changed or removed.
 struct AttachmentChanges {
     std::int32_t number = 0; // chosen by the caller
     bool remove = false;

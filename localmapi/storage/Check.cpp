@@ -226,10 +226,11 @@ class Look
     void CheckReferences()
     {
         Reader reader(m_database);
-        Statement rows = reader->Prepare("SELECT t.name, f.parent, count(*) FROM sqlite_schema t, "
-                                         "pragma_foreign_key_check(t.name) f WHERE t.type = 'table' "
-                                         "AND t.name NOT IN ('object', 'facet', 'property', 'stream', 'chunk') "
-                                         "GROUP BY 1, 2");
+        Statement rows =
+            reader->Prepare("SELECT t.name, f.parent, count(*) FROM sqlite_schema t, "
+                            "pragma_foreign_key_check(t.name) f WHERE t.type = 'table' "
+                            "AND t.name NOT IN ('object', 'facet', 'property', 'stream', 'chunk', 'person_word') "
+                            "GROUP BY 1, 2");
         while (rows.Step()) {
             const locks::Hold lock(m_lock);
             m_found.lost.push_back("Rows of " + rows.Text(0) + " that refer to a " + rows.Text(1) +

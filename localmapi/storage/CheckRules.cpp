@@ -192,15 +192,14 @@ std::vector<Rule> MakeRules()
          "SELECT max(n) FROM (SELECT max(id) AS n FROM object UNION ALL SELECT max(id) FROM stream) "
          "HAVING max(n) >= (SELECT next_id FROM site) AND ?1 <= ?2",
          [](Writer &writer, std::int64_t last) { Run(writer, "UPDATE site SET next_id = max(next_id, ? + 1)", last); }},
-        {Over::Site, "People who are not found by all of their names, or by others': %.",
-         "SELECT count(*) FROM person p LEFT JOIN (SELECT person, sum(checksum_of(key)) AS keys FROM person_word "
-         "GROUP BY person) w ON w.person = p.id "
-         "WHERE IFNULL(w.keys, 0) <> names_checksum(p.name, IFNULL(p.alias, ''), p.smtp) HAVING count(*) > 0 "
-         "AND ?1 <= ?2",
-         [](Writer &writer, std::int64_t) {
-             Run(writer, "DELETE FROM person_word");
-             IndexEverybody(*writer);
-         }},
+        // Asked of all at once, or of one.
+        {Over::Site, "Person % is in the name index by other names than his own.",
+         "SELECT p.id FROM person p LEFT JOIN (SELECT person, sum(checksum_of(key)) AS keys FROM person_word "
+         "WHERE ?1 IN (0, person) GROUP BY person) w ON w.person = p.id WHERE ?1 IN (0, p.id) "
+         "AND IFNULL(w.keys, 0) <> names_checksum(p.name, IFNULL(p.alias, ''), p.smtp) AND ?1 <= ?2 UNION "
+         "SELECT person FROM person_word w WHERE ?1 IN (0, person) "
+         "AND NOT EXISTS (SELECT 1 FROM person p WHERE p.id = w.person)",
+         [](Writer &writer, std::int64_t id) { IndexAnew(*writer, id); }},
     };
 }
 

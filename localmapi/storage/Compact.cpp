@@ -87,10 +87,10 @@ Compacted Compact(const Site &site, std::optional<std::chrono::seconds> longest,
     const std::int64_t used = page * (pages - connection.Integer("PRAGMA freelist_count"));
     Compacted result;
     result.before = page * pages;
-    const auto room = static_cast<std::int64_t>(RoomBeside(site.Path()));
-    if (room < used)
+    if (const auto room = RoomBeside(site.Path()); room && *room < static_cast<std::uint64_t>(used))
         throw Error(Fault::Full, "To compact '" + site.Path() + "' takes " + Megabytes(used) +
-                                     " of room beside it; there are " + Megabytes(room) + ".");
+                                     " of room beside it; there are " + Megabytes(static_cast<std::int64_t>(*room)) +
+                                     ".");
     // A copy has another number of its schema than the mark in it says, and what is packed is known by the number
     // before.
     if (connection.Integer("SELECT coalesce(schema_number, 0) <> (SELECT schema_version FROM pragma_schema_version) "

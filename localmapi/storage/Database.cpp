@@ -12,6 +12,7 @@
 #include "localmapi/storage/Sizes.h"
 #include "localmapi/storage/Time.h"
 #include "localmapi/storage/Upgrade.h"
+#include <algorithm>
 #include <array>
 #include <thread>
 
@@ -251,20 +252,45 @@ bool Database::MakeRoom(int times) noexcept
     m_isLow = true;
     if (times == 0 && WriteLogBack())
         return true;
-    if (times > 2 || !m_reserve.GiveUp(times < 2 ? kForLogons : Reserve::kSize))
+    if (times > 2)
+        return false;
+    // Where that is enough, what it takes to write the log back, so that all of its own room is used again.
+    const std::uint64_t beyond = LogBeyondFile();
+    const std::uint64_t some = kForLogons + (beyond < Reserve::kSize ? beyond : 0);
+    if (!m_reserve.GiveUp(times < 2 ? some : Reserve::kSize))
         return false;
     WriteLogBack();
     return true;
 }
 
-// Whether the log is all in the file now: the next writer begins it anew where nobody reads from it.
+std::uint64_t Database::LogBeyondFile() noexcept
+{
+    const locks::Hold lock(m_lock);
+    try {
+        return m_idle.empty() ? 0 : m_idle.back()->LogBeyondFile();
+    } catch (const std::exception &) {
+        return 0;
+    }
+}
+
 bool Database::WriteLogBack() noexcept
 {
     const locks::Hold lock(m_lock);
-    if (m_idle.empty())
+    return !m_idle.empty() && WriteBack(*m_idle.back());
+}
+
+// Whether the log is all in the file now: the next writer begins it anew where nobody reads from it. One that the file
+// has no room for stays where it is: half of it in the file would take what room there is and free none.
+bool Database::WriteBack(Connection &connection) const noexcept
+{
+    try {
+        if (!m_reserve.IsRoomFor(connection.LogBeyondFile()))
+            return false;
+    } catch (const std::exception &) {
         return false;
+    }
     int frames = 0, written = 0;
-    return sqlite3_wal_checkpoint_v2(m_idle.back()->Handle(), "main", SQLITE_CHECKPOINT_PASSIVE, &frames, &written) ==
+    return sqlite3_wal_checkpoint_v2(connection.Handle(), "main", SQLITE_CHECKPOINT_PASSIVE, &frames, &written) ==
                SQLITE_OK &&
            frames > 0 && frames == written;
 }
@@ -273,15 +299,21 @@ bool Database::WriteLogBack() noexcept
 void Database::AfterFullDisk(Connection &connection) noexcept
 {
     m_isLow = m_reserve.IsShort();
-    sqlite3_wal_checkpoint_v2(connection.Handle(), "main", SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+    WriteBack(connection);
 }
 
-// While room is short the log is kept short.
+// While room is short the log is kept short. What it has for the file's end always is: somebody else may take the room
+// on the disk.
 void Database::AfterCommit(Connection &connection) noexcept
 {
+    constexpr std::uint64_t kMostBeyondFile = Reserve::kSize / 2;
+    try {
+        if (m_isLow || connection.LogBeyondFile() > kMostBeyondFile)
+            WriteBack(connection);
+    } catch (const std::exception &) { // the next one does
+    }
     if (!m_isLow)
         return;
-    sqlite3_wal_checkpoint_v2(connection.Handle(), "main", SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
     constexpr std::int64_t kBetween = 10 * kTicksPerSecond;
     const std::int64_t now = CurrentTime();
     if (now < m_fillUpNext && now > m_fillUpNext - kBetween)
@@ -291,16 +323,17 @@ void Database::AfterCommit(Connection &connection) noexcept
     m_isLow = m_reserve.IsShort();
 }
 
-// The log is never longer than the file has room to grow by: else it could neither be written back nor begun anew, and
-// what frees room has to be written to it.
-void Database::RequireRoomToGrow(Connection &connection, std::uint64_t bytes) const
+// What the log has for the file's end could be written back when it was written. A log that can't be is not begun anew
+// either, and what frees room has to be written to it.
+void Database::RequireRoomToGrow(Connection &connection, std::uint64_t bytes)
 {
-    const auto page = static_cast<std::uint64_t>(connection.Integer("PRAGMA page_size"));
-    const std::uint64_t length = page * static_cast<std::uint64_t>(connection.Integer("PRAGMA page_count"));
-    const std::uint64_t file = FileSize(m_path);
-    if (!m_reserve.LeavesRoomFor((length > file ? length - file : 0) + bytes))
-        throw Error(Fault::Full, "'" + m_path + "' (" + FaultName(Fault::Full) +
-                                     "): what room there is on the disk is kept for what frees some.");
+    const std::uint64_t wanted = connection.LogBeyondFile() + bytes;
+    if (m_reserve.LeavesRoomFor(wanted))
+        return;
+    m_isLow = true;
+    throw Error(Fault::Full, "'" + m_path + "' (" + FaultName(Fault::Full) + "): this wants " +
+                                 std::to_string(wanted / 1024) +
+                                 " KB beside what is kept for deleting. 'localmapi purge' makes room.");
 }
 
 Error Database::Replaced() const
@@ -348,8 +381,6 @@ Writer::Writer(Database &database, Share share, References references, Room room
     m_numbers = m_turn.GetNumbers();
     ++m_numbers.change;
     m_now = CurrentTime();
-    if (room == Room::IsNeeded)
-        m_pages = m_connection->Integer("PRAGMA page_count");
 }
 
 void Writer::RequireRoomFor(std::uint64_t bytes)
@@ -359,8 +390,10 @@ void Writer::RequireRoomFor(std::uint64_t bytes)
         return;
     const auto free = static_cast<std::uint64_t>(m_connection->Integer("PRAGMA freelist_count") *
                                                  m_connection->Integer("PRAGMA page_size"));
-    if (bytes > free)
-        m_database.RequireRoomToGrow(*m_connection, 2 * (bytes - free));
+    if (bytes > free) {
+        m_database.RequireRoomToGrow(*m_connection, bytes + (bytes - free));
+        m_asked = bytes;
+    }
 }
 
 void Writer::Commit()
@@ -370,9 +403,8 @@ void Writer::Commit()
     RequireRoom(*m_connection, m_facets.Growth());
     const bool announce = m_entries.Settle(*m_connection, change, touched);
     if (m_room == Room::IsNeeded)
-        if (const std::int64_t grown = m_connection->Integer("PRAGMA page_count") - m_pages; grown > 0)
-            m_database.RequireRoomToGrow(*m_connection,
-                                         static_cast<std::uint64_t>(grown * m_connection->Integer("PRAGMA page_size")));
+        if (const std::uint64_t grown = m_turn.Growth(); grown > 0)
+            m_database.RequireRoomToGrow(*m_connection, grown - std::min(grown, m_asked));
     m_connection = nullptr;
     m_turn.Commit(m_numbers, announce);
 }

@@ -38,7 +38,7 @@ class Database
     bool MakeRoom(int times) noexcept;
     // Full: the file could not take so many bytes and all that the log has for it, and the log them before that, or
     // only with what is set aside.
-    void RequireRoomToGrow(Connection &connection, std::uint64_t bytes) const;
+    void RequireRoomToGrow(Connection &connection, std::uint64_t bytes);
     // Whether the path still names the file that was opened.
     bool IsInPlace() const noexcept { return FileIdentity::At(m_path) == m_identity; }
 
@@ -61,7 +61,9 @@ class Database
     void Admit();
     void UseLog(Connection &connection) const;
     bool WriteLogBack() noexcept;
+    std::uint64_t LogBeyondFile() noexcept;
     void AfterFullDisk(Connection &connection) noexcept;
+    bool WriteBack(Connection &connection) const noexcept;
     void AfterCommit(Connection &connection) noexcept;
 
     std::string m_path;
@@ -131,13 +133,13 @@ class Writer
     void Commit();
 
   private:
-    const Database &m_database;
+    Database &m_database;
     const Room m_room;
+    std::uint64_t m_asked = 0; // bytes that there was room for
     WriteTurn m_turn;
     Connection *m_connection = nullptr; // while it works
     Numbers m_numbers;
     std::int64_t m_now = 0;
-    std::int64_t m_pages = 0; // of the file, before it
     FacetWriter m_facets;
     EntryWriter m_entries;
 };

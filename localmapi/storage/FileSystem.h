@@ -31,8 +31,8 @@ bool IsDeviceError(int systemError) noexcept;
 bool AllocateFile(const std::string &path, const std::string &like, std::uint64_t size);
 // Gives back what an ordinary file has beyond so many bytes. False where there is nothing to give back.
 bool ShrinkFile(const std::string &path, std::uint64_t size);
-std::uint64_t FileSize(const std::string &path); // 0 where there is none
-// What this user may still write beside a file that is there; all there could be where the system does not tell.
-std::uint64_t RoomBeside(const std::string &path);
+std::optional<std::uint64_t> FileSize(const std::string &path); // nothing where there is none
+// What this user may still write beside a file that is there; nothing where the system does not tell.
+std::optional<std::uint64_t> RoomBeside(const std::string &path);
 
 } // namespace localmapi::storage

@@ -115,6 +115,7 @@ bool AllocateFile(const std::string &path, const std::string &like, std::uint64_
     // Beyond its limit a process gets a signal.
     if (stat(like.c_str(), &model) != 0 || getrlimit(RLIMIT_FSIZE, &longest) != 0 || longest.rlim_cur < size)
         return false;
+    const bool isNew = !FileSize(path);
     const OwnFile file(path, O_RDWR | O_CREAT);
     if (!file.IsOpen())
         return false;
@@ -122,6 +123,8 @@ bool AllocateFile(const std::string &path, const std::string &like, std::uint64_
     if (posix_fallocate(file.Descriptor(), 0, static_cast<off_t>(size)) == 0)
         return true;
     // What it had stays set aside; what was taken beyond it on the way is given back.
+    if (isNew)
+        unlink(path.c_str());
     return ftruncate(file.Descriptor(), static_cast<off_t>(file.Size())) == 0 && false;
 }
 
@@ -131,19 +134,20 @@ bool ShrinkFile(const std::string &path, std::uint64_t size)
     return file.IsOpen() && file.Size() > size && ftruncate(file.Descriptor(), static_cast<off_t>(size)) == 0;
 }
 
-std::uint64_t FileSize(const std::string &path)
+std::optional<std::uint64_t> FileSize(const std::string &path)
 {
     struct stat status;
-    return lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) ? static_cast<std::uint64_t>(status.st_size)
-                                                                        : 0;
+    if (lstat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
+        return {};
+    return static_cast<std::uint64_t>(status.st_size);
 }
 
-std::uint64_t RoomBeside(const std::string &path)
+std::optional<std::uint64_t> RoomBeside(const std::string &path)
 {
     struct statvfs room;
     if (statvfs(path.c_str(), &room) != 0 || room.f_blocks == 0)
-        return UINT64_MAX;
-    return static_cast<std::uint64_t>(room.f_bavail) * room.f_frsize;
+        return {};
+    return static_cast<std::uint64_t>(geteuid() == 0 ? room.f_bfree : room.f_bavail) * room.f_frsize;
 }
 
 } // namespace localmapi::storage

@@ -90,21 +90,22 @@ bool ShrinkFile(const std::string &path, std::uint64_t size)
     return file.IsOpen() && file.Size() > size && file.Resize(size);
 }
 
-std::uint64_t FileSize(const std::string &path)
+std::optional<std::uint64_t> FileSize(const std::string &path)
 {
     WIN32_FILE_ATTRIBUTE_DATA data;
     if (!GetFileAttributesExW(PathOf(path).c_str(), GetFileExInfoStandard, &data) ||
         (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY))
-        return 0;
+        return {};
     return std::uint64_t{data.nFileSizeHigh} << 32 | data.nFileSizeLow;
 }
 
-std::uint64_t RoomBeside(const std::string &path)
+std::optional<std::uint64_t> RoomBeside(const std::string &path)
 {
     ULARGE_INTEGER room{};
     const std::filesystem::path folder = PathOf(path).parent_path();
-    return GetDiskFreeSpaceExW(folder.empty() ? L"." : folder.c_str(), &room, nullptr, nullptr) ? room.QuadPart
-                                                                                                : UINT64_MAX;
+    if (!GetDiskFreeSpaceExW(folder.empty() ? L"." : folder.c_str(), &room, nullptr, nullptr))
+        return {};
+    return room.QuadPart;
 }
 
 } // namespace localmapi::storage

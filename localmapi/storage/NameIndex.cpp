@@ -163,6 +163,14 @@ void IndexNames(Connection &connection, ObjectId person, std::initializer_list<s
         connection.Prepare("INSERT OR IGNORE INTO person_word (key, person) VALUES (?, ?)").Bind(key, person).Run();
 }
 
+void IndexAnew(Connection &connection, ObjectId person)
+{
+    connection.Prepare("DELETE FROM person_word WHERE person = ?").Bind(person).Run();
+    Statement find = connection.Prepare("SELECT name, IFNULL(alias, ''), smtp FROM person WHERE id = ?");
+    if (find.Bind(person).Step())
+        IndexNames(connection, person, {find.Text(0), find.Text(1), find.Text(2)});
+}
+
 void IndexEverybody(Connection &connection)
 {
     Statement everybody = connection.Prepare("SELECT id, name, IFNULL(alias, ''), smtp FROM person");

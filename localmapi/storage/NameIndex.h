@@ -10,6 +10,8 @@ namespace localmapi::storage
 extern const char *const kNameIndexTables;
 
 void IndexNames(Connection &connection, ObjectId person, std::initializer_list<std::string_view> texts);
+// One person anew, who may be nobody any more.
+void IndexAnew(Connection &connection, ObjectId person);
 // Everybody who is in the directory, in a file that had no index.
 void IndexEverybody(Connection &connection);
 

@@ -180,12 +180,12 @@ class Piece
 // As large a piece as there is room to write.
 std::size_t RemovePiece(const Site &site, std::int64_t before, const std::vector<Candidate> &candidates, Purged &done)
 {
-    for (std::size_t most = kMostAPiece;; most /= 8)
+    for (std::size_t most = kMostAPiece;; most = std::max<std::size_t>(1, most / 8))
         try {
             return EvenOnAFullDisk(site.GetDatabase(),
                                    [&] { return Piece(site, before).Remove(candidates, most, done); });
         } catch (const Error &error) {
-            if (error.GetFault() != Fault::Full || most < 8)
+            if (error.GetFault() != Fault::Full || most == 1)
                 throw;
         }
 }

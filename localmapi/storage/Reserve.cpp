@@ -11,42 +11,45 @@ namespace localmapi::storage
 namespace
 {
 
-std::atomic<Reserve::Room> g_room{nullptr};
+std::atomic<Reserve::AskedForRoom> g_asked{nullptr};
 
-std::uint64_t RoomFor(const std::string &site) noexcept
+std::optional<std::uint64_t> RoomFor(const std::string &site) noexcept
 {
-    const Reserve::Room asked = g_room;
+    const Reserve::AskedForRoom asked = g_asked;
     try {
         return asked ? asked(site) : RoomBeside(site);
     } catch (const std::exception &) {
-        return UINT64_MAX;
+        return {};
     }
 }
 
 } // namespace
 
-void Reserve::Ask(Room room) noexcept
+void Reserve::Ask(AskedForRoom asked) noexcept
 {
-    g_room = room;
+    g_asked = asked;
 }
 
 bool Reserve::IsShort() const noexcept
 {
-    const std::uint64_t size = Size();
-    return size < kSize && RoomFor(m_site) < kSize - size + kSize;
+    const std::uint64_t lacking = Lacking();
+    return lacking > 0 && RoomFor(m_site).value_or(0) < lacking + kSize;
 }
 
-// What was given up of it is still set aside. Where there was never room for one nothing is.
 bool Reserve::LeavesRoomFor(std::uint64_t bytes) const noexcept
 {
-    const std::uint64_t size = Size();
-    const std::uint64_t lacks = size < kSize && FileIdentity::At(m_path) ? kSize - size : 0;
-    return RoomFor(m_site) >= lacks + bytes;
+    return IsRoomFor(bytes + (Size() ? Lacking() : 0));
+}
+
+bool Reserve::IsRoomFor(std::uint64_t bytes) const noexcept
+{
+    const auto room = RoomFor(m_site);
+    return !room || *room >= bytes;
 }
 
 bool Reserve::GiveUp(std::uint64_t bytes) noexcept
 {
-    const std::uint64_t size = Size();
+    const std::uint64_t size = Size().value_or(0);
     try {
         return size > 0 && ShrinkFile(m_path, size - std::min(size, bytes));
     } catch (const std::bad_alloc &) {
@@ -56,8 +59,7 @@ bool Reserve::GiveUp(std::uint64_t bytes) noexcept
 
 void Reserve::FillUp() noexcept
 {
-    const std::uint64_t size = Size();
-    if (size >= kSize || RoomFor(m_site) < kSize - size + kSize)
+    if (Lacking() == 0 || IsShort())
         return;
     try {
         AllocateFile(m_path, m_site, kSize);
@@ -65,13 +67,19 @@ void Reserve::FillUp() noexcept
     }
 }
 
-std::uint64_t Reserve::Size() const noexcept
+std::optional<std::uint64_t> Reserve::Size() const noexcept
 {
     try {
         return FileSize(m_path);
     } catch (const std::bad_alloc &) {
-        return 0;
+        return {};
     }
+}
+
+std::uint64_t Reserve::Lacking() const noexcept
+{
+    const std::uint64_t size = Size().value_or(0);
+    return size < kSize ? kSize - size : 0;
 }
 
 } // namespace localmapi::storage

@@ -3,6 +3,7 @@
 // may take from it and fill it up, at any time, and a killed one leaves it at some length. Any thread.
 #pragma once
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace localmapi::storage
@@ -18,19 +19,22 @@ class Reserve
 
     // Whether it is not whole because the disk has no room for it.
     bool IsShort() const noexcept;
-    // Whether the disk has so many bytes for others than those whom it is set aside for.
+    // Whether the disk has so many bytes for others than those whom it is set aside for, as far as the system tells.
     bool LeavesRoomFor(std::uint64_t bytes) const noexcept;
+    // Whether it has so many bytes at all.
+    bool IsRoomFor(std::uint64_t bytes) const noexcept;
     // So many bytes of it, or what there is, are free for whoever writes next. False: there is nothing.
     bool GiveUp(std::uint64_t bytes) noexcept;
     // Fills it up where the disk has room for it and for as much again, which is left to those who write.
     void FillUp() noexcept;
 
     // Whom to ask for the room beside a file instead of the system; for tests. Null: the system.
-    using Room = std::uint64_t (*)(const std::string &path);
-    static void Ask(Room room) noexcept;
+    using AskedForRoom = std::uint64_t (*)(const std::string &path);
+    static void Ask(AskedForRoom asked) noexcept;
 
   private:
-    std::uint64_t Size() const noexcept;
+    std::optional<std::uint64_t> Size() const noexcept; // nothing where there was never room for one
+    std::uint64_t Lacking() const noexcept;
     const std::string m_site, m_path;
 };
 

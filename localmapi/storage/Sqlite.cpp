@@ -236,6 +236,17 @@ void Connection::ShareMemory()
     Execute("PRAGMA cache_size = -" + std::to_string(m_cache->KiB()));
 }
 
+std::uint64_t Connection::LogBeyondFile()
+{
+    sqlite3_file *file = nullptr;
+    sqlite3_int64 size = 0;
+    if (sqlite3_file_control(m_handle, "main", SQLITE_FCNTL_FILE_POINTER, &file) != SQLITE_OK || !file->pMethods ||
+        file->pMethods->xFileSize(file, &size) != SQLITE_OK)
+        return 0;
+    const std::int64_t length = Integer("PRAGMA page_count") * Integer("PRAGMA page_size");
+    return length > size ? static_cast<std::uint64_t>(length - size) : 0;
+}
+
 bool Connection::HasMoved() const
 {
     int moved = 0;

@@ -115,6 +115,8 @@ class Connection
     void ShareMemory();
     // Whether the path that it was opened by names another file by now, or none. False where the system sees to it.
     bool HasMoved() const;
+    // How many bytes the file would be longer if all that its log has were in it.
+    std::uint64_t LogBeyondFile();
     // Bytes of the file as it lies there, without its log, past SQLite's own view of it. False where there are fewer;
     // what is lacking is zero. By SQLite's descriptor: another one that is closed would take its locks along.
     bool ReadFile(std::int64_t at, void *bytes, std::size_t size) const;

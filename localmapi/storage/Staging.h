@@ -24,7 +24,7 @@ class Staging
 
     // What is to be written, with what lies in the file already.
     const MessageChanges &Content() const { return m_staged ? *m_staged : m_given; }
-    // The bytes of it that do not, but for its recipients.
+    // The bytes of it that are still to be written, without its recipients.
     std::uint64_t Rest() const;
 
   private:

@@ -28,8 +28,9 @@ struct WriteQueue::Group {
     std::unique_ptr<Connection> connection;
     std::optional<Transaction> transaction;
     std::chrono::steady_clock::time_point begun;
-    Numbers numbers; // with the work of its members
-    int members = 0; // whose work is in it
+    Numbers numbers;        // with the work of its members
+    std::int64_t pages = 0; // of the file, before it
+    int members = 0;        // whose work is in it
     bool pause = false;
     bool announce = false;
 
@@ -164,6 +165,7 @@ void WriteTurn::Begin(References references, Where where)
     if (!site.Step())
         throw Error(Fault::Corrupt, "'" + m_database.Path() + "' (damaged): it does not say what site it is.");
     group.numbers = {site.Integer(0), site.Integer(1)};
+    group.pages = group.connection->Integer("PRAGMA page_count");
 }
 
 Connection &WriteTurn::GetConnection() const
@@ -174,6 +176,13 @@ Connection &WriteTurn::GetConnection() const
 Numbers WriteTurn::GetNumbers() const
 {
     return m_group->numbers;
+}
+
+std::uint64_t WriteTurn::Growth() const
+{
+    Connection &connection = *m_group->connection;
+    const std::int64_t grown = connection.Integer("PRAGMA page_count") - m_group->pages;
+    return grown > 0 ? static_cast<std::uint64_t>(grown * connection.Integer("PRAGMA page_size")) : 0;
 }
 
 void WriteTurn::Commit(const Numbers &numbers, bool announce)

@@ -71,7 +71,8 @@ class WriteTurn
     // Joins the group's transaction, or begins one.
     void Begin(References references, Where where);
     Connection &GetConnection() const;
-    Numbers GetNumbers() const; // as the writer before left them
+    Numbers GetNumbers() const;   // as the writer before left them
+    std::uint64_t Growth() const; // of the file by the group's transaction until now, bytes
     // Returns when all of the group is on the disk. The work is not to be touched any more: another writer may have
     // the connection. Where the caller still holds statements, the group ends with it.
     void Commit(const Numbers &numbers, bool announce);

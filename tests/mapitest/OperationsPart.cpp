@@ -221,11 +221,9 @@ void PerformDetach(World &world, const Operation &operation)
            "DeleteAttach");
     if (!open->draft.writable || !there)
         return;
-    const Message *stored = open->draft.message ? world.model.FindMessage(open->draft.message) : nullptr;
-    if (stored && stored->content.attachments.count(operation.number))
+    // What was attached here and not saved yet is forgotten, whatever somebody else has given the number meanwhile.
+    if (open->draft.attachments.erase(operation.number) == 0)
         open->draft.attachments[operation.number] = std::nullopt;
-    else
-        open->draft.attachments.erase(operation.number);
     open->draft.changed = !open->draft.IsEmpty();
 }
 

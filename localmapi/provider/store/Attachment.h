@@ -21,7 +21,6 @@ class Attachment final : public StoredObject<IAttach>
 
     // For the message in this attachment, which calls without holding a lock of this attachment's.
     void TakeEmbedded(const storage::MessageChanges &draft);
-    storage::ObjectId StoredEmbedded() REQUIRES(m_lock);
 
   protected:
     storage::PropertyBag Stored(const std::vector<storage::Tag> *tags) REQUIRES(m_lock) override;
@@ -34,6 +33,7 @@ class Attachment final : public StoredObject<IAttach>
 
   private:
     storage::ObjectId StoredId() REQUIRES(m_lock);
+    storage::ObjectId StoredEmbedded() REQUIRES(m_lock);
     void OpenEmbedded(ULONG flags, const IID &iid, IUnknown **object) REQUIRES(m_lock);
 
     const ComPtr<Message> m_message;

@@ -313,9 +313,10 @@ STDMETHODIMP Message::DeleteAttach(ULONG ulAttachmentNum, ULONG, LPMAPIPROGRESS,
         const auto number = static_cast<std::int32_t>(ulAttachmentNum);
         const storage::AttachmentChanges *draft = m_draft.FindAttachment(number);
         const bool removed = IsRemoved(draft);
-        bool stored = false;
-        for (const storage::ObjectInfo &known : StoredAttachments())
-            stored |= known.number == number;
+        bool stored = false; // one that may not be somebody else's
+        if (!IsWhole(draft))
+            for (const storage::ObjectInfo &known : StoredAttachments())
+                stored |= known.number == number;
         const bool found = (draft && !removed) || (stored && !removed);
         if (stored)
             m_draft.ReplaceAttachment({number, true, {}, {}});

@@ -393,6 +393,18 @@ TEST_F(CopyTest, ANewAttachmentHasNothingOfOneThatSomebodyElseSavedMeanwhile)
     }
 }
 
+TEST_F(CopyTest, ANewAttachmentThatIsForgottenTakesNobodyElsesAlong)
+{
+    const EntryIdBytes id = m_mailbox.Add({Narrow(PR_SUBJECT_A, "shared")});
+    auto mine = m_mailbox.Open(id), theirs = m_mailbox.Open(id);
+    EXPECT_EQ(Attach(mine.get(), "mine.wav", "mine"), 0u);
+    EXPECT_EQ(Attach(theirs.get(), "theirs.wav", "theirs"), 0u);
+    ASSERT_CODE(theirs->SaveChanges(0), S_OK);
+    EXPECT_CODE(mine->DeleteAttach(0, 0, nullptr, 0), S_OK);
+    ASSERT_CODE(mine->SaveChanges(FORCE_SAVE), S_OK);
+    EXPECT_EQ(AttachmentsOf(m_mailbox.Open(id).get()), "theirs.wav=theirs");
+}
+
 TEST_F(CopyTest, WhatCanNotBeCopiedIsSaid)
 {
     auto source = Source();

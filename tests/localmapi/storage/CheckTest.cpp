@@ -187,9 +187,11 @@ TEST_F(Checks, FindAndRepairWhatIsWrong)
         {"UPDATE property SET tag = tag + 65536 WHERE value IS NULL", "has lost its value"},
         {"UPDATE site SET next_id = 5", "are not beyond number"},
         {"DELETE FROM person_word WHERE key = CAST('archer' AS BLOB)",
-         "not found by all of their names, or by others': 1."},
-        {"INSERT INTO person_word SELECT CAST('bob' AS BLOB), id FROM person LIMIT 1", "or by others': 1."},
-        {"UPDATE person SET name = 'Alice Baker'", "or by others': 1."},
+         "is in the name index by other names than his own."},
+        {"INSERT INTO person_word SELECT CAST('bob' AS BLOB), id FROM person LIMIT 1",
+         "is in the name index by other names"},
+        {"INSERT INTO person_word VALUES (CAST('x' AS BLOB), 424242)", "Person 424242 is in the name index"},
+        {"UPDATE person SET name = 'Alice Baker'", "is in the name index by other names"},
     };
     for (const auto &one : cases) {
         Damage(one.sql);

@@ -171,6 +171,36 @@ TEST_F(Disks, WithNothingFreeOneLogsOnListsAndMakesRoomAndThenWritesAgain)
     EXPECT_EQ(ReserveSize(), Reserve::kSize);
 }
 
+// The log of one who has the site open for long, when somebody else fills the disk.
+TEST_F(Disks, WhatOthersFillLeavesRoomToDelete)
+{
+    SetDiskRoom(m_folder.File(""), 140u << 20);
+    std::vector<ObjectId> ids;
+    for (int i = 0; i < 40; ++i)
+        ids.push_back(Add("m", {{kAttachData, Bytes(900000)}}));
+    SetDiskRoom(m_folder.File(""), 0);
+    EXPECT_EQ(FaultOf([&] { Add("more", {{kAttachData, Bytes(900000)}}); }), Fault::Full);
+    // One by one: what is deleted is overwritten in the log.
+    for (const ObjectId id : ids)
+        EXPECT_EQ(m_objects.RemoveMessages({id}), std::vector<bool>{true});
+    Add("more", {{kAttachData, Bytes(900000)}});
+    ExpectSound();
+}
+
+// One who has the site open while another gives up the reserve fills it up again, too.
+TEST_F(Disks, WhoeverWasRefusedFillsTheReserveUpAgain)
+{
+    const std::vector<ObjectId> ids = AddMany(100, 20000);
+    const Site other = Site::Open(Path());
+    SetDiskRoom(m_folder.File(""), 0);
+    Objects(other).RemoveMessages({ids[0]});
+    ASSERT_LT(ReserveSize(), Reserve::kSize);
+    EXPECT_EQ(FaultOf([&] { Add("m", {{kAttachData, Bytes(900000)}}); }), Fault::Full);
+    SetDiskRoom(m_folder.File(""), {});
+    Add("m");
+    EXPECT_EQ(ReserveSize(), Reserve::kSize);
+}
+
 // What the log may hold that the file has no room for, and what a deletion gives up of the reserve, is where it could
 // get stuck.
 TEST_F(Disks, HoweverMuchIsFreeBeforeItIsFilledUpRoomCanBeMadeAfterwards)
@@ -240,7 +270,9 @@ TEST_F(Disks, WhereTheReserveIsGoneAFullDiskIsSaidToBeOne)
     // A purge takes smaller pieces then.
     EXPECT_FALSE(fs::exists(PathOf(Path() + "-reserve"))) << "no room, no reserve";
     SetDiskRoom(m_folder.File(""), 400000);
-    EXPECT_EQ(Purge(site, {std::nullopt, false, std::int64_t{1} << 50}).messages, 50u);
+    Objects(site).CreateMessage(
+        m_box.inbox, MakeMessage("m", {{kMessageDeliveryTime, std::int64_t{1} << 40}, {kAttachData, Bytes(20000)}}));
+    EXPECT_EQ(Purge(site, {std::nullopt, false, std::int64_t{1} << 50}).messages, 51u);
     EXPECT_TRUE(Check(site, false).empty());
 }
 

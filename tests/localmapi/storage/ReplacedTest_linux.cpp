@@ -2,6 +2,8 @@
 // leaves alone what is there now. On Windows the system sees to it.
 #include "Fixture.h"
 #include "localmapi/storage/Database.h"
+#include "localmapi/storage/Reserve.h"
+#include <sqlite3.h>
 
 namespace localmapi::storage
 {
@@ -63,6 +65,22 @@ TEST_F(ReplacedTest, NothingIsReadOrWrittenAnyMoreWhereItWasDeletedReplacedOrMov
     }
     Add("after");
     EXPECT_EQ(m_site.Info().server, "NORVIK1");
+}
+
+// What is written back to the file has to fit behind it, however it is named.
+TEST_F(ReplacedTest, AFileThatALinkNamesNeedsNoMoreRoomThanItself)
+{
+    Add("large", {{kAttachData, Bytes(5 << 20)}});
+    Connection(File("site.db"), SQLITE_OPEN_READWRITE, 1000).Execute("PRAGMA wal_checkpoint");
+    const std::string link = File("link.db");
+    std::filesystem::create_symlink("site.db", link);
+    const Site linked = Site::Open(link);
+    Reserve::Ask([](const std::string &) { return std::uint64_t{1} << 20; });
+    EXPECT_EQ(FaultOf([&] {
+                  Objects(linked).CreateMessage(m_box.inbox, MakeMessage("m", {{kBody, std::string(100000, 'b')}}));
+              }),
+              std::nullopt);
+    Reserve::Ask(nullptr);
 }
 
 TEST_F(ReplacedTest, ALinkThatNamesAnotherFileIsNoticed)

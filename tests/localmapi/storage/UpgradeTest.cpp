@@ -1,4 +1,5 @@
-// Proves how files of older versions become ones of this: all of them, with a copy of what they were. --make-older FILE VERSION makes of a site's file one of a former version instead.
+// Proves how files of older versions become ones of this: all of them, with a copy of what they were.
+// --make-older FILE VERSION makes of a site's file one of a former version instead.
 #include "Fixture.h"
 #include "localmapi/storage/Backup.h"
 #include "localmapi/storage/Database.h"
@@ -116,7 +117,10 @@ TEST_F(UpgradeTest, WhatOthersWriteWhileItIsCopiedIsInTheCopy)
 int main(int argc, char **argv)
 {
     if (argc == 4 && std::strcmp(argv[1], "--make-older") == 0) {
-        localmapi::storage::MakeOlder(argv[2], std::atoi(argv[3]));
+        const int version = std::atoi(argv[3]);
+        if (version < 1 || version >= localmapi::storage::kSchemaVersion)
+            return 2;
+        localmapi::storage::MakeOlder(argv[2], version);
         return 0;
     }
     testing::InitGoogleMock(&argc, argv);

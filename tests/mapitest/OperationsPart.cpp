@@ -10,8 +10,8 @@ namespace
 
 const std::vector<std::string> kRecipientNames = {"Alice", "Bob", "B", "arthur", "x"};
 const std::vector<std::string> kFiles = {"a.wav", "B.wav", "note.txt", "x"};
-// Data of attachments, in pieces: across the size of the storage's pieces, too.
-constexpr int kSizes[] = {0, 1, 10, 100, 3000, 32768, 70000, 200000};
+// Data of attachments: in several of the storage's pieces, too.
+constexpr int kSizes[] = {0, 1, 10, 100, 3000, 32768, 70000, 200000, 600000};
 
 // The draft and its contents, where the message is still there.
 std::pair<OpenDraft *, Content> Living(World &world, const Operation &operation)
@@ -122,7 +122,8 @@ bool GenerateAttach(World &world, Random &random, Operation &operation)
         return false;
     operation.properties[PR_ATTACH_LONG_FILENAME_W] = random.Of(kFiles);
     operation.yes = random.OneIn(6);
-    operation.size = random.OneIn(5) ? kSizes[random.Below(8)] : kSizes[random.Below(4)];
+    operation.size =
+        random.OneIn(5) ? kSizes[random.Below(static_cast<int>(std::size(kSizes)))] : kSizes[random.Below(4)];
     operation.number = random.Below(250);
     operation.flags = static_cast<ULONG>(random.OneIn(10)); // not saved in the message
     return true;
@@ -278,7 +279,8 @@ void PerformReadAttachments(World &world, const Operation &operation)
 bool GenerateWrite(World &world, Random &random, Operation &operation)
 {
     operation.flags = random.OneIn(2) ? ULONG{PR_BODY_W} : kBytes;
-    operation.size = random.OneIn(6) ? kSizes[random.Below(8)] : kSizes[random.Below(4)];
+    operation.size =
+        random.OneIn(6) ? kSizes[random.Below(static_cast<int>(std::size(kSizes)))] : kSizes[random.Below(4)];
     operation.number = random.Below(250);
     operation.yes = random.OneIn(2);
     return ChoosesDraft(world, random, operation);

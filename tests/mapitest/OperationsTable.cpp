@@ -49,6 +49,9 @@ void PerformCloseTable(World &world, const Operation &operation)
 void Rearranged(World &world, OpenTable &open)
 {
     open.model.Rearrange();
+    for (const auto &[name, bookmark] : open.bookmarks)
+        Expect(open.object->SeekRow(bookmark, 0, nullptr), MAPI_E_INVALID_BOOKMARK,
+               "SeekRow from a bookmark of the former rows");
     open.bookmarks.clear();
     if (!open.sink)
         return;

@@ -351,60 +351,6 @@ TEST_F(CopyTest, AFolderIsCopiedWithItsMessagesAndFolders)
     EXPECT_CODE(CopyTo(from.get(), from.get(), {}, 0, IID_IMAPIFolder), MAPI_E_NO_ACCESS);
 }
 
-// Numbers are given by who attaches: two who have one message open give the same one.
-TEST_F(CopyTest, ANewAttachmentHasNothingOfOneThatSomebodyElseSavedMeanwhile)
-{
-    for (const bool mineIsAMessage : {false, true}) {
-        SCOPED_TRACE(mineIsAMessage ? "a message over a file" : "a file over a message");
-        const EntryIdBytes id = m_mailbox.Add({Narrow(PR_SUBJECT_A, "shared")});
-        auto mine = m_mailbox.Open(id), theirs = m_mailbox.Open(id);
-        for (const ComPtr<IMessage> &message : {mine, theirs}) {
-            if ((message.get() == mine.get()) != mineIsAMessage) {
-                EXPECT_EQ(Attach(message.get(), "a.wav", "recording"), 0u);
-                continue;
-            }
-            ComPtr<IAttach> attachment;
-            ULONG number = 1;
-            ASSERT_CODE(message->CreateAttach(nullptr, 0, &number, attachment.put()), S_OK);
-            EXPECT_EQ(number, 0u);
-            ASSERT_CODE(SetProps(attachment.get(), {Long(PR_ATTACH_METHOD, ATTACH_EMBEDDED_MSG)}), S_OK);
-            auto inner = EmbeddedIn(attachment.get(), MAPI_CREATE | MAPI_MODIFY);
-            ASSERT_CODE(SetProps(inner.get(), {Narrow(PR_SUBJECT_A, "within")}), S_OK);
-            ASSERT_CODE(inner->SaveChanges(0), S_OK);
-            ASSERT_CODE(attachment->SaveChanges(0), S_OK);
-        }
-        ASSERT_CODE(theirs->SaveChanges(0), S_OK);
-        const auto expectMine = [&](IMessage *message) {
-            auto attachment = AttachmentOf(message, 0);
-            EXPECT_EQ(TextOf(attachment.get(), PR_ATTACH_LONG_FILENAME_A), mineIsAMessage ? "(none)" : "a.wav");
-            ComPtr<IUnknown> data, inner;
-            EXPECT_CODE(attachment->OpenProperty(PR_ATTACH_DATA_BIN, &IID_IStream, 0, 0, data.put()),
-                        mineIsAMessage ? MAPI_E_NOT_FOUND : S_OK);
-            EXPECT_CODE(attachment->OpenProperty(PR_ATTACH_DATA_OBJ, &IID_IMessage, 0, 0, inner.put()),
-                        mineIsAMessage ? S_OK : MAPI_E_NOT_FOUND);
-        };
-        expectMine(mine.get());
-        auto copy = Empty();
-        ASSERT_CODE(CopyTo(mine.get(), copy.get()), S_OK);
-        expectMine(copy.get());
-        EXPECT_CODE(mine->SaveChanges(KEEP_OPEN_READWRITE), MAPI_E_OBJECT_CHANGED);
-        ASSERT_CODE(mine->SaveChanges(FORCE_SAVE), S_OK);
-        expectMine(m_mailbox.Open(id).get());
-    }
-}
-
-TEST_F(CopyTest, ANewAttachmentThatIsForgottenTakesNobodyElsesAlong)
-{
-    const EntryIdBytes id = m_mailbox.Add({Narrow(PR_SUBJECT_A, "shared")});
-    auto mine = m_mailbox.Open(id), theirs = m_mailbox.Open(id);
-    EXPECT_EQ(Attach(mine.get(), "mine.wav", "mine"), 0u);
-    EXPECT_EQ(Attach(theirs.get(), "theirs.wav", "theirs"), 0u);
-    ASSERT_CODE(theirs->SaveChanges(0), S_OK);
-    EXPECT_CODE(mine->DeleteAttach(0, 0, nullptr, 0), S_OK);
-    ASSERT_CODE(mine->SaveChanges(FORCE_SAVE), S_OK);
-    EXPECT_EQ(AttachmentsOf(m_mailbox.Open(id).get()), "theirs.wav=theirs");
-}
-
 TEST_F(CopyTest, WhatCanNotBeCopiedIsSaid)
 {
     auto source = Source();

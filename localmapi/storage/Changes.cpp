@@ -47,6 +47,16 @@ void MessageChanges::ForgetAttachment(std::int32_t number)
     std::erase_if(attachments, [&](const AttachmentChanges &one) { return one.number == number; });
 }
 
+void MessageChanges::Written() const noexcept
+{
+    for (const AttachmentChanges &one : attachments) {
+        if (one.isUnwritten)
+            *one.isUnwritten = false;
+        if (one.embedded)
+            one.embedded->Written();
+    }
+}
+
 std::uint64_t MessageChanges::AddedSize() const
 {
     std::uint64_t size = ByteSize(properties.set);

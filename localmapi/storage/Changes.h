@@ -2,6 +2,7 @@
 // Copies are cheap, since long values are shared.
 #pragma once
 #include "localmapi/storage/Value.h"
+#include <atomic>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -29,7 +30,11 @@ struct AttachmentChanges {
     bool remove = false;
     Changes properties;
     std::shared_ptr<const MessageChanges> embedded; // the message it holds: made when it has none yet, else changed
-    bool isWhole = false;                           // nothing of what has the number in the file stays
+    // Of a new one: whether it is still to be written. All copies of the draft know.
+    std::shared_ptr<std::atomic<bool>> isUnwritten = nullptr;
+
+    bool IsWhole() const { return isUnwritten && *isUnwritten; } // nothing of what has the number in the file stays
+    bool WasWritten() const { return isUnwritten && !*isUnwritten; }
 };
 
 struct MessageChanges {
@@ -43,6 +48,8 @@ struct MessageChanges {
     // In the place of what was to become of it before.
     void ReplaceAttachment(AttachmentChanges attachment);
     void ForgetAttachment(std::int32_t number);
+    // Once it is in the file: its new attachments, and those of messages in it, are no longer new.
+    void Written() const noexcept;
     // The bytes that it adds, about.
     std::uint64_t AddedSize() const;
 };

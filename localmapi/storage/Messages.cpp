@@ -137,11 +137,11 @@ ObjectId ChildOf(Writer &writer, ObjectId parent, ObjectKind kind, std::int32_t 
 void ApplyToAttachment(Writer &writer, ObjectId message, const AttachmentChanges &changes)
 {
     ObjectId id = ChildOf(writer, message, ObjectKind::Attachment, changes.number);
-    if (changes.remove || changes.isWhole)
+    if (changes.remove || changes.IsWhole())
         writer->Prepare("DELETE FROM object WHERE id = ?").Bind(id).Run();
     if (changes.remove)
         return;
-    if (!id || changes.isWhole)
+    if (!id || changes.IsWhole())
         return InsertAttachment(writer, message, changes);
     ApplyChanges(writer, id, ObjectKind::Attachment, changes.properties);
     if (changes.embedded) {

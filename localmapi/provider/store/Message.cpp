@@ -238,6 +238,7 @@ void Message::WriteDraft(bool force)
             Deleted();
         throw;
     }
+    m_draft.Written();
     m_draft = {};
     m_prefixGiven = false;
 }

@@ -166,7 +166,7 @@ bool IsRemoved(const storage::AttachmentChanges *draft)
 
 bool IsWhole(const storage::AttachmentChanges *draft)
 {
-    return draft && draft->isWhole;
+    return draft && draft->IsWhole();
 }
 
 } // namespace
@@ -192,7 +192,11 @@ void Message::TakeAttachment(storage::AttachmentChanges draft, bool isNew)
 {
     const locks::Hold hold(m_lock);
     RequireWrite();
-    draft.isWhole = isNew || IsWhole(m_draft.FindAttachment(draft.number));
+    const storage::AttachmentChanges *before = m_draft.FindAttachment(draft.number);
+    if (isNew)
+        draft.isUnwritten = std::make_shared<std::atomic<bool>>(true);
+    else
+        draft.isUnwritten = before ? before->isUnwritten : nullptr;
     m_draft.ReplaceAttachment(std::move(draft));
 }
 
@@ -206,7 +210,7 @@ std::vector<PropertyBag> Message::AttachmentRows()
         if (draft.remove)
             continue;
         PropertyBag &bag = rows[draft.number];
-        if (draft.isWhole)
+        if (draft.IsWhole())
             bag = {};
         draft.properties.ApplyTo(bag);
         const std::uint64_t size = storage::ByteSize(bag) + (draft.embedded ? draft.embedded->AddedSize() : 0);
@@ -313,8 +317,8 @@ STDMETHODIMP Message::DeleteAttach(ULONG ulAttachmentNum, ULONG, LPMAPIPROGRESS,
         const auto number = static_cast<std::int32_t>(ulAttachmentNum);
         const storage::AttachmentChanges *draft = m_draft.FindAttachment(number);
         const bool removed = IsRemoved(draft);
-        bool stored = false; // one that may not be somebody else's
-        if (!IsWhole(draft))
+        bool stored = draft && draft->WasWritten();
+        if (!stored && !IsWhole(draft)) // which may be somebody else's
             for (const storage::ObjectInfo &known : StoredAttachments())
                 stored |= known.number == number;
         const bool found = (draft && !removed) || (stored && !removed);

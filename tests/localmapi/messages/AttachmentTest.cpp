@@ -3,6 +3,7 @@
 #include "ExchangeMapi.h"
 #include "Mailbox.h"
 #include "localmapi/provider/table/QueryRows.h"
+#include "localmapi/storage/Database.h"
 
 #include <mapiguid.h>
 
@@ -149,6 +150,21 @@ TEST_F(AttachmentTest, ANewAttachmentThatStaysOpenIsTheSavedOneOnceItsMessageIsS
     auto saved = Open(m_mailbox.Open(id), 0);
     EXPECT_EQ(TextOf(saved.get(), PR_ATTACH_FILENAME_A), "a");
     EXPECT_EQ(TextOf(saved.get(), PR_DISPLAY_NAME_A), "more");
+}
+
+TEST_F(AttachmentTest, ARecordingOfWhichBytesChangedInTheFileIsNotHandedOut)
+{
+    auto message = m_mailbox.NewMessage();
+    AddFile(message, "a.wav", std::string(50000, 'w'));
+    const EntryIdBytes id = m_mailbox.Save(message);
+    {
+        storage::Writer writer(m_mailbox.GetSite().GetDatabase());
+        writer->Execute("UPDATE chunk SET data = zeroblob(length(data))");
+        writer.Commit();
+    }
+    ComPtr<IUnknown> stream;
+    EXPECT_CODE(Open(m_mailbox.Open(id), 0)->OpenProperty(PR_ATTACH_DATA_BIN, &IID_IStream, 0, 0, stream.put()),
+                MAPI_E_CORRUPT_DATA);
 }
 
 TEST_F(AttachmentTest, ADeletedAttachmentIsGoneAfterSaveChanges)

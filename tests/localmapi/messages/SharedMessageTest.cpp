@@ -66,6 +66,40 @@ TEST_F(SharedMessageTest, ANewAttachmentThatIsForgottenTakesNobodyElsesAlong)
     EXPECT_EQ(AttachmentsOf(m_mailbox.Open(id).get()), "theirs.wav=theirs");
 }
 
+// What one has made oneself is one's own once it is written, also in a message that stays open within another one.
+TEST_F(SharedMessageTest, AnAttachmentThatWasWrittenIsDeletedInAMessageWithinAnotherOne)
+{
+    for (const bool isFresh : {false, true}) {
+        SCOPED_TRACE(isFresh ? "new" : "opened");
+        auto outer = m_mailbox.NewMessage();
+        ComPtr<IAttach> holder;
+        ULONG number = 0;
+        ASSERT_CODE(outer->CreateAttach(nullptr, 0, &number, holder.put()), S_OK);
+        ASSERT_CODE(SetProps(holder.get(), {Long(PR_ATTACH_METHOD, ATTACH_EMBEDDED_MSG)}), S_OK);
+        auto inner = EmbeddedIn(holder.get(), MAPI_CREATE | MAPI_MODIFY);
+        const auto saveAll = [&] {
+            ASSERT_CODE(inner->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
+            ASSERT_CODE(holder->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
+            ASSERT_CODE(outer->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
+        };
+        saveAll();
+        const EntryIdBytes id = BytesOf(outer.get(), PR_ENTRYID);
+        if (!isFresh) {
+            outer = m_mailbox.Open(id);
+            holder = AttachmentOf(outer.get(), number, MAPI_MODIFY);
+            inner = EmbeddedIn(holder.get(), MAPI_MODIFY);
+        }
+        const ULONG own = Attach(inner.get(), "a.wav", "recording");
+        saveAll();
+        EXPECT_EQ(AttachmentsOf(inner.get()), "a.wav=recording");
+        ASSERT_CODE(inner->DeleteAttach(own, 0, nullptr, 0), S_OK);
+        EXPECT_CODE(inner->DeleteAttach(own, 0, nullptr, 0), MAPI_E_NOT_FOUND);
+        EXPECT_EQ(AttachmentsOf(inner.get()), "");
+        saveAll();
+        EXPECT_EQ(AttachmentsOf(EmbeddedIn(AttachmentOf(m_mailbox.Open(id).get(), number).get()).get()), "");
+    }
+}
+
 } // namespace
 
 } // namespace localmapi::test

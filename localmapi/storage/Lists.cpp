@@ -247,9 +247,12 @@ std::vector<bool> Objects::RemoveMessages(const std::vector<ObjectId> &messages)
 std::vector<bool> Objects::ChangeFlags(const std::vector<ObjectId> &messages, std::int32_t set, std::int32_t clear,
                                        ChangeNumber *known)
 {
-    return InPieces<bool>(m_site, messages, Room::IsMade, References::Checked, [&](Writer &writer, const auto &piece) {
-        bool follows = false;
-        std::vector<bool> there = ForEach<bool>(writer, piece, [&](const ObjectRow &row) {
+    bool follows = false;
+    ChangeNumber written = 0;
+    const auto change = [&](Writer &writer, const auto &piece) {
+        follows = false;
+        written = writer.Change();
+        return ForEach<bool>(writer, piece, [&](const ObjectRow &row) {
             FacetKey key = row.key;
             key.flags = ((key.flags | set) & ~clear & ~kFlagHasAttachments) | (key.flags & kFlagHasAttachments);
             if (key == row.key)
@@ -264,10 +267,11 @@ std::vector<bool> Objects::ChangeFlags(const std::vector<ObjectId> &messages, st
             follows = follows || (known && *known == row.info.change);
             return true;
         });
-        if (follows)
-            *known = writer.Change();
-        return there;
-    });
+    };
+    std::vector<bool> there = InPieces<bool>(m_site, messages, Room::IsMade, References::Checked, change);
+    if (follows)
+        *known = written;
+    return there;
 }
 
 bool Objects::RemoveAllMessages(ObjectId folder)

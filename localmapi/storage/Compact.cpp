@@ -87,7 +87,7 @@ Compacted Compact(const Site &site, std::optional<std::chrono::seconds> longest,
     const std::int64_t used = page * (pages - connection.Integer("PRAGMA freelist_count"));
     Compacted result;
     result.before = page * pages;
-    if (const auto room = RoomBeside(site.Path()); room && *room < static_cast<std::uint64_t>(used))
+    if (const auto room = Reserve::RoomFor(site.Path()); room && *room < static_cast<std::uint64_t>(used))
         throw Error(Fault::Full, "To compact '" + site.Path() + "' takes " + Megabytes(used) +
                                      " of room beside it; there are " + Megabytes(static_cast<std::int64_t>(*room)) +
                                      ".");

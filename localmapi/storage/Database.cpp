@@ -32,13 +32,22 @@ bool HasShortLog(const std::string &path)
     return std::filesystem::file_size(PathOf(path + "-wal"), none) <= kShort;
 }
 
-// Every connection of a site is set up alike.
+// Every connection of a site is set up alike. What is deleted is not overwritten: on a full disk there would be no room
+// to.
 void PrepareForUse(Connection &connection)
 {
     connection.Execute("PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON; PRAGMA cell_size_check = ON;"
-                       "PRAGMA temp_store = MEMORY; PRAGMA wal_autocheckpoint = 4000;");
+                       "PRAGMA temp_store = MEMORY; PRAGMA secure_delete = OFF;");
+    connection.KeepLog();
     connection.ShareMemory();
     RegisterFunctions(connection.Handle());
+}
+
+std::string WithoutLinks(const std::string &path)
+{
+    std::error_code none;
+    const auto found = std::filesystem::canonical(PathOf(path), none);
+    return none ? path : Utf8Of(found);
 }
 
 Error TooNew(const std::string &path, std::int64_t version)
@@ -52,7 +61,7 @@ Error TooNew(const std::string &path, std::int64_t version)
 
 // Absolute: the host may change its folder.
 Database::Database(const std::string &path, const OpenOptions &options)
-    : m_path(Utf8Of(std::filesystem::absolute(PathOf(path)))), m_options(options), m_reserve(m_path)
+    : m_path(Utf8Of(std::filesystem::absolute(PathOf(path)))), m_options(options), m_reserve(WithoutLinks(m_path))
 {
 }
 
@@ -92,7 +101,17 @@ std::shared_ptr<Database> Database::Open(const std::string &path, const OpenOpti
     std::shared_ptr<Database> database(new Database(path, options));
     database->m_identity = FileIdentity::At(database->m_path);
     RequireOrdinaryFile(path);
-    EvenOnAFullDisk(*database, [&] { database->Admit(); });
+    // What is set aside does not make room for a copy of the whole.
+    std::optional<NoRoomForCopy> refused;
+    EvenOnAFullDisk(*database, [&] {
+        try {
+            database->Admit();
+        } catch (const NoRoomForCopy &error) {
+            refused = error;
+        }
+    });
+    if (refused)
+        throw NoRoomForCopy(*refused);
     if (!options.readOnly) {
         database->m_reserve.FillUp();
         ShareRights(database->m_path);
@@ -236,7 +255,8 @@ void Database::GiveBack(std::unique_ptr<Connection> connection) noexcept
 // The last one to close a file writes its log back and deletes it, by name. That name may be another file's by now.
 void Database::Close(std::unique_ptr<Connection> connection) const noexcept
 {
-    if (!IsInPlace() || (m_options.leavesShortLog && HasShortLog(m_path)))
+    const bool leavesIt = m_options.leavesShortLog && !m_isLow && HasShortLog(m_path);
+    if (!IsInPlace() || leavesIt || !HasRoomToWriteBack(*connection))
         connection->LeaveLog();
 }
 

@@ -33,9 +33,16 @@ class Database
     WriteQueue &Writers() { return m_writers; }
     // TooNew: another program may have brought the file to a newer version since it was opened.
     void RequireKnownVersion(Connection &connection) const;
-    // For what is to be tried again after the disk was full so many times: the log is written back, so that its room is
-    // used again, and then the reserve is given up, little of it first. False: there is nothing more to be had.
-    bool MakeRoom(int times) noexcept;
+    // How often room was made, when what is tried now began, and how often it was for this.
+    struct Tried {
+        std::uint64_t made = 0;
+        int times = 0;
+    };
+    Tried Try() const noexcept { return {m_roomMade, 0}; }
+    // For what is to be tried again after the disk was full: the log is written back, so that its room is used again,
+    // and then the reserve is given up, little of it first; one thread does it for all that wait. False: there is
+    // nothing more to be had.
+    bool MakeRoom(Tried &tried) noexcept;
     // Full: the file could not take so many bytes and all that the log has for it, and the log them before that, or
     // only with what is set aside.
     void RequireRoomToGrow(Connection &connection, std::uint64_t bytes);
@@ -60,9 +67,11 @@ class Database
     void Close(std::unique_ptr<Connection> connection) const noexcept;
     void Admit();
     void UseLog(Connection &connection) const;
+    bool MakeRoomOnce(int times) noexcept REQUIRES(m_roomLock);
     bool WriteLogBack() noexcept;
     std::uint64_t LogBeyondFile() noexcept;
     void AfterFullDisk(Connection &connection) noexcept;
+    bool HasRoomToWriteBack(Connection &connection) const noexcept;
     bool WriteBack(Connection &connection) const noexcept;
     void AfterCommit(Connection &connection) noexcept;
 
@@ -74,19 +83,21 @@ class Database
     std::vector<std::unique_ptr<Connection>> m_idle GUARDED_BY(m_lock);
     CountCache m_counts;
     WriteQueue m_writers; // of this process; SQLite sees to the others
-    Reserve m_reserve;
+    Reserve m_reserve;    // beside the file itself, as its log is
+    locks::Mutex m_roomLock;
+    std::atomic<std::uint64_t> m_roomMade{0};
     std::atomic<bool> m_isLow{false}; // the disk has no room for all of the reserve, as far as this process knows
-    std::atomic<std::int64_t> m_fillUpNext{0};
+    std::atomic<std::int64_t> m_lookNext{0}, m_fillUpNext{0};
 };
 
 // What frees room, and what a logon writes, is done on a full disk too.
 template <class Work> auto EvenOnAFullDisk(Database &database, Work work)
 {
-    for (int times = 0;; ++times)
+    for (Database::Tried tried = database.Try();;)
         try {
             return work();
         } catch (const Error &error) {
-            if (error.GetFault() != Fault::Full || !database.MakeRoom(times))
+            if (error.GetFault() != Fault::Full || !database.MakeRoom(tried))
                 throw;
         }
 }

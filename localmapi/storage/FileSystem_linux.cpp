@@ -115,8 +115,11 @@ bool AllocateFile(const std::string &path, const std::string &like, std::uint64_
     // Beyond its limit a process gets a signal.
     if (stat(like.c_str(), &model) != 0 || getrlimit(RLIMIT_FSIZE, &longest) != 0 || longest.rlim_cur < size)
         return false;
-    const bool isNew = !FileSize(path);
-    const OwnFile file(path, O_RDWR | O_CREAT);
+    std::optional<OwnFile> opened(std::in_place, path, O_RDWR | O_CREAT | O_EXCL);
+    const bool isNew = opened->IsOpen();
+    if (!isNew)
+        opened.emplace(path, O_RDWR);
+    const OwnFile &file = *opened;
     if (!file.IsOpen())
         return false;
     file.ShareAs(model);

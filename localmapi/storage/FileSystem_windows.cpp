@@ -80,8 +80,17 @@ class OpenedFile
 
 bool AllocateFile(const std::string &path, const std::string &, std::uint64_t size)
 {
-    const OpenedFile file(path, OPEN_ALWAYS);
-    return file.IsOpen() && (file.Size() >= size || file.Resize(size));
+    {
+        const OpenedFile made(path, CREATE_NEW);
+        if (made.IsOpen() && made.Resize(size))
+            return true;
+        if (!made.IsOpen()) {
+            const OpenedFile file(path, OPEN_EXISTING);
+            return file.IsOpen() && (file.Size() >= size || file.Resize(size));
+        }
+    }
+    DeleteFileW(PathOf(path).c_str());
+    return false;
 }
 
 bool ShrinkFile(const std::string &path, std::uint64_t size)

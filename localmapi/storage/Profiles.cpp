@@ -55,13 +55,17 @@ void RemoveSections(Writer &writer, std::int64_t profile, const std::optional<Gu
         writer->Prepare("DELETE FROM object WHERE id = ?").Bind(object).Run();
 }
 
-template <class Work> void Write(const Site &site, Work work)
+template <class Work> void Write(const Site &site, Work work, Room room = Room::IsMade)
 {
-    EvenOnAFullDisk(site.GetDatabase(), [&] {
-        Writer writer(site.GetDatabase(), Share::WithOthers, References::Checked, Room::IsMade);
+    const auto write = [&] {
+        Writer writer(site.GetDatabase(), Share::WithOthers, References::Checked, room);
         work(writer);
         writer.Commit();
-    });
+    };
+    if (room == Room::IsMade)
+        EvenOnAFullDisk(site.GetDatabase(), write);
+    else
+        write();
 }
 
 } // namespace
@@ -167,7 +171,9 @@ PropertyBag Profiles::Section(const std::string &profile, const Guid &uid) const
 void Profiles::ChangeSection(const std::string &profile, const Guid &uid, const PropertyBag &set,
                              const std::vector<Tag> &remove)
 {
-    Write(m_site, [&](Writer &writer) {
+    // What is set aside for logons is not for data.
+    constexpr std::uint64_t kMostForLogon = 64 << 10;
+    const auto change = [&](Writer &writer) {
         std::int64_t id = GetProfile(*writer, profile);
         ObjectId object = FindSection(*writer, id, uid);
         if (!object) {
@@ -175,7 +181,8 @@ void Profiles::ChangeSection(const std::string &profile, const Guid &uid, const 
             writer->Prepare("INSERT INTO section (profile, uid, object) VALUES (?, ?, ?)").Bind(id, uid, object).Run();
         }
         ApplyChanges(writer, object, ObjectKind::ProfileSection, {set, remove});
-    });
+    };
+    Write(m_site, change, ByteSize(set) > kMostForLogon ? Room::IsNeeded : Room::IsMade);
 }
 
 } // namespace localmapi::storage

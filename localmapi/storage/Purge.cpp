@@ -15,7 +15,7 @@ namespace
 {
 
 constexpr std::size_t kMostAPiece = 2000;
-// Waiting writers look every 100 ms: the lock is free for as long as that between two pieces.
+// Other programs' waiting writers look every 100 ms: the lock is free for as long as that between two pieces.
 constexpr std::chrono::milliseconds kLongestPiece{200}, kBetweenPieces{100};
 
 constexpr std::int32_t kFlagUnsent = 0x08;

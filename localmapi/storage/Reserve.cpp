@@ -13,17 +13,17 @@ namespace
 
 std::atomic<Reserve::AskedForRoom> g_asked{nullptr};
 
-std::optional<std::uint64_t> RoomFor(const std::string &site) noexcept
+} // namespace
+
+std::optional<std::uint64_t> Reserve::RoomFor(const std::string &site) noexcept
 {
-    const Reserve::AskedForRoom asked = g_asked;
+    const AskedForRoom asked = g_asked;
     try {
         return asked ? asked(site) : RoomBeside(site);
     } catch (const std::exception &) {
         return {};
     }
 }
-
-} // namespace
 
 void Reserve::Ask(AskedForRoom asked) noexcept
 {
@@ -33,12 +33,18 @@ void Reserve::Ask(AskedForRoom asked) noexcept
 bool Reserve::IsShort() const noexcept
 {
     const std::uint64_t lacking = Lacking();
-    return lacking > 0 && RoomFor(m_site).value_or(0) < lacking + kSize;
+    return lacking > 0 && !IsRoomFor(lacking + kSize);
+}
+
+bool Reserve::IsLacking() const noexcept
+{
+    return Size().value_or(kSize) < kSize;
 }
 
 bool Reserve::LeavesRoomFor(std::uint64_t bytes) const noexcept
 {
-    return IsRoomFor(bytes + (Size() ? Lacking() : 0));
+    const std::uint64_t size = Size().value_or(kSize);
+    return IsRoomFor(bytes + (size < kSize ? kSize - size : 0));
 }
 
 bool Reserve::IsRoomFor(std::uint64_t bytes) const noexcept
@@ -51,7 +57,7 @@ bool Reserve::GiveUp(std::uint64_t bytes) noexcept
 {
     const std::uint64_t size = Size().value_or(0);
     try {
-        return size > 0 && ShrinkFile(m_path, size - std::min(size, bytes));
+        return size > 0 && (ShrinkFile(m_path, size - std::min(size, bytes)) || Size().value_or(0) < size);
     } catch (const std::bad_alloc &) {
         return false;
     }

@@ -19,17 +19,23 @@ class Reserve
 
     // Whether it is not whole because the disk has no room for it.
     bool IsShort() const noexcept;
+    // Whether some of it was given up.
+    bool IsLacking() const noexcept;
     // Whether the disk has so many bytes for others than those whom it is set aside for, as far as the system tells.
     bool LeavesRoomFor(std::uint64_t bytes) const noexcept;
     // Whether it has so many bytes at all.
     bool IsRoomFor(std::uint64_t bytes) const noexcept;
-    // So many bytes of it, or what there is, are free for whoever writes next. False: there is nothing.
+    // So many bytes of it, or what there is, are free for whoever writes next; somebody else may have seen to it.
+    // False: there is nothing.
     bool GiveUp(std::uint64_t bytes) noexcept;
-    // Fills it up where the disk has room for it and for as much again, which is left to those who write.
+    // Fills it up where the disk has room for it and for as much again, which is left to those who write; or does not
+    // tell.
     void FillUp() noexcept;
 
-    // Whom to ask for the room beside a file instead of the system; for tests. Null: the system.
-    using AskedForRoom = std::uint64_t (*)(const std::string &path);
+    // Whom to ask for the room beside a file instead of the system; for tests. Null: the system. Nothing: it does not
+    // tell.
+    using AskedForRoom = std::optional<std::uint64_t> (*)(const std::string &path);
+    static std::optional<std::uint64_t> RoomFor(const std::string &site) noexcept;
     static void Ask(AskedForRoom asked) noexcept;
 
   private:

@@ -236,17 +236,6 @@ void Connection::ShareMemory()
     Execute("PRAGMA cache_size = -" + std::to_string(m_cache->KiB()));
 }
 
-std::uint64_t Connection::LogBeyondFile()
-{
-    sqlite3_file *file = nullptr;
-    sqlite3_int64 size = 0;
-    if (sqlite3_file_control(m_handle, "main", SQLITE_FCNTL_FILE_POINTER, &file) != SQLITE_OK || !file->pMethods ||
-        file->pMethods->xFileSize(file, &size) != SQLITE_OK)
-        return 0;
-    const std::int64_t length = Integer("PRAGMA page_count") * Integer("PRAGMA page_size");
-    return length > size ? static_cast<std::uint64_t>(length - size) : 0;
-}
-
 bool Connection::HasMoved() const
 {
     int moved = 0;
@@ -263,11 +252,6 @@ bool Connection::ReadFile(std::int64_t at, void *bytes, std::size_t size) const
     if (result != SQLITE_OK && result != SQLITE_IOERR_SHORT_READ)
         Fail(result);
     return result == SQLITE_OK;
-}
-
-void Connection::LeaveLog() const noexcept
-{
-    sqlite3_db_config(m_handle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
 }
 
 void Connection::CheckReferences(bool check) const noexcept
@@ -290,6 +274,8 @@ void Connection::Fail(int result) const
     }
     if (isMemory)
         throw std::bad_alloc();
+    if (fault == Fault::Full)
+        m_metFullDisk = true;
     std::string text = m_path.empty() ? "A temporary file" : "'" + m_path + "'";
     text +=
         std::string(" (") + FaultName(fault) + "): " + (isLast ? sqlite3_errmsg(m_handle) : sqlite3_errstr(extended));

@@ -9,6 +9,7 @@
 #include <sqlite3.h>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 
 namespace localmapi::storage
 {
@@ -115,8 +116,13 @@ class Connection
     void ShareMemory();
     // Whether the path that it was opened by names another file by now, or none. False where the system sees to it.
     bool HasMoved() const;
+    // SQLite writes its log back by itself no more.
+    void KeepLog() noexcept;
+    int LogPages() const { return m_logPages; } // at its last commit, where it keeps its log
     // How many bytes the file would be longer if all that its log has were in it.
     std::uint64_t LogBeyondFile();
+    // Gives back the room of a log longer than this, where all of it is in the file and nobody reads from it.
+    void ShortenLog(std::uint64_t longest) noexcept;
     // Bytes of the file as it lies there, without its log, past SQLite's own view of it. False where there are fewer;
     // what is lacking is zero. By SQLite's descriptor: another one that is closed would take its locks along.
     bool ReadFile(std::int64_t at, void *bytes, std::size_t size) const;
@@ -130,6 +136,9 @@ class Connection
     // SQLite ends a transaction by itself on some errors: throws the one that did, where none is open any more.
     void RequireTransaction() const;
     [[noreturn]] void Fail(int result) const; // throws what SQLite says of the last call
+    // Whether the disk was full for it since this was asked last.
+    bool TakeFullDisk() noexcept { return std::exchange(m_metFullDisk, false); }
+    void MetFullDisk() noexcept { m_metFullDisk = true; }
 
   private:
     friend class Statement;
@@ -152,6 +161,8 @@ class Connection
     // What ended the last transaction that SQLite ended.
     mutable int m_endedBy = SQLITE_OK;
     mutable Fault m_endedByFault = Fault::Failed;
+    mutable bool m_metFullDisk = false;
+    int m_logPages = 0;
 };
 
 // A transaction: rolled back when it goes, unless it was committed.

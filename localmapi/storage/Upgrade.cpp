@@ -44,9 +44,9 @@ class OldCopy
         } catch (const Error &error) {
             if (error.GetFault() != Fault::Full)
                 throw;
-            throw Error(Fault::Full, "There is no room for a copy of '" + path +
-                                         "', which is kept when a file of an older version is brought to this one: " +
-                                         error.what() + " 'localmapi upgrade --no-copy' keeps none.");
+            throw NoRoomForCopy("There is no room for a copy of '" + path +
+                                "', which is kept when a file of an older version is brought to this one: " +
+                                error.what() + " 'localmapi upgrade --no-copy' keeps none.");
         }
     }
 

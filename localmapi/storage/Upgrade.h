@@ -6,7 +6,14 @@
 namespace localmapi::storage
 {
 
-// Nothing where the file is of this version. Full where there is no room for the copy: then it is as it was.
+// The file is as it was.
+class NoRoomForCopy : public Error
+{
+  public:
+    explicit NoRoomForCopy(const std::string &text) : Error(Fault::Full, text) {}
+};
+
+// Nothing where the file is of this version. NoRoomForCopy where there is no room for the copy.
 std::optional<Site::Former> Upgrade(Connection &connection, const std::string &path, const OpenOptions &options);
 
 } // namespace localmapi::storage

@@ -209,10 +209,7 @@ void WriteTurn::Leave() noexcept
 {
     Group &group = *m_group;
     if (group.members == 0) {
-        const bool isFull = group.connection && (sqlite3_errcode(group.connection->Handle()) & 0xFF) == SQLITE_FULL;
-        group.transaction.reset();
-        if (isFull)
-            m_database.AfterFullDisk(*group.connection);
+        End();
         Tell();
         return;
     }
@@ -224,7 +221,7 @@ void WriteTurn::Leave() noexcept
         }
     } catch (...) {
         group.Failed();
-        group.transaction.reset();
+        End();
         Tell();
         return;
     }
@@ -254,10 +251,16 @@ void WriteTurn::Conclude() noexcept
     } catch (...) {
         m_group->Failed();
     }
-    m_group->transaction.reset();
-    if (m_group->fault == Fault::Full)
-        m_database.AfterFullDisk(*m_group->connection);
+    End();
     Tell();
+}
+
+// Of the group's transaction, committed or not.
+void WriteTurn::End() noexcept
+{
+    m_group->transaction.reset();
+    if (m_group->connection && m_group->connection->TakeFullDisk()) // for it, or for one of its members
+        m_database.AfterFullDisk(*m_group->connection);
 }
 
 void WriteTurn::CommitAll()

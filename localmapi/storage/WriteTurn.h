@@ -83,6 +83,7 @@ class WriteTurn
     bool HandOn() noexcept;
     void Conclude() noexcept;
     void CommitAll();
+    void End() noexcept;
     void Tell() noexcept;
 
     Database &m_database;

@@ -110,6 +110,11 @@ int ShmMap(sqlite3_file *file, int page, int size, int extend, void volatile **i
 
 } // namespace
 
+void AskDiskVfsForRoom()
+{
+    Reserve::Ask([](const std::string &) -> std::optional<std::uint64_t> { return RoomLeft(); });
+}
+
 void InstallDiskVfs()
 {
     static const sqlite3_io_methods kMethods = [] {
@@ -123,7 +128,7 @@ void InstallDiskVfs()
         return methods;
     }();
     InstallLayer({"disk", &kMethods});
-    Reserve::Ask([](const std::string &) { return RoomLeft(); });
+    AskDiskVfsForRoom();
 }
 
 void SetDiskRoom(const std::string &folder, std::optional<std::uint64_t> bytes)

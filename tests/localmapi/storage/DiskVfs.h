@@ -10,6 +10,7 @@ namespace localmapi::storage
 // Makes it the file access of every connection opened from now on in this process, and what a site's reserve asks for
 // the room there is; call once, before the first one.
 void InstallDiskVfs();
+void AskDiskVfsForRoom(); // as from then on, where a test had another one asked
 
 // So many bytes more than now may be in the files of a folder. Nothing: as many as there is room for.
 void SetDiskRoom(const std::string &folder, std::optional<std::uint64_t> bytes);

@@ -75,12 +75,23 @@ TEST_F(ReplacedTest, AFileThatALinkNamesNeedsNoMoreRoomThanItself)
     const std::string link = File("link.db");
     std::filesystem::create_symlink("site.db", link);
     const Site linked = Site::Open(link);
-    Reserve::Ask([](const std::string &) { return std::uint64_t{1} << 20; });
+    Reserve::Ask([](const std::string &) { return std::optional(std::uint64_t{1} << 20); });
     EXPECT_EQ(FaultOf([&] {
                   Objects(linked).CreateMessage(m_box.inbox, MakeMessage("m", {{kBody, std::string(100000, 'b')}}));
               }),
               std::nullopt);
     Reserve::Ask(nullptr);
+}
+
+TEST_F(ReplacedTest, WhatIsSetAsideLiesBesideTheFileAndNotBesideALink)
+{
+    m_site = Site::Create(File("other.db"), "OTHER", "Norvik");
+    fs::remove(File("site.db-reserve"));
+    fs::create_directory(File("elsewhere"));
+    fs::create_symlink("../site.db", File("elsewhere/link.db"));
+    Site::Open(File("elsewhere/link.db"));
+    EXPECT_TRUE(fs::exists(File("site.db-reserve")));
+    EXPECT_FALSE(fs::exists(File("elsewhere/link.db-reserve")));
 }
 
 TEST_F(ReplacedTest, ALinkThatNamesAnotherFileIsNoticed)

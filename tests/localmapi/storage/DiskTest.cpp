@@ -56,8 +56,11 @@ TEST_F(Disks, EveryCallThatFailsOfAnyStepIsADiskErrorAndUndoesIt)
         for (const DeviceFault fault : {DeviceFault::Write, DeviceFault::Sync, DeviceFault::Read, DeviceFault::Quota}) {
             SCOPED_TRACE(std::to_string(static_cast<int>(fault)) + (lasts ? " for good" : " once"));
             const Folder folder;
+            // Most calls are writes: each third is taken, others for good than once.
+            const bool writes = fault == DeviceFault::Write || fault == DeviceFault::Quota;
             const SweepResult result =
-                SweepSteps(folder, {1, 0, FaultName(fault == DeviceFault::Quota ? Fault::Full : Fault::Disk),
+                SweepSteps(folder, {writes ? 3u : 1u, lasts ? 1u : 0u,
+                                    FaultName(fault == DeviceFault::Quota ? Fault::Full : Fault::Disk),
                                     [&](std::size_t n, const std::function<void()> &step) {
                                         struct Failing {
                                             ~Failing() { SetDeviceFault(DeviceFault::None); }

@@ -20,9 +20,10 @@ constexpr int kDevice = EIO, kQuota = EDQUOT;
 constexpr int kDevice = 1117, kQuota = 1295; // Windows' ERROR_IO_DEVICE, ERROR_DISK_QUOTA_EXCEEDED
 #endif
 
-std::mutex g_lock; // of the two below
+std::mutex g_lock; // of the three below
 std::string g_folder;
 std::optional<std::uint64_t> g_capacity;
+std::uint64_t g_left = 0; // at least, when the files were last counted, less what was taken since
 std::atomic<DeviceFault> g_fault{DeviceFault::None};
 std::atomic<int> g_turn{0}, g_calls{0};
 std::atomic<bool> g_lasts{true};
@@ -37,13 +38,32 @@ std::uint64_t UsedIn(const std::string &folder)
     return used;
 }
 
+std::uint64_t Count()
+{
+    const std::uint64_t used = UsedIn(g_folder);
+    return used < *g_capacity ? *g_capacity - used : 0;
+}
+
+// Whoever asks may take it for a file of their own.
 std::uint64_t RoomLeft()
 {
     const std::lock_guard lock(g_lock);
+    g_left = 0;
+    return g_capacity ? Count() : UINT64_MAX;
+}
+
+// For a file that gets longer.
+bool TakeRoom(std::uint64_t bytes)
+{
+    const std::lock_guard lock(g_lock);
     if (!g_capacity)
-        return UINT64_MAX;
-    const std::uint64_t used = UsedIn(g_folder);
-    return used < *g_capacity ? *g_capacity - used : 0;
+        return true;
+    if (g_left < bytes)
+        g_left = Count();
+    if (g_left < bytes)
+        return false;
+    g_left -= bytes;
+    return true;
 }
 
 // Whether a call of this kind fails now.
@@ -72,7 +92,7 @@ int Write(sqlite3_file *file, const void *bytes, int size, sqlite3_int64 at)
         return SQLITE_IOERR_WRITE;
     sqlite3_int64 now = 0;
     Forward<&sqlite3_io_methods::xFileSize>(file, &now);
-    if (Layered(file)->name && at + size > now && static_cast<std::uint64_t>(at + size - now) > RoomLeft())
+    if (Layered(file)->name && at + size > now && !TakeRoom(static_cast<std::uint64_t>(at + size - now)))
         return SQLITE_FULL;
     return Forward<&sqlite3_io_methods::xWrite>(file, bytes, size, at);
 }
@@ -103,7 +123,7 @@ int ShmMap(sqlite3_file *file, int page, int size, int extend, void volatile **i
     const auto there = std::filesystem::file_size(PathOf(std::string(Layered(file)->name) + "-shm"), none);
     const std::uint64_t now = none ? 0 : there;
     const std::uint64_t wanted = (static_cast<std::uint64_t>(page) + 1) * static_cast<std::uint64_t>(size);
-    if (extend && wanted > now && wanted - now > RoomLeft())
+    if (extend && wanted > now && !TakeRoom(wanted - now))
         return SQLITE_IOERR_SHMSIZE;
     return Forward<&sqlite3_io_methods::xShmMap>(file, page, size, extend, into);
 }
@@ -135,6 +155,7 @@ void SetDiskRoom(const std::string &folder, std::optional<std::uint64_t> bytes)
 {
     const std::lock_guard lock(g_lock);
     g_folder = folder;
+    g_left = 0;
     g_capacity = bytes ? std::optional(UsedIn(folder) + *bytes) : std::nullopt;
 }
 

@@ -25,20 +25,27 @@ namespace
 constexpr std::size_t kIdleConnections = 16;
 
 // One that is read in a few milliseconds by who opens the site next.
-bool HasShortLog(const std::string &path)
+bool HasShortLog(const Connection &connection)
 {
-    constexpr std::uintmax_t kShort = 2 << 20;
-    std::error_code none;
-    return std::filesystem::file_size(PathOf(path + "-wal"), none) <= kShort;
+    constexpr std::uint64_t kShort = 2 << 20;
+    const std::optional<std::uint64_t> size = connection.LogSize();
+    return size && *size <= kShort;
 }
 
-// Every connection of a site is set up alike. What is deleted is not overwritten: on a full disk there would be no room
-// to.
+// What is deleted is not overwritten: on a full disk there would be no room to. Nor is the log written back there
+// unless there is room for all of it.
+void MindRoom(Connection &connection)
+{
+    connection.Execute("PRAGMA secure_delete = OFF");
+    connection.KeepLog();
+}
+
+// Every connection of a site is set up alike.
 void PrepareForUse(Connection &connection)
 {
     connection.Execute("PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON; PRAGMA cell_size_check = ON;"
-                       "PRAGMA temp_store = MEMORY; PRAGMA secure_delete = OFF;");
-    connection.KeepLog();
+                       "PRAGMA temp_store = MEMORY");
+    MindRoom(connection);
     connection.ShareMemory();
     RegisterFunctions(connection.Handle());
 }
@@ -61,7 +68,8 @@ Error TooNew(const std::string &path, std::int64_t version)
 
 // Absolute: the host may change its folder.
 Database::Database(const std::string &path, const OpenOptions &options)
-    : m_path(Utf8Of(std::filesystem::absolute(PathOf(path)))), m_options(options), m_reserve(WithoutLinks(m_path))
+    : m_path(Utf8Of(std::filesystem::absolute(PathOf(path)))), m_file(WithoutLinks(m_path)), m_options(options),
+      m_reserve(m_file)
 {
 }
 
@@ -113,8 +121,8 @@ std::shared_ptr<Database> Database::Open(const std::string &path, const OpenOpti
     if (refused)
         throw NoRoomForCopy(*refused);
     if (!options.readOnly) {
-        database->m_reserve.FillUp();
         ShareRights(database->m_path);
+        database->FillReserveUp();
     }
     database->m_isLow = database->m_reserve.IsShort();
     return database;
@@ -185,6 +193,17 @@ void Database::UseLog(Connection &connection) const
         }
 }
 
+void Database::BringUpToDate(std::unique_ptr<Connection> &connection)
+{
+    MindRoom(*connection);
+    try {
+        m_former = Upgrade(*connection, m_path, m_options, [&] { WriteBack(*connection); });
+    } catch (...) {
+        Close(std::move(connection));
+        throw;
+    }
+}
+
 // Looks before it touches anything: a file of another application stays as it is.
 void Database::Admit()
 {
@@ -195,7 +214,7 @@ void Database::Admit()
     const std::int64_t version = RequireSite(*connection, m_path);
     if (!m_options.readOnly) {
         UseLog(*connection);
-        m_former = Upgrade(*connection, m_path, m_options);
+        BringUpToDate(connection);
     } else if (version < kSchemaVersion) {
         throw Error(Fault::NoAccess, "'" + m_path + "' is of an older version and has to be opened for writing once.");
     }
@@ -255,7 +274,7 @@ void Database::GiveBack(std::unique_ptr<Connection> connection) noexcept
 // The last one to close a file writes its log back and deletes it, by name. That name may be another file's by now.
 void Database::Close(std::unique_ptr<Connection> connection) const noexcept
 {
-    const bool leavesIt = m_options.leavesShortLog && !m_isLow && HasShortLog(m_path);
+    const bool leavesIt = m_options.leavesShortLog && !m_isLow && HasShortLog(*connection);
     if (!IsInPlace() || leavesIt || !HasRoomToWriteBack(*connection))
         connection->LeaveLog();
 }

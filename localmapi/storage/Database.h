@@ -33,21 +33,23 @@ class Database
     WriteQueue &Writers() { return m_writers; }
     // TooNew: another program may have brought the file to a newer version since it was opened.
     void RequireKnownVersion(Connection &connection) const;
-    // How often room was made, when what is tried now began, and how often it was for this.
+    // How often room was made, when what is tried now began, how often it was for this, and how often others made it.
     struct Tried {
         std::uint64_t made = 0;
         int times = 0;
+        int byOthers = 0;
     };
-    Tried Try() const noexcept { return {m_roomMade, 0}; }
+    Tried Try() const noexcept { return {m_roomMade}; }
     // For what is to be tried again after the disk was full: the log is written back, so that its room is used again,
     // and then the reserve is given up, little of it first; one thread does it for all that wait. False: there is
-    // nothing more to be had.
+    // nothing more to be had, or it never is enough.
     bool MakeRoom(Tried &tried) noexcept;
     // Full: the file could not take so many bytes and all that the log has for it, and the log them before that, or
     // only with what is set aside.
     void RequireRoomToGrow(Connection &connection, std::uint64_t bytes);
     // Whether the path still names the file that was opened.
     bool IsInPlace() const noexcept { return FileIdentity::At(m_path) == m_identity; }
+    const Reserve &GetReserve() const { return m_reserve; }
 
     ~Database();
     Database(const Database &) = delete;
@@ -66,16 +68,17 @@ class Database
     void GiveBack(std::unique_ptr<Connection> connection) noexcept;
     void Close(std::unique_ptr<Connection> connection) const noexcept;
     void Admit();
+    void BringUpToDate(std::unique_ptr<Connection> &connection);
     void UseLog(Connection &connection) const;
     bool MakeRoomOnce(int times) noexcept REQUIRES(m_roomLock);
-    bool WriteLogBack() noexcept;
-    std::uint64_t LogBeyondFile() noexcept;
+    std::unique_ptr<Connection> TakeToMakeRoom() noexcept;
+    void FillReserveUp() noexcept;
     void AfterFullDisk(Connection &connection) noexcept;
     bool HasRoomToWriteBack(Connection &connection) const noexcept;
-    bool WriteBack(Connection &connection) const noexcept;
+    std::optional<int> WriteBack(Connection &connection) const noexcept;
     void AfterCommit(Connection &connection) noexcept;
 
-    std::string m_path;
+    std::string m_path, m_file; // as it was named, and without links
     OpenOptions m_options;
     std::optional<Site::Former> m_former;
     std::optional<FileIdentity> m_identity;
@@ -83,7 +86,7 @@ class Database
     std::vector<std::unique_ptr<Connection>> m_idle GUARDED_BY(m_lock);
     CountCache m_counts;
     WriteQueue m_writers; // of this process; SQLite sees to the others
-    Reserve m_reserve;    // beside the file itself, as its log is
+    Reserve m_reserve;
     locks::Mutex m_roomLock;
     std::atomic<std::uint64_t> m_roomMade{0};
     std::atomic<bool> m_isLow{false}; // the disk has no room for all of the reserve, as far as this process knows

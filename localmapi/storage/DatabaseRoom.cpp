@@ -1,6 +1,7 @@
 // What a site does where the disk is full or nearly so: who may write, when the log is written back, and what is taken
 // from the reserve.
 #include "localmapi/storage/Database.h"
+#include "localmapi/storage/Rights.h"
 #include "localmapi/storage/Time.h"
 #include <sqlite3.h>
 
@@ -9,8 +10,11 @@ namespace localmapi::storage
 
 bool Database::MakeRoom(Tried &tried) noexcept
 {
+    constexpr int kMostByOthers = 8; // what they do takes room again
     const locks::Hold lock(m_roomLock);
-    if (tried.made == m_roomMade) {
+    if (tried.made != m_roomMade && tried.byOthers < kMostByOthers) {
+        ++tried.byOthers;
+    } else {
         if (!MakeRoomOnce(tried.times++))
             return false;
         ++m_roomMade;
@@ -23,56 +27,54 @@ bool Database::MakeRoomOnce(int times) noexcept
 {
     constexpr std::uint64_t kForLogons = 1 << 20;
     m_isLow = true;
-    if (times == 0 && WriteLogBack())
-        return true;
     if (times > 2)
         return false;
-    // Where that is enough, what it takes to write the log back, so that all of its own room is used again.
-    const std::uint64_t beyond = LogBeyondFile();
-    const std::uint64_t some = kForLogons + (beyond < Reserve::kSize ? beyond : 0);
-    // What another process has given up meanwhile is room as well.
-    if (!m_reserve.GiveUp(times < 2 ? some : Reserve::kSize) && !m_reserve.IsRoomFor(some))
-        return false;
-    WriteLogBack();
-    return true;
+    std::unique_ptr<Connection> connection = TakeToMakeRoom();
+    const bool isMade = [&] {
+        if (times == 0 && connection && WriteBack(*connection).value_or(0) > 0)
+            return true;
+        // Where that is enough, what it takes to write the log back, so that all of its own room is used again.
+        const std::uint64_t beyond = connection ? connection->LogBeyondFile().value_or(0) : 0;
+        const std::uint64_t some = kForLogons + (beyond < Reserve::kSize ? beyond : 0);
+        // What another process has given up meanwhile is room as well.
+        if (!m_reserve.GiveUp(times < 2 ? some : Reserve::kSize) && !m_reserve.IsRoomFor(some))
+            return false;
+        if (connection)
+            WriteBack(*connection);
+        return true;
+    }();
+    if (connection)
+        GiveBack(std::move(connection));
+    return isMade;
 }
 
-std::uint64_t Database::LogBeyondFile() noexcept
+// Nothing where there is too little room even for that.
+std::unique_ptr<Connection> Database::TakeToMakeRoom() noexcept
 {
-    const locks::Hold lock(m_lock);
     try {
-        return m_idle.empty() ? 0 : m_idle.back()->LogBeyondFile();
+        return Take();
     } catch (const std::exception &) {
-        return 0;
+        return nullptr;
     }
-}
-
-bool Database::WriteLogBack() noexcept
-{
-    const locks::Hold lock(m_lock);
-    return !m_idle.empty() && WriteBack(*m_idle.back());
 }
 
 bool Database::HasRoomToWriteBack(Connection &connection) const noexcept
 {
-    try {
-        const std::uint64_t beyond = connection.LogBeyondFile();
-        return beyond == 0 || m_reserve.IsRoomFor(beyond);
-    } catch (const std::exception &) {
-        return false;
-    }
+    const std::optional<std::uint64_t> beyond = connection.LogBeyondFile();
+    return beyond && (*beyond == 0 || m_reserve.IsRoomFor(*beyond));
 }
 
-// Whether the log is all in the file now: the next writer begins it anew where nobody reads from it. One that the file
-// has no room for stays where it is: half of it in the file would take what room there is and free none.
-bool Database::WriteBack(Connection &connection) const noexcept
+// How much was in the log that is all in the file now: the next writer begins it anew where nobody reads from it. One
+// that the file has no room for stays where it is: half of it in the file would take what room there is and free none.
+std::optional<int> Database::WriteBack(Connection &connection) const noexcept
 {
-    if (!HasRoomToWriteBack(connection))
-        return false;
     int frames = 0, written = 0;
-    return sqlite3_wal_checkpoint_v2(connection.Handle(), "main", SQLITE_CHECKPOINT_PASSIVE, &frames, &written) ==
-               SQLITE_OK &&
-           frames > 0 && frames == written;
+    if (!HasRoomToWriteBack(connection) ||
+        sqlite3_wal_checkpoint_v2(connection.Handle(), "main", SQLITE_CHECKPOINT_PASSIVE, &frames, &written) !=
+            SQLITE_OK ||
+        frames != written)
+        return {};
+    return frames;
 }
 
 // How much of the file's end the log may have, and how long one may be that is idle on a full disk.
@@ -92,11 +94,8 @@ void Database::AfterFullDisk(Connection &connection) noexcept
 void Database::AfterCommit(Connection &connection) noexcept
 {
     constexpr int kLongLog = 4000; // pages
-    try {
-        if (m_isLow || connection.LogPages() >= kLongLog || connection.LogBeyondFile() > kMostInLog)
-            WriteBack(connection);
-    } catch (const std::exception &) { // the next one does
-    }
+    if (m_isLow || connection.LogPages() >= kLongLog || connection.LogBeyondFile().value_or(0) > kMostInLog)
+        WriteBack(connection);
     constexpr std::int64_t kBetween = 10 * kTicksPerSecond;
     const std::int64_t now = CurrentTime();
     const auto isDue = [&](std::atomic<std::int64_t> &next) {
@@ -107,9 +106,14 @@ void Database::AfterCommit(Connection &connection) noexcept
     };
     if (isDue(m_lookNext) && m_reserve.IsLacking()) // whoever gave it up may be gone
         m_isLow = true;
-    if (!m_isLow || !isDue(m_fillUpNext))
-        return;
+    if (m_isLow && isDue(m_fillUpNext))
+        FillReserveUp();
+}
+
+void Database::FillReserveUp() noexcept
+{
     m_reserve.FillUp();
+    ShareRights(m_file);
     m_isLow = m_reserve.IsShort();
 }
 
@@ -117,7 +121,7 @@ void Database::AfterCommit(Connection &connection) noexcept
 // either, and what frees room has to be written to it.
 void Database::RequireRoomToGrow(Connection &connection, std::uint64_t bytes)
 {
-    const std::uint64_t wanted = connection.LogBeyondFile() + bytes;
+    const std::uint64_t wanted = connection.LogBeyondFile().value_or(0) + bytes;
     if (m_reserve.IsLacking())
         m_isLow = true;
     if (m_reserve.LeavesRoomFor(wanted))

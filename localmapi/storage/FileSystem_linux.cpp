@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
@@ -70,13 +71,17 @@ bool IsDeviceError(int systemError) noexcept
 namespace
 {
 
-// An ordinary file with one name; nobody makes this process write elsewhere by a link.
+// An ordinary file with one name, which nobody else changes meanwhile who opens it so; nobody makes this process write
+// elsewhere by a link.
 class OwnFile
 {
   public:
     OwnFile(const std::string &path, int flags)
         : m_descriptor(open(path.c_str(), flags | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600))
     {
+        if (m_descriptor >= 0)
+            while (flock(m_descriptor, LOCK_EX) != 0 && errno == EINTR) {
+            }
         if (m_descriptor >= 0 &&
             (fstat(m_descriptor, &m_status) != 0 || !S_ISREG(m_status.st_mode) || m_status.st_nlink != 1)) {
             close(m_descriptor);
@@ -126,7 +131,7 @@ bool AllocateFile(const std::string &path, const std::string &like, std::uint64_
     if (posix_fallocate(file.Descriptor(), 0, static_cast<off_t>(size)) == 0)
         return true;
     // What it had stays set aside; what was taken beyond it on the way is given back.
-    if (isNew)
+    if (isNew && file.Size() == 0)
         unlink(path.c_str());
     return ftruncate(file.Descriptor(), static_cast<off_t>(file.Size())) == 0 && false;
 }

@@ -42,6 +42,7 @@ bool IsDeviceError(int systemError) noexcept
 namespace
 {
 
+// Nobody else changes it meanwhile who opens it so.
 class OpenedFile
 {
   public:
@@ -50,6 +51,10 @@ class OpenedFile
                                FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, how,
                                FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr))
     {
+        OVERLAPPED beyond{}; // any file's end
+        beyond.OffsetHigh = 0x7FFFFFFF;
+        if (IsOpen())
+            LockFileEx(m_handle, LOCKFILE_EXCLUSIVE_LOCK, 0, 1, 0, &beyond);
     }
     ~OpenedFile()
     {
@@ -84,6 +89,8 @@ bool AllocateFile(const std::string &path, const std::string &, std::uint64_t si
         const OpenedFile made(path, CREATE_NEW);
         if (made.IsOpen() && made.Resize(size))
             return true;
+        if (made.IsOpen() && made.Size() > 0) // somebody else's by now
+            return false;
         if (!made.IsOpen()) {
             const OpenedFile file(path, OPEN_EXISTING);
             return file.IsOpen() && (file.Size() >= size || file.Resize(size));

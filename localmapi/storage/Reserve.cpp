@@ -1,3 +1,4 @@
+// How long the reserve is, and who may take of it or fill it up: its length is all that is known of it.
 #include "localmapi/storage/Reserve.h"
 #include "localmapi/storage/FileSystem.h"
 #include <algorithm>
@@ -38,13 +39,13 @@ bool Reserve::IsShort() const noexcept
 
 bool Reserve::IsLacking() const noexcept
 {
-    return Size().value_or(kSize) < kSize;
+    return Kept() < kSize;
 }
 
 bool Reserve::LeavesRoomFor(std::uint64_t bytes) const noexcept
 {
-    const std::uint64_t size = Size().value_or(kSize);
-    return IsRoomFor(bytes + (size < kSize ? kSize - size : 0));
+    const std::uint64_t kept = Kept();
+    return IsRoomFor(bytes + (kept < kSize ? kSize - kept : 0));
 }
 
 bool Reserve::IsRoomFor(std::uint64_t bytes) const noexcept
@@ -76,10 +77,20 @@ void Reserve::FillUp() noexcept
 std::optional<std::uint64_t> Reserve::Size() const noexcept
 {
     try {
-        return FileSize(m_path);
+        const std::optional<std::uint64_t> size = FileSize(m_path);
+        if (size)
+            m_wasThere = true;
+        return size;
     } catch (const std::bad_alloc &) {
         return {};
     }
+}
+
+// One that there never was room for is not missed.
+std::uint64_t Reserve::Kept() const noexcept
+{
+    const std::optional<std::uint64_t> size = Size();
+    return size ? *size : m_wasThere ? 0 : kSize;
 }
 
 std::uint64_t Reserve::Lacking() const noexcept

@@ -2,6 +2,7 @@
 // the file "<site>-reserve", which nothing is in. How long it is says how much is set aside; any process of the site
 // may take from it and fill it up, at any time, and a killed one leaves it at some length. Any thread.
 #pragma once
+#include <atomic>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -17,6 +18,7 @@ class Reserve
 
     explicit Reserve(const std::string &sitePath) : m_site(sitePath), m_path(sitePath + "-reserve") {}
 
+    std::optional<std::uint64_t> Size() const noexcept; // nothing where there is none
     // Whether it is not whole because the disk has no room for it.
     bool IsShort() const noexcept;
     // Whether some of it was given up.
@@ -39,9 +41,10 @@ class Reserve
     static void Ask(AskedForRoom asked) noexcept;
 
   private:
-    std::optional<std::uint64_t> Size() const noexcept; // nothing where there was never room for one
     std::uint64_t Lacking() const noexcept;
+    std::uint64_t Kept() const noexcept;
     const std::string m_site, m_path;
+    mutable std::atomic<bool> m_wasThere{false};
 };
 
 } // namespace localmapi::storage

@@ -73,12 +73,11 @@ FileSizes SizesOfFile(const Site &site)
 {
     Reader reader(site.GetDatabase());
     const std::int64_t page = reader->Integer("PRAGMA page_size");
-    const auto onDisk = [&](const char *suffix) -> std::int64_t {
-        std::error_code none;
-        const auto size = std::filesystem::file_size(PathOf(site.Path() + suffix), none);
-        return none ? 0 : static_cast<std::int64_t>(size);
-    };
-    return {onDisk(""), onDisk("-wal"), page * reader->Integer("PRAGMA freelist_count"), onDisk("-reserve"),
+    const auto bytes = [](std::optional<std::uint64_t> size) { return static_cast<std::int64_t>(size.value_or(0)); };
+    std::error_code none;
+    const auto file = std::filesystem::file_size(PathOf(site.Path()), none);
+    return {none ? 0 : static_cast<std::int64_t>(file), bytes(reader->LogSize()),
+            page * reader->Integer("PRAGMA freelist_count"), bytes(site.GetDatabase().GetReserve().Size()),
             reader->Integer("PRAGMA user_version")};
 }
 

@@ -119,8 +119,9 @@ class Connection
     // SQLite writes its log back by itself no more.
     void KeepLog() noexcept;
     int LogPages() const { return m_logPages; } // at its last commit, where it keeps its log
-    // How many bytes the file would be longer if all that its log has were in it.
-    std::uint64_t LogBeyondFile();
+    // How many bytes the file would be longer if all that its log has were in it. Nothing: that can't be read.
+    std::optional<std::uint64_t> LogBeyondFile() noexcept;
+    std::optional<std::uint64_t> LogSize() const noexcept; // of the file that it is; nothing where there is none
     // Gives back the room of a log longer than this, where all of it is in the file and nobody reads from it.
     void ShortenLog(std::uint64_t longest) noexcept;
     // Bytes of the file as it lies there, without its log, past SQLite's own view of it. False where there are fewer;

@@ -93,7 +93,8 @@ bool TakeFirstStep(Connection &connection, const std::string &path, const OpenOp
 
 } // namespace
 
-std::optional<Site::Former> Upgrade(Connection &connection, const std::string &path, const OpenOptions &options)
+std::optional<Site::Former> Upgrade(Connection &connection, const std::string &path, const OpenOptions &options,
+                                    const std::function<void()> &afterStep)
 {
     const std::int64_t former = VersionOf(connection);
     if (former < 1)
@@ -103,11 +104,13 @@ std::optional<Site::Former> Upgrade(Connection &connection, const std::string &p
     std::string kept;
     for (int tried = 0; !TakeFirstStep(connection, path, options, tried >= kCopiesWithoutLock, kept); ++tried) {
     }
+    afterStep();
     while (VersionOf(connection) < kSchemaVersion) {
         Transaction transaction(connection, Transaction::Kind::Write);
         if (const std::int64_t version = VersionOf(connection); version < kSchemaVersion)
             TakeStep(connection, version);
         transaction.Commit();
+        afterStep();
     }
     return Site::Former{former, kept};
 }

@@ -13,7 +13,9 @@ class NoRoomForCopy : public Error
     explicit NoRoomForCopy(const std::string &text) : Error(Fault::Full, text) {}
 };
 
-// Nothing where the file is of this version. NoRoomForCopy where there is no room for the copy.
-std::optional<Site::Former> Upgrade(Connection &connection, const std::string &path, const OpenOptions &options);
+// Nothing where the file is of this version. NoRoomForCopy where there is no room for the copy. Each step is a
+// transaction; what follows it is the caller's.
+std::optional<Site::Former> Upgrade(Connection &connection, const std::string &path, const OpenOptions &options,
+                                    const std::function<void()> &afterStep);
 
 } // namespace localmapi::storage

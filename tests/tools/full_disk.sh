@@ -42,6 +42,7 @@ expect 0 localmapi check
 # Writing more is refused for what it is.
 rm -f disk/rest2
 dd if=/dev/zero of=disk/rest2 bs=4k >/dev/null 2>&1
+equal "$(free_now)" 0
 head -c 60000000 /dev/zero >larger.bin
 expect 1 localmapi deliver mail --to alice --from bob --subject "larger" --body x --attach larger.bin
 err '^localmapi: .*\(disk full\)'

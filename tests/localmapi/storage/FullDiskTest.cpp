@@ -53,7 +53,7 @@ TEST_F(Disks, WithNothingFreeOneLogsOnListsAndMakesRoomAndThenWritesAgain)
     // In the pages that are free now, as often as they are free again. The log is as long as what was done until now
     // took, or what the reserve has left for it; a megabyte is not always it.
     for (int round = 0; round < 20; ++round) {
-        const ObjectId id = objects.CreateMessage(m_box.inbox, MakeMessage("again", {{kAttachData, Bytes(200000)}}));
+        const ObjectId id = objects.CreateMessage(m_box.inbox, MakeMessage("again", {{kAttachData, Bytes(60000)}}));
         EXPECT_EQ(objects.RemoveMessages({id}), std::vector<bool>{true});
     }
     EXPECT_TRUE(Check(site, false).empty());
@@ -74,7 +74,6 @@ TEST_F(Disks, WhatOthersFillLeavesRoomToDelete)
         ids.push_back(Add("m", {{kAttachData, Bytes(900000)}}));
     SetDiskRoom(m_folder.File(""), 0);
     EXPECT_EQ(FaultOf([&] { Add("more", {{kAttachData, Bytes(900000)}}); }), Fault::Full);
-    // One by one: what is deleted is overwritten in the log.
     for (const ObjectId id : ids)
         EXPECT_EQ(m_objects.RemoveMessages({id}), std::vector<bool>{true});
     Add("more", {{kAttachData, Bytes(900000)}});
@@ -193,6 +192,21 @@ TEST_F(Disks, AFileOfAFormerVersionIsLeftAloneWhereThereIsNoRoomForItsCopy)
     EXPECT_GT(version(), 4);
 }
 
+TEST_F(Disks, AFileOfAFormerVersionIsUpgradedFromWhatIsSetAside)
+{
+    AddMany(3000, 100);
+    const std::string folder = m_folder.File("former"), old = folder + "/old.db";
+    fs::create_directory(PathOf(folder));
+    Backup(m_site, old);
+    MakeOlder(old, 1);
+    std::ofstream(PathOf(old + "-reserve")) << std::string(Reserve::kSize, '-');
+    SetDiskRoom(folder, 0);
+    const Site site = Site::Open(old, {.keepsOldCopy = false});
+    EXPECT_TRUE(site.UpgradedFrom());
+    EXPECT_TRUE(Check(site, false).empty());
+    EXPECT_EQ(Purge(site, {std::nullopt, false, std::int64_t{1} << 62}).messages, 3000u);
+}
+
 TEST_F(Disks, TheReserveGoesNowhereWithTheSite)
 {
     EXPECT_EQ(ReserveSize(), Reserve::kSize);
@@ -211,6 +225,7 @@ TEST_F(Disks, AllWhoMakeRoomAtOnceHaveIt)
     const std::vector<ObjectId> ids = AddMany(64, 20000);
     AddMany(300, 20000); // which the file has no room for yet
     const Site other = Site::Open(Path());
+    ASSERT_GT(Connection(Path(), SQLITE_OPEN_READWRITE, 0).LogBeyondFile(), 1u << 20);
     SetDiskRoom(m_folder.File(""), 0);
     std::latch ready(16);
     std::atomic<int> removed{0};
@@ -231,6 +246,7 @@ TEST_F(Disks, AllWhoMakeRoomAtOnceHaveIt)
 TEST_F(Disks, WhoeverWasNotRefusedFillsTheReserveUpAgainToo)
 {
     const std::vector<ObjectId> ids = AddMany(100, 20000);
+    const Site third = Site::Open(Path());
     {
         const Site other = Site::Open(Path());
         SetDiskRoom(m_folder.File(""), 0);
@@ -239,7 +255,32 @@ TEST_F(Disks, WhoeverWasNotRefusedFillsTheReserveUpAgainToo)
     ASSERT_LT(ReserveSize(), Reserve::kSize);
     SetDiskRoom(m_folder.File(""), {});
     Add("m", {{kAttachData, Bytes(200000)}});
+    EXPECT_EQ(ReserveSize(), Reserve::kSize) << "what makes the file longer looks each time";
+    fs::resize_file(PathOf(Path() + "-reserve"), 0);
+    Objects(third).SetRead({ids[2]}, true);
+    EXPECT_EQ(ReserveSize(), Reserve::kSize) << "everything else every ten seconds";
+}
+
+TEST_F(Disks, AReserveThatSomebodyDeletesIsMissed)
+{
+    fs::remove(PathOf(Path() + "-reserve"));
+    Add("m", {{kAttachData, Bytes(200000)}});
     EXPECT_EQ(ReserveSize(), Reserve::kSize);
+}
+
+// Else one that is never enough would be tried again for as long as others make room.
+TEST_F(Disks, WhoeverIsRefusedAllTheTimeIsToldSoThoughOthersMakeRoom)
+{
+    Database &database = m_site.GetDatabase();
+    Database::Tried tried = database.Try();
+    int times = 0;
+    for (bool goesOn = true; goesOn && times < 100; ++times) {
+        Database::Tried others = database.Try();
+        EXPECT_TRUE(database.MakeRoom(others));
+        goesOn = database.MakeRoom(tried);
+    }
+    EXPECT_GT(times, 3);
+    EXPECT_LT(times, 20);
 }
 
 // Written back, it would take all that is set aside and not be through with it.
@@ -270,6 +311,13 @@ TEST_F(Disks, TheLongLogThatARefusedWriteLeavesIsGivenBack)
     EXPECT_LE(fs::file_size(PathOf(Path() + "-wal")), std::uintmax_t{8 << 20});
     EXPECT_EQ(FaultOf([&] { Add("m", {{kAttachData, Bytes(1 << 20)}}); }), std::nullopt);
     EXPECT_EQ(ReserveSize(), Reserve::kSize);
+    // Also where nothing was in it before.
+    CloseEverything();
+    m_site = Site::Open(Path());
+    m_objects = Objects(m_site);
+    SetDiskRoom(m_folder.File(""), 30u << 20);
+    EXPECT_EQ(FaultOf([&] { AddMany(1000, 28000); }), Fault::Full);
+    EXPECT_LE(fs::file_size(PathOf(Path() + "-wal")), std::uintmax_t{8 << 20});
     // Where that fails, nothing else does.
     SetDiskRoom(m_folder.File(""), 30u << 20);
     SetDeviceFault(DeviceFault::Truncate);
@@ -313,19 +361,27 @@ TEST_F(Disks, WhatIsSetAsideIsNotForAProfilesData)
 
 TEST_F(Disks, WhereTheSystemTellsNoRoomNothingIsRefusedAndTheLogIsKept)
 {
-    Reserve::Ask([](const std::string &) { return std::optional<std::uint64_t>(); });
+    struct Untold {
+        Untold()
+        {
+            Reserve::Ask([](const std::string &) { return std::optional<std::uint64_t>(); });
+        }
+        ~Untold() { AskDiskVfsForRoom(); }
+    } const untold;
     m_site = Site::Create(m_folder.File("untold.db"), "S", "O");
     m_box = Directory(m_site).GetMailbox(Directory(m_site).AddUser("alice", "Alice Archer").mailbox);
     m_objects = Objects(m_site);
     const std::string path = m_folder.File("untold.db");
     EXPECT_EQ(fs::file_size(PathOf(path + "-reserve")), Reserve::kSize) << "as far as anybody knows";
     fs::remove(PathOf(path + "-reserve"));
+    fs::create_directory(PathOf(path + "-reserve"));
+    m_site = Site::Open(path);
+    m_objects = Objects(m_site);
     const auto size = fs::file_size(PathOf(path));
     for (int i = 0; i < 20; ++i)
         Add("m", {{kAttachData, Bytes(100000)}});
     EXPECT_EQ(fs::file_size(PathOf(path)), size) << "no look at the file after each commit";
     EXPECT_EQ(m_objects.RemoveMessages({Add("m")}), std::vector<bool>{true});
-    AskDiskVfsForRoom();
 }
 
 } // namespace

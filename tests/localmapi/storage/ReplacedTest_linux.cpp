@@ -3,6 +3,7 @@
 #include "Fixture.h"
 #include "localmapi/storage/Database.h"
 #include "localmapi/storage/Reserve.h"
+#include "localmapi/storage/Sizes.h"
 #include <sqlite3.h>
 
 namespace localmapi::storage
@@ -89,9 +90,14 @@ TEST_F(ReplacedTest, WhatIsSetAsideLiesBesideTheFileAndNotBesideALink)
     fs::remove(File("site.db-reserve"));
     fs::create_directory(File("elsewhere"));
     fs::create_symlink("../site.db", File("elsewhere/link.db"));
-    Site::Open(File("elsewhere/link.db"));
+    const Site linked = Site::Open(File("elsewhere/link.db"));
     EXPECT_TRUE(fs::exists(File("site.db-reserve")));
     EXPECT_FALSE(fs::exists(File("elsewhere/link.db-reserve")));
+    Objects(linked).CreateMessage(m_box.inbox, MakeMessage("m"));
+    const FileSizes sizes = SizesOfFile(linked);
+    EXPECT_EQ(sizes.reserve, std::int64_t{Reserve::kSize});
+    EXPECT_EQ(static_cast<std::uintmax_t>(sizes.log), fs::file_size(File("site.db-wal")));
+    EXPECT_GT(sizes.log, 0);
 }
 
 TEST_F(ReplacedTest, ALinkThatNamesAnotherFileIsNoticed)

@@ -113,7 +113,10 @@ void Database::AfterCommit(Connection &connection) noexcept
 void Database::FillReserveUp() noexcept
 {
     m_reserve.FillUp();
-    ShareRights(m_file);
+    try {
+        ShareRights(m_file);
+    } catch (const std::exception &) { // another time
+    }
     m_isLow = m_reserve.IsShort();
 }
 

@@ -56,8 +56,8 @@ bool Reserve::IsRoomFor(std::uint64_t bytes) const noexcept
 
 bool Reserve::GiveUp(std::uint64_t bytes) noexcept
 {
-    const std::uint64_t size = Size().value_or(0);
     try {
+        const std::uint64_t size = Size().value_or(0);
         return size > 0 && (ShrinkFile(m_path, size - std::min(size, bytes)) || Size().value_or(0) < size);
     } catch (const std::bad_alloc &) {
         return false;
@@ -74,29 +74,33 @@ void Reserve::FillUp() noexcept
     }
 }
 
-std::optional<std::uint64_t> Reserve::Size() const noexcept
+std::optional<std::uint64_t> Reserve::Size() const
 {
-    try {
-        const std::optional<std::uint64_t> size = FileSize(m_path);
-        if (size)
-            m_wasThere = true;
-        return size;
-    } catch (const std::bad_alloc &) {
-        return {};
-    }
+    const std::optional<std::uint64_t> size = FileSize(m_path);
+    if (size)
+        m_wasThere = true;
+    return size;
 }
 
-// One that there never was room for is not missed.
+// One that there never was room for is not missed; nor is one that can't be looked for now.
 std::uint64_t Reserve::Kept() const noexcept
 {
-    const std::optional<std::uint64_t> size = Size();
-    return size ? *size : m_wasThere ? 0 : kSize;
+    try {
+        const std::optional<std::uint64_t> size = Size();
+        return size ? *size : m_wasThere ? 0 : kSize;
+    } catch (const std::bad_alloc &) {
+        return kSize;
+    }
 }
 
 std::uint64_t Reserve::Lacking() const noexcept
 {
-    const std::uint64_t size = Size().value_or(0);
-    return size < kSize ? kSize - size : 0;
+    try {
+        const std::uint64_t size = Size().value_or(0);
+        return size < kSize ? kSize - size : 0;
+    } catch (const std::bad_alloc &) {
+        return 0;
+    }
 }
 
 } // namespace localmapi::storage

@@ -18,7 +18,7 @@ class Reserve
 
     explicit Reserve(const std::string &sitePath) : m_site(sitePath), m_path(sitePath + "-reserve") {}
 
-    std::optional<std::uint64_t> Size() const noexcept; // nothing where there is none
+    std::optional<std::uint64_t> Size() const; // nothing where there is none
     // Whether it is not whole because the disk has no room for it.
     bool IsShort() const noexcept;
     // Whether some of it was given up.

@@ -35,6 +35,6 @@ bool MayWrite(const std::string &path) noexcept;
 bool MayEverybodyRead(const std::string &path) noexcept;
 
 // Gives what SQLite has made beside a file the file's own rights, where SQLite does not do so itself.
-void ShareRights(const std::string &path) noexcept;
+void ShareRights(const std::string &path);
 
 } // namespace localmapi::storage

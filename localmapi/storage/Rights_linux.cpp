@@ -98,7 +98,7 @@ bool MayWrite(const std::string &path) noexcept
 }
 
 // SQLite gives a file's group to what it makes beside it for the administrator alone.
-void ShareRights(const std::string &path) noexcept
+void ShareRights(const std::string &path)
 {
     struct stat site, beside;
     for (const char *suffix : {"-wal", "-shm"})

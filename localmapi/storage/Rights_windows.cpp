@@ -186,7 +186,7 @@ bool MayEverybodyRead(const std::string &path) noexcept
     return false;
 }
 
-void ShareRights(const std::string &path) noexcept
+void ShareRights(const std::string &path)
 {
     void *descriptor = nullptr;
     if (GetNamedSecurityInfoW(PathOf(path).c_str(), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr,

@@ -82,7 +82,7 @@ std::optional<std::uint64_t> Reserve::Size() const
     return size;
 }
 
-// One that there never was room for is not missed; nor is one that can't be looked for now.
+// One that there never was room for is not missed; nor is one that can't be looked for.
 std::uint64_t Reserve::Kept() const noexcept
 {
     try {

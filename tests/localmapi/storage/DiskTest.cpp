@@ -1,5 +1,7 @@
 // Proves that a failing disk and a full one are told apart, each by its name, and that what a call that failed was to
 // do did not happen.
+//
+// storage_disk_test [--every N] fails every N-th write of a step; by itself not each one.
 #include "DiskFixture.h"
 #include "Sweep.h"
 #include <iostream>
@@ -11,6 +13,9 @@ namespace
 {
 
 namespace fs = std::filesystem;
+
+// Which writes fail: every so many. Most calls are writes.
+std::size_t g_every = 3;
 
 TEST_F(Disks, AFailingDeviceIsADiskErrorAndNoFullDisk)
 {
@@ -56,10 +61,10 @@ TEST_F(Disks, EveryCallThatFailsOfAnyStepIsADiskErrorAndUndoesIt)
         for (const DeviceFault fault : {DeviceFault::Write, DeviceFault::Sync, DeviceFault::Read, DeviceFault::Quota}) {
             SCOPED_TRACE(std::to_string(static_cast<int>(fault)) + (lasts ? " for good" : " once"));
             const Folder folder;
-            // Most calls are writes: each third is taken, others for good than once.
             const bool writes = fault == DeviceFault::Write || fault == DeviceFault::Quota;
             const SweepResult result =
-                SweepSteps(folder, {writes ? 3u : 1u, lasts ? 1u : 0u,
+                SweepSteps(folder, {writes ? g_every : 1, lasts ? 1u : 0u, // others for good than once
+
                                     FaultName(fault == DeviceFault::Quota ? Fault::Full : Fault::Disk),
                                     [&](std::size_t n, const std::function<void()> &step) {
                                         struct Failing {
@@ -105,5 +110,7 @@ int main(int argc, char **argv)
 {
     localmapi::storage::InstallDiskVfs();
     testing::InitGoogleMock(&argc, argv);
+    if (argc == 3 && std::string(argv[1]) == "--every")
+        localmapi::storage::g_every = std::stoul(argv[2]);
     return RUN_ALL_TESTS();
 }

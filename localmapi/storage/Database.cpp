@@ -120,11 +120,10 @@ std::shared_ptr<Database> Database::Open(const std::string &path, const OpenOpti
     });
     if (refused)
         throw NoRoomForCopy(*refused);
-    if (!options.readOnly) {
-        ShareRights(database->m_path);
+    if (options.readOnly)
+        database->m_isLow = database->m_reserve.IsShort();
+    else
         database->FillReserveUp();
-    }
-    database->m_isLow = database->m_reserve.IsShort();
     return database;
 }
 

@@ -119,7 +119,8 @@ class Connection
     // SQLite writes its log back by itself no more.
     void KeepLog() noexcept;
     int LogPages() const { return m_logPages; } // at its last commit, where it keeps its log
-    // How many bytes the file would be longer if all that its log has were in it. Nothing: that can't be read.
+    // How many bytes the file would be longer if all that its log has were in it; 0 where the file does not tell how
+    // long it is. Nothing: what the log has can't be read.
     std::optional<std::uint64_t> LogBeyondFile() noexcept;
     std::optional<std::uint64_t> LogSize() const noexcept; // of the file that it is; nothing where there is none
     // Gives back the room of a log longer than this, where all of it is in the file and nobody reads from it.

@@ -31,6 +31,12 @@
 #ifndef ORLMAPI32_H
 #define ORLMAPI32_H
 
+/* The version of this header, and of the library that it came with. */
+#define ORLMAPI_VERSION_MAJOR 1
+#define ORLMAPI_VERSION_MINOR 0
+#define ORLMAPI_VERSION_PATCH 0
+#define ORLMAPI_VERSION "1.0.0"
+
 #if defined(_WIN32)
 #include <windows.h>
 #elif !defined(_WINDOWS_)

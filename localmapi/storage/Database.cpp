@@ -10,6 +10,7 @@
 #include "localmapi/storage/Rights.h"
 #include "localmapi/storage/Schema.h"
 #include "localmapi/storage/Sizes.h"
+#include "localmapi/storage/SqliteVersion.h"
 #include "localmapi/storage/Time.h"
 #include "localmapi/storage/Upgrade.h"
 #include <algorithm>
@@ -106,6 +107,7 @@ std::shared_ptr<Database> Database::Create(const std::string &path, const std::s
 
 std::shared_ptr<Database> Database::Open(const std::string &path, const OpenOptions &options)
 {
+    RequireSoundSqlite(sqlite3_libversion_number());
     std::shared_ptr<Database> database(new Database(path, options));
     database->m_identity = FileIdentity::At(database->m_path);
     RequireOrdinaryFile(path);

@@ -2,6 +2,7 @@
 #include "localmapi/provider/base/EntryId.h"
 #include "localmapi/storage/Check.h"
 #include "localmapi/storage/Rights.h"
+#include "localmapi/storage/SqliteVersion.h"
 #include "localmapi/storage/Unsent.h"
 #include "localmapi/tool/Tool.h"
 #include "tools/common/Text.h"
@@ -46,6 +47,7 @@ void PrintAsJson(const Report &report)
     PrintJson({{"ok", report.Damaged() == 0},
                {"findings", std::move(findings)},
                {"warnings", report.warnings},
+               {"sqlite", storage::SqliteVersion()},
                {"unsent", std::move(unsent)}});
 }
 
@@ -54,7 +56,8 @@ void Print(const Report &report)
     for (const storage::Finding &finding : report.findings)
         PrintLine((finding.repaired ? "repaired: " : "damaged: ") + finding.text);
     if (report.findings.empty())
-        PrintLine("nothing is damaged");
+        PrintLine("nothing is damaged, as localmapi " LOCALMAPI_VERSION " with SQLite " + storage::SqliteVersion() +
+                  " sees it");
     for (const std::string &warning : report.warnings)
         PrintLine("warning: " + warning);
     if (report.unsent.empty())

@@ -1,5 +1,6 @@
 // localmapi: makes and fills sites, and registers localmapi as Windows' mail client.
 #include "localmapi/storage/Error.h"
+#include "localmapi/storage/SqliteVersion.h"
 #include "localmapi/tool/AppointmentOptions.h"
 #include "localmapi/tool/Tool.h"
 #include "tools/common/CommandLine.h"
@@ -246,6 +247,7 @@ int main(int argc, char **argv)
 {
     Arguments arguments;
     return ::tool::RunCommandLine(
-        "localmapi", "localmapi: an Extended MAPI subsystem in one file.",
+        {"localmapi", "localmapi: an Extended MAPI subsystem in one file.",
+         LOCALMAPI_VERSION " (SQLite " + localmapi::storage::SqliteVersion() + ")"},
         [&](CLI::App &app) { Describe(app, arguments); }, argc, argv);
 }

@@ -2,7 +2,14 @@
 // other with 8-byte pointers.
 #include "OrlMapi32.h"
 #include <cstddef>
+#include <string_view>
 #include <windows.h>
+
+// What the header says of its version, as a text and as numbers, is the same.
+#define TEXT_OF(number) #number
+#define DOTTED(major, minor, patch) TEXT_OF(major) "." TEXT_OF(minor) "." TEXT_OF(patch)
+static_assert(std::string_view(ORLMAPI_VERSION) ==
+              DOTTED(ORLMAPI_VERSION_MAJOR, ORLMAPI_VERSION_MINOR, ORLMAPI_VERSION_PATCH));
 
 static_assert(sizeof(SYSTEMTIME) == 16);
 static_assert(sizeof(WCHAR) == 2);

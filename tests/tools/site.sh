@@ -21,6 +21,10 @@ expect 2 localmapi --file other.db init --server "" --organization Norvik
 [ ! -e other.db ] && good || bad "other.db was made"
 expect 0 localmapi --help
 out 'deliver'
+expect 0 localmapi --version
+out '^localmapi [0-9]+\.[0-9]+\.[0-9]+ \(SQLite 3\.[0-9.]+\)$'
+expect 0 orlmapi --version
+out '^orlmapi [0-9]+\.[0-9]+\.[0-9]+$'
 
 expect 0 localmapi user add alice --name "Alice Archer"
 expect 0 localmapi --json user add jiri --name "Jiří Čáp" --smtp jiri@norvik.example

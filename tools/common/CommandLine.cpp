@@ -34,7 +34,7 @@ int Parse(CLI::App &app, std::vector<std::string> words)
         std::reverse(words.begin(), words.end()); // CLI11 takes them from the back
         app.parse(std::move(words));
     } catch (const CLI::Success &request) {
-        app.exit(request); // --help
+        app.exit(request); // --help, --version
     } catch (const CLI::ParseError &error) {
         return Complain(app.get_name(),
                         Reason(app, error) + "\nRun " + app.get_name() + " --help for what can be asked.", 2);
@@ -53,18 +53,18 @@ CLI::Option *Repeatable(CLI::Option *option)
     return option->expected(1)->take_all()->allow_extra_args(false);
 }
 
-int RunCommandLine(const std::string &name, const std::string &description,
-                   const std::function<void(CLI::App &)> &describe, int argc, char **argv)
+int RunCommandLine(const ProgramName &program, const std::function<void(CLI::App &)> &describe, int argc, char **argv)
 {
     try {
         std::vector<std::string> words = StartProgram(argc, argv);
-        CLI::App app(description + "\nExit status: 0 done, 1 failed, 2 used wrongly.", name);
+        CLI::App app(program.description + "\nExit status: 0 done, 1 failed, 2 used wrongly.", program.name);
+        app.set_version_flag("--version", program.name + " " + program.version, "Which version this is");
         app.require_subcommand(1);
         app.fallthrough();
         describe(app);
         return Parse(app, std::move(words));
     } catch (const std::exception &failure) {
-        return Complain(name, failure.what(), 1);
+        return Complain(program.name, failure.what(), 1);
     }
 }
 

@@ -18,9 +18,15 @@ class Misuse : public std::runtime_error
 // An option that may be given again, with one value each time; the word after the value is not taken for another one.
 CLI::Option *Repeatable(CLI::Option *option);
 
+// What a program says that it is.
+struct ProgramName {
+    std::string name;
+    std::string description;
+    std::string version; // what --version prints after the name
+};
+
 // Runs a program whose commands and options `describe` adds, each command with a callback that does it. What goes wrong
 // is said on standard error, after the program's name. The exit status: 0 done, 1 failed, 2 used wrongly.
-int RunCommandLine(const std::string &name, const std::string &description,
-                   const std::function<void(CLI::App &)> &describe, int argc, char **argv);
+int RunCommandLine(const ProgramName &program, const std::function<void(CLI::App &)> &describe, int argc, char **argv);
 
 } // namespace tool

@@ -187,6 +187,6 @@ int main(int argc, char **argv)
 {
     Arguments arguments;
     return tool::RunCommandLine(
-        "orlmapi", "A command line over OrlMapi32: users' mailboxes through Extended MAPI.",
+        {"orlmapi", "A command line over OrlMapi32: users' mailboxes through Extended MAPI.", ORLMAPI_VERSION},
         [&](CLI::App &app) { Describe(app, arguments); }, argc, argv);
 }

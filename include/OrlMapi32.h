@@ -24,6 +24,9 @@
  *  6. Null pointers. A null text is reported in the trace and taken as empty. A null output pointer is the
  *     caller's error unless its comment allows it.
  *  7. Flags of 8 bits (BYTE) are true when not 0, unless their comment says otherwise.
+ *  8. Unloading. On Windows a host may unload the library at any time: while there is a connection, and for 0.2 s
+ *     after the last one, the library holds itself, so running calls and callbacks go on. Then nothing of it is left
+ *     in the process. On Linux it stays once it was loaded. Not from within DllMain.
  *
  * The header is plain C and needs nothing else: on Windows it includes <windows.h>, elsewhere it declares the few
  * Windows types that it uses, with the same widths.

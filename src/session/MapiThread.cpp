@@ -3,6 +3,7 @@
 #include "ExchangeMapi.h"
 #include "common/mapi/Operation.h"
 #include "common/trace/debug.h"
+#include "session/ModuleReference.h"
 #include "session/RegistryLock.h"
 #include <mapix.h>
 #include <objbase.h>
@@ -107,20 +108,18 @@ void MAPIMessagePump(HANDLE hStopEvent)
 
 unsigned __stdcall ThreadBody(void *hStopEvent)
 {
+    void *const pModule = HoldModule();
     Contained({"CMAPIImpl::MAPIMessagePump", __LINE__}, [=] { MAPIMessagePump(hStopEvent); });
     g_bThreadEnded = true;
     g_bThreadRunning = false;
+    LeaveModule(pModule);
     return 0;
 }
 
-// Waits for the last instructions of a thread that has said that it ends, so that nothing of it is left when the
-// library is unloaded.
-void JoinThread() REQUIRES(CMAPIImpl::m_CS)
+void ForgetThread() REQUIRES(CMAPIImpl::m_CS)
 {
-    if (!g_hThread)
-        return;
-    WaitForSingleObject(g_hThread, INFINITE);
-    CloseHandle(g_hThread);
+    if (g_hThread)
+        LeaveThread(g_hThread);
     g_hThread = nullptr;
 }
 
@@ -128,7 +127,7 @@ void StartThread() REQUIRES(CMAPIImpl::m_CS)
 {
     if (g_hThread && !g_bThreadEnded)
         return;
-    JoinThread();
+    ForgetThread();
     g_bThreadEnded = false;
     g_hThread = reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, ThreadBody, g_hStopEvent, 0, nullptr));
 }
@@ -175,7 +174,7 @@ void CMAPIImpl::Uninitialise()
     // Without a limit, as the contract has it.
     while (g_bThreadRunning)
         Sleep(kPollMilliseconds);
-    JoinThread();
+    ForgetThread();
     CloseHandle(g_hStopEvent);
     g_hStopEvent = nullptr;
 }

@@ -10,6 +10,20 @@ int load_library(const char *path)
     return library != 0;
 }
 
+void unload_library(void)
+{
+    dlclose(library);
+    library = 0;
+}
+
+int is_as_promised(const char *path)
+{
+    void *const stayed = dlopen(path, RTLD_NOW | RTLD_NOLOAD);
+    if (stayed)
+        dlclose(stayed);
+    return stayed != 0;
+}
+
 Function by_name(const char *name)
 {
     Function function;

@@ -10,6 +10,23 @@ int load_library(const char *path)
     return library != 0;
 }
 
+void unload_library(void)
+{
+    FreeLibrary(library);
+    library = 0;
+}
+
+int is_as_promised(const char *path)
+{
+    const ULONGLONG began = GetTickCount64();
+    while (GetModuleHandleA(path)) {
+        if (GetTickCount64() - began > 2000)
+            return 0;
+        Sleep(10);
+    }
+    return 1;
+}
+
 static Function convert(FARPROC found)
 {
     Function function;

@@ -124,7 +124,7 @@ TEST_F(LifecycleTest, AQuitMessageIsLoggedAndTheThreadKeepsPumping)
     EXPECT_EQ(OrlIsMAPIAvailable(h), 1);
     CloseIt(h);
     EXPECT_EQ(Exitings(), 4u) << "the stop event's own line";
-    EXPECT_FALSE(PostThreadMessageA(thread, WM_APP, 0, 0)) << "the thread is gone";
+    EXPECT_TRUE(WaitFor([&] { return !PostThreadMessageA(thread, WM_APP, 0, 0); })) << "the thread is gone";
 }
 
 TEST_F(LifecycleTest, ASessionClosedWhileAThreadIsInsideEndsWithThatThread)

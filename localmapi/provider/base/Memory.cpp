@@ -2,6 +2,7 @@
 // roots tells good pointers from others.
 #include "localmapi/provider/base/Memory.h"
 
+#include "platform/lifetime/Lasting.h"
 #include "platform/locks/Mutex.h"
 #include <array>
 #include <atomic>
@@ -36,11 +37,10 @@ struct Shard {
     std::unordered_set<Header *> roots GUARDED_BY(lock);
 };
 
-// Never destroyed: a host may free a block while the process ends.
+// A host may free a block while the process ends.
 std::array<Shard, 16> &Shards()
 {
-    static auto *shards = new std::array<Shard, 16>;
-    return *shards;
+    return lifetime::Lasting<std::array<Shard, 16>>();
 }
 Shard &ShardOf(Header *header)
 {

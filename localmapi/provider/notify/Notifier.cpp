@@ -10,8 +10,7 @@ namespace localmapi
 
 locks::Mutex &NotifierLock()
 {
-    static auto *const lock = new locks::Mutex; // for as long as the notifier
-    return *lock;
+    return lifetime::Lasting<locks::Mutex, Notifier>(); // for as long as the notifier
 }
 
 void Notifier::List(Advises &advises) noexcept

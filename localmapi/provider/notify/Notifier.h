@@ -4,6 +4,7 @@
 #include "localmapi/provider/notify/Advises.h"
 #include "localmapi/storage/ChangeSignal.h"
 #include "localmapi/storage/EntryReader.h"
+#include "platform/lifetime/Lasting.h"
 
 #include <deque>
 #include <map>
@@ -29,12 +30,8 @@ struct Advises::AdvisedSink {
 class Notifier
 {
   public:
-    // Never destroyed: its thread may outlive what the program destroys at its end.
-    static Notifier &Get()
-    {
-        static auto *const notifier = new Notifier;
-        return *notifier;
-    }
+    // Its thread may outlive what the program destroys at its end.
+    static Notifier &Get() { return lifetime::Lasting<Notifier>(); }
 
     ULONG Advise(const std::shared_ptr<Advises> &advises, IMAPIAdviseSink *sink, std::int64_t from)
         EXCLUDES(NotifierLock());

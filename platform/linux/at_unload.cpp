@@ -1,0 +1,5 @@
+#include "platform/lifetime/Lasting.h"
+
+void lifetime::AtUnload(void (*)(void *), void *)
+{
+}

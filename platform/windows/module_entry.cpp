@@ -1,0 +1,25 @@
+// The entry of our DLLs: the C runtime's, and after it, when the host unloads the DLL, the end of what the runtime
+// keeps beyond its own: it frees neither its slot for threads' values nor the memory that it sets aside for exceptions.
+#include "runtime.h"
+#include <windows.h>
+
+namespace __gnu_cxx
+{
+void __freeres() noexcept; // the standard library's: declared in no installed header
+}
+
+extern "C" {
+BOOL WINAPI DllMainCRTStartup(HINSTANCE, DWORD, LPVOID);
+BOOL WINAPI ModuleEntry(HINSTANCE, DWORD, LPVOID);
+}
+
+BOOL WINAPI ModuleEntry(HINSTANCE module, DWORD reason, LPVOID processEnds)
+{
+    const BOOL done = DllMainCRTStartup(module, reason, processEnds);
+    if (reason == DLL_PROCESS_DETACH && !processEnds) {
+        windows::RunAtUnload();
+        windows::EndThreadValues();
+        __gnu_cxx::__freeres();
+    }
+    return done;
+}

@@ -1,0 +1,41 @@
+#include "ending.h"
+#include <windows.h>
+
+static HANDLE thread;
+static void (*given)(void);
+
+static DWORD WINAPI run(LPVOID unused)
+{
+    (void)unused;
+    given();
+    return 0;
+}
+
+void start_thread(void (*body)(void))
+{
+    given = body;
+    thread = CreateThread(NULL, 0, run, NULL, 0, NULL);
+}
+
+int kill_thread(void)
+{
+    return TerminateThread(thread, 0) && WaitForSingleObject(thread, 1000) == WAIT_OBJECT_0;
+}
+
+void wait_milliseconds(unsigned milliseconds)
+{
+    Sleep(milliseconds);
+}
+
+void end_process(int status)
+{
+    ExitProcess((UINT)status);
+}
+
+static int *volatile nowhere;
+
+void crash(void)
+{
+    SetErrorMode(SEM_NOGPFAULTERRORBOX);
+    *nowhere = 0;
+}

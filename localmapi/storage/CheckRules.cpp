@@ -3,6 +3,7 @@
 #include "localmapi/storage/Functions.h"
 #include "localmapi/storage/NameIndex.h"
 #include "localmapi/storage/Properties.h"
+#include "platform/lifetime/Lasting.h"
 #include <algorithm>
 
 namespace localmapi::storage
@@ -255,7 +256,7 @@ std::optional<std::int64_t> TakeValues(Cursor &properties, Cursor &streams, Obje
 
 const std::vector<Rule> &Rules()
 {
-    static const std::vector<Rule> rules = MakeRules();
+    static const std::vector<Rule> &rules = lifetime::LastingFrom([] { return MakeRules(); });
     return rules;
 }
 

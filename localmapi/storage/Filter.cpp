@@ -4,6 +4,7 @@
 #include "localmapi/storage/Error.h"
 #include "localmapi/storage/FilterMatch.h"
 #include "localmapi/storage/Text.h"
+#include "platform/lifetime/Lasting.h"
 #include <algorithm>
 #include <cctype>
 #include <cmath>
@@ -267,7 +268,7 @@ std::uint64_t SizeFor(const Filter &filter, const Value &value)
 
 bool LeafMatches(const Filter &filter, const PropertyBag &row)
 {
-    static const Value kAbsent;
+    static const Value &kAbsent = lifetime::Lasting<Value>();
     const Value *found = row.Find(filter.tag);
     const Value &value = found ? *found : kAbsent;
     switch (filter.node) {

@@ -3,6 +3,7 @@
 #include "localmapi/storage/Codec.h"
 #include "localmapi/storage/Schema.h"
 #include "localmapi/storage/Sizes.h"
+#include "platform/lifetime/Lasting.h"
 #include <algorithm>
 #include <limits>
 
@@ -274,7 +275,7 @@ std::string SizeTerm(const std::string &object)
 
 std::int64_t Measure(Connection &connection, ObjectId id)
 {
-    static const std::string sql = "SELECT " + SizeTerm("?1");
+    static const std::string &sql = lifetime::LastingFrom([] { return "SELECT " + SizeTerm("?1"); });
     Statement sum = connection.Prepare(sql);
     sum.Bind(id);
     return sum.Step() ? sum.Integer(0) : 0;

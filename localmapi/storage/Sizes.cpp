@@ -3,6 +3,7 @@
 #include "localmapi/storage/Database.h"
 #include "localmapi/storage/Path.h"
 #include "localmapi/storage/Properties.h"
+#include "platform/lifetime/Lasting.h"
 
 namespace localmapi::storage
 {
@@ -18,8 +19,9 @@ std::string Folders(const std::string &which)
            "ON o.parent = folder.id AND o.kind = 2) ";
 }
 
-const std::string kAllFolders = Folders("SELECT id, id FROM mailbox");
-const std::string kFoldersOfOne = Folders("SELECT id, id FROM mailbox WHERE id = ?");
+const std::string &kAllFolders = lifetime::LastingFrom([] { return Folders("SELECT id, id FROM mailbox"); });
+const std::string &kFoldersOfOne =
+    lifetime::LastingFrom([] { return Folders("SELECT id, id FROM mailbox WHERE id = ?"); });
 
 // Hidden messages count as bytes alone.
 constexpr char kSelectSizes[] = "SELECT m.id, IFNULL(sum(iif(f.flags & 64, 0, f.count)), 0), IFNULL(sum(f.bytes), 0), "

@@ -2,6 +2,7 @@
 #include "code_page.h"
 #include "last_error.h"
 #include "locale_names.h"
+#include "platform/lifetime/Lasting.h"
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
@@ -32,14 +33,14 @@ std::string LocaleEncoding()
 
 const std::string &AnsiEncoding()
 {
-    static const std::string encoding = [] {
+    static const std::string &encoding = lifetime::LastingFrom([] {
         std::string name = LocaleEncoding();
         const iconv_t known = iconv_open("UTF-16LE", name.c_str());
         if (known == reinterpret_cast<iconv_t>(-1))
             return std::string("UTF-8");
         iconv_close(known);
         return name;
-    }();
+    });
     return encoding;
 }
 

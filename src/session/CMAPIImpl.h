@@ -47,7 +47,7 @@ class CMAPIImpl
     static bool IsService();
 
     // Guards the registries of all sessions, and start and stop of the MAPI thread.
-    static CriticalSection m_CS;
+    static CriticalSection &m_CS; // lasts: calls may still run while the process ends
 
     // The registry of connections; every function may be called by any thread.
     static DWORD Allocate(bool fService);

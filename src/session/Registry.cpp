@@ -2,6 +2,7 @@
 // serialises all of it.
 #include "common/mapi/Contained.h"
 #include "common/trace/debug.h"
+#include "platform/lifetime/Lasting.h"
 #include "session/RegistryLock.h"
 #include "session/SessionDependent.h"
 #include "session/SessionGuard.h"
@@ -9,12 +10,14 @@
 #include <cstdlib>
 #include <new>
 
-CriticalSection CMAPIImpl::m_CS(false, "CMAPIImpl::m_CS", false);
+CriticalSection &CMAPIImpl::m_CS =
+    lifetime::LastingFrom([] { return CriticalSection(false, "CMAPIImpl::m_CS", false); });
 
 namespace
 {
 
-std::map<DWORD, CMAPIImpl *> g_connections GUARDED_BY(CMAPIImpl::m_CS);
+std::map<DWORD, CMAPIImpl *> &
+    g_connections GUARDED_BY(CMAPIImpl::m_CS) = lifetime::Lasting<std::map<DWORD, CMAPIImpl *>>();
 
 // A handle that the map does not hold: 1 to 32768, whatever the range of this runtime's generator. With 32768 live
 // entries there is none, and the search does not end, as the contract has it.

@@ -1,5 +1,6 @@
 #include "localmapi/provider/site/SiteFile.h"
 
+#include "platform/lifetime/Lasting.h"
 #include "platform/locks/Mutex.h"
 #include <map>
 
@@ -25,7 +26,7 @@ std::string FindSiteFile()
 
 std::shared_ptr<storage::Site> OpenSite(const std::string &path)
 {
-    static OpenSites sites;
+    auto &sites = lifetime::Lasting<OpenSites>();
     const locks::Hold hold(sites.lock);
     std::weak_ptr<storage::Site> &known = sites.byPath[path];
     if (auto site = known.lock(); site && site->IsInPlace())

@@ -5,6 +5,7 @@
 #include "localmapi/provider/stream/Stream.h"
 #include "localmapi/provider/stream/TextStream.h"
 #include "localmapi/storage/Spool.h"
+#include "platform/lifetime/Lasting.h"
 
 #include <algorithm>
 
@@ -15,7 +16,7 @@ namespace
 {
 
 // Stands for a property that is to be had through OpenProperty only.
-const storage::Value kOnlyOpened = storage::StoredStream{};
+const storage::Value &kOnlyOpened = lifetime::LastingFrom([] { return storage::Value(storage::StoredStream{}); });
 
 const storage::Value *ValueFor(const storage::PropertyBag &bag, ULONG tag)
 {

@@ -6,8 +6,10 @@
 #include "localmapi/provider/store/NonDelivery.h"
 #include "localmapi/provider/store/ReceiveFolders.h"
 #include "localmapi/storage/Time.h"
+#include "platform/lifetime/Lasting.h"
 
 #include <algorithm>
+#include <array>
 
 namespace localmapi
 {
@@ -20,8 +22,8 @@ namespace
 
 // What concerns the way of a message is of no use once it has arrived; some of it would be harmful there, as it is
 // copied on when the message is forwarded.
-const std::vector<storage::Tag> kForTheWay = {PR_DELETE_AFTER_SUBMIT, PR_SENTMAIL_ENTRYID, PR_SUBMIT_FLAGS,
-                                              PR_MSG_STATUS};
+constexpr std::array<storage::Tag, 4> kForTheWay = {PR_DELETE_AFTER_SUBMIT, PR_SENTMAIL_ENTRYID, PR_SUBMIT_FLAGS,
+                                                    PR_MSG_STATUS};
 
 std::int32_t TypeOf(const PropertyBag &recipient)
 {
@@ -133,7 +135,7 @@ class Router
     storage::MessageChanges Sent() const
     {
         storage::MessageChanges changes;
-        changes.properties.remove = kForTheWay;
+        changes.properties.remove.assign(kForTheWay.begin(), kForTheWay.end());
         PropertyBag &set = changes.properties.set;
         set.Set(PR_CLIENT_SUBMIT_TIME, m_now);
         set.Set(PR_MESSAGE_DELIVERY_TIME, m_now);
@@ -206,12 +208,13 @@ class Router
 
 const std::vector<storage::Tag> &SubmissionTags()
 {
-    static const std::vector<storage::Tag> tags = {
-        PR_MESSAGE_CLASS_W,      PR_MESSAGE_FLAGS,         PR_SUBJECT_W,
-        PR_NORMALIZED_SUBJECT_W, PR_CONVERSATION_TOPIC_W,  PR_SEARCH_KEY,
-        PR_DELETE_AFTER_SUBMIT,  PR_SENTMAIL_ENTRYID,      PR_CREATOR_NAME_W,
-        kRepresented.name,       kRepresented.addressType, kRepresented.address,
-        kRepresented.entryId,    kRepresented.searchKey};
+    static const std::vector<storage::Tag> &tags = lifetime::LastingFrom([] {
+        return std::vector<storage::Tag>{PR_MESSAGE_CLASS_W,      PR_MESSAGE_FLAGS,         PR_SUBJECT_W,
+                                         PR_NORMALIZED_SUBJECT_W, PR_CONVERSATION_TOPIC_W,  PR_SEARCH_KEY,
+                                         PR_DELETE_AFTER_SUBMIT,  PR_SENTMAIL_ENTRYID,      PR_CREATOR_NAME_W,
+                                         kRepresented.name,       kRepresented.addressType, kRepresented.address,
+                                         kRepresented.entryId,    kRepresented.searchKey};
+    });
     return tags;
 }
 

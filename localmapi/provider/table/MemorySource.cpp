@@ -1,6 +1,7 @@
 // Rows in memory, filtered and ordered as an array of indexes. Places are those of the storage, so that the table above
 // need not know the difference.
 #include "localmapi/provider/table/MemorySource.h"
+#include "platform/lifetime/Lasting.h"
 
 #include <algorithm>
 #include <numeric>
@@ -13,7 +14,7 @@ using storage::Place;
 namespace
 {
 
-const storage::Value kNone;
+const storage::Value &kNone = lifetime::Lasting<storage::Value>();
 
 const storage::Value &ValueOf(const storage::PropertyBag &bag, storage::Tag tag)
 {

@@ -4,6 +4,7 @@
 #include "localmapi/provider/base/ErrorText.h"
 #include "localmapi/provider/base/Text.h"
 #include "localmapi/provider/property/PropertyConvert.h"
+#include "platform/lifetime/Lasting.h"
 
 #include <algorithm>
 
@@ -282,7 +283,7 @@ class Translator
         if (!m_schema.subObjects || (!recipients && sub.ulSubObject != PR_MESSAGE_ATTACHMENTS))
             TooComplex("rows of this table have no such parts");
         Require(sub.lpRes != nullptr, "a restriction without the one it needs");
-        static const TableSchema plain;
+        static const TableSchema &plain = lifetime::Lasting<TableSchema>();
         Translator parts(plain);
         parts.m_nodes = m_nodes;
         Filter child = parts.Translate(*sub.lpRes, depth + 1);

@@ -1,6 +1,7 @@
 // A fault inside a guard is met by a vectored handler, which lets the thread go on in a function that jumps out of the
 // guarded call. The innermost guard of a thread stands in a slot of its own.
 #include "common/base/FaultGuard.h"
+#include "platform/lifetime/Lasting.h"
 #include <atomic>
 #include <csetjmp>
 #include <cstdint>
@@ -129,7 +130,7 @@ bool Attempt(Guard &guard, void (*call)(void *), void *context)
 
 bool RunGuarded(void (*call)(void *), void *context)
 {
-    static const Registration registration;
+    lifetime::Lasting<Registration>();
     Guard guard;
     const Entered entered(guard);
     return Attempt(guard, call, context);

@@ -1,7 +1,12 @@
 # Every target of ours is built alike: warnings are errors, symbols are hidden unless exported, and on x86
 # Windows the stack is realigned on entry, because hosts there keep it aligned to 4 bytes only.
+# CXX names another version of the language than C++20, for what must compile with it.
 function(project_target target)
-    target_compile_features(${target} PUBLIC cxx_std_20)
+    cmake_parse_arguments(P "" "CXX" "" ${ARGN})
+    if(NOT P_CXX)
+        set(P_CXX 20)
+    endif()
+    target_compile_features(${target} PRIVATE cxx_std_${P_CXX})
     target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Werror
         $<$<COMPILE_LANGUAGE:CXX>:-Woverloaded-virtual>)
     # What reads windows.h is compiled alone: its macros are function names elsewhere.

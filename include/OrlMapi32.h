@@ -132,13 +132,16 @@ typedef struct AttachmentInfoW {
     WCHAR *pszFilename;
 } AttachmentInfoW;
 
-/* One message; 71 bytes in a 32-bit build, elements of an array follow each other without padding. */
+/*
+ * One message; 71 bytes in a 32-bit build, elements of an array follow each other without padding. The subject is not
+ * among what a listing reads: OrlDownloadEmailA/W has it.
+ */
 typedef struct EmailHeaderA {
     ULONG cbEntryID; /* bytes at pEntryID */
     BYTE *pEntryID;  /* the message's identifier */
     char *pszSenderName;
-    char *pszCreatorName; /* of a fax: its sender address where that holds the fax product's domain */
-    char *pszComment;
+    char *pszCreatorName;          /* of a fax: its sender address where that holds the fax product's domain */
+    char *pszComment;              /* the message's comment (PR_COMMENT), empty where it has none */
     SYSTEMTIME stSubmitTime;       /* UTC; all zero where the message has none */
     BYTE bRead;                    /* 1 if read */
     BYTE bPrivate;                 /* 1 if its sensitivity is private */
@@ -243,7 +246,9 @@ typedef struct CalendarEventW {
 /*
  * Ordinal 39. Creates a session and gives its handle, or 0. The first one starts the library's MAPI thread and
  * waits for MAPI up to 5 s; it succeeds without MAPI too (ask OrlIsMAPIAvailable).
- * bService: the host runs as a Windows service.
+ * bService: the host runs as a Windows service. MAPI is then told so when it is initialised and at each logon
+ * (MAPI_NT_SERVICE): it shows nothing and asks nobody. The value is the process's, that of the connection that was
+ * created last; for MAPI's own start it is the first one's. Nothing else depends on it.
  * S_OK; E_OUTOFMEMORY when there was no room for a session; E_FAIL after an exception.
  */
 HRESULT ORLAPI OrlCreateConnection(DWORD *phConnection, BYTE bService);
@@ -276,13 +281,18 @@ HRESULT ORLAPI OrlMapiConnectW(DWORD hConnection, LPCWSTR szServer, LPCWSTR szMa
 HRESULT ORLAPI OrlMapiDisconnect(DWORD hConnection);
 
 /*
- * Ordinals 3 and 17. Opens a user's mailbox by name. Note the order: the output comes before the name.
+ * Ordinals 3 and 17. Opens a user's mailbox by name. Note the order: the output comes before the name. The name is
+ * looked up as an address book looks up what is typed (ambiguous name resolution): the start of a name will do, and
+ * where it fits several users the first one's mailbox is opened. Give the whole alias or address, not the start of one.
  * 0x8001011F where MAPI is not initialised; the failure of the last OrlMapiConnect where it failed.
  */
 HRESULT ORLAPI OrlMapiConnectToMailboxA(DWORD hConnection, OrlMailbox *phMailbox, LPCSTR szMailbox);
 HRESULT ORLAPI OrlMapiConnectToMailboxW(DWORD hConnection, OrlMailbox *phMailbox, LPCWSTR szMailbox);
 
-/* Ordinal 4. Closes a mailbox; 0 is allowed and does nothing. S_OK for every known connection. */
+/*
+ * Ordinal 4. Closes a mailbox; 0 is allowed and does nothing. S_OK for every known connection. The handle must not be
+ * used again, here or elsewhere: the library keeps no record of mailboxes, and takes whatever it is given for one.
+ */
 HRESULT ORLAPI OrlMapiDisconnectFromMailbox(DWORD hConnection, OrlMailbox hMailbox);
 
 /*
@@ -323,10 +333,12 @@ HRESULT ORLAPI OrlGetExchangeProfilesW(DWORD hConnection, ExchangeProfileW **ppP
  * phContentsTable   in/out, not null. 0 begins a listing; the handle that the last page gave goes on with it, and
  *                   then the filter flags of this call are ignored. Every call takes the pair of handles back and
  *                   gives a new one. A page without rows ends the listing, and so does a page that fails in MAPI:
- *                   table and bookmark are released, the variables keep their (now unknown) values. End a listing
- *                   early with OrlMapiReleaseHandle.
+ *                   table and bookmark are released, the variables keep their (now unknown) values. A handle that
+ *                   is unknown begins a new listing, from its first page, so set both variables to 0 when one has
+ *                   ended. End a listing early with OrlMapiReleaseHandle.
  * phOrigin          in/out, may be null: the bookmark after the last full page; 0 after a page that was not full.
- * lRowCount         rows wanted; fewer may come.
+ * lRowCount         rows wanted. Fewer come only at the end of the table (or, backwards, at its beginning) and where
+ *                   memory ran out half way: a page that is not full is the listing's last one.
  * ppHeaders         one result block of *pcHeaders elements, to be freed also where there are none.
  * pcHeaders         set to 0 before anything else.
  * pulTotalRows      rows of the whole filtered table.

@@ -8,6 +8,8 @@
 #if defined(_WIN32)
 #include <windows.h>
 
+#include <wtypes.h>
+
 #include <mapicode.h>
 #endif
 #include "OrlMapi32_results.h"

@@ -16,6 +16,7 @@
 #include "OrlMapi32.h"
 #include "ending.h"
 #include "load.h"
+#include <stdatomic.h>
 #include <stdio.h>
 #include <string.h>
 
@@ -23,7 +24,7 @@ enum { WELL = 7, WRONG = 3, ENDLESS = 60000 };
 
 static DWORD connection;
 static OrlMailbox opened;
-static volatile int told, inside, hold;
+static atomic_int told, inside, hold;
 /* Found before the library is given back: it stays while there is a session, but its names can't be asked for. */
 static PFN_OrlGetEmailHeadersA get;
 static PFN_OrlMapiReleaseHandle release;
@@ -66,7 +67,7 @@ static void call_again_and_again(void)
 }
 
 /* A moment's sleep again and again until it is so, for ten seconds at most. */
-static int becomes(const volatile int *what)
+static int becomes(atomic_int *what)
 {
     int i;
     for (i = 0; i < 1000 && !*what; ++i)

@@ -6,7 +6,7 @@ if [ -n "$suffix" ]; then
     library=$bin/OrlMapi32.dll ways+=(kill) crashed=5 # the low byte of STATUS_ACCESS_VIOLATION
 fi
 # A host that ends at once gives nothing back, and its crash is its own; a sanitizer would report both.
-export ASAN_OPTIONS=detect_leaks=0:handle_segv=0 TSAN_OPTIONS=handle_segv=0:report_thread_leaks=0
+export ASAN_OPTIONS=detect_leaks=0:handle_segv=0 TSAN_OPTIONS=handle_segv=0:report_thread_leaks=0:atexit_sleep_ms=0
 # Wine would start its debugger for a crash.
 export WINEDLLOVERRIDES='winedbg.exe=;winemenubuilder.exe=;mscoree=;mshtml='
 site

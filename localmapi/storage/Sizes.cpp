@@ -19,8 +19,8 @@ std::string Folders(const std::string &which)
            "ON o.parent = folder.id AND o.kind = 2) ";
 }
 
-const std::string &kAllFolders = lifetime::LastingFrom([] { return Folders("SELECT id, id FROM mailbox"); });
-const std::string &kFoldersOfOne =
+const std::string &g_allFolders = lifetime::LastingFrom([] { return Folders("SELECT id, id FROM mailbox"); });
+const std::string &g_foldersOfOne =
     lifetime::LastingFrom([] { return Folders("SELECT id, id FROM mailbox WHERE id = ?"); });
 
 // Hidden messages count as bytes alone.
@@ -54,7 +54,7 @@ std::string OwnerOf(Connection &connection, ObjectId mailbox)
 std::vector<MailboxSize> MailboxSizes(const Site &site)
 {
     Reader reader(site.GetDatabase());
-    Statement rows = reader->Prepare(kAllFolders + kSelectSizes);
+    Statement rows = reader->Prepare(g_allFolders + kSelectSizes);
     std::vector<MailboxSize> sizes;
     while (rows.Step())
         sizes.push_back(SizeFrom(rows));
@@ -64,7 +64,7 @@ std::vector<MailboxSize> MailboxSizes(const Site &site)
 MailboxSize SizeOfMailbox(const Site &site, ObjectId mailbox)
 {
     Reader reader(site.GetDatabase());
-    Statement row = reader->Prepare(kFoldersOfOne + kSelectSizes);
+    Statement row = reader->Prepare(g_foldersOfOne + kSelectSizes);
     row.Bind(mailbox);
     if (!row.Step())
         throw Error(Fault::NotFound, "There is no such mailbox.");
@@ -96,7 +96,7 @@ void SetQuota(const Site &site, ObjectId mailbox, std::optional<std::int64_t> by
 
 std::int64_t BytesIn(Connection &connection, ObjectId mailbox)
 {
-    Statement sum = connection.Prepare(kFoldersOfOne + "SELECT IFNULL(sum(f.bytes), 0) FROM folder "
+    Statement sum = connection.Prepare(g_foldersOfOne + "SELECT IFNULL(sum(f.bytes), 0) FROM folder "
                                                        "JOIN facet f ON f.container = folder.id");
     sum.Bind(mailbox);
     return sum.Step() ? sum.Integer(0) : 0;

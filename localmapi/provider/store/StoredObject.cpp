@@ -16,7 +16,7 @@ namespace
 {
 
 // Stands for a property that is to be had through OpenProperty only.
-const storage::Value &kOnlyOpened = lifetime::LastingFrom([] { return storage::Value(storage::StoredStream{}); });
+const storage::Value &g_onlyOpened = lifetime::LastingFrom([] { return storage::Value(storage::StoredStream{}); });
 
 const storage::Value *ValueFor(const storage::PropertyBag &bag, ULONG tag)
 {
@@ -24,7 +24,7 @@ const storage::Value *ValueFor(const storage::PropertyBag &bag, ULONG tag)
     if (!property)
         return nullptr;
     if (PROP_TYPE(tag) == PT_OBJECT)
-        return storage::TagType(property->tag) == storage::Type::Object ? &kOnlyOpened : nullptr;
+        return storage::TagType(property->tag) == storage::Type::Object ? &g_onlyOpened : nullptr;
     return property->tag == StorageTag(tag) ? &property->value : nullptr;
 }
 

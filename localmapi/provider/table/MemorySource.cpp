@@ -14,12 +14,12 @@ using storage::Place;
 namespace
 {
 
-const storage::Value &kNone = lifetime::Lasting<storage::Value>();
+const storage::Value &g_none = lifetime::Lasting<storage::Value>();
 
 const storage::Value &ValueOf(const storage::PropertyBag &bag, storage::Tag tag)
 {
     const storage::Value *value = bag.Find(tag);
-    return value ? *value : kNone;
+    return value ? *value : g_none;
 }
 
 } // namespace

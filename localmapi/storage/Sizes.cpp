@@ -97,7 +97,7 @@ void SetQuota(const Site &site, ObjectId mailbox, std::optional<std::int64_t> by
 std::int64_t BytesIn(Connection &connection, ObjectId mailbox)
 {
     Statement sum = connection.Prepare(g_foldersOfOne + "SELECT IFNULL(sum(f.bytes), 0) FROM folder "
-                                                       "JOIN facet f ON f.container = folder.id");
+                                                        "JOIN facet f ON f.container = folder.id");
     sum.Bind(mailbox);
     return sum.Step() ? sum.Integer(0) : 0;
 }

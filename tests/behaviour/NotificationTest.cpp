@@ -219,10 +219,10 @@ TEST_F(NotificationBehaviour, ACallbackMayEndItsOwnSink)
     });
     const std::size_t before = alice.All().size();
     DeliverVoicemail("alice", "1");
+    EXPECT_TRUE(alice.Becomes({1, 0, 0}));
     EXPECT_TRUE(other.Becomes({1, 0, 0}));
     DeliverVoicemail("alice", "2");
     EXPECT_TRUE(other.Becomes({2, 0, 0}));
-    EXPECT_TRUE(alice.Becomes({1, 0, 0}));
     EXPECT_EQ(alice.All().size(), before + 1);
     Unwatch(other);
 }

@@ -8,6 +8,7 @@
 #include <mapix.h>
 #include <objbase.h>
 #include <process.h>
+#include <utility>
 
 namespace
 {
@@ -28,6 +29,8 @@ std::atomic<LONG> g_lInstances{0};
 HANDLE g_hStopEvent GUARDED_BY(CMAPIImpl::m_CS) = nullptr;
 HANDLE g_hThread GUARDED_BY(CMAPIImpl::m_CS) = nullptr;
 std::atomic<bool> g_bThreadEnded{false}; // tells a thread that has ended from one that has not come to its start
+void *g_pModule GUARDED_BY(CMAPIImpl::m_CS) = nullptr; // the sessions' reference to the library
+std::atomic<void *> g_pGivenUp{nullptr};                // that reference, after the last session, for who takes it
 
 constexpr char kNoMapi[] =
     "Possible causes are:\r\n"
@@ -108,18 +111,22 @@ void MAPIMessagePump(HANDLE hStopEvent)
 
 unsigned __stdcall ThreadBody(void *hStopEvent)
 {
-    void *const pModule = HoldModule();
     Contained({"CMAPIImpl::MAPIMessagePump", __LINE__}, [=] { MAPIMessagePump(hStopEvent); });
+    void *const pModule = g_pGivenUp.exchange(nullptr);
     g_bThreadEnded = true;
     g_bThreadRunning = false;
     LeaveModule(pModule);
     return 0;
 }
 
-void ForgetThread() REQUIRES(CMAPIImpl::m_CS)
+// A thread without a reference of its own to the library is waited for, to its last step.
+void ForgetThread(bool bHasReference) REQUIRES(CMAPIImpl::m_CS)
 {
-    if (g_hThread)
-        LeaveThread(g_hThread);
+    if (!g_hThread)
+        return;
+    if (!bHasReference)
+        WaitForSingleObject(g_hThread, INFINITE);
+    CloseHandle(g_hThread);
     g_hThread = nullptr;
 }
 
@@ -127,9 +134,21 @@ void StartThread() REQUIRES(CMAPIImpl::m_CS)
 {
     if (g_hThread && !g_bThreadEnded)
         return;
-    ForgetThread();
+    ForgetThread(false);
     g_bThreadEnded = false;
     g_hThread = reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, ThreadBody, g_hStopEvent, 0, nullptr));
+}
+
+// Ends the thread, also one that has not come to its start yet. Without a limit, as the contract has it.
+void StopThread() REQUIRES(CMAPIImpl::m_CS)
+{
+    SetEvent(g_hStopEvent);
+    while (g_bThreadRunning || (g_hThread && !g_bThreadEnded))
+        Sleep(kPollMilliseconds);
+    void *const pModule = g_pGivenUp.exchange(nullptr);
+    ForgetThread(!pModule);
+    if (pModule) // no thread has taken it: it had ended by itself, or never began
+        LeaveModuleLater(pModule);
 }
 
 } // namespace
@@ -151,6 +170,8 @@ void CMAPIImpl::Initialise(bool fService)
     const CDebugTraceFn trace(kTraceCall, "CMAPIImpl::Initialise", "Service: <%s>", fService ? "true" : "false");
     const RegistryLock lock(__LINE__);
     g_bService = fService;
+    if (!g_pModule)
+        g_pModule = HoldModule();
     if (!g_hStopEvent)
         g_hStopEvent = CreateEventA(nullptr, FALSE, FALSE, nullptr);
     if (!g_bThreadStarting && !g_bThreadRunning) {
@@ -170,11 +191,8 @@ void CMAPIImpl::Uninitialise()
     if (--g_lInstances != 0)
         return;
     WaitForStart();
-    SetEvent(g_hStopEvent);
-    // Without a limit, as the contract has it.
-    while (g_bThreadRunning)
-        Sleep(kPollMilliseconds);
-    ForgetThread();
+    g_pGivenUp = std::exchange(g_pModule, nullptr);
+    StopThread();
     CloseHandle(g_hStopEvent);
     g_hStopEvent = nullptr;
 }

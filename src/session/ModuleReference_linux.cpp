@@ -10,9 +10,6 @@ void LeaveModule(void *)
 {
 }
 
-// Waits, so that a process that ends then destroys nothing that the thread's last steps use.
-void LeaveThread(HANDLE hThread)
+void LeaveModuleLater(void *)
 {
-    WaitForSingleObject(hThread, INFINITE);
-    CloseHandle(hThread);
 }

@@ -9,3 +9,5 @@ void wait_milliseconds(unsigned milliseconds);
 void end_process(int status);
 /* Reads from nowhere. */
 void crash(void);
+/* Every thread that begins from now on does so this much later; nothing where the system has no such thing. */
+void delay_threads(unsigned milliseconds);

@@ -39,3 +39,20 @@ void crash(void)
     SetErrorMode(SEM_NOGPFAULTERRORBOX);
     *nowhere = 0;
 }
+
+static volatile LONG delay;
+
+void delay_threads(unsigned milliseconds)
+{
+    delay = (LONG)milliseconds;
+}
+
+/* The loader calls it on each new thread, before the thread's own function. */
+static void NTAPI begin_late(PVOID module, DWORD reason, PVOID unused)
+{
+    (void)module, (void)unused;
+    if (reason == DLL_THREAD_ATTACH && delay)
+        Sleep((DWORD)delay);
+}
+
+__attribute__((section(".CRT$XLF"), used)) static const PIMAGE_TLS_CALLBACK begins = begin_late;

@@ -5,10 +5,12 @@
  *        watching  the mailbox is watched too
  *        callback  a callback of the watch is running, on a thread of MAPI's, and does not return
  *        call      another thread of the host's is inside calls, one after the other
- * WAY    unload    gives the library back, goes on for a moment, and returns from main
+ *        without   a connection could be made, but there is no MAPI
+ *        late      a connection was made, but the library's own thread has not come to its start yet
+ * WAY    unload    gives the library back, goes on with what it has, gives that back too, and returns from main
  *        exit      ends the process by the system's own function
  *        return    returns from main
- *        kill      ends the other thread, wherever it is, and then the process
+ *        kill      ends another thread, wherever it is, that has called the library, and then the process
  *        crash     reads from nowhere, on a thread that is not the library's
  *
  * The status is 7 where nothing went wrong, or what the system makes of the crash. "ending" is printed just before.
@@ -24,9 +26,12 @@ enum { WELL = 7, WRONG = 3, ENDLESS = 60000 };
 
 static DWORD connection;
 static OrlMailbox opened;
-static atomic_int told, inside, hold;
+static atomic_int told, inside, hold, enough;
 /* Found before the library is given back: it stays while there is a session, but its names can't be asked for. */
+static PFN_OrlCloseConnection close_connection;
+static PFN_OrlIsMAPIAvailable is_available;
 static PFN_OrlGetEmailHeadersA get;
+static PFN_OrlSetEmailReadFlag mark;
 static PFN_OrlMapiReleaseHandle release;
 static PFN_OrlMapiFreeBuffer give_back;
 
@@ -39,10 +44,10 @@ static BOOL ORLAPI tell(const WCHAR *mailbox, ULONG unread, ULONG priority, ULON
 {
     (void)mailbox, (void)unread, (void)priority, (void)read, (void)context;
     ++told;
-    if (hold) {
-        inside = 1;
-        wait_milliseconds(ENDLESS);
-    }
+    inside = hold;
+    while (hold)
+        wait_milliseconds(10);
+    inside = 0;
     return 1;
 }
 
@@ -59,20 +64,21 @@ static EmailHeaderA *list(ULONG *count)
 
 static void call_again_and_again(void)
 {
-    for (;;) {
+    while (!enough) {
         ULONG count = 0;
         inside = 1;
         give_back(list(&count));
     }
+    inside = 0;
 }
 
 /* A moment's sleep again and again until it is so, for ten seconds at most. */
-static int becomes(atomic_int *what)
+static int becomes(const atomic_int *what, int wanted)
 {
     int i;
-    for (i = 0; i < 1000 && !*what; ++i)
+    for (i = 0; i < 1000 && *what != wanted; ++i)
         wait_milliseconds(10);
-    return *what;
+    return *what == wanted;
 }
 
 static int watch(const char *mailbox)
@@ -83,13 +89,14 @@ static int watch(const char *mailbox)
     return advise(connection, &sink, mailbox, tell, 0, &watched) == 0 && told;
 }
 
-/* Marks a message, which the watch tells of. */
+/* Marks the first message as read, which the watch tells of; those that are not read come first. */
 static int change(void)
 {
-    const PFN_OrlSetEmailReadFlag mark = (PFN_OrlSetEmailReadFlag)by_name("OrlSetEmailReadFlag");
     ULONG count = 0;
-    const EmailHeaderA *const headers = list(&count);
-    return headers && count && mark(connection, opened, headers->cbEntryID, headers->pEntryID, 1) == 0;
+    EmailHeaderA *const headers = list(&count);
+    const int done = headers && count && mark(connection, opened, headers->cbEntryID, headers->pEntryID, 1) == 0;
+    give_back(headers);
+    return done;
 }
 
 static int reach(const char *state, const char *profile, const char *mailbox)
@@ -97,15 +104,23 @@ static int reach(const char *state, const char *profile, const char *mailbox)
     const PFN_OrlCreateConnection create = (PFN_OrlCreateConnection)by_name("OrlCreateConnection");
     const PFN_OrlMapiConnectA connect = (PFN_OrlMapiConnectA)by_name("OrlMapiConnectA");
     const PFN_OrlMapiConnectToMailboxA open = (PFN_OrlMapiConnectToMailboxA)by_name("OrlMapiConnectToMailboxA");
+    close_connection = (PFN_OrlCloseConnection)by_name("OrlCloseConnection");
+    is_available = (PFN_OrlIsMAPIAvailable)by_name("OrlIsMAPIAvailable");
     get = (PFN_OrlGetEmailHeadersA)by_name("OrlGetEmailHeadersA");
+    mark = (PFN_OrlSetEmailReadFlag)by_name("OrlSetEmailReadFlag");
     release = (PFN_OrlMapiReleaseHandle)by_name("OrlMapiReleaseHandle");
     give_back = (PFN_OrlMapiFreeBuffer)by_name("OrlMapiFreeBuffer");
-    if (create(&connection, 0) != 0 || connect(connection, "", "", profile) != 0 ||
-        open(connection, &opened, mailbox) != 0)
+    if (is(state, "late"))
+        delay_threads(5500);
+    if (create(&connection, 0) != 0)
+        return 0;
+    if (is(state, "without") || is(state, "late"))
+        return !is_available(connection);
+    if (connect(connection, "", "", profile) != 0 || open(connection, &opened, mailbox) != 0)
         return 0;
     if (is(state, "call")) {
         start_thread(call_again_and_again);
-        return becomes(&inside);
+        return becomes(&inside, 1);
     }
     if (is(state, "idle"))
         return 1;
@@ -114,16 +129,44 @@ static int reach(const char *state, const char *profile, const char *mailbox)
     if (is(state, "watching"))
         return 1;
     hold = 1;
-    return change() && becomes(&inside);
+    return change() && becomes(&inside, 1);
 }
 
-static void sleep_long(void)
+/* What was under way comes back into the library, which still works, until the last session is gone. */
+static int goes_on(const char *state, const char *path)
 {
-    inside = 1;
+    ULONG count = 0;
+    enough = 1;
+    hold = 0;
+    if (!becomes(&inside, 0))
+        return 0;
+    if (is(state, "watching") || is(state, "callback")) {
+        const int before = told;
+        int i;
+        if (!change())
+            return 0;
+        for (i = 0; i < 1000 && told == before; ++i)
+            wait_milliseconds(10);
+        if (told == before)
+            return 0;
+    }
+    if (opened) {
+        give_back(list(&count));
+        if (count == 0)
+            return 0;
+    }
+    return close_connection(&connection) == 0 && is_as_promised(path);
+}
+
+static void call_and_sleep(void)
+{
+    ULONG count = 0;
+    give_back(list(&count));
+    enough = 1;
     wait_milliseconds(ENDLESS);
 }
 
-static int end(const char *way, const char *state)
+static int end(const char *way, const char *state, const char *path)
 {
     printf("ending\n");
     fflush(stdout);
@@ -131,14 +174,18 @@ static int end(const char *way, const char *state)
         end_process(WELL);
     if (is(way, "unload")) {
         unload_library();
-        wait_milliseconds(400);
+        if (!is(state, "late"))
+            wait_milliseconds(200);
+        if (!goes_on(state, path))
+            return WRONG;
     }
     if (is(way, "kill")) {
         if (!is(state, "call")) {
-            inside = 0;
-            start_thread(sleep_long);
+            start_thread(call_and_sleep);
+            if (!becomes(&enough, 1))
+                return WRONG;
         }
-        if (!becomes(&inside) || !kill_thread())
+        if (!kill_thread())
             return WRONG;
         end_process(WELL);
     }
@@ -153,5 +200,5 @@ int main(int argc, char **argv)
 {
     if (argc != 6 || !load_library(argv[1]) || !reach(argv[5], argv[2], argv[3]))
         return WRONG;
-    return end(argv[4], argv[5]);
+    return end(argv[4], argv[5], argv[1]);
 }

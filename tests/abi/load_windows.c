@@ -4,10 +4,21 @@
 
 static HMODULE library;
 
+/* The loader knows modules by names without slashes. */
+static HMODULE find_loaded(const char *path)
+{
+    char name[MAX_PATH];
+    size_t i;
+    for (i = 0; i + 1 < sizeof name && path[i]; ++i)
+        name[i] = path[i] == '/' ? '\\' : path[i];
+    name[i] = 0;
+    return GetModuleHandleA(name);
+}
+
 int load_library(const char *path)
 {
     library = LoadLibraryA(path);
-    return library != 0;
+    return library != 0 && library == find_loaded(path);
 }
 
 void unload_library(void)
@@ -19,7 +30,7 @@ void unload_library(void)
 int is_as_promised(const char *path)
 {
     const ULONGLONG began = GetTickCount64();
-    while (GetModuleHandleA(path)) {
+    while (find_loaded(path)) {
         if (GetTickCount64() - began > 2000)
             return 0;
         Sleep(10);

@@ -53,11 +53,11 @@ void PrintAsJson(const Report &report)
 
 void Print(const Report &report)
 {
+    PrintLine("checked by localmapi " LOCALMAPI_VERSION " with SQLite " + storage::SqliteVersion());
     for (const storage::Finding &finding : report.findings)
         PrintLine((finding.repaired ? "repaired: " : "damaged: ") + finding.text);
     if (report.findings.empty())
-        PrintLine("nothing is damaged, as localmapi " LOCALMAPI_VERSION " with SQLite " + storage::SqliteVersion() +
-                  " sees it");
+        PrintLine("nothing is damaged");
     for (const std::string &warning : report.warnings)
         PrintLine("warning: " + warning);
     if (report.unsent.empty())

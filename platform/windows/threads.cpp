@@ -11,6 +11,7 @@
 #include <pthread.h>
 #include <pthread_time.h>
 #include <sched.h>
+#include <utility>
 #include <windows.h>
 
 namespace
@@ -25,8 +26,8 @@ SRWLOCK s_lock = SRWLOCK_INIT; // guards all that follows
 
 using Destructor = void(void *);
 
-// The runtime has two or three: the exception that a thread handles, and its thread_local variables.
-constexpr pthread_key_t kMostKeys = 16;
+// The runtime has one, for all thread_local variables.
+constexpr pthread_key_t kMostKeys = 4;
 struct Key {
     bool taken;
     Destructor *destructor;
@@ -44,10 +45,30 @@ bool s_ended;
 void WINAPI GiveValuesBack(void *block)
 {
     const std::unique_ptr<Values, decltype(&std::free)> values(static_cast<Values *>(block), std::free);
-    for (pthread_key_t key = 0; values && key < kMostKeys; ++key)
-        if (values->of[key] && s_keys[key].destructor)
-            s_keys[key].destructor(values->of[key]);
+    for (pthread_key_t key = values ? kMostKeys : 0; key-- > 0;)
+        if (void *const value = std::exchange(values->of[key], nullptr); value && s_keys[key].destructor)
+            s_keys[key].destructor(value);
 }
+
+bool TakeSlot() // under the lock
+{
+    if (s_slot == FLS_OUT_OF_INDEXES && !s_ended)
+        s_slot = FlsAlloc(GiveValuesBack);
+    return s_slot != FLS_OUT_OF_INDEXES;
+}
+
+// The slot's functions set the last error, which nobody expects of a variable.
+class KeepsLastError
+{
+  public:
+    KeepsLastError() : m_error(GetLastError()) {}
+    ~KeepsLastError() { SetLastError(m_error); }
+    KeepsLastError(const KeepsLastError &) = delete;
+    KeepsLastError &operator=(const KeepsLastError &) = delete;
+
+  private:
+    const DWORD m_error;
+};
 
 Values *OwnValues()
 {
@@ -120,6 +141,12 @@ timespec Monotonic()
 namespace windows
 {
 
+bool BeginThreadValues()
+{
+    const Exclusive hold(s_lock);
+    return TakeSlot();
+}
+
 void EndThreadValues()
 {
     DWORD slot;
@@ -140,7 +167,7 @@ extern "C" {
 int pthread_key_create(pthread_key_t *key, Destructor *destructor)
 {
     const Exclusive hold(s_lock);
-    if (s_ended || (s_slot == FLS_OUT_OF_INDEXES && (s_slot = FlsAlloc(GiveValuesBack)) == FLS_OUT_OF_INDEXES))
+    if (!TakeSlot())
         return EAGAIN;
     for (pthread_key_t candidate = 0; candidate < kMostKeys; ++candidate)
         if (!s_keys[candidate].taken) {
@@ -163,9 +190,8 @@ int pthread_key_delete(pthread_key_t key)
 
 void *pthread_getspecific(pthread_key_t key)
 {
-    const DWORD error = GetLastError(); // the slot's function sets it, and nobody expects that of reading a variable
+    const KeepsLastError keeps;
     const Values *const values = key < kMostKeys ? OwnValues() : nullptr;
-    SetLastError(error);
     return values ? values->of[key] : nullptr;
 }
 
@@ -173,6 +199,7 @@ int pthread_setspecific(pthread_key_t key, const void *value)
 {
     if (key >= kMostKeys || !s_keys[key].taken || s_slot == FLS_OUT_OF_INDEXES)
         return EINVAL;
+    const KeepsLastError keeps;
     Values *values = OwnValues();
     if (!values) {
         values = static_cast<Values *>(std::calloc(1, sizeof *values));

@@ -1,5 +1,6 @@
 // One lock guards the sinks and the notifications that are at work; it is never held while MAPI or the host is called.
 #include "notify/SinkRegistry.h"
+#include "platform/lifetime/Lasting.h"
 #include "session/CMAPIImpl.h"
 #include <algorithm>
 
@@ -15,11 +16,10 @@ struct State {
     locks::Condition notified;
 };
 
-// Never destroyed: sinks may still be notified while the process ends.
+// Lasts: sinks may still be notified while the process ends.
 State &Registered()
 {
-    static State *const pState = new State;
-    return *pState;
+    return lifetime::Lasting<State>();
 }
 
 // A session that has a sink here is alive: it cancels its sinks before it ends.

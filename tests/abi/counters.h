@@ -10,6 +10,9 @@ struct counter {
 /* Fills in COUNTERS of them; those without a name are none of this system's. */
 void count_all(struct counter *counters);
 
+/* A tenth of a second. */
+void wait_a_moment(void);
+
 /* Holds the system's own libraries, so that they are not loaded and unloaded with those that are looked at. */
 void hold_system(void);
 

@@ -3,6 +3,7 @@
 #include <malloc.h>
 #include <pthread.h>
 #include <stdio.h>
+#include <time.h>
 
 static long long free_keys(void)
 {
@@ -59,6 +60,12 @@ void count_all(struct counter *counters)
     counters[4] = (struct counter){"bytes on the heap", (long long)mallinfo2().uordblks, 16384};
     counters[5] = (struct counter){"private bytes", data_bytes(), 512 * 1024};
     counters[6] = (struct counter){0, 0, 0};
+}
+
+void wait_a_moment(void)
+{
+    const struct timespec time = {0, 100000000L};
+    nanosleep(&time, 0);
 }
 
 void hold_system(void)

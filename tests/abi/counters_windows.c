@@ -93,6 +93,11 @@ static long long private_bytes(void)
     return (long long)memory.PagefileUsage;
 }
 
+void wait_a_moment(void)
+{
+    Sleep(100);
+}
+
 void hold_system(void)
 {
     static const char *const names[] = {"advapi32", "ole32", "oleaut32", "user32", "shell32"};
@@ -109,8 +114,8 @@ void count_all(struct counter *counters)
     counters[1] = (struct counter){"free slots of fibers (FLS)", free_slots(take_fls, give_fls), 0};
     counters[2] = (struct counter){"handles", handles(), 0};
     counters[3] = (struct counter){"threads", threads(), 0};
-    counters[4] = (struct counter){"blocks on the heaps", blocks, 16};
-    counters[5] = (struct counter){"bytes on the heaps", bytes, 4096};
+    counters[4] = (struct counter){"blocks on the heaps", blocks, 4};
+    counters[5] = (struct counter){"bytes on the heaps", bytes, 1024};
     counters[6] = (struct counter){"private bytes", private_bytes(), 512 * 1024};
 }
 

@@ -1,9 +1,9 @@
 # lifetime.sh BIN-DIR WORK-DIR EXE-SUFFIX [RUNNER]: the libraries loaded and unloaded, alone and with a mailbox's page.
-# ROUNDS (150) and CONNECTED (10) say how often; FIGURES=yes shows what was counted.
+# ROUNDS (150) and CONNECTED (40) say how often; FIGURES=yes shows what was counted.
 . "$(dirname "$0")/../tools/lib.sh" "$@"
 # What the allocator keeps for each thread would count as in use.
 export GLIBC_TUNABLES=glibc.malloc.tcache_count=0:glibc.malloc.arena_max=1
-rounds=${ROUNDS:-150} connected=${CONNECTED:-10}
+rounds=${ROUNDS:-150} connected=${CONNECTED:-40}
 if [ -n "$suffix" ]; then libraries=(OrlMapi32.dll localmapi.dll); else libraries=(libOrlMapi32.so.1 libmapi32.so.1); fi
 figures() { [ -z "${FIGURES:-}" ] || { printf '%s\n' "$*" && cat out.txt; }; }
 

@@ -10,7 +10,7 @@ namespace localmapi
 
 locks::Mutex &NotifierLock()
 {
-    return lifetime::Lasting<locks::Mutex, Notifier>(); // for as long as the notifier
+    return lifetime::Lasting<locks::Mutex, Notifier>();
 }
 
 void Notifier::List(Advises &advises) noexcept

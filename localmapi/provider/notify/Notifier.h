@@ -30,6 +30,13 @@ struct Advises::AdvisedSink {
 class Notifier
 {
   public:
+    Notifier() { NotifierLock(); } // which so outlives it
+    ~Notifier()
+    {
+        // One that has ended after its last sink did, and that nobody waited for.
+        if (m_thread.joinable())
+            m_thread.detach();
+    }
     // Its thread may outlive what the program destroys at its end.
     static Notifier &Get() { return lifetime::Lasting<Notifier>(); }
 

@@ -255,7 +255,8 @@ HRESULT ORLAPI OrlCreateConnection(DWORD *phConnection, BYTE bService);
 
 /*
  * Ordinal 38. Ends the session, with its sinks, and sets *phConnection to 0. The last one stops the MAPI thread and
- * waits until it has given MAPI back. Mailboxes must have been closed before. E_FAIL (and *phConnection as it was) for an unknown handle.
+ * waits until it has given MAPI back. Mailboxes must have been closed before. E_FAIL (and *phConnection as it was) for
+ * an unknown handle.
  */
 HRESULT ORLAPI OrlCloseConnection(DWORD *phConnection);
 

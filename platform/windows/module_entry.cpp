@@ -1,6 +1,6 @@
 // The entry of our DLLs: the C runtime's; before it, what a DLL can't do without, so that it is not loaded where there
-// is none of it; and after it, when the host unloads the DLL, the end of what the runtime keeps beyond its own: it frees
-// neither its slot for threads' values nor the memory that it sets aside for exceptions.
+// is none of it; and after it, when the host unloads the DLL, the end of what the runtime keeps beyond its own: it
+// frees neither its slot for threads' values nor the memory that it sets aside for exceptions.
 #include "runtime.h"
 #include <windows.h>
 

@@ -8,8 +8,8 @@ namespace windows
 // Ends what is to last until then (platform/lifetime/Lasting.h).
 void RunAtUnload();
 
-// Takes the process's slot for threads' values; false where it has none left. Without this the first value takes it, and
-// the compiler's runtime ends the process where it can't.
+// Takes the process's slot for threads' values; false where it has none left. Without this the first value takes it,
+// and the compiler's runtime ends the process where it can't.
 bool BeginThreadValues();
 
 // Gives back the process's slot for threads' values, with the values of all threads. Called last: after this no thread

@@ -30,7 +30,7 @@ HANDLE g_hStopEvent GUARDED_BY(CMAPIImpl::m_CS) = nullptr;
 HANDLE g_hThread GUARDED_BY(CMAPIImpl::m_CS) = nullptr;
 std::atomic<bool> g_bThreadEnded{false}; // tells a thread that has ended from one that has not come to its start
 void *g_pModule GUARDED_BY(CMAPIImpl::m_CS) = nullptr; // the sessions' reference to the library
-std::atomic<void *> g_pGivenUp{nullptr};                // that reference, after the last session, for who takes it
+std::atomic<void *> g_pGivenUp{nullptr};               // that reference, after the last session, for who takes it
 
 constexpr char kNoMapi[] =
     "Possible causes are:\r\n"

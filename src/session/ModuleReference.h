@@ -1,6 +1,7 @@
 // Keeps the library in the process while there are sessions, whatever its host does with the reference of its own: a
-// running call, a callback and the MAPI thread need the code that they run in. The sessions have the reference together;
-// with the last of them the MAPI thread takes it, so that it is given back by a thread that has nothing else to do.
+// running call, a callback and the MAPI thread need the code that they run in. The sessions have the reference
+// together; with the last of them the MAPI thread takes it, so that it is given back by a thread that has nothing else
+// to do.
 #pragma once
 #include <windows.h>
 

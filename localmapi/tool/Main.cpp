@@ -45,6 +45,10 @@ void AddSiteCommands(CLI::App &app, Arguments &a)
                      "Who may use the site beside this account: a group, on Windows also an account");
     OnCommand(*init, [&] { InitSite(a.common, a.server, a.organization, a.group); });
 
+    OnCommand(*app.add_subcommand("sample", "Make a site to try things with: users, a service account with the default "
+                                            "profile, and a mailbox of messages"),
+              [&] { MakeSample(a.common); });
+
     auto *user = app.add_subcommand("user", "Users, each with a mailbox");
     user->require_subcommand(1);
     auto *addition = user->add_subcommand("add", "Add a user");

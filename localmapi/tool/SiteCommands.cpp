@@ -15,8 +15,8 @@ namespace localmapi::tool
 
 using storage::Directory;
 
-void InitSite(const Common &common, const std::string &server, const std::string &organization,
-              const std::string &group)
+std::string MakeSite(const Common &common, const std::string &server, const std::string &organization,
+                     const std::string &group)
 {
     const std::string file = common.file.empty() ? FindSiteFile() : common.file;
     const std::string folder = storage::Utf8Of(std::filesystem::absolute(storage::PathOf(file)).parent_path());
@@ -29,16 +29,24 @@ void InitSite(const Common &common, const std::string &server, const std::string
         others->Admit(folder);
     else if (others && !others->MayWriteIn(folder))
         throw Failure("the group " + group + " may not write in " + folder + ", which using a site asks for");
-    const storage::SiteInfo info = storage::Site::Create(file, server, organization).Info();
+    storage::Site::Create(file, server, organization);
     if (others)
         for (const std::string &one : {file, file + "-reserve"})
             if (std::filesystem::exists(storage::PathOf(one)))
                 others->Admit(one);
+    return file;
+}
+
+void InitSite(const Common &common, const std::string &server, const std::string &organization,
+              const std::string &group)
+{
+    const std::string file = MakeSite(common, server, organization, group);
+    const storage::SiteInfo info = OpenSite(common, true).Info();
     if (common.json)
         PrintJson({{"file", file}, {"server", info.server}, {"organization", info.organization}, {"group", group}});
     else
         PrintLine("made " + file + " (server " + info.server + ", organization " + info.organization + ")" +
-                  (others ? ", for the group " + group + " too" : ""));
+                  (group.empty() ? "" : ", for the group " + group + " too"));
 }
 
 namespace

@@ -103,6 +103,10 @@ struct FillOptions {
 };
 
 // group: who may use the site beside its owner; empty: nobody.
+// Makes a site, in a folder for this account or also for the group where one is named; where it was made.
+std::string MakeSite(const Common &common, const std::string &server, const std::string &organization,
+                     const std::string &group);
+void MakeSample(const Common &common);
 void InitSite(const Common &common, const std::string &server, const std::string &organization,
               const std::string &group);
 void AddUser(const Common &common, const UserOptions &options);

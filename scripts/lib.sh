@@ -1,7 +1,7 @@
 # Shared by the scripts of this folder. They may be called from any folder.
 set -euo pipefail
 TOP=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-ALL_PRESETS=(linux linux-asan linux-tsan windows-x86) # those that are tested
+ALL_PRESETS=(linux linux-asan linux-tsan windows-x86 windows-x64) # those that are tested
 
 say() { printf '%s\n' "$*" >&2; }
 die() {

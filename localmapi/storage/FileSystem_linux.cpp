@@ -133,7 +133,10 @@ bool AllocateFile(const std::string &path, const std::string &like, std::uint64_
     // What it had stays set aside; what was taken beyond it on the way is given back.
     if (isNew && file.Size() == 0)
         unlink(path.c_str());
-    return ftruncate(file.Descriptor(), static_cast<off_t>(file.Size())) == 0 && false;
+    if (ftruncate(file.Descriptor(), static_cast<off_t>(file.Size())) != 0) {
+        // Then it stays longer, which is no harm.
+    }
+    return false;
 }
 
 bool ShrinkFile(const std::string &path, std::uint64_t size)

@@ -14,7 +14,8 @@ BOOL WINAPI DllMainCRTStartup(HINSTANCE, DWORD, LPVOID);
 BOOL WINAPI ModuleEntry(HINSTANCE, DWORD, LPVOID);
 }
 
-BOOL WINAPI ModuleEntry(HINSTANCE module, DWORD reason, LPVOID processEnds)
+// The stack's guard gets its value while this runs.
+__attribute__((no_stack_protector)) BOOL WINAPI ModuleEntry(HINSTANCE module, DWORD reason, LPVOID processEnds)
 {
     if (reason == DLL_PROCESS_ATTACH && !windows::BeginThreadValues())
         return FALSE;

@@ -1,6 +1,8 @@
-# The DLL is a 32-bit x86 DLL with relocations and a version resource.
+# The DLL is one of its width, with relocations and a version resource.
+set(x86 "pei-i386" "i386" "Magic[ \t]+010b")
+set(x64 "pei-x86-64" "x86-64" "Magic[ \t]+020b")
 execute_process(COMMAND ${OBJDUMP} -f -p ${DLL} OUTPUT_VARIABLE dump COMMAND_ERROR_IS_FATAL ANY)
-foreach(wanted "pei-i386" "i386" "Magic[ \t]+010b" "[^a-z]DLL" "Base Relocation Directory" "Resource Directory \\[.rsrc\\]"
+foreach(wanted ${${WIDTH}} "[^a-z]DLL" "Base Relocation Directory" "Resource Directory \\[.rsrc\\]"
         "ID: 0x000010")
     if(NOT dump MATCHES "${wanted}")
         message(FATAL_ERROR "${DLL} lacks ${wanted}")

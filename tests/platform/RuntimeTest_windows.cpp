@@ -3,9 +3,12 @@
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
+#include <cstdio>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <mutex>
 #include <pthread.h>
+#include <string>
 #include <thread>
 #include <windows.h>
 
@@ -151,6 +154,20 @@ TEST(Runtime, SleepLastsAsLongAsItIsTold)
     std::this_thread::sleep_for(30ms + 1ns);
     EXPECT_GE(std::chrono::steady_clock::now() - began, 30ms + 1ns);
     std::this_thread::sleep_for(-1s);
+}
+
+__attribute__((noinline)) void CopyIntoEight(const char *text)
+{
+    char eight[8];
+    std::strcpy(eight, text);
+    std::puts(eight);
+}
+
+TEST(RuntimeDeathTest, WhatIsWrittenOverTheStackEndsTheProcess)
+{
+    CopyIntoEight("fits in");
+    const std::string longer(64, 'x');
+    EXPECT_DEATH(CopyIntoEight(longer.c_str()), "");
 }
 
 } // namespace

@@ -1,9 +1,9 @@
 // A fault inside a guard is met by a vectored handler, which lets the thread go on in a function that jumps out of the
 // guarded call. The innermost guard of a thread stands in a slot of its own.
 #include "common/base/FaultGuard.h"
+#include "common/base/Escape.h"
 #include "platform/lifetime/Lasting.h"
 #include <atomic>
-#include <csetjmp>
 #include <cstdint>
 #include <windows.h>
 
@@ -117,15 +117,6 @@ struct Entered {
     Guard *outer;
 };
 
-// Apart from RunGuarded so that nothing lives across the jump in the function that returns twice.
-bool Attempt(Guard &guard, void (*call)(void *), void *context)
-{
-    if (setjmp(guard.jump) != 0)
-        return false;
-    call(context);
-    return true;
-}
-
 } // namespace
 
 bool RunGuarded(void (*call)(void *), void *context)
@@ -133,7 +124,7 @@ bool RunGuarded(void (*call)(void *), void *context)
     lifetime::Lasting<Registration>();
     Guard guard;
     const Entered entered(guard);
-    return Attempt(guard, call, context);
+    return CallWithEscape(guard.jump, call, context);
 }
 
 SuspendFaultGuard::SuspendFaultGuard() : m_suspended(Current())

@@ -1,6 +1,6 @@
-// What the compiler puts before a function's return address and compares when it returns, and what is done where somebody
-// has written over it. The toolchain's library would ask the system's cryptography for the value, which loads further
-// DLLs while ours is being loaded.
+// What the compiler puts before a function's return address and compares when it returns, and what is done where
+// somebody has written over it. The toolchain's library would ask the system's cryptography for the value, which loads
+// further DLLs while ours is being loaded.
 #include <cstdint>
 #include <initializer_list>
 #include <windows.h>

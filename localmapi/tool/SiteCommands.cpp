@@ -18,7 +18,7 @@ using storage::Directory;
 std::string MakeSite(const Common &common, const std::string &server, const std::string &organization,
                      const std::string &group)
 {
-    const std::string file = common.file.empty() ? FindSiteFile() : common.file;
+    std::string file = common.file.empty() ? FindSiteFile() : common.file;
     const std::string folder = storage::Utf8Of(std::filesystem::absolute(storage::PathOf(file)).parent_path());
     std::optional<storage::Group> others;
     if (!group.empty())

@@ -56,10 +56,11 @@ concept X64 = requires(Context &context)
     context.Rsp;
 };
 
-// Lets the faulting thread go on as if the instruction at fault had called Leave.
+// Lets the faulting thread go on as if the instruction at fault had called Leave, with the stack aligned as a function
+// that calls has it: one that calls nothing may have left it otherwise.
 template <class Register> void CallLeave(Register &instruction, Register &stack)
 {
-    stack -= sizeof(Register);
+    stack = (stack & ~Register{15}) - sizeof(Register);
     *reinterpret_cast<Register *>(static_cast<std::uintptr_t>(stack)) = instruction;
     instruction = static_cast<Register>(reinterpret_cast<std::uintptr_t>(&Leave));
 }

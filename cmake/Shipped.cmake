@@ -47,6 +47,9 @@ function(shipped target description)
     if(ORLMAPI_SANITIZE OR ORLMAPI_COVERAGE)
         return()
     endif()
+    # What the linker took from where, for packaging/sbom.
+    file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/maps)
+    target_link_options(${target} PRIVATE LINKER:-Map=${PROJECT_BINARY_DIR}/maps/${target}.map)
     add_custom_command(TARGET ${target} POST_BUILD COMMAND ${CMAKE_COMMAND} -DFILE=$<TARGET_FILE:${target}>
         -DOBJCOPY=${CMAKE_OBJCOPY} -DOBJDUMP=${CMAKE_OBJDUMP} -DSTRIP=${CMAKE_STRIP}
         -DSTRIP_OPTION=$<IF:$<BOOL:${WIN32}>,--strip-all,--strip-unneeded> -P ${PROJECT_SOURCE_DIR}/cmake/SplitDebug.cmake

@@ -34,6 +34,7 @@ if command -v ccache >/dev/null 2>&1; then
     export CMAKE_CXX_COMPILER_LAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER:-ccache}
     # What one clone has compiled serves the next one, with precompiled headers too.
     export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$TOP} CCACHE_NOHASHDIR=${CCACHE_NOHASHDIR:-1}
+    export CCACHE_IGNOREOPTIONS=${CCACHE_IGNOREOPTIONS:--ffile-prefix-map=*} # which only take the folder out again
     export CCACHE_SLOPPINESS=${CCACHE_SLOPPINESS:-pch_defines,time_macros,include_file_mtime,include_file_ctime}
 fi
 

@@ -70,6 +70,7 @@ using SpoolPtr = std::shared_ptr<const Spool>;
 struct NeverHeld {
     NeverHeld() = delete;
     NeverHeld(const NeverHeld &) noexcept {} // of its own, which is what counts
+    NeverHeld &operator=(const NeverHeld &) = default;
     auto operator<=>(const NeverHeld &) const = default;
 };
 

@@ -31,8 +31,8 @@ class AddressBookTest : public SessionTest
 const char *const kWalk[] = {"Session.OpenAddressBook(0, NULL, 0x1)",
                              "AddrBook.OpenEntry(eid(), NULL, 0x210)",
                              "Container(root).GetHierarchyTable(0)",
-                             "HrQueryAllRows(Table(hierarchy), [PR_ENTRYID], PROPERTY(PR_DISPLAY_TYPE == 131072), "
-                             "NULL, 0)",
+                             ("HrQueryAllRows(Table(hierarchy), [PR_ENTRYID], PROPERTY(PR_DISPLAY_TYPE == 131072), "
+                              "NULL, 0)"),
                              "AddrBook.OpenEntry(eid(ab:gal), *, 0x210)",
                              "Container(GAL).GetContentsTable(0)",
                              "HrQueryAllRows(Table(GAL), [PR_ENTRYID], PROPERTY(PR_ANR_A == \"alice\"), NULL, 0)",

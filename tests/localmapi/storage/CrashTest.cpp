@@ -1,6 +1,7 @@
 // Proves that nothing is half done, whatever happens: a full disk at any write, a process that is killed at any write
 // or at any moment, several processes that write at once. What a call had reported as done is there whole; what was
 // not is absent.
+// storage_crash_test [--every N] tries every N-th of those writes.
 #include "FaultyVfs.h"
 #include "Process.h"
 #include "Scenario.h"
@@ -18,6 +19,7 @@ namespace
 {
 
 std::string g_program;
+int g_every = 1;
 
 namespace fs = std::filesystem;
 
@@ -91,7 +93,7 @@ TEST_F(Crashes, AFullDiskAtAnyWriteLeavesEachStepDoneOrUndone)
     for (std::size_t i = 0; i < ScenarioSteps().size(); ++i) {
         const Step &step = ScenarioSteps()[i];
         bool struck = true;
-        for (int n = 1; struck; n += n < 4 ? 1 : 3) {
+        for (int n = 1; struck; n += n < 4 ? 1 : 3 * g_every) {
             std::string path = CopyBefore(i);
             {
                 Site site = Site::Open(path);
@@ -160,7 +162,7 @@ TEST_F(Crashes, AProcessThatEndsAtAnyWriteLeavesWhatItReported)
     int rounds = 0;
     for (std::size_t i = 0; i < ScenarioSteps().size(); ++i) {
         int ended = 42;
-        for (int n = 1; ended == 42; n += n < 4 ? 1 : 2) {
+        for (int n = 1; ended == 42; n += n < 4 ? 1 : 2 * g_every) {
             std::string path = CopyBefore(i), report = m_folder.File("report");
             fs::remove(PathOf(report));
             Process worker(g_program, {"--step", path, report, std::to_string(n), std::to_string(i)});
@@ -177,7 +179,7 @@ TEST_F(Crashes, AProcessThatEndsAtAnyWriteLeavesWhatItReported)
             ++rounds;
         }
     }
-    EXPECT_GT(rounds, 300);
+    EXPECT_GT(rounds, 300 / g_every);
 }
 
 // A copy is put back in one transaction, whatever goes wrong, and in whatever file.
@@ -198,7 +200,7 @@ TEST_F(Crashes, ARestoringThatFindsNoRoomOrIsCutOffHappenedOrDidNot)
     };
     bool struck = true;
     int openBySync = 0;
-    for (int n = 1; struck; n += n < 10 ? 1 : 5) {
+    for (int n = 1; struck; n += n < 10 ? 1 : 5 * g_every) {
         const std::string path = CopyBefore(5);
         SetWriteFault(WriteFault::DiskFull, n);
         const std::optional<Fault> fault = FaultOf([&] { Restore(copy, path); });
@@ -213,7 +215,7 @@ TEST_F(Crashes, ARestoringThatFindsNoRoomOrIsCutOffHappenedOrDidNot)
         openBySync += struck && isRestored;
         EXPECT_LE(openBySync, 1) << "more than the sync of the commit, at write " << n;
     }
-    for (int n = 1, ended = 42; ended == 42; n += n < 10 ? 1 : 5) {
+    for (int n = 1, ended = 42; ended == 42; n += n < 10 ? 1 : 5 * g_every) {
         const std::string path = CopyBefore(5);
         Process worker(g_program, {"--restore", path, copy, std::to_string(n)});
         ended = worker.Wait();
@@ -347,5 +349,7 @@ int main(int argc, char **argv)
     if (argc >= 5 && std::string(argv[1]).starts_with("--"))
         return WorkOn(argv[1], argv[2], argv[3], std::stoi(argv[4]), argc > 5 ? std::stoul(argv[5]) : 0);
     testing::InitGoogleMock(&argc, argv);
+    if (argc == 3 && std::string(argv[1]) == "--every")
+        g_every = std::stoi(argv[2]);
     return RUN_ALL_TESTS();
 }

@@ -38,14 +38,16 @@ if command -v ccache >/dev/null 2>&1; then
     export CCACHE_SLOPPINESS=${CCACHE_SLOPPINESS:-pch_defines,time_macros,include_file_mtime,include_file_ctime}
 fi
 
-# build_preset PRESET [TARGET...]: configures where needed and builds; the log is shown only on failure.
+# build_preset PRESET [TARGET...]: configures where needed, with the options in the array configure_options, and builds; the log
+# is shown only on failure.
+configure_options=()
 build_preset() {
     local preset=$1 log
     shift
     mkdir -p "$TOP/build"
     log=$TOP/build/$preset.log
-    if ! (cd "$TOP" && cmake --preset "$preset" && cmake --build --preset "$preset" --parallel "$(nproc)" \
-        ${1:+--target "$@"}) >"$log" 2>&1; then
+    if ! (cd "$TOP" && cmake --preset "$preset" "${configure_options[@]}" &&
+        cmake --build --preset "$preset" --parallel "$(nproc)" ${1:+--target "$@"}) >"$log" 2>&1; then
         tail -n 80 "$log" >&2
         die "the build of $preset failed; the whole log is build/$preset.log"
     fi

@@ -7,6 +7,9 @@
 namespace localmapi::storage
 {
 
+// Which writes fail, and which of the sizes are tried: every so many. Most calls are writes.
+inline std::size_t g_every = 3;
+
 class Disks : public SiteTest
 {
   protected:

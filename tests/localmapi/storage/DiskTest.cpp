@@ -1,7 +1,8 @@
 // Proves that a failing disk and a full one are told apart, each by its name, and that what a call that failed was to
 // do did not happen.
 //
-// storage_disk_test [--every N] fails every N-th write of a step; by itself not each one.
+// storage_disk_test [--every N] fails every N-th write of a step, by itself every third one, and tries fewer sizes with
+// more.
 #include "DiskFixture.h"
 #include "Sweep.h"
 #include <iostream>
@@ -13,9 +14,6 @@ namespace
 {
 
 namespace fs = std::filesystem;
-
-// Which writes fail: every so many. Most calls are writes.
-std::size_t g_every = 3;
 
 TEST_F(Disks, AFailingDeviceIsADiskErrorAndNoFullDisk)
 {
